@@ -1,0 +1,127 @@
+// The public headers. They are C11 and C++, and small enough to be read: a table's record, then its functions.
+#include "catalog/layout.h"
+#include "generator/writers.h"
+
+namespace generator {
+
+using namespace catalog;
+
+namespace {
+
+std::string opening(const Exports& exports, std::string_view name, std::string_view subject) {
+    std::string guard = "VL_PD_" + std::string(exports.rows->program) + "_" + std::string(name) + "_H";
+    for (char& letter : guard)
+        letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
+    return "/* " + std::string(subject) + " Made from the catalog; see " + exports.rows->program +
+           ".h for what the functions do. */\n#ifndef " + guard + "\n#define " + guard + "\n\n";
+}
+
+constexpr std::string_view declarations_begin = "PD_BEGIN_DECLS\n\n";
+constexpr std::string_view ending = "PD_END_DECLS\n\n#endif\n";
+
+std::string record_type(unsigned bytes) {
+    if (bytes > 4) return "pd_bytes" + std::to_string(bytes);
+    return bytes == 4 ? "uint32_t" : bytes == 2 ? "uint16_t" : "uint8_t";
+}
+
+std::string range_note(unsigned bits, unsigned bytes) {
+    if (bits == bytes * 8) return "";
+    return " /* " + std::to_string(bits) + (bits == 1 ? " bit */" : " bits */");
+}
+
+std::string record_open(const std::string& type) {
+    return "typedef struct " + type.substr(0, type.size() - 2) + " {\n";
+}
+
+std::string match_spec(const Catalog& rows, const Table& table) {
+    const KeyLayout layout = key_layout(table);
+    const std::string type = match_spec_name(rows, table);
+    std::string text = record_open(type);
+    for (std::size_t i = 0; i < layout.field_count; ++i) {
+        const KeyField& field = table.key.begin()[layout.record_order[i]];
+        const std::string name = field.pd_name;
+        const unsigned bytes = record_bytes(field);
+        text += "    " + record_type(bytes) + " " + name + ";" + range_note(field.bits, bytes) + "\n";
+        if (field.match == Match::ternary) text += "    " + record_type(bytes) + " " + name + "_mask;\n";
+        if (field.match == Match::lpm) text += "    uint16_t " + name + "_prefix_length;\n";
+    }
+    return text + "} " + type + ";\n\n";
+}
+
+std::string action_spec(const Catalog& rows, const Action& action) {
+    const std::string type = action_spec_name(rows, action);
+    std::string text = record_open(type);
+    for (const Param& param : action.params) {
+        const unsigned bytes = record_bytes(param.bits);
+        text += "    " + record_type(bytes) + " action_" + param.name + ";" + range_note(param.bits, bytes) + "\n";
+    }
+    return text + "} " + type + ";\n\n";
+}
+
+std::string declaration(const Member& member) {
+    return member.signature() + " PD_NOEXCEPT;\n";
+}
+
+const char* shape_text(KeyShape shape) {
+    switch (shape) {
+    case KeyShape::keyless:
+        return "keyless";
+    case KeyShape::exact:
+        return "exact";
+    case KeyShape::masked:
+        return "masked, with priority";
+    case KeyShape::prefix:
+        return "longest prefix";
+    }
+    return "";
+}
+
+} // namespace
+
+std::string write_program_header(const Exports& exports) {
+    std::string text = opening(exports, "program", "What belongs to the program as a whole.");
+    text += "#include \"vl_pd/types.h\"\n\n";
+    text += declarations_begin;
+    for (const Data& data : exports.data)
+        text += "extern " + data.declaration + ";\n";
+    text += "\n";
+    for (const Member& member : exports.program)
+        text += declaration(member);
+    return text + "\n" + std::string(ending);
+}
+
+std::string write_actions_header(const Exports& exports) {
+    const Catalog& rows = *exports.rows;
+    const std::string enumeration = prefix(rows) + "action";
+    std::string text = opening(exports, "actions", "Actions: their numbers, and the records of their parameters.");
+    text += "#include \"vl_pd/types.h\"\n\n";
+    text += declarations_begin;
+    text += "enum " + enumeration + " {\n";
+    for (std::size_t number = 0; number < rows.actions.size(); ++number)
+        text += "    " + enumeration + "_" + rows.actions[number].name + " = " + std::to_string(number) + ",\n";
+    text += "    " + enumeration + "_count = " + std::to_string(rows.actions.size()) + "\n};\n\n";
+    for (const Action& action : rows.actions)
+        if (action.params.size() != 0) text += action_spec(rows, action);
+    for (const Member& member : exports.actions)
+        text += declaration(member);
+    return text + "\n" + std::string(ending);
+}
+
+std::string write_seam_header(const Exports& exports, const SeamExports& seam) {
+    const Catalog& rows = *exports.rows;
+    std::string text = opening(exports, seam.seam->name, seam.seam->summary);
+    text += "#include \"vl_pd/" + std::string(rows.program) + "/actions.h\"\n\n";
+    text += declarations_begin;
+    for (const TableExports& exported : seam.tables) {
+        const Table& table = *exported.table;
+        text +=
+            std::string("/* ") + table.name + " (" + shape_text(key_shape(table)) + "): " + table.summary + " */\n\n";
+        if (key_shape(table) != KeyShape::keyless) text += match_spec(rows, table);
+        for (const Member& member : exported.members)
+            text += declaration(member);
+        text += "\n";
+    }
+    return text + std::string(ending);
+}
+
+} // namespace generator

@@ -1,0 +1,136 @@
+// Walks the rows in catalog order and expands each family's snippets for the rows it runs over.
+#include "generator/namer.h"
+
+#include "catalog/layout.h"
+#include "generator/snippet.h"
+
+namespace generator {
+
+using namespace catalog;
+
+namespace {
+
+Context program_context(const Catalog& rows) {
+    Context context;
+    context.set("p", prefix(rows));
+    context.set("dimension", "[" + std::to_string(rows.actions.size()) + "]");
+    return context;
+}
+
+Context table_context(const Catalog& rows, const Table& table) {
+    Context context = program_context(rows);
+    context.set("table", table.name);
+    context.set("match_spec", match_spec_name(rows, table));
+    context.flag("keyed", key_shape(table) != KeyShape::keyless);
+    context.flag("priority", has_priority(table));
+    context.flag("indirect", profile_of(rows, table) != nullptr);
+    return context;
+}
+
+void add_action(Context& context, const Catalog& rows, const Action& action) {
+    context.set("action", action.name);
+    context.set("action_spec", action_spec_name(rows, action));
+    context.flag("params", action.params.size() != 0);
+}
+
+Context binding_context(const Catalog& rows, const Table& table, const Binding& binding) {
+    Context context = table_context(rows, table);
+    add_action(context, rows, rows.actions[action_number(rows, binding.action)]);
+    const AttachedResource resource = resource_of(rows, table);
+    context.flag("meter", resource.kind == ResourceKind::meter && resource.addressing == direct);
+    context.flag("ttl", table.ttl_on_add);
+    return context;
+}
+
+Context action_context(const Catalog& rows, const Action& action) {
+    Context context = program_context(rows);
+    add_action(context, rows, action);
+    return context;
+}
+
+Member expand_member(const Family& family, const Context& context) {
+    return {.family = &family,
+            .name = expand(family.name, context),
+            .result = expand(family.result, context),
+            .arguments = expand(family.arguments, context),
+            .body = expand(family.body, context)};
+}
+
+void add_table_members(std::vector<Member>& members, const Family& family, const Catalog& rows, const Table& table) {
+    const KeyShape shape = key_shape(table);
+    switch (family.over) {
+    case Over::every_table:
+        break;
+    case Over::keyed_table:
+        if (shape == KeyShape::keyless) return;
+        break;
+    case Over::masked_table:
+        if (shape != KeyShape::masked && shape != KeyShape::prefix) return;
+        break;
+    case Over::entry_binding:
+        for (const Binding& binding : table.actions)
+            if (for_entries(binding)) members.push_back(expand_member(family, binding_context(rows, table, binding)));
+        return;
+    case Over::program:
+    case Over::action_with_params:
+        return;
+    }
+    members.push_back(expand_member(family, table_context(rows, table)));
+}
+
+} // namespace
+
+std::string Member::signature() const {
+    const bool pointer = result.ends_with('*');
+    return result + (pointer ? "" : " ") + name + "(" + arguments + ")";
+}
+
+std::vector<const Member*> Exports::functions() const {
+    std::vector<const Member*> all;
+    for (const Member& member : program)
+        all.push_back(&member);
+    for (const Member& member : actions)
+        all.push_back(&member);
+    for (const SeamExports& seam : seams)
+        for (const TableExports& table : seam.tables)
+            for (const Member& member : table.members)
+                all.push_back(&member);
+    return all;
+}
+
+std::string prefix(const Catalog& rows) {
+    return std::string("p4_pd_") + rows.program + "_";
+}
+
+std::string match_spec_name(const Catalog& rows, const Table& table) {
+    return prefix(rows) + table.name + "_match_spec_t";
+}
+
+std::string action_spec_name(const Catalog& rows, const Action& action) {
+    return prefix(rows) + action.name + "_action_spec_t";
+}
+
+Exports name_exports(const Catalog& rows) {
+    Exports exports{.rows = &rows, .data = {}, .program = {}, .actions = {}, .seams = {}};
+    const Context program = program_context(rows);
+    for (const ExportedData& data : exported_data)
+        exports.data.push_back({expand(data.name, program), expand(data.declaration, program)});
+    for (const Family& family : families) {
+        if (family.over == Over::program) exports.program.push_back(expand_member(family, program));
+        if (family.over != Over::action_with_params) continue;
+        for (const Action& action : rows.actions)
+            if (action.params.size() != 0)
+                exports.actions.push_back(expand_member(family, action_context(rows, action)));
+    }
+    for (const Seam& seam : rows.seams) {
+        SeamExports& named = exports.seams.emplace_back(SeamExports{&seam, {}});
+        for (const Table& table : seam.tables) {
+            TableExports& table_exports = named.tables.emplace_back(TableExports{&table, {}});
+            for (const Family& family : families)
+                add_table_members(table_exports.members, family, rows, table);
+        }
+    }
+    return exports;
+}
+
+} // namespace generator

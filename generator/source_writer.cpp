@@ -1,0 +1,141 @@
+// The definitions of the exported functions, one line each, and the texts that hold the binary interface to its form.
+#include <algorithm>
+#include <set>
+
+#include "catalog/layout.h"
+#include "generator/writers.h"
+
+namespace generator {
+
+using namespace catalog;
+
+namespace {
+
+std::string opening(const Exports& exports, std::string_view include) {
+    return "// Made from the catalog. Each function forwards to the one place that holds its behaviour.\n"
+           "#include \"" +
+           std::string(include) + "\"\n#include \"vl_pd/" + exports.rows->program +
+           ".h\"\n\nusing namespace vl_pd;\n\n";
+}
+
+std::string definition(const Member& member) {
+    return member.signature() + " PD_NOEXCEPT {\n    " + member.body + "\n}\n";
+}
+
+// The rows that the bodies name, looked up once per source.
+std::string row_constants(const char* scope, const char* type, const char* look_up,
+                          const std::set<std::string>& names) {
+    std::string text = std::string("namespace ") + scope + " {\n";
+    for (const std::string& name : names)
+        text += std::string("[[maybe_unused]] constexpr catalog::") + type + " " + name + " = catalog::" + look_up +
+                "(\"" + name + "\");\n";
+    return text + "} // namespace " + scope + "\n";
+}
+
+} // namespace
+
+std::string write_program_source(const Exports& exports) {
+    std::string text = opening(exports, "pd/program.h");
+    text += "const char *const " + prefix(*exports.rows) + "action_name_strings[] = {\n";
+    for (const Action& action : exports.rows->actions)
+        text += "    \"" + prefix(*exports.rows) + action.name + "\",\n";
+    text += "};\n\n";
+    for (const Member& member : exports.program)
+        text += definition(member);
+    return text;
+}
+
+std::string write_actions_source(const Exports& exports) {
+    std::set<std::string> names;
+    for (const Action& action : exports.rows->actions)
+        if (action.params.size() != 0) names.insert(action.name);
+    std::string text = opening(exports, "pd/readback.h");
+    text += "namespace {\n" + row_constants("a", "ActionRef", "action", names) + "} // namespace\n\n";
+    for (const Member& member : exports.actions)
+        text += definition(member);
+    return text;
+}
+
+std::string write_seam_source(const Exports& exports, const SeamExports& seam, Shard shard) {
+    std::set<std::string> tables;
+    std::set<std::string> actions;
+    std::string body;
+    for (const TableExports& exported : seam.tables) {
+        tables.insert(exported.table->name);
+        for (const Binding& binding : exported.table->actions)
+            actions.insert(binding.action);
+        for (const Member& member : exported.members)
+            if (member.family->shard == shard) body += definition(member);
+    }
+    std::string text = opening(exports, shard == Shard::entries ? "pd/entries.h" : "pd/readback.h");
+    text += "namespace {\n" + row_constants("t", "TableRef", "table", tables) +
+            row_constants("a", "ActionRef", "action", actions) + "} // namespace\n\n";
+    return text + body;
+}
+
+std::string write_record_asserts(const Exports& exports) {
+    const Catalog& rows = *exports.rows;
+    std::string text =
+        "// Made from the catalog. The encoders reach a record's fields by offset: this is what makes that safe.\n"
+        "#include <cstddef>\n\n#include \"vl_pd/" +
+        std::string(rows.program) + ".h\"\n\n";
+    const auto assert_size = [&text](const std::string& type, unsigned size) {
+        text += "static_assert(sizeof(" + type + ") == " + std::to_string(size) + ");\n";
+    };
+    const auto assert_field = [&text](const std::string& type, const std::string& field, unsigned offset,
+                                      unsigned bytes) {
+        text += "static_assert(offsetof(" + type + ", " + field + ") == " + std::to_string(offset) + " && sizeof(" +
+                type + "::" + field + ") == " + std::to_string(bytes) + ");\n";
+    };
+    for (const Seam& seam : rows.seams)
+        for (const Table& table : seam.tables) {
+            if (key_shape(table) == KeyShape::keyless) continue;
+            const KeyLayout layout = key_layout(table);
+            const std::string type = match_spec_name(rows, table);
+            assert_size(type, layout.record_size);
+            for (std::size_t i = 0; i < layout.field_count; ++i) {
+                const KeyField& field = table.key.begin()[i];
+                const FieldLayout& place = layout.fields[i];
+                assert_field(type, field.pd_name, place.record_offset, place.record_bytes);
+                if (place.partner_bytes == 0) continue;
+                const char* partner = field.match == Match::lpm ? "_prefix_length" : "_mask";
+                assert_field(type, std::string(field.pd_name) + partner, place.partner_offset, place.partner_bytes);
+            }
+        }
+    for (const Action& action : rows.actions) {
+        if (action.params.size() == 0) continue;
+        const ActionLayout layout = action_layout(action);
+        const std::string type = action_spec_name(rows, action);
+        assert_size(type, layout.record_size);
+        for (std::size_t i = 0; i < layout.param_count; ++i)
+            assert_field(type, std::string("action_") + action.params.begin()[i].name, layout.params[i].record_offset,
+                         layout.params[i].record_bytes);
+    }
+    return text;
+}
+
+std::string write_version_script(const Exports& exports) {
+    std::set<std::string> names;
+    for (const Member* member : exports.functions())
+        names.insert(member->name);
+    for (const Data& data : exports.data)
+        names.insert(data.name);
+    std::string text = "{\n  global:\n";
+    for (const std::string& name : names)
+        text += "    " + name + ";\n";
+    return text + "  local:\n    *;\n};\n";
+}
+
+std::string write_export_list(const Exports& exports) {
+    std::set<std::string> lines;
+    for (const Member* member : exports.functions())
+        lines.insert(member->name + "\t" + member->result + " (" + member->arguments + ")\n");
+    for (const Data& data : exports.data)
+        lines.insert(data.name + "\t" + data.declaration + "\n");
+    std::string text;
+    for (const std::string& line : lines)
+        text += line;
+    return text;
+}
+
+} // namespace generator

@@ -1,0 +1,83 @@
+/*
+ * The types that every exported function shares.
+ *
+ * All integers are in the machine's byte order, in records as well as in arguments. Values of 128 bits are byte arrays
+ * in network order. Arguments narrower than 32 bits are taken as 32 bits and cut: upper bits never matter.
+ */
+#ifndef VL_PD_TYPES_H
+#define VL_PD_TYPES_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+#define PD_BEGIN_DECLS                                                                                                 \
+    extern "C" {                                                                                                       \
+    _Pragma("GCC visibility push(default)")
+#define PD_END_DECLS                                                                                                   \
+    _Pragma("GCC visibility pop")                                                                                      \
+    }
+#define PD_NOEXCEPT noexcept
+#else
+#define PD_BEGIN_DECLS _Pragma("GCC visibility push(default)")
+#define PD_END_DECLS _Pragma("GCC visibility pop")
+#define PD_NOEXCEPT
+#endif
+
+/* 0 is success. All other values are the driver's, handed on unchanged, but for the four of pd_status_value. */
+typedef uint32_t pd_status;
+
+enum {
+    PD_STATUS_OK = 0,
+    PD_STATUS_NO_MEMORY = 2,  /* an allocation failed */
+    PD_STATUS_INVALID = 3,    /* an enumeration value, or placement data, that names nothing known */
+    PD_STATUS_UNEXPECTED = 15 /* the driver's answer can't come from this pipeline; a line is in the driver's log */
+};
+/* A member operation names another action than the member's, or a handle is no profile's. */
+#define PD_STATUS_MISMATCH UINT32_C(0xFFFFFFFF)
+
+typedef uint32_t pd_session; /* opened by the agent with the driver */
+typedef uint32_t pd_device;
+typedef uint32_t pd_entry;  /* an entry of a table, made by the driver */
+typedef uint32_t pd_member; /* a member of an action profile, made by the driver; 0 is none */
+typedef uint32_t pd_group;  /* a selector group, made by the driver; 0 is none */
+
+/* What ends a list of handles in the walking functions. */
+#define PD_HDL_END UINT32_C(0xFFFFFFFF)
+
+#define PD_ALL_PIPES UINT16_C(0xFFFF)
+
+/* A device and one of its pipes. It goes to the driver as it is. */
+typedef struct pd_dev_tgt {
+    pd_device dev_id;
+    uint16_t pipe_id; /* PD_ALL_PIPES for all of them */
+    uint16_t reserved;
+} pd_dev_tgt;
+
+/* A 128-bit value, most significant byte first. In a record it begins at an even offset. */
+typedef uint8_t pd_bytes16[16] __attribute__((aligned(2)));
+
+enum { PD_METER_TYPE_COLOR_AWARE = 0, PD_METER_TYPE_COLOR_UNAWARE = 1 };
+
+/* A two-rate meter. The scale of rates and bursts is the driver's. */
+typedef struct pd_meter_spec {
+    uint32_t committed_rate;
+    uint32_t committed_burst;
+    uint32_t peak_rate;
+    uint32_t peak_burst;
+    uint32_t meter_type; /* PD_METER_TYPE_... */
+} pd_meter_spec;
+
+/* Which cell of a resource an entry's action uses: one pair for each resource slot that is attached. */
+typedef struct pd_resource_index {
+    uint32_t resource_hdl;
+    uint32_t index;
+} pd_resource_index;
+
+/* What an index parameter reads as when the entry comes back without any attached resource. */
+#define PD_NO_INDEX UINT32_C(0xFFFF)
+
+/* The driver's records. Agents that decode them themselves have their definitions from the driver's headers. */
+struct pipe_match_record;
+struct pipe_action_data;
+
+#endif

@@ -1,0 +1,129 @@
+/*
+ * The control interface of the velmar_switch pipeline: tables with their entries, written, read back and walked.
+ *
+ * This is the one header that an agent includes. The functions are families: each stands once for every table, or for
+ * every action of a table, and differs from its sisters in constants alone. What a family does is told here once; the
+ * headers below declare its members, table by table, beside the records that they take.
+ *
+ * Every name has the prefix p4_pd_velmar_switch_, which is left out here, but for the unbuild_ functions, which have none.
+ *
+ *
+ * Arguments that recur
+ *
+ *   sess_hdl     A session of the driver. The library passes it on and never opens one.
+ *   dev_tgt      Device and pipe, in operations that name an entry by its key.
+ *   dev_id       Device, in operations that name an entry by its handle.
+ *   match_spec   The table's record <table>_match_spec_t: one field per key field. A field that is matched by mask has
+ *                its mask behind it (<field>_mask, a 1 bit is matched), one that is matched by prefix its length in bits
+ *                (<field>_prefix_length).
+ *   priority     Orders the entries of a masked table; other tables take none.
+ *   action_spec  The action's record <action>_action_spec_t: one field action_<param> per parameter. Actions without
+ *                parameters take none.
+ *
+ * Records and buffers belong to the caller and are used during the call only. Nothing returned has to be freed. Values
+ * are not checked: one that is wider than its field goes to the driver as it is.
+ *
+ * Every pd_status is the driver's, unchanged, unless the family says otherwise. After a failure outputs are unwritten,
+ * unless the family says otherwise. Functions may be called from several threads; the driver says what happens then.
+ *
+ *
+ * The program
+ *
+ *   init()                          Once, before anything else: sets up the shadow of the action profiles and registers
+ *                                   with the driver, which from then on calls back when a device goes away and when it
+ *                                   saves or restores a device's state. If the driver refuses the registration, the
+ *                                   process stops. A second call is not guarded against.
+ *   cleanup()                       At the end: deregisters. Returns the driver's status. Frees nothing.
+ *   device_state_cleanup()          Does nothing; it stands for agents that call it.
+ *   bf_drv_hdl                      (no prefix) The handle of this library as the driver's client.
+ *   action_name_strings[]           The full names of all actions, by action number (enum ..._action).
+ *   action_enum_to_string(number)   The full name; null for a number above the last.
+ *   action_string_to_enum(name)     The number of a full name, prefix included; ..._action_count for null or a name that
+ *                                   no action has.
+ *
+ *
+ * Writing entries
+ *
+ *   <table>_table_add_with_<action>(sess_hdl, dev_tgt, match_spec, [priority], [action_spec], [meter_spec], [ttl],
+ *                                   entry_hdl out)
+ *   <table>_table_modify_with_<action>(sess_hdl, dev_id, entry_hdl, [action_spec], [meter_spec])
+ *   <table>_table_modify_with_<action>_by_match_spec(sess_hdl, dev_tgt, match_spec, [priority], [action_spec],
+ *                                   [meter_spec])
+ *   <table>_table_delete(sess_hdl, dev_id, entry_hdl)
+ *   <table>_table_delete_by_match_spec(sess_hdl, dev_tgt, match_spec, [priority])
+ *   <table>_match_spec_to_entry_hdl(sess_hdl, dev_tgt, match_spec, [priority], entry_hdl out)
+ *
+ * Each makes one driver call. The driver writes the handle of a new or found entry; after a failed call entry_hdl holds
+ * what the driver left there. An entry of a masked table is found by key and priority together. Which bits of a key
+ * are told apart is decided by mask and prefix: value bits that neither covers are cleared. A prefix length above the
+ * field's width is sent as a priority that no prefix has, for the driver to refuse.
+ *
+ * meter_spec stands in l2LookupMiss alone. An add must have one; without it the entry's meter slot is sent unset. A
+ * modify without one (null) leaves the entry's meter as it is. A meter_type outside PD_METER_TYPE_... is logged as a
+ * failed assertion and sent as colour aware.
+ *
+ * ttl stands in the adds of l2LearningLookup alone: the entry's first time-to-live, in the driver's unit.
+ *
+ * Five parameters are indices into a counter, meter, WRED block or register and no action data: `index` of runWred and
+ * of setQueueReportFlagFinal, `meterIndex` of setIngressMirrorColor and of setEgressMirrorColor, `counterIndex` of
+ * setPdpClassCount. `pdpClassId` of meterPdpClass is both. An add uses the low 16 bits of an index, a modify all 32.
+ *
+ *
+ * Reading entries
+ *
+ *   <table>_get_entry(sess_hdl, dev_id, entry_hdl, read_from_hw, ...)
+ *       Reads one entry, from the hardware if bit 0 to 7 of read_from_hw are not all zero, else from the driver's copy.
+ *       Tables with actions:  [match_spec out, [priority out,]] action_name out, action_spec out, action_id out
+ *                             [, is_default out]
+ *       Tables whose entries point into an action profile:  match_spec out, [priority out,] has_mbr out, has_grp out,
+ *                             grp_hdl out, mbr_hdl out, is_default out
+ *       Keyless tables have neither match_spec nor is_default.
+ *
+ *       action_name and action_id may be null. action_name needs room for 61 bytes and gets the full name; action_id
+ *       gets the action's number; action_spec must hold the largest record of the table's actions and gets that of the
+ *       action which action_id names, if it has parameters. An index parameter (above) comes from the entry's attached
+ *       resource; it is PD_NO_INDEX if the driver reports none, and 0 if it reports others only.
+ *       is_default is 1 for the table's default entry, which has no key: match_spec is then all zero.
+ *       An entry that points at a member sets has_mbr and mbr_hdl, one that points at a group has_grp and grp_hdl; the
+ *       other flag is 0 and the other handle isn't written.
+ *
+ *       PD_STATUS_UNEXPECTED: the driver's answer holds no action data (nothing is written), or an action that isn't
+ *       the table's (match_spec, priority and is_default are written, the action outputs are not). Both are logged, and
+ *       stop the process in the driver's debug mode. PD_STATUS_NO_MEMORY: no memory for the list of the entry's
+ *       resources; nothing is written.
+ *
+ *   <table>_get_entry_count(sess_hdl, dev_tgt, count out)
+ *   <table>_get_first_entry_handle(sess_hdl, dev_tgt, entry_hdl out)
+ *   <table>_get_next_entry_handles(sess_hdl, dev_tgt, entry_hdl, n, next_entry_hdls out)
+ *       A walk asks for the first handle, and then for up to n handles behind the last one that it has. PD_HDL_END in
+ *       the array, which holds n handles, ends the list. All three are the driver's answers, failures included.
+ *
+ *
+ * Decoding driver records
+ *
+ *   unbuild_key_<table>(match_record, match_spec out)
+ *   unbuild_mask_<table>(match_record, match_spec out)
+ *   unbuild_action_spec_<action>(action_data, resources, resource_count, action_spec out)
+ *
+ * The way back from the driver's records, for callers that get them from the driver themselves. unbuild_key_ clears the
+ * whole record, padding included, and sets the fields; unbuild_mask_ then adds masks or the prefix length (the width
+ * less the trailing zeros of the mask). Bits are not trimmed. `resources` lists resource_count pairs, one for each
+ * attached slot, for actions with an index parameter; others ignore it, and with a count of 0 it may be null.
+ */
+#ifndef VL_PD_VELMAR_SWITCH_H
+#define VL_PD_VELMAR_SWITCH_H
+
+#include "vl_pd/types.h"
+
+#include "vl_pd/velmar_switch/actions.h"
+#include "vl_pd/velmar_switch/program.h"
+
+#include "vl_pd/velmar_switch/acl.h"
+#include "vl_pd/velmar_switch/egress_rewrite.h"
+#include "vl_pd/velmar_switch/ingress_classification.h"
+#include "vl_pd/velmar_switch/layer2.h"
+#include "vl_pd/velmar_switch/layer3.h"
+#include "vl_pd/velmar_switch/mirror_cpu.h"
+#include "vl_pd/velmar_switch/qos_telemetry.h"
+
+#endif

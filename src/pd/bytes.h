@@ -1,0 +1,75 @@
+// Loads and stores: the only place that turns integers into bytes and back.
+//
+// Records hold integers in the machine's byte order, keys and action data the low-order bytes of a value, most
+// significant first. The machine is little-endian.
+#pragma once
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+namespace vl_pd::bytes {
+
+static_assert(std::endian::native == std::endian::little);
+
+using Byte = std::uint8_t;
+
+// 128 bits in two words, each in the machine's order: `high` holds the first eight bytes of the array.
+struct Wide {
+    std::uint64_t high;
+    std::uint64_t low;
+
+    friend Wide operator&(Wide left, Wide right) {
+        return {left.high & right.high, left.low & right.low};
+    }
+};
+
+// An integer of a record.
+template <unsigned size>
+std::uint32_t load(const Byte* from) {
+    static_assert(size == 1 || size == 2 || size == 4);
+    std::uint32_t value = 0;
+    std::memcpy(&value, from, size);
+    return value;
+}
+
+template <unsigned size>
+void store(Byte* to, std::uint32_t value) {
+    static_assert(size == 1 || size == 2 || size == 4);
+    std::memcpy(to, &value, size);
+}
+
+// The `size` low-order bytes of a value, most significant first.
+template <unsigned size>
+void store_big_endian(Byte* to, std::uint32_t value) {
+    static_assert(size >= 1 && size <= 4);
+    if constexpr (size == 3) {
+        store_big_endian<2>(to, value >> 8);
+        to[2] = static_cast<Byte>(value);
+    } else {
+        value = __builtin_bswap32(value) >> (32 - 8 * size);
+        std::memcpy(to, &value, size);
+    }
+}
+
+template <unsigned size>
+std::uint32_t load_big_endian(const Byte* from) {
+    static_assert(size >= 1 && size <= 4);
+    if constexpr (size == 3) return load_big_endian<2>(from) << 8 | from[2];
+    std::uint32_t value = 0;
+    std::memcpy(&value, from, size);
+    return __builtin_bswap32(value) >> (32 - 8 * size);
+}
+
+inline Wide load_wide(const Byte* from) {
+    std::uint64_t words[2];
+    std::memcpy(words, from, sizeof words);
+    return {__builtin_bswap64(words[0]), __builtin_bswap64(words[1])};
+}
+
+inline void store_wide(Byte* to, Wide value) {
+    const std::uint64_t words[2] = {__builtin_bswap64(value.high), __builtin_bswap64(value.low)};
+    std::memcpy(to, words, sizeof words);
+}
+
+} // namespace vl_pd::bytes

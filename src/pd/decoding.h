@@ -1,0 +1,94 @@
+// From the driver's records back to the agent's: the inverse of encoding.h.
+#pragma once
+
+#include "pd/encoding.h"
+
+namespace vl_pd::decoding {
+
+using bytes::Byte;
+using catalog::ActionRef;
+using catalog::TableRef;
+using encoding::action_layout;
+using encoding::key_layout;
+
+// Clears the whole record, padding included, and sets the fields of the key. Bits are not trimmed.
+template <TableRef T>
+void unbuild_key(const pipe_match_record& match, void* match_spec) {
+    constexpr catalog::KeyLayout layout = key_layout<T>;
+    Byte* const record = static_cast<Byte*>(match_spec);
+    std::memset(record, 0, layout.record_size);
+    unroll<layout.field_count>([&]<std::size_t i>() {
+        constexpr catalog::FieldLayout field = layout.fields[i];
+        const Byte* const key = match.key_bytes + field.key_position;
+        Byte* const place = record + field.record_offset;
+        if constexpr (T->partitioned && i == 0)
+            bytes::store<field.record_bytes>(place, match.partition_index);
+        else if constexpr (field.bits > 32)
+            std::memcpy(place, key, field.key_bytes);
+        else
+            bytes::store<field.record_bytes>(place, bytes::load_big_endian<field.key_bytes>(key));
+    });
+}
+
+// Bits of a 32 or 128-bit prefix mask that stand before its trailing zeros.
+template <unsigned bits>
+std::uint32_t prefix_length(const Byte* mask) {
+    if constexpr (bits == 32) {
+        const std::uint32_t word = bytes::load_big_endian<4>(mask);
+        return 32 - static_cast<std::uint32_t>(std::countr_zero(word));
+    } else {
+        static_assert(bits == 128);
+        const bytes::Wide words = bytes::load_wide(mask);
+        const int zeros = words.low != 0 ? std::countr_zero(words.low) : 64 + std::countr_zero(words.high);
+        return 128 - static_cast<std::uint32_t>(zeros);
+    }
+}
+
+// Adds masks or the prefix length to a record that unbuild_key() has filled.
+template <TableRef T>
+void unbuild_mask(const pipe_match_record& match, void* match_spec) {
+    constexpr catalog::KeyLayout layout = key_layout<T>;
+    Byte* const record = static_cast<Byte*>(match_spec);
+    unroll<layout.field_count>([&]<std::size_t i>() {
+        constexpr catalog::FieldLayout field = layout.fields[i];
+        const Byte* const mask = match.mask_bytes + field.key_position;
+        Byte* const place = record + field.partner_offset;
+        if constexpr (field.partner_bytes == 0)
+            return;
+        else if constexpr (catalog::key_shape(*T) == catalog::KeyShape::prefix)
+            bytes::store<field.partner_bytes>(place, prefix_length<field.bits>(mask));
+        else if constexpr (field.bits > 32)
+            std::memcpy(place, mask, field.key_bytes);
+        else
+            bytes::store<field.partner_bytes>(place, bytes::load_big_endian<field.key_bytes>(mask));
+    });
+}
+
+// The index parameter of an action whose data doesn't hold it. The last pair of the resource counts.
+inline std::uint32_t find_index(std::uint32_t resource_hdl, const pd_resource_index* resources, std::uint32_t count) {
+    std::uint32_t index = count == 0 ? PD_NO_INDEX : 0;
+    for (std::uint32_t i = 0; i < count; ++i)
+        if (resources[i].resource_hdl == resource_hdl) index = resources[i].index;
+    return index;
+}
+
+template <ActionRef A>
+void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources, std::uint32_t count,
+                         void* action_spec) {
+    constexpr catalog::ActionLayout layout = action_layout<A>;
+    Byte* const record = static_cast<Byte*>(action_spec);
+    std::memset(record, 0, layout.record_size);
+    unroll<layout.param_count>([&]<std::size_t i>() {
+        constexpr catalog::ParamLayout param = layout.params[i];
+        Byte* const place = record + param.record_offset;
+        if constexpr (param.role == catalog::Role::slot_index) {
+            constexpr catalog::AttachedResource resource = catalog::resource_of(catalog::velmar_switch, *A);
+            bytes::store<param.record_bytes>(place, find_index(resource.handle, resources, count));
+        } else {
+            bytes::store<param.record_bytes>(
+                place, bytes::load_big_endian<param.data_bytes>(action.data + param.data_position));
+        }
+    });
+}
+
+} // namespace vl_pd::decoding

@@ -1,0 +1,235 @@
+// From the agent's records to the driver's: the one encoding of keys and actions that all operations share.
+//
+// The encoders are templates over rows, so that each compiles to the straight-line code that one would write by hand for
+// its table: loads at constant offsets, masks applied to values in registers, stores at constant positions. Nothing here
+// can fail, and nothing is validated but the prefix length.
+#pragma once
+
+#include "catalog/catalog.h"
+#include "catalog/layout.h"
+#include "pd/bytes.h"
+#include "pd/meter.h"
+#include "pd/unroll.h"
+#include "vl_driver/types.h"
+#include "vl_pd/types.h"
+
+namespace vl_pd::encoding {
+
+using bytes::Byte;
+using catalog::ActionRef;
+using catalog::TableRef;
+
+template <TableRef T>
+inline constexpr catalog::KeyLayout key_layout = catalog::key_layout(*T);
+
+template <ActionRef A>
+inline constexpr catalog::ActionLayout action_layout = catalog::action_layout(*A);
+
+// A driver match record with the buffers that it names. It is filled in place and can't move.
+template <TableRef T>
+struct MatchRecord {
+    Byte key[key_layout<T>.bytes];
+    Byte mask[key_layout<T>.bytes];
+    pipe_match_record record;
+
+    MatchRecord() = default;
+    MatchRecord(const MatchRecord&) = delete;
+    MatchRecord& operator=(const MatchRecord&) = delete;
+};
+
+// A driver action record with its data. Actions without parameters have data that isn't null all the same.
+template <ActionRef A>
+struct ActionRecord {
+    Byte data[action_layout<A>.bytes == 0 ? 1 : action_layout<A>.bytes];
+    pipe_action_record record;
+
+    ActionRecord() = default;
+    ActionRecord(const ActionRecord&) = delete;
+    ActionRecord& operator=(const ActionRecord&) = delete;
+};
+
+// Key bytes carry the bits above a field's width, if the caller set them; mask bytes of masked tables never do.
+constexpr std::uint32_t width_mask(unsigned bits) {
+    return bits == 32 ? ~std::uint32_t{0} : (std::uint32_t{1} << bits) - 1;
+}
+
+// One field of an exact or masked table. Exact tables have their mask filled beforehand.
+template <TableRef T, std::size_t i>
+void build_field(const Byte* match_spec, Byte* key, Byte* mask) {
+    constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
+    constexpr bool masked = field.partner_bytes != 0;
+    Byte* const field_key = key + field.key_position;
+    Byte* const field_mask = mask + field.key_position;
+    if constexpr (field.bits > 32) {
+        bytes::Wide value = bytes::load_wide(match_spec + field.record_offset);
+        bytes::Wide value_mask{~std::uint64_t{0}, ~std::uint64_t{0}};
+        if constexpr (masked) value_mask = bytes::load_wide(match_spec + field.partner_offset);
+        bytes::store_wide(field_key, value & value_mask);
+        bytes::store_wide(field_mask, value_mask);
+    } else {
+        const std::uint32_t value = bytes::load<field.record_bytes>(match_spec + field.record_offset);
+        std::uint32_t value_mask = ~std::uint32_t{0};
+        if constexpr (masked) value_mask = bytes::load<field.partner_bytes>(match_spec + field.partner_offset);
+        // The key is cut by the mask as the caller gave it, before the mask itself is cut to the field's width.
+        bytes::store_big_endian<field.key_bytes>(field_key, value & value_mask);
+        bytes::store_big_endian<field.key_bytes>(field_mask, value_mask & width_mask(field.bits));
+    }
+}
+
+template <TableRef T, std::size_t i>
+void build_exact_field(const Byte* match_spec, Byte* key) {
+    constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
+    if constexpr (field.bits > 32)
+        bytes::store_wide(key + field.key_position, bytes::load_wide(match_spec + field.record_offset));
+    else
+        bytes::store_big_endian<field.key_bytes>(key + field.key_position,
+                                                 bytes::load<field.record_bytes>(match_spec + field.record_offset));
+}
+
+// A mask of the first `length` bits; length is at most the width.
+inline std::uint32_t prefix_mask(std::uint32_t length) {
+    return length == 0 ? 0 : ~std::uint32_t{0} << (32 - length);
+}
+
+inline bytes::Wide wide_prefix_mask(std::uint32_t length) {
+    const auto word = [](std::uint32_t bits) { return bits == 0 ? 0 : ~std::uint64_t{0} << (64 - bits); };
+    return length >= 64 ? bytes::Wide{word(64), word(length - 64)} : bytes::Wide{word(length), 0};
+}
+
+// The prefix field of a prefix table, which is its last. Returns the entry's priority: the count of bits that the prefix
+// leaves open, so that longer prefixes come first. A length beyond the field leaves key and mask whole and is told by a
+// priority that no prefix has.
+template <TableRef T>
+std::uint32_t build_prefix(const Byte* match_spec, Byte* key, Byte* mask) {
+    constexpr catalog::KeyLayout layout = key_layout<T>;
+    constexpr catalog::FieldLayout field = layout.fields[layout.field_count - 1];
+    static_assert(field.bits == 32 || field.bits == 128);
+    const std::uint32_t length = bytes::load<field.partner_bytes>(match_spec + field.partner_offset);
+    const bool in_range = length <= field.bits;
+    const std::uint32_t used = in_range ? length : field.bits;
+    if constexpr (field.bits == 32) {
+        const std::uint32_t value_mask = prefix_mask(used);
+        const std::uint32_t value = bytes::load<4>(match_spec + field.record_offset);
+        bytes::store_big_endian<4>(key + field.key_position, value & value_mask);
+        bytes::store_big_endian<4>(mask + field.key_position, value_mask);
+    } else {
+        const bytes::Wide value_mask = wide_prefix_mask(used);
+        const bytes::Wide value = bytes::load_wide(match_spec + field.record_offset);
+        bytes::store_wide(key + field.key_position, value & value_mask);
+        bytes::store_wide(mask + field.key_position, value_mask);
+    }
+    return in_range ? field.bits - length : layout.bits + 1;
+}
+
+// Fills key and mask bytes and returns the entry's priority. `priority` is the caller's, and counts in masked tables.
+template <TableRef T>
+std::uint32_t build_key_and_mask(const Byte* match_spec, std::uint32_t priority, Byte* key, Byte* mask) {
+    constexpr catalog::KeyLayout layout = key_layout<T>;
+    constexpr catalog::KeyShape shape = catalog::key_shape(*T);
+    if constexpr (shape == catalog::KeyShape::masked) {
+        unroll<layout.field_count>([&]<std::size_t i>() { build_field<T, i>(match_spec, key, mask); });
+        return priority;
+    } else if constexpr (shape == catalog::KeyShape::exact) {
+        std::memset(mask, 0xFF, layout.bytes);
+        unroll<layout.field_count>([&]<std::size_t i>() { build_exact_field<T, i>(match_spec, key); });
+        return 0;
+    } else {
+        constexpr unsigned prefix_position = layout.fields[layout.field_count - 1].key_position;
+        const std::uint32_t prefix_priority = build_prefix<T>(match_spec, key, mask);
+        if constexpr (T->partitioned) {
+            // The partition travels beside the key, which doesn't match it.
+            std::memset(key, 0, prefix_position);
+            std::memset(mask, prefix_priority > layout.bits ? 0xFF : 0, prefix_position);
+        } else {
+            std::memset(mask, 0xFF, prefix_position);
+            unroll<layout.field_count - 1>([&]<std::size_t i>() { build_exact_field<T, i>(match_spec, key); });
+        }
+        return prefix_priority;
+    }
+}
+
+template <TableRef T>
+void build_match_spec(const void* match_spec, std::uint32_t priority, MatchRecord<T>& out) {
+    constexpr catalog::KeyLayout layout = key_layout<T>;
+    const Byte* const record = static_cast<const Byte*>(match_spec);
+    std::uint32_t partition = 0;
+    if constexpr (T->partitioned) partition = bytes::load<2>(record + layout.fields[0].record_offset);
+    out.record = {.key_bytes = out.key,
+                  .mask_bytes = out.mask,
+                  .partition_index = partition,
+                  .priority = build_key_and_mask<T>(record, priority, out.key, out.mask),
+                  .key_bits = layout.bits,
+                  .key_len = layout.bytes,
+                  .reserved = 0};
+}
+
+// Which operation sends an action. They differ in how they read a missing meter and an index parameter.
+enum class Operation { add, modify, set_default };
+
+template <ActionRef A>
+void build_action_data([[maybe_unused]] const Byte* action_spec, [[maybe_unused]] Byte* data) {
+    constexpr catalog::ActionLayout layout = action_layout<A>;
+    unroll<layout.param_count>([&]<std::size_t i>() {
+        constexpr catalog::ParamLayout param = layout.params[i];
+        std::uint32_t value = 0; // an index that isn't data leaves its bytes zero
+        if constexpr (param.role != catalog::Role::slot_index)
+            value = bytes::load<param.record_bytes>(action_spec + param.record_offset);
+        bytes::store_big_endian<param.data_bytes>(data + param.data_position, value);
+    });
+}
+
+// The place of the parameter that is an index into the table's resource, or the parameter count.
+template <ActionRef A>
+consteval std::size_t index_param() {
+    std::size_t i = 0;
+    while (i < action_layout<A>.param_count && action_layout<A>.params[i].role == catalog::Role::data)
+        ++i;
+    return i;
+}
+
+// The slot of the table's attached resource. `slot` is zero.
+template <TableRef T, ActionRef A, Operation operation>
+void build_slot(const Byte* action_spec, const pd_meter_spec* meter_spec, pipe_resource_slot& slot) {
+    constexpr catalog::AttachedResource resource = catalog::resource_of(catalog::velmar_switch, *T);
+    constexpr const catalog::Binding* binding = catalog::find_binding(T->actions, A->name);
+    constexpr std::size_t index = index_param<A>();
+    slot.resource_hdl = resource.handle;
+    if constexpr (resource.addressing == catalog::direct && resource.kind == catalog::ResourceKind::meter) {
+        if (meter_spec == nullptr) {
+            slot.tag = operation == Operation::set_default ? PIPE_SLOT_DETACHED : PIPE_SLOT_UNCHANGED;
+            return;
+        }
+        pipe_meter_spec driver_spec{};
+        meter::fill_bytes_meter(*meter_spec, driver_spec);
+        std::memcpy(slot.spec, &driver_spec, sizeof driver_spec);
+        slot.tag = PIPE_SLOT_ATTACHED;
+    } else if constexpr (resource.addressing == catalog::direct) {
+        slot.tag = PIPE_SLOT_ATTACHED;
+    } else if constexpr (index < action_layout<A>.param_count) {
+        constexpr catalog::ParamLayout param = action_layout<A>.params[index];
+        const std::uint32_t value = bytes::load<param.record_bytes>(action_spec + param.record_offset);
+        slot.index = operation == Operation::modify ? value : value & 0xFFFF;
+        slot.tag = PIPE_SLOT_ATTACHED;
+    } else if constexpr (binding->constant_index != 0) {
+        slot.index = binding->constant_index;
+        slot.tag = PIPE_SLOT_ATTACHED;
+    } else {
+        slot.tag = PIPE_SLOT_DETACHED;
+    }
+}
+
+template <TableRef T, ActionRef A, Operation operation>
+void build_action_record(const void* action_spec, const pd_meter_spec* meter_spec, ActionRecord<A>& out) {
+    constexpr catalog::ActionLayout layout = action_layout<A>;
+    const Byte* const spec = static_cast<const Byte*>(action_spec);
+    std::memset(&out.record, 0, sizeof out.record);
+    build_action_data<A>(spec, out.data);
+    out.record.kind = PIPE_KIND_ACTION_DATA;
+    out.record.action = {.data_bits = layout.bits, .data_len = layout.bytes, .data = out.data};
+    if constexpr (catalog::resource_of(catalog::velmar_switch, *T)) {
+        out.record.resource_count = 1;
+        build_slot<T, A, operation>(spec, meter_spec, out.record.slots[0]);
+    }
+}
+
+} // namespace vl_pd::encoding

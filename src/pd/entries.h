@@ -1,0 +1,75 @@
+// Writing entries: add, modify, delete, and finding an entry by its key.
+//
+// Each operation encodes and makes one driver call, whose status is the result. A table and an action are constants of
+// the function; priority, action_spec, meter_spec and ttl count only where the table or action takes them.
+#pragma once
+
+#include "pd/device.h"
+#include "pd/encoding.h"
+#include "vl_driver/tables.h"
+
+namespace vl_pd::entries {
+
+using catalog::ActionRef;
+using catalog::TableRef;
+using encoding::Operation;
+
+inline constexpr std::uint32_t no_flags = 0;
+
+template <TableRef T, ActionRef A>
+inline constexpr std::uint32_t action_handle = catalog::find_binding(T->actions, A->name)->handle;
+
+template <TableRef T, ActionRef A>
+pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
+              const void* action_spec, const pd_meter_spec* meter_spec, std::uint32_t ttl,
+              pd_entry* entry_hdl) noexcept {
+    encoding::MatchRecord<T> match;
+    encoding::build_match_spec<T>(match_spec, priority, match);
+    encoding::ActionRecord<A> action;
+    encoding::build_action_record<T, A, Operation::add>(action_spec, meter_spec, action);
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), T->handle, &match.record, action_handle<T, A>,
+                                &action.record, ttl, no_flags, entry_hdl);
+}
+
+template <TableRef T, ActionRef A>
+pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, const void* action_spec,
+                 const pd_meter_spec* meter_spec) noexcept {
+    encoding::ActionRecord<A> action;
+    encoding::build_action_record<T, A, Operation::modify>(action_spec, meter_spec, action);
+    return pipe_mgr_mat_ent_set_action(sess_hdl, dev_id, T->handle, entry_hdl, action_handle<T, A>, &action.record,
+                                       no_flags);
+}
+
+template <TableRef T, ActionRef A>
+pd_status modify_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
+                               const void* action_spec, const pd_meter_spec* meter_spec) noexcept {
+    encoding::MatchRecord<T> match;
+    encoding::build_match_spec<T>(match_spec, priority, match);
+    encoding::ActionRecord<A> action;
+    encoding::build_action_record<T, A, Operation::modify>(action_spec, meter_spec, action);
+    return pipe_mgr_mat_ent_set_action_by_match_spec(sess_hdl, to_driver(dev_tgt), T->handle, &match.record,
+                                                     action_handle<T, A>, &action.record, no_flags);
+}
+
+template <TableRef T>
+pd_status remove(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl) noexcept {
+    return pipe_mgr_mat_ent_del(sess_hdl, dev_id, T->handle, entry_hdl, no_flags);
+}
+
+template <TableRef T>
+pd_status remove_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
+                               std::uint32_t priority) noexcept {
+    encoding::MatchRecord<T> match;
+    encoding::build_match_spec<T>(match_spec, priority, match);
+    return pipe_mgr_mat_ent_del_by_match_spec(sess_hdl, to_driver(dev_tgt), T->handle, &match.record, no_flags);
+}
+
+template <TableRef T>
+pd_status find(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
+               pd_entry* entry_hdl) noexcept {
+    encoding::MatchRecord<T> match;
+    encoding::build_match_spec<T>(match_spec, priority, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), T->handle, &match.record, entry_hdl, no_flags);
+}
+
+} // namespace vl_pd::entries

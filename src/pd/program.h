@@ -1,0 +1,5 @@
+// What the generated functions of the program as a whole forward to.
+#pragma once
+
+#include "pd/action_names.h"
+#include "pd/lifecycle.h"

@@ -1,0 +1,166 @@
+// Reading entries back and walking tables.
+//
+// An entry is read by one driver call and decoded. Nothing is written to an output before the driver's answer has proved
+// to hold action data; an action that isn't the table's still lets the key through.
+#pragma once
+
+#include "pd/assertion.h"
+#include "pd/decoding.h"
+#include "pd/device.h"
+#include "pd/exported_name.h"
+#include "pd/resource_list.h"
+#include "vl_driver/tables.h"
+#include "vl_pd/velmar_switch/program.h"
+
+namespace vl_pd::readback {
+
+using bytes::Byte;
+using catalog::ActionRef;
+using catalog::TableRef;
+using decoding::action_layout;
+using decoding::key_layout;
+using decoding::unbuild_action_spec;
+using decoding::unbuild_key;
+using decoding::unbuild_mask;
+
+// Room for the action data of every table.
+inline constexpr std::size_t data_capacity = 32;
+
+// "p4_pd_velmar_switch_<table>_get_entry"
+template <TableRef T>
+inline constexpr auto get_entry_name =
+    join_names<name_prefix.size() + std::string_view(T->name).size() + 10>(name_prefix, T->name, "_get_entry");
+
+template <TableRef T>
+void prepare(pipe_match_record& match, Byte* key, Byte* mask) {
+    constexpr catalog::KeyLayout layout = key_layout<T>;
+    if constexpr (layout.bytes != 0) {
+        match.key_bytes = key;
+        match.mask_bytes = mask;
+        match.key_bits = layout.bits;
+        match.key_len = layout.bytes;
+    }
+}
+
+template <TableRef T>
+void write_key(const pipe_match_record& match, void* match_spec, std::uint32_t* priority, std::uint8_t* is_default) {
+    constexpr catalog::KeyShape shape = catalog::key_shape(*T);
+    if constexpr (shape != catalog::KeyShape::keyless) {
+        const bool has_key = match.key_bytes != nullptr && match.key_len != 0;
+        *is_default = has_key ? 0 : 1;
+        if constexpr (shape == catalog::KeyShape::masked) *priority = match.priority;
+        if (!has_key) {
+            std::memset(match_spec, 0, key_layout<T>.record_size);
+            return;
+        }
+        unbuild_key<T>(match, match_spec);
+        if constexpr (shape != catalog::KeyShape::exact) unbuild_mask<T>(match, match_spec);
+    }
+}
+
+// Where a reader wants the action; name and number may be null.
+struct ActionOutputs {
+    char* name;
+    void* spec;
+    std::uint32_t* number;
+};
+
+template <ActionRef A>
+void write_action(const pipe_action_data& action, const ResourceList& resources, const ActionOutputs& out) {
+    if (out.name != nullptr) std::strcpy(out.name, p4_pd_velmar_switch_action_name_strings[A.number]);
+    if (out.number != nullptr) *out.number = A.number;
+    if constexpr (action_layout<A>.param_count != 0)
+        unbuild_action_spec<A>(action, resources.pairs(), resources.count(), out.spec);
+}
+
+// The table's i-th action as a template argument.
+template <TableRef T, std::size_t i>
+inline constexpr ActionRef action_of = {
+    static_cast<std::uint16_t>(catalog::action_number(catalog::velmar_switch, T->actions.begin()[i].action))};
+
+// Finds the action by its handle among the table's and writes it. False, with nothing written, if it isn't one of them.
+template <TableRef T>
+bool write_action_by_handle(std::uint32_t action_hdl, const pipe_action_data& action, const ResourceList& resources,
+                            const ActionOutputs& out) {
+    return [&]<std::size_t... i>(std::index_sequence<i...>) {
+        return ((T->actions.begin()[i].handle == action_hdl &&
+                 (write_action<action_of<T, i>>(action, resources, out), true)) ||
+                ...);
+    }
+    (std::make_index_sequence<T->actions.size()>());
+}
+
+template <TableRef T>
+pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
+                    void* match_spec, std::uint32_t* priority, char* action_name, void* action_spec,
+                    std::uint32_t* action_id, std::uint8_t* is_default) noexcept {
+    Byte key[key_layout<T>.bytes + 1]{};
+    Byte mask[key_layout<T>.bytes + 1]{};
+    Byte data[data_capacity]{};
+    pipe_match_record match{};
+    prepare<T>(match, key, mask);
+    pipe_action_record action{};
+    action.action.data = data;
+    action.action.data_len = data_capacity;
+    pipe_act_hdl action_hdl = 0;
+
+    const pd_status refused = pipe_mgr_get_entry(sess_hdl, T->handle, on_all_pipes(dev_id), entry_hdl, &match, &action,
+                                                 &action_hdl, static_cast<std::uint8_t>(read_from_hw), 1, 0);
+    if (refused != PD_STATUS_OK) return refused;
+    if (action.kind != PIPE_KIND_ACTION_DATA) {
+        assertion_failed(Condition::zero, get_entry_name<T>.data(), __LINE__);
+        return PD_STATUS_UNEXPECTED;
+    }
+    ResourceList resources;
+    if (!resources.build_pd_res_spec(action)) return PD_STATUS_NO_MEMORY;
+
+    pd_status status = PD_STATUS_OK;
+    if (!write_action_by_handle<T>(action_hdl, action.action, resources,
+                                   {.name = action_name, .spec = action_spec, .number = action_id})) {
+        assertion_failed(Condition::null_pointer, get_entry_name<T>.data(), __LINE__);
+        status = PD_STATUS_UNEXPECTED;
+    }
+    write_key<T>(match, match_spec, priority, is_default);
+    return status;
+}
+
+template <TableRef T>
+pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
+                             void* match_spec, std::uint32_t* priority, std::uint8_t* has_mbr, std::uint8_t* has_grp,
+                             pd_group* grp_hdl, pd_member* mbr_hdl, std::uint8_t* is_default) noexcept {
+    Byte key[key_layout<T>.bytes]{};
+    Byte mask[key_layout<T>.bytes]{};
+    pipe_match_record match{};
+    prepare<T>(match, key, mask);
+    pipe_action_record action{};
+    pipe_act_hdl action_hdl = 0;
+
+    const pd_status refused = pipe_mgr_get_entry(sess_hdl, T->handle, on_all_pipes(dev_id), entry_hdl, &match, &action,
+                                                 &action_hdl, static_cast<std::uint8_t>(read_from_hw), 1, 0);
+    if (refused != PD_STATUS_OK) return refused;
+    *has_mbr = action.kind == PIPE_KIND_MEMBER;
+    *has_grp = action.kind == PIPE_KIND_GROUP;
+    if (*has_mbr) *mbr_hdl = action.member_hdl;
+    if (*has_grp) *grp_hdl = action.group_hdl;
+    write_key<T>(match, match_spec, priority, is_default);
+    return PD_STATUS_OK;
+}
+
+template <TableRef T>
+pd_status get_entry_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t* count) noexcept {
+    return pipe_mgr_get_entry_count(sess_hdl, to_driver(dev_tgt), T->handle, 0, count);
+}
+
+// Mind the order: the table stands before the device in the walking calls, behind it elsewhere.
+template <TableRef T>
+pd_status get_first_entry_handle(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry* entry_hdl) noexcept {
+    return pipe_mgr_get_first_entry_handle(sess_hdl, T->handle, to_driver(dev_tgt), entry_hdl);
+}
+
+template <TableRef T>
+pd_status get_next_entry_handles(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl, std::uint32_t n,
+                                 pd_entry* next_entry_hdls) noexcept {
+    return pipe_mgr_get_next_entry_handles(sess_hdl, T->handle, to_driver(dev_tgt), entry_hdl, n, next_entry_hdls);
+}
+
+} // namespace vl_pd::readback

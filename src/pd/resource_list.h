@@ -1,0 +1,35 @@
+// The attached resources of an entry that was read, as plain pairs.
+#pragma once
+
+#include <cstdint>
+
+#include "vl_driver/types.h"
+#include "vl_pd/types.h"
+
+namespace vl_pd {
+
+// Owns the list for the length of a call. It is allocated only if the record has slots, whether or not the entry's
+// action needs it, and freed on every path.
+class ResourceList {
+public:
+    ResourceList() = default;
+    ResourceList(const ResourceList&) = delete;
+    ResourceList& operator=(const ResourceList&) = delete;
+    ~ResourceList();
+
+    // Lists the record's attached slots. False if there was no memory for the list.
+    bool build_pd_res_spec(const pipe_action_record& record) noexcept;
+
+    const pd_resource_index* pairs() const {
+        return pairs_;
+    }
+    std::uint32_t count() const {
+        return count_;
+    }
+
+private:
+    pd_resource_index* pairs_ = nullptr;
+    std::uint32_t count_ = 0;
+};
+
+} // namespace vl_pd

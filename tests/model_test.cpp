@@ -1,0 +1,615 @@
+// What the embedded driver promises to those who use it: entry identity, refusals, walking, default entries, a hardware of
+// its own, faults and records, device state over a restart. Uses a pipeline of three tables made up for it.
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <numeric>
+#include <random>
+#include <vector>
+
+#include <cjson/cJSON.h>
+#include <gtest/gtest.h>
+
+#include <vl_driver/driver.h>
+#include <vl_model/control.h>
+#include <vl_model/observe.h>
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+constexpr uint32_t hosts = 0x1000001;   // exact, direct, with a counter
+constexpr uint32_t routes = 0x1000002;  // prefix, direct
+constexpr uint32_t groups = 0x1000003;  // ternary, indirect
+constexpr uint32_t keyless = 0x1000004; // has no initial default entry
+constexpr uint32_t counter = 0x4000001;
+
+constexpr uint32_t forward = 0x20000001; // 9 bits of data
+constexpr uint32_t drop = 0x20000002;    // no data, the hosts' initial default
+constexpr uint32_t miss = 0x20000003;    // default only
+
+constexpr vl_model_action host_actions[] = {
+    {.handle = forward, .data_bits = 9, .data_len = 2, .for_entries = 1, .for_default = 1},
+    {.handle = drop, .data_bits = 0, .data_len = 0, .for_entries = 1, .for_default = 1},
+    {.handle = miss, .data_bits = 8, .data_len = 1, .for_entries = 0, .for_default = 1},
+};
+
+vl_model_table table(uint32_t handle, vl_model_match match, uint16_t key_bits, uint16_t key_len) {
+    vl_model_table t{};
+    t.handle = handle;
+    t.name = "t";
+    t.match = match;
+    t.key_bits = key_bits;
+    t.key_len = key_len;
+    t.actions = host_actions;
+    t.action_count = 3;
+    return t;
+}
+
+// A match record that owns its bytes.
+struct Key {
+    Bytes key;
+    Bytes mask;
+    pipe_match_record record{};
+
+    Key(Bytes key_bytes, Bytes mask_bytes, uint16_t bits, uint32_t priority = 0, uint32_t partition = 0)
+        : key(std::move(key_bytes)),
+          mask(std::move(mask_bytes)) {
+        record.key_bytes = key.data();
+        record.mask_bytes = mask.data();
+        record.key_bits = bits;
+        record.key_len = static_cast<uint16_t>(key.size());
+        record.priority = priority;
+        record.partition_index = partition;
+    }
+    Key(const Key&) = delete;
+    Key& operator=(const Key&) = delete;
+};
+
+Key host(uint32_t address) {
+    Bytes key(5, 0x07);
+    std::memcpy(&key[1], &address, sizeof(address));
+    return Key(key, Bytes(5, 0xFF), 40);
+}
+
+struct Action {
+    Bytes data;
+    pipe_action_record record{};
+
+    explicit Action(Bytes bytes = {}, uint16_t bits = 0) : data(std::move(bytes)) {
+        data.reserve(1);
+        record.kind = PIPE_KIND_ACTION_DATA;
+        record.action.data = data.data();
+        record.action.data_len = static_cast<uint16_t>(data.size());
+        record.action.data_bits = bits;
+    }
+    Action(const Action&) = delete;
+    Action& operator=(const Action&) = delete;
+
+    Action& slot(std::size_t i, uint32_t resource, uint32_t tag, uint8_t value) {
+        record.slots[i].resource_hdl = resource;
+        record.slots[i].tag = tag;
+        record.slots[i].spec[0] = value;
+        record.resource_count = static_cast<uint8_t>(std::max<std::size_t>(record.resource_count, i + 1));
+        return *this;
+    }
+};
+
+// What a read gives, with room for keys of 5 bytes and data of `room` bytes.
+struct Reading {
+    Bytes key = Bytes(5);
+    Bytes mask = Bytes(5);
+    Bytes data;
+    pipe_match_record match{};
+    pipe_action_record action{};
+    uint32_t action_hdl = 0;
+    pipe_status status = 0;
+};
+
+class ModelTest : public testing::Test {
+protected:
+    static constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
+    pipe_sess_hdl session = 0;
+
+    void SetUp() override {
+        vl_model_reset();
+        ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
+        add_device(device.dev_id);
+    }
+
+    static void add_device(uint32_t dev_id) {
+        std::array tables{table(hosts, VL_MODEL_EXACT, 40, 5), table(routes, VL_MODEL_PREFIX, 40, 5),
+                          table(groups, VL_MODEL_TERNARY, 20, 3), table(keyless, VL_MODEL_KEYLESS, 0, 0)};
+        tables[0].initial_default = drop;
+        tables[0].resource_hdl = counter;
+        tables[2].data_table = 0x2000001;
+        tables[2].selector = 0x3000001;
+        const vl_model_pipeline pipeline{.name = "p", .tables = tables.data(), .table_count = tables.size()};
+        ASSERT_EQ(vl_model_device_add(dev_id, &pipeline), VL_MODEL_OK);
+    }
+
+    pipe_status add(uint32_t tbl, const Key& key, uint32_t act, const Action& action, uint32_t* handle) const {
+        return pipe_mgr_mat_ent_add(session, device, tbl, &key.record, act, &action.record, 0, 0, handle);
+    }
+
+    uint32_t add_host(uint32_t address, uint32_t act = drop, const Action& action = Action()) const {
+        uint32_t handle = 0;
+        EXPECT_EQ(add(hosts, host(address), act, action, &handle), VL_MODEL_OK);
+        return handle;
+    }
+
+    std::unique_ptr<Reading> read(uint32_t tbl, uint32_t handle, bool from_hw = false, uint16_t room = 32) const {
+        auto r = std::make_unique<Reading>();
+        r->data.resize(room);
+        r->match.key_bytes = r->key.data();
+        r->match.mask_bytes = r->mask.data();
+        r->match.key_len = 5;
+        r->action.action.data = r->data.data();
+        r->action.action.data_len = room;
+        r->status = pipe_mgr_get_entry(session, tbl, device, handle, &r->match, &r->action, &r->action_hdl,
+                                       from_hw ? 1 : 0, 1, 0);
+        return r;
+    }
+
+    // All handles, fetched three at a time; what is not needed of the last batch must stay as it was.
+    std::vector<uint32_t> walk(uint32_t tbl) const {
+        std::vector<uint32_t> handles;
+        uint32_t handle = 0;
+        if (pipe_mgr_get_first_entry_handle(session, tbl, device, &handle) != VL_MODEL_OK) {
+            return handles;
+        }
+        handles.push_back(handle);
+        for (;;) {
+            std::array<uint32_t, 3> batch{1234567, 1234567, 1234567};
+            EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, tbl, device, handles.back(), 3, batch.data()), 0U);
+            const auto end = std::find(batch.begin(), batch.end(), PIPE_HDL_END);
+            handles.insert(handles.end(), batch.begin(), end);
+            if (end != batch.end()) {
+                EXPECT_TRUE(std::all_of(end + 1, batch.end(), [](uint32_t h) { return h == 1234567; }));
+                return handles;
+            }
+        }
+    }
+};
+
+TEST_F(ModelTest, EntryComesBackAsSent) {
+    const Key key({1, 2, 3, 4, 0}, {0xFF, 0xFF, 0xFF, 0xF0, 0}, 40, 12, 0x1234);
+    uint32_t handle = 0;
+    ASSERT_EQ(add(routes, key, forward, Action({1, 0xFF}, 9), &handle), VL_MODEL_OK);
+    const auto r = read(routes, handle);
+    EXPECT_EQ(r->key, key.key);
+    EXPECT_EQ(r->mask, key.mask);
+    EXPECT_EQ(r->match.partition_index, 0x1234U);
+    EXPECT_EQ(r->match.priority, 12U);
+    EXPECT_EQ(r->match.key_bits, 40);
+    EXPECT_EQ(r->action.kind, PIPE_KIND_ACTION_DATA);
+    EXPECT_EQ(r->action_hdl, forward);
+    EXPECT_EQ(r->action.action.data_len, 2);
+    EXPECT_EQ(r->data[0], 1);
+    EXPECT_EQ(r->data[1], 0xFF);
+
+    // No more than there is room for.
+    const auto little = read(routes, handle, false, 1);
+    EXPECT_EQ(little->action.action.data_len, 1);
+    EXPECT_EQ(little->data, Bytes{1});
+}
+
+TEST_F(ModelTest, IdentityIsPartitionKeyMaskAndPriority) {
+    const Bytes bytes{1, 2, 3, 4, 5};
+    const Bytes ones(5, 0xFF);
+    const Key variants[] = {{bytes, ones, 40, 0, 0},
+                            {bytes, ones, 40, 1, 0},
+                            {bytes, ones, 40, 0, 1},
+                            {{1, 2, 3, 4, 6}, ones, 40, 0, 0},
+                            {bytes, {0xFF, 0xFF, 0xFF, 0xFF, 0}, 40, 0, 0}};
+    std::vector<uint32_t> handles;
+    for (const Key& key : variants) {
+        uint32_t handle = 0;
+        ASSERT_EQ(add(routes, key, drop, Action(), &handle), VL_MODEL_OK);
+        handles.push_back(handle);
+        EXPECT_EQ(add(routes, key, drop, Action(), &handle), VL_MODEL_EXISTS);
+    }
+    for (std::size_t i = 0; i < handles.size(); ++i) {
+        uint32_t found = 0;
+        EXPECT_EQ(pipe_mgr_match_spec_to_ent_hdl(session, device, routes, &variants[i].record, &found, 0), 0U);
+        EXPECT_EQ(found, handles[i]);
+    }
+}
+
+TEST_F(ModelTest, RefusesWhatDoesNotFitTheTable) {
+    uint32_t handle = 77;
+    const Key good = host(1);
+    EXPECT_EQ(add(hosts, Key({1, 2, 3, 4}, Bytes(4), 40), drop, Action(), &handle), VL_MODEL_BAD_KEY);
+    EXPECT_EQ(add(hosts, Key(Bytes(5), Bytes(5), 39), drop, Action(), &handle), VL_MODEL_BAD_KEY);
+    EXPECT_EQ(add(routes, Key(Bytes(5), Bytes(5), 40, 41), drop, Action(), &handle), VL_MODEL_BAD_KEY);
+    EXPECT_EQ(add(keyless, Key({}, {}, 0), drop, Action(), &handle), VL_MODEL_NOT_SUPPORTED);
+    EXPECT_EQ(add(hosts, good, 0x20000099, Action(), &handle), VL_MODEL_FOREIGN_ACTION);
+    EXPECT_EQ(add(hosts, good, miss, Action({1}, 8), &handle), VL_MODEL_FOREIGN_ACTION);
+    EXPECT_EQ(add(hosts, good, forward, Action({1}, 9), &handle), VL_MODEL_BAD_DATA);
+    EXPECT_EQ(add(hosts, good, forward, Action({1, 2}, 16), &handle), VL_MODEL_BAD_DATA);
+    EXPECT_EQ(add(groups, Key(Bytes(3), Bytes(3), 20), drop, Action(), &handle), VL_MODEL_BAD_DATA);
+
+    Action member;
+    member.record.kind = PIPE_KIND_MEMBER;
+    EXPECT_EQ(add(groups, Key(Bytes(3), Bytes(3), 20), forward, member, &handle), VL_MODEL_BAD_DATA);
+    member.record.member_hdl = 5;
+    EXPECT_EQ(add(hosts, good, drop, member, &handle), VL_MODEL_BAD_DATA);
+    EXPECT_EQ(handle, 77U);
+    EXPECT_EQ(add(groups, Key(Bytes(3), Bytes(3), 20), forward, member, &handle), VL_MODEL_OK);
+    EXPECT_EQ(read(groups, handle)->action.member_hdl, 5U);
+
+    const uint32_t entry = add_host(1);
+    const Action none;
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session + 1, 3, hosts, entry, 0), VL_MODEL_UNKNOWN_SESSION);
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 4, hosts, entry, 0), VL_MODEL_UNKNOWN_DEVICE);
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, 0x1000009, entry, 0), VL_MODEL_UNKNOWN_TABLE);
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, entry + 1, 0), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_mat_ent_set_action(session, 3, hosts, entry + 1, drop, &none.record, 0), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_mat_ent_del_by_match_spec(session, device, hosts, &host(2).record, 0), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(walk(hosts), std::vector{entry});
+}
+
+TEST_F(ModelTest, CapacityIsOfLiveEntries) {
+    ASSERT_EQ(vl_model_table_set_capacity(3, hosts, 2), VL_MODEL_OK);
+    const uint32_t first = add_host(1);
+    add_host(2);
+    uint32_t handle = 0;
+    EXPECT_EQ(add(hosts, host(3), drop, Action(), &handle), VL_MODEL_TABLE_FULL);
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, first, 0), VL_MODEL_OK);
+    EXPECT_EQ(add(hosts, host(3), drop, Action(), &handle), VL_MODEL_OK);
+}
+
+TEST_F(ModelTest, ModifyKeepsUnchangedSlotsOnly) {
+    Action sent({0, 1}, 9);
+    sent.slot(0, counter, PIPE_SLOT_ATTACHED, 0xAA).slot(3, counter + 1, PIPE_SLOT_DETACHED, 0xBB);
+    const uint32_t handle = add_host(1, forward, sent);
+    const auto added = read(hosts, handle);
+    EXPECT_EQ(std::memcmp(added->action.slots, sent.record.slots, sizeof(sent.record.slots)), 0);
+    EXPECT_EQ(added->action.resource_count, 4);
+
+    Action unchanged;
+    unchanged.slot(0, counter, PIPE_SLOT_UNCHANGED, 0);
+    ASSERT_EQ(pipe_mgr_mat_ent_set_action(session, 3, hosts, handle, drop, &unchanged.record, 0), VL_MODEL_OK);
+    const auto modified = read(hosts, handle);
+    EXPECT_EQ(modified->action_hdl, drop);
+    EXPECT_EQ(modified->action.action.data_len, 0);
+    EXPECT_EQ(modified->action.slots[0].spec[0], 0xAA);
+    EXPECT_EQ(modified->action.slots[0].tag, uint32_t{PIPE_SLOT_ATTACHED});
+    EXPECT_EQ(modified->action.slots[3].resource_hdl, 0U);
+
+    Action detached;
+    detached.slot(0, counter, PIPE_SLOT_DETACHED, 0);
+    ASSERT_EQ(
+        pipe_mgr_mat_ent_set_action_by_match_spec(session, device, hosts, &host(1).record, drop, &detached.record, 0),
+        VL_MODEL_OK);
+    EXPECT_EQ(read(hosts, handle)->action.slots[0].spec[0], 0);
+}
+
+TEST_F(ModelTest, WalkGoesOnFromDeletedEntries) {
+    uint32_t handle = 0;
+    EXPECT_EQ(pipe_mgr_get_first_entry_handle(session, hosts, device, &handle), VL_MODEL_NOT_FOUND);
+    for (uint32_t i = 0; i < 5000; ++i) {
+        add_host(i);
+    }
+    const std::vector<uint32_t> all = walk(hosts);
+    ASSERT_EQ(all.size(), 5000U);
+    for (std::size_t i = 1; i + 1 < all.size(); ++i) {
+        ASSERT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, all[i], 0), VL_MODEL_OK);
+    }
+    EXPECT_EQ(walk(hosts), (std::vector{all.front(), all.back()}));
+    std::array<uint32_t, 2> next{};
+    EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, hosts, device, all[2000], 2, next.data()), 0U);
+    EXPECT_EQ(next[0], all.back());
+    EXPECT_EQ(next[1], PIPE_HDL_END);
+    EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, hosts, device, 5001, 1, next.data()), VL_MODEL_NOT_FOUND);
+}
+
+// The index closes its gaps on deletion; a fault there loses entries that only some orders of work show.
+TEST_F(ModelTest, AgreesWithAMapUnderRandomWork) {
+    std::mt19937 random(1);
+    std::map<uint32_t, uint32_t> expected;
+    for (int step = 0; step < 60000; ++step) {
+        const uint32_t address = random() % 3000;
+        const Key key = host(address);
+        const auto known = expected.find(address);
+        if (random() % 2 == 0) {
+            uint32_t handle = 0;
+            const pipe_status status = add(hosts, key, drop, Action(), &handle);
+            ASSERT_EQ(status, known == expected.end() ? VL_MODEL_OK : VL_MODEL_EXISTS);
+            if (status == VL_MODEL_OK) {
+                expected[address] = handle;
+            }
+        } else {
+            const pipe_status status = pipe_mgr_mat_ent_del_by_match_spec(session, device, hosts, &key.record, 0);
+            ASSERT_EQ(status, known == expected.end() ? VL_MODEL_NOT_FOUND : VL_MODEL_OK);
+            if (status == VL_MODEL_OK) {
+                expected.erase(known);
+            }
+        }
+    }
+    std::vector<uint32_t> handles;
+    for (const auto& [address, handle] : expected) {
+        handles.push_back(handle);
+        uint32_t found = 0;
+        ASSERT_EQ(pipe_mgr_match_spec_to_ent_hdl(session, device, hosts, &host(address).record, &found, 0), 0U);
+        ASSERT_EQ(found, handle);
+        ASSERT_EQ(read(hosts, handle)->key, host(address).key);
+    }
+    std::sort(handles.begin(), handles.end());
+    EXPECT_EQ(walk(hosts), handles); // so no handle is given out twice
+    uint32_t count = 0;
+    EXPECT_EQ(pipe_mgr_get_entry_count(session, device, hosts, 0, &count), VL_MODEL_OK);
+    EXPECT_EQ(count, handles.size());
+}
+
+TEST_F(ModelTest, DefaultEntry) {
+    const auto read_action = [&](uint32_t tbl) {
+        pipe_action_record record{};
+        uint32_t action = 0;
+        const pipe_status status = pipe_mgr_table_get_default_entry(session, device, tbl, &record, &action, 0, 1, 0);
+        return status == VL_MODEL_OK ? action : 0;
+    };
+    uint32_t handle = 0;
+    EXPECT_EQ(read_action(hosts), drop);
+    EXPECT_EQ(read_action(keyless), 0U);
+    EXPECT_EQ(pipe_mgr_table_get_default_entry_handle(session, device, keyless, &handle), VL_MODEL_NOT_FOUND);
+
+    ASSERT_EQ(pipe_mgr_mat_default_entry_set(session, device, hosts, miss, &Action({9}, 8).record, 0, &handle), 0U);
+    EXPECT_EQ(read_action(hosts), miss);
+    EXPECT_NE(handle, PIPE_HDL_END);
+    const auto r = read(hosts, handle);
+    EXPECT_EQ(r->match.key_len, 0);
+    EXPECT_EQ(r->data[0], 9);
+    uint32_t count = 7;
+    EXPECT_EQ(pipe_mgr_get_entry_count(session, device, hosts, 0, &count), VL_MODEL_OK);
+    EXPECT_EQ(count, 0U);
+    EXPECT_TRUE(walk(hosts).empty());
+
+    ASSERT_EQ(pipe_mgr_mat_tbl_default_entry_reset(session, device, hosts, 0), VL_MODEL_OK);
+    EXPECT_EQ(read_action(hosts), drop);
+    ASSERT_EQ(pipe_mgr_mat_default_entry_set(session, device, keyless, drop, &Action().record, 0, &handle), 0U);
+    ASSERT_EQ(pipe_mgr_mat_tbl_default_entry_reset(session, device, keyless, 0), VL_MODEL_OK);
+    EXPECT_EQ(read_action(keyless), 0U);
+}
+
+TEST_F(ModelTest, HardwareDiffersUntilSoftwareWritesAnew) {
+    const uint32_t handle = add_host(1, forward, Action({0, 1}, 9));
+    const auto set_data = [](vl_model::EntryImage& image) { image.data[1] = 0x55; };
+    ASSERT_EQ(vl_model::edit_hardware(3, hosts, handle, set_data), VL_MODEL_OK);
+    EXPECT_EQ(read(hosts, handle, true)->data[1], 0x55);
+    EXPECT_EQ(read(hosts, handle, false)->data[1], 1);
+    EXPECT_EQ(read(hosts, handle, true)->key, host(1).key);
+
+    ASSERT_EQ(pipe_mgr_mat_ent_set_action(session, 3, hosts, handle, forward, &Action({0, 2}, 9).record, 0), 0U);
+    EXPECT_EQ(read(hosts, handle, true)->data[1], 2);
+
+    ASSERT_EQ(vl_model::drop_hardware(3, hosts, handle), VL_MODEL_OK);
+    EXPECT_EQ(read(hosts, handle, true)->status, VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(read(hosts, handle, false)->status, VL_MODEL_OK);
+
+    // A handle that comes back doesn't inherit what its last entry's hardware had.
+    ASSERT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, handle, 0), VL_MODEL_OK);
+    ASSERT_EQ(add_host(2), handle);
+    EXPECT_EQ(read(hosts, handle, true)->status, VL_MODEL_OK);
+
+    uint32_t fallback = 0;
+    ASSERT_EQ(pipe_mgr_table_get_default_entry_handle(session, device, hosts, &fallback), VL_MODEL_OK);
+    ASSERT_EQ(vl_model::edit_hardware(3, hosts, fallback, [](auto& image) { image.action_hdl = miss; }), VL_MODEL_OK);
+    EXPECT_EQ(read(hosts, fallback, true)->action_hdl, miss);
+    EXPECT_EQ(read(hosts, fallback, false)->action_hdl, drop);
+}
+
+TEST_F(ModelTest, FaultsRefuseTheirCallAndNoOther) {
+    vl_model::fail_call("pipe_mgr_mat_ent_add", 2, 99);
+    vl_model::fail_call("p4_pd_ms_init_state", 1, 98);
+    uint32_t handle = 0;
+    add_host(1);
+    EXPECT_EQ(add(hosts, host(2), drop, Action(), &handle), 99U);
+    EXPECT_EQ(handle, 0U);
+    add_host(2);
+    EXPECT_EQ(p4_pd_ms_init_state(), nullptr);
+    EXPECT_NE(p4_pd_ms_init_state(), nullptr);
+
+    vl_model::fail_call("pipe_mgr_mat_ent_add", 1, 99);
+    vl_model::clear_faults();
+    add_host(3);
+
+    const std::size_t live = vl_model::live_allocations();
+    vl_model::fail_allocation(2);
+    void* first = bf_sys_calloc(0, 8);
+    EXPECT_NE(first, nullptr);
+    EXPECT_EQ(bf_sys_calloc(1, 8), nullptr);
+    EXPECT_EQ(vl_model::live_allocations(), live + 1);
+    EXPECT_EQ(vl_model::allocations_made(), 1U);
+    bf_sys_free(first);
+    bf_sys_free(nullptr);
+    EXPECT_EQ(vl_model::live_allocations(), live);
+    int other = 0;
+    EXPECT_DEATH(bf_sys_free(&other), "not a live block");
+}
+
+TEST_F(ModelTest, RecordsCallsAsTheyCameIn) {
+    add_host(1);
+    vl_model::record_calls(true);
+    vl_model::fail_call("pipe_mgr_mat_ent_del", 1, 99);
+    uint32_t handle = 0;
+    Action action({1, 2}, 9);
+    action.slot(0, counter, PIPE_SLOT_ATTACHED, 5).record.reserved[5] = 0xEE;
+    ASSERT_EQ(add(hosts, host(2), forward, action, &handle), VL_MODEL_OK);
+    read(hosts, handle);
+    pipe_mgr_mat_ent_del(session, 3, hosts, handle, 0);
+    vl_model_log_sink_set([](int, int, const char*, void*) {}, nullptr);
+    bf_sys_log_and_trace(0, BF_SYS_LEVEL_ERROR, "%s:%d", "here", 7);
+    const std::vector<vl_model::Call> calls = vl_model::take_calls();
+    vl_model::record_calls(false);
+
+    ASSERT_EQ(calls.size(), 4U);
+    EXPECT_EQ(calls[0].function, "pipe_mgr_mat_ent_add");
+    ASSERT_EQ(calls[0].args.size(), 9U);
+    EXPECT_EQ(calls[0].args[1], 0x0000FFFF00000003U);
+    EXPECT_EQ(calls[0].args[8], reinterpret_cast<uintptr_t>(&handle));
+    EXPECT_EQ(calls[0].match->key, host(2).key);
+    EXPECT_EQ(calls[0].action->data, (Bytes{1, 2}));
+    EXPECT_EQ(calls[0].action->slots[0].spec[0], 5);
+    EXPECT_EQ(calls[0].action->reserved[5], 0xEE);
+    // The read shows what the caller brought, not what it got.
+    EXPECT_EQ(calls[1].action->data, Bytes(32));
+    EXPECT_EQ(calls[1].match->key, Bytes(5));
+    EXPECT_EQ(calls[1].action->kind, 0);
+    EXPECT_EQ(calls[2].status, 99U);
+    EXPECT_EQ(calls[3].text, "here:7");
+    EXPECT_EQ(calls[3].args.size(), 3U);
+}
+
+TEST_F(ModelTest, AnswerHookHasTheLastWord) {
+    const uint32_t handle = add_host(1);
+    vl_model::set_answer_hook([](pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl) {
+        match.key_bytes = nullptr;
+        action.kind = PIPE_KIND_GROUP;
+        action_hdl = 0xBAD;
+    });
+    const auto r = read(hosts, handle);
+    EXPECT_EQ(r->match.key_bytes, nullptr);
+    EXPECT_EQ(r->action.kind, PIPE_KIND_GROUP);
+    EXPECT_EQ(r->action_hdl, 0xBADU);
+    vl_model::set_answer_hook({});
+    EXPECT_EQ(read(hosts, handle)->action_hdl, drop);
+}
+
+class ShadowTest : public ModelTest {
+protected:
+    p4_pd_ms_state* state = p4_pd_ms_init_state();
+
+    std::string log(p4_pd_ms_state* of) {
+        cJSON* object = cJSON_CreateObject();
+        EXPECT_EQ(p4_pd_ms_log_state(3, of, object), VL_MODEL_OK);
+        char* text = cJSON_PrintUnformatted(object);
+        std::string result = text;
+        cJSON_free(text);
+        cJSON_Delete(object);
+        return result;
+    }
+    std::vector<uint32_t> groups_of(uint32_t member) {
+        std::vector<uint32_t> found;
+        p4_pd_ms_mbr_apply_to_grps(
+            state, 3, member,
+            [](uint32_t, uint32_t group, uint32_t, void* cookie) -> pipe_status {
+                static_cast<std::vector<uint32_t>*>(cookie)->push_back(group);
+                return VL_MODEL_OK;
+            },
+            &found);
+        return found;
+    }
+};
+
+TEST_F(ShadowTest, MembershipGoesWithEitherSide) {
+    uint32_t action = 0;
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_new_mbr(session, state, 3, 5), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_set_mbr_act(state, 3, 5, forward), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_OK);
+    EXPECT_EQ(action, forward);
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 4, 5, &action), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_set_grp_act(state, 3, 7, forward), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_new_mbr(session, state, 3, 0), VL_MODEL_INVALID);
+
+    for (const uint32_t group : {7U, 8U, 9U}) {
+        EXPECT_EQ(p4_pd_ms_new_grp(session, state, 3, group), VL_MODEL_OK);
+        EXPECT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, 5, group), VL_MODEL_OK);
+    }
+    EXPECT_EQ(groups_of(5), (std::vector<uint32_t>{7, 8, 9}));
+    EXPECT_EQ(p4_pd_ms_del_mbr_from_grp(session, state, 3, 5, 8), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_del_grp(session, state, 3, 7, 0, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(groups_of(5), std::vector<uint32_t>{9});
+    EXPECT_EQ(p4_pd_ms_del_mbr(session, state, 3, 5), VL_MODEL_OK);
+    EXPECT_EQ(log(state), R"({"members":[],"groups":[{"group":8,"members":[]},{"group":9,"members":[]}]})");
+
+    // A replay may name a member in a group before the member itself.
+    EXPECT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, 6, 9), VL_MODEL_OK);
+    EXPECT_EQ(groups_of(6), std::vector<uint32_t>{9});
+    EXPECT_EQ(p4_pd_ms_destroy_state_for_dev(state, 3), VL_MODEL_OK);
+    EXPECT_EQ(log(state), R"({"members":[],"groups":[]})");
+}
+
+TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {
+    const uint32_t large = 0xFFFFFFFE;
+    for (const uint32_t member : {5U, large}) {
+        p4_pd_ms_new_mbr(session, state, 3, member);
+    }
+    p4_pd_ms_set_mbr_act(state, 3, large, forward);
+    p4_pd_ms_new_grp(session, state, 3, 7);
+    p4_pd_ms_set_grp_act(state, 3, 7, drop);
+    p4_pd_ms_add_mbr_to_grp(session, state, 3, large, 7);
+    p4_pd_ms_add_mbr_to_grp(session, state, 3, 5, 7);
+    const std::string text = log(state);
+
+    p4_pd_ms_state* other = p4_pd_ms_init_state();
+    p4_pd_ms_new_mbr(session, other, 3, 5);
+    p4_pd_ms_set_mbr_act(other, 3, 5, miss);
+    cJSON* object = cJSON_Parse(text.c_str());
+    EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
+    cJSON_Delete(object);
+    uint32_t action = 0;
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(other, 3, 5, &action), VL_MODEL_OK); // the log had none to put in its place
+    EXPECT_EQ(action, miss);
+    p4_pd_ms_set_mbr_act(state, 3, 5, miss);
+    EXPECT_EQ(log(other), log(state));
+
+    object = cJSON_Parse(R"({"members":[{},7,{"member":-1},{"member":1.5},{"member":5000000000}],"groups":3})");
+    EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
+    cJSON_Delete(object);
+    EXPECT_EQ(log(other), log(state));
+}
+
+// Two clients, of which each notes its calls in one list.
+std::vector<std::string>& events() {
+    static std::vector<std::string> list;
+    return list;
+}
+
+template <char name>
+void register_client(uint32_t priority) {
+    bf_drv_client_hdl handle = 0;
+    const char text[] = {name, 0};
+    ASSERT_EQ(bf_drv_register(text, &handle), VL_MODEL_OK);
+    EXPECT_EQ(bf_drv_register(text, &handle), VL_MODEL_EXISTS);
+    bf_drv_client_callbacks callbacks{};
+    callbacks.device_remove = [](uint32_t dev_id) -> pipe_status {
+        events().push_back(std::string(1, name) + " removes " + std::to_string(dev_id));
+        return VL_MODEL_OK;
+    };
+    callbacks.state_log = [](uint32_t, cJSON* object) -> pipe_status {
+        cJSON_AddStringToObject(object, "of", std::string(1, name).c_str());
+        return VL_MODEL_OK;
+    };
+    callbacks.state_restore = [](uint32_t, cJSON* object) -> pipe_status {
+        events().push_back(std::string(1, name) + " gets " + cJSON_GetObjectItem(object, "of")->valuestring);
+        return VL_MODEL_OK;
+    };
+    ASSERT_EQ(bf_drv_client_register_callbacks(handle, &callbacks, priority), VL_MODEL_OK);
+}
+
+TEST_F(ModelTest, ClientsHearOfDevicesByPriority) {
+    events().clear();
+    register_client<'a'>(5);
+    register_client<'b'>(2);
+    char* text = vl_model_state_log(3);
+    ASSERT_STREQ(text, R"({"b":{"of":"b"},"a":{"of":"a"}})");
+    EXPECT_EQ(vl_model_state_restore(3, text), VL_MODEL_OK);
+    std::free(text);
+    EXPECT_EQ(vl_model_state_restore(3, R"({"a":{"of":"x"}})"), VL_MODEL_OK);
+    EXPECT_EQ(vl_model_state_restore(3, "{"), VL_MODEL_INVALID);
+    EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK);
+    EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_UNKNOWN_DEVICE);
+    EXPECT_EQ(events(), (std::vector<std::string>{"b gets b", "a gets a", "a gets x", "b removes 3", "a removes 3"}));
+    EXPECT_EQ(vl_model_state_log(3), nullptr);
+    add_device(3);
+    EXPECT_TRUE(walk(hosts).empty());
+}
+
+} // namespace
