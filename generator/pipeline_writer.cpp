@@ -31,11 +31,13 @@ const char* match_name(KeyShape shape) {
     return "";
 }
 
-std::string action_line(const Catalog& rows, const Binding& binding) {
+// The actions of a profile serve entries and the default entry alike.
+std::string action_line(const Catalog& rows, const Binding& binding, bool in_profile) {
     const ActionLayout layout = action_layout(rows.actions[action_number(rows, binding.action)]);
     return "    {.handle = " + hex(binding.handle) + ", .data_bits = " + std::to_string(layout.bits) +
-           ", .data_len = " + std::to_string(layout.bytes) + ", .for_entries = " + (for_entries(binding) ? "1" : "0") +
-           ", .for_default = " + (for_default(binding) ? "1" : "0") + "},\n";
+           ", .data_len = " + std::to_string(layout.bytes) +
+           ", .for_entries = " + (in_profile || for_entries(binding) ? "1" : "0") +
+           ", .for_default = " + (in_profile || for_default(binding) ? "1" : "0") + "},\n";
 }
 
 // A pipeline starts with the last of a table's default actions, which is where programs put the miss.
@@ -57,7 +59,7 @@ std::string table_line(const Catalog& rows, const Table& table, const std::strin
            ", .resource_hdl = " + hex(resource_of(rows, table).handle) +
            ",\n     .data_table = " + hex(profile ? profile->data_table : 0) +
            ", .selector = " + hex(profile ? profile->selector : 0) + ", .idle_time = " + (table.idle_time ? "1" : "0") +
-           "},\n";
+           ", .capacity = 0},\n";
 }
 
 } // namespace
@@ -73,7 +75,7 @@ std::string write_pipeline_description(const Catalog& rows) {
             const Profile* profile = profile_of(rows, table);
             actions += "static const vl_model_action " + name + "[] = {\n";
             for (const Binding& binding : profile ? profile->actions : table.actions)
-                actions += action_line(rows, binding);
+                actions += action_line(rows, binding, profile != nullptr);
             actions += "};\n";
             tables += table_line(rows, table, name);
             ++count;

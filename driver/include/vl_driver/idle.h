@@ -12,7 +12,7 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* The parameters of a table's idle time, passed by value. In other modes than PIPE_IDLE_MODE_NOTIFY only mode counts. */
+/* The parameters of a table's idle time. In other modes than PIPE_IDLE_MODE_NOTIFY only mode counts. */
 typedef struct pipe_idle_params {
     uint32_t mode;
     uint32_t reserved_4;

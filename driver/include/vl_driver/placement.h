@@ -22,8 +22,8 @@ pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
                                         pipe_grp_hdl grp_hdl, const void** plcmt_data);
 
 /*
- * Decode without access to the device. Unlike the reading of an entry, the caller attaches zeroed buffers that are large
- * enough and sets no lengths: the driver reports them.
+ * Decode without access to the device. Unlike the reading of an entry, the caller attaches zeroed buffers that are
+ * large enough and sets no lengths: the driver reports them.
  */
 pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* plcmt_data, pipe_match_record* match,
                                               pipe_action_record* action, pipe_act_hdl* act_hdl);

@@ -56,8 +56,8 @@ pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tg
                                              uint32_t always_1, uint32_t always_0);
 
 /*
- * Reads an entry, or the default entry by its handle. The caller attaches its key, mask and action data buffers and says
- * how long they are. The driver fills them and priority and partition_index; for an entry without a key it leaves
+ * Reads an entry, or the default entry by its handle. The caller attaches its key, mask and action data buffers and
+ * says how long they are. The driver fills them and priority and partition_index; for an entry without a key it leaves
  * key_bytes null or sets key_len to 0. It sets kind, with kind 1 the action data (no more than data_len says) and the
  * slots, else the member or the group; and *act_hdl.
  */
@@ -65,7 +65,7 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
                                pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* act_hdl,
                                uint8_t read_from_hw, uint32_t always_1, uint32_t always_0);
 
-/* Counting and walking serve match, action data and selector tables alike: the handles are entries, members or groups. */
+/* Counting and walking serve match, action data and selector tables: handles are entries, members or groups. */
 pipe_status pipe_mgr_get_entry_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                      uint32_t always_0, uint32_t* count);
 

@@ -1,0 +1,137 @@
+/*
+ * The agent's side of the embedded driver: what a real driver's platform code would do. It opens sessions, adds devices
+ * with the pipeline that they run, and keeps the device state over a restart. All else goes through the driver
+ * boundary.
+ *
+ * The driver knows a pipeline by handles, widths and lengths alone, from the description that comes with a device.
+ */
+#ifndef VL_MODEL_CONTROL_H
+#define VL_MODEL_CONTROL_H
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+#pragma GCC visibility push(default)
+
+/* What calls of the boundary and of this header return. */
+typedef enum vl_model_status {
+    VL_MODEL_OK = 0,
+    VL_MODEL_NO_MEMORY = 2,
+    VL_MODEL_INVALID = 3,         /* a null pointer, a handle of 0, a contradictory pipeline, text that is no JSON */
+    VL_MODEL_UNKNOWN_SESSION = 4, /* never opened, or closed */
+    VL_MODEL_UNKNOWN_DEVICE = 5,
+    VL_MODEL_UNKNOWN_TABLE = 6,
+    VL_MODEL_NOT_FOUND = 7, /* no such entry, member or group; or none follows */
+    VL_MODEL_EXISTS = 8,
+    VL_MODEL_TABLE_FULL = 9,
+    VL_MODEL_FOREIGN_ACTION = 10, /* not an action of the table, or not for this kind of entry */
+    VL_MODEL_BAD_KEY = 11,        /* not the table's key length; or a prefix longer than its field */
+    VL_MODEL_BAD_DATA = 12,       /* not the action's data length, or not what the table's entries point at */
+    VL_MODEL_IN_USE = 13,
+    VL_MODEL_NOT_SUPPORTED = 14, /* a keyless table has no entries */
+    VL_MODEL_UNKNOWN_CLIENT = 16
+} vl_model_status;
+
+/* The enumerator's name without its prefix, and a phrase for people. A foreign value: "UNKNOWN", "unknown status". */
+const char* vl_model_status_name(uint32_t status);
+const char* vl_model_status_text(uint32_t status);
+
+/* Initialise the description's structs by member name: later versions may have more members, for which zero is a good
+ * value. */
+
+typedef struct vl_model_action {
+    uint32_t handle;
+    uint16_t data_bits; /* sum of the parameters' widths */
+    uint16_t data_len;  /* sum of the parameters' whole bytes */
+    uint8_t for_entries;
+    uint8_t for_default;
+} vl_model_action;
+
+typedef enum vl_model_match {
+    VL_MODEL_KEYLESS = 0, /* has a default entry only */
+    VL_MODEL_EXACT = 1,
+    VL_MODEL_TERNARY = 2,
+    VL_MODEL_PREFIX = 3
+} vl_model_match;
+
+typedef struct vl_model_table {
+    uint32_t handle;
+    const char* name;
+    vl_model_match match;
+    uint16_t key_bits; /* sum of the key fields' widths */
+    uint16_t key_len;  /* sum of the key fields' whole bytes */
+    const vl_model_action* actions;
+    uint32_t action_count;
+    uint32_t initial_default; /* action of the default entry that a reset brings back, with zero data; 0 for none */
+    uint32_t resource_hdl;    /* the counter, meter or register of the table's entries; 0 for none */
+    uint32_t data_table;      /* the table of members that entries point at; 0 in a direct table */
+    uint32_t selector;        /* the table of groups that entries point at; 0 in a direct table */
+    uint8_t idle_time;        /* 1 if entries age */
+    uint32_t capacity;        /* 0 for VL_MODEL_DEFAULT_CAPACITY */
+} vl_model_table;
+
+#define VL_MODEL_DEFAULT_CAPACITY (UINT32_C(4) * 1024 * 1024)
+
+typedef struct vl_model_pipeline {
+    const char* name;
+    const vl_model_table* tables;
+    uint32_t table_count;
+} vl_model_pipeline;
+
+/* Adds a device that runs the pipeline. The description is copied. */
+uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline);
+
+/* Tells all clients that the device goes away, lowest priority number first, and then forgets it with all it holds. */
+uint32_t vl_model_device_remove(uint32_t dev_id);
+
+/* Handles are above 0 and never reused. */
+uint32_t vl_model_session_open(uint32_t* sess_hdl);
+uint32_t vl_model_session_close(uint32_t sess_hdl);
+
+/* Entries above a lowered capacity stay. */
+uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity);
+
+/* 1 makes a client that breaks an assertion stop the process, 0 (the start value) makes it log and go on. */
+void vl_model_debug_mode_set(int on);
+
+/* The levels of log lines, in the order of falling weight. */
+typedef enum vl_model_log_level {
+    VL_MODEL_LOG_CRITICAL = 1,
+    VL_MODEL_LOG_ERROR = 2,
+    VL_MODEL_LOG_WARNING = 3,
+    VL_MODEL_LOG_INFO = 4,
+    VL_MODEL_LOG_DEBUG = 5
+} vl_model_log_level;
+
+/* `line` has no line end, and is valid during the call only. A sink may be called from any thread. */
+typedef void (*vl_model_log_sink)(int module, int level, const char* line, void* cookie);
+
+/* Null brings back the sink of the start, which writes a line to stderr. */
+void vl_model_log_sink_set(vl_model_log_sink sink, void* cookie);
+
+/*
+ * The state that the clients keep for a device, as JSON text with one object per client, under the client's name.
+ * The caller frees the text with free(). Null if the device is unknown or memory is short.
+ */
+char* vl_model_state_log(uint32_t dev_id);
+
+/*
+ * Hands the objects of such a text back to the clients of the same names; a client that the text doesn't have is not
+ * called. Returns the first status of a client that is not 0.
+ */
+uint32_t vl_model_state_restore(uint32_t dev_id, const char* json);
+
+/*
+ * Forgets devices, sessions, clients, member-selector content, log sink, debug mode and armed faults, without a call to
+ * anybody. Memory that clients have, and their member-selector states, stay valid.
+ */
+void vl_model_reset(void);
+
+#pragma GCC visibility pop
+#ifdef __cplusplus
+}
+#endif
+
+#endif

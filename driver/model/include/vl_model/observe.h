@@ -1,0 +1,115 @@
+// Steering and watching the embedded driver from tests: faults, allocations, recorded calls, answers and a hardware
+// that differs from the software. Relies on the boundary's records. Costs the driver one branch per call while nothing
+// is used.
+#ifndef VL_MODEL_OBSERVE_H
+#define VL_MODEL_OBSERVE_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <vl_driver/types.h>
+
+#pragma GCC visibility push(default)
+
+namespace vl_model {
+
+// The nth call from now (1 is the next) of a boundary function is refused with `status` and has no other effect. Each
+// armed fault refuses one call. Functions that return a pointer give null; bf_sys_dbg_mode gives the status.
+void fail_call(std::string_view function, unsigned nth, uint32_t status);
+
+// The nth bf_sys_calloc from now gives null.
+void fail_allocation(unsigned nth);
+
+// Disarms what has not fired yet.
+void clear_faults();
+
+// Blocks that came from bf_sys_calloc and have not gone to bf_sys_free. Freeing anything else stops the process.
+std::size_t live_allocations();
+
+// Successful bf_sys_calloc calls since the start or vl_model_reset.
+std::size_t allocations_made();
+
+struct MatchCopy {
+    std::vector<uint8_t> key; // empty where the caller's pointer was null
+    std::vector<uint8_t> mask;
+    bool key_null = false;
+    bool mask_null = false;
+    uint32_t partition_index = 0;
+    uint32_t priority = 0;
+    uint16_t key_bits = 0;
+    uint16_t key_len = 0;
+    uint32_t reserved = 0;
+};
+
+struct ActionCopy {
+    uint8_t kind = 0;
+    uint8_t resource_count = 0;
+    uint16_t data_bits = 0;
+    uint16_t data_len = 0;
+    std::vector<uint8_t> data; // data_len bytes, or empty where the caller's pointer was null
+    bool data_null = false;
+    uint32_t member_hdl = 0;
+    uint32_t group_hdl = 0;
+    std::array<pipe_resource_slot, PIPE_MAX_SLOTS> slots{};
+    std::array<uint8_t, 10> reserved{}; // the record's bytes 2 to 7 and 12 to 15
+};
+
+// A call as it came in, before the driver wrote to the caller's records. Calls that a fault refused are among them.
+struct Call {
+    std::string function;
+    // In the order of the arguments: integers zero-extended, pointers as addresses, records by value as one word for
+    // each 8 bytes.
+    std::vector<uint64_t> args;
+    std::optional<MatchCopy> match;
+    std::optional<ActionCopy> action; // also of calls with action data alone: kind and all that follows data are 0
+    std::string text;                 // the formatted line of bf_sys_log_and_trace
+    uint32_t status = 0;              // 0 for functions that return no status
+};
+
+// Starts (forgetting older records) or stops.
+void record_calls(bool on);
+
+// What was recorded so far, in the order of the calls' beginning; the list starts anew.
+std::vector<Call> take_calls();
+
+// Runs after a successful pipe_mgr_get_entry or pipe_mgr_table_get_default_entry has filled the caller's records, and
+// may change them. A default entry read by table has no match record: the hook then gets an empty one. An empty
+// function ends it.
+using AnswerHook = std::function<void(pipe_match_record&, pipe_action_record&, uint32_t& action_hdl)>;
+void set_answer_hook(AnswerHook hook);
+
+// An entry as the hardware holds it. Key and mask are empty in a default entry.
+struct EntryImage {
+    std::vector<uint8_t> key;
+    std::vector<uint8_t> mask;
+    std::vector<uint8_t> data;
+    uint32_t partition_index = 0;
+    uint32_t priority = 0;
+    uint32_t action_hdl = 0;
+    uint8_t kind = 0;
+    uint8_t resource_count = 0;
+    uint16_t data_bits = 0;
+    uint32_t member_hdl = 0;
+    uint32_t group_hdl = 0;
+    std::array<pipe_resource_slot, PIPE_MAX_SLOTS> slots{};
+};
+
+// Changes an entry, or a default entry by its handle, in hardware only: reads with read_from_hw see it, others don't.
+// The next change of the entry's action by the software writes both.
+uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
+                       const std::function<void(EntryImage&)>& edit);
+
+// Loses an entry in hardware only.
+uint32_t drop_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl);
+
+} // namespace vl_model
+
+#pragma GCC visibility pop
+
+#endif

@@ -1,0 +1,156 @@
+// The client registry, and what the driver tells its clients: a device goes away, a device's state as JSON, and back.
+#include <algorithm>
+#include <cstring>
+
+#include <cjson/cJSON.h>
+
+#include "model.h"
+#include "watch.h"
+
+using namespace vl_model;
+
+namespace {
+
+struct FreeJson {
+    void operator()(cJSON* json) const {
+        cJSON_Delete(json);
+    }
+};
+
+using Json = std::unique_ptr<cJSON, FreeJson>;
+
+auto find_client(Model& m, bf_drv_client_hdl handle) {
+    return std::find_if(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.handle == handle; });
+}
+
+// A copy, so that callbacks can run without the mutex; nothing if the device is unknown.
+std::optional<std::vector<Client>> clients_for_device(pipe_dev_id dev_id) {
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    if (!m.devices.contains(dev_id)) {
+        return std::nullopt;
+    }
+    std::vector<Client> clients = m.clients;
+    std::stable_sort(clients.begin(), clients.end(),
+                     [](const Client& a, const Client& b) { return a.priority < b.priority; });
+    return clients;
+}
+
+} // namespace
+
+pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
+    const auto body = [&]() -> pipe_status {
+        if (client_name == nullptr || hdl == nullptr) {
+            return VL_MODEL_INVALID;
+        }
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        // The device state log tells clients apart by name.
+        if (std::any_of(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.name == client_name; })) {
+            return VL_MODEL_EXISTS;
+        }
+        m.clients.push_back({.handle = m.last_client + 1, .name = client_name, .callbacks = {}, .priority = 0});
+        *hdl = ++m.last_client;
+        return VL_MODEL_OK;
+    };
+    return boundary("bf_drv_register", body, client_name, hdl);
+}
+
+pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv_client_callbacks* callbacks,
+                                             uint32_t priority) {
+    const auto body = [&]() -> pipe_status {
+        if (callbacks == nullptr) {
+            return VL_MODEL_INVALID;
+        }
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        const auto client = find_client(m, hdl);
+        if (client == m.clients.end()) {
+            return VL_MODEL_UNKNOWN_CLIENT;
+        }
+        client->callbacks = *callbacks;
+        client->priority = priority;
+        return VL_MODEL_OK;
+    };
+    return boundary("bf_drv_client_register_callbacks", body, hdl, callbacks, priority);
+}
+
+pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
+    const auto body = [&]() -> pipe_status {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        const auto client = find_client(m, hdl);
+        if (client == m.clients.end()) {
+            return VL_MODEL_UNKNOWN_CLIENT;
+        }
+        m.clients.erase(client);
+        return VL_MODEL_OK;
+    };
+    return boundary("bf_drv_deregister", body, hdl);
+}
+
+uint32_t vl_model_device_remove(uint32_t dev_id) {
+    const auto body = [&]() -> pipe_status {
+        const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
+        if (!clients) {
+            return VL_MODEL_UNKNOWN_DEVICE;
+        }
+        for (const Client& client : *clients) {
+            if (client.callbacks.device_remove != nullptr) {
+                client.callbacks.device_remove(dev_id);
+            }
+        }
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        return m.devices.erase(dev_id) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_DEVICE;
+    };
+    return run_guarded(body);
+}
+
+char* vl_model_state_log(uint32_t dev_id) {
+    const auto body = [&]() -> char* {
+        const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
+        const Json root(cJSON_CreateObject());
+        if (!clients || root == nullptr) {
+            return nullptr;
+        }
+        for (const Client& client : *clients) {
+            if (client.callbacks.state_log != nullptr) {
+                cJSON* object = cJSON_AddObjectToObject(root.get(), client.name.c_str());
+                if (object == nullptr) {
+                    return nullptr;
+                }
+                client.callbacks.state_log(dev_id, object);
+            }
+        }
+        // The agent may have given cJSON an allocator of its own, but frees the text with free().
+        char* printed = cJSON_PrintUnformatted(root.get());
+        char* text = printed != nullptr ? strdup(printed) : nullptr;
+        cJSON_free(printed);
+        return text;
+    };
+    return run_guarded(body);
+}
+
+uint32_t vl_model_state_restore(uint32_t dev_id, const char* json) {
+    const auto body = [&]() -> pipe_status {
+        const Json root(json != nullptr ? cJSON_Parse(json) : nullptr);
+        if (root == nullptr || !cJSON_IsObject(root.get())) {
+            return VL_MODEL_INVALID;
+        }
+        const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
+        if (!clients) {
+            return VL_MODEL_UNKNOWN_DEVICE;
+        }
+        pipe_status result = VL_MODEL_OK;
+        for (const Client& client : *clients) {
+            cJSON* object = cJSON_GetObjectItemCaseSensitive(root.get(), client.name.c_str());
+            if (client.callbacks.state_restore != nullptr && object != nullptr) {
+                const pipe_status status = client.callbacks.state_restore(dev_id, object);
+                result = result != VL_MODEL_OK ? result : status;
+            }
+        }
+        return result;
+    };
+    return run_guarded(body);
+}

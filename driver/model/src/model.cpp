@@ -1,0 +1,210 @@
+// Sessions and devices, and the copy of a pipeline's description that a device is made of.
+#include "model.h"
+
+#include <algorithm>
+#include <new>
+
+#include "watch.h"
+
+namespace vl_model {
+
+namespace {
+
+constexpr uint32_t max_capacity = UINT32_C(0x7FFFFFFF); // handles with the top bit are default entries'
+
+uint16_t max_data_len(const vl_model_table& description) {
+    uint16_t max = 0;
+    for (uint32_t i = 0; i < description.action_count; ++i) {
+        max = std::max(max, description.actions[i].data_len);
+    }
+    return max;
+}
+
+bool is_sound(const vl_model_table& table) {
+    if (table.handle == 0 || (table.action_count != 0 && table.actions == nullptr) || table.match > VL_MODEL_PREFIX ||
+        (table.match == VL_MODEL_KEYLESS) != (table.key_len == 0)) {
+        return false;
+    }
+    std::unordered_set<uint32_t> seen;
+    bool has_initial = table.initial_default == 0;
+    for (uint32_t i = 0; i < table.action_count; ++i) {
+        const vl_model_action& action = table.actions[i];
+        if (action.handle == 0 || !seen.insert(action.handle).second) {
+            return false;
+        }
+        has_initial = has_initial || action.handle == table.initial_default;
+    }
+    return has_initial;
+}
+
+} // namespace
+
+Model& model() {
+    // Never destroyed: other objects' destructors may still call the driver.
+    static Model& instance = *new Model;
+    return instance;
+}
+
+Table::Table(const vl_model_table& from)
+    : name(from.name != nullptr ? from.name : ""),
+      actions(from.actions, from.actions + from.action_count),
+      description(from),
+      entries(from.key_len, max_data_len(from)) {
+    description.name = name.c_str();
+    description.actions = actions.data();
+    if (description.capacity == 0) {
+        description.capacity = VL_MODEL_DEFAULT_CAPACITY;
+    }
+    description.capacity = std::min(description.capacity, max_capacity);
+    reset_default_entry();
+}
+
+const vl_model_action* Table::find_action(pipe_act_hdl act_hdl) const {
+    const auto found = std::find_if(actions.begin(), actions.end(),
+                                    [&](const vl_model_action& action) { return action.handle == act_hdl; });
+    return found == actions.end() ? nullptr : &*found;
+}
+
+void Table::reset_default_entry() {
+    std::optional<EntryImage> image;
+    if (const vl_model_action* action = find_action(description.initial_default)) {
+        image.emplace();
+        image->action_hdl = action->handle;
+        image->kind = PIPE_KIND_ACTION_DATA;
+        image->data_bits = action->data_bits;
+        image->data.resize(action->data_len);
+    }
+    default_entry = std::move(image);
+    hardware.erase(default_handle());
+}
+
+Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status) {
+    const Model& m = model();
+    const auto device = m.devices.find(dev_id);
+    if (device == m.devices.end()) {
+        status = VL_MODEL_UNKNOWN_DEVICE;
+        return nullptr;
+    }
+    const auto table = device->second->tables.find(tbl_hdl);
+    if (table == device->second->tables.end()) {
+        status = VL_MODEL_UNKNOWN_TABLE;
+        return nullptr;
+    }
+    return table->second.get();
+}
+
+} // namespace vl_model
+
+using namespace vl_model;
+
+uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline) {
+    if (pipeline == nullptr || (pipeline->table_count != 0 && pipeline->tables == nullptr)) {
+        return VL_MODEL_INVALID;
+    }
+    try {
+        auto device = std::make_unique<Device>();
+        device->pipeline = pipeline->name != nullptr ? pipeline->name : "";
+        for (uint32_t i = 0; i < pipeline->table_count; ++i) {
+            const vl_model_table& table = pipeline->tables[i];
+            if (!is_sound(table) || device->tables.contains(table.handle)) {
+                return VL_MODEL_INVALID;
+            }
+            device->tables.emplace(table.handle, std::make_unique<Table>(table));
+        }
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        return m.devices.try_emplace(dev_id, std::move(device)).second ? VL_MODEL_OK : VL_MODEL_EXISTS;
+    } catch (const std::bad_alloc&) {
+        return VL_MODEL_NO_MEMORY;
+    }
+}
+
+uint32_t vl_model_session_open(uint32_t* sess_hdl) {
+    if (sess_hdl == nullptr) {
+        return VL_MODEL_INVALID;
+    }
+    try {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        m.sessions.insert(m.last_session + 1);
+        *sess_hdl = ++m.last_session;
+        return VL_MODEL_OK;
+    } catch (const std::bad_alloc&) {
+        return VL_MODEL_NO_MEMORY;
+    }
+}
+
+uint32_t vl_model_session_close(uint32_t sess_hdl) {
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    return m.sessions.erase(sess_hdl) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_SESSION;
+}
+
+uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity) {
+    const std::lock_guard lock(model().mutex);
+    pipe_status status = VL_MODEL_OK;
+    if (Table* table = find_table(dev_id, tbl_hdl, status)) {
+        table->description.capacity = std::min(capacity, max_capacity);
+    }
+    return status;
+}
+
+void vl_model_reset(void) {
+    Model& m = model();
+    {
+        const std::lock_guard lock(m.mutex);
+        m.sessions.clear();
+        m.devices.clear();
+        m.clients.clear();
+        clear_member_states();
+        m.allocations_made = 0;
+        m.allocation_faults.clear();
+        m.log_sink = nullptr;
+        m.log_cookie = nullptr;
+        m.debug_mode = false;
+    }
+    reset_watch();
+}
+
+namespace {
+
+struct StatusWords {
+    uint32_t status;
+    const char* name;
+    const char* text;
+};
+
+constexpr StatusWords status_words[] = {
+    {VL_MODEL_OK, "OK", "success"},
+    {VL_MODEL_NO_MEMORY, "NO_MEMORY", "out of memory"},
+    {VL_MODEL_INVALID, "INVALID", "invalid argument"},
+    {VL_MODEL_UNKNOWN_SESSION, "UNKNOWN_SESSION", "unknown session"},
+    {VL_MODEL_UNKNOWN_DEVICE, "UNKNOWN_DEVICE", "unknown device"},
+    {VL_MODEL_UNKNOWN_TABLE, "UNKNOWN_TABLE", "unknown table"},
+    {VL_MODEL_NOT_FOUND, "NOT_FOUND", "object not found"},
+    {VL_MODEL_EXISTS, "EXISTS", "object already exists"},
+    {VL_MODEL_TABLE_FULL, "TABLE_FULL", "table full"},
+    {VL_MODEL_FOREIGN_ACTION, "FOREIGN_ACTION", "action not allowed here"},
+    {VL_MODEL_BAD_KEY, "BAD_KEY", "key does not fit the table"},
+    {VL_MODEL_BAD_DATA, "BAD_DATA", "action data does not fit the action"},
+    {VL_MODEL_IN_USE, "IN_USE", "object in use"},
+    {VL_MODEL_NOT_SUPPORTED, "NOT_SUPPORTED", "not supported by this table"},
+    {VL_MODEL_UNKNOWN_CLIENT, "UNKNOWN_CLIENT", "unknown client"},
+};
+
+const StatusWords& words_of(uint32_t status) {
+    static constexpr StatusWords unknown = {0, "UNKNOWN", "unknown status"};
+    const auto* found = std::find_if(std::begin(status_words), std::end(status_words),
+                                     [&](const StatusWords& words) { return words.status == status; });
+    return found == std::end(status_words) ? unknown : *found;
+}
+
+} // namespace
+
+const char* vl_model_status_name(uint32_t status) {
+    return words_of(status).name;
+}
+
+const char* vl_model_status_text(uint32_t status) {
+    return words_of(status).text;
+}

@@ -1,0 +1,130 @@
+// The entries of one match table: records of one size in chunks that never move, found by key through an open-addressed
+// index, and by handle as a position. An entry costs key, mask and the table's largest action data, plus some 60 bytes.
+// Callers check keys and actions against the table first, and hold the model's mutex.
+#ifndef VL_MODEL_SRC_TABLE_STORE_H
+#define VL_MODEL_SRC_TABLE_STORE_H
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <vl_driver/types.h>
+#include <vl_model/observe.h>
+
+namespace vl_model {
+
+// An entry where it stands, in a store or an image. Valid until the next change of it.
+struct EntryView {
+    const uint8_t* key = nullptr;
+    const uint8_t* mask = nullptr;
+    const uint8_t* data = nullptr;
+    const pipe_resource_slot* slots = nullptr;
+    std::size_t slot_count = 0; // slots beyond are all zero
+    uint32_t partition_index = 0;
+    uint32_t priority = 0;
+    uint32_t action_hdl = 0;
+    uint32_t member_hdl = 0;
+    uint32_t group_hdl = 0;
+    uint16_t key_len = 0;
+    uint16_t data_bits = 0;
+    uint16_t data_len = 0;
+    uint8_t kind = 0;
+    uint8_t resource_count = 0;
+};
+
+EntryImage image_of(const EntryView& view);
+EntryView view_of(const EntryImage& image);
+
+// The slots of an action as they are kept: an unchanged one is what the entry had for that resource.
+std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
+                                                            const pipe_resource_slot* old_slots, std::size_t old_count);
+
+// Positions of live entries, as bits with summaries above: finding the next one doesn't depend on the holes between.
+class LiveSet {
+public:
+    static constexpr uint32_t none = UINT32_MAX;
+
+    void reserve(uint32_t position);
+    void set(uint32_t position);
+    void clear(uint32_t position);
+    bool has(uint32_t position) const;
+    // The first live position that is not below `from`.
+    uint32_t next(uint32_t from) const;
+
+private:
+    static constexpr std::size_t levels = 6; // one word at the top of 2^32 positions
+    std::vector<uint64_t> words_[levels];
+};
+
+class TableStore {
+public:
+    TableStore(uint16_t key_len, uint16_t max_data_len);
+    ~TableStore();
+    TableStore(const TableStore&) = delete;
+    TableStore& operator=(const TableStore&) = delete;
+
+    uint32_t count() const {
+        return count_;
+    }
+
+    // Of an entry's identity; an add needs it twice.
+    uint32_t hash(const pipe_match_record& match) const;
+    // 0 if there is no entry with this identity.
+    uint32_t find(const pipe_match_record& match, uint32_t hash) const;
+    // The identity must be new. Gives the handle.
+    uint32_t add(const pipe_match_record& match, uint32_t hash, uint32_t action_hdl, const pipe_action_record& action);
+    bool has(uint32_t handle) const;
+    void set_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action);
+    void remove(uint32_t handle);
+    EntryView view(uint32_t handle) const;
+
+    // Handles in ascending order; 0 if there is none. A walk may go on from an entry that was removed.
+    uint32_t first() const;
+    uint32_t next(uint32_t handle) const;
+    bool was_given_out(uint32_t handle) const {
+        return handle != 0 && handle <= high_water_;
+    }
+
+private:
+    struct Head {
+        pipe_resource_slot* slots; // owned; null when the entry has none
+        uint32_t partition_index;
+        uint32_t priority;
+        uint32_t action_hdl;
+        uint32_t member_hdl;
+        uint32_t group_hdl;
+        uint16_t data_bits;
+        uint16_t data_len;
+        uint8_t kind;
+        uint8_t resource_count;
+        uint8_t slot_count;
+    };
+
+    // A slot of the index: 0, or the entry's hash above its handle.
+    using IndexSlot = uint64_t;
+
+    uint8_t* record(uint32_t handle) const;
+    Head& head(uint32_t handle) const;
+    uint8_t* key(uint32_t handle) const;
+    uint8_t* data(uint32_t handle) const;
+    std::size_t index_position(uint32_t handle) const;
+    void grow_index();
+    void insert_into_index(IndexSlot slot);
+    void write_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action,
+                      std::unique_ptr<pipe_resource_slot[]> slots, std::size_t slot_count);
+
+    uint16_t key_len_;
+    std::size_t record_size_;
+    uint32_t count_ = 0;
+    uint32_t high_water_ = 0;
+    std::vector<std::unique_ptr<uint8_t[]>> chunks_;
+    std::vector<uint32_t> free_;
+    std::vector<IndexSlot> index_; // a power of two of them
+    LiveSet live_;
+};
+
+} // namespace vl_model
+
+#endif

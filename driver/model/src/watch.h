@@ -1,0 +1,125 @@
+// The gate that every boundary function passes: armed faults and the record of calls. Nothing is looked at but one flag
+// while a test uses neither. Relies on the boundary's records only.
+#ifndef VL_MODEL_SRC_WATCH_H
+#define VL_MODEL_SRC_WATCH_H
+
+#include <atomic>
+#include <cstdint>
+#include <cstring>
+#include <new>
+#include <optional>
+#include <string>
+#include <type_traits>
+#include <utility>
+
+#include <vl_driver/types.h>
+#include <vl_model/control.h>
+#include <vl_model/observe.h>
+
+namespace vl_model {
+
+// True while a fault is armed, calls are recorded or an answer hook is set.
+extern std::atomic<bool> watching;
+
+void run_answer_hook(pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl);
+
+// Back to the start: no faults, no recording, no hook.
+void reset_watch();
+
+// Disarms the faults of fail_call.
+void clear_call_faults();
+
+// Counts the call down on the function's faults; a status if one fires.
+std::optional<uint32_t> take_fault(const char* function);
+
+bool is_recording();
+
+// Keeps the call and returns its number for note_status.
+uint64_t note_call(Call&& call);
+void note_status(uint64_t number, uint32_t status);
+
+// The formatted line of a log call, which is not among its arguments.
+struct LogLine {
+    const std::string& text;
+};
+
+void copy_record(Call& call, const pipe_match_record& record);
+void copy_record(Call& call, const pipe_action_record& record);
+void copy_record(Call& call, const pipe_action_data& data);
+
+template <class Arg>
+void note_argument(Call& call, const Arg& arg) {
+    if constexpr (std::is_same_v<Arg, LogLine>) {
+        call.text = arg.text;
+    } else if constexpr (std::is_pointer_v<Arg>) {
+        call.args.push_back(reinterpret_cast<uintptr_t>(arg));
+        using Pointee = std::remove_cv_t<std::remove_pointer_t<Arg>>;
+        if constexpr (std::is_same_v<Pointee, pipe_match_record> || std::is_same_v<Pointee, pipe_action_record> ||
+                      std::is_same_v<Pointee, pipe_action_data>) {
+            if (arg != nullptr) {
+                copy_record(call, *arg);
+            }
+        }
+    } else if constexpr (std::is_integral_v<Arg>) {
+        call.args.push_back(static_cast<std::make_unsigned_t<Arg>>(arg));
+    } else {
+        static_assert(std::is_trivially_copyable_v<Arg> && sizeof(Arg) % sizeof(uint64_t) == 0);
+        uint64_t words[sizeof(Arg) / sizeof(uint64_t)];
+        std::memcpy(words, &arg, sizeof(Arg));
+        call.args.insert(call.args.end(), std::begin(words), std::end(words));
+    }
+}
+
+template <class Result>
+Result refusal(uint32_t status) {
+    if constexpr (std::is_pointer_v<Result>) {
+        return nullptr;
+    } else {
+        return static_cast<Result>(status);
+    }
+}
+
+// No exception may cross the boundary: its callers are C.
+template <class Body>
+auto run_guarded(Body& body) -> decltype(body()) {
+    try {
+        return body();
+    } catch (const std::bad_alloc&) {
+        return refusal<decltype(body())>(VL_MODEL_NO_MEMORY);
+    }
+}
+
+template <class Body, class... Args>
+[[gnu::noinline]] auto run_watched(const char* function, Body& body, const Args&... args) -> decltype(body()) {
+    using Result = decltype(body());
+    std::optional<uint64_t> number;
+    if (is_recording()) {
+        Call call;
+        call.function = function;
+        (note_argument(call, args), ...);
+        number = note_call(std::move(call));
+    }
+    const std::optional<uint32_t> fault = take_fault(function);
+    const Result result = fault ? refusal<Result>(*fault) : run_guarded(body);
+    if (number) {
+        if constexpr (std::is_same_v<Result, pipe_status>) {
+            note_status(*number, result);
+        } else {
+            note_status(*number, fault.value_or(VL_MODEL_OK));
+        }
+    }
+    return result;
+}
+
+// What each boundary function consists of: its name as the boundary has it, its work, its arguments in their order.
+template <class Body, class... Args>
+auto boundary(const char* function, Body&& body, const Args&... args) -> decltype(body()) {
+    if (watching.load(std::memory_order_relaxed)) [[unlikely]] {
+        return run_watched(function, body, args...);
+    }
+    return run_guarded(body);
+}
+
+} // namespace vl_model
+
+#endif

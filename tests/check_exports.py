@@ -1,0 +1,67 @@
+#!/usr/bin/env python3
+"""Holds the library's surface to the committed list of exports.
+
+  check_exports.py LIBRARY GENERATED COMMITTED BOUNDARY_HEADERS...
+
+LIBRARY exports the names of the list and nothing else, GENERATED (what the catalog yields now) equals COMMITTED, and
+what the library wants from outside are functions of the driver boundary, of cJSON and of libc.
+"""
+
+import re
+import subprocess
+import sys
+
+
+def read_list(path):
+    with open(path, encoding="ascii") as lines:
+        return dict(line.rstrip("\n").split("\t") for line in lines)
+
+
+def output_of(*command):
+    return subprocess.run(command, check=True, capture_output=True, text=True).stdout
+
+
+def report(title, names):
+    if names:
+        print(f"{title} ({len(names)}):")
+        for name in sorted(names):
+            print(f"  {name}")
+    return len(names)
+
+
+def main():
+    library, generated_path, committed_path, *headers = sys.argv[1:]
+    generated, committed = read_list(generated_path), read_list(committed_path)
+    faults = report("missing from the catalog, but in the committed list", committed.keys() - generated.keys())
+    faults += report("extra in the catalog, not in the committed list", generated.keys() - committed.keys())
+    faults += report(
+        "changed signatures",
+        [f"{name}: {committed[name]} -> {generated[name]}" for name in committed.keys() & generated.keys()
+         if committed[name] != generated[name]])
+
+    symbols = [line.split() for line in output_of("nm", "-D", "-S", "--defined-only", library).splitlines()]
+    exported = {fields[-1]: int(fields[1], 16) for fields in symbols}
+    faults += report("missing from the library", generated.keys() - exported.keys())
+    faults += report("extra in the library", exported.keys() - generated.keys())
+    sizes = {"bf_drv_hdl": 4, "p4_pd_velmar_switch_action_name_strings": 265 * 8}
+    faults += report("data of another size", [name for name, size in sizes.items() if exported.get(name) != size])
+
+    declared = set()
+    for header in headers:
+        with open(header, encoding="ascii") as text:
+            declared |= set(re.findall(r"\b((?:pipe_|bf_|p4_pd_ms_)\w+)\(", text.read()))
+    wanted = [line.split() for line in output_of("nm", "-D", "--undefined-only", library).splitlines()]
+    foreign = [name for kind, name in wanted
+               if kind == "U" and "@GLIBC" not in name and not name.startswith("cJSON_") and name not in declared
+               and not re.match(r"__(asan|ubsan|tsan|sanitizer)_", name)]
+    faults += report("wanted from outside, but nobody's", foreign)
+    needed = re.findall(r"NEEDED.*\[(.*)\]", output_of("readelf", "-d", library))
+    allowed = r"libcjson\.|libc\.|libasan\.|libubsan\.|libtsan\.|libgcc_s\.|libm\."
+    faults += report("libraries it must not need", [name for name in needed if not re.match(allowed, name)])
+    if faults:
+        print("After a wanted change, copy the generated list over the committed one.")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,160 @@
+// What the embedded driver does for its clients: the member-selector component, and what they hear of devices.
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include <cjson/cJSON.h>
+#include <gtest/gtest.h>
+
+#include <vl_driver/driver.h>
+#include <vl_model/control.h>
+
+namespace {
+
+constexpr uint32_t forward = 0x20000001;
+constexpr uint32_t drop = 0x20000002;
+constexpr uint32_t miss = 0x20000003;
+
+class ShadowTest : public testing::Test {
+protected:
+    static constexpr uint32_t session = 1; // the component looks at none
+    p4_pd_ms_state* state = nullptr;
+
+    void SetUp() override {
+        vl_model_reset();
+        state = p4_pd_ms_init_state();
+    }
+
+    std::string log(p4_pd_ms_state* of) {
+        cJSON* object = cJSON_CreateObject();
+        EXPECT_EQ(p4_pd_ms_log_state(3, of, object), VL_MODEL_OK);
+        char* text = cJSON_PrintUnformatted(object);
+        std::string result = text;
+        cJSON_free(text);
+        cJSON_Delete(object);
+        return result;
+    }
+    std::vector<uint32_t> groups_of(uint32_t member) {
+        std::vector<uint32_t> found;
+        p4_pd_ms_mbr_apply_to_grps(
+            state, 3, member,
+            [](uint32_t, uint32_t group, uint32_t, void* cookie) -> pipe_status {
+                static_cast<std::vector<uint32_t>*>(cookie)->push_back(group);
+                return VL_MODEL_OK;
+            },
+            &found);
+        return found;
+    }
+};
+
+TEST_F(ShadowTest, MembershipGoesWithEitherSide) {
+    uint32_t action = 0;
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_new_mbr(session, state, 3, 5), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_set_mbr_act(state, 3, 5, forward), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_OK);
+    EXPECT_EQ(action, forward);
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 4, 5, &action), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_set_grp_act(state, 3, 7, forward), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(p4_pd_ms_new_mbr(session, state, 3, 0), VL_MODEL_INVALID);
+
+    for (const uint32_t group : {7U, 8U, 9U}) {
+        EXPECT_EQ(p4_pd_ms_new_grp(session, state, 3, group), VL_MODEL_OK);
+        EXPECT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, 5, group), VL_MODEL_OK);
+    }
+    EXPECT_EQ(groups_of(5), (std::vector<uint32_t>{7, 8, 9}));
+    EXPECT_EQ(p4_pd_ms_del_mbr_from_grp(session, state, 3, 5, 8), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_del_grp(session, state, 3, 7, 0, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(groups_of(5), std::vector<uint32_t>{9});
+    EXPECT_EQ(p4_pd_ms_del_mbr(session, state, 3, 5), VL_MODEL_OK);
+    EXPECT_EQ(log(state), R"({"members":[],"groups":[{"group":8,"members":[]},{"group":9,"members":[]}]})");
+
+    // A replay may name a member in a group before the member itself.
+    EXPECT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, 6, 9), VL_MODEL_OK);
+    EXPECT_EQ(groups_of(6), std::vector<uint32_t>{9});
+    EXPECT_EQ(p4_pd_ms_destroy_state_for_dev(state, 3), VL_MODEL_OK);
+    EXPECT_EQ(log(state), R"({"members":[],"groups":[]})");
+}
+
+TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {
+    const uint32_t large = 0xFFFFFFFE;
+    for (const uint32_t member : {5U, large}) {
+        p4_pd_ms_new_mbr(session, state, 3, member);
+    }
+    p4_pd_ms_set_mbr_act(state, 3, large, forward);
+    p4_pd_ms_new_grp(session, state, 3, 7);
+    p4_pd_ms_set_grp_act(state, 3, 7, drop);
+    p4_pd_ms_add_mbr_to_grp(session, state, 3, large, 7);
+    p4_pd_ms_add_mbr_to_grp(session, state, 3, 5, 7);
+    const std::string text = log(state);
+
+    p4_pd_ms_state* other = p4_pd_ms_init_state();
+    p4_pd_ms_new_mbr(session, other, 3, 5);
+    p4_pd_ms_set_mbr_act(other, 3, 5, miss);
+    cJSON* object = cJSON_Parse(text.c_str());
+    EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
+    EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
+    cJSON_Delete(object);
+    uint32_t action = 0;
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(other, 3, 5, &action), VL_MODEL_OK); // the log had none to put in its place
+    EXPECT_EQ(action, miss);
+    p4_pd_ms_set_mbr_act(state, 3, 5, miss);
+    EXPECT_EQ(log(other), log(state));
+
+    object = cJSON_Parse(R"({"members":[{},7,{"member":-1},{"member":1.5},{"member":5000000000}],"groups":3})");
+    EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
+    cJSON_Delete(object);
+    EXPECT_EQ(log(other), log(state));
+}
+
+// Two clients, of which each notes its calls in one list.
+std::vector<std::string>& events() {
+    static std::vector<std::string> list;
+    return list;
+}
+
+template <char name>
+void register_client(uint32_t priority) {
+    bf_drv_client_hdl handle = 0;
+    const char text[] = {name, 0};
+    ASSERT_EQ(bf_drv_register(text, &handle), VL_MODEL_OK);
+    EXPECT_EQ(bf_drv_register(text, &handle), VL_MODEL_EXISTS);
+    bf_drv_client_callbacks callbacks{};
+    callbacks.device_remove = [](uint32_t dev_id) -> pipe_status {
+        events().push_back(std::string(1, name) + " removes " + std::to_string(dev_id));
+        return VL_MODEL_OK;
+    };
+    callbacks.state_log = [](uint32_t, cJSON* object) -> pipe_status {
+        cJSON_AddStringToObject(object, "of", std::string(1, name).c_str());
+        return VL_MODEL_OK;
+    };
+    callbacks.state_restore = [](uint32_t, cJSON* object) -> pipe_status {
+        events().push_back(std::string(1, name) + " gets " + cJSON_GetObjectItem(object, "of")->valuestring);
+        return VL_MODEL_OK;
+    };
+    ASSERT_EQ(bf_drv_client_register_callbacks(handle, &callbacks, priority), VL_MODEL_OK);
+}
+
+TEST(ClientTest, HearOfDevicesByPriority) {
+    vl_model_reset();
+    events().clear();
+    const vl_model_pipeline pipeline{.name = "p", .tables = nullptr, .table_count = 0};
+    ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
+    EXPECT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_EXISTS);
+    register_client<'a'>(5);
+    register_client<'b'>(2);
+    char* text = vl_model_state_log(3);
+    ASSERT_STREQ(text, R"({"b":{"of":"b"},"a":{"of":"a"}})");
+    EXPECT_EQ(vl_model_state_restore(3, text), VL_MODEL_OK);
+    std::free(text);
+    EXPECT_EQ(vl_model_state_restore(3, R"({"a":{"of":"x"}})"), VL_MODEL_OK);
+    EXPECT_EQ(vl_model_state_restore(3, "{"), VL_MODEL_INVALID);
+    EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK);
+    EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_UNKNOWN_DEVICE);
+    EXPECT_EQ(events(), (std::vector<std::string>{"b gets b", "a gets a", "a gets x", "b removes 3", "a removes 3"}));
+    EXPECT_EQ(vl_model_state_log(3), nullptr);
+    EXPECT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
+}
+
+} // namespace

@@ -1,0 +1,113 @@
+// Starting the library once per test on a driver that has forgotten everything.
+#include "support/library.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+
+#include "vl_pd/velmar_switch_pipeline.h"
+
+namespace support {
+
+LibraryTest::LibraryTest() {
+    vl_model_reset();
+    p4_pd_velmar_switch_init();
+    EXPECT_EQ(vl_model_device_add(device, &velmar_switch_pipeline), 0u);
+    EXPECT_EQ(vl_model_session_open(&session), 0u);
+    vl_model::record_calls(true);
+}
+
+LibraryTest::~LibraryTest() {
+    EXPECT_EQ(vl_model::live_allocations(), 0u);
+    vl_model::record_calls(false);
+    vl_model::set_answer_hook({});
+    vl_model::clear_faults();
+}
+
+std::vector<vl_model::Call> LibraryTest::calls() {
+    return vl_model::take_calls();
+}
+
+std::vector<vl_model::Call> LibraryTest::calls_of(std::string_view function) {
+    std::vector<vl_model::Call> all = calls();
+    std::erase_if(all, [&](const vl_model::Call& call) { return call.function != function; });
+    return all;
+}
+
+vl_model::Call LibraryTest::only_call() {
+    std::vector<vl_model::Call> all = calls();
+    std::erase_if(all, [](const vl_model::Call& call) { return call.function.starts_with("bf_sys_"); });
+    EXPECT_EQ(all.size(), 1u);
+    return all.empty() ? vl_model::Call{} : all.front();
+}
+
+std::vector<std::string> LibraryTest::log_lines() {
+    std::vector<std::string> lines;
+    for (const vl_model::Call& call : calls_of("bf_sys_log_and_trace"))
+        lines.push_back(call.text);
+    return lines;
+}
+
+std::vector<const catalog::Table*> all_tables() {
+    std::vector<const catalog::Table*> tables;
+    for (const catalog::Seam& seam : catalog::seams)
+        for (const catalog::Table& table : seam.tables)
+            tables.push_back(&table);
+    return tables;
+}
+
+std::vector<const catalog::Table*> keyed_tables() {
+    std::vector<const catalog::Table*> tables = all_tables();
+    std::erase_if(tables, [](const catalog::Table* table) { return table->key.size() == 0; });
+    return tables;
+}
+
+std::vector<const catalog::Table*> direct_tables() {
+    std::vector<const catalog::Table*> tables = keyed_tables();
+    std::erase_if(tables, [](const catalog::Table* table) { return table->actions.size() == 0; });
+    return tables;
+}
+
+const catalog::Table& table_named(const char* name) {
+    for (const catalog::Table* table : all_tables())
+        if (catalog::same(table->name, name)) return *table;
+    ADD_FAILURE() << "no table " << name;
+    std::abort();
+}
+
+const catalog::Action& action_of(const catalog::Binding& binding) {
+    return catalog::actions[catalog::action_number(catalog::velmar_switch, binding.action)];
+}
+
+std::uint32_t call(const std::string& name, std::initializer_list<std::uint64_t> words) {
+    return call(name, std::vector<std::uint64_t>(words));
+}
+
+std::uint32_t call(const std::string& name, const std::vector<std::uint64_t>& words) {
+    void* const symbol = dlsym(RTLD_DEFAULT, name.c_str());
+    if (symbol == nullptr) {
+        ADD_FAILURE() << "the library doesn't export " << name;
+        return ~std::uint32_t{0};
+    }
+    constexpr std::size_t most = 12;
+    std::uint64_t w[most] = {};
+    EXPECT_LE(words.size(), most);
+    std::copy(words.begin(), words.end(), w);
+    using Function =
+        std::uint32_t (*)(std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t,
+                          std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t);
+    return reinterpret_cast<Function>(symbol)(w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8], w[9], w[10], w[11]);
+}
+
+std::string hex(const Bytes& bytes) {
+    std::string text;
+    for (const std::uint8_t byte : bytes) {
+        char digits[4];
+        std::snprintf(digits, sizeof digits, "%02x ", byte);
+        text += digits;
+    }
+    if (!text.empty()) text.pop_back();
+    return text;
+}
+
+} // namespace support

@@ -1,0 +1,75 @@
+// What the tests of the library share: a device on the embedded driver, the calls that reached the driver, and calls of
+// exported functions by name, so that a property can be checked for every row of the catalog.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <initializer_list>
+#include <string>
+#include <vector>
+
+#include "catalog/catalog.h"
+#include "catalog/layout.h"
+#include "vl_model/control.h"
+#include "vl_model/observe.h"
+#include "vl_pd/velmar_switch.h"
+
+namespace support {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline constexpr pd_device device = 3;
+inline constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = 2, .reserved = 0};
+// The target's eight bytes as a recorded call shows them.
+inline constexpr std::uint64_t target_word = std::uint64_t{2} << 32 | device;
+// What reads by handle send: the device on all pipes, and nothing else.
+inline constexpr std::uint64_t all_pipes_word = std::uint64_t{0xFFFF} << 32 | device;
+
+// The library started on a fresh driver with one device and one session, every call recorded.
+class LibraryTest : public testing::Test {
+protected:
+    LibraryTest();
+    ~LibraryTest() override;
+
+    // The one call that reached the driver since the last look. Logging and memory don't count.
+    vl_model::Call only_call();
+    // All calls since the last look, and those of one function.
+    std::vector<vl_model::Call> calls();
+    std::vector<vl_model::Call> calls_of(std::string_view function);
+    // Lines that went to the driver's log since the last look.
+    std::vector<std::string> log_lines();
+
+    pd_session session = 0;
+};
+
+// All rows of the catalog, for properties that hold for every one.
+std::vector<const catalog::Table*> all_tables();
+std::vector<const catalog::Table*> keyed_tables();
+std::vector<const catalog::Table*> direct_tables();
+const catalog::Table& table_named(const char* name);
+const catalog::Action& action_of(const catalog::Binding& binding);
+
+// Calls an exported function by its name, with each argument in a 64-bit word as x86-64 passes it: integers and pointers
+// as they are, a pd_dev_tgt as its eight bytes. Words hold garbage above 32-bit integers where the caller puts it there.
+std::uint32_t call(const std::string& name, std::initializer_list<std::uint64_t> words);
+std::uint32_t call(const std::string& name, const std::vector<std::uint64_t>& words);
+
+template <class Pointee>
+std::uint64_t word(Pointee* pointer) {
+    return reinterpret_cast<std::uintptr_t>(pointer);
+}
+
+// An argument with dirt where a callee mustn't look.
+constexpr std::uint64_t dirty(std::uint32_t value) {
+    return std::uint64_t{0xDEADBEEF} << 32 | value;
+}
+
+inline std::string exported(const std::string& name) {
+    return "p4_pd_velmar_switch_" + name;
+}
+
+// "07 0a 00" for byte strings in expectations.
+std::string hex(const Bytes& bytes);
+
+} // namespace support
