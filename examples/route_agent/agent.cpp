@@ -1,0 +1,155 @@
+// Puts the agent together: takes the arguments, loads the routes, plans, runs the phases and reports.
+#include "route_agent/agent.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <optional>
+
+#include "route_agent/phases.h"
+#include "route_agent/plan.h"
+#include "route_agent/range_list.h"
+#include "route_agent/report.h"
+#include "route_agent/route_list.h"
+
+namespace route_agent {
+namespace {
+
+constexpr const char* usage = R"(Usage: route_agent [FILE]
+
+Programs routes into the route tables of one VRF, reads all of them back, deletes every second one and proves that
+the rest still stands. Ends with a table of what was done.
+
+Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
+country. FILE (or - for standard input) has a route per line, comments begin with #:
+
+  PREFIX NEXT_HOP      10.1.0.0/16 7
+                       2001:db8::/32 8
+                       192.0.2.1 9
+
+Exit status: 0 if all was as meant, 1 if anything differed or the driver refused, 2 for bad arguments or a bad list.
+)";
+
+struct RangeSource {
+    const char* path;
+    Family family;
+};
+
+constexpr RangeSource allocations[] = {{"/usr/share/tor/geoip", Family::ipv4}, {"/usr/share/tor/geoip6", Family::ipv6}};
+
+bool open(std::ifstream& file, const std::string& path, std::ostream& messages) {
+    errno = 0;
+    file.open(path);
+    if (!file) {
+        messages << path << ": can't be opened: " << std::strerror(errno) << '\n';
+    }
+    return static_cast<bool>(file);
+}
+
+std::optional<std::vector<Route>> load_allocations(std::ostream& messages) {
+    std::vector<Route> routes;
+    CountryNextHops next_hops;
+    for (const RangeSource& source : allocations) {
+        std::ifstream file;
+        if (!open(file, source.path, messages)) {
+            messages << "The allocations come with Debian's package tor-geoipdb.\n";
+            return std::nullopt;
+        }
+        if (!read_range_list(file, source.path, source.family, next_hops, routes, messages)) {
+            return std::nullopt;
+        }
+    }
+    return routes;
+}
+
+std::optional<std::vector<Route>> load_list(const std::string& path, const std::string& name, const Streams& streams) {
+    if (path == "-") {
+        return read_route_list(streams.in, name, streams.messages);
+    }
+    std::ifstream file;
+    if (!open(file, path, streams.messages)) {
+        return std::nullopt;
+    }
+    return read_route_list(file, name, streams.messages);
+}
+
+// Calls `step` and tells about a refusal; false if there was one.
+template <class Step>
+bool attempt(Progress& progress, Step&& step) {
+    try {
+        step();
+        return true;
+    } catch (const Refused& refused) {
+        progress.message(refused.what());
+        return false;
+    }
+}
+
+int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
+    Device device;
+    if (!attempt(progress, [&] { device = open_device(); })) {
+        return exit_not_as_meant;
+    }
+    Run run{.device = device, .plan = plan, .progress = progress};
+    const bool finished = attempt(progress, [&] {
+        program(run);
+        read_back(run);
+        remove_every_second(run);
+        verify_rest(run);
+    });
+    progress.end_phase();
+    const bool counted = attempt(progress, [&] { count_left(run); });
+    const bool closed = attempt(progress, [&] { close_device(device); });
+    print_report(out, run.tallies);
+    if (!finished || !counted || !closed) {
+        out << "NOT as meant: the driver refused." << std::endl;
+        return exit_not_as_meant;
+    }
+    if (!all_as_meant(run)) {
+        out << "NOT as meant: there were differences." << std::endl;
+        return exit_not_as_meant;
+    }
+    out << "All was as meant." << std::endl;
+    return exit_as_meant;
+}
+
+} // namespace
+
+int run_agent(const std::vector<std::string>& arguments, const Streams& streams) {
+    for (const std::string& argument : arguments) {
+        if (argument == "--help") {
+            streams.out << usage;
+            return exit_as_meant;
+        }
+        if (argument.size() > 1 && argument[0] == '-') {
+            streams.messages << "route_agent: unknown option " << argument << "; try --help\n";
+            return exit_bad_input;
+        }
+    }
+    if (arguments.size() > 1) {
+        streams.messages << "route_agent: more than one list; try --help\n";
+        return exit_bad_input;
+    }
+    const bool own_list = !arguments.empty();
+    const std::string name = !own_list             ? "the Internet's address allocations"
+                             : arguments[0] == "-" ? "<stdin>"
+                                                   : arguments[0];
+    Progress progress(streams.messages, streams.messages_on_terminal);
+    progress.begin_phase("loading " + name);
+    progress.end_phase(); // what loading has to say begins on a line of its own
+    std::optional<std::vector<Route>> routes =
+        own_list ? load_list(arguments[0], name, streams) : load_allocations(streams.messages);
+    if (!routes) {
+        return exit_bad_input;
+    }
+    std::string reason;
+    const std::optional<Plan> plan = make_plan(*routes, reason);
+    if (!plan) {
+        streams.messages << name << ": " << reason << '\n';
+        return exit_bad_input;
+    }
+    routes.reset(); // the plan has all that is needed, and a run is long
+    return drive_switch(*plan, progress, streams.out);
+}
+
+} // namespace route_agent

@@ -1,0 +1,56 @@
+// Start and end of work with the switch. The only file that knows what the driver is told about the pipeline.
+#include "route_agent/device.h"
+
+#include "vl_model/control.h"
+#include "vl_pd/velmar_switch_pipeline.h"
+
+namespace route_agent {
+namespace {
+
+// Statuses are the driver's, but for the one that the library alone has.
+std::string status_text(pd_status status) {
+    if (status == PD_STATUS_UNEXPECTED) {
+        return "UNEXPECTED (the driver's answer can't come from this pipeline)";
+    }
+    return std::string(vl_model_status_name(status)) + " (" + vl_model_status_text(status) + ")";
+}
+
+void check(pd_status status, const char* what) {
+    if (status != PD_STATUS_OK) {
+        throw Refused(what, status);
+    }
+}
+
+} // namespace
+
+Refused::Refused(const std::string& what, pd_status status)
+    : std::runtime_error(what + " was refused with status " + std::to_string(status) + ", " + status_text(status)) {}
+
+Device open_device() {
+    // Before any device: the driver tells the library when one goes away.
+    p4_pd_velmar_switch_init();
+    Device device;
+    pd_status status = vl_model_session_open(&device.session);
+    if (status != PD_STATUS_OK) {
+        static_cast<void>(p4_pd_velmar_switch_cleanup()); // the first refusal is the one to tell about
+        throw Refused("opening a session", status);
+    }
+    status = vl_model_device_add(device.target.dev_id, &velmar_switch_pipeline);
+    if (status != PD_STATUS_OK) {
+        static_cast<void>(vl_model_session_close(device.session));
+        static_cast<void>(p4_pd_velmar_switch_cleanup());
+        throw Refused("adding the device", status);
+    }
+    return device;
+}
+
+void close_device(const Device& device) {
+    const pd_status removed = vl_model_device_remove(device.target.dev_id);
+    const pd_status closed = vl_model_session_close(device.session);
+    const pd_status cleaned_up = p4_pd_velmar_switch_cleanup();
+    check(removed, "removing the device");
+    check(closed, "closing the session");
+    check(cleaned_up, "cleaning up the library");
+}
+
+} // namespace route_agent

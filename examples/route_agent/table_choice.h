@@ -1,0 +1,67 @@
+// Which of the pipeline's route tables takes a prefix. The tables divide the prefix lengths among themselves; long
+// prefixes have two levels, of which the first names the partition in which the second one looks.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "route_agent/prefix.h"
+
+namespace route_agent {
+
+// By the pipeline's names. A second level stands before its first level: entries are added in this order, and a
+// partition becomes reachable only when its routes are in place.
+enum class TableId : std::uint8_t {
+    ipv4Host,
+    ipv4ShortMaskLpm,
+    ipv4FinalResolve0,
+    ipv4Partition0,
+    ipv6Host,
+    ipv6ShortMaskLpm,
+    ipv6Partition,
+    ipv6LgMaskFinalResolve0,
+    ipv6LgMaskPartition0,
+};
+
+inline constexpr std::size_t table_count = 9;
+
+// One value of any type per table.
+template <class Value>
+using PerTable = std::array<Value, table_count>;
+
+constexpr std::size_t index_of(TableId table) {
+    return static_cast<std::size_t>(table);
+}
+
+struct TwoLevels {
+    TableId first;
+    TableId second;
+    unsigned first_length; // of the prefixes in the first level
+};
+
+inline constexpr TwoLevels two_level_schemes[] = {
+    {TableId::ipv4Partition0, TableId::ipv4FinalResolve0, 12},
+    {TableId::ipv6LgMaskPartition0, TableId::ipv6LgMaskFinalResolve0, 64},
+};
+
+// Partitions are numbered with 16 bits.
+inline constexpr std::size_t max_partitions = 65536;
+
+constexpr TableId table_for(const Prefix& prefix) {
+    if (prefix.family == Family::ipv4) {
+        return prefix.length <= 12   ? TableId::ipv4ShortMaskLpm
+               : prefix.length <= 31 ? TableId::ipv4FinalResolve0
+                                     : TableId::ipv4Host;
+    }
+    return prefix.length <= 22    ? TableId::ipv6ShortMaskLpm
+           : prefix.length <= 64  ? TableId::ipv6Partition
+           : prefix.length <= 127 ? TableId::ipv6LgMaskFinalResolve0
+                                  : TableId::ipv6Host;
+}
+
+constexpr std::uint32_t highest_next_hop(TableId table) {
+    return table == TableId::ipv6LgMaskFinalResolve0 ? 0xFFFF : 0xFFFFFFFF;
+}
+
+} // namespace route_agent

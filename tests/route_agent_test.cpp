@@ -1,0 +1,395 @@
+// The example agent: what it makes of ranges and lists, which table takes a route, and whole runs on the embedded
+// driver, good ones and ones in which the driver does not do what it says.
+#include <algorithm>
+#include <map>
+#include <sstream>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "route_agent/agent.h"
+#include "route_agent/plan.h"
+#include "route_agent/range_list.h"
+#include "route_agent/route_list.h"
+#include "vl_model/control.h"
+#include "vl_model/observe.h"
+
+namespace {
+
+using namespace route_agent;
+
+Address v4(const char* text) {
+    return parse_address(Family::ipv4, text).value();
+}
+
+Address v6(const char* text) {
+    return parse_address(Family::ipv6, text).value();
+}
+
+std::vector<std::string> split(Family family, Address first, Address last) {
+    std::vector<std::string> prefixes;
+    split_range(family, first, last, [&](const Prefix& prefix) { prefixes.push_back(to_text(prefix)); });
+    return prefixes;
+}
+
+TEST(RouteAgentRanges, AreCoveredByTheLeastSetOfPrefixes) {
+    using Texts = std::vector<std::string>;
+    EXPECT_EQ(split(Family::ipv4, v4("0.0.0.0"), v4("255.255.255.255")), Texts{"0.0.0.0/0"});
+    EXPECT_EQ(split(Family::ipv4, v4("255.255.255.255"), v4("255.255.255.255")), Texts{"255.255.255.255/32"});
+    EXPECT_EQ(split(Family::ipv4, v4("10.0.0.1"), v4("10.0.0.6")),
+              (Texts{"10.0.0.1/32", "10.0.0.2/31", "10.0.0.4/31", "10.0.0.6/32"}));
+    EXPECT_EQ(split(Family::ipv4, v4("0.0.0.0"), v4("10.255.255.255")),
+              (Texts{"0.0.0.0/5", "8.0.0.0/7", "10.0.0.0/8"}));
+
+    const char* last = "ffff:ffff:ffff:ffff:ffff:ffff:ffff:ffff";
+    EXPECT_EQ(split(Family::ipv6, v6("::"), v6(last)), Texts{"::/0"});
+    EXPECT_EQ(split(Family::ipv6, v6(last), v6(last)), Texts{std::string(last) + "/128"});
+    // Over the middle of the address, where a carry crosses from one half to the other.
+    EXPECT_EQ(split(Family::ipv6, v6("1:2:3:4:ffff:ffff:ffff:ffff"), v6("1:2:3:6::")),
+              (Texts{"1:2:3:4:ffff:ffff:ffff:ffff/128", "1:2:3:5::/64", "1:2:3:6::/128"}));
+    // All addresses but the first and the last one: each length twice, but for /0 and /1.
+    EXPECT_EQ(split(Family::ipv6, v6("::1"), v6("ffff:ffff:ffff:ffff:ffff:ffff:ffff:fffe")).size(), 254u);
+}
+
+TEST(RouteAgentRanges, AreReadWithANextHopPerCountry) {
+    std::istringstream ipv4("# comment\n16777216,16777471,AU\n16777472,16778239,CN\n16778240,16778240,AU\n");
+    std::istringstream ipv6("\n2001:4:112::,2001:4:112:ffff:ffff:ffff:ffff:ffff,CN\n2001:5::,2001:5::,??\n");
+    std::ostringstream messages;
+    CountryNextHops next_hops;
+    std::vector<Route> routes;
+    ASSERT_TRUE(read_range_list(ipv4, "v4", Family::ipv4, next_hops, routes, messages));
+    ASSERT_TRUE(read_range_list(ipv6, "v6", Family::ipv6, next_hops, routes, messages));
+    std::ostringstream seen;
+    for (const Route& route : routes) {
+        seen << to_text(route.prefix) << ' ' << route.next_hop << ' ' << route.country[0] << route.country[1] << '\n';
+    }
+    EXPECT_EQ(seen.str(), "1.0.0.0/24 1 AU\n1.0.1.0/24 2 CN\n1.0.2.0/23 2 CN\n1.0.4.0/32 1 AU\n"
+                          "2001:4:112::/48 2 CN\n2001:5::/128 3 ??\n");
+    EXPECT_EQ(messages.str(), "");
+}
+
+TEST(RouteAgentRanges, AreRefusedWhenTheyMakeNoSense) {
+    std::istringstream in("1,2,AU\n2,3,AU\n9,8,AU\n10,11\n10,4294967296,AU\n10,x,AU\n10,11,AUS\n");
+    std::ostringstream messages;
+    CountryNextHops next_hops;
+    std::vector<Route> routes;
+    EXPECT_FALSE(read_range_list(in, "v4", Family::ipv4, next_hops, routes, messages));
+    EXPECT_EQ(messages.str(), "v4:2: '2,3,AU' begins inside or before the range above it\n"
+                              "v4:3: '9,8,AU' ends before it begins\n"
+                              "v4:4: '10,11' is not FIRST,LAST,CC\n"
+                              "v4:5: '10,4294967296,AU' has no IPv4 address at both ends\n"
+                              "v4:6: '10,x,AU' has no IPv4 address at both ends\n"
+                              "v4:7: country code 'AUS' isn't two letters\n");
+}
+
+TEST(RouteAgentLines, GoodOnesGiveRoutes) {
+    const std::map<std::string, std::string> good = {
+        {"10.0.0.0/8 1", "10.0.0.0/8 1"},
+        {"\t192.0.2.1   4294967295 # a host\r", "192.0.2.1/32 4294967295"},
+        {"0.0.0.0/0 0", "0.0.0.0/0 0"},
+        {"::/0 7#x", "::/0 7"},
+        {"2001:DB8::1 65536", "2001:db8::1/128 65536"},
+        {"2001:db8::/64 65536", "2001:db8::/64 65536"},
+        {"2001:db8::/65 65535", "2001:db8::/65 65535"},
+    };
+    for (const auto& [line, route] : good) {
+        const RouteLine parsed = parse_route_line(line);
+        ASSERT_TRUE(parsed.route) << line << ": " << parsed.reason;
+        EXPECT_EQ(to_text(parsed.route->prefix) + " " + std::to_string(parsed.route->next_hop), route);
+    }
+    for (const char* nothing : {"", " \t\r", "# 10.0.0.0/8 1", "  #"}) {
+        const RouteLine parsed = parse_route_line(nothing);
+        EXPECT_TRUE(!parsed.route && parsed.reason.empty()) << nothing;
+    }
+}
+
+TEST(RouteAgentLines, BadOnesGetAReason) {
+    const std::vector<std::pair<std::string, std::string>> bad = {
+        {"10.0.0/8 1", "'10.0.0/8' is no IPv4 or IPv6 prefix"},
+        {"10.0.0.256 1", "'10.0.0.256' is no IPv4 or IPv6 prefix"},
+        {"1:2::3::4/64 1", "'1:2::3::4/64' is no IPv4 or IPv6 prefix"},
+        {std::string("::1\0/64 1", 9), "'::1?/64' is no IPv4 or IPv6 prefix"},
+        {"10.0.0.0/ 1", "prefix length '' is no number"},
+        {"10.0.0.0/-8 1", "prefix length '-8' is no number"},
+        {"10.0.0.0/8/8 1", "prefix length '8/8' is no number"},
+        {"10.0.0.0/33 1", "prefix length '33' is too large, an IPv4 address has 32 bits"},
+        {"::/129 1", "prefix length '129' is too large, an IPv6 address has 128 bits"},
+        {"::/4294967296 1", "prefix length '4294967296' is too large, an IPv6 address has 128 bits"},
+        {"10.0.0.1/31 1", "'10.0.0.1/31' has bits set beyond the prefix length, the prefix is 10.0.0.0/31"},
+        {"::1/64 1", "'::1/64' has bits set beyond the prefix length, the prefix is ::/64"},
+        {"10.0.0.0/8 # 1", "no next hop behind the prefix"},
+        {"10.0.0.0/8 0x1", "next hop '0x1' is no decimal number"},
+        {"10.0.0.0/8 -1", "next hop '-1' is no decimal number"},
+        {"10.0.0.0/8 4294967296", "next hop '4294967296' doesn't fit 32 bits"},
+        {"10.0.0.0/8 1 via", "trailing 'via' behind the next hop"},
+        {"::/127 65536", "next hop '65536' doesn't fit the 16 bits that IPv6 prefixes of /65 to /127 have for it"},
+    };
+    for (const auto& [line, reason] : bad) {
+        const RouteLine parsed = parse_route_line(line);
+        EXPECT_FALSE(parsed.route) << line;
+        EXPECT_EQ(parsed.reason, reason) << line;
+    }
+}
+
+TEST(RouteAgentPlan, PrefixLengthChoosesTheTable) {
+    const auto table = [](Family family, unsigned length) { return table_for(network_of(family, {}, length)); };
+    EXPECT_EQ(table(Family::ipv4, 0), TableId::ipv4ShortMaskLpm);
+    EXPECT_EQ(table(Family::ipv4, 12), TableId::ipv4ShortMaskLpm);
+    EXPECT_EQ(table(Family::ipv4, 13), TableId::ipv4FinalResolve0);
+    EXPECT_EQ(table(Family::ipv4, 31), TableId::ipv4FinalResolve0);
+    EXPECT_EQ(table(Family::ipv4, 32), TableId::ipv4Host);
+    EXPECT_EQ(table(Family::ipv6, 0), TableId::ipv6ShortMaskLpm);
+    EXPECT_EQ(table(Family::ipv6, 22), TableId::ipv6ShortMaskLpm);
+    EXPECT_EQ(table(Family::ipv6, 23), TableId::ipv6Partition);
+    EXPECT_EQ(table(Family::ipv6, 64), TableId::ipv6Partition);
+    EXPECT_EQ(table(Family::ipv6, 65), TableId::ipv6LgMaskFinalResolve0);
+    EXPECT_EQ(table(Family::ipv6, 127), TableId::ipv6LgMaskFinalResolve0);
+    EXPECT_EQ(table(Family::ipv6, 128), TableId::ipv6Host);
+}
+
+std::vector<Route> routes_in_partitions(std::size_t count) {
+    std::vector<Route> routes;
+    for (std::size_t i = 0; i < count; ++i) {
+        routes.push_back({.prefix = {{i << 8, 0}, 65, Family::ipv6}, .next_hop = 1});
+    }
+    return routes;
+}
+
+TEST(RouteAgentPlan, PartitionsAreNumberedUpToTheirLimit) {
+    std::string reason;
+    const std::optional<Plan> full = make_plan(routes_in_partitions(65536), reason);
+    ASSERT_TRUE(full);
+    EXPECT_EQ((*full)[index_of(TableId::ipv6LgMaskFinalResolve0)].back().partition, 65535);
+    EXPECT_EQ((*full)[index_of(TableId::ipv6LgMaskPartition0)].back().partition, 65535);
+    EXPECT_FALSE(make_plan(routes_in_partitions(65537), reason));
+    EXPECT_NE(reason.find("more than 65536"), std::string::npos) << reason;
+}
+
+TEST(RouteAgentPlan, PartitionGoesWithItsLastRoute) {
+    std::istringstream list("10.16.0.0/13 1\n10.32.0.0/13 1\n10.40.0.0/13 1\n10.48.0.0/13 1\n");
+    std::ostringstream messages;
+    std::string reason;
+    const std::optional<Plan> plan = make_plan(read_route_list(list, "list", messages).value(), reason);
+    ASSERT_TRUE(plan);
+    const Selection selection = select_every_second(*plan);
+    EXPECT_EQ(selection[index_of(TableId::ipv4FinalResolve0)], (std::vector<bool>{false, true, false, true}));
+    EXPECT_EQ(selection[index_of(TableId::ipv4Partition0)], (std::vector<bool>{false, false, true}));
+}
+
+// Runs the agent on a fresh driver.
+class RouteAgentRun : public testing::Test {
+protected:
+    RouteAgentRun() {
+        vl_model_reset();
+    }
+    ~RouteAgentRun() override {
+        vl_model::set_answer_hook({});
+        vl_model::clear_faults();
+        vl_model::record_calls(false);
+        vl_model_reset();
+    }
+
+    int run(const std::string& list) {
+        std::istringstream in(list);
+        std::ostringstream out_stream;
+        std::ostringstream message_stream;
+        const int status = run_agent({"-"}, {.in = in, .out = out_stream, .messages = message_stream});
+        out = out_stream.str();
+        messages = message_stream.str();
+        return status;
+    }
+
+    // The numbers of a row of the report: added, read equal, deleted, left.
+    std::vector<int> row(const std::string& table) const {
+        std::istringstream text(out);
+        for (std::string line; std::getline(text, line);) {
+            std::erase(line, ',');
+            std::istringstream words(line);
+            std::string name;
+            std::vector<int> numbers(4);
+            words >> name >> numbers[0] >> numbers[1] >> numbers[2] >> numbers[3];
+            if (name == table) {
+                return numbers;
+            }
+        }
+        return {};
+    }
+
+    bool said(const std::string& text) const {
+        return messages.find(text) != std::string::npos;
+    }
+
+    std::string out;
+    std::string messages;
+};
+
+constexpr const char* one_of_each = R"(10.0.0.0/8 1
+10.0.16.0/20 2
+10.1.2.3 3
+2001:c00::/22 4
+2001:db8::/32 5
+2001:db8::4000:0:0:0/66 6
+2001:db8::1 7
+)";
+
+TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
+    vl_model::record_calls(true);
+    EXPECT_EQ(run(one_of_each), 0) << messages << out;
+
+    struct Sent {
+        std::vector<std::uint8_t> key;
+        std::uint32_t partition;
+        std::uint32_t priority; // bits of the address behind the prefix
+        std::uint32_t action;
+        std::vector<std::uint8_t> data;
+    };
+    const std::map<std::uint64_t, Sent> expected = {
+        {0x1000023, {{1, 10, 1, 2, 3}, 0, 0, 0x2000006a, {0, 0, 0, 3}}},
+        {0x1000037, {{1, 10, 0, 0, 0}, 0, 24, 0x20000081, {0, 0, 0, 1}}},
+        {0x1000033, {{0, 0, 10, 0, 16, 0}, 0, 12, 0x20000085, {0, 0, 0, 2}}},
+        {0x1000025, {{1, 10, 0, 0, 0}, 0, 20, 0x2000006e, {0, 0, 0, 0, 0, 0, 0, 0}}},
+        {0x1000022, {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 0, 0, 0x20000063, {0, 0, 0, 7}}},
+        {0x1000039, {{1, 0x20, 1, 0x0c, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 106, 0x20000090, {0, 0, 0, 4}}},
+        {0x1000035,
+         {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 96, 0x2000008a, {0, 0, 0, 0, 0, 5}}},
+        {0x1000034, {{0, 0, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0x40, 0, 0, 0, 0, 0, 0, 0}, 0, 62, 0x20000099, {0, 6}}},
+        {0x1000026,
+         {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 64, 0x20000067, {0, 0, 0, 0, 0, 0, 0, 0}}},
+    };
+    std::size_t adds = 0;
+    for (const vl_model::Call& call : vl_model::take_calls()) {
+        if (call.function != "pipe_mgr_mat_ent_add") {
+            continue;
+        }
+        ++adds;
+        const Sent& sent = expected.at(call.args.at(2));
+        EXPECT_EQ(call.match->key, sent.key) << std::hex << call.args[2];
+        EXPECT_EQ(call.match->partition_index, sent.partition);
+        EXPECT_EQ(call.match->priority, sent.priority) << std::hex << call.args[2];
+        EXPECT_EQ(call.args.at(4), sent.action);
+        EXPECT_EQ(call.action->data, sent.data) << std::hex << call.args[2];
+    }
+    EXPECT_EQ(adds, expected.size());
+}
+
+TEST_F(RouteAgentRun, ReportTellsWhatStands) {
+    std::string list;
+    for (int i = 0; i < 1001; ++i) { // more than one batch of a walk
+        list += "10." + std::to_string(i / 256) + "." + std::to_string(i % 256) + ".0/24 1\n";
+    }
+    list += "10.16.0.0/24 1\n10.0.0.1 2\n10.0.0.2 2\n";
+    EXPECT_EQ(run(list), 0) << messages << out;
+    EXPECT_EQ(row("ipv4FinalResolve0"), (std::vector{1002, 1002, 501, 501}));
+    EXPECT_EQ(row("ipv4Partition0"), (std::vector{2, 2, 1, 1})); // 10.16.0.0/12 lost its only route
+    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 1, 1}));
+    EXPECT_EQ(row("ipv6Host"), (std::vector{0, 0, 0, 0}));
+    EXPECT_EQ(row("total"), (std::vector{1006, 1006, 503, 503}));
+    EXPECT_NE(out.find("\nAll was as meant.\n"), std::string::npos);
+}
+
+TEST_F(RouteAgentRun, BadListIsToldInFullAndProgramsNothing) {
+    vl_model::record_calls(true);
+    EXPECT_EQ(run("10.0.0.0/8 1\n10.0.0.1/8 1\n\n10.0.0.0/8 2\n10.0.0.0/9\n"), 2);
+    EXPECT_TRUE(said("<stdin>:2: '10.0.0.1/8' has bits set"));
+    EXPECT_TRUE(said("<stdin>:4: 10.0.0.0/8 was given before, in line 1\n"));
+    EXPECT_TRUE(said("<stdin>:5: no next hop"));
+    EXPECT_EQ(out, "");
+
+    std::string hopeless;
+    for (int i = 0; i < 30; ++i) {
+        hopeless += "x\n";
+    }
+    EXPECT_EQ(run(hopeless), 2);
+    EXPECT_TRUE(said("<stdin>:20: "));
+    EXPECT_FALSE(said("<stdin>:21: "));
+    EXPECT_TRUE(vl_model::take_calls().empty());
+}
+
+TEST_F(RouteAgentRun, ArgumentsAreChecked) {
+    const auto status_of = [&](const std::vector<std::string>& arguments) {
+        std::istringstream in;
+        std::ostringstream out_stream;
+        std::ostringstream message_stream;
+        const int status = run_agent(arguments, {.in = in, .out = out_stream, .messages = message_stream});
+        out = out_stream.str();
+        messages = message_stream.str();
+        return status;
+    };
+    EXPECT_EQ(status_of({"--help"}), 0);
+    EXPECT_EQ(out.rfind("Usage: route_agent", 0), 0u);
+    EXPECT_EQ(status_of({"--verbose"}), 2);
+    EXPECT_TRUE(said("unknown option --verbose"));
+    EXPECT_EQ(status_of({"-", "-"}), 2);
+    EXPECT_EQ(status_of({"/nonexistent/list"}), 2);
+    EXPECT_TRUE(said("/nonexistent/list: can't be opened: No such file or directory"));
+    EXPECT_EQ(status_of({"/"}), 2);
+    EXPECT_TRUE(said("/: can't be read"));
+}
+
+TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {
+    // In each phase, and where the device is opened and closed.
+    const std::vector<std::pair<std::string, std::string>> calls = {
+        {"pipe_mgr_mat_ent_add", "ipv4ShortMaskLpm: adding 10.0.0.0/8 was refused"},
+        {"pipe_mgr_get_entry", "ipv4Host: reading 10.1.2.3/32 was refused"},
+        {"pipe_mgr_get_next_entry_handles", "ipv4Host: asking for the next entries was refused"},
+        {"pipe_mgr_get_entry_count", "ipv4Host: counting the entries was refused"},
+        {"pipe_mgr_mat_ent_del_by_match_spec", "ipv4Host: deleting 10.1.2.4/32 was refused"},
+        {"pipe_mgr_match_spec_to_ent_hdl", "ipv4Host: looking for 10.1.2.4/32 was refused"},
+    };
+    const std::string list = std::string(one_of_each) + "10.1.2.4 3\n";
+    for (const auto& [function, message] : calls) {
+        vl_model::fail_call(function, function == "pipe_mgr_mat_ent_add" ? 3 : 1, VL_MODEL_NO_MEMORY);
+        EXPECT_EQ(run(list), 1) << function;
+        EXPECT_TRUE(said(message + " with status 2, NO_MEMORY")) << messages;
+        EXPECT_NE(out.find("\nNOT as meant: the driver refused.\n"), std::string::npos) << out;
+        // The device was closed all the same: it can be opened again.
+        EXPECT_EQ(run(list), 0) << messages << out;
+    }
+}
+
+TEST_F(RouteAgentRun, ReadingsThatDifferAreCountedAndShown) {
+    const std::string list = "10.1.2.3 5\n10.1.2.4 6\n";
+    const auto run_with = [&](const vl_model::AnswerHook& hook) {
+        vl_model::set_answer_hook(hook);
+        EXPECT_EQ(run(list), 1) << messages;
+        EXPECT_NE(out.find("\nNOT as meant: there were differences.\n"), std::string::npos) << out;
+    };
+    run_with([](pipe_match_record&, pipe_action_record& action, std::uint32_t&) { action.action.data[3] ^= 2; });
+    EXPECT_TRUE(said("next hop 5), read 10.1.2.3/32 under 1, p4_pd_velmar_switch_setNextHop (")) << messages;
+    EXPECT_TRUE(said("next hop 7)\n")) << messages;
+    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 0, 1, 1}));
+    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t&) { match.key_bytes[0] = 2; });
+    EXPECT_TRUE(said("read 10.1.2.3/32 under 2")) << messages;
+    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t&) { match.key_len = 0; });
+    EXPECT_TRUE(said("read the default entry")) << messages;
+    // setNextHop2 instead of setNextHop, in the second walk alone.
+    int reads = 0;
+    run_with([&reads](pipe_match_record&, pipe_action_record&, std::uint32_t& action_hdl) {
+        action_hdl = ++reads == 3 ? 0x2000006b : action_hdl;
+    });
+    EXPECT_TRUE(said("setNextHop2")) << messages;
+    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 1, 1}));
+}
+
+TEST_F(RouteAgentRun, ChangesThatTheDriverOnlyClaimsAreFound) {
+    const std::string list = "10.1.2.3 5\n10.1.2.4 6\n";
+    vl_model::fail_call("pipe_mgr_mat_ent_add", 1, VL_MODEL_OK);
+    EXPECT_EQ(run(list), 1);
+    EXPECT_TRUE(said("the driver counts 1 entries, meant are 2")) << messages;
+    EXPECT_TRUE(said("the walk leaves out 10.1.2.3/32")) << messages;
+
+    vl_model::fail_call("pipe_mgr_mat_ent_del_by_match_spec", 1, VL_MODEL_OK);
+    EXPECT_EQ(run(list), 1);
+    EXPECT_TRUE(said("10.1.2.4/32 was deleted and still stands")) << messages;
+    EXPECT_TRUE(said("10.1.2.4/32 was deleted and is still found")) << messages;
+    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 1, 2}));
+
+    // A list of handles that is never written: foreign ones, without an end.
+    vl_model::fail_call("pipe_mgr_get_next_entry_handles", 1, VL_MODEL_OK);
+    EXPECT_EQ(run(list), 1);
+    EXPECT_TRUE(said("the walk gives handle 0, which no entry has")) << messages;
+    EXPECT_TRUE(said("the walk goes on after 2 entries; not followed")) << messages;
+    EXPECT_TRUE(said("the walk leaves out 10.1.2.4/32")) << messages;
+}
+
+} // namespace
