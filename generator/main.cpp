@@ -46,6 +46,7 @@ void write_all(const std::filesystem::path& folder) {
     write_if_changed(sources / "record_asserts.cpp", write_record_asserts(exports));
     write_if_changed(folder / "exports.map", write_version_script(exports));
     write_if_changed(folder / "exports.txt", write_export_list(exports));
+    write_if_changed(folder / "rows.txt", write_row_list(exports));
     write_if_changed(headers / (std::string(rows.program) + "_pipeline.h"), write_pipeline_description(rows));
 }
 

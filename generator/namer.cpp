@@ -1,6 +1,8 @@
 // Walks the rows in catalog order and expands each family's snippets for the rows it runs over.
 #include "generator/namer.h"
 
+#include <cstdio>
+
 #include "catalog/layout.h"
 #include "generator/snippet.h"
 
@@ -108,6 +110,12 @@ std::string match_spec_name(const Catalog& rows, const Table& table) {
 
 std::string action_spec_name(const Catalog& rows, const Action& action) {
     return prefix(rows) + action.name + "_action_spec_t";
+}
+
+std::string hex(std::uint32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%x", value);
+    return text;
 }
 
 Exports name_exports(const Catalog& rows) {

@@ -50,6 +50,9 @@ std::string prefix(const catalog::Catalog& rows);
 std::string match_spec_name(const catalog::Catalog& rows, const catalog::Table& table);
 std::string action_spec_name(const catalog::Catalog& rows, const catalog::Action& action);
 
+// "0x1000023"
+std::string hex(std::uint32_t value);
+
 Exports name_exports(const catalog::Catalog& rows);
 
 } // namespace generator

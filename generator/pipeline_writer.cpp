@@ -1,7 +1,5 @@
 // The description of the pipeline that an agent hands to the embedded driver when it adds a device: handles, widths and
 // lengths, which are all that a driver sees of a P4 program.
-#include <cstdio>
-
 #include "catalog/layout.h"
 #include "generator/writers.h"
 
@@ -10,12 +8,6 @@ namespace generator {
 using namespace catalog;
 
 namespace {
-
-std::string hex(std::uint32_t value) {
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%x", value);
-    return text;
-}
 
 const char* match_name(KeyShape shape) {
     switch (shape) {
@@ -40,7 +32,8 @@ std::string action_line(const Catalog& rows, const Binding& binding, bool in_pro
            ", .for_default = " + (in_profile || for_default(binding) ? "1" : "0") + "},\n";
 }
 
-// A pipeline starts with the last of a table's default actions, which is where programs put the miss.
+// What the program starts with isn't in the catalog. The last of a table's default actions stands for it: most often the
+// miss.
 std::uint32_t initial_default(const Table& table) {
     std::uint32_t handle = 0;
     for (const Binding& binding : table.actions)

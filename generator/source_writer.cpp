@@ -32,6 +32,34 @@ std::string row_constants(const char* scope, const char* type, const char* look_
     return text + "} // namespace " + scope + "\n";
 }
 
+// Visits every record with its size, and every field of it with offset and bytes.
+void for_each_record(const Catalog& rows, auto record, auto field_of) {
+    for (const Seam& seam : rows.seams)
+        for (const Table& table : seam.tables) {
+            if (key_shape(table) == KeyShape::keyless) continue;
+            const KeyLayout layout = key_layout(table);
+            const std::string type = match_spec_name(rows, table);
+            record(type, layout.record_size);
+            for (std::size_t i = 0; i < layout.field_count; ++i) {
+                const KeyField& field = table.key.begin()[i];
+                const FieldLayout& place = layout.fields[i];
+                field_of(type, field.pd_name, place.record_offset, place.record_bytes);
+                if (place.partner_bytes == 0) continue;
+                const char* partner = field.match == Match::lpm ? "_prefix_length" : "_mask";
+                field_of(type, std::string(field.pd_name) + partner, place.partner_offset, place.partner_bytes);
+            }
+        }
+    for (const Action& action : rows.actions) {
+        if (action.params.size() == 0) continue;
+        const ActionLayout layout = action_layout(action);
+        const std::string type = action_spec_name(rows, action);
+        record(type, layout.record_size);
+        for (std::size_t i = 0; i < layout.param_count; ++i)
+            field_of(type, std::string("action_") + action.params.begin()[i].name, layout.params[i].record_offset,
+                     layout.params[i].record_bytes);
+    }
+}
+
 } // namespace
 
 std::string write_program_source(const Exports& exports) {
@@ -87,30 +115,48 @@ std::string write_record_asserts(const Exports& exports) {
         text += "static_assert(offsetof(" + type + ", " + field + ") == " + std::to_string(offset) + " && sizeof(" +
                 type + "::" + field + ") == " + std::to_string(bytes) + ");\n";
     };
+    for_each_record(rows, assert_size, assert_field);
+    return text;
+}
+
+std::string write_row_list(const Exports& exports) {
+    const Catalog& rows = *exports.rows;
+    std::set<std::string> lines;
+    const auto add_record = [&lines](const std::string& type, unsigned size) {
+        lines.insert(type + "\tsize " + std::to_string(size) + "\n");
+    };
+    const auto add_field = [&lines](const std::string& type, const std::string& field, unsigned offset,
+                                    unsigned bytes) {
+        lines.insert(type + "." + field + "\toffset " + std::to_string(offset) + ", " + std::to_string(bytes) +
+                     " bytes\n");
+    };
+    for_each_record(rows, add_record, add_field);
+
+    const auto add_bindings = [&](const char* owner, List<Binding> bindings) {
+        for (const Binding& binding : bindings) {
+            const std::size_t number = action_number(rows, binding.action);
+            const ActionLayout layout = action_layout(rows.actions[number]);
+            lines.insert(std::string(owner) + "." + binding.action + "\t" + hex(binding.handle) + ", action " +
+                         std::to_string(number) + ", " + std::to_string(layout.bits) + " bits in " +
+                         std::to_string(layout.bytes) + " bytes\n");
+        }
+    };
     for (const Seam& seam : rows.seams)
         for (const Table& table : seam.tables) {
-            if (key_shape(table) == KeyShape::keyless) continue;
             const KeyLayout layout = key_layout(table);
-            const std::string type = match_spec_name(rows, table);
-            assert_size(type, layout.record_size);
-            for (std::size_t i = 0; i < layout.field_count; ++i) {
-                const KeyField& field = table.key.begin()[i];
-                const FieldLayout& place = layout.fields[i];
-                assert_field(type, field.pd_name, place.record_offset, place.record_bytes);
-                if (place.partner_bytes == 0) continue;
-                const char* partner = field.match == Match::lpm ? "_prefix_length" : "_mask";
-                assert_field(type, std::string(field.pd_name) + partner, place.partner_offset, place.partner_bytes);
-            }
+            lines.insert(std::string(table.name) + "\t" + hex(table.handle) + ", key of " +
+                         std::to_string(layout.bits) + " bits in " + std::to_string(layout.bytes) +
+                         " bytes, resource " + hex(resource_of(rows, table).handle) + "\n");
+            add_bindings(table.name, table.actions);
         }
-    for (const Action& action : rows.actions) {
-        if (action.params.size() == 0) continue;
-        const ActionLayout layout = action_layout(action);
-        const std::string type = action_spec_name(rows, action);
-        assert_size(type, layout.record_size);
-        for (std::size_t i = 0; i < layout.param_count; ++i)
-            assert_field(type, std::string("action_") + action.params.begin()[i].name, layout.params[i].record_offset,
-                         layout.params[i].record_bytes);
+    for (const Profile& profile : rows.profiles) {
+        lines.insert(std::string(profile.name) + "\t" + hex(profile.data_table) + ", selector " +
+                     hex(profile.selector) + ", of " + profile.table + "\n");
+        add_bindings(profile.name, profile.actions);
     }
+    std::string text;
+    for (const std::string& line : lines)
+        text += line;
     return text;
 }
 

@@ -1,10 +1,11 @@
 #!/usr/bin/env python3
-"""Holds the library's surface to the committed list of exports.
+"""Holds the library's surface to the committed lists.
 
-  check_exports.py LIBRARY GENERATED COMMITTED BOUNDARY_HEADERS...
+  check_exports.py LIBRARY GENERATED_FOLDER COMMITTED_FOLDER BOUNDARY_HEADERS...
 
-LIBRARY exports the names of the list and nothing else, GENERATED (what the catalog yields now) equals COMMITTED, and
-what the library wants from outside are functions of the driver boundary, of cJSON and of libc.
+exports.txt (names and signatures) and rows.txt (record layouts, handles, sizes) that the catalog yields now equal the
+committed ones. LIBRARY exports the names of the list and nothing else, and what it wants from outside are functions of
+the driver boundary, of cJSON and of libc.
 """
 
 import re
@@ -29,15 +30,19 @@ def report(title, names):
     return len(names)
 
 
+def compare(title, generated, committed):
+    changed = [f"{name}: {committed[name]} -> {generated[name]}" for name in committed.keys() & generated.keys()
+               if committed[name] != generated[name]]
+    return (report(f"{title}: missing from the catalog", committed.keys() - generated.keys())
+            + report(f"{title}: extra in the catalog", generated.keys() - committed.keys())
+            + report(f"{title}: changed", changed))
+
+
 def main():
-    library, generated_path, committed_path, *headers = sys.argv[1:]
-    generated, committed = read_list(generated_path), read_list(committed_path)
-    faults = report("missing from the catalog, but in the committed list", committed.keys() - generated.keys())
-    faults += report("extra in the catalog, not in the committed list", generated.keys() - committed.keys())
-    faults += report(
-        "changed signatures",
-        [f"{name}: {committed[name]} -> {generated[name]}" for name in committed.keys() & generated.keys()
-         if committed[name] != generated[name]])
+    library, generated_folder, committed_folder, *headers = sys.argv[1:]
+    faults = compare("rows.txt", read_list(f"{generated_folder}/rows.txt"), read_list(f"{committed_folder}/rows.txt"))
+    generated = read_list(f"{generated_folder}/exports.txt")
+    faults += compare("exports.txt", generated, read_list(f"{committed_folder}/exports.txt"))
 
     symbols = [line.split() for line in output_of("nm", "-D", "-S", "--defined-only", library).splitlines()]
     exported = {fields[-1]: int(fields[1], 16) for fields in symbols}
@@ -60,7 +65,7 @@ def main():
                           if kind == "U" and "@GLIBC" not in name and not name.startswith("cJSON_")
                           and name not in declared])
     if faults:
-        print("After a wanted change, copy the generated list over the committed one.")
+        print("After a wanted change, copy the generated lists over the committed ones.")
     return 1 if faults else 0
 
 

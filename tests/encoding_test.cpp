@@ -85,7 +85,7 @@ TEST_F(Encoding, MaskedTableCutsTheKeyBeforeTheMaskIsTrimmed) {
 
 TEST_F(Encoding, PlainFieldsOfAMaskedTable) {
     p4_pd_velmar_switch_steerFlowDefault_match_spec_t key = {};
-    key.velmarCpuHdr_valid = 1;
+    key.velmarCpuHdr_valid = 0xFF; // a plain field: the key has the caller's byte, the mask the field's width
     key.phase0_ingVPort = 0x3FFF;
     key.phase0_ingVPort_mask = 0xFFFF;
     key.ingMd_l2Control = 1;
@@ -94,7 +94,7 @@ TEST_F(Encoding, PlainFieldsOfAMaskedTable) {
     const MatchCopy match = sent();
     EXPECT_EQ(match.key_bits, 244);
     ASSERT_EQ(match.key.size(), 33u);
-    EXPECT_EQ(hex({match.key.begin(), match.key.begin() + 3}), "01 3f ff");
+    EXPECT_EQ(hex({match.key.begin(), match.key.begin() + 3}), "ff 3f ff");
     EXPECT_EQ(hex({match.mask.begin(), match.mask.begin() + 3}), "01 3f ff");
     EXPECT_EQ(match.key[32], 1);
     EXPECT_EQ(match.mask[32], 1);

@@ -2,6 +2,8 @@
 // order, and that a device's state survives as JSON.
 #include "support/library.h"
 
+#include <dlfcn.h>
+
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -46,6 +48,28 @@ TEST(Start, RegistersAfterTheStatesExist) {
     vl_model::record_calls(false);
 }
 
+// The record of callbacks, seen on its way to the driver.
+bf_drv_client_callbacks registered_callbacks;
+
+TEST(Start, NamesThreeCallbacksAndNoOther) {
+    vl_model_reset();
+    std::memset(&registered_callbacks, 0xFF, sizeof registered_callbacks);
+    p4_pd_velmar_switch_init();
+    for (const auto& slot : registered_callbacks.reserved_0_2)
+        EXPECT_EQ(slot, nullptr);
+    for (const auto& slot : registered_callbacks.reserved_6_30)
+        EXPECT_EQ(slot, nullptr);
+    EXPECT_TRUE(registered_callbacks.device_remove && registered_callbacks.state_log &&
+                registered_callbacks.state_restore);
+}
+
+TEST(Start, DoesNotLookAtTheAnswerToTheCallbacks) {
+    vl_model_reset();
+    vl_model::fail_call("bf_drv_client_register_callbacks", 1, 9);
+    p4_pd_velmar_switch_init();
+    EXPECT_EQ(p4_pd_velmar_switch_cleanup(), 0u);
+}
+
 TEST(StartDeathTest, ARefusedRegistrationStopsTheProcess) {
     EXPECT_EXIT(
         {
@@ -56,7 +80,7 @@ TEST(StartDeathTest, ARefusedRegistrationStopsTheProcess) {
         testing::KilledBySignal(SIGABRT), "r == BF_SUCCESS");
 }
 
-// The library's client callbacks as the driver got them, so that they can be called with any object.
+// A device's state in the shadows, driven through the driver's side of the callbacks.
 class DeviceState : public support::LibraryTest {
 protected:
     using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
@@ -72,12 +96,12 @@ protected:
         std::vector<p4_pd_ms_state*> found;
         for (const Call& call : calls_of("p4_pd_ms_destroy_state_for_dev"))
             found.push_back(reinterpret_cast<p4_pd_ms_state*>(call.args[0]));
-        EXPECT_EQ(vl_model_device_add(device, nullptr_pipeline()), 0u);
+        EXPECT_EQ(vl_model_device_add(device, empty_pipeline()), 0u);
         calls();
         return found;
     }
 
-    static const vl_model_pipeline* nullptr_pipeline() {
+    static const vl_model_pipeline* empty_pipeline() {
         static const vl_model_pipeline empty = {.name = "empty", .tables = nullptr, .table_count = 0};
         return &empty;
     }
@@ -210,3 +234,11 @@ TEST(ActionNames, NumbersAndNamesAreInverse) {
 }
 
 } // namespace
+
+// Stands before the driver's own: driver functions are interposable.
+extern "C" pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv_client_callbacks* callbacks,
+                                                        std::uint32_t priority) {
+    registered_callbacks = *callbacks;
+    using Function = decltype(&bf_drv_client_register_callbacks);
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, "bf_drv_client_register_callbacks"))(hdl, callbacks, priority);
+}

@@ -2,6 +2,8 @@
 // themselves.
 #include "support/library.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "vl_driver/tables.h"
@@ -136,8 +138,11 @@ TEST_F(Readback, AnAnswerWithoutActionDataWritesNothing) {
     EXPECT_EQ(read(entry, out), PD_STATUS_UNEXPECTED);
     EXPECT_TRUE(out.key_untouched() && out.action_untouched());
     EXPECT_EQ(vl_model::allocations_made(), 0u);
-    const std::vector<std::string> lines = log_lines();
-    ASSERT_EQ(lines.size(), 1u);
+    const std::vector<vl_model::Call> logged = calls_of("bf_sys_log_and_trace");
+    ASSERT_EQ(logged.size(), 1u);
+    EXPECT_EQ(logged[0].args[0], 0u) << "module";
+    EXPECT_EQ(logged[0].args[1], 2u) << "level";
+    const std::vector<std::string> lines = {logged[0].text};
     EXPECT_TRUE(lines[0].starts_with("ASSERTION FAILED: \"0\" (0) from p4_pd_velmar_switch_trapToCpu_get_entry:"))
         << lines[0];
 }
@@ -209,6 +214,16 @@ TEST_F(Readback, KeylessTable) {
     EXPECT_EQ(call.match->key_bits | call.match->key_len, 0);
 }
 
+TEST_F(Readback, TheListHasAPairForEachSlot) {
+    const pd_entry entry = add_trap();
+    vl_model::set_answer_hook([](auto&, pipe_action_record& action, auto&) { action.resource_count = 2; });
+    Outputs out;
+    ASSERT_EQ(read(entry, out), 0u);
+    const std::vector<vl_model::Call> allocations = calls_of("bf_sys_calloc");
+    ASSERT_EQ(allocations.size(), 1u);
+    EXPECT_EQ(allocations[0].args, (std::vector<std::uint64_t>{2, 8}));
+}
+
 TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
     p4_pd_velmar_switch_wredQueueSelect_match_spec_t key = {};
     const p4_pd_velmar_switch_runWred_action_spec_t wred = {.action_index = 7, .action_ecnEnabled = 1};
@@ -245,17 +260,60 @@ TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
         << "slots of which none is attached are no resource";
 }
 
-TEST_F(Readback, IndirectEntries) {
-    std::uint8_t key[] = {0x01, 0x23}, mask[] = {0xFF, 0xFF};
-    const pipe_match_record match = {key, mask, 0, 0, 16, 2, 0};
-    pipe_action_record action{};
-    action.kind = PIPE_KIND_GROUP;
-    action.group_hdl = 0x77;
-    pd_entry entry = 0;
-    ASSERT_EQ(pipe_mgr_mat_ent_add(session, {device, PIPE_ALL_PIPES, 0}, 0x1000046, &match, 0x200000b5, &action, 0, 0,
-                                   &entry),
-              0u);
-    calls();
+// Entries of indirect tables are made with the driver's own call here.
+class IndirectReadback : public Readback {
+protected:
+    static constexpr std::uint32_t lag_group = 0x1000063;
+
+    struct LagOutputs {
+        p4_pd_velmar_switch_lagGroup_match_spec_t key = {.egrMd_egrL2AintfUnresolved = 0xA5A5A5A5,
+                                                         .egrMd_egrL2AintfUnresolved_mask = 0xA5A5A5A5};
+        std::uint32_t priority = 0xA5A5A5A5, grp = 0xA5A5A5A5, mbr = 0xA5A5A5A5;
+        std::uint8_t has_mbr = untouched, has_grp = untouched, is_default = untouched;
+    };
+
+    pd_entry add_pointer() {
+        std::uint8_t key[] = {0x01, 0x20, 0x34}, mask[] = {0x0F, 0xF0, 0xFF};
+        const pipe_match_record match = {key, mask, 0, 9, 20, 3, 0};
+        pipe_action_record action{};
+        action.kind = PIPE_KIND_GROUP;
+        action.group_hdl = 0x77;
+        pd_entry entry = 0;
+        EXPECT_EQ(pipe_mgr_mat_ent_add(session, {device, PIPE_ALL_PIPES, 0}, lag_group, &match, 0x200000fc, &action, 0,
+                                       0, &entry),
+                  0u);
+        calls();
+        return entry;
+    }
+
+    pd_status read_lag(pd_entry entry, LagOutputs& out, std::uint32_t from_hw = 0) {
+        return p4_pd_velmar_switch_lagGroup_get_entry(session, device, entry, from_hw, &out.key, &out.priority,
+                                                      &out.has_mbr, &out.has_grp, &out.grp, &out.mbr, &out.is_default);
+    }
+};
+
+TEST_F(IndirectReadback, KeyPriorityAndCall) {
+    const pd_entry entry = add_pointer();
+    LagOutputs out;
+    ASSERT_EQ(read_lag(entry, out, 1), 0u);
+    EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved, 0x12034u);
+    EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved_mask, 0xFF0FFu);
+    EXPECT_EQ(out.priority, 9u);
+    EXPECT_EQ(out.is_default, 0);
+    const vl_model::Call call = only_call();
+    EXPECT_EQ(call.args[1], lag_group);
+    EXPECT_EQ(call.args[2], all_pipes_word);
+    EXPECT_EQ(call.args[7], 1u);
+    EXPECT_EQ(call.args[8], 1u);
+    EXPECT_EQ(call.args[9], 0u);
+    EXPECT_EQ(call.match->key, Bytes(3));
+    EXPECT_EQ(call.match->key_bits, 20);
+    EXPECT_TRUE(call.action->data_null);
+    EXPECT_EQ(call.action->data_len, 0);
+}
+
+TEST_F(IndirectReadback, MemberGroupOrNeither) {
+    const pd_entry entry = add_pointer();
     const struct {
         std::uint8_t kind, has_mbr, has_grp;
         std::uint32_t mbr, grp;
@@ -270,37 +328,53 @@ TEST_F(Readback, IndirectEntries) {
             answer.resource_count = 1; // no list is made in indirect tables
             action_hdl = 0;            // nor is the action looked at
         });
-        p4_pd_velmar_switch_ecmpGroup_match_spec_t read_key = {};
-        std::uint8_t has_mbr = untouched, has_grp = untouched, is_default = untouched;
-        std::uint32_t grp = 0xA5A5A5A5, mbr = 0xA5A5A5A5;
-        ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_get_entry(session, device, entry, 0, &read_key, &has_mbr, &has_grp,
-                                                          &grp, &mbr, &is_default),
-                  0u);
-        EXPECT_EQ(has_mbr, expected.has_mbr);
-        EXPECT_EQ(has_grp, expected.has_grp);
-        EXPECT_EQ(mbr, expected.mbr);
-        EXPECT_EQ(grp, expected.grp);
-        EXPECT_EQ(read_key.l3_nextHop, 0x123u);
-        EXPECT_EQ(is_default, 0);
-        const vl_model::Call call = only_call();
-        EXPECT_TRUE(call.action->data_null);
-        EXPECT_EQ(call.action->data_len, 0);
+        LagOutputs out;
+        ASSERT_EQ(read_lag(entry, out), 0u);
+        EXPECT_EQ(out.has_mbr, expected.has_mbr);
+        EXPECT_EQ(out.has_grp, expected.has_grp);
+        EXPECT_EQ(out.mbr, expected.mbr);
+        EXPECT_EQ(out.grp, expected.grp);
+        EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved, 0x12034u);
     }
     EXPECT_EQ(vl_model::allocations_made(), 0u);
+    EXPECT_TRUE(log_lines().empty());
+}
+
+TEST_F(IndirectReadback, RefusalsAndEntriesWithoutAKey) {
+    const pd_entry entry = add_pointer();
+    LagOutputs out;
+    const LagOutputs fresh;
+    vl_model::fail_call("pipe_mgr_get_entry", 1, 55);
+    EXPECT_EQ(read_lag(entry, out), 55u);
+    EXPECT_EQ(std::memcmp(&out, &fresh, sizeof out), 0);
+
+    vl_model::set_answer_hook([](pipe_match_record& match, auto&, auto&) { match.key_len = 0; });
+    ASSERT_EQ(read_lag(entry, out), 0u);
+    EXPECT_EQ(out.is_default, 1);
+    EXPECT_EQ(out.priority, 9u);
+    EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved | out.key.egrMd_egrL2AintfUnresolved_mask, 0u);
+    EXPECT_EQ(out.has_grp, 1);
 }
 
 using ReadbackDeathTest = Readback;
 
+// The frames alone go to the log, one line each: what a production run would log isn't among them.
 TEST_F(ReadbackDeathTest, DebugModeLogsTheFramesAndStops) {
     const pd_entry entry = add_trap();
+    const auto count_lines = [](int, int level, const char* line, void*) {
+        static int frames = 0;
+        if (level != 2 || std::strstr(line, "ASSERTION") != nullptr) std::_Exit(1);
+        if (++frames == 2) std::fputs("two frames or more\n", stderr);
+    };
     EXPECT_EXIT(
         {
             vl_model_debug_mode_set(1);
+            vl_model_log_sink_set(count_lines, nullptr);
             vl_model::set_answer_hook([](auto&, pipe_action_record& action, auto&) { action.kind = 0; });
             Outputs out;
             read(entry, out);
         },
-        testing::KilledBySignal(SIGABRT), "libvl_bf_pd_default");
+        testing::KilledBySignal(SIGABRT), "two frames or more");
 }
 
 TEST(Decoders, PrefixLengthIsToldByTrailingZeros) {
@@ -329,7 +403,6 @@ TEST(Decoders, KeysClearTheWholeRecordAndTrimNothing) {
     p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_t v4;
     std::memset(&v4, 0xFF, sizeof v4);
     unbuild_key_ipv4FinalResolve0(&match, &v4);
-    Bytes cleared(sizeof v4);
     p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_t expected;
     std::memset(&expected, 0, sizeof expected);
     expected.fibV4ResultX_partIdx = 0xBEEF; // the partition comes from beside the key

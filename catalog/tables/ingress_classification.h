@@ -120,7 +120,7 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "vxlanVniResolution",
      .handle = 0x1000009,
-     .summary = "Resolves the VNI, split into 8 low bits and 16 high bits, with the tunnel type to VLAN, VRF, IP- "
+     .summary = "Resolves the VNI, split into 8 low bits and 16 high bits, with the tunnel type to VLAN, VRF, IP-"
                 "routing state and layer-3 interface.",
      .key = {{"ingressVniLow", "ingMd_ingressVniLow", 8},
              {"ingressVniHigh", "ingMd_ingressVniHigh", 16},

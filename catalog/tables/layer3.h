@@ -169,7 +169,7 @@ inline constexpr Table layer3[] = {
 
     {.name = "switchToCpu",
      .handle = 0x1000036,
-     .summary = "Gives the next hop that leads to the CPU, by the low bit of l3Info_ipRouting and the address- "
+     .summary = "Gives the next hop that leads to the CPU, by the low bit of l3Info_ipRouting and the address-"
                 "family bits.",
      .key = {{"ipRouting", "l3Info_ipRouting", 4, exact, untagged, 0x1},
              {"v4V6Valid", "ingMd_v4V6Valid", 3}},

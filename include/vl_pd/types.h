@@ -23,14 +23,14 @@
 #define PD_NOEXCEPT
 #endif
 
-/* 0 is success. All other values are the driver's, handed on unchanged, but for the four of pd_status_value. */
+/* 0 is success. All other values are the driver's, handed on unchanged, but for the four below. */
 typedef uint32_t pd_status;
 
 enum {
     PD_STATUS_OK = 0,
     PD_STATUS_NO_MEMORY = 2,  /* an allocation failed */
     PD_STATUS_INVALID = 3,    /* an enumeration value, or placement data, that names nothing known */
-    PD_STATUS_UNEXPECTED = 15 /* the driver's answer can't come from this pipeline; a line is in the driver's log */
+    PD_STATUS_UNEXPECTED = 15 /* the driver's answer can't come from this pipeline */
 };
 /* A member operation names another action than the member's, or a handle is no profile's. */
 #define PD_STATUS_MISMATCH UINT32_C(0xFFFFFFFF)

@@ -15,7 +15,8 @@
  *   dev_id       Device, in operations that name an entry by its handle.
  *   match_spec   The table's record <table>_match_spec_t: one field per key field. A field that is matched by mask has
  *                its mask behind it (<field>_mask, a 1 bit is matched), one that is matched by prefix its length in bits
- *                (<field>_prefix_length).
+ *                (<field>_prefix_length). In ipv4FinalResolve0, ipv6LgMaskFinalResolve0 and ipv6FinalResolve the first
+ *                field names a partition and isn't matched. Of the 32-bit l3_nextHop a key takes the low 16 bits.
  *   priority     Orders the entries of a masked table; other tables take none.
  *   action_spec  The action's record <action>_action_spec_t: one field action_<param> per parameter. Actions without
  *                parameters take none.
@@ -72,7 +73,7 @@
  * Reading entries
  *
  *   <table>_get_entry(sess_hdl, dev_id, entry_hdl, read_from_hw, ...)
- *       Reads one entry, from the hardware if bit 0 to 7 of read_from_hw are not all zero, else from the driver's copy.
+ *       Reads one entry, from the hardware if bits 0 to 7 of read_from_hw are not all zero, else from the driver's copy.
  *       Tables with actions:  [match_spec out, [priority out,]] action_name out, action_spec out, action_id out
  *                             [, is_default out]
  *       Tables whose entries point into an action profile:  match_spec out, [priority out,] has_mbr out, has_grp out,

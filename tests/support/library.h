@@ -20,9 +20,9 @@ namespace support {
 using Bytes = std::vector<std::uint8_t>;
 
 inline constexpr pd_device device = 3;
-inline constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = 2, .reserved = 0};
+inline constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = 2, .reserved = 0x1234};
 // The target's eight bytes as a recorded call shows them.
-inline constexpr std::uint64_t target_word = std::uint64_t{2} << 32 | device;
+inline constexpr std::uint64_t target_word = std::uint64_t{0x12340002} << 32 | device;
 // What reads by handle send: the device on all pipes, and nothing else.
 inline constexpr std::uint64_t all_pipes_word = std::uint64_t{0xFFFF} << 32 | device;
 
