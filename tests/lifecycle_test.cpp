@@ -152,6 +152,12 @@ TEST_F(DeviceState, RemovalDropsTheFiveStatesAndThenTheTransactions) {
     EXPECT_EQ(names(made), expected);
     for (const Call& call : made)
         EXPECT_EQ(call.args.back(), device);
+    EXPECT_EQ(vl_model_device_add(device, empty_pipeline()), 0u);
+    log();
+    const std::vector<Call> logged = calls_of("p4_pd_ms_log_state");
+    ASSERT_EQ(logged.size(), 5u);
+    for (std::size_t i = 0; i < 5; ++i)
+        EXPECT_EQ(made[i].args[0], logged[i].args[1]) << "in the order of the log";
 }
 
 TEST_F(DeviceState, ALogRestoresAllFiveProfiles) {
