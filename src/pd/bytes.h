@@ -24,6 +24,25 @@ struct Wide {
     }
 };
 
+// 16 bytes in the order in which they stand: enough for masking, which doesn't mind.
+struct Block {
+    std::uint64_t words[2];
+
+    friend Block operator&(Block left, Block right) {
+        return {{left.words[0] & right.words[0], left.words[1] & right.words[1]}};
+    }
+};
+
+inline Block load_block(const Byte* from) {
+    Block block;
+    std::memcpy(&block, from, sizeof block);
+    return block;
+}
+
+inline void store_block(Byte* to, Block block) {
+    std::memcpy(to, &block, sizeof block);
+}
+
 // An integer of a record.
 template <unsigned size>
 std::uint32_t load(const Byte* from) {
@@ -46,6 +65,9 @@ void store_big_endian(Byte* to, std::uint32_t value) {
     if constexpr (size == 3) {
         store_big_endian<2>(to, value >> 8);
         to[2] = static_cast<Byte>(value);
+    } else if constexpr (size == 2) {
+        const std::uint16_t swapped = __builtin_bswap16(static_cast<std::uint16_t>(value));
+        std::memcpy(to, &swapped, size);
     } else {
         value = __builtin_bswap32(value) >> (32 - 8 * size);
         std::memcpy(to, &value, size);
@@ -56,6 +78,11 @@ template <unsigned size>
 std::uint32_t load_big_endian(const Byte* from) {
     static_assert(size >= 1 && size <= 4);
     if constexpr (size == 3) return load_big_endian<2>(from) << 8 | from[2];
+    if constexpr (size == 2) {
+        std::uint16_t half = 0;
+        std::memcpy(&half, from, size);
+        return __builtin_bswap16(half);
+    }
     std::uint32_t value = 0;
     std::memcpy(&value, from, size);
     return __builtin_bswap32(value) >> (32 - 8 * size);

@@ -13,13 +13,15 @@ using encoding::key_layout;
 
 // Clears the whole record, padding included, and sets the fields of the key. Bits are not trimmed.
 template <TableRef T>
-void unbuild_key(const pipe_match_record& match, void* match_spec) {
+VL_INLINE void unbuild_key(const pipe_match_record& match, void* match_spec) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     Byte* const record = static_cast<Byte*>(match_spec);
     std::memset(record, 0, layout.record_size);
-    unroll<layout.field_count>([&]<std::size_t i>() {
+    const Byte* const key_bytes =
+        match.key_bytes; // loaded once: what is written below could be the match record itself
+    unroll<layout.field_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::FieldLayout field = layout.fields[i];
-        const Byte* const key = match.key_bytes + field.key_position;
+        const Byte* const key = key_bytes + field.key_position;
         Byte* const place = record + field.record_offset;
         if constexpr (T->partitioned && i == 0)
             bytes::store<field.record_bytes>(place, match.partition_index);
@@ -32,7 +34,7 @@ void unbuild_key(const pipe_match_record& match, void* match_spec) {
 
 // Bits of a 32 or 128-bit prefix mask that stand before its trailing zeros.
 template <unsigned bits>
-std::uint32_t prefix_length(const Byte* mask) {
+VL_INLINE std::uint32_t prefix_length(const Byte* mask) {
     if constexpr (bits == 32) {
         const std::uint32_t word = bytes::load_big_endian<4>(mask);
         return 32 - static_cast<std::uint32_t>(std::countr_zero(word));
@@ -46,12 +48,13 @@ std::uint32_t prefix_length(const Byte* mask) {
 
 // Adds masks or the prefix length to a record that unbuild_key() has filled.
 template <TableRef T>
-void unbuild_mask(const pipe_match_record& match, void* match_spec) {
+VL_INLINE void unbuild_mask(const pipe_match_record& match, void* match_spec) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     Byte* const record = static_cast<Byte*>(match_spec);
-    unroll<layout.field_count>([&]<std::size_t i>() {
+    const Byte* const mask_bytes = match.mask_bytes;
+    unroll<layout.field_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::FieldLayout field = layout.fields[i];
-        const Byte* const mask = match.mask_bytes + field.key_position;
+        const Byte* const mask = mask_bytes + field.key_position;
         Byte* const place = record + field.partner_offset;
         if constexpr (field.partner_bytes == 0)
             return;
@@ -73,20 +76,21 @@ inline std::uint32_t find_index(std::uint32_t resource_hdl, const pd_resource_in
 }
 
 template <ActionRef A>
-void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources, std::uint32_t count,
-                         void* action_spec) {
+VL_INLINE void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources,
+                                   std::uint32_t count, void* action_spec) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
     Byte* const record = static_cast<Byte*>(action_spec);
     std::memset(record, 0, layout.record_size);
-    unroll<layout.param_count>([&]<std::size_t i>() {
+    [[maybe_unused]] const Byte* const data = action.data;
+    unroll<layout.param_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::ParamLayout param = layout.params[i];
         Byte* const place = record + param.record_offset;
         if constexpr (param.role == catalog::Role::slot_index) {
             constexpr catalog::AttachedResource resource = catalog::resource_of(catalog::velmar_switch, *A);
             bytes::store<param.record_bytes>(place, find_index(resource.handle, resources, count));
         } else {
-            bytes::store<param.record_bytes>(
-                place, bytes::load_big_endian<param.data_bytes>(action.data + param.data_position));
+            bytes::store<param.record_bytes>(place,
+                                             bytes::load_big_endian<param.data_bytes>(data + param.data_position));
         }
     });
 }

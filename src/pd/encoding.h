@@ -53,34 +53,41 @@ constexpr std::uint32_t width_mask(unsigned bits) {
     return bits == 32 ? ~std::uint32_t{0} : (std::uint32_t{1} << bits) - 1;
 }
 
-// One field of an exact or masked table. Exact tables have their mask filled beforehand.
+// One field of a masked table. The key is cut by the mask as the caller gave it, before the mask itself is cut to the
+// field's width; values stay in registers until both are.
 template <TableRef T, std::size_t i>
-void build_field(const Byte* match_spec, Byte* key, Byte* mask) {
+VL_INLINE void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
-    constexpr bool masked = field.partner_bytes != 0;
+    constexpr bool has_mask = field.partner_bytes != 0;
     Byte* const field_key = key + field.key_position;
     Byte* const field_mask = mask + field.key_position;
     if constexpr (field.bits > 32) {
-        bytes::Wide value = bytes::load_wide(match_spec + field.record_offset);
-        bytes::Wide value_mask{~std::uint64_t{0}, ~std::uint64_t{0}};
-        if constexpr (masked) value_mask = bytes::load_wide(match_spec + field.partner_offset);
-        bytes::store_wide(field_key, value & value_mask);
-        bytes::store_wide(field_mask, value_mask);
+        const bytes::Block value = bytes::load_block(match_spec + field.record_offset);
+        bytes::Block value_mask{{~std::uint64_t{0}, ~std::uint64_t{0}}};
+        if constexpr (has_mask) value_mask = bytes::load_block(match_spec + field.partner_offset);
+        bytes::store_block(field_key, value & value_mask);
+        bytes::store_block(field_mask, value_mask);
+    } else if constexpr (field.key_bytes == 1) {
+        // In a byte's own type the compiler sees that neighbours can be masked and stored together.
+        const Byte value = match_spec[field.record_offset];
+        Byte value_mask = 0xFF;
+        if constexpr (has_mask) value_mask = match_spec[field.partner_offset];
+        *field_key = value & value_mask;
+        *field_mask = value_mask & static_cast<Byte>(width_mask(field.bits));
     } else {
         const std::uint32_t value = bytes::load<field.record_bytes>(match_spec + field.record_offset);
         std::uint32_t value_mask = ~std::uint32_t{0};
-        if constexpr (masked) value_mask = bytes::load<field.partner_bytes>(match_spec + field.partner_offset);
-        // The key is cut by the mask as the caller gave it, before the mask itself is cut to the field's width.
+        if constexpr (has_mask) value_mask = bytes::load<field.partner_bytes>(match_spec + field.partner_offset);
         bytes::store_big_endian<field.key_bytes>(field_key, value & value_mask);
         bytes::store_big_endian<field.key_bytes>(field_mask, value_mask & width_mask(field.bits));
     }
 }
 
 template <TableRef T, std::size_t i>
-void build_exact_field(const Byte* match_spec, Byte* key) {
+VL_INLINE void build_exact_field(const Byte* match_spec, Byte* key) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
     if constexpr (field.bits > 32)
-        bytes::store_wide(key + field.key_position, bytes::load_wide(match_spec + field.record_offset));
+        std::memcpy(key + field.key_position, match_spec + field.record_offset, field.key_bytes);
     else
         bytes::store_big_endian<field.key_bytes>(key + field.key_position,
                                                  bytes::load<field.record_bytes>(match_spec + field.record_offset));
@@ -88,68 +95,75 @@ void build_exact_field(const Byte* match_spec, Byte* key) {
 
 // A mask of the first `length` bits; length is at most the width.
 inline std::uint32_t prefix_mask(std::uint32_t length) {
-    return length == 0 ? 0 : ~std::uint32_t{0} << (32 - length);
+    return static_cast<std::uint32_t>(~std::uint64_t{0} << (32 - length));
 }
 
 inline bytes::Wide wide_prefix_mask(std::uint32_t length) {
-    const auto word = [](std::uint32_t bits) { return bits == 0 ? 0 : ~std::uint64_t{0} << (64 - bits); };
-    return length >= 64 ? bytes::Wide{word(64), word(length - 64)} : bytes::Wide{word(length), 0};
+    return {.high = length < 64 ? ~(~std::uint64_t{0} >> length) : ~std::uint64_t{0},
+            .low = length > 64 ? ~std::uint64_t{0} << (128 - length) : 0};
 }
 
-// The prefix field of a prefix table, which is its last. Returns the entry's priority: the count of bits that the prefix
-// leaves open, so that longer prefixes come first. A length beyond the field leaves key and mask whole and is told by a
-// priority that no prefix has.
-template <TableRef T>
-std::uint32_t build_prefix(const Byte* match_spec, Byte* key, Byte* mask) {
-    constexpr catalog::KeyLayout layout = key_layout<T>;
-    constexpr catalog::FieldLayout field = layout.fields[layout.field_count - 1];
+// The prefix field, under a mask of `length` bits.
+template <const catalog::FieldLayout& field>
+VL_INLINE void build_prefix_field(const Byte* match_spec, std::uint32_t length, Byte* key, Byte* mask) {
     static_assert(field.bits == 32 || field.bits == 128);
-    const std::uint32_t length = bytes::load<field.partner_bytes>(match_spec + field.partner_offset);
-    const bool in_range = length <= field.bits;
-    const std::uint32_t used = in_range ? length : field.bits;
+    const Byte* const value = match_spec + field.record_offset;
     if constexpr (field.bits == 32) {
-        const std::uint32_t value_mask = prefix_mask(used);
-        const std::uint32_t value = bytes::load<4>(match_spec + field.record_offset);
-        bytes::store_big_endian<4>(key + field.key_position, value & value_mask);
-        bytes::store_big_endian<4>(mask + field.key_position, value_mask);
+        bytes::store_big_endian<4>(key + field.key_position, bytes::load<4>(value) & prefix_mask(length));
+        bytes::store_big_endian<4>(mask + field.key_position, prefix_mask(length));
     } else {
-        const bytes::Wide value_mask = wide_prefix_mask(used);
-        const bytes::Wide value = bytes::load_wide(match_spec + field.record_offset);
-        bytes::store_wide(key + field.key_position, value & value_mask);
-        bytes::store_wide(mask + field.key_position, value_mask);
+        bytes::store_wide(key + field.key_position, bytes::load_wide(value) & wide_prefix_mask(length));
+        bytes::store_wide(mask + field.key_position, wide_prefix_mask(length));
     }
-    return in_range ? field.bits - length : layout.bits + 1;
+}
+
+// A prefix table's prefix is its last field; the fields before it are exact, or name a partition, which travels beside
+// the key and isn't matched. Returns the entry's priority: the count of bits that the prefix leaves open, so that longer
+// prefixes come first. A length beyond the field leaves key and mask whole, and is told by a priority that no prefix has.
+template <TableRef T>
+VL_INLINE std::uint32_t build_prefix_key(const Byte* match_spec, Byte* key, Byte* mask) {
+    static constexpr catalog::KeyLayout layout = key_layout<T>;
+    static constexpr catalog::FieldLayout prefix = layout.fields[layout.field_count - 1];
+    const std::uint32_t length = bytes::load<prefix.partner_bytes>(match_spec + prefix.partner_offset);
+    if constexpr (T->partitioned)
+        std::memset(key, 0, prefix.key_position);
+    else
+        unroll<layout.field_count - 1>([&]<std::size_t i>()
+                                           VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
+
+    // Out of range is the rare case and a branch of its own, so that the masks of the others need no clamping.
+    if (length > prefix.bits) [[unlikely]] {
+        std::memset(mask, 0xFF, layout.bytes);
+        build_exact_field<T, layout.field_count - 1>(match_spec, key);
+        return layout.bits + 1;
+    }
+    std::memset(mask, T->partitioned ? 0 : 0xFF, prefix.key_position);
+    build_prefix_field<prefix>(match_spec, length, key, mask);
+    return prefix.bits - length;
 }
 
 // Fills key and mask bytes and returns the entry's priority. `priority` is the caller's, and counts in masked tables.
 template <TableRef T>
-std::uint32_t build_key_and_mask(const Byte* match_spec, std::uint32_t priority, Byte* key, Byte* mask) {
+VL_INLINE std::uint32_t build_key_and_mask(const Byte* match_spec, [[maybe_unused]] std::uint32_t priority, Byte* key,
+                                           Byte* mask) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     constexpr catalog::KeyShape shape = catalog::key_shape(*T);
-    if constexpr (shape == catalog::KeyShape::masked) {
-        unroll<layout.field_count>([&]<std::size_t i>() { build_field<T, i>(match_spec, key, mask); });
+    if constexpr (shape == catalog::KeyShape::prefix) {
+        return build_prefix_key<T>(match_spec, key, mask);
+    } else if constexpr (shape == catalog::KeyShape::masked) {
+        unroll<layout.field_count>([&]<std::size_t i>()
+                                       VL_INLINE_LAMBDA { build_masked_field<T, i>(match_spec, key, mask); });
         return priority;
-    } else if constexpr (shape == catalog::KeyShape::exact) {
-        std::memset(mask, 0xFF, layout.bytes);
-        unroll<layout.field_count>([&]<std::size_t i>() { build_exact_field<T, i>(match_spec, key); });
-        return 0;
     } else {
-        constexpr unsigned prefix_position = layout.fields[layout.field_count - 1].key_position;
-        const std::uint32_t prefix_priority = build_prefix<T>(match_spec, key, mask);
-        if constexpr (T->partitioned) {
-            // The partition travels beside the key, which doesn't match it.
-            std::memset(key, 0, prefix_position);
-            std::memset(mask, prefix_priority > layout.bits ? 0xFF : 0, prefix_position);
-        } else {
-            std::memset(mask, 0xFF, prefix_position);
-            unroll<layout.field_count - 1>([&]<std::size_t i>() { build_exact_field<T, i>(match_spec, key); });
-        }
-        return prefix_priority;
+        // All ones, also above the width of a narrow field.
+        std::memset(mask, 0xFF, layout.bytes);
+        unroll<layout.field_count>([&]<std::size_t i>() VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
+        return 0;
     }
 }
 
 template <TableRef T>
-void build_match_spec(const void* match_spec, std::uint32_t priority, MatchRecord<T>& out) {
+VL_INLINE void build_match_spec(const void* match_spec, std::uint32_t priority, MatchRecord<T>& out) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     const Byte* const record = static_cast<const Byte*>(match_spec);
     std::uint32_t partition = 0;
@@ -167,9 +181,9 @@ void build_match_spec(const void* match_spec, std::uint32_t priority, MatchRecor
 enum class Operation { add, modify, set_default };
 
 template <ActionRef A>
-void build_action_data([[maybe_unused]] const Byte* action_spec, [[maybe_unused]] Byte* data) {
+VL_INLINE void build_action_data([[maybe_unused]] const Byte* action_spec, [[maybe_unused]] Byte* data) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
-    unroll<layout.param_count>([&]<std::size_t i>() {
+    unroll<layout.param_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::ParamLayout param = layout.params[i];
         std::uint32_t value = 0; // an index that isn't data leaves its bytes zero
         if constexpr (param.role != catalog::Role::slot_index)
@@ -189,7 +203,7 @@ consteval std::size_t index_param() {
 
 // The slot of the table's attached resource. `slot` is zero.
 template <TableRef T, ActionRef A, Operation operation>
-void build_slot(const Byte* action_spec, const pd_meter_spec* meter_spec, pipe_resource_slot& slot) {
+VL_INLINE void build_slot(const Byte* action_spec, const pd_meter_spec* meter_spec, pipe_resource_slot& slot) {
     constexpr catalog::AttachedResource resource = catalog::resource_of(catalog::velmar_switch, *T);
     constexpr const catalog::Binding* binding = catalog::find_binding(T->actions, A->name);
     constexpr std::size_t index = index_param<A>();
@@ -219,7 +233,7 @@ void build_slot(const Byte* action_spec, const pd_meter_spec* meter_spec, pipe_r
 }
 
 template <TableRef T, ActionRef A, Operation operation>
-void build_action_record(const void* action_spec, const pd_meter_spec* meter_spec, ActionRecord<A>& out) {
+VL_INLINE void build_action_record(const void* action_spec, const pd_meter_spec* meter_spec, ActionRecord<A>& out) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
     const Byte* const spec = static_cast<const Byte*>(action_spec);
     std::memset(&out.record, 0, sizeof out.record);

@@ -20,9 +20,9 @@ template <TableRef T, ActionRef A>
 inline constexpr std::uint32_t action_handle = catalog::find_binding(T->actions, A->name)->handle;
 
 template <TableRef T, ActionRef A>
-pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
-              const void* action_spec, const pd_meter_spec* meter_spec, std::uint32_t ttl,
-              pd_entry* entry_hdl) noexcept {
+VL_INLINE pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
+                        const void* action_spec, const pd_meter_spec* meter_spec, std::uint32_t ttl,
+                        pd_entry* entry_hdl) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     encoding::ActionRecord<A> action;
@@ -32,8 +32,8 @@ pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, s
 }
 
 template <TableRef T, ActionRef A>
-pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, const void* action_spec,
-                 const pd_meter_spec* meter_spec) noexcept {
+VL_INLINE pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, const void* action_spec,
+                           const pd_meter_spec* meter_spec) noexcept {
     encoding::ActionRecord<A> action;
     encoding::build_action_record<T, A, Operation::modify>(action_spec, meter_spec, action);
     return pipe_mgr_mat_ent_set_action(sess_hdl, dev_id, T->handle, entry_hdl, action_handle<T, A>, &action.record,
@@ -41,8 +41,9 @@ pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, cons
 }
 
 template <TableRef T, ActionRef A>
-pd_status modify_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
-                               const void* action_spec, const pd_meter_spec* meter_spec) noexcept {
+VL_INLINE pd_status modify_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
+                                         std::uint32_t priority, const void* action_spec,
+                                         const pd_meter_spec* meter_spec) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     encoding::ActionRecord<A> action;
@@ -52,21 +53,21 @@ pd_status modify_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const vo
 }
 
 template <TableRef T>
-pd_status remove(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl) noexcept {
+VL_INLINE pd_status remove(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl) noexcept {
     return pipe_mgr_mat_ent_del(sess_hdl, dev_id, T->handle, entry_hdl, no_flags);
 }
 
 template <TableRef T>
-pd_status remove_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
-                               std::uint32_t priority) noexcept {
+VL_INLINE pd_status remove_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
+                                         std::uint32_t priority) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     return pipe_mgr_mat_ent_del_by_match_spec(sess_hdl, to_driver(dev_tgt), T->handle, &match.record, no_flags);
 }
 
 template <TableRef T>
-pd_status find(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
-               pd_entry* entry_hdl) noexcept {
+VL_INLINE pd_status find(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
+                         pd_entry* entry_hdl) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), T->handle, &match.record, entry_hdl, no_flags);

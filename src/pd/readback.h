@@ -32,7 +32,7 @@ inline constexpr auto get_entry_name =
     join_names<name_prefix.size() + std::string_view(T->name).size() + 10>(name_prefix, T->name, "_get_entry");
 
 template <TableRef T>
-void prepare(pipe_match_record& match, Byte* key, Byte* mask) {
+VL_INLINE void prepare(pipe_match_record& match, Byte* key, Byte* mask) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     if constexpr (layout.bytes != 0) {
         match.key_bytes = key;
@@ -43,7 +43,8 @@ void prepare(pipe_match_record& match, Byte* key, Byte* mask) {
 }
 
 template <TableRef T>
-void write_key(const pipe_match_record& match, void* match_spec, std::uint32_t* priority, std::uint8_t* is_default) {
+VL_INLINE void write_key(const pipe_match_record& match, void* match_spec, std::uint32_t* priority,
+                         std::uint8_t* is_default) {
     constexpr catalog::KeyShape shape = catalog::key_shape(*T);
     if constexpr (shape != catalog::KeyShape::keyless) {
         const bool has_key = match.key_bytes != nullptr && match.key_len != 0;
@@ -66,8 +67,12 @@ struct ActionOutputs {
 };
 
 template <ActionRef A>
-void write_action(const pipe_action_data& action, const ResourceList& resources, const ActionOutputs& out) {
-    if (out.name != nullptr) std::strcpy(out.name, p4_pd_velmar_switch_action_name_strings[A.number]);
+inline constexpr std::size_t full_name_size = name_prefix.size() + std::string_view(A->name).size() + 1;
+
+template <ActionRef A>
+VL_INLINE void write_action(const pipe_action_data& action, const ResourceList& resources, const ActionOutputs& out) {
+    if (out.name != nullptr)
+        std::memcpy(out.name, p4_pd_velmar_switch_action_name_strings[A.number], full_name_size<A>);
     if (out.number != nullptr) *out.number = A.number;
     if constexpr (action_layout<A>.param_count != 0)
         unbuild_action_spec<A>(action, resources.pairs(), resources.count(), out.spec);
@@ -80,9 +85,9 @@ inline constexpr ActionRef action_of = {
 
 // Finds the action by its handle among the table's and writes it. False, with nothing written, if it isn't one of them.
 template <TableRef T>
-bool write_action_by_handle(std::uint32_t action_hdl, const pipe_action_data& action, const ResourceList& resources,
-                            const ActionOutputs& out) {
-    return [&]<std::size_t... i>(std::index_sequence<i...>) {
+VL_INLINE bool write_action_by_handle(std::uint32_t action_hdl, const pipe_action_data& action,
+                                      const ResourceList& resources, const ActionOutputs& out) {
+    return [&]<std::size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
         return ((T->actions.begin()[i].handle == action_hdl &&
                  (write_action<action_of<T, i>>(action, resources, out), true)) ||
                 ...);
@@ -91,9 +96,9 @@ bool write_action_by_handle(std::uint32_t action_hdl, const pipe_action_data& ac
 }
 
 template <TableRef T>
-pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
-                    void* match_spec, std::uint32_t* priority, char* action_name, void* action_spec,
-                    std::uint32_t* action_id, std::uint8_t* is_default) noexcept {
+VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
+                              void* match_spec, std::uint32_t* priority, char* action_name, void* action_spec,
+                              std::uint32_t* action_id, std::uint8_t* is_default) noexcept {
     Byte key[key_layout<T>.bytes + 1]{};
     Byte mask[key_layout<T>.bytes + 1]{};
     Byte data[data_capacity]{};
@@ -125,9 +130,10 @@ pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, s
 }
 
 template <TableRef T>
-pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
-                             void* match_spec, std::uint32_t* priority, std::uint8_t* has_mbr, std::uint8_t* has_grp,
-                             pd_group* grp_hdl, pd_member* mbr_hdl, std::uint8_t* is_default) noexcept {
+VL_INLINE pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
+                                       std::uint32_t read_from_hw, void* match_spec, std::uint32_t* priority,
+                                       std::uint8_t* has_mbr, std::uint8_t* has_grp, pd_group* grp_hdl,
+                                       pd_member* mbr_hdl, std::uint8_t* is_default) noexcept {
     Byte key[key_layout<T>.bytes]{};
     Byte mask[key_layout<T>.bytes]{};
     pipe_match_record match{};
@@ -147,19 +153,19 @@ pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd_entry ent
 }
 
 template <TableRef T>
-pd_status get_entry_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t* count) noexcept {
+VL_INLINE pd_status get_entry_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t* count) noexcept {
     return pipe_mgr_get_entry_count(sess_hdl, to_driver(dev_tgt), T->handle, 0, count);
 }
 
 // Mind the order: the table stands before the device in the walking calls, behind it elsewhere.
 template <TableRef T>
-pd_status get_first_entry_handle(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry* entry_hdl) noexcept {
+VL_INLINE pd_status get_first_entry_handle(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry* entry_hdl) noexcept {
     return pipe_mgr_get_first_entry_handle(sess_hdl, T->handle, to_driver(dev_tgt), entry_hdl);
 }
 
 template <TableRef T>
-pd_status get_next_entry_handles(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl, std::uint32_t n,
-                                 pd_entry* next_entry_hdls) noexcept {
+VL_INLINE pd_status get_next_entry_handles(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl, std::uint32_t n,
+                                           pd_entry* next_entry_hdls) noexcept {
     return pipe_mgr_get_next_entry_handles(sess_hdl, T->handle, to_driver(dev_tgt), entry_hdl, n, next_entry_hdls);
 }
 

@@ -3,16 +3,9 @@
 
 #include <algorithm>
 
-#include "vl_driver/system.h"
-
 namespace vl_pd {
 
-ResourceList::~ResourceList() {
-    if (pairs_ != nullptr) bf_sys_free(pairs_);
-}
-
-bool ResourceList::build_pd_res_spec(const pipe_action_record& record) noexcept {
-    if (record.resource_count == 0) return true;
+bool ResourceList::list_slots(const pipe_action_record& record) noexcept {
     pairs_ = static_cast<pd_resource_index*>(bf_sys_calloc(record.resource_count, sizeof(pd_resource_index)));
     if (pairs_ == nullptr) return false;
     // A count beyond the record's slots can't be meant: what lies behind them isn't the driver's answer.

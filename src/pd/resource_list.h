@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "vl_driver/system.h"
 #include "vl_driver/types.h"
 #include "vl_pd/types.h"
 
@@ -15,10 +16,14 @@ public:
     ResourceList() = default;
     ResourceList(const ResourceList&) = delete;
     ResourceList& operator=(const ResourceList&) = delete;
-    ~ResourceList();
+    ~ResourceList() {
+        if (pairs_ != nullptr) bf_sys_free(pairs_);
+    }
 
     // Lists the record's attached slots. False if there was no memory for the list.
-    bool build_pd_res_spec(const pipe_action_record& record) noexcept;
+    bool build_pd_res_spec(const pipe_action_record& record) noexcept {
+        return record.resource_count == 0 || list_slots(record);
+    }
 
     const pd_resource_index* pairs() const {
         return pairs_;
@@ -28,6 +33,8 @@ public:
     }
 
 private:
+    bool list_slots(const pipe_action_record& record) noexcept;
+
     pd_resource_index* pairs_ = nullptr;
     std::uint32_t count_ = 0;
 };

@@ -1,0 +1,178 @@
+// What an entry operation costs in the library, beside code written by hand for that table. The driver does nothing, so
+// that both figures are those of encoding and decoding with one call through the linkage table.
+//
+// Other work on the machine moves both arms alike only if they take turns: hence short, randomly interleaved
+// repetitions, of which the medians count.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cstdio>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "same_effect.h"
+
+namespace bench {
+namespace {
+
+// Records vary from one iteration to the next, and are few enough to stay in the first cache.
+constexpr std::size_t ring_size = 64;
+
+template <class Table>
+const std::array<Record<Table>, ring_size>& records() {
+    static const auto ring = [] {
+        Random random;
+        std::array<Record<Table>, ring_size> made;
+        for (Record<Table>& record : made)
+            record = random_record<Table>(random);
+        return made;
+    }();
+    return ring;
+}
+
+template <class Table>
+const std::array<Answer, ring_size>& answers() {
+    static std::array<Answer, ring_size> ring;
+    static const bool filled [[maybe_unused]] = [] {
+        Random random;
+        for (Answer& answer : ring)
+            randomize<Table>(random, answer);
+        return true;
+    }();
+    return ring;
+}
+
+// Both arms run through the same loop: where a loop happens to be placed can cost more than what is to be found out.
+template <class Table, class Add>
+[[gnu::noinline]] void measure_add(benchmark::State& state, Add* add) {
+    const auto& ring = records<Table>();
+    std::size_t i = 0;
+    pd_entry entry = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(call_add<Table>(add, ring[i], &entry));
+        i = (i + 1) % ring_size;
+    }
+}
+
+template <class Table, class Find>
+[[gnu::noinline]] void measure_find(benchmark::State& state, Find* find) {
+    const auto& ring = records<Table>();
+    std::size_t i = 0;
+    pd_entry entry = 0;
+    for ([[maybe_unused]] auto _ : state) {
+        benchmark::DoNotOptimize(call_find<Table>(find, ring[i], &entry));
+        i = (i + 1) % ring_size;
+    }
+}
+
+template <class Table, class Read>
+[[gnu::noinline]] void measure_read(benchmark::State& state, Read* read) {
+    const auto& ring = answers<Table>();
+    std::size_t i = 0;
+    Outputs<Table> out;
+    for ([[maybe_unused]] auto _ : state) {
+        null_driver_answer = &ring[i].driver;
+        benchmark::DoNotOptimize(call_read<Table>(read, out));
+        i = (i + 1) % ring_size;
+    }
+}
+
+// An operation without records: what any call costs.
+void measure_forwarding(benchmark::State& state) {
+    pd_entry entry = 0;
+    for ([[maybe_unused]] auto _ : state)
+        benchmark::DoNotOptimize(p4_pd_velmar_switch_ipv4Host_table_delete(session, target.dev_id, ++entry));
+}
+
+constexpr std::array operations = {"add", "look_up", "read"};
+constexpr const char* forwarding = "forwarding_call";
+
+std::string benchmark_name(const char* operation, const char* table, const char* arm) {
+    return std::string(operation) + "/" + table + "/" + arm;
+}
+
+template <class Table, class Arm>
+void register_arm(const Arm& arm, const char* arm_name) {
+    const auto name = [&](const char* operation) { return benchmark_name(operation, Table::name, arm_name); };
+    using Add = std::remove_pointer_t<decltype(arm.add)>;
+    using Find = std::remove_pointer_t<decltype(arm.find)>;
+    using Read = std::remove_pointer_t<decltype(arm.read)>;
+    benchmark::RegisterBenchmark(name("add").c_str(), measure_add<Table, Add>, arm.add);
+    benchmark::RegisterBenchmark(name("look_up").c_str(), measure_find<Table, Find>, arm.find);
+    benchmark::RegisterBenchmark(name("read").c_str(), measure_read<Table, Read>, arm.read);
+}
+
+// Hands everything on to the normal report, and keeps the medians; a single repetition is its own.
+class MedianKeeper : public benchmark::BenchmarkReporter {
+public:
+    explicit MedianKeeper(benchmark::BenchmarkReporter& report) : report_(report) {}
+
+    bool ReportContext(const Context& context) override {
+        return report_.ReportContext(context);
+    }
+    void ReportRuns(const std::vector<Run>& runs) override {
+        for (const Run& run : runs)
+            if (run.run_type == Run::RT_Iteration ? run.repetitions <= 1 : run.aggregate_name == "median")
+                medians_[run.run_name.function_name] = run.GetAdjustedCPUTime();
+        report_.ReportRuns(runs);
+    }
+    void Finalize() override {
+        report_.Finalize();
+    }
+
+    // Not found if it was filtered out.
+    const double* find(const std::string& name) const {
+        const auto found = medians_.find(name);
+        return found == medians_.end() ? nullptr : &found->second;
+    }
+
+private:
+    benchmark::BenchmarkReporter& report_;
+    std::map<std::string, double> medians_;
+};
+
+void print_ratios(const MedianKeeper& medians) {
+    std::printf("\n%-8s %-18s %12s %12s %7s\n", "", "", "library, ns", "by hand, ns", "ratio");
+    for (const char* operation : operations)
+        for_each_table([&]<class Table>() {
+            const double* const library = medians.find(benchmark_name(operation, Table::name, "library"));
+            const double* const written = medians.find(benchmark_name(operation, Table::name, "by_hand"));
+            if (library != nullptr && written != nullptr)
+                std::printf("%-8s %-18s %12.1f %12.1f %7.2f\n", operation, Table::name, *library, *written,
+                            *library / *written);
+        });
+    if (const double* const call = medians.find(forwarding)) std::printf("%-27s %12.1f\n", forwarding, *call);
+}
+
+} // namespace
+} // namespace bench
+
+int main(int argc, char** argv) {
+    if (!bench::all_have_same_effect()) return 1;
+
+    // Later arguments win, so the user's stand behind these.
+    std::vector<std::string> arguments = {argv[0], "--benchmark_enable_random_interleaving=true",
+                                          "--benchmark_repetitions=15", "--benchmark_min_time=0.04",
+                                          "--benchmark_display_aggregates_only=true"};
+    arguments.insert(arguments.end(), argv + 1, argv + argc);
+    std::vector<char*> pointers;
+    for (std::string& argument : arguments)
+        pointers.push_back(argument.data());
+    int count = static_cast<int>(pointers.size());
+    benchmark::Initialize(&count, pointers.data());
+    if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 1;
+
+    bench::for_each_table([]<class Table>() {
+        bench::register_arm<Table>(Table::library, "library");
+        bench::register_arm<Table>(Table::written, "by_hand");
+    });
+    benchmark::RegisterBenchmark(bench::forwarding, bench::measure_forwarding);
+
+    const std::unique_ptr<benchmark::BenchmarkReporter> report(benchmark::CreateDefaultDisplayReporter());
+    bench::MedianKeeper medians(*report);
+    benchmark::RunSpecifiedBenchmarks(&medians);
+    bench::print_ratios(medians);
+    benchmark::Shutdown();
+}

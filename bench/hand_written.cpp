@@ -1,0 +1,442 @@
+// Adds and look-ups written by hand. Every key is filled by stores at constant positions; wide masked keys are then masked
+// 16 bytes at a time.
+#include "hand_written.h"
+
+#include "hand_written_bytes.h"
+#include "vl_driver/tables.h"
+
+namespace by_hand {
+
+namespace {
+
+// The driver takes the eight bytes as they are.
+inline pipe_dev_tgt to_driver(pd_dev_tgt dev_tgt) {
+    return {dev_tgt.dev_id, dev_tgt.pipe_id, dev_tgt.reserved};
+}
+
+inline void clear(pipe_action_record& action, uint16_t data_bits, uint16_t data_len, Byte* data) {
+    std::memset(&action, 0, sizeof action);
+    action.kind = PIPE_KIND_ACTION_DATA;
+    action.action.data_bits = data_bits;
+    action.action.data_len = data_len;
+    action.action.data = data;
+}
+
+// 16 bytes of a masked key, and of its mask cut to the widths of the fields. All blocks are made before the first is
+// stored, since the last two overlap where a key isn't a multiple of 16 bytes long.
+struct MaskedBlock {
+    Block key;
+    Block mask;
+
+    MaskedBlock(const Byte* key_bytes, const Byte* mask_bytes, const Byte* widths)
+        : key(load_block(key_bytes) & load_block(mask_bytes)),
+          mask(load_block(mask_bytes) & load_block(widths)) {}
+
+    void store(Byte* key_bytes, Byte* mask_bytes) const {
+        store_block(key_bytes, key);
+        store_block(mask_bytes, mask);
+    }
+};
+
+inline void fill_ipv4Host(const p4_pd_velmar_switch_ipv4Host_match_spec_t& spec, Byte* key, Byte* mask,
+                          pipe_match_record& match) {
+    key[0] = spec.l3Info_vrfId;
+    put32(key + 1, spec.ingIpv4_dip);
+    std::memset(mask, 0xFF, 5);
+    match = {key, mask, 0, 0, 40, 5, 0};
+}
+
+inline void fill_ipv6Partition(const p4_pd_velmar_switch_ipv6Partition_match_spec_t& spec, Byte* key, Byte* mask,
+                               pipe_match_record& match) {
+    const uint32_t length = spec.ingIpv6_dip_prefix_length;
+    key[0] = spec.l3Info_vrfId;
+    mask[0] = 0xFF;
+    if (length > 128) [[unlikely]] {
+        std::memcpy(key + 1, spec.ingIpv6_dip, 16);
+        std::memset(mask + 1, 0xFF, 16);
+        match = {key, mask, 0, 137, 136, 17, 0};
+        return;
+    }
+    const uint64_t high = length < 64 ? ~(~uint64_t{0} >> length) : ~uint64_t{0};
+    const uint64_t low = length > 64 ? ~uint64_t{0} << (128 - length) : 0;
+    put64(key + 1, get64(spec.ingIpv6_dip) & high);
+    put64(key + 9, get64(spec.ingIpv6_dip + 8) & low);
+    put64(mask + 1, high);
+    put64(mask + 9, low);
+    match = {key, mask, 0, 128 - length, 136, 17, 0};
+}
+
+inline void fill_ipv4FinalResolve0(const p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_t& spec, Byte* key,
+                                   Byte* mask, pipe_match_record& match) {
+    const uint32_t length = spec.ingIpv4_dip_prefix_length;
+    put16(key, 0);
+    if (length > 32) [[unlikely]] {
+        put32(key + 2, spec.ingIpv4_dip);
+        std::memset(mask, 0xFF, 6);
+        match = {key, mask, spec.fibV4ResultX_partIdx, 49, 48, 6, 0};
+        return;
+    }
+    const uint32_t prefix = static_cast<uint32_t>(~uint64_t{0} << (32 - length));
+    put32(key + 2, spec.ingIpv4_dip & prefix);
+    put16(mask, 0);
+    put32(mask + 2, prefix);
+    match = {key, mask, spec.fibV4ResultX_partIdx, 32 - length, 48, 6, 0};
+}
+
+constexpr Byte widths_of_trapToCpu[44] = {0xFF, 0xFF, 0x01, 0x01, 0x07, 0xFF, 0xFF, 0xFF, 0xFF, 0x3F, 0xFF,
+                                          0x0F, 0xFF, 0x01, 0xFF, 0x01, 0xFF, 0xFF, 0x01, 0xFF, 0xFF, 0xFF,
+                                          0xFF, 0xFF, 0x01, 0x07, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                          0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0xFF};
+
+inline void fill_trapToCpu(const p4_pd_velmar_switch_trapToCpu_match_spec_t& spec, uint32_t priority, Byte* key,
+                           Byte* mask, pipe_match_record& match) {
+    put16(key, spec.ingMd_etherType);
+    put16(mask, spec.ingMd_etherType_mask);
+    key[2] = spec.ingMd_bcast;
+    mask[2] = spec.ingMd_bcast_mask;
+    key[3] = spec.ingMd_mcast;
+    mask[3] = spec.ingMd_mcast_mask;
+    key[4] = spec.ingMd_l4Attr;
+    mask[4] = spec.ingMd_l4Attr_mask;
+    put16(key + 5, spec.ingMd_srcPort);
+    put16(mask + 5, spec.ingMd_srcPort_mask);
+    put16(key + 7, spec.ingMd_dstPort);
+    put16(mask + 7, spec.ingMd_dstPort_mask);
+    put16(key + 9, spec.phase0_ingVPort);
+    put16(mask + 9, spec.phase0_ingVPort_mask);
+    put16(key + 11, spec.ingMd_ingL3Aintf);
+    put16(mask + 11, spec.ingMd_ingL3Aintf_mask);
+    key[13] = spec.l3Info_ingL3DmacValid;
+    mask[13] = spec.l3Info_ingL3DmacValid_mask;
+    key[14] = spec.ingMd_ttl;
+    mask[14] = spec.ingMd_ttl_mask;
+    key[15] = spec.arpHdr_valid;
+    mask[15] = spec.arpHdr_valid_mask;
+    put16(key + 16, spec.arpHdr_opcode);
+    put16(mask + 16, spec.arpHdr_opcode_mask);
+    key[18] = spec.ingMd_igmpSnoopingEnabled;
+    mask[18] = spec.ingMd_igmpSnoopingEnabled_mask;
+    put32(key + 19, spec.ingIpv4_dip);
+    put32(mask + 19, spec.ingIpv4_dip_mask);
+    key[23] = spec.ingMd_protocol;
+    mask[23] = spec.ingMd_protocol_mask;
+    key[24] = spec.egrMd_vxlanFlood;
+    mask[24] = spec.egrMd_vxlanFlood_mask;
+    key[25] = spec.egrMd_decapType;
+    mask[25] = spec.egrMd_decapType_mask;
+    std::memcpy(key + 26, spec.ingIpv6_dip, 16);
+    std::memcpy(mask + 26, spec.ingIpv6_dip_mask, 16);
+    key[42] = spec.ingMd_cpuMemberOfIngressVlan;
+    mask[42] = spec.ingMd_cpuMemberOfIngressVlan_mask;
+    key[43] = spec.egrMd_cpuReasonCode;
+    mask[43] = spec.egrMd_cpuReasonCode_mask;
+
+    const MaskedBlock first(key, mask, widths_of_trapToCpu);
+    const MaskedBlock second(key + 16, mask + 16, widths_of_trapToCpu + 16);
+    const MaskedBlock third(key + 28, mask + 28, widths_of_trapToCpu + 28);
+    first.store(key, mask);
+    second.store(key + 16, mask + 16);
+    third.store(key + 28, mask + 28);
+    match = {key, mask, 0, priority, 287, 44, 0};
+}
+
+constexpr Byte widths_of_finalDropControl[32] = {0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0x01, 0x01, 0x01, 0x01,
+                                                 0x01, 0x01, 0x01, 0x07, 0x0F, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0x01,
+                                                 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01};
+
+inline void fill_finalDropControl(const p4_pd_velmar_switch_finalDropControl_match_spec_t& spec, uint32_t priority,
+                                  Byte* key, Byte* mask, pipe_match_record& match) {
+    put16(key, spec.ig_intr_md_ingress_port);
+    put16(mask, spec.ig_intr_md_ingress_port_mask);
+    put32(key + 2, spec.haloResultRow1_bestResult);
+    put32(mask + 2, spec.haloResultRow1_bestResult_mask);
+    key[6] = spec.ingMd_drop;
+    mask[6] = spec.ingMd_drop_mask;
+    key[7] = spec.ingMd_dropSmac;
+    mask[7] = spec.ingMd_dropSmac_mask;
+    key[8] = spec.ingMd_dropDmac;
+    mask[8] = spec.ingMd_dropDmac_mask;
+    key[9] = spec.ingMd_invalidEgressPort;
+    mask[9] = spec.ingMd_invalidEgressPort_mask;
+    key[10] = spec.ingMd_samePortBridging;
+    mask[10] = spec.ingMd_samePortBridging_mask;
+    key[11] = spec.qosMd_pdpDrop;
+    mask[11] = spec.qosMd_pdpDrop_mask;
+    key[12] = spec.ingMd_routedMartian;
+    mask[12] = spec.ingMd_routedMartian_mask;
+    key[13] = spec.ingMd_mlagPrune;
+    mask[13] = spec.ingMd_mlagPrune_mask;
+    key[14] = spec.ingMd_v4V6Valid;
+    mask[14] = spec.ingMd_v4V6Valid_mask;
+    put24(key + 15, spec.egrMd_egrL2AintfUnresolved);
+    put24(mask + 15, spec.egrMd_egrL2AintfUnresolved_mask);
+    put16(key + 18, spec.ig_intr_md_for_tm_mcast_grp_a);
+    put16(mask + 18, spec.ig_intr_md_for_tm_mcast_grp_a_mask);
+    key[20] = spec.egrMd_routed;
+    mask[20] = spec.egrMd_routed_mask;
+    key[21] = spec.egrMd_trapToCpu;
+    mask[21] = spec.egrMd_trapToCpu_mask;
+    key[22] = spec.ingMd_dropVgwpVxlan;
+    mask[22] = spec.ingMd_dropVgwpVxlan_mask;
+    key[23] = spec.ingMd_dropDatalink;
+    mask[23] = spec.ingMd_dropDatalink_mask;
+    key[24] = spec.ingVlanStpCheck_stpBlocked;
+    mask[24] = spec.ingVlanStpCheck_stpBlocked_mask;
+    key[25] = spec.ingVlanStpCheck_invalidVlan;
+    mask[25] = spec.ingVlanStpCheck_invalidVlan_mask;
+    key[26] = spec.ingMd_dot1xDrop;
+    mask[26] = spec.ingMd_dot1xDrop_mask;
+    key[27] = spec.ig_intr_md_for_tm_copy_to_cpu;
+    mask[27] = spec.ig_intr_md_for_tm_copy_to_cpu_mask;
+    key[28] = spec.ingMd_stormControlDrop;
+    mask[28] = spec.ingMd_stormControlDrop_mask;
+    key[29] = spec.stflowMd_drop;
+    mask[29] = spec.stflowMd_drop_mask;
+    key[30] = spec.ingMd_bcast;
+    mask[30] = spec.ingMd_bcast_mask;
+    key[31] = spec.ingMd_mcast;
+    mask[31] = spec.ingMd_mcast_mask;
+
+    const MaskedBlock first(key, mask, widths_of_finalDropControl);
+    const MaskedBlock second(key + 16, mask + 16, widths_of_finalDropControl + 16);
+    first.store(key, mask);
+    second.store(key + 16, mask + 16);
+    match = {key, mask, 0, priority, 100, 32, 0};
+}
+
+constexpr Byte widths_of_flowWatchlist[47] = {0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                              0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                              0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
+                                              0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
+
+inline void fill_flowWatchlist(const p4_pd_velmar_switch_flowWatchlist_match_spec_t& spec, uint32_t priority, Byte* key,
+                               Byte* mask, pipe_match_record& match) {
+    put16(key, spec.ig_intr_md_ingress_port);
+    std::memset(mask, 0xFF, 2);
+    put32(key + 2, spec.ingIpv4_sip);
+    put32(mask + 2, spec.ingIpv4_sip_mask);
+    put32(key + 6, spec.ingIpv4_dip);
+    put32(mask + 6, spec.ingIpv4_dip_mask);
+    key[10] = spec.ingMd_protocol;
+    mask[10] = spec.ingMd_protocol_mask;
+    std::memcpy(key + 11, spec.ingIpv6_sip, 16);
+    std::memcpy(mask + 11, spec.ingIpv6_sip_mask, 16);
+    std::memcpy(key + 27, spec.ingIpv6_dip, 16);
+    std::memcpy(mask + 27, spec.ingIpv6_dip_mask, 16);
+    put16(key + 43, spec.ingMd_srcPort);
+    put16(mask + 43, spec.ingMd_srcPort_mask);
+    put16(key + 45, spec.ingMd_dstPort);
+    put16(mask + 45, spec.ingMd_dstPort_mask);
+
+    const MaskedBlock first(key, mask, widths_of_flowWatchlist);
+    const MaskedBlock second(key + 16, mask + 16, widths_of_flowWatchlist + 16);
+    const MaskedBlock third(key + 31, mask + 31, widths_of_flowWatchlist + 31);
+    first.store(key, mask);
+    second.store(key + 16, mask + 16);
+    third.store(key + 31, mask + 31);
+    match = {key, mask, 0, priority, 369, 47, 0};
+}
+
+inline void fill_mirrorPacketEncap(const p4_pd_velmar_switch_mirrorPacketEncap_match_spec_t& spec, Byte* key,
+                                   Byte* mask, pipe_match_record& match) {
+    put16(key, spec.eg_intr_md_egress_rid);
+    put16(key + 2, spec.eg_intr_md_egress_port);
+    key[4] = spec.intReportFixedHdr_valid;
+    std::memset(mask, 0xFF, 5);
+    match = {key, mask, 0, 0, 26, 5, 0};
+}
+
+} // namespace
+
+pd_status ipv4Host_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                       const p4_pd_velmar_switch_ipv4Host_match_spec_t* match_spec,
+                       const p4_pd_velmar_switch_setNextHop_action_spec_t* action_spec, pd_entry* entry_hdl) noexcept {
+    Byte key[5];
+    Byte mask[5];
+    pipe_match_record match;
+    fill_ipv4Host(*match_spec, key, mask, match);
+    Byte data[4];
+    pipe_action_record action;
+    clear(action, 32, 4, data);
+    put32(data, action_spec->action_nextHop);
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x1000023, &match, 0x2000006A, &action, 0, 0, entry_hdl);
+}
+
+pd_status ipv4Host_find(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                        const p4_pd_velmar_switch_ipv4Host_match_spec_t* match_spec, pd_entry* entry_hdl) noexcept {
+    Byte key[5];
+    Byte mask[5];
+    pipe_match_record match;
+    fill_ipv4Host(*match_spec, key, mask, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), 0x1000023, &match, entry_hdl, 0);
+}
+
+pd_status ipv6Partition_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                            const p4_pd_velmar_switch_ipv6Partition_match_spec_t* match_spec,
+                            const p4_pd_velmar_switch_setIpv6PrtIdxNextHop_action_spec_t* action_spec,
+                            pd_entry* entry_hdl) noexcept {
+    Byte key[17];
+    Byte mask[17];
+    pipe_match_record match;
+    fill_ipv6Partition(*match_spec, key, mask, match);
+    Byte data[6];
+    pipe_action_record action;
+    clear(action, 48, 6, data);
+    put16(data, action_spec->action_partitionIndex);
+    put32(data + 2, action_spec->action_nextHop);
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x1000035, &match, 0x2000008A, &action, 0, 0, entry_hdl);
+}
+
+pd_status ipv6Partition_find(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                             const p4_pd_velmar_switch_ipv6Partition_match_spec_t* match_spec,
+                             pd_entry* entry_hdl) noexcept {
+    Byte key[17];
+    Byte mask[17];
+    pipe_match_record match;
+    fill_ipv6Partition(*match_spec, key, mask, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), 0x1000035, &match, entry_hdl, 0);
+}
+
+pd_status ipv4FinalResolve0_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                                const p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_t* match_spec,
+                                const p4_pd_velmar_switch_setNextHop0First_action_spec_t* action_spec,
+                                pd_entry* entry_hdl) noexcept {
+    Byte key[6];
+    Byte mask[6];
+    pipe_match_record match;
+    fill_ipv4FinalResolve0(*match_spec, key, mask, match);
+    Byte data[4];
+    pipe_action_record action;
+    clear(action, 32, 4, data);
+    put32(data, action_spec->action_nextHop);
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x1000033, &match, 0x20000085, &action, 0, 0, entry_hdl);
+}
+
+pd_status ipv4FinalResolve0_find(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                                 const p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_t* match_spec,
+                                 pd_entry* entry_hdl) noexcept {
+    Byte key[6];
+    Byte mask[6];
+    pipe_match_record match;
+    fill_ipv4FinalResolve0(*match_spec, key, mask, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), 0x1000033, &match, entry_hdl, 0);
+}
+
+pd_status trapToCpu_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                        const p4_pd_velmar_switch_trapToCpu_match_spec_t* match_spec, uint32_t priority,
+                        const p4_pd_velmar_switch_copyPacket_action_spec_t* action_spec, pd_entry* entry_hdl) noexcept {
+    Byte key[44];
+    Byte mask[44];
+    pipe_match_record match;
+    fill_trapToCpu(*match_spec, priority, key, mask, match);
+    Byte data[2];
+    pipe_action_record action;
+    clear(action, 9, 2, data);
+    data[0] = action_spec->action_cpuReasonCode;
+    data[1] = action_spec->action_llm;
+    action.resource_count = 1;
+    action.slots[0].resource_hdl = 0x4000004;
+    action.slots[0].tag = PIPE_SLOT_ATTACHED;
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x1000040, &match, 0x200000C5, &action, 0, 0, entry_hdl);
+}
+
+pd_status trapToCpu_find(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                         const p4_pd_velmar_switch_trapToCpu_match_spec_t* match_spec, uint32_t priority,
+                         pd_entry* entry_hdl) noexcept {
+    Byte key[44];
+    Byte mask[44];
+    pipe_match_record match;
+    fill_trapToCpu(*match_spec, priority, key, mask, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), 0x1000040, &match, entry_hdl, 0);
+}
+
+pd_status finalDropControl_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                               const p4_pd_velmar_switch_finalDropControl_match_spec_t* match_spec, uint32_t priority,
+                               const p4_pd_velmar_switch_dropCountAndMirror_action_spec_t* action_spec,
+                               pd_entry* entry_hdl) noexcept {
+    Byte key[32];
+    Byte mask[32];
+    pipe_match_record match;
+    fill_finalDropControl(*match_spec, priority, key, mask, match);
+    Byte data[3];
+    pipe_action_record action;
+    clear(action, 18, 3, data);
+    data[0] = action_spec->action_dropReason;
+    put16(data + 1, action_spec->action_mirrorSession);
+    action.resource_count = 1;
+    action.slots[0].resource_hdl = 0x4000007;
+    action.slots[0].tag = PIPE_SLOT_ATTACHED;
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x1000064, &match, 0x20000109, &action, 0, 0, entry_hdl);
+}
+
+pd_status finalDropControl_find(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                                const p4_pd_velmar_switch_finalDropControl_match_spec_t* match_spec, uint32_t priority,
+                                pd_entry* entry_hdl) noexcept {
+    Byte key[32];
+    Byte mask[32];
+    pipe_match_record match;
+    fill_finalDropControl(*match_spec, priority, key, mask, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), 0x1000064, &match, entry_hdl, 0);
+}
+
+pd_status flowWatchlist_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                            const p4_pd_velmar_switch_flowWatchlist_match_spec_t* match_spec, uint32_t priority,
+                            pd_entry* entry_hdl) noexcept {
+    Byte key[47];
+    Byte mask[47];
+    pipe_match_record match;
+    fill_flowWatchlist(*match_spec, priority, key, mask, match);
+    Byte data[1];
+    pipe_action_record action;
+    clear(action, 0, 0, data);
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x100004D, &match, 0x200000F1, &action, 0, 0, entry_hdl);
+}
+
+pd_status flowWatchlist_find(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                             const p4_pd_velmar_switch_flowWatchlist_match_spec_t* match_spec, uint32_t priority,
+                             pd_entry* entry_hdl) noexcept {
+    Byte key[47];
+    Byte mask[47];
+    pipe_match_record match;
+    fill_flowWatchlist(*match_spec, priority, key, mask, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), 0x100004D, &match, entry_hdl, 0);
+}
+
+pd_status mirrorPacketEncap_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                                const p4_pd_velmar_switch_mirrorPacketEncap_match_spec_t* match_spec,
+                                const p4_pd_velmar_switch_setMirrorPacketEncapIntIpv4_action_spec_t* action_spec,
+                                pd_entry* entry_hdl) noexcept {
+    Byte key[5];
+    Byte mask[5];
+    pipe_match_record match;
+    fill_mirrorPacketEncap(*match_spec, key, mask, match);
+    Byte data[24];
+    pipe_action_record action;
+    clear(action, 186, 24, data);
+    put32(data, action_spec->action_srcIp);
+    put32(data + 4, action_spec->action_dstIp);
+    data[8] = action_spec->action_ttl;
+    data[9] = action_spec->action_dscp;
+    put16(data + 10, action_spec->action_vlanId);
+    put24(data + 12, action_spec->action_dmacOui);
+    put24(data + 15, action_spec->action_dmacStation);
+    put32(data + 18, action_spec->action_switchId);
+    put16(data + 22, action_spec->action_dstPort);
+    action.resource_count = 1;
+    action.slots[0].resource_hdl = 0x6000008;
+    action.slots[0].index = 1;
+    action.slots[0].tag = PIPE_SLOT_ATTACHED;
+    return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x100006B, &match, 0x20000159, &action, 0, 0, entry_hdl);
+}
+
+pd_status mirrorPacketEncap_find(pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                                 const p4_pd_velmar_switch_mirrorPacketEncap_match_spec_t* match_spec,
+                                 pd_entry* entry_hdl) noexcept {
+    Byte key[5];
+    Byte mask[5];
+    pipe_match_record match;
+    fill_mirrorPacketEncap(*match_spec, key, mask, match);
+    return pipe_mgr_match_spec_to_ent_hdl(sess_hdl, to_driver(dev_tgt), 0x100006B, &match, entry_hdl, 0);
+}
+
+} // namespace by_hand

@@ -1,0 +1,41 @@
+// Entry operations of a few tables, each written by hand for its table and no other: what the library is measured by.
+// They have the signatures of their exported twins, take the same records and make the same driver call.
+#pragma once
+
+#include "vl_pd/velmar_switch.h"
+
+namespace by_hand {
+
+#pragma GCC visibility push(default)
+
+extern decltype(p4_pd_velmar_switch_ipv4Host_table_add_with_setNextHop) ipv4Host_add;
+extern decltype(p4_pd_velmar_switch_ipv4Host_match_spec_to_entry_hdl) ipv4Host_find;
+extern decltype(p4_pd_velmar_switch_ipv4Host_get_entry) ipv4Host_read;
+
+extern decltype(p4_pd_velmar_switch_ipv6Partition_table_add_with_setIpv6PrtIdxNextHop) ipv6Partition_add;
+extern decltype(p4_pd_velmar_switch_ipv6Partition_match_spec_to_entry_hdl) ipv6Partition_find;
+extern decltype(p4_pd_velmar_switch_ipv6Partition_get_entry) ipv6Partition_read;
+
+extern decltype(p4_pd_velmar_switch_ipv4FinalResolve0_table_add_with_setNextHop0First) ipv4FinalResolve0_add;
+extern decltype(p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_to_entry_hdl) ipv4FinalResolve0_find;
+extern decltype(p4_pd_velmar_switch_ipv4FinalResolve0_get_entry) ipv4FinalResolve0_read;
+
+extern decltype(p4_pd_velmar_switch_trapToCpu_table_add_with_copyPacket) trapToCpu_add;
+extern decltype(p4_pd_velmar_switch_trapToCpu_match_spec_to_entry_hdl) trapToCpu_find;
+extern decltype(p4_pd_velmar_switch_trapToCpu_get_entry) trapToCpu_read;
+
+extern decltype(p4_pd_velmar_switch_finalDropControl_table_add_with_dropCountAndMirror) finalDropControl_add;
+extern decltype(p4_pd_velmar_switch_finalDropControl_match_spec_to_entry_hdl) finalDropControl_find;
+extern decltype(p4_pd_velmar_switch_finalDropControl_get_entry) finalDropControl_read;
+
+extern decltype(p4_pd_velmar_switch_flowWatchlist_table_add_with_intPermit) flowWatchlist_add;
+extern decltype(p4_pd_velmar_switch_flowWatchlist_match_spec_to_entry_hdl) flowWatchlist_find;
+extern decltype(p4_pd_velmar_switch_flowWatchlist_get_entry) flowWatchlist_read;
+
+extern decltype(p4_pd_velmar_switch_mirrorPacketEncap_table_add_with_setMirrorPacketEncapIntIpv4) mirrorPacketEncap_add;
+extern decltype(p4_pd_velmar_switch_mirrorPacketEncap_match_spec_to_entry_hdl) mirrorPacketEncap_find;
+extern decltype(p4_pd_velmar_switch_mirrorPacketEncap_get_entry) mirrorPacketEncap_read;
+
+#pragma GCC visibility pop
+
+} // namespace by_hand
