@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "vl_driver/profiles.h"
 #include "vl_driver/tables.h"
 
 namespace {
@@ -277,7 +278,10 @@ protected:
         const pipe_match_record match = {key, mask, 0, 9, 20, 3, 0};
         pipe_action_record action{};
         action.kind = PIPE_KIND_GROUP;
-        action.group_hdl = 0x77;
+        constexpr std::uint32_t lag_selector = 0x3000004;
+        EXPECT_EQ(pipe_mgr_sel_grp_add(session, {device, PIPE_ALL_PIPES, 0}, lag_selector, 0, 0, PIPE_SEL_GRP_MARK,
+                                       &action.group_hdl, 0),
+                  0u);
         pd_entry entry = 0;
         EXPECT_EQ(pipe_mgr_mat_ent_add(session, {device, PIPE_ALL_PIPES, 0}, lag_group, &match, 0x200000fc, &action, 0,
                                        0, &entry),
@@ -325,6 +329,7 @@ TEST_F(IndirectReadback, MemberGroupOrNeither) {
         vl_model::set_answer_hook([&](auto&, pipe_action_record& answer, std::uint32_t& action_hdl) {
             answer.kind = expected.kind;
             answer.member_hdl = 0x55;
+            answer.group_hdl = 0x77;
             answer.resource_count = 1; // no list is made in indirect tables
             action_hdl = 0;            // nor is the action looked at
         });

@@ -89,7 +89,10 @@ enum { PIPE_UPDATE_ADDED = 1, PIPE_UPDATE_CHANGED = 2, PIPE_UPDATE_DELETED = 3 }
 typedef void (*pipe_mat_update_cb)(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                    pipe_ent_hdl ent_hdl, uint32_t update, void* cookie);
 
-/* The driver keeps callback and cookie; null ends the updates. */
+/*
+ * The driver keeps callback and cookie, one for a table; null ends the updates. Changes of the default entry count.
+ * Session and device are those of the call that made the change, or the device on all pipes where that took no pipe.
+ */
 pipe_status pipe_register_mat_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                         pipe_mat_update_cb callback, void* cookie);
 

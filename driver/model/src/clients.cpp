@@ -89,7 +89,7 @@ pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
     return boundary("bf_drv_deregister", body, hdl);
 }
 
-uint32_t vl_model_device_remove(uint32_t dev_id) {
+uint32_t vl_model_device_state_drop(uint32_t dev_id) {
     const auto body = [&]() -> pipe_status {
         const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
         if (!clients) {
@@ -100,11 +100,18 @@ uint32_t vl_model_device_remove(uint32_t dev_id) {
                 client.callbacks.device_remove(dev_id);
             }
         }
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        return m.devices.erase(dev_id) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_DEVICE;
+        return VL_MODEL_OK;
     };
     return run_guarded(body);
+}
+
+uint32_t vl_model_device_remove(uint32_t dev_id) {
+    if (const uint32_t status = vl_model_device_state_drop(dev_id)) {
+        return status;
+    }
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    return m.devices.erase(dev_id) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_DEVICE;
 }
 
 char* vl_model_state_log(uint32_t dev_id) {

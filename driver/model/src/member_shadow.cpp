@@ -18,14 +18,14 @@
 
 namespace {
 
-struct Group {
+struct ShadowGroup {
     std::optional<pipe_act_hdl> action;
     std::vector<pipe_mbr_hdl> members; // in the order in which they came
 };
 
 struct DeviceShadow {
     std::map<pipe_mbr_hdl, std::optional<pipe_act_hdl>> members; // with their actions
-    std::map<pipe_grp_hdl, Group> groups;
+    std::map<pipe_grp_hdl, ShadowGroup> groups;
     // The other way of membership. A replay can put a member into a group that it doesn't know yet.
     std::map<pipe_mbr_hdl, std::vector<pipe_grp_hdl>> groups_of;
 };
@@ -268,7 +268,8 @@ pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
             return VL_MODEL_OK;
         });
     };
-    return boundary("p4_pd_ms_del_grp", body, sess_hdl, state, dev_id, grp_hdl, count, mbr_hdls);
+    return boundary("p4_pd_ms_del_grp", body, sess_hdl, state, dev_id, grp_hdl, count,
+                    ArrayArgument<pipe_mbr_hdl>{mbr_hdls, count});
 }
 
 pipe_status p4_pd_ms_add_mbr_to_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
@@ -316,7 +317,7 @@ pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
         const bool is_valid = grp_hdl != 0 && act_hdl != nullptr;
         return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
             return read_action(
-                shadow.groups, grp_hdl, [](const Group& group) { return group.action; }, *act_hdl);
+                shadow.groups, grp_hdl, [](const ShadowGroup& group) { return group.action; }, *act_hdl);
         });
     };
     return boundary("p4_pd_ms_get_grp_act", body, state, dev_id, grp_hdl, act_hdl);

@@ -37,6 +37,37 @@ bool is_sound(const vl_model_table& table) {
     return has_initial;
 }
 
+// Makes the data table and the selector of a match table, which other tables may point at too, each with the actions
+// that it allows its entries. False if they contradict what the device has.
+bool add_profile(Device& device, Table& table) {
+    const vl_model_table& description = table.description;
+    if (description.data_table == 0) {
+        return description.selector == 0;
+    }
+    DataTable& data_table = device.data_tables[description.data_table];
+    table.data_table = &data_table;
+    for (const vl_model_action& action : table.actions) {
+        const auto is_same = [&](const vl_model_action& other) { return other.handle == action.handle; };
+        if (action.for_entries != 0 && std::none_of(data_table.actions.begin(), data_table.actions.end(), is_same)) {
+            data_table.actions.push_back(action);
+        }
+    }
+    if (description.selector == 0) {
+        return true;
+    }
+    Selector& selector = device.selectors.try_emplace(description.selector, data_table).first->second;
+    table.selector = &selector;
+    return &selector.data_table == &data_table;
+}
+
+// Match tables, data tables and selectors share one space of handles.
+bool has_shared_handles(const Device& device) {
+    const auto is_taken = [&](const auto& entry) { return device.tables.contains(entry.first); };
+    return std::any_of(device.data_tables.begin(), device.data_tables.end(), is_taken) ||
+           std::any_of(device.selectors.begin(), device.selectors.end(),
+                       [&](const auto& entry) { return is_taken(entry) || device.data_tables.contains(entry.first); });
+}
+
 } // namespace
 
 Model& model() {
@@ -56,6 +87,9 @@ Table::Table(const vl_model_table& from)
         description.capacity = VL_MODEL_DEFAULT_CAPACITY;
     }
     description.capacity = std::min(description.capacity, max_capacity);
+    if (description.idle_time != 0) {
+        ageing = std::make_unique<Ageing>();
+    }
     reset_default_entry();
 }
 
@@ -63,6 +97,18 @@ const vl_model_action* Table::find_action(pipe_act_hdl act_hdl) const {
     const auto found = std::find_if(actions.begin(), actions.end(),
                                     [&](const vl_model_action& action) { return action.handle == act_hdl; });
     return found == actions.end() ? nullptr : &*found;
+}
+
+uint32_t* Table::target_uses(uint8_t kind, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) const {
+    if (kind == PIPE_KIND_MEMBER && data_table != nullptr) {
+        Member* member = data_table->members.find(mbr_hdl);
+        return member != nullptr ? &member->uses : nullptr;
+    }
+    if (kind == PIPE_KIND_GROUP && selector != nullptr) {
+        Group* group = selector->groups.find(grp_hdl);
+        return group != nullptr ? &group->uses : nullptr;
+    }
+    return nullptr;
 }
 
 void Table::reset_default_entry() {
@@ -74,19 +120,37 @@ void Table::reset_default_entry() {
         image->data_bits = action->data_bits;
         image->data.resize(action->data_len);
     }
+    set_default_entry(std::move(image));
+}
+
+void Table::set_default_entry(std::optional<EntryImage> image) {
+    const auto uses_of = [&](const std::optional<EntryImage>& entry) {
+        return entry ? target_uses(entry->kind, entry->member_hdl, entry->group_hdl) : nullptr;
+    };
+    if (uint32_t* uses = uses_of(image)) {
+        ++*uses;
+    }
+    if (uint32_t* uses = uses_of(default_entry)) {
+        --*uses;
+    }
     default_entry = std::move(image);
     hardware.erase(default_handle());
 }
 
-Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status) {
+Device* find_device(pipe_dev_id dev_id, pipe_status& status) {
     const Model& m = model();
     const auto device = m.devices.find(dev_id);
-    if (device == m.devices.end()) {
-        status = VL_MODEL_UNKNOWN_DEVICE;
+    status = device == m.devices.end() ? VL_MODEL_UNKNOWN_DEVICE : VL_MODEL_OK;
+    return device == m.devices.end() ? nullptr : device->second.get();
+}
+
+Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status) {
+    Device* device = find_device(dev_id, status);
+    if (device == nullptr) {
         return nullptr;
     }
-    const auto table = device->second->tables.find(tbl_hdl);
-    if (table == device->second->tables.end()) {
+    const auto table = device->tables.find(tbl_hdl);
+    if (table == device->tables.end()) {
         status = VL_MODEL_UNKNOWN_TABLE;
         return nullptr;
     }
@@ -109,7 +173,13 @@ uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline)
             if (!is_sound(table) || device->tables.contains(table.handle)) {
                 return VL_MODEL_INVALID;
             }
-            device->tables.emplace(table.handle, std::make_unique<Table>(table));
+            const auto added = device->tables.emplace(table.handle, std::make_unique<Table>(table)).first;
+            if (!add_profile(*device, *added->second)) {
+                return VL_MODEL_INVALID;
+            }
+        }
+        if (has_shared_handles(*device)) {
+            return VL_MODEL_INVALID;
         }
         Model& m = model();
         const std::lock_guard lock(m.mutex);
@@ -143,8 +213,19 @@ uint32_t vl_model_session_close(uint32_t sess_hdl) {
 uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity) {
     const std::lock_guard lock(model().mutex);
     pipe_status status = VL_MODEL_OK;
-    if (Table* table = find_table(dev_id, tbl_hdl, status)) {
-        table->description.capacity = std::min(capacity, max_capacity);
+    Device* device = find_device(dev_id, status);
+    if (device == nullptr) {
+        return status;
+    }
+    capacity = std::min(capacity, max_capacity);
+    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end()) {
+        table->second->description.capacity = capacity;
+    } else if (const auto members = device->data_tables.find(tbl_hdl); members != device->data_tables.end()) {
+        members->second.capacity = capacity;
+    } else if (const auto groups = device->selectors.find(tbl_hdl); groups != device->selectors.end()) {
+        groups->second.capacity = capacity;
+    } else {
+        status = VL_MODEL_UNKNOWN_TABLE;
     }
     return status;
 }
@@ -157,6 +238,10 @@ void vl_model_reset(void) {
         m.devices.clear();
         m.clients.clear();
         clear_member_states();
+        m.now = 0;
+        m.last_member = before_members;
+        m.last_group = before_groups;
+        m.restore_callback = nullptr;
         m.allocations_made = 0;
         m.allocation_faults.clear();
         m.log_sink = nullptr;
@@ -190,6 +275,7 @@ constexpr StatusWords status_words[] = {
     {VL_MODEL_IN_USE, "IN_USE", "object in use"},
     {VL_MODEL_NOT_SUPPORTED, "NOT_SUPPORTED", "not supported by this table"},
     {VL_MODEL_UNKNOWN_CLIENT, "UNKNOWN_CLIENT", "unknown client"},
+    {VL_MODEL_GROUP_FULL, "GROUP_FULL", "group full"},
 };
 
 const StatusWords& words_of(uint32_t status) {

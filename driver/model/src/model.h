@@ -1,8 +1,10 @@
-// What the embedded driver holds: sessions, devices with their tables, clients, allocations, the log sink. One mutex
-// guards it all; callbacks of clients and tests run without it.
+// What the embedded driver holds: sessions, devices with their tables, clients, allocations, the log sink, the clock.
+// One mutex guards it all; callbacks of agents, clients and tests run without it.
 #ifndef VL_MODEL_SRC_MODEL_H
 #define VL_MODEL_SRC_MODEL_H
 
+#include <array>
+#include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -11,14 +13,23 @@
 #include <unordered_set>
 #include <vector>
 
+#include <vl_driver/profiles.h>
 #include <vl_driver/system.h>
+#include <vl_driver/tables.h>
 #include <vl_driver/types.h>
 #include <vl_model/control.h>
 #include <vl_model/observe.h>
 
+#include "ageing.h"
+#include "profile_store.h"
 #include "table_store.h"
 
 namespace vl_model {
+
+struct Property {
+    uint32_t value = 0;
+    uint32_t args = 0;
+};
 
 struct Table {
     explicit Table(const vl_model_table& description);
@@ -28,6 +39,11 @@ struct Table {
     vl_model_table description; // with name and actions pointing at the copies above
     TableStore entries;
     std::optional<EntryImage> default_entry;
+    DataTable* data_table = nullptr; // the device's, as the description names them
+    Selector* selector = nullptr;
+    std::unique_ptr<Ageing> ageing; // null if entries don't age
+    std::array<Property, VL_MODEL_PROPERTIES> properties{};
+    Subscriber<pipe_mat_update_cb> updates;
 
     // Entries, by handle, whose hardware differs from the software: nothing where the hardware has lost the entry. All
     // others are one and the same in both.
@@ -42,11 +58,18 @@ struct Table {
     }
     const vl_model_action* find_action(pipe_act_hdl act_hdl) const;
     void reset_default_entry();
+    // What the default entry points at counts as used, as with entries.
+    void set_default_entry(std::optional<EntryImage> image);
+
+    // The count of uses of what an entry points at; null if that is action data.
+    uint32_t* target_uses(uint8_t kind, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) const;
 };
 
 struct Device {
     std::string pipeline;
     std::unordered_map<pipe_tbl_hdl, std::unique_ptr<Table>> tables;
+    std::map<pipe_tbl_hdl, DataTable> data_tables; // in the order of a replay
+    std::map<pipe_tbl_hdl, Selector> selectors;
 };
 
 struct Client {
@@ -56,12 +79,23 @@ struct Client {
     uint32_t priority;
 };
 
+// Where the handles of members and groups begin. They are never reused, nor those of another table or device, so that a
+// handle in the wrong place is refused.
+constexpr pipe_mbr_hdl before_members = UINT32_C(0x10000000);
+constexpr pipe_grp_hdl before_groups = UINT32_C(0x40000000);
+constexpr uint32_t most_profile_handles = UINT32_C(0x2FFFFFFF); // of each sort
+
 struct Model {
     std::mutex mutex;
 
     uint32_t last_session = 0;
     std::unordered_set<pipe_sess_hdl> sessions;
     std::unordered_map<pipe_dev_id, std::unique_ptr<Device>> devices;
+
+    uint64_t now = 0; // milliseconds
+    pipe_mbr_hdl last_member = before_members;
+    pipe_grp_hdl last_group = before_groups;
+    pipe_adt_sel_restore_cb restore_callback = nullptr; // of the last restore
 
     bf_drv_client_hdl last_client = 0;
     std::vector<Client> clients; // in the order of registration
@@ -77,20 +111,62 @@ struct Model {
 
 Model& model();
 
-// Null if there is no such table; `status` says why. The mutex must be held.
+inline pipe_dev_tgt all_pipes(pipe_dev_id dev_id) {
+    return {.dev_id = dev_id, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
+}
+
+// Null if there is no such device or table; `status` says why. The mutex must be held.
+Device* find_device(pipe_dev_id dev_id, pipe_status& status);
 Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status);
 
-// Runs `body` on a table under the mutex, if session, device and table exist.
 template <class Body>
-pipe_status with_table(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, Body&& body) {
+pipe_status on_selector(Device& device, pipe_tbl_hdl sel_hdl, Body&& body) {
+    const auto selector = device.selectors.find(sel_hdl);
+    return selector == device.selectors.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(selector->second);
+}
+
+// Run `body` on a device, match table, data table or selector under the mutex, if session, device and table exist.
+template <class Body>
+pipe_status with_device(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, Body&& body) {
     Model& m = model();
     const std::lock_guard lock(m.mutex);
     if (!m.sessions.contains(sess_hdl)) {
         return VL_MODEL_UNKNOWN_SESSION;
     }
     pipe_status status = VL_MODEL_OK;
-    Table* table = find_table(dev_id, tbl_hdl, status);
-    return table == nullptr ? status : body(*table);
+    Device* device = find_device(dev_id, status);
+    return device == nullptr ? status : body(*device);
+}
+
+template <class Body>
+pipe_status with_table(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, Body&& body) {
+    return with_device(sess_hdl, dev_id, [&](Device& device) -> pipe_status {
+        const auto table = device.tables.find(tbl_hdl);
+        return table == device.tables.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(*table->second);
+    });
+}
+
+template <class Body>
+pipe_status with_data_table(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl adt_hdl, Body&& body) {
+    return with_device(sess_hdl, dev_id, [&](Device& device) -> pipe_status {
+        const auto table = device.data_tables.find(adt_hdl);
+        return table == device.data_tables.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(table->second);
+    });
+}
+
+template <class Body>
+pipe_status with_selector(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl, Body&& body) {
+    return with_device(sess_hdl, dev_id,
+                       [&](Device& device) -> pipe_status { return on_selector(device, sel_hdl, body); });
+}
+
+template <class Body>
+pipe_status with_group(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl,
+                       Body&& body) {
+    return with_selector(sess_hdl, dev_id, sel_hdl, [&](Selector& selector) -> pipe_status {
+        Group* group = selector.groups.find(grp_hdl);
+        return group == nullptr ? pipe_status{VL_MODEL_NOT_FOUND} : body(selector, *group);
+    });
 }
 
 // Empties the states of the member-selector component. The mutex must be held.

@@ -1,7 +1,4 @@
-// Match tables at the boundary: what is refused, and how records go to and from the store.
-#include <algorithm>
-#include <cstring>
-
+// Changes of match tables at the boundary: what is refused, what counts as used, and who is told.
 #include <vl_driver/tables.h>
 
 #include "model.h"
@@ -28,6 +25,21 @@ pipe_status check_key(const Table& table, const pipe_match_record& match) {
     return VL_MODEL_OK;
 }
 
+// A group can hold members of several actions, of which an entry may carry any.
+pipe_status check_target(const Table& table, pipe_act_hdl act_hdl, const pipe_action_record& record) {
+    if (record.kind == PIPE_KIND_MEMBER) {
+        const Member* member = table.data_table->members.find(record.member_hdl);
+        if (member == nullptr) {
+            return VL_MODEL_NOT_FOUND;
+        }
+        return member->action_hdl == act_hdl ? VL_MODEL_OK : VL_MODEL_FOREIGN_ACTION;
+    }
+    if (record.kind == PIPE_KIND_GROUP && table.selector->groups.find(record.group_hdl) == nullptr) {
+        return VL_MODEL_NOT_FOUND;
+    }
+    return VL_MODEL_OK;
+}
+
 enum class Use { entry, default_entry };
 
 pipe_status check_action(const Table& table, pipe_act_hdl act_hdl, const pipe_action_record& record, Use use) {
@@ -46,15 +58,15 @@ pipe_status check_action(const Table& table, pipe_act_hdl act_hdl, const pipe_ac
                (data.data != nullptr || data.data_len == 0);
         break;
     case PIPE_KIND_MEMBER:
-        good = table.description.data_table != 0 && record.member_hdl != 0 && data.data_len == 0;
+        good = table.data_table != nullptr && record.member_hdl != 0 && data.data_len == 0;
         break;
     case PIPE_KIND_GROUP:
-        good = table.description.selector != 0 && record.group_hdl != 0 && data.data_len == 0;
+        good = table.selector != nullptr && record.group_hdl != 0 && data.data_len == 0;
         break;
     default:
         break;
     }
-    return good ? VL_MODEL_OK : VL_MODEL_BAD_DATA;
+    return good ? check_target(table, act_hdl, record) : pipe_status{VL_MODEL_BAD_DATA};
 }
 
 // The handle of the entry that a match record names, or a status.
@@ -66,6 +78,66 @@ pipe_status find_entry(const Table& table, const pipe_match_record& match, pipe_
     return ent_hdl != 0 ? VL_MODEL_OK : VL_MODEL_NOT_FOUND;
 }
 
+// What an update callback is told; nothing if `update` stays 0.
+struct EntryChange {
+    pipe_ent_hdl ent_hdl = 0;
+    uint32_t update = 0;
+};
+
+// Runs a change of a table, and tells of it when the mutex is free again.
+template <class Body>
+pipe_status change_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl, Body&& body) {
+    EntryChange change;
+    Subscriber<pipe_mat_update_cb> subscriber;
+    const pipe_status status = with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        subscriber = table.updates;
+        return body(table, change);
+    });
+    if (status == VL_MODEL_OK && change.update != 0 && subscriber.callback != nullptr) {
+        subscriber.callback(sess_hdl, dev_tgt, tbl_hdl, change.ent_hdl, change.update, subscriber.cookie);
+    }
+    return status;
+}
+
+uint32_t* target_uses(const Table& table, pipe_ent_hdl ent_hdl) {
+    if (table.is_direct()) {
+        return nullptr;
+    }
+    const EntryView entry = table.entries.view(ent_hdl);
+    return table.target_uses(entry.kind, entry.member_hdl, entry.group_hdl);
+}
+
+pipe_status add_entry(Table& table, const pipe_match_record& match, pipe_act_hdl act_hdl,
+                      const pipe_action_record& action, uint32_t ttl, pipe_ent_hdl& ent_hdl) {
+    if (const pipe_status status = check_key(table, match)) {
+        return status;
+    }
+    if (const pipe_status status = check_action(table, act_hdl, action, Use::entry)) {
+        return status;
+    }
+    const uint32_t hash = table.entries.hash(match);
+    if (table.entries.find(match, hash) != 0) {
+        return VL_MODEL_EXISTS;
+    }
+    if (table.entries.count() >= table.description.capacity) {
+        return VL_MODEL_TABLE_FULL;
+    }
+    const pipe_ent_hdl added = table.entries.add(match, hash, act_hdl, action);
+    if (table.ageing != nullptr) {
+        try {
+            table.ageing->start(added, ttl, model().now);
+        } catch (...) {
+            table.entries.remove(added);
+            throw;
+        }
+    }
+    if (uint32_t* uses = target_uses(table, added)) {
+        ++*uses;
+    }
+    ent_hdl = added;
+    return VL_MODEL_OK;
+}
+
 pipe_status set_entry_action(Table& table, pipe_ent_hdl ent_hdl, pipe_act_hdl act_hdl,
                              const pipe_action_record& action) {
     if (!table.entries.has(ent_hdl)) {
@@ -74,7 +146,14 @@ pipe_status set_entry_action(Table& table, pipe_ent_hdl ent_hdl, pipe_act_hdl ac
     if (const pipe_status status = check_action(table, act_hdl, action, Use::entry)) {
         return status;
     }
+    uint32_t* const old_uses = target_uses(table, ent_hdl);
     table.entries.set_action(ent_hdl, act_hdl, action);
+    if (old_uses != nullptr) {
+        --*old_uses;
+    }
+    if (uint32_t* uses = target_uses(table, ent_hdl)) {
+        ++*uses;
+    }
     table.hardware.erase(ent_hdl);
     return VL_MODEL_OK;
 }
@@ -83,94 +162,15 @@ pipe_status remove_entry(Table& table, pipe_ent_hdl ent_hdl) {
     if (!table.entries.has(ent_hdl)) {
         return VL_MODEL_NOT_FOUND;
     }
+    if (uint32_t* uses = target_uses(table, ent_hdl)) {
+        --*uses;
+    }
     table.entries.remove(ent_hdl);
+    if (table.ageing != nullptr) {
+        table.ageing->forget(ent_hdl);
+    }
     table.hardware.erase(ent_hdl);
     return VL_MODEL_OK;
-}
-
-bool has_entry(const Table& table, pipe_ent_hdl ent_hdl) {
-    return ent_hdl == table.default_handle() ? table.default_entry.has_value() : table.entries.has(ent_hdl);
-}
-
-// The entry, or default entry, as the software or the hardware has it.
-pipe_status find_view(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, EntryView& view) {
-    if (!has_entry(table, ent_hdl)) {
-        return VL_MODEL_NOT_FOUND;
-    }
-    if (from_hw && !table.hardware.empty()) {
-        const auto differing = table.hardware.find(ent_hdl);
-        if (differing != table.hardware.end()) {
-            if (!differing->second) {
-                return VL_MODEL_NOT_FOUND;
-            }
-            view = view_of(*differing->second);
-            return VL_MODEL_OK;
-        }
-    }
-    view = ent_hdl == table.default_handle() ? view_of(*table.default_entry) : table.entries.view(ent_hdl);
-    return VL_MODEL_OK;
-}
-
-pipe_status read_match(const Table& table, const EntryView& entry, pipe_match_record& match) {
-    if (entry.key_len > match.key_len) {
-        return VL_MODEL_BAD_KEY;
-    }
-    if (match.key_bytes != nullptr && entry.key_len != 0) {
-        std::memcpy(match.key_bytes, entry.key, entry.key_len);
-    }
-    if (match.mask_bytes != nullptr && entry.key_len != 0) {
-        std::memcpy(match.mask_bytes, entry.mask, entry.key_len);
-    }
-    match.partition_index = entry.partition_index;
-    match.priority = entry.priority;
-    match.key_bits = entry.key_len != 0 ? table.description.key_bits : uint16_t{0};
-    match.key_len = entry.key_len;
-    return VL_MODEL_OK;
-}
-
-void read_action(const EntryView& entry, pipe_action_record& action, pipe_act_hdl& act_hdl) {
-    action.kind = entry.kind;
-    action.resource_count = entry.resource_count;
-    const uint16_t room = action.action.data != nullptr ? action.action.data_len : uint16_t{0};
-    const uint16_t len = std::min(room, entry.data_len);
-    if (len != 0) {
-        std::memcpy(action.action.data, entry.data, len);
-    }
-    action.action.data_bits = entry.data_bits;
-    action.action.data_len = len;
-    action.member_hdl = entry.member_hdl;
-    action.group_hdl = entry.group_hdl;
-    for (std::size_t i = 0; i < PIPE_MAX_SLOTS; ++i) {
-        action.slots[i] = i < entry.slot_count ? entry.slots[i] : pipe_resource_slot{};
-    }
-    act_hdl = entry.action_hdl;
-}
-
-// An entry with a match record, a default entry with or without one.
-pipe_status read_entry(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, pipe_match_record* match,
-                       pipe_action_record& action, pipe_act_hdl& act_hdl) {
-    EntryView entry;
-    if (const pipe_status status = find_view(table, ent_hdl, from_hw, entry)) {
-        return status;
-    }
-    if (match != nullptr) {
-        if (const pipe_status status = read_match(table, entry, *match)) {
-            return status;
-        }
-    }
-    read_action(entry, action, act_hdl);
-    return VL_MODEL_OK;
-}
-
-template <class Body>
-pipe_status with_entry(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl, Body&& body) {
-    const std::lock_guard lock(model().mutex);
-    pipe_status status = VL_MODEL_OK;
-    Table* table = find_table(dev_id, tbl_hdl, status);
-    if (table == nullptr) {
-        return status;
-    }
-    return has_entry(*table, ent_hdl) ? body(*table) : pipe_status{VL_MODEL_NOT_FOUND};
 }
 
 } // namespace
@@ -182,22 +182,12 @@ pipe_status pipe_mgr_mat_ent_add(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
         if (match == nullptr || action == nullptr || ent_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-            if (const pipe_status status = check_key(table, *match)) {
-                return status;
+        return change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table, EntryChange& change) -> pipe_status {
+            const pipe_status status = add_entry(table, *match, act_hdl, *action, ttl, *ent_hdl);
+            if (status == VL_MODEL_OK) {
+                change = {*ent_hdl, PIPE_UPDATE_ADDED};
             }
-            if (const pipe_status status = check_action(table, act_hdl, *action, Use::entry)) {
-                return status;
-            }
-            const uint32_t hash = table.entries.hash(*match);
-            if (table.entries.find(*match, hash) != 0) {
-                return VL_MODEL_EXISTS;
-            }
-            if (table.entries.count() >= table.description.capacity) {
-                return VL_MODEL_TABLE_FULL;
-            }
-            *ent_hdl = table.entries.add(*match, hash, act_hdl, *action);
-            return VL_MODEL_OK;
+            return status;
         });
     };
     return boundary("pipe_mgr_mat_ent_add", body, sess_hdl, dev_tgt, tbl_hdl, match, act_hdl, action, ttl, flags,
@@ -211,8 +201,10 @@ pipe_status pipe_mgr_mat_ent_set_action(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
         if (action == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_id, tbl_hdl,
-                          [&](Table& table) { return set_entry_action(table, ent_hdl, act_hdl, *action); });
+        return change_table(sess_hdl, all_pipes(dev_id), tbl_hdl, [&](Table& table, EntryChange& change) {
+            change = {ent_hdl, PIPE_UPDATE_CHANGED};
+            return set_entry_action(table, ent_hdl, act_hdl, *action);
+        });
     };
     return boundary("pipe_mgr_mat_ent_set_action", body, sess_hdl, dev_id, tbl_hdl, ent_hdl, act_hdl, action, flags);
 }
@@ -225,9 +217,10 @@ pipe_status pipe_mgr_mat_ent_set_action_by_match_spec(pipe_sess_hdl sess_hdl, pi
         if (match == nullptr || action == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        return change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table, EntryChange& change) -> pipe_status {
             pipe_ent_hdl ent_hdl = 0;
             const pipe_status status = find_entry(table, *match, ent_hdl);
+            change = {ent_hdl, PIPE_UPDATE_CHANGED};
             return status != VL_MODEL_OK ? status : set_entry_action(table, ent_hdl, act_hdl, *action);
         });
     };
@@ -238,7 +231,10 @@ pipe_status pipe_mgr_mat_ent_set_action_by_match_spec(pipe_sess_hdl sess_hdl, pi
 pipe_status pipe_mgr_mat_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl,
                                  uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        return with_table(sess_hdl, dev_id, tbl_hdl, [&](Table& table) { return remove_entry(table, ent_hdl); });
+        return change_table(sess_hdl, all_pipes(dev_id), tbl_hdl, [&](Table& table, EntryChange& change) {
+            change = {ent_hdl, PIPE_UPDATE_DELETED};
+            return remove_entry(table, ent_hdl);
+        });
     };
     return boundary("pipe_mgr_mat_ent_del", body, sess_hdl, dev_id, tbl_hdl, ent_hdl, flags);
 }
@@ -249,9 +245,10 @@ pipe_status pipe_mgr_mat_ent_del_by_match_spec(pipe_sess_hdl sess_hdl, pipe_dev_
         if (match == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        return change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table, EntryChange& change) -> pipe_status {
             pipe_ent_hdl ent_hdl = 0;
             const pipe_status status = find_entry(table, *match, ent_hdl);
+            change = {ent_hdl, PIPE_UPDATE_DELETED};
             return status != VL_MODEL_OK ? status : remove_entry(table, ent_hdl);
         });
     };
@@ -283,7 +280,7 @@ pipe_status pipe_mgr_mat_default_entry_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
         if (action == nullptr || ent_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        return change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table, EntryChange& change) -> pipe_status {
             if (const pipe_status status = check_action(table, act_hdl, *action, Use::default_entry)) {
                 return status;
             }
@@ -300,8 +297,8 @@ pipe_status pipe_mgr_mat_default_entry_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
             const std::size_t old_count = table.default_entry ? PIPE_MAX_SLOTS : 0;
             image.slots =
                 merged_slots(*action, table.default_entry ? table.default_entry->slots.data() : nullptr, old_count);
-            table.default_entry = std::move(image);
-            table.hardware.erase(table.default_handle());
+            change = {table.default_handle(), table.default_entry ? PIPE_UPDATE_CHANGED : PIPE_UPDATE_ADDED};
+            table.set_default_entry(std::move(image));
             *ent_hdl = table.default_handle();
             return VL_MODEL_OK;
         });
@@ -313,8 +310,14 @@ pipe_status pipe_mgr_mat_default_entry_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
 pipe_status pipe_mgr_mat_tbl_default_entry_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                  uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        return change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table, EntryChange& change) -> pipe_status {
+            const bool had_one = table.default_entry.has_value();
             table.reset_default_entry();
+            if (table.default_entry) {
+                change = {table.default_handle(), had_one ? PIPE_UPDATE_CHANGED : PIPE_UPDATE_ADDED};
+            } else if (had_one) {
+                change = {table.default_handle(), PIPE_UPDATE_DELETED};
+            }
             return VL_MODEL_OK;
         });
     };
@@ -337,131 +340,3 @@ pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe
     };
     return boundary("pipe_mgr_table_get_default_entry_handle", body, sess_hdl, dev_tgt, tbl_hdl, ent_hdl);
 }
-
-pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
-                                             pipe_action_record* action, pipe_act_hdl* act_hdl, uint8_t read_from_hw,
-                                             uint32_t always_1, uint32_t always_0) {
-    const auto body = [&]() -> pipe_status {
-        if (action == nullptr || act_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
-        const pipe_status status = with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-            return read_entry(table, table.default_handle(), read_from_hw != 0, nullptr, *action, *act_hdl);
-        });
-        if (status == VL_MODEL_OK && watching.load(std::memory_order_relaxed)) {
-            pipe_match_record none{};
-            run_answer_hook(none, *action, *act_hdl);
-        }
-        return status;
-    };
-    return boundary("pipe_mgr_table_get_default_entry", body, sess_hdl, dev_tgt, tbl_hdl, action, act_hdl, read_from_hw,
-                    always_1, always_0);
-}
-
-pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt, pipe_ent_hdl ent_hdl,
-                               pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* act_hdl,
-                               uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
-    const auto body = [&]() -> pipe_status {
-        if (match == nullptr || action == nullptr || act_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
-        const pipe_status status = with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-            return read_entry(table, ent_hdl, read_from_hw != 0, match, *action, *act_hdl);
-        });
-        if (status == VL_MODEL_OK && watching.load(std::memory_order_relaxed)) {
-            run_answer_hook(*match, *action, *act_hdl);
-        }
-        return status;
-    };
-    return boundary("pipe_mgr_get_entry", body, sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl,
-                    read_from_hw, always_1, always_0);
-}
-
-pipe_status pipe_mgr_get_entry_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
-                                     uint32_t always_0, uint32_t* count) {
-    const auto body = [&]() -> pipe_status {
-        if (count == nullptr) {
-            return VL_MODEL_INVALID;
-        }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-            *count = table.entries.count();
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("pipe_mgr_get_entry_count", body, sess_hdl, dev_tgt, tbl_hdl, always_0, count);
-}
-
-pipe_status pipe_mgr_get_first_entry_handle(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt,
-                                            uint32_t* hdl) {
-    const auto body = [&]() -> pipe_status {
-        if (hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-            const pipe_ent_hdl first = table.entries.first();
-            if (first == 0) {
-                return VL_MODEL_NOT_FOUND;
-            }
-            *hdl = first;
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("pipe_mgr_get_first_entry_handle", body, sess_hdl, tbl_hdl, dev_tgt, hdl);
-}
-
-pipe_status pipe_mgr_get_next_entry_handles(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt,
-                                            uint32_t hdl, uint32_t n, uint32_t* hdls) {
-    const auto body = [&]() -> pipe_status {
-        if (hdls == nullptr && n != 0) {
-            return VL_MODEL_INVALID;
-        }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-            if (!table.entries.was_given_out(hdl)) {
-                return VL_MODEL_NOT_FOUND;
-            }
-            pipe_ent_hdl last = hdl;
-            for (uint32_t i = 0; i < n; ++i) {
-                last = table.entries.next(last);
-                if (last == 0) {
-                    hdls[i] = PIPE_HDL_END;
-                    break;
-                }
-                hdls[i] = last;
-            }
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("pipe_mgr_get_next_entry_handles", body, sess_hdl, tbl_hdl, dev_tgt, hdl, n, hdls);
-}
-
-namespace vl_model {
-
-uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
-                       const std::function<void(EntryImage&)>& edit) {
-    EntryImage image;
-    const pipe_status status = with_entry(dev_id, tbl_hdl, ent_hdl, [&](Table& table) -> pipe_status {
-        EntryView view;
-        const pipe_status found = find_view(table, ent_hdl, true, view);
-        if (found == VL_MODEL_OK) {
-            image = image_of(view);
-        }
-        return found;
-    });
-    if (status != VL_MODEL_OK) {
-        return status;
-    }
-    edit(image);
-    return with_entry(dev_id, tbl_hdl, ent_hdl, [&](Table& table) -> pipe_status {
-        table.hardware[ent_hdl] = std::move(image);
-        return VL_MODEL_OK;
-    });
-}
-
-uint32_t drop_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl) {
-    return with_entry(dev_id, tbl_hdl, ent_hdl, [&](Table& table) -> pipe_status {
-        table.hardware[ent_hdl].reset();
-        return VL_MODEL_OK;
-    });
-}
-
-} // namespace vl_model

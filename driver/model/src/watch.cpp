@@ -1,5 +1,5 @@
-// Faults, recorded calls and the answer hook. They have a mutex of their own, since a call is noted before the model is
-// entered and its callbacks run outside it.
+// Faults, recorded calls and the answer hooks. They have a mutex of their own, since a call is noted before the model
+// is entered and its callbacks run outside it.
 #include "watch.h"
 
 #include <algorithm>
@@ -24,10 +24,10 @@ struct Watch {
     bool recording = false;
     std::vector<Call> calls;
     uint64_t first_number = 0; // of calls[0]: a call can end after its record was taken
-    AnswerHook hook;
+    Hooks hooks;
 
     void update_flag() {
-        watching = recording || !faults.empty() || hook;
+        watching = recording || !faults.empty() || hooks.entry || hooks.member || hooks.state || hooks.group;
     }
 };
 
@@ -108,22 +108,33 @@ void note_status(uint64_t number, uint32_t status) {
     }
 }
 
-void set_answer_hook(AnswerHook hook) {
+template <class Hook>
+static void set_hook(Hook Hooks::*place, Hook&& hook) {
     Watch& w = watch();
     const std::lock_guard lock(w.mutex);
-    w.hook = std::move(hook);
+    w.hooks.*place = std::move(hook);
     w.update_flag();
 }
 
-void run_answer_hook(pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl) {
-    AnswerHook hook;
-    {
-        const std::lock_guard lock(watch().mutex);
-        hook = watch().hook;
-    }
-    if (hook) {
-        hook(match, action, action_hdl);
-    }
+void set_answer_hook(AnswerHook hook) {
+    set_hook(&Hooks::entry, std::move(hook));
+}
+
+void set_member_answer_hook(MemberAnswerHook hook) {
+    set_hook(&Hooks::member, std::move(hook));
+}
+
+void set_state_answer_hook(StateAnswerHook hook) {
+    set_hook(&Hooks::state, std::move(hook));
+}
+
+void set_group_answer_hook(GroupAnswerHook hook) {
+    set_hook(&Hooks::group, std::move(hook));
+}
+
+Hooks hooks() {
+    const std::lock_guard lock(watch().mutex);
+    return watch().hooks;
 }
 
 void reset_watch() {
@@ -133,8 +144,16 @@ void reset_watch() {
     w.recording = false;
     w.first_number += w.calls.size();
     w.calls.clear();
-    w.hook = nullptr;
+    w.hooks = {};
     w.update_flag();
+}
+
+void copy_array(Call& call, const uint32_t* handles, std::size_t count) {
+    call.handles.assign(handles, handles + count);
+}
+
+void copy_array(Call& call, const uint8_t* bytes, std::size_t count) {
+    call.bytes.assign(bytes, bytes + count);
 }
 
 void copy_record(Call& call, const pipe_match_record& record) {

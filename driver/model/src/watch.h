@@ -21,9 +21,27 @@ namespace vl_model {
 // True while a fault is armed, calls are recorded or an answer hook is set.
 extern std::atomic<bool> watching;
 
-void run_answer_hook(pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl);
+struct Hooks {
+    AnswerHook entry;
+    MemberAnswerHook member;
+    StateAnswerHook state;
+    GroupAnswerHook group;
+};
 
-// Back to the start: no faults, no recording, no hook.
+// Copies: hooks run without a lock, and may set others.
+Hooks hooks();
+
+// Runs a hook on a successful call's answer. `answer` are what the hook takes.
+template <class Hook, class... Answer>
+void run_hook(pipe_status status, Hook Hooks::*hook, Answer&... answer) {
+    if (status == VL_MODEL_OK && watching.load(std::memory_order_relaxed)) {
+        if (const Hook set = hooks().*hook) {
+            set(answer...);
+        }
+    }
+}
+
+// Back to the start: no faults, no recording, no hooks.
 void reset_watch();
 
 // Disarms the faults of fail_call.
@@ -43,9 +61,27 @@ struct LogLine {
     const std::string& text;
 };
 
+// An array: its address is the argument, and its content is kept beside.
+template <class Item>
+struct ArrayArgument {
+    const Item* items;
+    std::size_t count;
+};
+
+void copy_array(Call& call, const uint32_t* handles, std::size_t count);
+void copy_array(Call& call, const uint8_t* bytes, std::size_t count);
+
 void copy_record(Call& call, const pipe_match_record& record);
 void copy_record(Call& call, const pipe_action_record& record);
 void copy_record(Call& call, const pipe_action_data& data);
+
+template <class Item>
+void note_argument(Call& call, const ArrayArgument<Item>& arg) {
+    call.args.push_back(reinterpret_cast<uintptr_t>(arg.items));
+    if (arg.items != nullptr) {
+        copy_array(call, arg.items, arg.count);
+    }
+}
 
 template <class Arg>
 void note_argument(Call& call, const Arg& arg) {

@@ -1,7 +1,7 @@
 /*
  * The agent's side of the embedded driver: what a real driver's platform code would do. It opens sessions, adds devices
- * with the pipeline that they run, and keeps the device state over a restart. All else goes through the driver
- * boundary.
+ * with the pipeline that they run, keeps the device state over a restart, replays it, and moves the clock. All else
+ * goes through the driver boundary.
  *
  * The driver knows a pipeline by handles, widths and lengths alone, from the description that comes with a device.
  */
@@ -19,7 +19,8 @@ extern "C" {
 typedef enum vl_model_status {
     VL_MODEL_OK = 0,
     VL_MODEL_NO_MEMORY = 2,
-    VL_MODEL_INVALID = 3,         /* a null pointer, a handle of 0, a contradictory pipeline, text that is no JSON */
+    VL_MODEL_INVALID = 3, /* a null pointer, a handle of 0, a contradictory pipeline, text that is no JSON, a property
+                             that no table has */
     VL_MODEL_UNKNOWN_SESSION = 4, /* never opened, or closed */
     VL_MODEL_UNKNOWN_DEVICE = 5,
     VL_MODEL_UNKNOWN_TABLE = 6,
@@ -29,9 +30,10 @@ typedef enum vl_model_status {
     VL_MODEL_FOREIGN_ACTION = 10, /* not an action of the table, or not for this kind of entry */
     VL_MODEL_BAD_KEY = 11,        /* not the table's key length; or a prefix longer than its field */
     VL_MODEL_BAD_DATA = 12,       /* not the action's data length, or not what the table's entries point at */
-    VL_MODEL_IN_USE = 13,
-    VL_MODEL_NOT_SUPPORTED = 14, /* a keyless table has no entries */
-    VL_MODEL_UNKNOWN_CLIENT = 16
+    VL_MODEL_IN_USE = 13,         /* a member in a group, or what an entry points at */
+    VL_MODEL_NOT_SUPPORTED = 14,  /* a keyless table has no entries, and not every table's entries age */
+    VL_MODEL_UNKNOWN_CLIENT = 16,
+    VL_MODEL_GROUP_FULL = 17
 } vl_model_status;
 
 /* The enumerator's name without its prefix, and a phrase for people. A foreign value: "UNKNOWN", "unknown status". */
@@ -67,12 +69,18 @@ typedef struct vl_model_table {
     uint32_t initial_default; /* action of the default entry that a reset brings back, with zero data; 0 for none */
     uint32_t resource_hdl;    /* the counter, meter or register of the table's entries; 0 for none */
     uint32_t data_table;      /* the table of members that entries point at; 0 in a direct table */
-    uint32_t selector;        /* the table of groups that entries point at; 0 in a direct table */
+    uint32_t selector;        /* the table of groups of these members that entries point at, or 0 */
     uint8_t idle_time;        /* 1 if entries age */
     uint32_t capacity;        /* 0 for VL_MODEL_DEFAULT_CAPACITY */
 } vl_model_table;
 
 #define VL_MODEL_DEFAULT_CAPACITY (UINT32_C(4) * 1024 * 1024)
+
+/* Properties of a table have the numbers from 1 to this. Each starts with value and arguments 0. */
+#define VL_MODEL_PROPERTIES 8
+
+/* A selector's memory consists of words of this many slots. Position p is slot p % 32 of word p / 32. */
+#define VL_MODEL_SELECTOR_WORD_SLOTS 32
 
 typedef struct vl_model_pipeline {
     const char* name;
@@ -90,8 +98,41 @@ uint32_t vl_model_device_remove(uint32_t dev_id);
 uint32_t vl_model_session_open(uint32_t* sess_hdl);
 uint32_t vl_model_session_close(uint32_t sess_hdl);
 
-/* Entries above a lowered capacity stay. */
+/*
+ * Tells all clients that the device goes away, as vl_model_device_remove does, but keeps its tables: what a restart of
+ * the agent looks like to the driver.
+ */
+uint32_t vl_model_device_state_drop(uint32_t dev_id);
+
+/* Of a match, data or selector table. Entries, members and groups above a lowered capacity stay. */
 uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity);
+
+/*
+ * Moves the driver's clock, which starts at 0 and moves in no other way, and calls the time-out callbacks of the
+ * entries that run out of time on the way: in the order in which they do, then by device, table and entry. An entry
+ * that an earlier callback removed or renewed is not named any more.
+ */
+uint32_t vl_model_clock_advance(uint32_t milliseconds);
+
+/* A packet hits the entry. Without effect while the table's idle time is off. */
+uint32_t vl_model_entry_hit(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl);
+
+/* A row of a replay, as pipe_adt_sel_restore_cb takes it. */
+typedef struct vl_model_row {
+    uint32_t sess_hdl;
+    uint32_t dev_id;
+    uint32_t data_table;
+    uint32_t act_hdl;
+    uint32_t grp_hdl;
+    uint32_t mbr_hdl;
+    uint32_t resource_count;
+} vl_model_row;
+
+/*
+ * Hands a row to the callback of the last restore, which the driver keeps, whatever its tables hold. No restore since
+ * the start: VL_MODEL_NOT_FOUND.
+ */
+uint32_t vl_model_replay_row(const vl_model_row* row);
 
 /* 1 makes a client that breaks an assertion stop the process, 0 (the start value) makes it log and go on. */
 void vl_model_debug_mode_set(int on);
@@ -124,8 +165,9 @@ char* vl_model_state_log(uint32_t dev_id);
 uint32_t vl_model_state_restore(uint32_t dev_id, const char* json);
 
 /*
- * Forgets devices, sessions, clients, member-selector content, log sink, debug mode and armed faults, without a call to
- * anybody. Memory that clients have, and their member-selector states, stay valid.
+ * Forgets devices, sessions, clients, member-selector content, log sink, debug mode, armed faults, the time and the
+ * callback of the last restore, without a call to anybody. Memory that clients have, and their member-selector states,
+ * stay valid.
  */
 void vl_model_reset(void);
 

@@ -69,6 +69,8 @@ struct Call {
     std::optional<MatchCopy> match;
     std::optional<ActionCopy> action; // also of calls with action data alone: kind and all that follows data are 0
     std::string text;                 // the formatted line of bf_sys_log_and_trace
+    std::vector<uint32_t> handles;    // the members of p4_pd_ms_del_grp
+    std::vector<uint8_t> bytes;       // the hash of pipe_mgr_sel_grp_mbr_get_from_hash
     uint32_t status = 0;              // 0 for functions that return no status
 };
 
@@ -84,7 +86,17 @@ std::vector<Call> take_calls();
 using AnswerHook = std::function<void(pipe_match_record&, pipe_action_record&, uint32_t& action_hdl)>;
 void set_answer_hook(AnswerHook hook);
 
-// An entry as the hardware holds it. Key and mask are empty in a default entry.
+// The same for a successful pipe_mgr_get_action_data_entry, pipe_mgr_sel_grp_mbr_state_get and
+// pipe_mgr_sel_grp_mbrs_get.
+using MemberAnswerHook = std::function<void(pipe_action_data&, uint32_t& action_hdl)>;
+void set_member_answer_hook(MemberAnswerHook hook);
+using StateAnswerHook = std::function<void(uint32_t& state)>;
+void set_state_answer_hook(StateAnswerHook hook);
+using GroupAnswerHook = std::function<void(uint32_t* mbr_hdls, uint8_t* states, uint32_t& count)>;
+void set_group_answer_hook(GroupAnswerHook hook);
+
+// An entry or a member as the hardware holds it. Key and mask are empty in a default entry; a member has action data
+// alone.
 struct EntryImage {
     std::vector<uint8_t> key;
     std::vector<uint8_t> mask;
@@ -100,12 +112,12 @@ struct EntryImage {
     std::array<pipe_resource_slot, PIPE_MAX_SLOTS> slots{};
 };
 
-// Changes an entry, or a default entry by its handle, in hardware only: reads with read_from_hw see it, others don't.
-// The next change of the entry's action by the software writes both.
+// Changes an entry, a default entry by its handle, or a member of a data table in hardware only: reads with
+// read_from_hw see it, others don't. The next change of the action or its data by the software writes both.
 uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
                        const std::function<void(EntryImage&)>& edit);
 
-// Loses an entry in hardware only.
+// Loses an entry or a member in hardware only.
 uint32_t drop_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl);
 
 } // namespace vl_model

@@ -1,0 +1,278 @@
+// Idle time in the embedded driver, on a clock that the test moves: who is named when, and what starts the time anew.
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <vl_driver/driver.h>
+#include <vl_model/control.h>
+#include <vl_model/observe.h>
+
+namespace {
+
+using Handles = std::vector<uint32_t>;
+
+constexpr uint32_t hosts = 0x1000001;
+constexpr uint32_t fixed = 0x1000002; // doesn't age
+constexpr uint32_t drop = 0x20000001;
+
+constexpr vl_model_action actions[] = {
+    {.handle = drop, .data_bits = 0, .data_len = 0, .for_entries = 1, .for_default = 1},
+};
+
+// Entries as the time-out callback named them.
+Handles& named() {
+    static Handles list;
+    return list;
+}
+
+Handles take_named() {
+    return std::exchange(named(), {});
+}
+
+class IdleTest : public testing::Test {
+protected:
+    static constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
+    pipe_sess_hdl session = 0;
+
+    void SetUp() override {
+        vl_model_reset();
+        named().clear();
+        ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
+        vl_model_table tables[2]{};
+        for (vl_model_table& table : tables) {
+            table.match = VL_MODEL_EXACT;
+            table.key_bits = 32;
+            table.key_len = 4;
+            table.actions = actions;
+            table.action_count = 1;
+            table.initial_default = drop;
+        }
+        tables[0].handle = hosts;
+        tables[0].idle_time = 1;
+        tables[1].handle = fixed;
+        const vl_model_pipeline pipeline{.name = "p", .tables = tables, .table_count = 2};
+        ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
+        const auto name = [](uint32_t, uint32_t, uint32_t entry, void* cookie) {
+            static_cast<Handles*>(cookie)->push_back(entry);
+        };
+        ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, name, &named()), VL_MODEL_OK);
+    }
+
+    void switch_on(uint64_t interval, uint32_t longest, uint64_t ordinary, uint32_t mode = PIPE_IDLE_MODE_NOTIFY) {
+        pipe_idle_params params{};
+        params.mode = mode;
+        params.params_a = interval;
+        params.params_b = longest;
+        params.params_c = ordinary;
+        ASSERT_EQ(pipe_mgr_idle_set_params(session, 3, hosts, params), VL_MODEL_OK);
+        ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, hosts, 1), VL_MODEL_OK);
+    }
+    uint32_t add(uint32_t key, uint32_t ttl = 0) const {
+        uint8_t bytes[4] = {static_cast<uint8_t>(key >> 24), static_cast<uint8_t>(key >> 16),
+                            static_cast<uint8_t>(key >> 8), static_cast<uint8_t>(key)};
+        uint8_t mask[4] = {0xFF, 0xFF, 0xFF, 0xFF};
+        const pipe_match_record match = {bytes, mask, 0, 0, 32, 4, 0};
+        pipe_action_record action{};
+        action.kind = PIPE_KIND_ACTION_DATA;
+        uint32_t entry = 0;
+        EXPECT_EQ(pipe_mgr_mat_ent_add(session, device, hosts, &match, drop, &action, ttl, 0, &entry), VL_MODEL_OK);
+        return entry;
+    }
+    pipe_status remove(uint32_t entry) const {
+        return pipe_mgr_mat_ent_del(session, 3, hosts, entry, 0);
+    }
+    void set_ttl(uint32_t entry, uint32_t ttl) const {
+        ASSERT_EQ(pipe_mgr_mat_ent_set_idle_ttl(session, 3, hosts, entry, ttl, 0, 0), VL_MODEL_OK);
+    }
+    uint32_t ttl(uint32_t entry) const {
+        uint32_t read = 0;
+        EXPECT_EQ(pipe_mgr_mat_ent_get_idle_ttl(session, 3, hosts, entry, &read), VL_MODEL_OK);
+        return read;
+    }
+    uint32_t hit_state(uint32_t entry) const {
+        uint32_t state = 9;
+        EXPECT_EQ(pipe_mgr_idle_time_get_hit_state(session, 3, hosts, entry, &state), VL_MODEL_OK);
+        return state;
+    }
+    static Handles after(uint32_t milliseconds) {
+        EXPECT_EQ(vl_model_clock_advance(milliseconds), VL_MODEL_OK);
+        return take_named();
+    }
+};
+
+TEST_F(IdleTest, EachEntryIsNamedOnceWhenItsTimeIsOver) {
+    const uint32_t early = add(1, 100); // before idle time is on
+    switch_on(0, 500, 300);
+    const uint32_t ordinary = add(2);
+    const uint32_t capped = add(3, 10000);
+    EXPECT_EQ(ttl(ordinary), 300U);
+    EXPECT_EQ(ttl(capped), 500U);
+    EXPECT_EQ(after(99), Handles());
+    EXPECT_EQ(after(1), Handles{early});
+    EXPECT_EQ(after(1000), (Handles{ordinary, capped}));
+    EXPECT_EQ(after(1000), Handles());
+
+    ASSERT_EQ(vl_model_entry_hit(3, hosts, capped), VL_MODEL_OK);
+    ASSERT_EQ(pipe_mgr_mat_ent_reset_idle_ttl(session, 3, hosts, early), VL_MODEL_OK);
+    EXPECT_EQ(after(100), Handles{early});
+    EXPECT_EQ(after(400), Handles{capped});
+}
+
+TEST_F(IdleTest, HitsAndNewTimesMoveTheDeadline) {
+    switch_on(0, 0, 0);
+    const uint32_t entry = add(1, 100);
+    const uint32_t ageless = add(2);
+    EXPECT_EQ(after(90), Handles());
+    vl_model_entry_hit(3, hosts, entry);
+    EXPECT_EQ(after(90), Handles()); // the first deadline passes
+    EXPECT_EQ(after(9), Handles());
+    set_ttl(entry, 50); // from now
+    set_ttl(ageless, 1000);
+    set_ttl(ageless, 20); // shorter than what is left
+    EXPECT_EQ(after(49), Handles{ageless});
+    EXPECT_EQ(after(1), Handles{entry});
+    set_ttl(entry, 10);
+    set_ttl(entry, 0);
+    EXPECT_EQ(ttl(entry), 0U);
+    EXPECT_EQ(after(100000), Handles());
+    set_ttl(entry, 10);
+    EXPECT_EQ(after(10), Handles{entry});
+}
+
+TEST_F(IdleTest, TimeOutsAreLookedForAtTheInterval) {
+    ASSERT_EQ(vl_model_clock_advance(70), VL_MODEL_OK); // intervals count from the switching on
+    switch_on(100, 0, 0);
+    const uint32_t first = add(1, 10);
+    const uint32_t second = add(2, 10);
+    EXPECT_EQ(after(99), Handles());
+    vl_model_entry_hit(3, hosts, second); // late, but nobody has looked yet
+    EXPECT_EQ(after(1), Handles{first});
+    EXPECT_EQ(after(99), Handles());
+    EXPECT_EQ(after(1), Handles{second});
+}
+
+TEST_F(IdleTest, AHandleThatComesBackStartsAnew) {
+    switch_on(0, 0, 0);
+    const uint32_t entry = add(1, 100);
+    vl_model_entry_hit(3, hosts, entry);
+    ASSERT_EQ(remove(entry), VL_MODEL_OK);
+    ASSERT_EQ(after(40), Handles());
+    ASSERT_EQ(add(2, 100), entry);
+    ASSERT_EQ(remove(entry), VL_MODEL_OK);
+    ASSERT_EQ(add(3, 100), entry);
+    EXPECT_EQ(after(60), Handles());
+    EXPECT_EQ(after(40), Handles{entry});
+    ASSERT_EQ(remove(entry), VL_MODEL_OK);
+    ASSERT_EQ(add(4), entry);
+    EXPECT_EQ(ttl(entry), 0U);
+    EXPECT_EQ(after(1000), Handles());
+    ASSERT_EQ(pipe_mgr_idle_time_update_hit_state(session, 3, hosts, nullptr, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_NOT_HIT});
+}
+
+TEST_F(IdleTest, OffAndOtherModesNameNobody) {
+    switch_on(0, 0, 100);
+    const uint32_t entry = add(1);
+    ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, hosts, 0), VL_MODEL_OK);
+    EXPECT_EQ(after(1000), Handles());
+    switch_on(0, 0, 100, PIPE_IDLE_MODE_NOTIFY + 1);
+    EXPECT_EQ(after(1000), Handles());
+    switch_on(0, 0, 100);
+    EXPECT_EQ(after(99), Handles());
+    EXPECT_EQ(after(1), Handles{entry});
+    // Without a callback time-outs wait.
+    vl_model_entry_hit(3, hosts, entry);
+    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, nullptr, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(after(1000), Handles());
+    const auto name = [](uint32_t, uint32_t, uint32_t handle, void*) { named().push_back(handle + 1000); };
+    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, name, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(after(0), Handles{entry + 1000});
+}
+
+TEST_F(IdleTest, ACallbackMayRemoveWhatIsStillToBeNamed) {
+    switch_on(0, 0, 100);
+    static pipe_sess_hdl of_callback;
+    of_callback = session;
+    const Handles entries{add(1), add(2), add(3), add(4)};
+    for (const std::size_t i : {3U, 1U, 2U, 0U}) { // entries with one deadline are named in their own order
+        set_ttl(entries[i], 50);
+    }
+    const auto clean_up = [](uint32_t dev, uint32_t table, uint32_t entry, void*) {
+        named().push_back(entry);
+        EXPECT_EQ(pipe_mgr_mat_ent_del(of_callback, dev, table, entry, 0), VL_MODEL_OK);
+        pipe_mgr_mat_ent_del(of_callback, dev, table, entry + 1, 0);
+        pipe_mgr_mat_ent_reset_idle_ttl(of_callback, dev, table, entry + 2);
+    };
+    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, clean_up, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(after(50), (Handles{entries[0], entries[3]}));
+    EXPECT_EQ(after(50), Handles{entries[2]});
+}
+
+TEST_F(IdleTest, HitStatesAreThoseBetweenTwoUpdates) {
+    switch_on(0, 0, 0, 0);
+    const uint32_t entry = add(1);
+    vl_model_entry_hit(3, hosts, entry);
+    EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_NOT_HIT});
+    bool came = false;
+    const auto on_update = [](uint32_t, void* cookie) { *static_cast<bool*>(cookie) = true; };
+    ASSERT_EQ(pipe_mgr_idle_time_update_hit_state(session, 3, hosts, on_update, &came), VL_MODEL_OK);
+    EXPECT_TRUE(came);
+    EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_HIT});
+    ASSERT_EQ(pipe_mgr_idle_time_update_hit_state(session, 3, hosts, nullptr, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_NOT_HIT});
+}
+
+TEST_F(IdleTest, RefusalsAndRecords) {
+    pipe_idle_params params{};
+    EXPECT_EQ(pipe_mgr_idle_get_params(session, 3, hosts, &params), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, hosts, 1), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_idle_set_params(session, 3, fixed, params), VL_MODEL_NOT_SUPPORTED);
+    EXPECT_EQ(vl_model_entry_hit(3, hosts, 1), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_mat_ent_reset_idle_ttl(session, 3, hosts, 1), VL_MODEL_NOT_FOUND);
+    uint32_t fallback = 0;
+    ASSERT_EQ(pipe_mgr_table_get_default_entry_handle(session, device, hosts, &fallback), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_mat_ent_set_idle_ttl(session, 3, hosts, fallback, 5, 0, 0), VL_MODEL_NOT_FOUND);
+
+    params = {.mode = 7,
+              .reserved_4 = 0,
+              .params_a = 1,
+              .params_b = 2,
+              .reserved_20 = 3,
+              .params_c = 4,
+              .reserved_32 = 5,
+              .params_d = 6,
+              .reserved_48 = 7};
+    vl_model::record_calls(true);
+    ASSERT_EQ(pipe_mgr_idle_set_params(session, 3, hosts, params), VL_MODEL_OK);
+    const std::vector<vl_model::Call> calls = vl_model::take_calls();
+    vl_model::record_calls(false);
+    EXPECT_EQ(calls.at(0).args, (std::vector<uint64_t>{session, 3, hosts, 7, 1, UINT64_C(3) << 32 | 2, 4, 5, 6, 7}));
+    pipe_idle_params read{};
+    ASSERT_EQ(pipe_mgr_idle_get_params(session, 3, hosts, &read), VL_MODEL_OK);
+    EXPECT_EQ(std::memcmp(&read, &params, sizeof(read)), 0);
+}
+
+// Neither a hit nor a step of the clock may cost what grows with the table: quadratic work would take minutes here.
+TEST_F(IdleTest, ManyEntriesAndManySteps) {
+    switch_on(0, 0, 60000);
+    constexpr uint32_t count = 100000;
+    Handles entries;
+    for (uint32_t i = 0; i < count; ++i) {
+        entries.push_back(add(i));
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t passing = add(count + i, 1 + i % 1000);
+        ASSERT_EQ(remove(passing), VL_MODEL_OK);
+    }
+    for (uint32_t i = 0; i < count; ++i) {
+        vl_model_entry_hit(3, hosts, entries[i % 10]);
+        EXPECT_EQ(vl_model_clock_advance(i < 50000 ? 1 : 0), VL_MODEL_OK);
+    }
+    EXPECT_EQ(take_named(), Handles());
+    EXPECT_EQ(after(10000).size(), count - 10);
+    EXPECT_EQ(after(50000).size(), 10U);
+}
+
+} // namespace
