@@ -94,15 +94,43 @@ struct ActionRef {
     friend bool operator==(ActionRef, ActionRef) = default;
 };
 
+struct ProfileRef {
+    std::uint8_t index;
+
+    constexpr const Profile& operator*() const {
+        return profiles[index];
+    }
+    constexpr const Profile* operator->() const {
+        return &**this;
+    }
+    friend bool operator==(ProfileRef, ProfileRef) = default;
+};
+
 // Never defined: a look-up that fails while compiling calls one, and the compiler's message tells its name.
 void no_table_has_this_name();
 void no_action_has_this_name();
+void no_profile_has_this_name();
 
 consteval TableRef table(const char* name) {
     for (std::uint8_t seam = 0; seam < std::size(seams); ++seam)
         for (std::uint8_t row = 0; row < seams[seam].tables.size(); ++row)
             if (same(seams[seam].tables[row].name, name)) return {seam, row};
     no_table_has_this_name();
+    return {};
+}
+
+consteval ProfileRef profile(const char* name) {
+    for (std::uint8_t index = 0; index < std::size(profiles); ++index)
+        if (same(profiles[index].name, name)) return {index};
+    no_profile_has_this_name();
+    return {};
+}
+
+// The profile that an indirect table of velmar_switch points into.
+consteval ProfileRef profile_of(TableRef table) {
+    for (std::uint8_t index = 0; index < std::size(profiles); ++index)
+        if (same(profiles[index].table, table->name)) return {index};
+    no_profile_has_this_name();
     return {};
 }
 

@@ -13,13 +13,19 @@ enum class Over {
     program, // one member
     every_table,
     keyed_table,
-    masked_table,  // keyed tables with masks or a prefix length
-    entry_binding, // the entry actions of direct tables
+    masked_table,    // keyed tables with masks or a prefix length
+    entry_binding,   // the entry actions of direct tables
+    default_binding, // the default actions of direct and keyless tables
+    key_field,
+    idle_table,
+    indirect_table,
     action_with_params,
+    profile,
+    profile_binding,
 };
 
 // Which generated source a member goes to; table families are split by seam as well.
-enum class Shard { program, actions, entries, readback };
+enum class Shard { program, actions, profiles, entries, readback, tables };
 
 struct Family {
     Over over;
@@ -37,10 +43,13 @@ struct ExportedData {
 };
 
 // What the snippets may use.
-//   {p}                      the prefix of the exported names
-//   {dimension}              "[265]": as many as there are actions
-//   {table} {match_spec}     of table families; flags keyed, priority, indirect
-//   {action} {action_spec}   of action families; of binding families with the flags params, meter, ttl beside the table's
+//   {p}                     the prefix of the exported names
+//   {dimension}             "[265]": as many as there are actions
+//   {table} {match_spec}    of table families, with the flags keyed, priority, indirect
+//   {width_name} {width}    of key_field families, beside the table's
+//   {profile}               of profile families
+//   {action} {action_spec}  of action and binding families, with the flag params
+//   flags meter, ttl        of binding families of tables
 // clang-format off
 inline constexpr ExportedData exported_data[] = {
     {"bf_drv_hdl", "uint32_t bf_drv_hdl"},
@@ -78,10 +87,49 @@ inline constexpr Family families[] = {
      .arguments = "const char *name",
      .body = "return action_names::to_enum(name);"},
 
+    {.over = Over::program, .shard = Shard::program,
+     .name = "{p}restore_virtual_dev_state",
+     .result = "pd_status",
+     .arguments = "uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5",
+     .body = "return restore::restore_virtual_dev_state(a1, a2, a3, a4, a5);"},
+
+    {.over = Over::program, .shard = Shard::program,
+     .name = "{p}entry_hdl_first",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry *entry_hdl",
+     .body = "return dispatch::entry_hdl_first(sess_hdl, dev_tgt, tbl_hdl, entry_hdl);"},
+
+    {.over = Over::program, .shard = Shard::program,
+     .name = "{p}entry_hdl_next",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry entry_hdl, uint32_t n, "
+                  "pd_entry *next_entry_hdls",
+     .body = "return dispatch::entry_hdl_next(sess_hdl, dev_tgt, tbl_hdl, entry_hdl, n, next_entry_hdls);"},
+
+    {.over = Over::program, .shard = Shard::program,
+     .name = "{p}entry_hdl_default",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry *entry_hdl",
+     .body = "return dispatch::entry_hdl_default(sess_hdl, dev_tgt, tbl_hdl, entry_hdl);"},
+
+    {.over = Over::program, .shard = Shard::program,
+     .name = "{p}member_hdl_first",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adt_hdl, pd_member *mbr_hdl",
+     .body = "return dispatch::member_hdl_first(sess_hdl, dev_tgt, adt_hdl, mbr_hdl);"},
+
+    {.over = Over::program, .shard = Shard::program,
+     .name = "{p}member_hdl_next",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adt_hdl, pd_member mbr_hdl, uint32_t n, "
+                  "pd_member *next_mbr_hdls",
+     .body = "return dispatch::member_hdl_next(sess_hdl, dev_tgt, adt_hdl, mbr_hdl, n, next_mbr_hdls);"},
+
     {.over = Over::entry_binding, .shard = Shard::entries,
      .name = "{p}{table}_table_add_with_{action}",
      .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t priority, ]"
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
+                  "priority, ]"
                   "[params?const {action_spec} *action_spec, ][meter?const pd_meter_spec *meter_spec, ]"
                   "[ttl?uint32_t ttl, ]pd_entry *entry_hdl",
      .body = "return entries::add<t::{table}, a::{action}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0], "
@@ -98,7 +146,8 @@ inline constexpr Family families[] = {
     {.over = Over::entry_binding, .shard = Shard::entries,
      .name = "{p}{table}_table_modify_with_{action}_by_match_spec",
      .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t priority]"
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t "
+                  "priority]"
                   "[params?, const {action_spec} *action_spec][meter?, const pd_meter_spec *meter_spec]",
      .body = "return entries::modify_by_match_spec<t::{table}, a::{action}>(sess_hdl, dev_tgt, match_spec, "
              "[priority?priority|0], [params?action_spec|nullptr], [meter?meter_spec|nullptr]);"},
@@ -112,13 +161,15 @@ inline constexpr Family families[] = {
     {.over = Over::keyed_table, .shard = Shard::entries,
      .name = "{p}{table}_table_delete_by_match_spec",
      .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t priority]",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t "
+                  "priority]",
      .body = "return entries::remove_by_match_spec<t::{table}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0]);"},
 
     {.over = Over::keyed_table, .shard = Shard::entries,
      .name = "{p}{table}_match_spec_to_entry_hdl",
      .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t priority], "
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t "
+                  "priority], "
                   "pd_entry *entry_hdl",
      .body = "return entries::find<t::{table}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0], entry_hdl);"},
 
@@ -129,7 +180,8 @@ inline constexpr Family families[] = {
                   "[keyed?{match_spec} *match_spec, ][priority?uint32_t *priority, ]"
                   "[indirect?uint8_t *has_mbr, uint8_t *has_grp, pd_group *grp_hdl, pd_member *mbr_hdl"
                   "|char *action_name, void *action_spec, uint32_t *action_id][keyed?, uint8_t *is_default]",
-     .body = "return [indirect?readback::get_indirect_entry|readback::get_entry]<t::{table}>(sess_hdl, dev_id, entry_hdl, "
+     .body = "return [indirect?readback::get_indirect_entry|readback::get_entry]<t::{table}>(sess_hdl, dev_id, "
+             "entry_hdl, "
              "read_from_hw, [keyed?match_spec|nullptr], [priority?priority|nullptr], "
              "[indirect?has_mbr, has_grp, grp_hdl, mbr_hdl|action_name, action_spec, action_id], "
              "[keyed?is_default|nullptr]);"},
@@ -170,6 +222,369 @@ inline constexpr Family families[] = {
      .arguments = "const struct pipe_action_data *action_data, const pd_resource_index *resources, "
                   "uint32_t resource_count, {action_spec} *action_spec",
      .body = "readback::unbuild_action_spec<a::{action}>(*action_data, resources, resource_count, action_spec);"},
+
+    {.over = Over::default_binding, .shard = Shard::tables,
+     .name = "{p}{table}_set_default_action_{action}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, [params?const {action_spec} *action_spec, ]"
+                  "[meter?const pd_meter_spec *meter_spec, ]pd_entry *entry_hdl",
+     .body = "return defaults::set<t::{table}, a::{action}>(sess_hdl, dev_tgt, [params?action_spec|nullptr], "
+             "[meter?meter_spec|nullptr], entry_hdl);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_table_get_default_entry",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t read_from_hw, "
+                  "[indirect?uint8_t *has_mbr, uint8_t *has_grp, pd_group *grp_hdl, pd_member *mbr_hdl|void "
+                  "*action_record]",
+     .body = "return [indirect?defaults::get_indirect|defaults::get]<t::{table}>(sess_hdl, dev_tgt, read_from_hw, "
+             "[indirect?has_mbr, has_grp, grp_hdl, mbr_hdl|action_record]);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_table_get_default_entry_handle",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry *entry_hdl",
+     .body = "return defaults::get_handle<t::{table}>(sess_hdl, dev_tgt, entry_hdl);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_table_reset_default_entry",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt",
+     .body = "return defaults::reset<t::{table}>(sess_hdl, dev_tgt);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_get_mat_table_handle",
+     .result = "pd_status",
+     .arguments = "uint32_t *tbl_hdl",
+     .body = "return properties::get_handle(t::{table}->handle, tbl_hdl);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_get_property",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t property, uint32_t *value, uint32_t *args",
+     .body = "return properties::get(sess_hdl, dev_id, t::{table}->handle, property, value, args);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_set_property",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t property, uint32_t value, uint32_t args",
+     .body = "return properties::set(sess_hdl, dev_id, t::{table}->handle, property, value, args);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_register_mat_update_cb",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_driver_callback callback, void *cookie",
+     .body = "return properties::register_update_callback(sess_hdl, dev_id, t::{table}->handle, callback, cookie);"},
+
+    {.over = Over::every_table, .shard = Shard::tables,
+     .name = "{p}{table}_supports_entry_priority",
+     .result = "int",
+     .arguments = "void",
+     .body = "return catalog::has_priority(*t::{table});"},
+
+    {.over = Over::key_field, .shard = Shard::tables,
+     .name = "{p}{table}_{width_name}_width",
+     .result = "int",
+     .arguments = "void",
+     .body = "return {width};"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_idle_tmo_enable",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_idle_params params",
+     .body = "return idle::enable(sess_hdl, dev_id, t::{table}->handle, params);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_idle_tmo_disable",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id",
+     .body = "return idle::disable(sess_hdl, dev_id, t::{table}->handle);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_idle_register_tmo_cb",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_driver_callback callback, void *cookie",
+     .body = "return idle::register_timeout_callback(sess_hdl, dev_id, t::{table}->handle, callback, cookie);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_idle_params_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_idle_params *params",
+     .body = "return idle::get_params(sess_hdl, dev_id, t::{table}->handle, params);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_set_ttl",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t ttl",
+     .body = "return idle::set_ttl(sess_hdl, dev_id, t::{table}->handle, entry_hdl, ttl);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_get_ttl",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t *ttl",
+     .body = "return idle::get_ttl(sess_hdl, dev_id, t::{table}->handle, entry_hdl, ttl);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_reset_ttl",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl",
+     .body = "return idle::reset_ttl(sess_hdl, dev_id, t::{table}->handle, entry_hdl);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_update_hit_state",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_driver_callback callback, void *cookie",
+     .body = "return idle::update_hit_state(sess_hdl, dev_id, t::{table}->handle, callback, cookie);"},
+
+    {.over = Over::idle_table, .shard = Shard::tables,
+     .name = "{p}{table}_get_hit_state",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t *hit_state",
+     .body = "return idle::get_hit_state(sess_hdl, dev_id, t::{table}->handle, entry_hdl, hit_state);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_add_entry",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
+                  "priority, ]pd_member mbr_hdl, pd_entry *entry_hdl",
+     .body = "return indirect::add<t::{table}, indirect::Target::member>(sess_hdl, dev_tgt, match_spec, "
+             "[priority?priority|0], mbr_hdl, entry_hdl);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_modify_entry",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, pd_member mbr_hdl",
+     .body = "return indirect::modify<t::{table}, indirect::Target::member>(sess_hdl, dev_id, entry_hdl, mbr_hdl);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_modify_entry_by_match_spec",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
+                  "priority, ]pd_member mbr_hdl",
+     .body = "return indirect::modify_by_match_spec<t::{table}, indirect::Target::member>(sess_hdl, dev_tgt, "
+             "match_spec, [priority?priority|0], mbr_hdl);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_set_default_entry",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl, pd_entry *entry_hdl",
+     .body = "return indirect::set_default<t::{table}, indirect::Target::member>(sess_hdl, dev_tgt, mbr_hdl, "
+             "entry_hdl);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_add_entry_with_selector",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
+                  "priority, ]pd_group grp_hdl, pd_entry *entry_hdl",
+     .body = "return indirect::add<t::{table}, indirect::Target::group>(sess_hdl, dev_tgt, match_spec, "
+             "[priority?priority|0], grp_hdl, entry_hdl);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_modify_entry_with_selector",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, pd_group grp_hdl",
+     .body = "return indirect::modify<t::{table}, indirect::Target::group>(sess_hdl, dev_id, entry_hdl, grp_hdl);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_modify_entry_with_selector_by_match_spec",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
+                  "priority, ]pd_group grp_hdl",
+     .body = "return indirect::modify_by_match_spec<t::{table}, indirect::Target::group>(sess_hdl, dev_tgt, "
+             "match_spec, [priority?priority|0], grp_hdl);"},
+
+    {.over = Over::indirect_table, .shard = Shard::entries,
+     .name = "{p}{table}_set_default_entry_with_selector",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_entry *entry_hdl",
+     .body = "return indirect::set_default<t::{table}, indirect::Target::group>(sess_hdl, dev_tgt, grp_hdl, "
+             "entry_hdl);"},
+
+    {.over = Over::profile_binding, .shard = Shard::profiles,
+     .name = "{p}{profile}_add_member_with_{action}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, [params?const {action_spec} *action_spec, ]pd_member "
+                  "*mbr_hdl",
+     .body = "return members::add<p::{profile}, a::{action}>(sess_hdl, dev_tgt, [params?action_spec|nullptr], "
+             "mbr_hdl);"},
+
+    {.over = Over::profile_binding, .shard = Shard::profiles,
+     .name = "{p}{profile}_modify_member_with_{action}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_member mbr_hdl[params?, const {action_spec} *action_spec]",
+     .body = "return members::modify<p::{profile}, a::{action}>(sess_hdl, dev_id, mbr_hdl, "
+             "[params?action_spec|nullptr]);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_del_member",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_member mbr_hdl",
+     .body = "return members::remove<p::{profile}>(sess_hdl, dev_id, mbr_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_member",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_member mbr_hdl, uint32_t read_from_hw, void "
+                  "*action_record",
+     .body = "return members::get<p::{profile}>(sess_hdl, dev_id, mbr_hdl, read_from_hw, action_record);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_first_member",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member *mbr_hdl",
+     .body = "return members::get_first<p::{profile}>(sess_hdl, dev_tgt, mbr_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_next_members",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl, uint32_t n, pd_member *next_mbr_hdls",
+     .body = "return members::get_next<p::{profile}>(sess_hdl, dev_tgt, mbr_hdl, n, next_mbr_hdls);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_act_prof_entry_count",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t *count",
+     .body = "return members::get_count<p::{profile}>(sess_hdl, dev_tgt, count);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_register_adt_update_cb",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback, void *cookie",
+     .body = "return members::register_update_callback<p::{profile}>(sess_hdl, dev_tgt, callback, cookie);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_adt_table_handle",
+     .result = "pd_status",
+     .arguments = "uint32_t *tbl_hdl",
+     .body = "return properties::get_handle(p::{profile}->data_table, tbl_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_create_group",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t max_grp_size, pd_group *grp_hdl",
+     .body = "return groups::create<p::{profile}>(sess_hdl, dev_tgt, max_grp_size, grp_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_del_group",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl",
+     .body = "return groups::remove<p::{profile}>(sess_hdl, dev_id, grp_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_add_member_to_group",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl, pd_member mbr_hdl",
+     .body = "return groups::add_member<p::{profile}>(sess_hdl, dev_id, grp_hdl, mbr_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_del_member_from_group",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl, pd_member mbr_hdl",
+     .body = "return groups::remove_member<p::{profile}>(sess_hdl, dev_id, grp_hdl, mbr_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_group_member_state_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_member mbr_hdl, uint32_t mbr_state",
+     .body = "return groups::set_member_state<p::{profile}>(sess_hdl, dev_tgt, grp_hdl, mbr_hdl, mbr_state);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_group_member_state_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_member mbr_hdl, uint32_t *mbr_state",
+     .body = "return groups::get_member_state<p::{profile}>(sess_hdl, dev_tgt, grp_hdl, mbr_hdl, mbr_state);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_set_dynamic_action_selection_fallback_member",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl",
+     .body = "return groups::set_fallback_member<p::{profile}>(sess_hdl, dev_tgt, mbr_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_reset_dynamic_action_selection_fallback_member",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt",
+     .body = "return groups::reset_fallback_member<p::{profile}>(sess_hdl, dev_tgt);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_first_group",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group *grp_hdl",
+     .body = "return groups::get_first<p::{profile}>(sess_hdl, dev_tgt, grp_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_next_groups",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, uint32_t n, pd_group *next_grp_hdls",
+     .body = "return groups::get_next<p::{profile}>(sess_hdl, dev_tgt, grp_hdl, n, next_grp_hdls);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_first_group_member",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl, pd_member *mbr_hdl",
+     .body = "return groups::get_first_member<p::{profile}>(sess_hdl, dev_id, grp_hdl, mbr_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_next_group_members",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl, pd_member mbr_hdl, uint32_t n, "
+                  "pd_member *next_mbr_hdls",
+     .body = "return groups::get_next_members<p::{profile}>(sess_hdl, dev_id, grp_hdl, mbr_hdl, n, next_mbr_hdls);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_selector_group_count",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t *count",
+     .body = "return groups::get_count<p::{profile}>(sess_hdl, dev_tgt, count);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_selector_group_member_count",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, uint32_t *count",
+     .body = "return groups::get_member_count<p::{profile}>(sess_hdl, dev_tgt, grp_hdl, count);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_word_llp_active_member_count",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t word, uint32_t *count",
+     .body = "return groups::get_word_active_member_count<p::{profile}>(sess_hdl, dev_tgt, word, count);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_word_llp_active_members",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t word, uint32_t count, pd_member *mbr_hdls",
+     .body = "return groups::get_word_active_members<p::{profile}>(sess_hdl, dev_tgt, word, count, mbr_hdls);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_group_member_get_from_hash",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, const uint8_t *hash, uint32_t "
+                  "hash_len, pd_member *mbr_hdl",
+     .body = "return groups::get_member_from_hash<p::{profile}>(sess_hdl, dev_tgt, grp_hdl, hash, hash_len, mbr_hdl);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_register_callback",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback, void *cookie",
+     .body = "return groups::register_callback<p::{profile}>(sess_hdl, dev_tgt, callback, cookie);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_sel_track_updates",
+     .result = "pd_status",
+     .arguments = "pd_device dev_id, pd_driver_callback callback, void *cookie",
+     .body = "return groups::track_updates<p::{profile}>(dev_id, callback, cookie);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_register_sel_update_cb",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback, void *cookie",
+     .body = "return groups::register_update_callback<p::{profile}>(sess_hdl, dev_tgt, callback, cookie);"},
+
+    {.over = Over::profile, .shard = Shard::profiles,
+     .name = "{p}{profile}_get_sel_table_handle",
+     .result = "pd_status",
+     .arguments = "uint32_t *tbl_hdl",
+     .body = "return properties::get_handle(p::{profile}->selector, tbl_hdl);"},
 };
 // clang-format on
 

@@ -107,6 +107,16 @@ std::string write_actions_header(const Exports& exports) {
     return text + "\n" + std::string(ending);
 }
 
+std::string write_profiles_header(const Exports& exports) {
+    const Catalog& rows = *exports.rows;
+    std::string text = opening(exports, "profiles", "Action profiles: members and selector groups.");
+    text += "#include \"vl_pd/" + std::string(rows.program) + "/actions.h\"\n\n";
+    text += declarations_begin;
+    for (const Member& member : exports.profiles)
+        text += declaration(member);
+    return text + "\n" + std::string(ending);
+}
+
 std::string write_seam_header(const Exports& exports, const SeamExports& seam) {
     const Catalog& rows = *exports.rows;
     std::string text = opening(exports, seam.seam->name, seam.seam->summary);

@@ -35,12 +35,34 @@ void add_action(Context& context, const Catalog& rows, const Action& action) {
     context.flag("params", action.params.size() != 0);
 }
 
+Context field_context(const Catalog& rows, const Table& table, const KeyField& field) {
+    constexpr std::string_view validity = "_valid";
+    Context context = table_context(rows, table);
+    std::string_view name = field.pd_name;
+    if (name.ends_with(validity)) name.remove_suffix(validity.size());
+    context.set("width_name", std::string(name));
+    context.set("width", std::to_string(field.bits));
+    return context;
+}
+
 Context binding_context(const Catalog& rows, const Table& table, const Binding& binding) {
     Context context = table_context(rows, table);
     add_action(context, rows, rows.actions[action_number(rows, binding.action)]);
     const AttachedResource resource = resource_of(rows, table);
     context.flag("meter", resource.kind == ResourceKind::meter && resource.addressing == direct);
     context.flag("ttl", table.ttl_on_add);
+    return context;
+}
+
+Context profile_context(const Catalog& rows, const Profile& profile) {
+    Context context = program_context(rows);
+    context.set("profile", profile.name);
+    return context;
+}
+
+Context profile_binding_context(const Catalog& rows, const Profile& profile, const Binding& binding) {
+    Context context = profile_context(rows, profile);
+    add_action(context, rows, rows.actions[action_number(rows, binding.action)]);
     return context;
 }
 
@@ -73,11 +95,35 @@ void add_table_members(std::vector<Member>& members, const Family& family, const
         for (const Binding& binding : table.actions)
             if (for_entries(binding)) members.push_back(expand_member(family, binding_context(rows, table, binding)));
         return;
+    case Over::default_binding:
+        for (const Binding& binding : table.actions)
+            if (for_default(binding)) members.push_back(expand_member(family, binding_context(rows, table, binding)));
+        return;
+    case Over::key_field:
+        for (const KeyField& field : table.key)
+            members.push_back(expand_member(family, field_context(rows, table, field)));
+        return;
+    case Over::idle_table:
+        if (!table.idle_time) return;
+        break;
+    case Over::indirect_table:
+        if (profile_of(rows, table) == nullptr) return;
+        break;
     case Over::program:
     case Over::action_with_params:
+    case Over::profile:
+    case Over::profile_binding:
         return;
     }
     members.push_back(expand_member(family, table_context(rows, table)));
+}
+
+void add_profile_members(std::vector<Member>& members, const Family& family, const Catalog& rows,
+                         const Profile& profile) {
+    if (family.over == Over::profile) members.push_back(expand_member(family, profile_context(rows, profile)));
+    if (family.over != Over::profile_binding) return;
+    for (const Binding& binding : profile.actions)
+        members.push_back(expand_member(family, profile_binding_context(rows, profile, binding)));
 }
 
 } // namespace
@@ -92,6 +138,8 @@ std::vector<const Member*> Exports::functions() const {
     for (const Member& member : program)
         all.push_back(&member);
     for (const Member& member : actions)
+        all.push_back(&member);
+    for (const Member& member : profiles)
         all.push_back(&member);
     for (const SeamExports& seam : seams)
         for (const TableExports& table : seam.tables)
@@ -119,7 +167,7 @@ std::string hex(std::uint32_t value) {
 }
 
 Exports name_exports(const Catalog& rows) {
-    Exports exports{.rows = &rows, .data = {}, .program = {}, .actions = {}, .seams = {}};
+    Exports exports{.rows = &rows, .data = {}, .program = {}, .actions = {}, .profiles = {}, .seams = {}};
     const Context program = program_context(rows);
     for (const ExportedData& data : exported_data)
         exports.data.push_back({expand(data.name, program), expand(data.declaration, program)});
@@ -130,6 +178,9 @@ Exports name_exports(const Catalog& rows) {
             if (action.params.size() != 0)
                 exports.actions.push_back(expand_member(family, action_context(rows, action)));
     }
+    for (const Profile& profile : rows.profiles)
+        for (const Family& family : families)
+            add_profile_members(exports.profiles, family, rows, profile);
     for (const Seam& seam : rows.seams) {
         SeamExports& named = exports.seams.emplace_back(SeamExports{&seam, {}});
         for (const Table& table : seam.tables) {

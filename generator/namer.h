@@ -40,6 +40,7 @@ struct Exports {
     std::vector<Data> data;
     std::vector<Member> program;
     std::vector<Member> actions;
+    std::vector<Member> profiles;
     std::vector<SeamExports> seams;
 
     // All functions, in no particular order.

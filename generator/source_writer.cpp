@@ -18,6 +18,24 @@ std::string opening(const Exports& exports, std::string_view include) {
            ".h\"\n\nusing namespace vl_pd;\n\n";
 }
 
+// What declares the functions that a shard's bodies call.
+std::string_view header_of(Shard shard) {
+    switch (shard) {
+    case Shard::program:
+        return "pd_velmar/program.h";
+    case Shard::actions:
+    case Shard::readback:
+        return "pd/readback.h";
+    case Shard::profiles:
+        return "pd/profiles.h";
+    case Shard::entries:
+        return "pd/write.h";
+    case Shard::tables:
+        return "pd/tables.h";
+    }
+    return {};
+}
+
 std::string definition(const Member& member) {
     return member.signature() + " PD_NOEXCEPT {\n    " + member.body + "\n}\n";
 }
@@ -63,7 +81,7 @@ void for_each_record(const Catalog& rows, auto record, auto field_of) {
 } // namespace
 
 std::string write_program_source(const Exports& exports) {
-    std::string text = opening(exports, "pd/program.h");
+    std::string text = opening(exports, header_of(Shard::program));
     text += "const char *const " + prefix(*exports.rows) + "action_name_strings[] = {\n";
     for (const Action& action : exports.rows->actions)
         text += "    \"" + prefix(*exports.rows) + action.name + "\",\n";
@@ -77,9 +95,25 @@ std::string write_actions_source(const Exports& exports) {
     std::set<std::string> names;
     for (const Action& action : exports.rows->actions)
         if (action.params.size() != 0) names.insert(action.name);
-    std::string text = opening(exports, "pd/readback.h");
+    std::string text = opening(exports, header_of(Shard::actions));
     text += "namespace {\n" + row_constants("a", "ActionRef", "action", names) + "} // namespace\n\n";
     for (const Member& member : exports.actions)
+        text += definition(member);
+    return text;
+}
+
+std::string write_profiles_source(const Exports& exports) {
+    std::set<std::string> profiles;
+    std::set<std::string> actions;
+    for (const Profile& profile : exports.rows->profiles) {
+        profiles.insert(profile.name);
+        for (const Binding& binding : profile.actions)
+            actions.insert(binding.action);
+    }
+    std::string text = opening(exports, header_of(Shard::profiles));
+    text += "namespace {\n" + row_constants("p", "ProfileRef", "profile", profiles) +
+            row_constants("a", "ActionRef", "action", actions) + "} // namespace\n\n";
+    for (const Member& member : exports.profiles)
         text += definition(member);
     return text;
 }
@@ -95,7 +129,7 @@ std::string write_seam_source(const Exports& exports, const SeamExports& seam, S
         for (const Member& member : exported.members)
             if (member.family->shard == shard) body += definition(member);
     }
-    std::string text = opening(exports, shard == Shard::entries ? "pd/entries.h" : "pd/readback.h");
+    std::string text = opening(exports, header_of(shard));
     text += "namespace {\n" + row_constants("t", "TableRef", "table", tables) +
             row_constants("a", "ActionRef", "action", actions) + "} // namespace\n\n";
     return text + body;

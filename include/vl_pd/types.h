@@ -76,6 +76,34 @@ typedef struct pd_resource_index {
 /* What an index parameter reads as when the entry comes back without any attached resource. */
 #define PD_NO_INDEX UINT32_C(0xFFFF)
 
+/*
+ * A callback goes to the driver as it is, and the driver calls it: its type is the driver's. Cast it to this one, as in
+ * (pd_driver_callback)on_timeout.
+ */
+typedef void (*pd_driver_callback)(void);
+
+/*
+ * An action with its parameters: the action's number, and from byte 4 on its action_spec record. Room for that of any
+ * action of the pipeline.
+ */
+typedef struct pd_action_record {
+    uint32_t action_id;
+    uint32_t spec[11];
+} pd_action_record;
+
+/* How a table ages its entries. In modes other than 1 only mode counts. What the values mean is the driver's. */
+typedef struct pd_idle_params {
+    uint32_t mode;
+    uint64_t params_a;
+    uint32_t params_b;
+    uint64_t params_c;
+    uint64_t params_d;
+    uint8_t params_flag; /* never sent, and reads as 0 */
+} pd_idle_params;
+
+/* States of a member in its group. An inactive member stays in the group, but takes no packets. */
+enum { P4_PD_GRP_MBR_STATE_ACTIVE = 0, P4_PD_GRP_MBR_STATE_INACTIVE = 1 };
+
 /* The driver's records. Agents that decode them themselves have their definitions from the driver's headers. */
 struct pipe_match_record;
 struct pipe_action_data;

@@ -1,11 +1,12 @@
 /*
- * The control interface of the velmar_switch pipeline: tables with their entries, written, read back and walked.
+ * The control interface of the velmar_switch pipeline: tables with their entries and defaults, and action profiles.
  *
  * This is the one header that an agent includes. The functions are families: each stands once for every table, or for
  * every action of a table, and differs from its sisters in constants alone. What a family does is told here once; the
  * headers below declare its members, table by table, beside the records that they take.
  *
- * Every name has the prefix p4_pd_velmar_switch_, which is left out here, but for the unbuild_ functions, which have none.
+ * Every name has the prefix p4_pd_velmar_switch_, which is left out here, but for the unbuild_ functions, which have
+ * none.
  *
  *
  * Arguments that recur
@@ -54,10 +55,10 @@
  *   <table>_table_delete_by_match_spec(sess_hdl, dev_tgt, match_spec, [priority])
  *   <table>_match_spec_to_entry_hdl(sess_hdl, dev_tgt, match_spec, [priority], entry_hdl out)
  *
- * Each makes one driver call. The driver writes the handle of a new or found entry; after a failed call entry_hdl holds
- * what the driver left there. An entry of a masked table is found by key and priority together. Which bits of a key
- * are told apart is decided by mask and prefix: value bits that neither covers are cleared. A prefix length above the
- * field's width is sent as a priority that no prefix has, for the driver to refuse.
+ * Each makes one driver call. The driver writes the handle of a new or found entry; after a failed call entry_hdl
+ * holds what the driver left there. An entry of a masked table is found by key and priority together. Which bits of a
+ * key are told apart is decided by mask and prefix: value bits that neither covers are cleared. A prefix length above
+ * the field's width is sent as a priority that no prefix has, for the driver to refuse.
  *
  * meter_spec stands in l2LookupMiss alone. An add must have one; without it the entry's meter slot is sent unset. A
  * modify without one (null) leaves the entry's meter as it is. A meter_type outside PD_METER_TYPE_... is logged as a
@@ -100,16 +101,146 @@
  *       the array, which holds n handles, ends the list. All three are the driver's answers, failures included.
  *
  *
+ * Default entries
+ *
+ *   <table>_set_default_action_<action>(sess_hdl, dev_tgt, [action_spec], [meter_spec], entry_hdl out)
+ *   <table>_table_get_default_entry(sess_hdl, dev_tgt, read_from_hw, action_record out)
+ *   <table>_table_get_default_entry(sess_hdl, dev_tgt, read_from_hw, has_mbr out, has_grp out,
+ *                                   grp_hdl out, mbr_hdl out)
+ *   <table>_table_get_default_entry_handle(sess_hdl, dev_tgt, entry_hdl out)
+ *   <table>_table_reset_default_entry(sess_hdl, dev_tgt)
+ *
+ * What a table does with a packet that no entry matches; keyless tables have nothing else. Actions that may be a
+ * default have a set_default_action_; tables whose entries point into an action profile have set_default_entry (below)
+ * instead, and the second form of the read. A set sends what an add of the same action sends. l2LookupMiss takes a
+ * meter_spec with NoAction: null detaches the meter from the default entry.
+ *
+ * A read writes the action's number and, if the action has parameters, its record from byte 4 on: a pd_action_record
+ * has room for any. It writes no more than that. PD_STATUS_UNEXPECTED, without a log line, and nothing written: the
+ * driver's answer holds no action data, or an action that isn't the table's; in the second form, neither a member nor
+ * a group. PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset puts back what the driver started with.
+ *
+ *
+ * Tables themselves
+ *
+ *   <table>_get_mat_table_handle(tbl_hdl out)           tbl_hdl may be null. Needs no driver; always 0.
+ *   <table>_supports_entry_priority()                   1 for masked tables, else 0.
+ *   <table>_<field>_width()                             The width in bits of a key field, named as in the record; of a
+ *                                                       validity field <header>_valid the function is <header>_width.
+ *   <table>_get_property(sess_hdl, dev_id, property, value out, args out)
+ *                                                       Both outputs are 0xFFFFFFFF after a failure.
+ *   <table>_set_property(sess_hdl, dev_id, property, value, args)
+ *   <table>_register_mat_update_cb(sess_hdl, dev_id, callback, cookie)
+ *
+ * Property numbers and values, and the callback's type, are the driver's.
+ *
+ *
+ * Idle time, of the tables that age their entries
+ *
+ *   <table>_idle_tmo_enable(sess_hdl, dev_id, params)   Sets the parameters (by value) and switches ageing on, in two
+ *                                                       driver calls; if the second fails the parameters stay set.
+ *   <table>_idle_tmo_disable(sess_hdl, dev_id)
+ *   <table>_idle_register_tmo_cb(sess_hdl, dev_id, callback, cookie)
+ *   <table>_idle_params_get(sess_hdl, dev_id, params out)
+ *                                                       Writes mode, and the other fields only if mode is 1.
+ *   <table>_set_ttl(sess_hdl, dev_id, entry_hdl, ttl), _get_ttl(sess_hdl, dev_id, entry_hdl, ttl out)
+ *   <table>_reset_ttl(sess_hdl, dev_id, entry_hdl)
+ *   <table>_update_hit_state(sess_hdl, dev_id, callback, cookie)
+ *   <table>_get_hit_state(sess_hdl, dev_id, entry_hdl, hit_state out)
+ *                                                       After a failure hit_state is written, and means nothing.
+ *
+ * Modes, times and hit states are the driver's. An add sends a time-to-live of 0, but for l2LearningLookup (above).
+ *
+ *
+ * Action profiles: members
+ *
+ *   <profile>_add_member_with_<action>(sess_hdl, dev_tgt, [action_spec], mbr_hdl out)
+ *   <profile>_modify_member_with_<action>(sess_hdl, dev_id, mbr_hdl, [action_spec])
+ *   <profile>_del_member(sess_hdl, dev_id, mbr_hdl)
+ *   <profile>_get_member(sess_hdl, dev_id, mbr_hdl, read_from_hw, action_record out)
+ *   <profile>_get_first_member(sess_hdl, dev_tgt, mbr_hdl out), _get_next_members(sess_hdl, dev_tgt, mbr_hdl, n, out)
+ *   <profile>_get_act_prof_entry_count(sess_hdl, dev_tgt, count out)
+ *   <profile>_register_adt_update_cb(sess_hdl, dev_tgt, callback, cookie)
+ *   <profile>_get_adt_table_handle(tbl_hdl out)
+ *
+ * A member is an instance of an action that many entries share. The driver holds it; the library keeps a shadow of
+ * which members there are and with which action, written after the driver has accepted a change. A member keeps its
+ * action for life: a modify that names another one is PD_STATUS_MISMATCH, one of an unknown member the shadow's
+ * status, both without a driver call. get_member writes action_record like a read of a default entry; an action that
+ * isn't the profile's is logged and PD_STATUS_UNEXPECTED. Callers that share a profile serialise themselves: a driver
+ * call and what follows it in the shadow are not one step.
+ *
+ *
+ * Action profiles: selector groups
+ *
+ *   <profile>_create_group(sess_hdl, dev_tgt, max_grp_size, grp_hdl out), _del_group(sess_hdl, dev_id, grp_hdl)
+ *   <profile>_add_member_to_group, _del_member_from_group(sess_hdl, dev_id, grp_hdl, mbr_hdl)
+ *   <profile>_group_member_state_set(sess_hdl, dev_tgt, grp_hdl, mbr_hdl, mbr_state)
+ *   <profile>_group_member_state_get(sess_hdl, dev_tgt, grp_hdl, mbr_hdl, mbr_state out)
+ *   <profile>_set_dynamic_action_selection_fallback_member(sess_hdl, dev_tgt, mbr_hdl), _reset_...(sess_hdl, dev_tgt)
+ *   <profile>_get_first_group, _get_next_groups, _get_first_group_member, _get_next_group_members: walks like those of
+ *       entries; the members of a group by dev_id, all else by dev_tgt
+ *   <profile>_get_selector_group_count, _get_selector_group_member_count
+ *   <profile>_get_word_llp_active_member_count, _get_word_llp_active_members: by a word of the selector, the driver's
+ *   <profile>_group_member_get_from_hash(sess_hdl, dev_tgt, grp_hdl, hash, hash_len, mbr_hdl out): which member
+ *       the driver chooses for a hash of hash_len bytes
+ *   <profile>_register_callback, _register_sel_update_cb(sess_hdl, dev_tgt, callback, cookie),
+ *       _sel_track_updates(dev_id, callback, cookie): the first again, without a session
+ *   <profile>_get_sel_table_handle(tbl_hdl out)
+ *
+ * The data plane chooses among the active members of a group by a hash per packet. A group takes over the action of
+ * the member that joined last; entries that point at the group carry that action. A member that the shadow doesn't
+ * know can't join: the shadow's status, without a driver call. mbr_state is P4_PD_GRP_MBR_STATE_ACTIVE or _INACTIVE; a
+ * set of any other value is PD_STATUS_INVALID, and a get writes nothing if the driver says another one. del_group
+ * needs memory for the list of members (PD_STATUS_NO_MEMORY, and the group stands), and returns the shadow's status
+ * once the driver has deleted the group.
+ *
+ *
+ * Entries that point into a profile, of ecmpGroup, lagGroup, tunnelResolve, ingressMirrorLagGroup,
+ * egressMirrorLagGroup
+ *
+ *   <table>_add_entry(sess_hdl, dev_tgt, match_spec, [priority], mbr_hdl, entry_hdl out)
+ *   <table>_modify_entry(sess_hdl, dev_id, entry_hdl, mbr_hdl)
+ *   <table>_modify_entry_by_match_spec(sess_hdl, dev_tgt, match_spec, [priority], mbr_hdl)
+ *   <table>_set_default_entry(sess_hdl, dev_tgt, mbr_hdl, entry_hdl out)
+ *   and the same four with _with_selector behind entry, which take grp_hdl in place of mbr_hdl
+ *
+ * The driver is told the action of the member or group as well, from the shadow: a target that the shadow doesn't
+ * know, or a group without a member, gives the shadow's status, without a driver call. An entry may change from a
+ * member to a group and back.
+ *
+ *
+ * After a restart of the agent
+ *
+ *   restore_virtual_dev_state(a1, a2, a3, a4, a5)
+ *
+ * The driver keeps its tables over a restart of the agent, the shadow is lost. It comes back in one of two ways: from
+ * the device state that the driver saved and hands back through the callback that init() has registered, or by this
+ * call, in which the driver replays its members, groups and memberships. The five words are between agent and driver.
+ *
+ *
+ * Walking by handle, for callers that hold a table's or profile's handle as data
+ *
+ *   entry_hdl_first(sess_hdl, dev_tgt, tbl_hdl, entry_hdl out)
+ *   entry_hdl_next(sess_hdl, dev_tgt, tbl_hdl, entry_hdl, n, next_entry_hdls out)
+ *   entry_hdl_default(sess_hdl, dev_tgt, tbl_hdl, entry_hdl out)
+ *   member_hdl_first(sess_hdl, dev_tgt, adt_hdl, mbr_hdl out)
+ *   member_hdl_next(sess_hdl, dev_tgt, adt_hdl, mbr_hdl, n, next_mbr_hdls out)
+ *
+ * What the table's or profile's own function gives. For a handle that is no table's, PD_HDL_END in the (first) output
+ * and status 0; for one that is no profile's, PD_HDL_END and PD_STATUS_MISMATCH.
+ *
+ *
  * Decoding driver records
  *
  *   unbuild_key_<table>(match_record, match_spec out)
  *   unbuild_mask_<table>(match_record, match_spec out)
  *   unbuild_action_spec_<action>(action_data, resources, resource_count, action_spec out)
  *
- * The way back from the driver's records, for callers that get them from the driver themselves. unbuild_key_ clears the
- * whole record, padding included, and sets the fields; unbuild_mask_ then adds masks or the prefix length (the width
- * less the trailing zeros of the mask). Bits are not trimmed. `resources` lists resource_count pairs, one for each
- * attached slot, for actions with an index parameter; others ignore it, and with a count of 0 it may be null.
+ * The way back from the driver's records, for callers that get them from the driver themselves. unbuild_key_ clears
+ * the whole record, padding included, and sets the fields; unbuild_mask_ then adds masks or the prefix length (the
+ * width less the trailing zeros of the mask). Bits are not trimmed. `resources` lists resource_count pairs, one for
+ * each attached slot, for actions with an index parameter; others ignore it, and with a count of 0 it may be null.
  */
 #ifndef VL_PD_VELMAR_SWITCH_H
 #define VL_PD_VELMAR_SWITCH_H
@@ -117,6 +248,7 @@
 #include "vl_pd/types.h"
 
 #include "vl_pd/velmar_switch/actions.h"
+#include "vl_pd/velmar_switch/profiles.h"
 #include "vl_pd/velmar_switch/program.h"
 
 #include "vl_pd/velmar_switch/acl.h"

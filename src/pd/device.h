@@ -17,4 +17,9 @@ inline pipe_dev_tgt on_all_pipes(pd_device dev_id) {
     return {.dev_id = dev_id, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
 }
 
+// Where the driver takes a target but the library has a device alone: the device, with nothing above it.
+inline pipe_dev_tgt on_device(pd_device dev_id) {
+    return {.dev_id = dev_id, .pipe_id = 0, .reserved = 0};
+}
+
 } // namespace vl_pd

@@ -25,6 +25,9 @@ inline constexpr catalog::KeyLayout key_layout = catalog::key_layout(*T);
 template <ActionRef A>
 inline constexpr catalog::ActionLayout action_layout = catalog::action_layout(*A);
 
+// The flags word of the driver's calls.
+inline constexpr std::uint32_t no_flags = 0;
+
 // A driver match record with the buffers that it names. It is filled in place and can't move.
 template <TableRef T>
 struct MatchRecord {
@@ -232,14 +235,20 @@ VL_INLINE void build_slot(const Byte* action_spec, const pd_meter_spec* meter_sp
     }
 }
 
+// The part that entries and members have in common: a cleared record with the action data.
+template <ActionRef A>
+VL_INLINE void build_data_record(const Byte* action_spec, ActionRecord<A>& out) {
+    constexpr catalog::ActionLayout layout = action_layout<A>;
+    std::memset(&out.record, 0, sizeof out.record);
+    build_action_data<A>(action_spec, out.data);
+    out.record.action = {.data_bits = layout.bits, .data_len = layout.bytes, .data = out.data};
+}
+
 template <TableRef T, ActionRef A, Operation operation>
 VL_INLINE void build_action_record(const void* action_spec, const pd_meter_spec* meter_spec, ActionRecord<A>& out) {
-    constexpr catalog::ActionLayout layout = action_layout<A>;
     const Byte* const spec = static_cast<const Byte*>(action_spec);
-    std::memset(&out.record, 0, sizeof out.record);
-    build_action_data<A>(spec, out.data);
+    build_data_record<A>(spec, out);
     out.record.kind = PIPE_KIND_ACTION_DATA;
-    out.record.action = {.data_bits = layout.bits, .data_len = layout.bytes, .data = out.data};
     if constexpr (catalog::resource_of(catalog::velmar_switch, *T)) {
         out.record.resource_count = 1;
         build_slot<T, A, operation>(spec, meter_spec, out.record.slots[0]);

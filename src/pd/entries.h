@@ -12,9 +12,8 @@ namespace vl_pd::entries {
 
 using catalog::ActionRef;
 using catalog::TableRef;
+using encoding::no_flags;
 using encoding::Operation;
-
-inline constexpr std::uint32_t no_flags = 0;
 
 template <TableRef T, ActionRef A>
 inline constexpr std::uint32_t action_handle = catalog::find_binding(T->actions, A->name)->handle;

@@ -9,6 +9,7 @@
 #include "pd/device.h"
 #include "pd/exported_name.h"
 #include "pd/resource_list.h"
+#include "pd/visit_action.h"
 #include "vl_driver/tables.h"
 #include "vl_pd/velmar_switch/program.h"
 
@@ -59,40 +60,18 @@ VL_INLINE void write_key(const pipe_match_record& match, void* match_spec, std::
     }
 }
 
-// Where a reader wants the action; name and number may be null.
-struct ActionOutputs {
-    char* name;
-    void* spec;
-    std::uint32_t* number;
-};
-
+// With the terminator.
 template <ActionRef A>
 inline constexpr std::size_t full_name_size = name_prefix.size() + std::string_view(A->name).size() + 1;
 
+// Writes an action as one record: its number, and from byte 4 on its parameters, if it has any.
 template <ActionRef A>
-VL_INLINE void write_action(const pipe_action_data& action, const ResourceList& resources, const ActionOutputs& out) {
-    if (out.name != nullptr)
-        std::memcpy(out.name, p4_pd_velmar_switch_action_name_strings[A.number], full_name_size<A>);
-    if (out.number != nullptr) *out.number = A.number;
+VL_INLINE void write_action_record(const pipe_action_data& action, const pd_resource_index* resources,
+                                   std::uint32_t resource_count, void* action_record) {
+    constexpr std::uint32_t number = A.number;
+    std::memcpy(action_record, &number, sizeof number);
     if constexpr (action_layout<A>.param_count != 0)
-        unbuild_action_spec<A>(action, resources.pairs(), resources.count(), out.spec);
-}
-
-// The table's i-th action as a template argument.
-template <TableRef T, std::size_t i>
-inline constexpr ActionRef action_of = {
-    static_cast<std::uint16_t>(catalog::action_number(catalog::velmar_switch, T->actions.begin()[i].action))};
-
-// Finds the action by its handle among the table's and writes it. False, with nothing written, if it isn't one of them.
-template <TableRef T>
-VL_INLINE bool write_action_by_handle(std::uint32_t action_hdl, const pipe_action_data& action,
-                                      const ResourceList& resources, const ActionOutputs& out) {
-    return [&]<std::size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
-        return ((T->actions.begin()[i].handle == action_hdl &&
-                 (write_action<action_of<T, i>>(action, resources, out), true)) ||
-                ...);
-    }
-    (std::make_index_sequence<T->actions.size()>());
+        unbuild_action_spec<A>(action, resources, resource_count, static_cast<Byte*>(action_record) + sizeof number);
 }
 
 template <TableRef T>
@@ -119,14 +98,25 @@ VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry en
     ResourceList resources;
     if (!resources.build_pd_res_spec(action)) return PD_STATUS_NO_MEMORY;
 
-    pd_status status = PD_STATUS_OK;
-    if (!write_action_by_handle<T>(action_hdl, action.action, resources,
-                                   {.name = action_name, .spec = action_spec, .number = action_id})) {
-        assertion_failed(Condition::null_pointer, get_entry_name<T>.data(), __LINE__);
-        status = PD_STATUS_UNEXPECTED;
-    }
+    const bool known = visit_action<T>(action_hdl, [&]<ActionRef A>() VL_INLINE_LAMBDA {
+        if (action_name != nullptr)
+            std::memcpy(action_name, p4_pd_velmar_switch_action_name_strings[A.number], full_name_size<A>);
+        if (action_id != nullptr) *action_id = A.number;
+        if constexpr (action_layout<A>.param_count != 0)
+            unbuild_action_spec<A>(action.action, resources.pairs(), resources.count(), action_spec);
+    });
+    if (!known) assertion_failed(Condition::null_pointer, get_entry_name<T>.data(), __LINE__);
     write_key<T>(match, match_spec, priority, is_default);
-    return status;
+    return known ? PD_STATUS_OK : PD_STATUS_UNEXPECTED;
+}
+
+// What an entry of an indirect table points at. The handle that it doesn't hold isn't written.
+inline void write_target(const pipe_action_record& action, std::uint8_t* has_mbr, std::uint8_t* has_grp,
+                         pd_group* grp_hdl, pd_member* mbr_hdl) {
+    *has_mbr = action.kind == PIPE_KIND_MEMBER;
+    *has_grp = action.kind == PIPE_KIND_GROUP;
+    if (*has_mbr) *mbr_hdl = action.member_hdl;
+    if (*has_grp) *grp_hdl = action.group_hdl;
 }
 
 template <TableRef T>
@@ -144,10 +134,7 @@ VL_INLINE pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd
     const pd_status refused = pipe_mgr_get_entry(sess_hdl, T->handle, on_all_pipes(dev_id), entry_hdl, &match, &action,
                                                  &action_hdl, static_cast<std::uint8_t>(read_from_hw), 1, 0);
     if (refused != PD_STATUS_OK) return refused;
-    *has_mbr = action.kind == PIPE_KIND_MEMBER;
-    *has_grp = action.kind == PIPE_KIND_GROUP;
-    if (*has_mbr) *mbr_hdl = action.member_hdl;
-    if (*has_grp) *grp_hdl = action.group_hdl;
+    write_target(action, has_mbr, has_grp, grp_hdl, mbr_hdl);
     write_key<T>(match, match_spec, priority, is_default);
     return PD_STATUS_OK;
 }

@@ -3,3 +3,5 @@
 
 #include "pd/action_names.h"
 #include "pd/lifecycle.h"
+#include "pd/restore.h"
+#include "pd_velmar/dispatch.h"

@@ -1,0 +1,53 @@
+// Deleting a group: the one operation on groups that allocates, and the one that returns the shadow's status.
+#include "pd/groups.h"
+
+namespace vl_pd::groups {
+
+namespace {
+
+// A list in the driver's memory for the length of a call.
+template <class Element>
+class DriverArray {
+public:
+    explicit DriverArray(std::uint32_t count) noexcept
+        : elements_(static_cast<Element*>(bf_sys_calloc(count, sizeof(Element)))) {}
+    DriverArray(const DriverArray&) = delete;
+    DriverArray& operator=(const DriverArray&) = delete;
+    ~DriverArray() {
+        if (elements_ != nullptr) bf_sys_free(elements_);
+    }
+
+    Element* get() const {
+        return elements_;
+    }
+
+private:
+    Element* elements_;
+};
+
+} // namespace
+
+pd_status remove_from(std::uint32_t selector, p4_pd_ms_state* shadow, pd_session sess_hdl, pd_device dev_id,
+                      pd_group grp_hdl) noexcept {
+    std::uint32_t count = 0;
+    pd_status refused = pipe_mgr_get_sel_grp_mbr_count(sess_hdl, on_device(dev_id), selector, grp_hdl, &count);
+    if (refused != PD_STATUS_OK) return refused;
+    if (count == 0) {
+        refused = pipe_mgr_sel_grp_del(sess_hdl, dev_id, selector, grp_hdl, no_flags);
+        if (refused != PD_STATUS_OK) return refused;
+        return p4_pd_ms_del_grp(sess_hdl, shadow, dev_id, grp_hdl, 0, nullptr);
+    }
+
+    const DriverArray<pd_member> members(count);
+    const DriverArray<std::uint8_t> states(count); // the driver fills it, nobody reads it
+    if (members.get() == nullptr || states.get() == nullptr) return PD_STATUS_NO_MEMORY;
+    std::uint32_t returned = 0;
+    refused = pipe_mgr_sel_grp_mbrs_get(sess_hdl, dev_id, selector, grp_hdl, count, members.get(), states.get(),
+                                        &returned, no_flags);
+    if (refused != PD_STATUS_OK) return refused;
+    refused = pipe_mgr_sel_grp_del(sess_hdl, dev_id, selector, grp_hdl, no_flags);
+    if (refused != PD_STATUS_OK) return refused;
+    return p4_pd_ms_del_grp(sess_hdl, shadow, dev_id, grp_hdl, returned, members.get());
+}
+
+} // namespace vl_pd::groups

@@ -1,0 +1,6 @@
+// What the generated functions of action profiles forward to.
+#pragma once
+
+#include "pd/groups.h"
+#include "pd/members.h"
+#include "pd/properties.h"

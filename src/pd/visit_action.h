@@ -1,0 +1,25 @@
+// From an action handle, which a reader gets from the driver, to the action's row, which its decoder needs.
+#pragma once
+
+#include "catalog/catalog.h"
+#include "pd/unroll.h"
+
+namespace vl_pd {
+
+// The i-th action of a table or profile as a template argument.
+template <auto row, std::size_t i>
+inline constexpr catalog::ActionRef action_of = {
+    static_cast<std::uint16_t>(catalog::action_number(catalog::velmar_switch, row->actions.begin()[i].action))};
+
+// Calls visit.operator()<A>() for the action of the table or profile that has this handle. False if it has none such.
+template <auto row, class Visit>
+VL_INLINE bool visit_action(std::uint32_t action_hdl, Visit visit) {
+    return [&]<std::size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
+        return (
+            (row->actions.begin()[i].handle == action_hdl && (visit.template operator()<action_of<row, i>>(), true)) ||
+            ...);
+    }
+    (std::make_index_sequence<row->actions.size()>());
+}
+
+} // namespace vl_pd
