@@ -1,5 +1,6 @@
-// Adds and look-ups written by hand. Every key is filled by stores at constant positions; wide masked keys are then masked
-// 16 bytes at a time.
+// Adds and look-ups written by hand, as straight lines: values are loaded from constant offsets, masked in registers and
+// stored at constant positions. Masking a key 16 bytes at a time once it stands in memory is slower: the block is loaded
+// in pieces other than those just stored, and waits for them.
 #include "hand_written.h"
 
 #include "hand_written_bytes.h"
@@ -21,22 +22,6 @@ inline void clear(pipe_action_record& action, uint16_t data_bits, uint16_t data_
     action.action.data_len = data_len;
     action.action.data = data;
 }
-
-// 16 bytes of a masked key, and of its mask cut to the widths of the fields. All blocks are made before the first is
-// stored, since the last two overlap where a key isn't a multiple of 16 bytes long.
-struct MaskedBlock {
-    Block key;
-    Block mask;
-
-    MaskedBlock(const Byte* key_bytes, const Byte* mask_bytes, const Byte* widths)
-        : key(load_block(key_bytes) & load_block(mask_bytes)),
-          mask(load_block(mask_bytes) & load_block(widths)) {}
-
-    void store(Byte* key_bytes, Byte* mask_bytes) const {
-        store_block(key_bytes, key);
-        store_block(mask_bytes, mask);
-    }
-};
 
 inline void fill_ipv4Host(const p4_pd_velmar_switch_ipv4Host_match_spec_t& spec, Byte* key, Byte* mask,
                           pipe_match_record& match) {
@@ -83,157 +68,126 @@ inline void fill_ipv4FinalResolve0(const p4_pd_velmar_switch_ipv4FinalResolve0_m
     match = {key, mask, spec.fibV4ResultX_partIdx, 32 - length, 48, 6, 0};
 }
 
-constexpr Byte widths_of_trapToCpu[44] = {0xFF, 0xFF, 0x01, 0x01, 0x07, 0xFF, 0xFF, 0xFF, 0xFF, 0x3F, 0xFF,
-                                          0x0F, 0xFF, 0x01, 0xFF, 0x01, 0xFF, 0xFF, 0x01, 0xFF, 0xFF, 0xFF,
-                                          0xFF, 0xFF, 0x01, 0x07, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                                          0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0xFF};
-
 inline void fill_trapToCpu(const p4_pd_velmar_switch_trapToCpu_match_spec_t& spec, uint32_t priority, Byte* key,
                            Byte* mask, pipe_match_record& match) {
-    put16(key, spec.ingMd_etherType);
+    put16(key, static_cast<uint16_t>(spec.ingMd_etherType & spec.ingMd_etherType_mask));
     put16(mask, spec.ingMd_etherType_mask);
-    key[2] = spec.ingMd_bcast;
-    mask[2] = spec.ingMd_bcast_mask;
-    key[3] = spec.ingMd_mcast;
-    mask[3] = spec.ingMd_mcast_mask;
-    key[4] = spec.ingMd_l4Attr;
-    mask[4] = spec.ingMd_l4Attr_mask;
-    put16(key + 5, spec.ingMd_srcPort);
+    key[2] = static_cast<Byte>(spec.ingMd_bcast & spec.ingMd_bcast_mask);
+    mask[2] = spec.ingMd_bcast_mask & 1;
+    key[3] = static_cast<Byte>(spec.ingMd_mcast & spec.ingMd_mcast_mask);
+    mask[3] = spec.ingMd_mcast_mask & 1;
+    key[4] = static_cast<Byte>(spec.ingMd_l4Attr & spec.ingMd_l4Attr_mask);
+    mask[4] = spec.ingMd_l4Attr_mask & 7;
+    put16(key + 5, static_cast<uint16_t>(spec.ingMd_srcPort & spec.ingMd_srcPort_mask));
     put16(mask + 5, spec.ingMd_srcPort_mask);
-    put16(key + 7, spec.ingMd_dstPort);
+    put16(key + 7, static_cast<uint16_t>(spec.ingMd_dstPort & spec.ingMd_dstPort_mask));
     put16(mask + 7, spec.ingMd_dstPort_mask);
-    put16(key + 9, spec.phase0_ingVPort);
-    put16(mask + 9, spec.phase0_ingVPort_mask);
-    put16(key + 11, spec.ingMd_ingL3Aintf);
-    put16(mask + 11, spec.ingMd_ingL3Aintf_mask);
-    key[13] = spec.l3Info_ingL3DmacValid;
-    mask[13] = spec.l3Info_ingL3DmacValid_mask;
-    key[14] = spec.ingMd_ttl;
+    put16(key + 9, static_cast<uint16_t>(spec.phase0_ingVPort & spec.phase0_ingVPort_mask));
+    put16(mask + 9, spec.phase0_ingVPort_mask & 16383);
+    put16(key + 11, static_cast<uint16_t>(spec.ingMd_ingL3Aintf & spec.ingMd_ingL3Aintf_mask));
+    put16(mask + 11, spec.ingMd_ingL3Aintf_mask & 4095);
+    key[13] = static_cast<Byte>(spec.l3Info_ingL3DmacValid & spec.l3Info_ingL3DmacValid_mask);
+    mask[13] = spec.l3Info_ingL3DmacValid_mask & 1;
+    key[14] = static_cast<Byte>(spec.ingMd_ttl & spec.ingMd_ttl_mask);
     mask[14] = spec.ingMd_ttl_mask;
-    key[15] = spec.arpHdr_valid;
-    mask[15] = spec.arpHdr_valid_mask;
-    put16(key + 16, spec.arpHdr_opcode);
+    key[15] = static_cast<Byte>(spec.arpHdr_valid & spec.arpHdr_valid_mask);
+    mask[15] = spec.arpHdr_valid_mask & 1;
+    put16(key + 16, static_cast<uint16_t>(spec.arpHdr_opcode & spec.arpHdr_opcode_mask));
     put16(mask + 16, spec.arpHdr_opcode_mask);
-    key[18] = spec.ingMd_igmpSnoopingEnabled;
-    mask[18] = spec.ingMd_igmpSnoopingEnabled_mask;
-    put32(key + 19, spec.ingIpv4_dip);
+    key[18] = static_cast<Byte>(spec.ingMd_igmpSnoopingEnabled & spec.ingMd_igmpSnoopingEnabled_mask);
+    mask[18] = spec.ingMd_igmpSnoopingEnabled_mask & 1;
+    put32(key + 19, spec.ingIpv4_dip & spec.ingIpv4_dip_mask);
     put32(mask + 19, spec.ingIpv4_dip_mask);
-    key[23] = spec.ingMd_protocol;
+    key[23] = static_cast<Byte>(spec.ingMd_protocol & spec.ingMd_protocol_mask);
     mask[23] = spec.ingMd_protocol_mask;
-    key[24] = spec.egrMd_vxlanFlood;
-    mask[24] = spec.egrMd_vxlanFlood_mask;
-    key[25] = spec.egrMd_decapType;
-    mask[25] = spec.egrMd_decapType_mask;
-    std::memcpy(key + 26, spec.ingIpv6_dip, 16);
+    key[24] = static_cast<Byte>(spec.egrMd_vxlanFlood & spec.egrMd_vxlanFlood_mask);
+    mask[24] = spec.egrMd_vxlanFlood_mask & 1;
+    key[25] = static_cast<Byte>(spec.egrMd_decapType & spec.egrMd_decapType_mask);
+    mask[25] = spec.egrMd_decapType_mask & 7;
+    store_block(key + 26, load_block(spec.ingIpv6_dip) & load_block(spec.ingIpv6_dip_mask));
     std::memcpy(mask + 26, spec.ingIpv6_dip_mask, 16);
-    key[42] = spec.ingMd_cpuMemberOfIngressVlan;
-    mask[42] = spec.ingMd_cpuMemberOfIngressVlan_mask;
-    key[43] = spec.egrMd_cpuReasonCode;
+    key[42] = static_cast<Byte>(spec.ingMd_cpuMemberOfIngressVlan & spec.ingMd_cpuMemberOfIngressVlan_mask);
+    mask[42] = spec.ingMd_cpuMemberOfIngressVlan_mask & 1;
+    key[43] = static_cast<Byte>(spec.egrMd_cpuReasonCode & spec.egrMd_cpuReasonCode_mask);
     mask[43] = spec.egrMd_cpuReasonCode_mask;
 
-    const MaskedBlock first(key, mask, widths_of_trapToCpu);
-    const MaskedBlock second(key + 16, mask + 16, widths_of_trapToCpu + 16);
-    const MaskedBlock third(key + 28, mask + 28, widths_of_trapToCpu + 28);
-    first.store(key, mask);
-    second.store(key + 16, mask + 16);
-    third.store(key + 28, mask + 28);
     match = {key, mask, 0, priority, 287, 44, 0};
 }
 
-constexpr Byte widths_of_finalDropControl[32] = {0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0x01, 0x01, 0x01, 0x01,
-                                                 0x01, 0x01, 0x01, 0x07, 0x0F, 0xFF, 0xFF, 0xFF, 0xFF, 0x01, 0x01,
-                                                 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01, 0x01};
-
 inline void fill_finalDropControl(const p4_pd_velmar_switch_finalDropControl_match_spec_t& spec, uint32_t priority,
                                   Byte* key, Byte* mask, pipe_match_record& match) {
-    put16(key, spec.ig_intr_md_ingress_port);
-    put16(mask, spec.ig_intr_md_ingress_port_mask);
-    put32(key + 2, spec.haloResultRow1_bestResult);
+    put16(key, static_cast<uint16_t>(spec.ig_intr_md_ingress_port & spec.ig_intr_md_ingress_port_mask));
+    put16(mask, spec.ig_intr_md_ingress_port_mask & 511);
+    put32(key + 2, spec.haloResultRow1_bestResult & spec.haloResultRow1_bestResult_mask);
     put32(mask + 2, spec.haloResultRow1_bestResult_mask);
-    key[6] = spec.ingMd_drop;
-    mask[6] = spec.ingMd_drop_mask;
-    key[7] = spec.ingMd_dropSmac;
-    mask[7] = spec.ingMd_dropSmac_mask;
-    key[8] = spec.ingMd_dropDmac;
-    mask[8] = spec.ingMd_dropDmac_mask;
-    key[9] = spec.ingMd_invalidEgressPort;
-    mask[9] = spec.ingMd_invalidEgressPort_mask;
-    key[10] = spec.ingMd_samePortBridging;
-    mask[10] = spec.ingMd_samePortBridging_mask;
-    key[11] = spec.qosMd_pdpDrop;
-    mask[11] = spec.qosMd_pdpDrop_mask;
-    key[12] = spec.ingMd_routedMartian;
-    mask[12] = spec.ingMd_routedMartian_mask;
-    key[13] = spec.ingMd_mlagPrune;
-    mask[13] = spec.ingMd_mlagPrune_mask;
-    key[14] = spec.ingMd_v4V6Valid;
-    mask[14] = spec.ingMd_v4V6Valid_mask;
-    put24(key + 15, spec.egrMd_egrL2AintfUnresolved);
-    put24(mask + 15, spec.egrMd_egrL2AintfUnresolved_mask);
-    put16(key + 18, spec.ig_intr_md_for_tm_mcast_grp_a);
+    key[6] = static_cast<Byte>(spec.ingMd_drop & spec.ingMd_drop_mask);
+    mask[6] = spec.ingMd_drop_mask & 1;
+    key[7] = static_cast<Byte>(spec.ingMd_dropSmac & spec.ingMd_dropSmac_mask);
+    mask[7] = spec.ingMd_dropSmac_mask & 1;
+    key[8] = static_cast<Byte>(spec.ingMd_dropDmac & spec.ingMd_dropDmac_mask);
+    mask[8] = spec.ingMd_dropDmac_mask & 1;
+    key[9] = static_cast<Byte>(spec.ingMd_invalidEgressPort & spec.ingMd_invalidEgressPort_mask);
+    mask[9] = spec.ingMd_invalidEgressPort_mask & 1;
+    key[10] = static_cast<Byte>(spec.ingMd_samePortBridging & spec.ingMd_samePortBridging_mask);
+    mask[10] = spec.ingMd_samePortBridging_mask & 1;
+    key[11] = static_cast<Byte>(spec.qosMd_pdpDrop & spec.qosMd_pdpDrop_mask);
+    mask[11] = spec.qosMd_pdpDrop_mask & 1;
+    key[12] = static_cast<Byte>(spec.ingMd_routedMartian & spec.ingMd_routedMartian_mask);
+    mask[12] = spec.ingMd_routedMartian_mask & 1;
+    key[13] = static_cast<Byte>(spec.ingMd_mlagPrune & spec.ingMd_mlagPrune_mask);
+    mask[13] = spec.ingMd_mlagPrune_mask & 1;
+    key[14] = static_cast<Byte>(spec.ingMd_v4V6Valid & spec.ingMd_v4V6Valid_mask);
+    mask[14] = spec.ingMd_v4V6Valid_mask & 7;
+    put24(key + 15, spec.egrMd_egrL2AintfUnresolved & spec.egrMd_egrL2AintfUnresolved_mask);
+    put24(mask + 15, spec.egrMd_egrL2AintfUnresolved_mask & 1048575);
+    put16(key + 18,
+          static_cast<uint16_t>(spec.ig_intr_md_for_tm_mcast_grp_a & spec.ig_intr_md_for_tm_mcast_grp_a_mask));
     put16(mask + 18, spec.ig_intr_md_for_tm_mcast_grp_a_mask);
-    key[20] = spec.egrMd_routed;
-    mask[20] = spec.egrMd_routed_mask;
-    key[21] = spec.egrMd_trapToCpu;
-    mask[21] = spec.egrMd_trapToCpu_mask;
-    key[22] = spec.ingMd_dropVgwpVxlan;
-    mask[22] = spec.ingMd_dropVgwpVxlan_mask;
-    key[23] = spec.ingMd_dropDatalink;
-    mask[23] = spec.ingMd_dropDatalink_mask;
-    key[24] = spec.ingVlanStpCheck_stpBlocked;
-    mask[24] = spec.ingVlanStpCheck_stpBlocked_mask;
-    key[25] = spec.ingVlanStpCheck_invalidVlan;
-    mask[25] = spec.ingVlanStpCheck_invalidVlan_mask;
-    key[26] = spec.ingMd_dot1xDrop;
-    mask[26] = spec.ingMd_dot1xDrop_mask;
-    key[27] = spec.ig_intr_md_for_tm_copy_to_cpu;
-    mask[27] = spec.ig_intr_md_for_tm_copy_to_cpu_mask;
-    key[28] = spec.ingMd_stormControlDrop;
-    mask[28] = spec.ingMd_stormControlDrop_mask;
-    key[29] = spec.stflowMd_drop;
-    mask[29] = spec.stflowMd_drop_mask;
-    key[30] = spec.ingMd_bcast;
-    mask[30] = spec.ingMd_bcast_mask;
-    key[31] = spec.ingMd_mcast;
-    mask[31] = spec.ingMd_mcast_mask;
-
-    const MaskedBlock first(key, mask, widths_of_finalDropControl);
-    const MaskedBlock second(key + 16, mask + 16, widths_of_finalDropControl + 16);
-    first.store(key, mask);
-    second.store(key + 16, mask + 16);
+    key[20] = static_cast<Byte>(spec.egrMd_routed & spec.egrMd_routed_mask);
+    mask[20] = spec.egrMd_routed_mask & 1;
+    key[21] = static_cast<Byte>(spec.egrMd_trapToCpu & spec.egrMd_trapToCpu_mask);
+    mask[21] = spec.egrMd_trapToCpu_mask & 1;
+    key[22] = static_cast<Byte>(spec.ingMd_dropVgwpVxlan & spec.ingMd_dropVgwpVxlan_mask);
+    mask[22] = spec.ingMd_dropVgwpVxlan_mask & 1;
+    key[23] = static_cast<Byte>(spec.ingMd_dropDatalink & spec.ingMd_dropDatalink_mask);
+    mask[23] = spec.ingMd_dropDatalink_mask & 1;
+    key[24] = static_cast<Byte>(spec.ingVlanStpCheck_stpBlocked & spec.ingVlanStpCheck_stpBlocked_mask);
+    mask[24] = spec.ingVlanStpCheck_stpBlocked_mask & 1;
+    key[25] = static_cast<Byte>(spec.ingVlanStpCheck_invalidVlan & spec.ingVlanStpCheck_invalidVlan_mask);
+    mask[25] = spec.ingVlanStpCheck_invalidVlan_mask & 1;
+    key[26] = static_cast<Byte>(spec.ingMd_dot1xDrop & spec.ingMd_dot1xDrop_mask);
+    mask[26] = spec.ingMd_dot1xDrop_mask & 1;
+    key[27] = static_cast<Byte>(spec.ig_intr_md_for_tm_copy_to_cpu & spec.ig_intr_md_for_tm_copy_to_cpu_mask);
+    mask[27] = spec.ig_intr_md_for_tm_copy_to_cpu_mask & 1;
+    key[28] = static_cast<Byte>(spec.ingMd_stormControlDrop & spec.ingMd_stormControlDrop_mask);
+    mask[28] = spec.ingMd_stormControlDrop_mask & 1;
+    key[29] = static_cast<Byte>(spec.stflowMd_drop & spec.stflowMd_drop_mask);
+    mask[29] = spec.stflowMd_drop_mask & 1;
+    key[30] = static_cast<Byte>(spec.ingMd_bcast & spec.ingMd_bcast_mask);
+    mask[30] = spec.ingMd_bcast_mask & 1;
+    key[31] = static_cast<Byte>(spec.ingMd_mcast & spec.ingMd_mcast_mask);
+    mask[31] = spec.ingMd_mcast_mask & 1;
     match = {key, mask, 0, priority, 100, 32, 0};
 }
-
-constexpr Byte widths_of_flowWatchlist[47] = {0x01, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                                              0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                                              0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF,
-                                              0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF};
 
 inline void fill_flowWatchlist(const p4_pd_velmar_switch_flowWatchlist_match_spec_t& spec, uint32_t priority, Byte* key,
                                Byte* mask, pipe_match_record& match) {
     put16(key, spec.ig_intr_md_ingress_port);
-    std::memset(mask, 0xFF, 2);
-    put32(key + 2, spec.ingIpv4_sip);
+    put16(mask, 0x1FF);
+    put32(key + 2, spec.ingIpv4_sip & spec.ingIpv4_sip_mask);
     put32(mask + 2, spec.ingIpv4_sip_mask);
-    put32(key + 6, spec.ingIpv4_dip);
+    put32(key + 6, spec.ingIpv4_dip & spec.ingIpv4_dip_mask);
     put32(mask + 6, spec.ingIpv4_dip_mask);
-    key[10] = spec.ingMd_protocol;
+    key[10] = spec.ingMd_protocol & spec.ingMd_protocol_mask;
     mask[10] = spec.ingMd_protocol_mask;
-    std::memcpy(key + 11, spec.ingIpv6_sip, 16);
+    store_block(key + 11, load_block(spec.ingIpv6_sip) & load_block(spec.ingIpv6_sip_mask));
     std::memcpy(mask + 11, spec.ingIpv6_sip_mask, 16);
-    std::memcpy(key + 27, spec.ingIpv6_dip, 16);
+    store_block(key + 27, load_block(spec.ingIpv6_dip) & load_block(spec.ingIpv6_dip_mask));
     std::memcpy(mask + 27, spec.ingIpv6_dip_mask, 16);
-    put16(key + 43, spec.ingMd_srcPort);
+    put16(key + 43, spec.ingMd_srcPort & spec.ingMd_srcPort_mask);
     put16(mask + 43, spec.ingMd_srcPort_mask);
-    put16(key + 45, spec.ingMd_dstPort);
+    put16(key + 45, spec.ingMd_dstPort & spec.ingMd_dstPort_mask);
     put16(mask + 45, spec.ingMd_dstPort_mask);
-
-    const MaskedBlock first(key, mask, widths_of_flowWatchlist);
-    const MaskedBlock second(key + 16, mask + 16, widths_of_flowWatchlist + 16);
-    const MaskedBlock third(key + 31, mask + 31, widths_of_flowWatchlist + 31);
-    first.store(key, mask);
-    second.store(key + 16, mask + 16);
-    third.store(key + 31, mask + 31);
     match = {key, mask, 0, priority, 369, 47, 0};
 }
 
