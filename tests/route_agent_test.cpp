@@ -90,7 +90,7 @@ TEST(RouteAgentLines, GoodOnesGiveRoutes) {
         {"::/0 7#x", "::/0 7"},
         {"2001:DB8::1 65536", "2001:db8::1/128 65536"},
         {"2001:db8::/64 65536", "2001:db8::/64 65536"},
-        {"2001:db8::/65 65535", "2001:db8::/65 65535"},
+        {"2001:db8::/65 65536", "2001:db8::/65 65536"},
     };
     for (const auto& [line, route] : good) {
         const RouteLine parsed = parse_route_line(line);
@@ -122,7 +122,6 @@ TEST(RouteAgentLines, BadOnesGetAReason) {
         {"10.0.0.0/8 -1", "next hop '-1' is no decimal number"},
         {"10.0.0.0/8 4294967296", "next hop '4294967296' doesn't fit 32 bits"},
         {"10.0.0.0/8 1 via", "trailing 'via' behind the next hop"},
-        {"::/127 65536", "next hop '65536' doesn't fit the 16 bits that IPv6 prefixes of /65 to /127 have for it"},
     };
     for (const auto& [line, reason] : bad) {
         const RouteLine parsed = parse_route_line(line);
@@ -159,8 +158,8 @@ TEST(RouteAgentPlan, PartitionsAreNumberedUpToTheirLimit) {
     std::string reason;
     const std::optional<Plan> full = make_plan(routes_in_partitions(65536), reason);
     ASSERT_TRUE(full);
-    EXPECT_EQ((*full)[index_of(TableId::ipv6LgMaskFinalResolve0)].back().partition, 65535);
-    EXPECT_EQ((*full)[index_of(TableId::ipv6LgMaskPartition0)].back().partition, 65535);
+    EXPECT_EQ(full->tables[index_of(TableId::ipv6LgMaskFinalResolve0)].back().partition, 65535);
+    EXPECT_EQ(full->tables[index_of(TableId::ipv6LgMaskPartition0)].back().partition, 65535);
     EXPECT_FALSE(make_plan(routes_in_partitions(65537), reason));
     EXPECT_NE(reason.find("more than 65536"), std::string::npos) << reason;
 }
@@ -174,6 +173,39 @@ TEST(RouteAgentPlan, PartitionGoesWithItsLastRoute) {
     const Selection selection = select_every_second(*plan);
     EXPECT_EQ(selection[index_of(TableId::ipv4FinalResolve0)], (std::vector<bool>{false, true, false, true}));
     EXPECT_EQ(selection[index_of(TableId::ipv4Partition0)], (std::vector<bool>{false, false, true}));
+}
+
+// Hosts 0.0.0.0 on, each with a next hop of its own, from the highest down.
+std::vector<Route> routes_with_next_hops(std::uint32_t count) {
+    std::vector<Route> routes;
+    for (std::uint32_t i = 0; i < count; ++i) {
+        routes.push_back({.prefix = {from_ipv4(i), 32, Family::ipv4}, .next_hop = 0xFFFFFFFF - i});
+    }
+    return routes;
+}
+
+TEST(RouteAgentPlan, GroupsAreNumberedUpToTheirLimitAndComeInThreeLoads) {
+    std::string reason;
+    const std::optional<Plan> full = make_plan(routes_with_next_hops(1023), reason);
+    ASSERT_TRUE(full);
+    EXPECT_EQ(full->tables[index_of(TableId::ipv4Host)].back().group, 1023);
+    EXPECT_EQ(full->groups.back().next_hop, 0xFFFFFFFF - 1022);
+    EXPECT_FALSE(make_plan(routes_with_next_hops(1024), reason));
+    EXPECT_NE(reason.find("more than 1023 different next hops"), std::string::npos) << reason;
+
+    const auto loads = [&](std::uint32_t count) {
+        std::string text;
+        const Plan plan = make_plan(routes_with_next_hops(count), reason).value();
+        for (const EcmpGroup& group : plan.groups) {
+            text += std::to_string(group.load);
+        }
+        return text;
+    };
+    EXPECT_EQ(loads(0), "");
+    EXPECT_EQ(loads(1), "0");
+    EXPECT_EQ(loads(2), "00");
+    EXPECT_EQ(loads(3), "012");
+    EXPECT_EQ(loads(11), "00000001122");
 }
 
 // Runs the agent on a fresh driver.
@@ -199,16 +231,17 @@ protected:
         return status;
     }
 
-    // The numbers of a row of the report: added, read equal, deleted, left.
+    // The numbers of a row of the report: added, read equal, aged, deleted, left.
     std::vector<int> row(const std::string& table) const {
         std::istringstream text(out);
         for (std::string line; std::getline(text, line);) {
             std::erase(line, ',');
-            std::istringstream words(line);
-            std::string name;
-            std::vector<int> numbers(4);
-            words >> name >> numbers[0] >> numbers[1] >> numbers[2] >> numbers[3];
-            if (name == table) {
+            if (line.rfind(table + " ", 0) == 0) {
+                std::istringstream words(line.substr(table.size()));
+                std::vector<int> numbers(5);
+                for (int& number : numbers) {
+                    words >> number;
+                }
                 return numbers;
             }
         }
@@ -223,13 +256,14 @@ protected:
     std::string messages;
 };
 
-constexpr const char* one_of_each = R"(10.0.0.0/8 1
-10.0.16.0/20 2
-10.1.2.3 3
-2001:c00::/22 4
-2001:db8::/32 5
-2001:db8::4000:0:0:0/66 6
-2001:db8::1 7
+// Groups 1 to 7, of which 6 and 7 come with later loads.
+constexpr const char* one_of_each = R"(10.0.0.0/8 10
+10.0.16.0/20 20
+10.1.2.3 30
+2001:c00::/22 4000000000
+2001:db8::/32 50
+2001:db8::4000:0:0:0/66 60
+2001:db8::1 70
 )";
 
 TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
@@ -244,21 +278,22 @@ TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
         std::vector<std::uint8_t> data;
     };
     const std::map<std::uint64_t, Sent> expected = {
-        {0x1000023, {{1, 10, 1, 2, 3}, 0, 0, 0x2000006a, {0, 0, 0, 3}}},
-        {0x1000037, {{1, 10, 0, 0, 0}, 0, 24, 0x20000081, {0, 0, 0, 1}}},
+        {0x1000023, {{1, 10, 1, 2, 3}, 0, 0, 0x20000069, {0, 0, 0, 3}}},
+        {0x1000037, {{1, 10, 0, 0, 0}, 0, 24, 0x20000080, {0, 0, 0, 1}}},
         {0x1000033, {{0, 0, 10, 0, 16, 0}, 0, 12, 0x20000085, {0, 0, 0, 2}}},
         {0x1000025, {{1, 10, 0, 0, 0}, 0, 20, 0x2000006e, {0, 0, 0, 0, 0, 0, 0, 0}}},
-        {0x1000022, {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 0, 0, 0x20000063, {0, 0, 0, 7}}},
-        {0x1000039, {{1, 0x20, 1, 0x0c, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 106, 0x20000090, {0, 0, 0, 4}}},
+        {0x1000022, {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 0, 0, 0x20000062, {0, 0, 0, 7}}},
+        {0x1000039, {{1, 0x20, 1, 0x0c, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 106, 0x2000008f, {0, 0, 0, 4}}},
         {0x1000035,
-         {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 96, 0x2000008a, {0, 0, 0, 0, 0, 5}}},
+         {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 96, 0x2000008d, {0, 0, 0, 0, 0, 5}}},
         {0x1000034, {{0, 0, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0x40, 0, 0, 0, 0, 0, 0, 0}, 0, 62, 0x20000099, {0, 6}}},
         {0x1000026,
          {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 64, 0x20000067, {0, 0, 0, 0, 0, 0, 0, 0}}},
     };
+    constexpr std::uint64_t ecmp_group = 0x1000046;
     std::size_t adds = 0;
     for (const vl_model::Call& call : vl_model::take_calls()) {
-        if (call.function != "pipe_mgr_mat_ent_add") {
+        if (call.function != "pipe_mgr_mat_ent_add" || call.args.at(2) == ecmp_group) {
             continue;
         }
         ++adds;
@@ -272,18 +307,51 @@ TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
     EXPECT_EQ(adds, expected.size());
 }
 
+TEST_F(RouteAgentRun, GroupsGrowAcrossBothRestarts) {
+    vl_model::record_calls(true);
+    EXPECT_EQ(run("10.0.0.1 4000000000\n10.0.0.2 8\n10.0.0.3 9\n"), 0) << messages << out;
+
+    // What happened, a word each: + and the member's data, | and a restart, = and the key of an entry.
+    std::string story;
+    for (const vl_model::Call& call : vl_model::take_calls()) {
+        if (call.function == "pipe_mgr_adt_ent_add") {
+            story += '+';
+            for (const std::uint8_t byte : call.action->data) {
+                story += std::to_string(byte) + '.';
+            }
+            story.back() = ' ';
+        } else if (call.function == "pipe_mgr_mat_ent_add" && call.args.at(2) == 0x1000046) {
+            EXPECT_EQ(call.action->kind, 4);
+            story += '=' + std::to_string(call.match->key.at(1)) + (call.status == 0 ? " " : "? ");
+        } else if (call.function == "p4_pd_ms_destroy_txn_state_for_dev") {
+            story += "| ";
+        } else if (call.function == "pipe_mgr_hitless_ha_restore_virtual_dev_state") {
+            story += "replay ";
+        }
+    }
+    EXPECT_EQ(story, "+0.238.107.40.0 +1.238.107.40.0 +2.238.107.40.0 =1 "
+                     "| =1? +3.238.107.40.0 +0.0.0.0.8 +1.0.0.0.8 +2.0.0.0.8 +3.0.0.0.8 =2 "
+                     "| replay =1? +4.238.107.40.0 +4.0.0.0.8 +0.0.0.0.9 +1.0.0.0.9 =3 "
+                     "| "); // the device is removed
+    EXPECT_TRUE(said("without the shadow, adding to a group gives NOT_FOUND\n"));
+    EXPECT_TRUE(said("with the shadow restored, adding to a group gives EXISTS\n"));
+}
+
 TEST_F(RouteAgentRun, ReportTellsWhatStands) {
     std::string list;
     for (int i = 0; i < 1001; ++i) { // more than one batch of a walk
         list += "10." + std::to_string(i / 256) + "." + std::to_string(i % 256) + ".0/24 1\n";
     }
-    list += "10.16.0.0/24 1\n10.0.0.1 2\n10.0.0.2 2\n";
+    list += "10.16.0.0/24 1\n10.0.0.1 2\n10.0.0.2 2\n10.0.0.3 2\n10.0.0.4 3\n";
     EXPECT_EQ(run(list), 0) << messages << out;
-    EXPECT_EQ(row("ipv4FinalResolve0"), (std::vector{1002, 1002, 501, 501}));
-    EXPECT_EQ(row("ipv4Partition0"), (std::vector{2, 2, 1, 1})); // 10.16.0.0/12 lost its only route
-    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 1, 1}));
-    EXPECT_EQ(row("ipv6Host"), (std::vector{0, 0, 0, 0}));
-    EXPECT_EQ(row("total"), (std::vector{1006, 1006, 503, 503}));
+    EXPECT_EQ(row("ipv4FinalResolve0"), (std::vector{1002, 1002, 0, 501, 501}));
+    EXPECT_EQ(row("ipv4Partition0"), (std::vector{2, 2, 0, 1, 1})); // 10.16.0.0/12 lost its only route
+    EXPECT_EQ(row("ipv4Host"), (std::vector{4, 4, 1, 2, 1}));
+    EXPECT_EQ(row("ipv6Host"), (std::vector{0, 0, 0, 0, 0}));
+    EXPECT_EQ(row("ecmpGroup"), (std::vector{3, 3, 0, 1, 2})); // so did the group of 10.0.0.4
+    EXPECT_EQ(row("total"), (std::vector{1011, 1011, 1, 505, 505}));
+    EXPECT_EQ(row("ECMP groups"), (std::vector{3, 3, 0, 1, 2}));
+    EXPECT_EQ(row("ECMP members"), (std::vector{12, 12, 0, 2, 10}));
     EXPECT_NE(out.find("\nAll was as meant.\n"), std::string::npos);
 }
 
@@ -328,19 +396,37 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
 
 TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {
     // In each phase, and where the device is opened and closed.
-    const std::vector<std::pair<std::string, std::string>> calls = {
-        {"pipe_mgr_mat_ent_add", "ipv4ShortMaskLpm: adding 10.0.0.0/8 was refused"},
-        {"pipe_mgr_get_entry", "ipv4Host: reading 10.1.2.3/32 was refused"},
-        {"pipe_mgr_get_next_entry_handles", "ipv4Host: asking for the next entries was refused"},
-        {"pipe_mgr_get_entry_count", "ipv4Host: counting the entries was refused"},
-        {"pipe_mgr_mat_ent_del_by_match_spec", "ipv4Host: deleting 10.1.2.4/32 was refused"},
-        {"pipe_mgr_match_spec_to_ent_hdl", "ipv4Host: looking for 10.1.2.4/32 was refused"},
+    struct Refusal {
+        const char* function;
+        unsigned nth;
+        const char* message;
     };
-    const std::string list = std::string(one_of_each) + "10.1.2.4 3\n";
-    for (const auto& [function, message] : calls) {
-        vl_model::fail_call(function, function == "pipe_mgr_mat_ent_add" ? 3 : 1, VL_MODEL_NO_MEMORY);
+    const Refusal refusals[] = {
+        {"pipe_mgr_adt_ent_add", 1, "ECMP members: adding one for group 1"},
+        {"pipe_mgr_sel_grp_add", 2, "ECMP groups: creating 2"},
+        {"pipe_mgr_sel_grp_mbr_add", 1, "ECMP groups: adding a member to group 1"},
+        {"pipe_mgr_mat_ent_add", 5, "ecmpGroup: adding 5"},
+        {"pipe_mgr_mat_ent_add", 9, "ipv4ShortMaskLpm: adding 10.0.0.0/8"},
+        {"pipe_mgr_hitless_ha_restore_virtual_dev_state", 1, "restoring by replay"},
+        {"pipe_mgr_get_action_data_entry", 1, "ECMP members: reading "},
+        {"pipe_mgr_get_entry", 1, "ecmpGroup: reading handle "},
+        {"pipe_mgr_get_entry", 5 + 6 + 7 + 1, "ipv4Host: reading 10.1.2.3/32"},
+        {"pipe_mgr_get_next_entry_handles", 1, "ECMP members: asking for the next handles"},
+        {"pipe_mgr_get_entry_count", 1, "ecmpGroup: counting the entries"},
+        {"pipe_mgr_idle_set_params", 1, "ipv4Host: switching idle time on"},
+        {"pipe_mgr_idle_time_get_hit_state", 2, "ipv4Host: reading the hit state of 10.1.2.4/32"},
+        {"pipe_mgr_mat_ent_del", 1, "ipv4Host: removing 10.1.2.5/32"},
+        {"pipe_mgr_mat_ent_del_by_match_spec", 1, "ipv4Host: deleting 10.1.2.4/32"},
+        {"pipe_mgr_match_spec_to_ent_hdl", 1, "ipv4Host: looking for 10.1.2.4/32"},
+    };
+    const std::string list = std::string(one_of_each) + "10.1.2.4 30\n10.1.2.5 30\n";
+    for (const auto& [function, nth, message] : refusals) {
+        vl_model::fail_call(function, nth, VL_MODEL_NO_MEMORY);
         EXPECT_EQ(run(list), 1) << function;
-        EXPECT_TRUE(said(message + " with status 2, NO_MEMORY")) << messages;
+        const std::size_t at = messages.find(std::string("\n") + message);
+        ASSERT_NE(at, std::string::npos) << message << '\n' << messages;
+        const std::string line = messages.substr(at + 1, messages.find('\n', at + 1) - at);
+        EXPECT_NE(line.find(" was refused with status 2, NO_MEMORY"), std::string::npos) << line;
         EXPECT_NE(out.find("\nNOT as meant: the driver refused.\n"), std::string::npos) << out;
         // The device was closed all the same: it can be opened again.
         EXPECT_EQ(run(list), 0) << messages << out;
@@ -348,48 +434,104 @@ TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {
 }
 
 TEST_F(RouteAgentRun, ReadingsThatDifferAreCountedAndShown) {
+    constexpr std::uint32_t set_ecmp = 0x20000069; // of ipv4Host
     const std::string list = "10.1.2.3 5\n10.1.2.4 6\n";
     const auto run_with = [&](const vl_model::AnswerHook& hook) {
         vl_model::set_answer_hook(hook);
         EXPECT_EQ(run(list), 1) << messages;
         EXPECT_NE(out.find("\nNOT as meant: there were differences.\n"), std::string::npos) << out;
     };
-    run_with([](pipe_match_record&, pipe_action_record& action, std::uint32_t&) { action.action.data[3] ^= 2; });
-    EXPECT_TRUE(said("next hop 5), read 10.1.2.3/32 under 1, p4_pd_velmar_switch_setNextHop (")) << messages;
-    EXPECT_TRUE(said("next hop 7)\n")) << messages;
-    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 0, 1, 1}));
-    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t&) { match.key_bytes[0] = 2; });
+    run_with([](pipe_match_record&, pipe_action_record& action, std::uint32_t& action_hdl) {
+        if (action_hdl == set_ecmp) {
+            action.action.data[3] ^= 2;
+        }
+    });
+    EXPECT_TRUE(said("ECMP group 1), read 10.1.2.3/32 under 1, p4_pd_velmar_switch_setEcmp (")) << messages;
+    EXPECT_TRUE(said("ECMP group 3)\n")) << messages;
+    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 0, 0, 1, 1}));
+    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t& action_hdl) {
+        match.key_bytes[0] = action_hdl == set_ecmp ? 2 : match.key_bytes[0];
+    });
     EXPECT_TRUE(said("read 10.1.2.3/32 under 2")) << messages;
-    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t&) { match.key_len = 0; });
+    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t& action_hdl) {
+        match.key_len = action_hdl == set_ecmp ? 0 : match.key_len;
+    });
     EXPECT_TRUE(said("read the default entry")) << messages;
-    // setNextHop2 instead of setNextHop, in the second walk alone.
+    // setNextHop2 instead of setEcmp, in the second walk alone.
     int reads = 0;
     run_with([&reads](pipe_match_record&, pipe_action_record&, std::uint32_t& action_hdl) {
-        action_hdl = ++reads == 3 ? 0x2000006b : action_hdl;
+        if (action_hdl == set_ecmp && ++reads == 3) {
+            action_hdl = 0x2000006b;
+        }
     });
     EXPECT_TRUE(said("setNextHop2")) << messages;
-    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 1, 1}));
+    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 0, 1, 1}));
+    // A member instead of the group, behind both restarts.
+    int group_reads = 0;
+    run_with([&group_reads](pipe_match_record& match, pipe_action_record& action, std::uint32_t&) {
+        if (action.kind == 4 && ++group_reads > 4 && match.key_bytes[1] == 1) {
+            action.kind = 2;
+        }
+    });
+    EXPECT_TRUE(said("ecmpGroup: entry 1 points at no group")) << messages;
+    EXPECT_TRUE(said("ecmpGroup: the walk leaves out group 1")) << messages;
+    EXPECT_TRUE(said("ECMP groups: no entry leads to group handle ")) << messages;
+    vl_model::set_answer_hook({});
+
+    vl_model::set_member_answer_hook([](pipe_action_data& data, std::uint32_t&) { data.data[0] ^= 4; });
+    EXPECT_EQ(run(list), 1);
+    EXPECT_TRUE(said("group 1: meant 3 paths, from 5 of table 0 on, read 5 of table 4, 5 of table 5")) << messages;
+    EXPECT_EQ(row("ECMP members"), (std::vector{11, 0, 0, 6, 5}));
+    vl_model::set_member_answer_hook([](pipe_action_data&, std::uint32_t& action_hdl) { action_hdl = 0x200000b6; });
+    EXPECT_EQ(run(list), 1);
+    EXPECT_TRUE(said(" has another action, number 1\n")) << messages;
+    vl_model::set_member_answer_hook({});
 }
 
 TEST_F(RouteAgentRun, ChangesThatTheDriverOnlyClaimsAreFound) {
-    const std::string list = "10.1.2.3 5\n10.1.2.4 6\n";
-    vl_model::fail_call("pipe_mgr_mat_ent_add", 1, VL_MODEL_OK);
-    EXPECT_EQ(run(list), 1);
-    EXPECT_TRUE(said("the driver counts 1 entries, meant are 2")) << messages;
+    const std::string list = "10.1.2.3 5\n10.1.2.4 6\n10.1.2.5 6\n";
+    const auto run_claiming = [&](const char* function, unsigned nth) {
+        vl_model::fail_call(function, nth, VL_MODEL_OK);
+        EXPECT_EQ(run(list), 1) << function;
+    };
+    run_claiming("pipe_mgr_mat_ent_add", 3); // behind the two of ecmpGroup
+    EXPECT_TRUE(said("the driver counts 2 entries, meant are 3")) << messages;
     EXPECT_TRUE(said("the walk leaves out 10.1.2.3/32")) << messages;
 
-    vl_model::fail_call("pipe_mgr_mat_ent_del_by_match_spec", 1, VL_MODEL_OK);
-    EXPECT_EQ(run(list), 1);
+    run_claiming("pipe_mgr_mat_ent_del_by_match_spec", 1);
     EXPECT_TRUE(said("10.1.2.4/32 was deleted and still stands")) << messages;
     EXPECT_TRUE(said("10.1.2.4/32 was deleted and is still found")) << messages;
-    EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 1, 2}));
+    EXPECT_EQ(row("ipv4Host"), (std::vector{3, 3, 1, 1, 2}));
 
-    // A list of handles that is never written: foreign ones, without an end.
-    vl_model::fail_call("pipe_mgr_get_next_entry_handles", 1, VL_MODEL_OK);
-    EXPECT_EQ(run(list), 1);
+    // A list of handles that is never written: foreign ones, without an end. Behind three looks at the groups.
+    run_claiming("pipe_mgr_get_next_entry_handles", 3 * 3 + 1);
     EXPECT_TRUE(said("the walk gives handle 0, which no entry has")) << messages;
-    EXPECT_TRUE(said("the walk goes on after 2 entries; not followed")) << messages;
+    EXPECT_TRUE(said("the walk goes on after 3 handles; not followed")) << messages;
     EXPECT_TRUE(said("the walk leaves out 10.1.2.4/32")) << messages;
+
+    run_claiming("pipe_mgr_sel_grp_mbr_add", 1);
+    EXPECT_TRUE(said(", 5 of table 0, is in no group")) << messages;
+    EXPECT_TRUE(said("group 1: meant 3 paths, from 5 of table 0 on, read 5 of table 1, 5 of table 2\n")) << messages;
+
+    run_claiming("p4_pd_ms_destroy_state_for_dev", 2); // the second profile's
+    EXPECT_TRUE(said("adding a member again to group 1 gave EXISTS, meant was NOT_FOUND")) << messages;
+    EXPECT_TRUE(said("adding entry 1 again gave EXISTS, meant was NOT_FOUND")) << messages;
+
+    const std::pair<const char*, unsigned> restores[] = {{"p4_pd_ms_restore_state", 2},
+                                                         {"pipe_mgr_hitless_ha_restore_virtual_dev_state", 1}};
+    for (const auto& [function, nth] : restores) {
+        run_claiming(function, nth);
+        EXPECT_TRUE(said("adding a member again to group 1 gave NOT_FOUND, meant was EXISTS")) << messages;
+        EXPECT_TRUE(said("with the shadow restored, adding to a group gives NOT_FOUND")) << messages;
+    }
+
+    run_claiming("pipe_mgr_idle_tmo_set_enable", 1);
+    EXPECT_TRUE(said("the hit state of 10.1.2.3/32 is 0")) << messages;
+    EXPECT_TRUE(said("10.1.2.5/32 got no packet and didn't time out")) << messages;
+    EXPECT_EQ(row("ipv4Host"), (std::vector{3, 3, 0, 1, 2}));
+
+    run_claiming("pipe_mgr_mat_ent_del", 1);
+    EXPECT_TRUE(said("10.1.2.5/32 was deleted and still stands")) << messages;
 }
 
 } // namespace

@@ -17,11 +17,14 @@ namespace {
 
 constexpr const char* usage = R"(Usage: route_agent [FILE]
 
-Programs routes into the route tables of one VRF, reads all of them back, deletes every second one and proves that
-the rest still stands. Ends with a table of what was done.
+Programs routes into the route tables of one VRF, and an ECMP group of several paths for each of their next hops. On
+the way it is restarted twice: it forgets all that it knows of the groups, takes it back from the switch and goes on.
+Then it reads everything back, ages the host routes, deletes every second route and proves that the rest still stands.
+Ends with a table of what was done.
 
 Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
-country. FILE (or - for standard input) has a route per line, comments begin with #:
+country. FILE (or - for standard input) has a route per line with at most 1023 different next hops, numbers of 32 bits;
+comments begin with #:
 
   PREFIX NEXT_HOP      10.1.0.0/16 7
                        2001:db8::/32 8
@@ -90,17 +93,22 @@ int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
     if (!attempt(progress, [&] { device = open_device(); })) {
         return exit_not_as_meant;
     }
-    Run run{.device = device, .plan = plan, .progress = progress};
+    Run run(device, plan, progress);
     const bool finished = attempt(progress, [&] {
-        program(run);
+        program(run, 0);
+        restart(run, RestoreBy::log);
+        program(run, 1);
+        restart(run, RestoreBy::replay);
+        program(run, 2);
         read_back(run);
+        age_hosts(run);
         remove_every_second(run);
         verify_rest(run);
     });
     progress.end_phase();
     const bool counted = attempt(progress, [&] { count_left(run); });
     const bool closed = attempt(progress, [&] { close_device(device); });
-    print_report(out, run.tallies);
+    print_report(out, run);
     if (!finished || !counted || !closed) {
         out << "NOT as meant: the driver refused." << std::endl;
         return exit_not_as_meant;

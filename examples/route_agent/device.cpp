@@ -15,16 +15,16 @@ std::string status_text(pd_status status) {
     return std::string(vl_model_status_name(status)) + " (" + vl_model_status_text(status) + ")";
 }
 
+} // namespace
+
+Refused::Refused(const std::string& what, pd_status status)
+    : std::runtime_error(what + " was refused with status " + std::to_string(status) + ", " + status_text(status)) {}
+
 void check(pd_status status, const char* what) {
     if (status != PD_STATUS_OK) {
         throw Refused(what, status);
     }
 }
-
-} // namespace
-
-Refused::Refused(const std::string& what, pd_status status)
-    : std::runtime_error(what + " was refused with status " + std::to_string(status) + ", " + status_text(status)) {}
 
 Device open_device() {
     // Before any device: the driver tells the library when one goes away.

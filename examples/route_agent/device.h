@@ -21,6 +21,9 @@ public:
     Refused(const std::string& what, pd_status status);
 };
 
+// Throws Refused for any status but 0.
+void check(pd_status status, const char* what);
+
 // Both throw Refused. Closing does all its steps before it throws.
 Device open_device();
 void close_device(const Device& device);

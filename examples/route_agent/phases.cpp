@@ -1,90 +1,14 @@
-// The phases, each a loop over the tables. All calls to the driver that work on entries are made here.
+// The phases that are loops over all tables.
 #include "route_agent/phases.h"
 
 #include <algorithm>
+#include <span>
 
-#include "route_agent/route_tables.h"
-#include "vl_model/control.h"
+#include "route_agent/ecmp.h"
+#include "route_agent/work.h"
 
 namespace route_agent {
 namespace {
-
-constexpr std::size_t handles_per_walk_call = 512;
-constexpr std::size_t most_differences_told = 10; // per table
-
-// A table in the hands of a phase. Its time counts for the table while it lives.
-class Work {
-public:
-    Work(Run& of_run, std::size_t index)
-        : run(of_run),
-          table(route_table(static_cast<TableId>(index))),
-          entries(of_run.plan[index]),
-          removed(of_run.removed[index]),
-          placed(of_run.placed[index]),
-          tally(of_run.tallies[index]) {}
-    ~Work() {
-        tally.busy += std::chrono::steady_clock::now() - start_;
-    }
-    Work(const Work&) = delete;
-    Work& operator=(const Work&) = delete;
-
-    // Counts the call and demands that it succeeded.
-    void done(pd_status status, const char* what) {
-        ++tally.calls;
-        if (status != PD_STATUS_OK) {
-            throw Refused(std::string(table.name) + ": " + what, status);
-        }
-    }
-    void done(pd_status status, const char* what, const Entry& entry) {
-        ++tally.calls;
-        if (status != PD_STATUS_OK) {
-            throw Refused(std::string(table.name) + ": " + what + " " + to_text(entry.prefix), status);
-        }
-    }
-    void differs(const std::string& how) {
-        if (++tally.differences <= most_differences_told) {
-            run.progress.message(std::string(table.name) + ": " + how);
-        } else if (tally.differences == most_differences_told + 1) {
-            run.progress.message(std::string(table.name) + ": more differences, which are only counted");
-        }
-    }
-
-    Run& run;
-    const RouteTable& table;
-    const std::vector<Entry>& entries;
-    std::vector<bool>& removed;
-    std::vector<Placed>& placed;
-    Tally& tally;
-
-private:
-    std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
-};
-
-// Calls `visit(handle)` for every entry that the driver lists, until it returns false.
-template <class Visit>
-void walk(Work& work, Visit&& visit) {
-    const Device& device = work.run.device;
-    pd_entry handle = 0;
-    const pd_status status = work.table.first(device, handle);
-    if (status == VL_MODEL_NOT_FOUND) {
-        ++work.tally.calls; // an empty table has no first entry
-        return;
-    }
-    work.done(status, "asking for the first entry");
-    if (!visit(handle)) {
-        return;
-    }
-    std::array<pd_entry, handles_per_walk_call> batch{};
-    for (;;) {
-        work.done(work.table.next(device, handle, batch), "asking for the next entries");
-        for (const pd_entry next : batch) {
-            if (next == PD_HDL_END || !visit(next)) {
-                return;
-            }
-            handle = next;
-        }
-    }
-}
 
 std::uint32_t driver_count(Work& work) {
     std::uint32_t count = 0;
@@ -104,42 +28,40 @@ bool reads_equal(Work& work, pd_entry handle, const Entry& entry) {
     return false;
 }
 
-// Every entry that was placed and not removed must come up in the walk, once, and read as meant. Returns how many did.
+// Every entry that stands must come up in the walk, once, and read as meant. Returns how many did.
 std::size_t check_standing(Work& work) {
-    const std::size_t meant_count =
-        work.entries.size() - static_cast<std::size_t>(std::ranges::count(work.removed, true));
+    const Device& device = work.run.device;
+    const std::size_t meant_count = work.count(RowState::standing);
     if (const std::uint32_t count = driver_count(work); count != meant_count) {
         work.differs("the driver counts " + grouped(count) + " entries, meant are " + grouped(meant_count));
     }
     std::vector<bool> seen(work.entries.size(), false);
-    std::size_t walked = 0;
     std::size_t equal = 0;
-    walk(work, [&](pd_entry handle) {
-        if (++walked > work.entries.size()) {
-            work.differs("the walk goes on after " + grouped(work.entries.size()) + " entries; not followed");
-            return false;
-        }
-        const auto found = std::ranges::lower_bound(work.placed, handle, {}, &Placed::handle);
-        if (found == work.placed.end() || found->handle != handle) {
+    const auto first = [&](pd_entry& handle) { return work.table.first(device, handle); };
+    const auto next = [&](pd_entry handle, std::span<pd_entry> handles) {
+        return work.table.next(device, handle, handles);
+    };
+    walk(work, work.entries.size(), first, next, [&](pd_entry handle) {
+        const Placed* placed = work.row_of(handle);
+        if (placed == nullptr) {
             work.differs("the walk gives handle " + std::to_string(handle) + ", which no entry has");
-            return true;
+            return;
         }
-        const Entry& entry = work.entries[found->row];
-        if (seen[found->row]) {
+        const Entry& entry = work.entries[placed->row];
+        if (seen[placed->row]) {
             work.differs("the walk gives " + to_text(entry.prefix) + " again");
-            return true;
+            return;
         }
-        seen[found->row] = true;
-        if (work.removed[found->row]) {
+        seen[placed->row] = true;
+        if (work.rows[placed->row] != RowState::standing) {
             work.differs(to_text(entry.prefix) + " was deleted and still stands");
         } else if (reads_equal(work, handle, entry)) {
             ++equal;
         }
         work.run.progress.step();
-        return true;
     });
     for (std::size_t row = 0; row < seen.size(); ++row) {
-        if (!seen[row] && !work.removed[row]) {
+        if (!seen[row] && work.rows[row] == RowState::standing) {
             work.differs("the walk leaves out " + to_text(work.entries[row].prefix));
         }
     }
@@ -148,35 +70,48 @@ std::size_t check_standing(Work& work) {
 
 void check_gone(Work& work) {
     for (std::size_t row = 0; row < work.entries.size(); ++row) {
-        if (!work.removed[row]) {
+        if (work.rows[row] == RowState::standing) {
             continue;
         }
         const Entry& entry = work.entries[row];
         pd_entry handle = 0;
         const pd_status status = work.table.find(work.run.device, entry, handle);
-        if (status == PD_STATUS_OK) {
-            ++work.tally.calls;
+        if (!work.done_unless(VL_MODEL_NOT_FOUND, status, "looking for", entry)) {
             work.differs(to_text(entry.prefix) + " was deleted and is still found");
-        } else if (status == VL_MODEL_NOT_FOUND) {
-            ++work.tally.calls;
-        } else {
-            work.done(status, "looking for", entry);
         }
         work.run.progress.step();
     }
 }
 
+std::size_t count_rows(const Run& run, RowState state) {
+    std::size_t count = 0;
+    for (const std::vector<RowState>& rows : run.rows) {
+        count += static_cast<std::size_t>(std::ranges::count(rows, state));
+    }
+    return count;
+}
+
 } // namespace
 
-void program(Run& run) {
-    run.progress.begin_phase("programming", entry_count(run.plan));
+void program(Run& run, unsigned load) {
+    std::size_t count = 0;
+    for (const std::vector<Entry>& entries : run.plan.tables) {
+        count += static_cast<std::size_t>(std::ranges::count(entries, load, &Entry::load));
+    }
+    run.progress.begin_phase(load == 0 ? "programming" : "going on programming", count);
+    add_groups(run, load); // before the routes that lead to them
     for (std::size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.placed.reserve(work.entries.size());
         for (std::uint32_t row = 0; row < work.entries.size(); ++row) {
+            const Entry& entry = work.entries[row];
+            if (entry.load != load) {
+                continue;
+            }
             pd_entry handle = 0;
-            work.done(work.table.add(run.device, work.entries[row], handle), "adding", work.entries[row]);
+            work.done(work.table.add(run.device, entry, handle), "adding", entry);
             work.placed.push_back({handle, row});
+            work.rows[row] = RowState::standing;
             ++work.tally.added;
             run.progress.step();
         }
@@ -185,7 +120,11 @@ void program(Run& run) {
 }
 
 void read_back(Run& run) {
-    run.progress.begin_phase("reading back", entry_count(run.plan));
+    run.progress.begin_phase("reading back", count_rows(run, RowState::standing));
+    const EcmpTallies equal = learn_groups(run);
+    run.ecmp.entries.read_equal = equal.entries.read_equal;
+    run.ecmp.groups.read_equal = equal.groups.read_equal;
+    run.ecmp.members.read_equal = equal.members.read_equal;
     for (std::size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.tally.read_equal = check_standing(work);
@@ -193,26 +132,31 @@ void read_back(Run& run) {
 }
 
 void remove_every_second(Run& run) {
-    run.removed = select_every_second(run.plan);
+    const Selection selection = select_every_second(run.plan);
     std::size_t count = 0;
-    for (const std::vector<bool>& marks : run.removed) {
+    for (const std::vector<bool>& marks : selection) {
         count += static_cast<std::size_t>(std::ranges::count(marks, true));
     }
     run.progress.begin_phase("removing", count);
     for (std::size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         for (std::size_t row = 0; row < work.entries.size(); ++row) {
-            if (work.removed[row]) {
+            if (selection[i][row] && work.rows[row] == RowState::standing) {
                 work.done(work.table.remove(run.device, work.entries[row]), "deleting", work.entries[row]);
+                work.rows[row] = RowState::deleted;
                 ++work.tally.deleted;
                 run.progress.step();
             }
         }
     }
+    remove_groups_without_routes(run); // behind the routes that led to them
 }
 
 void verify_rest(Run& run) {
-    run.progress.begin_phase("verifying", entry_count(run.plan));
+    run.progress.begin_phase("verifying", count_rows(run, RowState::standing) + count_rows(run, RowState::aged) +
+                                              count_rows(run, RowState::deleted));
+    learn_groups(run);
+    check_groups_gone(run);
     for (std::size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         check_standing(work);
@@ -221,6 +165,7 @@ void verify_rest(Run& run) {
 }
 
 void count_left(Run& run) {
+    count_groups_left(run);
     for (std::size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.tally.left = driver_count(work);
@@ -230,14 +175,13 @@ void count_left(Run& run) {
 bool all_as_meant(const Run& run) {
     for (std::size_t i = 0; i < table_count; ++i) {
         const Tally& tally = run.tallies[i];
-        const std::size_t planned = run.plan[i].size();
+        const std::size_t planned = run.plan.tables[i].size();
         if (tally.differences != 0 || tally.added != planned || tally.read_equal != planned ||
-            tally.deleted != static_cast<std::size_t>(std::ranges::count(run.removed[i], true)) ||
-            tally.left != planned - tally.deleted) {
+            tally.left + tally.deleted + tally.aged != planned) {
             return false;
         }
     }
-    return true;
+    return groups_as_meant(run);
 }
 
 } // namespace route_agent

@@ -1,49 +1,31 @@
-// The agent's work on the switch, in phases that follow each other: program, read back, remove, verify. A phase throws
-// Refused where the driver refuses what it should do; what it does otherwise than meant is counted as a difference.
+// The agent's work on the switch, in phases that follow each other. A phase throws Refused where the driver refuses
+// what it should do; what it does otherwise than meant is counted as a difference.
 #pragma once
 
-#include <chrono>
-#include <cstdint>
-#include <vector>
-
-#include "route_agent/device.h"
-#include "route_agent/plan.h"
-#include "route_agent/progress.h"
+#include "route_agent/run.h"
 
 namespace route_agent {
 
-// What came of one table.
-struct Tally {
-    std::size_t added = 0;
-    std::size_t read_equal = 0; // right after programming
-    std::size_t deleted = 0;
-    std::size_t left = 0;        // entries that the driver counts at the end
-    std::size_t differences = 0; // in all phases
-    std::size_t calls = 0;
-    std::chrono::steady_clock::duration busy{}; // in the phases' loops over this table
-};
+// Adds the ECMP groups and the entries of a load.
+void program(Run& run, unsigned load);
 
-// Where the driver put an entry of the plan.
-struct Placed {
-    pd_entry handle;
-    std::uint32_t row;
-};
+// How the library's shadow of the ECMP profile comes back: from the device state that the driver logged before, or from
+// the driver's tables.
+enum class RestoreBy : std::uint8_t { log, replay };
 
-struct Run {
-    const Device& device;
-    const Plan& plan;
-    Progress& progress;
-    PerTable<Tally> tallies{};
-    PerTable<std::vector<Placed>> placed{}; // by handle
-    Selection removed = select_none(plan);
-};
+// The agent starts again on a switch that goes on: neither it nor the library knows what stands there. Restores what
+// both need to go on, and checks it against the plan.
+void restart(Run& run, RestoreBy by);
 
-// Adds all entries of the plan.
-void program(Run& run);
-// Walks every table and reads all entries.
+// Walks every table and reads all entries, groups and members.
 void read_back(Run& run);
-// Removes every second route by key, and the partitions that became empty.
+
+// Lets idle time run on the host routes, with packets for most of them, and removes those that the driver calls idle.
+void age_hosts(Run& run);
+
+// Removes every second route by key, the partitions that became empty, and the groups that nothing leads to any more.
 void remove_every_second(Run& run);
+
 // Counts, walks and reads again what is left, and looks for every key that was removed.
 void verify_rest(Run& run);
 

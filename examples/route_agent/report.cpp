@@ -1,6 +1,7 @@
 // Lays the report out in columns of fixed width, which a device's worth of entries doesn't exceed.
 #include "route_agent/report.h"
 
+#include <array>
 #include <iomanip>
 
 #include "route_agent/route_tables.h"
@@ -15,33 +16,53 @@ std::string rate(const Tally& tally) {
                : grouped(static_cast<std::size_t>(static_cast<double>(tally.calls) / seconds));
 }
 
-void print_row(std::ostream& out, const char* name, const std::string& added, const std::string& read_equal,
-               const std::string& deleted, const std::string& left, const std::string& rate_text) {
-    out << std::left << std::setw(24) << name << std::right << std::setw(12) << added << std::setw(12) << read_equal
-        << std::setw(12) << deleted << std::setw(12) << left << std::setw(14) << rate_text << '\n';
+void print_row(std::ostream& out, const char* name, const std::array<std::string, 5>& counts,
+               const std::string& rate_text) {
+    out << std::left << std::setw(24) << name << std::right;
+    for (const std::string& count : counts) {
+        out << std::setw(12) << count;
+    }
+    out << std::setw(14) << rate_text << '\n';
 }
 
 void print_row(std::ostream& out, const char* name, const Tally& tally) {
-    print_row(out, name, grouped(tally.added), grouped(tally.read_equal), grouped(tally.deleted), grouped(tally.left),
+    print_row(out, name,
+              {grouped(tally.added), grouped(tally.read_equal), grouped(tally.aged), grouped(tally.deleted),
+               grouped(tally.left)},
               rate(tally));
+}
+
+void add(Tally& total, const Tally& tally) {
+    total.added += tally.added;
+    total.read_equal += tally.read_equal;
+    total.aged += tally.aged;
+    total.deleted += tally.deleted;
+    total.left += tally.left;
+    total.calls += tally.calls;
+    total.busy += tally.busy;
+}
+
+Tally without_calls(Tally tally) {
+    tally.calls = 0;
+    return tally;
 }
 
 } // namespace
 
-void print_report(std::ostream& out, const PerTable<Tally>& tallies) {
-    print_row(out, "table", "added", "read equal", "deleted", "left", "calls/s");
+void print_report(std::ostream& out, const Run& run) {
+    print_row(out, "table", {"added", "read equal", "aged", "deleted", "left"}, "calls/s");
     Tally total;
     for (std::size_t i = 0; i < table_count; ++i) {
-        const Tally& tally = tallies[i];
-        print_row(out, route_table(static_cast<TableId>(i)).name, tally);
-        total.added += tally.added;
-        total.read_equal += tally.read_equal;
-        total.deleted += tally.deleted;
-        total.left += tally.left;
-        total.calls += tally.calls;
-        total.busy += tally.busy;
+        print_row(out, route_table(static_cast<TableId>(i)).name, run.tallies[i]);
+        add(total, run.tallies[i]);
     }
+    Tally ecmp_group = run.ecmp.entries;
+    ecmp_group.calls += run.ecmp.groups.calls + run.ecmp.members.calls;
+    print_row(out, "ecmpGroup", ecmp_group);
+    add(total, ecmp_group);
     print_row(out, "total", total);
+    print_row(out, "ECMP groups", without_calls(run.ecmp.groups));
+    print_row(out, "ECMP members", without_calls(run.ecmp.members));
 }
 
 } // namespace route_agent

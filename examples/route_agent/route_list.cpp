@@ -5,7 +5,6 @@
 #include <unordered_map>
 
 #include "route_agent/line_reader.h"
-#include "route_agent/table_choice.h"
 
 namespace route_agent {
 namespace {
@@ -48,7 +47,7 @@ std::string parse_prefix(std::string_view word, Prefix& prefix) {
     return {};
 }
 
-std::string parse_next_hop(std::string_view word, const Prefix& prefix, std::uint32_t& next_hop) {
+std::string parse_next_hop(std::string_view word, std::uint32_t& next_hop) {
     if (word.empty()) {
         return "no next hop behind the prefix";
     }
@@ -58,9 +57,6 @@ std::string parse_next_hop(std::string_view word, const Prefix& prefix, std::uin
     }
     if (parsed == Parsed::too_large) {
         return "next hop " + quoted(word) + " doesn't fit 32 bits";
-    }
-    if (next_hop > highest_next_hop(table_for(prefix))) {
-        return "next hop " + quoted(word) + " doesn't fit the 16 bits that IPv6 prefixes of /65 to /127 have for it";
     }
     return {};
 }
@@ -84,7 +80,7 @@ RouteLine parse_route_line(std::string_view line) {
     Route route;
     std::string reason = parse_prefix(prefix_word, route.prefix);
     if (reason.empty()) {
-        reason = parse_next_hop(take_word(line), route.prefix, route.next_hop);
+        reason = parse_next_hop(take_word(line), route.next_hop);
     }
     if (reason.empty()) {
         if (const std::string_view trailing = take_word(line); !trailing.empty()) {

@@ -26,13 +26,26 @@ struct Ipv6PrefixKey {
     }
 };
 
-// Actions with a next hop and nothing else. Lists were checked against the width that it has.
+// The route leads to an ECMP group.
+struct EcmpAction {
+    using Action = p4_pd_velmar_switch_setEcmp_action_spec_t;
+    static Action action(const Entry& entry) {
+        return {.action_ecmpGroup = entry.group};
+    }
+    static void take_action(const Action& action, Content& content) {
+        content.ecmp_group = action.action_ecmpGroup;
+    }
+    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setEcmp;
+};
+
+// In tables that know next hops alone the route leads to the next hop with the group's number, and this one to the
+// group.
 template <class ActionRecord>
 struct NextHopAction {
     using Action = ActionRecord;
     static Action action(const Entry& entry) {
         Action action{};
-        action.action_nextHop = static_cast<decltype(action.action_nextHop)>(entry.next_hop);
+        action.action_nextHop = entry.group;
         return action;
     }
     static void take_action(const Action& action, Content& content) {
@@ -58,7 +71,7 @@ struct PartitionAction {
     }
 };
 
-struct Ipv4Host : NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
+struct Ipv4Host : EcmpAction {
     using Key = p4_pd_velmar_switch_ipv4Host_match_spec_t;
     static Key key(std::uint8_t vrf, const Entry& entry) {
         return {.l3Info_vrfId = vrf, .ingIpv4_dip = to_ipv4(entry.prefix.address)};
@@ -69,8 +82,7 @@ struct Ipv4Host : NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
     }
 
     static constexpr const char* name = "ipv4Host";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setNextHop;
-    static constexpr auto add = p4_pd_velmar_switch_ipv4Host_table_add_with_setNextHop;
+    static constexpr auto add = p4_pd_velmar_switch_ipv4Host_table_add_with_setEcmp;
     static constexpr auto find = p4_pd_velmar_switch_ipv4Host_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv4Host_table_delete_by_match_spec;
     static constexpr auto read = p4_pd_velmar_switch_ipv4Host_get_entry;
@@ -79,7 +91,7 @@ struct Ipv4Host : NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
     static constexpr auto next = p4_pd_velmar_switch_ipv4Host_get_next_entry_handles;
 };
 
-struct Ipv4ShortMaskLpm : NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
+struct Ipv4ShortMaskLpm : EcmpAction {
     using Key = p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t;
     static Key key(std::uint8_t vrf, const Entry& entry) {
         return {.l3Info_vrfId = vrf,
@@ -93,8 +105,7 @@ struct Ipv4ShortMaskLpm : NextHopAction<p4_pd_velmar_switch_setNextHop_action_sp
     }
 
     static constexpr const char* name = "ipv4ShortMaskLpm";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setNextHop;
-    static constexpr auto add = p4_pd_velmar_switch_ipv4ShortMaskLpm_table_add_with_setNextHop;
+    static constexpr auto add = p4_pd_velmar_switch_ipv4ShortMaskLpm_table_add_with_setEcmp;
     static constexpr auto find = p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv4ShortMaskLpm_table_delete_by_match_spec;
     static constexpr auto read = p4_pd_velmar_switch_ipv4ShortMaskLpm_get_entry;
@@ -151,7 +162,7 @@ struct Ipv4Partition0 : PartitionAction<p4_pd_velmar_switch_setIpv4PrtResultXFir
     static constexpr auto next = p4_pd_velmar_switch_ipv4Partition0_get_next_entry_handles;
 };
 
-struct Ipv6Host : NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
+struct Ipv6Host : EcmpAction {
     using Key = p4_pd_velmar_switch_ipv6Host_match_spec_t;
     static Key key(std::uint8_t vrf, const Entry& entry) {
         Key key{};
@@ -165,8 +176,7 @@ struct Ipv6Host : NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
     }
 
     static constexpr const char* name = "ipv6Host";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setNextHop;
-    static constexpr auto add = p4_pd_velmar_switch_ipv6Host_table_add_with_setNextHop;
+    static constexpr auto add = p4_pd_velmar_switch_ipv6Host_table_add_with_setEcmp;
     static constexpr auto find = p4_pd_velmar_switch_ipv6Host_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv6Host_table_delete_by_match_spec;
     static constexpr auto read = p4_pd_velmar_switch_ipv6Host_get_entry;
@@ -175,11 +185,9 @@ struct Ipv6Host : NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
     static constexpr auto next = p4_pd_velmar_switch_ipv6Host_get_next_entry_handles;
 };
 
-struct Ipv6ShortMaskLpm : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6ShortMaskLpm_match_spec_t>,
-                          NextHopAction<p4_pd_velmar_switch_setNextHop_action_spec_t> {
+struct Ipv6ShortMaskLpm : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6ShortMaskLpm_match_spec_t>, EcmpAction {
     static constexpr const char* name = "ipv6ShortMaskLpm";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setNextHop;
-    static constexpr auto add = p4_pd_velmar_switch_ipv6ShortMaskLpm_table_add_with_setNextHop;
+    static constexpr auto add = p4_pd_velmar_switch_ipv6ShortMaskLpm_table_add_with_setEcmp;
     static constexpr auto find = p4_pd_velmar_switch_ipv6ShortMaskLpm_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv6ShortMaskLpm_table_delete_by_match_spec;
     static constexpr auto read = p4_pd_velmar_switch_ipv6ShortMaskLpm_get_entry;
@@ -190,18 +198,18 @@ struct Ipv6ShortMaskLpm : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6ShortMaskLpm_mat
 
 // Gives the route itself; partition 0 stands for no look-up behind it.
 struct Ipv6Partition : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6Partition_match_spec_t> {
-    using Action = p4_pd_velmar_switch_setIpv6PrtIdxNextHop_action_spec_t;
+    using Action = p4_pd_velmar_switch_setIpv6PrtIdxEcmp_action_spec_t;
     static Action action(const Entry& entry) {
-        return {.action_partitionIndex = 0, .action_nextHop = entry.next_hop};
+        return {.action_partitionIndex = 0, .action_ecmpGroup = entry.group};
     }
     static void take_action(const Action& action, Content& content) {
         content.partition = action.action_partitionIndex;
-        content.next_hop = action.action_nextHop;
+        content.ecmp_group = action.action_ecmpGroup;
     }
 
     static constexpr const char* name = "ipv6Partition";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setIpv6PrtIdxNextHop;
-    static constexpr auto add = p4_pd_velmar_switch_ipv6Partition_table_add_with_setIpv6PrtIdxNextHop;
+    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setIpv6PrtIdxEcmp;
+    static constexpr auto add = p4_pd_velmar_switch_ipv6Partition_table_add_with_setIpv6PrtIdxEcmp;
     static constexpr auto find = p4_pd_velmar_switch_ipv6Partition_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv6Partition_table_delete_by_match_spec;
     static constexpr auto read = p4_pd_velmar_switch_ipv6Partition_get_entry;
@@ -357,7 +365,8 @@ std::string to_text(const Content& content) {
     text += " under " + std::to_string(content.scope) + ", " + (action != nullptr ? action : "an unknown action");
     text += " (pri " + std::to_string(content.result_priority) + ", partition " + std::to_string(content.partition);
     text += ", next-hop table " + std::to_string(content.next_hop_table);
-    return text + ", next hop " + std::to_string(content.next_hop) + ")";
+    text += ", next hop " + std::to_string(content.next_hop);
+    return text + ", ECMP group " + std::to_string(content.ecmp_group) + ")";
 }
 
 } // namespace route_agent

@@ -22,6 +22,7 @@ struct Content {
     unsigned partition = 0;
     unsigned next_hop_table = 0;
     std::uint32_t next_hop = 0;
+    std::uint32_t ecmp_group = 0;
 
     friend bool operator==(const Content&, const Content&) = default;
 };

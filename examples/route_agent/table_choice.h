@@ -48,6 +48,9 @@ inline constexpr TwoLevels two_level_schemes[] = {
 // Partitions are numbered with 16 bits.
 inline constexpr std::size_t max_partitions = 65536;
 
+// ECMP groups are numbered from 1 with the 10 bits of a next hop that choose one.
+inline constexpr std::size_t max_ecmp_groups = 1023;
+
 constexpr TableId table_for(const Prefix& prefix) {
     if (prefix.family == Family::ipv4) {
         return prefix.length <= 12   ? TableId::ipv4ShortMaskLpm
@@ -58,10 +61,6 @@ constexpr TableId table_for(const Prefix& prefix) {
            : prefix.length <= 64  ? TableId::ipv6Partition
            : prefix.length <= 127 ? TableId::ipv6LgMaskFinalResolve0
                                   : TableId::ipv6Host;
-}
-
-constexpr std::uint32_t highest_next_hop(TableId table) {
-    return table == TableId::ipv6LgMaskFinalResolve0 ? 0xFFFF : 0xFFFFFFFF;
 }
 
 } // namespace route_agent

@@ -8,8 +8,14 @@
 #include <cstddef>
 #include <utility>
 
+// Under a sanitizer, where nobody asks for speed, the compiler may choose: that halves the time of the build.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define VL_INLINE inline
+#define VL_INLINE_LAMBDA
+#else
 #define VL_INLINE [[gnu::always_inline]] inline
 #define VL_INLINE_LAMBDA __attribute__((always_inline))
+#endif
 
 namespace vl_pd {
 

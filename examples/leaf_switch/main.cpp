@@ -1,0 +1,19 @@
+// The command leaf_switch: brings the switch up, tells what stands, and takes it down. Exits with 1 if a step is
+// refused.
+#include <exception>
+#include <iostream>
+
+#include "leaf_switch/leaf_switch.h"
+
+int main() {
+    try {
+        leaf_switch::Leaf leaf = leaf_switch::bring_up();
+        leaf_switch::print_summary(leaf, std::cout);
+        leaf_switch::shut_down(leaf);
+        std::cout << "All is taken down again, and the tables are empty." << std::endl;
+        return 0;
+    } catch (const std::exception& error) {
+        std::cerr << "leaf_switch: " << error.what() << '\n';
+        return 1;
+    }
+}

@@ -1,0 +1,173 @@
+// Reading back: how many entries stand where, who is in a group, and what an entry and a default entry say.
+#include <cstring>
+#include <iomanip>
+#include <span>
+
+#include "leaf_switch/steps.h"
+#include "leaf_switch/topology.h"
+
+namespace leaf_switch {
+namespace {
+
+struct Counted {
+    const char* name;
+    pd_status (*count)(pd_session, pd_dev_tgt, std::uint32_t*);
+};
+
+// In the pipeline's order. A table that a step fills belongs here, or the shutdown can't tell that it is empty.
+constexpr Counted counted[] = {
+    {"ingressPortMapping", p4_pd_velmar_switch_ingressPortMapping_get_entry_count},
+    {"l2DomainLookup", p4_pd_velmar_switch_l2DomainLookup_get_entry_count},
+    {"untaggedPktToL3", p4_pd_velmar_switch_untaggedPktToL3_get_entry_count},
+    {"taggedPktToL3", p4_pd_velmar_switch_taggedPktToL3_get_entry_count},
+    {"vlanProperties", p4_pd_velmar_switch_vlanProperties_get_entry_count},
+    {"l3DmacCheck", p4_pd_velmar_switch_l3DmacCheck_get_entry_count},
+    {"l2LearningLookup", p4_pd_velmar_switch_l2LearningLookup_get_entry_count},
+    {"haloPaclCrlId", p4_pd_velmar_switch_haloPaclCrlId_get_entry_count},
+    {"haloXformDstPort", p4_pd_velmar_switch_haloXformDstPort_get_entry_count},
+    {"ipv4Host", p4_pd_velmar_switch_ipv4Host_get_entry_count},
+    {"l2Lookup", p4_pd_velmar_switch_l2Lookup_get_entry_count},
+    {"l2LookupMiss", p4_pd_velmar_switch_l2LookupMiss_get_entry_count},
+    {"haloKeyMaskForRow1Stage2", p4_pd_velmar_switch_haloKeyMaskForRow1Stage2_get_entry_count},
+    {"haloRow1Stage2", p4_pd_velmar_switch_haloRow1Stage2_get_entry_count},
+    {"ipv4ShortMaskLpm", p4_pd_velmar_switch_ipv4ShortMaskLpm_get_entry_count},
+    {"ecmpHashSelection", p4_pd_velmar_switch_ecmpHashSelection_get_entry_count},
+    {"trapToCpu", p4_pd_velmar_switch_trapToCpu_get_entry_count},
+    {"ecmpGroup", p4_pd_velmar_switch_ecmpGroup_get_entry_count},
+    {"routerNextHop0", p4_pd_velmar_switch_routerNextHop0_get_entry_count},
+    {"nextHop0", p4_pd_velmar_switch_nextHop0_get_entry_count},
+    {"haloCounters", p4_pd_velmar_switch_haloCounters_get_entry_count},
+    {"lagGroup", p4_pd_velmar_switch_lagGroup_get_entry_count},
+    {"finalDropControl", p4_pd_velmar_switch_finalDropControl_get_entry_count},
+    {"members of ecmpMemberActionProfile", p4_pd_velmar_switch_ecmpMemberActionProfile_get_act_prof_entry_count},
+    {"groups of ecmpMemberActionProfile", p4_pd_velmar_switch_ecmpMemberActionProfile_get_selector_group_count},
+    {"members of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_act_prof_entry_count},
+    {"groups of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_selector_group_count},
+};
+
+// The three functions of a profile by which a group is read.
+struct Profile {
+    const char* name;
+    pd_status (*first)(pd_session, pd_device, pd_group, pd_member*);
+    pd_status (*next)(pd_session, pd_device, pd_group, pd_member, std::uint32_t, pd_member*);
+    pd_status (*read)(pd_session, pd_device, pd_member, std::uint32_t, void*);
+};
+
+constexpr Profile ecmp_profile = {"the ECMP group", p4_pd_velmar_switch_ecmpMemberActionProfile_get_first_group_member,
+                                  p4_pd_velmar_switch_ecmpMemberActionProfile_get_next_group_members,
+                                  p4_pd_velmar_switch_ecmpMemberActionProfile_get_member};
+constexpr Profile lag_profile = {"the LAG", p4_pd_velmar_switch_lagPortActionProfile_get_first_group_member,
+                                 p4_pd_velmar_switch_lagPortActionProfile_get_next_group_members,
+                                 p4_pd_velmar_switch_lagPortActionProfile_get_member};
+
+std::vector<pd_member> members_of(const Leaf& leaf, const Profile& profile, pd_group group) {
+    pd_member first = 0;
+    expect(std::string("finding the first member of ") + profile.name,
+           profile.first(leaf.session, leaf.target.dev_id, group, &first));
+    std::vector<pd_member> members = {first};
+    // A walk goes on from the last handle that it has, and ends at the first PD_HDL_END.
+    for (;;) {
+        pd_member more[4] = {};
+        expect(std::string("finding more members of ") + profile.name,
+               profile.next(leaf.session, leaf.target.dev_id, group, members.back(), std::size(more), more));
+        for (const pd_member member : more) {
+            if (member == PD_HDL_END) return members;
+            members.push_back(member);
+        }
+    }
+}
+
+template <class Spec>
+std::vector<Spec> read_members(const Leaf& leaf, const Profile& profile, pd_group group) {
+    std::vector<Spec> specs;
+    for (const pd_member member : members_of(leaf, profile, group)) {
+        pd_action_record record = {};
+        expect(std::string("reading a member of ") + profile.name,
+               profile.read(leaf.session, leaf.target.dev_id, member, 0, &record));
+        Spec spec = {};
+        std::memcpy(&spec, record.spec, sizeof spec);
+        specs.push_back(spec);
+    }
+    return specs;
+}
+
+std::string dotted(std::uint32_t address) {
+    std::string text;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        text += std::to_string(address >> shift & 0xFF) + (shift > 0 ? "." : "");
+    }
+    return text;
+}
+
+void print_list(std::ostream& out, const char* title, std::span<const std::uint32_t> numbers) {
+    out << title;
+    for (const std::uint32_t number : numbers) {
+        out << ' ' << number;
+    }
+    out << '\n';
+}
+
+void print_host_route(const Leaf& leaf, const Host& host, std::ostream& out) {
+    // An entry is found by its key, and read by the handle that this gives.
+    p4_pd_velmar_switch_ipv4Host_match_spec_t key = {.l3Info_vrfId = vrf, .ingIpv4_dip = host.address};
+    const std::string name = std::string("the route to ") + host.name;
+    pd_entry entry = 0;
+    expect("finding " + name,
+           p4_pd_velmar_switch_ipv4Host_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry));
+    char action[61] = {};
+    p4_pd_velmar_switch_setNextHop_action_spec_t hop = {};
+    std::uint8_t is_default = 0;
+    expect("reading " + name, p4_pd_velmar_switch_ipv4Host_get_entry(leaf.session, leaf.target.dev_id, entry, 0, &key,
+                                                                     action, &hop, nullptr, &is_default));
+    out << "ipv4Host, " << dotted(key.ingIpv4_dip) << " in VRF " << unsigned{key.l3Info_vrfId} << ": " << action << ' '
+        << hop.action_nextHop << '\n';
+}
+
+void print_last_decision(const Leaf& leaf, std::ostream& out) {
+    pd_action_record record = {};
+    expect("reading the last decision",
+           p4_pd_velmar_switch_finalDropControl_table_get_default_entry(leaf.session, leaf.target, 0, &record));
+    out << "finalDropControl, by default: " << p4_pd_velmar_switch_action_enum_to_string(record.action_id) << '\n';
+}
+
+} // namespace
+
+std::vector<TableCount> table_counts(const Leaf& leaf) {
+    std::vector<TableCount> counts;
+    for (const Counted& table : counted) {
+        std::uint32_t count = 0;
+        expect(std::string("counting ") + table.name, table.count(leaf.session, leaf.target, &count));
+        counts.push_back({table.name, count});
+    }
+    return counts;
+}
+
+std::vector<std::uint32_t> spine_next_hops(const Leaf& leaf) {
+    std::vector<std::uint32_t> hops;
+    for (const auto& spec :
+         read_members<p4_pd_velmar_switch_setEcmpNextHop_action_spec_t>(leaf, ecmp_profile, leaf.spines)) {
+        hops.push_back(spec.action_nextHop);
+    }
+    return hops;
+}
+
+std::vector<std::uint32_t> lag_ports_in_use(const Leaf& leaf) {
+    std::vector<std::uint32_t> ports;
+    for (const auto& spec : read_members<p4_pd_velmar_switch_setLagPort_action_spec_t>(leaf, lag_profile, leaf.lag)) {
+        ports.push_back(spec.action_egrL2AintfPort);
+    }
+    return ports;
+}
+
+void print_summary(const Leaf& leaf, std::ostream& out) {
+    out << "What stands:\n";
+    for (const TableCount& table : table_counts(leaf)) {
+        out << "  " << std::left << std::setw(36) << table.name << std::right << std::setw(3) << table.count << '\n';
+    }
+    print_list(out, "ECMP group, next hops:", spine_next_hops(leaf));
+    print_list(out, "LAG, ports:", lag_ports_in_use(leaf));
+    print_host_route(leaf, hosts[0], out);
+    print_last_decision(leaf, out);
+}
+
+} // namespace leaf_switch

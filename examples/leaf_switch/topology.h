@@ -1,0 +1,77 @@
+// What is plugged into the leaf, and the numbers that the switch's administrator is free to choose.
+//
+//   ports 1 to 4     servers, untagged in VLAN 10
+//   ports 5 and 6    LAG 1 to a storage box, tagged in VLANs 10 and 20
+//   ports 49 and 50  uplinks to two spines, routed
+#pragma once
+
+#include <cstdint>
+
+namespace leaf_switch {
+
+// Tables match a MAC address as two halves.
+struct Mac {
+    std::uint32_t oui;
+    std::uint32_t station;
+};
+
+inline constexpr std::uint32_t all_of_half = 0xFFFFFF; // the mask that matches such a half whole
+inline constexpr Mac broadcast_mac = {0xFFFFFF, 0xFFFFFF};
+inline constexpr Mac router_mac = {0x020000, 0x000001};
+
+constexpr std::uint32_t ipv4(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+    return a << 24 | b << 16 | c << 8 | d;
+}
+
+inline constexpr std::uint16_t server_vlan = 10;
+inline constexpr std::uint16_t storage_vlan = 20;
+inline constexpr std::uint16_t no_vlan = 0;
+
+inline constexpr std::uint16_t server_ports[] = {1, 2, 3, 4};
+inline constexpr std::uint16_t lag_ports[] = {5, 6};
+inline constexpr std::uint16_t cpu_port = 64;
+
+// An interface is where frames come in and leave. A port's interface has the port's number; the top four of the 20 bits
+// are 0 there and tell other kinds, of which this switch has LAGs alone.
+inline constexpr std::uint32_t all_of_interface = 0xFFFFF;
+inline constexpr std::uint32_t interface_kind = 0xF0000;
+inline constexpr std::uint32_t lag_interface = 0x20001;
+
+// The LAG's ports share a virtual port: whatever comes in by either came in by the LAG.
+inline constexpr std::uint16_t lag_virtual_port = 0x201;
+
+inline constexpr std::uint8_t vrf = 1;
+inline constexpr std::uint32_t switch_address = ipv4(10, 0, 10, 1);
+
+// ECMP groups and next hops are numbered from one space, so a group must not have a next hop's number.
+inline constexpr std::uint32_t spines_ecmp = 200;
+
+// A routed port is a VLAN of its own that no other port is in.
+struct Uplink {
+    std::uint16_t port;
+    std::uint16_t own_vlan;
+    std::uint32_t next_hop;
+    Mac spine;
+};
+
+inline constexpr Uplink uplinks[] = {
+    {49, 4001, 1, {0x020000, 0x00F001}},
+    {50, 4002, 2, {0x020000, 0x00F002}},
+};
+
+struct Host {
+    const char* name;
+    std::uint32_t address;
+    Mac mac;
+    std::uint16_t vlan;
+    std::uint32_t interface;
+    std::uint32_t next_hop;
+};
+
+inline constexpr Host hosts[] = {
+    {"server 1", ipv4(10, 0, 10, 11), {0x020000, 0x000011}, server_vlan, 1, 101},
+    {"server 2", ipv4(10, 0, 10, 12), {0x020000, 0x000012}, server_vlan, 2, 102},
+    {"the storage box", ipv4(10, 0, 20, 21), {0x020000, 0x000021}, storage_vlan, lag_interface, 103},
+};
+
+} // namespace leaf_switch
