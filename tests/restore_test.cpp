@@ -1,0 +1,150 @@
+// The shadow after a restart of the agent: from the device state log, and row by row in a replay, with rows that no
+// good replay has.
+#include "support/profiles.h"
+
+#include <memory>
+
+namespace {
+
+using namespace support;
+using vl_model::Call;
+
+class Restore : public ProfileTest {
+protected:
+    // Hands a row to the library. Its session is no open one: only the shadow is asked.
+    static constexpr pd_session row_session = 0x55;
+    void row(std::uint32_t data_table, std::uint32_t action_hdl, pd_group group, pd_member member,
+             std::uint32_t resource_count, const Lines& expected) {
+        calls();
+        const vl_model_row passed = {row_session, device, data_table, action_hdl, group, member, resource_count};
+        EXPECT_EQ(vl_model_replay_row(&passed), VL_MODEL_OK);
+        expect_calls(expected);
+    }
+};
+
+TEST_F(Restore, FiveWordsReachTheDriverWhole) {
+    for (const std::uint64_t i : {1u, 2u, 3u, 4u, 5u})
+        names["a" + std::to_string(i)] = 0x1111111111111111 * i;
+    expect_forwarded("restore_virtual_dev_state", "a1 a2 a3 a4 a5",
+                     "pipe_mgr_hitless_ha_restore_virtual_dev_state a1 a2 a3 a4 a5 *");
+}
+
+TEST_F(Restore, TheAgentGoesOnAfterALogAndAfterAReplay) {
+    struct Kept {
+        pd_member first, second, spare;
+        pd_group group;
+    };
+    std::vector<Kept> kept;
+    for_profiles([&] {
+        const pd_member first = add_member(0), second = add_member(1), spare = add_member(0);
+        kept.push_back({first, second, spare, add_group({second, first})});
+    });
+    const Bytes key(8);
+    names["key"] = word(key.data());
+    for (const bool by_log : {true, false}) {
+        SCOPED_TRACE(by_log ? "log" : "replay");
+        const auto modify_with_second = [&](pd_member member) {
+            names["mbr"] = member;
+            return run(std::string("modify_member_with_") + action(1).action, "sess dev mbr");
+        };
+        const std::unique_ptr<char, decltype(&std::free)> log(vl_model_state_log(device), &std::free);
+        ASSERT_EQ(vl_model_device_state_drop(device), VL_MODEL_OK);
+        auto old = kept.begin();
+        for_profiles([&] { EXPECT_EQ(modify_with_second(old++->second), VL_MODEL_NOT_FOUND) << "forgotten"; });
+        calls();
+        ASSERT_EQ(by_log ? vl_model_state_restore(device, log.get())
+                         : p4_pd_velmar_switch_restore_virtual_dev_state(device, session, 0, 0, 0),
+                  0u);
+        for (const std::string& function : functions_called())
+            EXPECT_TRUE(function.starts_with("p4_pd_ms_") || function.starts_with("pipe_mgr_hitless")) << function;
+
+        old = kept.begin();
+        for_profiles([&] {
+            Kept& was = *old++;
+            // The log knows who joined last. A replay goes by handles.
+            EXPECT_EQ(action_of_group(was.group), action(by_log ? 0 : 1).handle);
+            EXPECT_EQ(modify_with_second(was.second), 0u);
+            EXPECT_EQ(modify_with_second(was.first), PD_STATUS_MISMATCH);
+            const pd_member added = add_member(1);
+            EXPECT_EQ(modify_with_second(added), 0u);
+            names["grp"] = was.group;
+            names["mbr"] = was.spare;
+            EXPECT_EQ(run("add_member_to_group", "sess dev grp mbr"), 0u);
+            names["mbr"] = added;
+            EXPECT_EQ(run("add_member_to_group", "sess dev grp mbr"), 0u);
+            pd_entry entry = 0;
+            names["out"] = word(&entry);
+            names["prio"] = profile->table == std::string("lagGroup") ? std::optional(1) : std::nullopt;
+            EXPECT_EQ(run_on_table("add_entry_with_selector", "sess tgt key prio grp out"), 0u);
+            EXPECT_EQ(calls().back().args[4], action(1).handle);
+            names["entry"] = entry;
+            EXPECT_EQ(run_on_table("table_delete", "sess dev entry"), 0u);
+            EXPECT_EQ(run("del_group", "sess dev grp"), 0u) << "the shadow has the group, and says so";
+            EXPECT_EQ(run("del_member", "sess dev mbr"), 0u);
+            was.group = add_group({was.second, was.first});
+        });
+    }
+}
+
+TEST_F(Restore, Rows) {
+    constexpr pd_member member = 0x1005, unknown = 0x1006;
+    constexpr pd_group group = 0x2007;
+    names["sess"] = row_session;
+    names["mbr"] = member;
+    names["grp"] = group;
+    names["update"] = word(&p4_pd_ms_grp_update_res);
+    const std::string new_mbr = "p4_pd_ms_new_mbr sess state dev mbr",
+                      set_mbr = "p4_pd_ms_set_mbr_act state dev mbr own",
+                      new_grp = "p4_pd_ms_new_grp sess state dev grp",
+                      join = "p4_pd_ms_add_mbr_to_grp sess state dev mbr grp",
+                      ask = "p4_pd_ms_get_mbr_act state dev mbr *", set_grp = "p4_pd_ms_set_grp_act state dev grp own",
+                      apply = "p4_pd_ms_mbr_apply_to_grps state dev mbr update state",
+                      apply_0 = "p4_pd_ms_mbr_apply_to_grps state dev 0 update state",
+                      applied = "p4_pd_ms_grp_update_res dev grp mbr state"; // by the shadow, to the member's group
+    ASSERT_EQ(p4_pd_velmar_switch_restore_virtual_dev_state(device, session, 0, 0, 0), 0u);
+    for_profiles([&] {
+        const std::uint32_t adt = profile->data_table, own = action(0).handle;
+        names["own"] = own;
+        row(adt, own, 0, 0, 0, {});
+        row(adt, own, group, 0, 0, {new_grp});
+        // A membership that comes before its member stays, and nothing else of its row.
+        row(adt, own, group, member, 1, {join, ask});
+        EXPECT_EQ(action_of_group(group), 0u);
+        row(adt, own, group, unknown, 0,
+            {"p4_pd_ms_add_mbr_to_grp sess state dev 0x1006 grp", "p4_pd_ms_get_mbr_act state dev 0x1006 *"});
+        EXPECT_EQ(p4_pd_ms_del_mbr_from_grp(session, state(), device, unknown, group), 0u);
+        row(adt, own, 0, member, 0, {new_mbr, set_mbr});
+        row(adt, own, 0, member, 1, {new_mbr, set_mbr, apply, applied});
+        // The group takes the member's action, whatever the row says.
+        row(adt, 0x20000001, group, member, 1, {join, ask, set_grp});
+        EXPECT_EQ(action_of_group(group), own);
+
+        for (const catalog::Profile& other : catalog::profiles) {
+            for (const catalog::Binding& binding : other.actions) {
+                const bool is_own = &other == profile;
+                row(adt, binding.handle, group, member, 0x100,
+                    is_own ? Lines{join, ask, set_grp, apply, applied} : Lines{join, ask, set_grp});
+                row(adt, binding.handle, group, 0, 1, is_own ? Lines{new_grp, apply_0} : Lines{new_grp});
+                row(adt, binding.handle, 0, 0, 1, is_own ? Lines{apply_0} : Lines{});
+            }
+        }
+
+        // What the shadow says of a step keeps no other away, but for a member without an action.
+        for (const char* failing : {"p4_pd_ms_new_mbr", "p4_pd_ms_set_mbr_act"}) {
+            vl_model::fail_call(failing, 1, 72);
+            row(adt, own, 0, member, 1, {new_mbr, set_mbr, apply, applied});
+        }
+        vl_model::fail_call("p4_pd_ms_new_grp", 1, 72);
+        row(adt, own, group, 0, 1, {new_grp, apply_0});
+        for (const char* failing : {"p4_pd_ms_add_mbr_to_grp", "p4_pd_ms_set_grp_act"}) {
+            vl_model::fail_call(failing, 1, 72);
+            row(adt, own, group, member, 1, {join, ask, set_grp, apply, applied});
+        }
+        for (const std::uint32_t foreign : {0u, 0x2000018u, 0x200001bu, 0x2000031u, 0x1000046u, 0x3000002u}) {
+            row(foreign, own, 0, member, 1, {});
+            row(foreign, own, group, member, 1, {});
+        }
+    });
+}
+
+} // namespace
