@@ -134,6 +134,11 @@ TEST_F(Groups, OnlyTheTwoStatesOfMembersGetThrough) {
             EXPECT_EQ(out, answer < 2 ? answer : untouched);
             EXPECT_NE(only_call().args.back(), word(&out)) << "the driver doesn't write to the agent";
         }
+        names["odd"] = 2;
+        EXPECT_EQ(run("group_member_state_set", "sess tgt grp mbr odd"), std::uint32_t{PD_STATUS_INVALID});
+        const std::vector<vl_model::Call> made = calls();
+        ASSERT_EQ(made.size(), 1u) << "a line in the log, and no driver call";
+        EXPECT_TRUE(made[0].text.starts_with("mbr_state == P4_PD_GRP_MBR_STATE_INACTIVE"));
     });
 }
 

@@ -7,10 +7,13 @@
 namespace route_agent {
 namespace {
 
-// Statuses are the driver's, but for the one that the library alone has.
+// Statuses are the driver's, but for two that the library alone has.
 std::string status_text(pd_status status) {
     if (status == PD_STATUS_UNEXPECTED) {
         return "UNEXPECTED (the driver's answer can't come from this pipeline)";
+    }
+    if (status == PD_STATUS_MISMATCH) {
+        return "MISMATCH (another action than the member's)";
     }
     return std::string(vl_model_status_name(status)) + " (" + vl_model_status_text(status) + ")";
 }

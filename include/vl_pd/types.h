@@ -98,7 +98,7 @@ typedef struct pd_idle_params {
     uint32_t params_b;
     uint64_t params_c;
     uint64_t params_d;
-    uint8_t params_flag; /* never sent, and reads as 0 */
+    uint8_t params_flag; /* never sent, and read as 0 */
 } pd_idle_params;
 
 /* States of a member in its group. An inactive member stays in the group, but takes no packets. */

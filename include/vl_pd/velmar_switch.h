@@ -12,8 +12,8 @@
  * Arguments that recur
  *
  *   sess_hdl     A session of the driver. The library passes it on and never opens one.
- *   dev_tgt      Device and pipe, in operations that name an entry by its key.
- *   dev_id       Device, in operations that name an entry by its handle.
+ *   dev_tgt      Device and pipe, in operations that name an entry by its key, or a whole table or profile.
+ *   dev_id       Device, in operations that name an entry, member or group by its handle. The signatures say which.
  *   match_spec   The table's record <table>_match_spec_t: one field per key field. A field that is matched by mask has
  *                its mask behind it (<field>_mask, a 1 bit is matched), one that is matched by prefix its length in bits
  *                (<field>_prefix_length). In ipv4FinalResolve0, ipv6LgMaskFinalResolve0 and ipv6FinalResolve the first
@@ -25,8 +25,10 @@
  * Records and buffers belong to the caller and are used during the call only. Nothing returned has to be freed. Values
  * are not checked: one that is wider than its field goes to the driver as it is.
  *
- * Every pd_status is the driver's, unchanged, unless the family says otherwise. After a failure outputs are unwritten,
- * unless the family says otherwise. Functions may be called from several threads; the driver says what happens then.
+ * Every pd_status is the driver's, unchanged, unless the family says otherwise. After a failure outputs are not to be
+ * read: handles, counts and times are written by the driver itself, and what the library decodes is unwritten, unless
+ * the family says otherwise. Functions may be called from several threads; the driver says what happens then. Of
+ * read_from_hw 8 bits count: if they are all zero, the driver's copy is read and not the hardware.
  *
  *
  * The program
@@ -168,7 +170,9 @@
  * action for life: a modify that names another one is PD_STATUS_MISMATCH, one of an unknown member the shadow's
  * status, both without a driver call. get_member writes action_record like a read of a default entry; an action that
  * isn't the profile's is logged and PD_STATUS_UNEXPECTED. Callers that share a profile serialise themselves: a driver
- * call and what follows it in the shadow are not one step.
+ * call and what follows it in the shadow are not one step. Should the shadow fail after the driver has accepted a
+ * change, the change stands and the result is 0; later operations on that member or group then get the shadow's
+ * status. tbl_hdl may be null in get_adt_table_handle and get_sel_table_handle, which need no driver.
  *
  *
  * Action profiles: selector groups
@@ -189,11 +193,11 @@
  *   <profile>_get_sel_table_handle(tbl_hdl out)
  *
  * The data plane chooses among the active members of a group by a hash per packet. A group takes over the action of
- * the member that joined last; entries that point at the group carry that action. A member that the shadow doesn't
- * know can't join: the shadow's status, without a driver call. mbr_state is P4_PD_GRP_MBR_STATE_ACTIVE or _INACTIVE; a
- * set of any other value is PD_STATUS_INVALID, and a get writes nothing if the driver says another one. del_group
- * needs memory for the list of members (PD_STATUS_NO_MEMORY, and the group stands), and returns the shadow's status
- * once the driver has deleted the group.
+ * the member that joined last, and keeps it when members leave; entries that point at the group carry that action. A
+ * member that the shadow doesn't know can't join: the shadow's status, without a driver call. mbr_state is
+ * P4_PD_GRP_MBR_STATE_ACTIVE or _INACTIVE; a set of any other value is PD_STATUS_INVALID, and a get writes nothing,
+ * and returns 0, if the driver says another one. del_group needs memory for the list of members (PD_STATUS_NO_MEMORY,
+ * and the group stands), and returns the shadow's status once the driver has deleted the group.
  *
  *
  * Entries that point into a profile, of ecmpGroup, lagGroup, tunnelResolve, ingressMirrorLagGroup,
@@ -206,8 +210,8 @@
  *   and the same four with _with_selector behind entry, which take grp_hdl in place of mbr_hdl
  *
  * The driver is told the action of the member or group as well, from the shadow: a target that the shadow doesn't
- * know, or a group without a member, gives the shadow's status, without a driver call. An entry may change from a
- * member to a group and back.
+ * know, or a group that no member ever joined, gives the shadow's status, without a driver call. An entry may change
+ * from a member to a group and back.
  *
  *
  * After a restart of the agent
@@ -216,7 +220,10 @@
  *
  * The driver keeps its tables over a restart of the agent, the shadow is lost. It comes back in one of two ways: from
  * the device state that the driver saved and hands back through the callback that init() has registered, or by this
- * call, in which the driver replays its members, groups and memberships. The five words are between agent and driver.
+ * call, in which the driver replays its members, groups and memberships. The five words are between agent and driver,
+ * which may keep the callback. init() comes first, and no member or group operation may run during the replay. The
+ * action of a group is then that of the last of its members in the replay. What can't be restored is left out without
+ * a report.
  *
  *
  * Walking by handle, for callers that hold a table's or profile's handle as data

@@ -10,7 +10,7 @@ using catalog::ActionRef;
 using catalog::TableRef;
 using encoding::no_flags;
 
-// Sends the record that an add of the same action sends.
+// Sends the record that an add of the same action sends, but for a missing meter: the default entry then has none.
 template <TableRef T, ActionRef A>
 pd_status set(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* action_spec, const pd_meter_spec* meter_spec,
               pd_entry* entry_hdl) noexcept {

@@ -50,4 +50,10 @@ pd_status remove_from(std::uint32_t selector, p4_pd_ms_state* shadow, pd_session
     return p4_pd_ms_del_grp(sess_hdl, shadow, dev_id, grp_hdl, returned, members.get());
 }
 
+pd_status refuse_member_state() noexcept {
+    bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "%s",
+                         "mbr_state == P4_PD_GRP_MBR_STATE_INACTIVE doesn't hold: no state of a group's member");
+    return PD_STATUS_INVALID;
+}
+
 } // namespace vl_pd::groups

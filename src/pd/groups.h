@@ -57,7 +57,9 @@ pd_status remove(pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl) noexce
     return remove_from(P->selector, shadow<P>(), sess_hdl, dev_id, grp_hdl);
 }
 
-// A state that is none of the two is refused without a driver call.
+// For a state that is none of the two: logs the broken precondition. PD_STATUS_INVALID, without a driver call.
+pd_status refuse_member_state() noexcept;
+
 template <ProfileRef P>
 pd_status set_member_state(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_member mbr_hdl,
                            std::uint32_t mbr_state) noexcept {
@@ -67,7 +69,7 @@ pd_status set_member_state(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp
     case P4_PD_GRP_MBR_STATE_INACTIVE:
         return pipe_mgr_sel_grp_mbr_disable(sess_hdl, to_driver(dev_tgt), P->selector, grp_hdl, mbr_hdl, no_flags);
     default:
-        return PD_STATUS_INVALID;
+        return refuse_member_state();
     }
 }
 

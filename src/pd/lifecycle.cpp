@@ -31,14 +31,14 @@ constexpr const char* profile_name_key = "name";
 // In the order of catalog::profiles, which is that of creation, removal, log and restore.
 p4_pd_ms_state* shadows[std::size(catalog::profiles)];
 
-pipe_status device_removed(pipe_dev_id dev_id) {
+pipe_status dev_remove(pipe_dev_id dev_id) {
     for (p4_pd_ms_state* shadow : shadows)
         p4_pd_ms_destroy_state_for_dev(shadow, dev_id);
     p4_pd_ms_destroy_txn_state_for_dev(dev_id);
     return PD_STATUS_OK;
 }
 
-pipe_status log_device_state(pipe_dev_id dev_id, cJSON* object) {
+pipe_status dev_log(pipe_dev_id dev_id, cJSON* object) {
     cJSON_AddStringToObject(object, program_key, program_name);
     cJSON* const logs = cJSON_CreateArray();
     cJSON_AddItemToObject(object, profiles_key, logs);
@@ -51,8 +51,8 @@ pipe_status log_device_state(pipe_dev_id dev_id, cJSON* object) {
     return PD_STATUS_OK;
 }
 
-// The driver hands back what log_device_state() wrote. What it couldn't have written is skipped.
-pipe_status restore_device_state(pipe_dev_id dev_id, cJSON* object) {
+// The driver hands back what dev_log() wrote. What it couldn't have written is skipped.
+pipe_status dev_restore(pipe_dev_id dev_id, cJSON* object) {
     const cJSON* const logs = cJSON_GetObjectItem(object, profiles_key);
     for (cJSON* log = logs ? logs->child : nullptr; log != nullptr; log = log->next) {
         const cJSON* const name = cJSON_GetObjectItem(log, profile_name_key);
@@ -82,9 +82,9 @@ void init() noexcept {
     require_registration(bf_drv_register(client_name, &bf_drv_hdl));
 
     bf_drv_client_callbacks callbacks{};
-    callbacks.device_remove = device_removed;
-    callbacks.state_log = log_device_state;
-    callbacks.state_restore = restore_device_state;
+    callbacks.device_remove = dev_remove;
+    callbacks.state_log = dev_log;
+    callbacks.state_restore = dev_restore;
     bf_drv_client_register_callbacks(bf_drv_hdl, &callbacks, client_priority);
 }
 

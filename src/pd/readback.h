@@ -27,6 +27,10 @@ using decoding::unbuild_mask;
 // Room for the action data of every table.
 inline constexpr std::size_t data_capacity = 32;
 
+template <ActionRef A>
+inline constexpr bool fits_buffers = action_layout<A>.bytes <= data_capacity&& action_layout<A>.record_size <=
+                                     sizeof(pd_action_record::spec);
+
 // "p4_pd_velmar_switch_<table>_get_entry"
 template <TableRef T>
 inline constexpr auto get_entry_name =
@@ -68,6 +72,7 @@ inline constexpr std::size_t full_name_size = name_prefix.size() + std::string_v
 template <ActionRef A>
 VL_INLINE void write_action_record(const pipe_action_data& action, const pd_resource_index* resources,
                                    std::uint32_t resource_count, void* action_record) {
+    static_assert(fits_buffers<A>);
     constexpr std::uint32_t number = A.number;
     std::memcpy(action_record, &number, sizeof number);
     if constexpr (action_layout<A>.param_count != 0)
@@ -101,6 +106,7 @@ VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry en
     const bool known = visit_action<T>(action_hdl, [&]<ActionRef A>() VL_INLINE_LAMBDA {
         if (action_name != nullptr)
             std::memcpy(action_name, p4_pd_velmar_switch_action_name_strings[A.number], full_name_size<A>);
+        static_assert(fits_buffers<A>);
         if (action_id != nullptr) *action_id = A.number;
         if constexpr (action_layout<A>.param_count != 0)
             unbuild_action_spec<A>(action.action, resources.pairs(), resources.count(), action_spec);

@@ -1,6 +1,7 @@
 /*
  * The member-selector component: a shadow of the action profiles. One state holds, per device, the members and groups
- * of one profile, an action for each, and who is in which group. Its calls take the member before the group.
+ * of one profile, an action for each, and who is in which group. Its calls take the member before the group, the
+ * functions that it applies to groups the group before the member.
  */
 #ifndef VL_DRIVER_MEMBER_SHADOW_H
 #define VL_DRIVER_MEMBER_SHADOW_H

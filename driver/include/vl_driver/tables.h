@@ -1,7 +1,7 @@
 /*
  * Match tables: entries, default entries, reading, walking, properties and update callbacks.
  * Match and action records and their buffers are read or filled during a call only. `flags` is 0 in all calls that this
- * library makes. Calls by key take a device target, calls by handle a device id.
+ * library makes. Changes by key take a device target, changes by handle a device id; so do most reads the former.
  */
 #ifndef VL_DRIVER_TABLES_H
 #define VL_DRIVER_TABLES_H
