@@ -241,7 +241,10 @@ VL_INLINE void build_data_record(const Byte* action_spec, ActionRecord<A>& out) 
     constexpr catalog::ActionLayout layout = action_layout<A>;
     std::memset(&out.record, 0, sizeof out.record);
     build_action_data<A>(action_spec, out.data);
-    out.record.action = {.data_bits = layout.bits, .data_len = layout.bytes, .data = out.data};
+    // Member by member: an assignment of the whole would copy what stands in the gap before the pointer.
+    out.record.action.data_bits = layout.bits;
+    out.record.action.data_len = layout.bytes;
+    out.record.action.data = out.data;
 }
 
 template <TableRef T, ActionRef A, Operation operation>
