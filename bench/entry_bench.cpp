@@ -7,11 +7,10 @@
 
 #include <array>
 #include <cstdio>
-#include <map>
-#include <memory>
 #include <string>
 #include <vector>
 
+#include "medians.h"
 #include "same_effect.h"
 
 namespace bench {
@@ -104,36 +103,7 @@ void register_arm(const Arm& arm, const char* arm_name) {
     benchmark::RegisterBenchmark(name("read").c_str(), measure_read<Table, Read>, arm.read);
 }
 
-// Hands everything on to the normal report, and keeps the medians; a single repetition is its own.
-class MedianKeeper : public benchmark::BenchmarkReporter {
-public:
-    explicit MedianKeeper(benchmark::BenchmarkReporter& report) : report_(report) {}
-
-    bool ReportContext(const Context& context) override {
-        return report_.ReportContext(context);
-    }
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& run : runs)
-            if (run.run_type == Run::RT_Iteration ? run.repetitions <= 1 : run.aggregate_name == "median")
-                medians_[run.run_name.function_name] = run.GetAdjustedCPUTime();
-        report_.ReportRuns(runs);
-    }
-    void Finalize() override {
-        report_.Finalize();
-    }
-
-    // Not found if it was filtered out.
-    const double* find(const std::string& name) const {
-        const auto found = medians_.find(name);
-        return found == medians_.end() ? nullptr : &found->second;
-    }
-
-private:
-    benchmark::BenchmarkReporter& report_;
-    std::map<std::string, double> medians_;
-};
-
-void print_ratios(const MedianKeeper& medians) {
+void print_ratios(const Medians& medians) {
     std::printf("\n%-8s %-18s %12s %12s %7s\n", "", "", "library, ns", "by hand, ns", "ratio");
     for (const char* operation : operations)
         for_each_table([&]<class Table>() {
@@ -152,17 +122,7 @@ void print_ratios(const MedianKeeper& medians) {
 int main(int argc, char** argv) {
     if (!bench::all_have_same_effect()) return 1;
 
-    // Later arguments win, so the user's stand behind these.
-    std::vector<std::string> arguments = {argv[0], "--benchmark_enable_random_interleaving=true",
-                                          "--benchmark_repetitions=15", "--benchmark_min_time=0.04",
-                                          "--benchmark_display_aggregates_only=true"};
-    arguments.insert(arguments.end(), argv + 1, argv + argc);
-    std::vector<char*> pointers;
-    for (std::string& argument : arguments)
-        pointers.push_back(argument.data());
-    int count = static_cast<int>(pointers.size());
-    benchmark::Initialize(&count, pointers.data());
-    if (benchmark::ReportUnrecognizedArguments(count, pointers.data())) return 1;
+    if (!bench::initialize(argc, argv)) return 1;
 
     bench::for_each_table([]<class Table>() {
         bench::register_arm<Table>(Table::library, "library");
@@ -170,9 +130,6 @@ int main(int argc, char** argv) {
     });
     benchmark::RegisterBenchmark(bench::forwarding, bench::measure_forwarding);
 
-    const std::unique_ptr<benchmark::BenchmarkReporter> report(benchmark::CreateDefaultDisplayReporter());
-    bench::MedianKeeper medians(*report);
-    benchmark::RunSpecifiedBenchmarks(&medians);
-    bench::print_ratios(medians);
+    bench::print_ratios(bench::run());
     benchmark::Shutdown();
 }

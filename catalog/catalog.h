@@ -110,6 +110,7 @@ struct ProfileRef {
 void no_table_has_this_name();
 void no_action_has_this_name();
 void no_profile_has_this_name();
+void no_hash_calculation_has_this_name();
 
 consteval TableRef table(const char* name) {
     for (std::uint8_t seam = 0; seam < std::size(seams); ++seam)
@@ -124,6 +125,13 @@ consteval ProfileRef profile(const char* name) {
         if (same(profiles[index].name, name)) return {index};
     no_profile_has_this_name();
     return {};
+}
+
+consteval const HashCalculation& hash_calculation(const char* name) {
+    for (const HashCalculation& row : hash_calculations)
+        if (same(row.name, name)) return row;
+    no_hash_calculation_has_this_name();
+    return hash_calculations[0];
 }
 
 // The profile that an indirect table of velmar_switch points into.

@@ -22,10 +22,17 @@ enum class Over {
     action_with_params,
     profile,
     profile_binding,
+    counter,
+    meter,
+    wred_block,
+    named_register,
+    digest,
+    value_set,
+    hash_calculation,
 };
 
 // Which generated source a member goes to; table families are split by seam as well.
-enum class Shard { program, actions, profiles, entries, readback, tables };
+enum class Shard { program, actions, profiles, resources, entries, readback, tables };
 
 struct Family {
     Over over;
@@ -48,6 +55,10 @@ struct ExportedData {
 //   {table} {match_spec}    of table families, with the flags keyed, priority, indirect
 //   {width_name} {width}    of key_field families, beside the table's
 //   {profile}               of profile families
+//   {resource} {handle}     of counters, meters, WRED blocks, registers, digests and value sets: name and handle or id
+//   {table_handle}          of counters and meters, with the flag direct: of the match table of a direct one
+//   {cell} {cell_type}      of registers: the cell's form, and the type of its values
+//   {calc}                  of hash calculations
 //   {action} {action_spec}  of action and binding families, with the flag params
 //   flags meter, ttl        of binding families of tables
 // clang-format off
@@ -585,6 +596,398 @@ inline constexpr Family families[] = {
      .result = "pd_status",
      .arguments = "uint32_t *tbl_hdl",
      .body = "return properties::get_handle(p::{profile}->selector, tbl_hdl);"},
+
+    {.over = Over::counter, .shard = Shard::resources,
+     .name = "{p}counter_read_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, [direct?pd_device dev_id, pd_entry entry_hdl|pd_dev_tgt dev_tgt, uint32_t "
+                  "index], uint32_t flags, pd_counter_value *value",
+     .body = "return counters::read_[direct?direct({table_handle}|indirect({handle}], sess_hdl, [direct?dev_id, "
+             "entry_hdl|dev_tgt, index], flags, value);"},
+
+    {.over = Over::counter, .shard = Shard::resources,
+     .name = "{p}counter_write_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, [direct?pd_entry entry_hdl|uint32_t index], "
+                  "pd_counter_value value",
+     .body = "return counters::write_[direct?direct({table_handle}|indirect({handle}], sess_hdl, dev_tgt, "
+             "[direct?entry_hdl|index], value);"},
+
+    {.over = Over::counter, .shard = Shard::resources,
+     .name = "{p}counter_hw_sync_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback, void *cookie",
+     .body = "return counters::sync_[direct?direct({table_handle}|indirect({handle}], sess_hdl, dev_tgt, callback, "
+             "cookie);"},
+
+    {.over = Over::meter, .shard = Shard::resources,
+     .name = "{p}meter_set_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, [direct?pd_device dev_id, pd_entry entry_hdl|pd_dev_tgt dev_tgt, uint32_t "
+                  "index], const pd_meter_spec *meter_spec",
+     .body = "return meters::set_[direct?direct({table_handle}, |indirect(]{handle}, sess_hdl, [direct?dev_id, "
+             "entry_hdl|dev_tgt, index], meter_spec);"},
+
+    {.over = Over::meter, .shard = Shard::resources,
+     .name = "{p}meter_read_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, [direct?pd_entry entry_hdl|uint32_t index], "
+                  "pd_meter_spec *meter_spec",
+     .body = "return meters::read_[direct?direct({table_handle}|indirect({handle}], sess_hdl, dev_tgt, "
+             "[direct?entry_hdl|index], meter_spec);"},
+
+    {.over = Over::meter, .shard = Shard::resources,
+     .name = "{p}meter_bytecount_adjust_set_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adjustment",
+     .body = "return meters::set_bytecount_adjust({handle}, sess_hdl, dev_tgt, adjustment);"},
+
+    {.over = Over::meter, .shard = Shard::resources,
+     .name = "{p}meter_bytecount_adjust_get_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t *adjustment",
+     .body = "return meters::get_bytecount_adjust({handle}, sess_hdl, dev_tgt, adjustment);"},
+
+    {.over = Over::wred_block, .shard = Shard::resources,
+     .name = "{p}wred_set_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, const pd_wred_spec *wred_spec",
+     .body = "return meters::set_wred({handle}, sess_hdl, dev_tgt, index, wred_spec);"},
+
+    {.over = Over::wred_block, .shard = Shard::resources,
+     .name = "{p}wred_read_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, pd_wred_spec *wred_spec",
+     .body = "return meters::read_wred({handle}, sess_hdl, dev_tgt, index, wred_spec);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}bytes_meter_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t meter_hdl, uint32_t index, const "
+                  "pd_meter_spec *meter_spec, uint32_t has_pre_color",
+     .body = "return generic_meters::set_bytes(sess_hdl, dev_tgt, meter_hdl, index, meter_spec, has_pre_color);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}bytes_meter_read",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t meter_hdl, uint32_t index, pd_meter_spec "
+                  "*meter_spec",
+     .body = "return meters::read_indirect(meter_hdl, sess_hdl, dev_tgt, index, meter_spec);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}packets_meter_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t meter_hdl, uint32_t index, const "
+                  "pd_meter_spec *meter_spec, uint32_t has_pre_color",
+     .body = "return generic_meters::set_packets(sess_hdl, dev_tgt, meter_hdl, index, meter_spec, has_pre_color);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}packets_meter_read",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t meter_hdl, uint32_t index, pd_meter_spec "
+                  "*meter_spec",
+     .body = "return meters::read_indirect(meter_hdl, sess_hdl, dev_tgt, index, meter_spec);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}wred_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t wred_hdl, uint32_t index, const pd_wred_spec "
+                  "*wred_spec",
+     .body = "return meters::set_wred(wred_hdl, sess_hdl, dev_tgt, index, wred_spec);"},
+
+    {.over = Over::named_register, .shard = Shard::resources,
+     .name = "{p}register_read_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, uint32_t flags, {cell_type} *values, "
+                  "uint32_t *value_count",
+     .body = "return registers::read(registers::Cell::{cell}, {handle}, sess_hdl, dev_tgt, index, flags, values, "
+             "value_count);"},
+
+    {.over = Over::named_register, .shard = Shard::resources,
+     .name = "{p}register_range_read_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t first_index, int32_t count, uint32_t flags, "
+                  "uint32_t *cells_read, {cell_type} *values, uint32_t *value_count",
+     .body = "return registers::read_range(registers::Cell::{cell}, {handle}, sess_hdl, dev_tgt, first_index, "
+             "count, flags, cells_read, values, value_count);"},
+
+    {.over = Over::named_register, .shard = Shard::resources,
+     .name = "{p}register_write_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, const {cell_type} *value",
+     .body = "return registers::write(registers::Cell::{cell}, {handle}, sess_hdl, dev_tgt, index, value);"},
+
+    {.over = Over::named_register, .shard = Shard::resources,
+     .name = "{p}register_write_all_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {cell_type} *value",
+     .body = "return registers::write_all(registers::Cell::{cell}, {handle}, sess_hdl, dev_tgt, value);"},
+
+    {.over = Over::named_register, .shard = Shard::resources,
+     .name = "{p}register_reset_all_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt",
+     .body = "return registers::reset_all({handle}, sess_hdl, dev_tgt);"},
+
+    {.over = Over::named_register, .shard = Shard::resources,
+     .name = "{p}register_range_reset_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t first_index, uint32_t count",
+     .body = "return registers::reset_range({handle}, sess_hdl, dev_tgt, first_index, count);"},
+
+    {.over = Over::named_register, .shard = Shard::resources,
+     .name = "{p}register_hw_sync_{resource}",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback, void *cookie",
+     .body = "return registers::sync({handle}, sess_hdl, dev_tgt, callback, cookie);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_read_indirect",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t reg_hdl, uint32_t index, uint32_t flags, "
+                  "struct pipe_stful_query *query",
+     .body = "return registers::read_indirect(sess_hdl, dev_tgt, reg_hdl, index, flags, query);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_read_direct",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry entry_hdl, uint32_t flags, "
+                  "struct pipe_stful_query *query",
+     .body = "return registers::read_direct(sess_hdl, dev_tgt, tbl_hdl, entry_hdl, flags, query);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_write_indirect",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t reg_hdl, uint32_t index, const struct "
+                  "pipe_stful_element *element",
+     .body = "return registers::write_indirect(sess_hdl, dev_tgt, reg_hdl, index, element);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_write_direct",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl, pd_register_value "
+                  "value",
+     .body = "return registers::write_direct(sess_hdl, dev_id, tbl_hdl, entry_hdl, value);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_write_all_indirect",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t reg_hdl, const struct pipe_stful_element "
+                  "*element",
+     .body = "return registers::write_all_indirect(sess_hdl, dev_tgt, reg_hdl, element);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_reset_all_indirect",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t reg_hdl",
+     .body = "return registers::reset_all(reg_hdl, sess_hdl, dev_tgt);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_range_reset_indirect",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t reg_hdl, uint32_t first_index, uint32_t count",
+     .body = "return registers::reset_range(reg_hdl, sess_hdl, dev_tgt, first_index, count);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_hw_sync_indirect",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t reg_hdl, pd_driver_callback callback, void "
+                  "*cookie",
+     .body = "return registers::sync(reg_hdl, sess_hdl, dev_tgt, callback, cookie);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}register_hw_sync_direct",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_driver_callback callback, void "
+                  "*cookie",
+     .body = "return registers::sync_direct(sess_hdl, dev_tgt, tbl_hdl, callback, cookie);"},
+
+    {.over = Over::digest, .shard = Shard::resources,
+     .name = "{p}{resource}_register",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_driver_callback callback, void *cookie",
+     .body = "return digests::register_callback({handle}, sess_hdl, dev_id, callback, cookie);"},
+
+    {.over = Over::digest, .shard = Shard::resources,
+     .name = "{p}{resource}_deregister",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id",
+     .body = "return digests::deregister({handle}, sess_hdl, dev_id);"},
+
+    {.over = Over::digest, .shard = Shard::resources,
+     .name = "{p}{resource}_notify_ack",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, void *message",
+     .body = "return digests::notify_ack({handle}, sess_hdl, message);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}set_learning_timeout",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t timeout",
+     .body = "return digests::set_timeout(sess_hdl, dev_id, timeout);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}get_digest_entry_size",
+     .result = "uint32_t",
+     .arguments = "const char *digest",
+     .body = "return digest_fields::entry_size(digest);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}get_digest_entry_field",
+     .result = "const void *",
+     .arguments = "const void *entry, const char *digest, const char *field, uint32_t *size",
+     .body = "return digest_fields::field(entry, digest, field, size);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_add",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_pvs_target target, uint32_t value, uint32_t mask, uint32_t *entry_hdl",
+     .body = "return value_sets::add({handle}, sess_hdl, target, value, mask, entry_hdl);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_modify",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t entry_hdl, uint32_t value, uint32_t mask",
+     .body = "return value_sets::modify({handle}, sess_hdl, dev_id, entry_hdl, value, mask);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_delete",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t entry_hdl",
+     .body = "return value_sets::remove({handle}, sess_hdl, dev_id, entry_hdl);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t entry_hdl, uint32_t *value, uint32_t *mask",
+     .body = "return value_sets::get({handle}, sess_hdl, dev_id, entry_hdl, value, mask);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_get_count",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_pvs_target target, uint32_t read_from_hw, uint32_t *count",
+     .body = "return value_sets::get_count({handle}, sess_hdl, target, read_from_hw, count);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_handle_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_pvs_target target, uint32_t value, uint32_t mask, uint32_t *entry_hdl",
+     .body = "return value_sets::get_handle({handle}, sess_hdl, target, value, mask, entry_hdl);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_get_first_entry_handle",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_pvs_target target, uint32_t *entry_hdl",
+     .body = "return value_sets::get_first({handle}, sess_hdl, target, entry_hdl);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_entry_get_next_entry_handles",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_pvs_target target, uint32_t entry_hdl, uint32_t count, uint32_t "
+                  "*next_entry_hdls",
+     .body = "return value_sets::get_next({handle}, sess_hdl, target, entry_hdl, count, next_entry_hdls);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_set_property",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t property, uint32_t value, uint32_t arg",
+     .body = "return value_sets::set_property({handle}, sess_hdl, dev_id, property, value, arg);"},
+
+    {.over = Over::value_set, .shard = Shard::resources,
+     .name = "{p}pvs_{resource}_get_property",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t property, uint32_t *value, uint32_t arg",
+     .body = "return value_sets::get_property({handle}, sess_hdl, dev_id, property, value, arg);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_algorithm_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t algorithm",
+     .body = "return hash::algorithm_set(h::{calc}, sess_hdl, dev_id, algorithm);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_algorithm_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t *algorithm",
+     .body = "return hash::algorithm_get(h::{calc}, sess_hdl, dev_id, algorithm);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_seed_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint64_t seed",
+     .body = "return hash::seed_set(h::{calc}, sess_hdl, dev_id, seed);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_seed_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint64_t *seed",
+     .body = "return hash::seed_get(h::{calc}, sess_hdl, dev_id, seed);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_input_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t input",
+     .body = "return hash::input_set(h::{calc}, sess_hdl, dev_id, input);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_input_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t *input",
+     .body = "return hash::input_get(h::{calc}, sess_hdl, dev_id, input);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_input_field_attribute_set",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t input, uint32_t count, const pd_hash_attribute "
+                  "*attributes",
+     .body = "return hash::input_field_attribute_set(h::{calc}, sess_hdl, dev_id, input, count, attributes);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_input_field_attribute_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t input, uint32_t max_count, pd_hash_attribute "
+                  "*attributes, uint32_t *count",
+     .body = "return hash::input_field_attribute_get(h::{calc}, sess_hdl, dev_id, input, max_count, attributes, "
+             "count);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_input_field_attribute_count_get",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t input, uint32_t *count",
+     .body = "return hash::input_field_attribute_count_get(h::{calc}, sess_hdl, dev_id, input, count);"},
+
+    {.over = Over::hash_calculation, .shard = Shard::resources,
+     .name = "{p}hash_calc_{calc}_calculate_hash_value",
+     .result = "pd_status",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t count, const pd_hash_attribute *fields, const "
+                  "uint32_t *widths, uint8_t *hash, uint32_t hash_len",
+     .body = "return hash::calculate_hash_value(h::{calc}, sess_hdl, dev_id, count, fields, widths, hash, hash_len);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}snapshot_create",
+     .result = "pd_status",
+     .arguments = "pd_dev_tgt dev_tgt, uint32_t start_stage, uint32_t end_stage, uint32_t direction, uint32_t "
+                  "*snapshot_hdl",
+     .body = "return snapshot::create(dev_tgt, start_stage, end_stage, direction, snapshot_hdl);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}snapshot_delete",
+     .result = "pd_status",
+     .arguments = "uint32_t snapshot_hdl",
+     .body = "return snapshot::remove(snapshot_hdl);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}snapshot_capture_trigger_set",
+     .result = "pd_status",
+     .arguments = "uint32_t snapshot_hdl, const pd_snapshot_record *value, const pd_snapshot_record *mask",
+     .body = "return snapshot::capture_trigger_set(snapshot_hdl, value, mask);"},
+
+    {.over = Over::program, .shard = Shard::resources,
+     .name = "{p}snapshot_capture_data_get",
+     .result = "pd_status",
+     .arguments = "uint32_t snapshot_hdl, uint32_t pipe, pd_snapshot_record *stages, struct "
+                  "bf_snapshot_capture_ctrl *capture_ctrl, uint32_t *count",
+     .body = "return snapshot::capture_data_get(snapshot_hdl, pipe, stages, capture_ctrl, count);"},
 };
 // clang-format on
 

@@ -78,6 +78,16 @@ const char* shape_text(KeyShape shape) {
 
 } // namespace
 
+std::string write_resources_header(const Exports& exports) {
+    std::string text = opening(exports, "resources",
+                               "Counters, meters, WRED blocks, registers, digests, value sets and hash calculations.");
+    text += "#include \"vl_pd/types.h\"\n\n";
+    text += declarations_begin;
+    for (const Member& member : exports.resources)
+        text += declaration(member);
+    return text + "\n" + std::string(ending);
+}
+
 std::string write_program_header(const Exports& exports) {
     std::string text = opening(exports, "program", "What belongs to the program as a whole.");
     text += "#include \"vl_pd/types.h\"\n\n";

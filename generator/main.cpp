@@ -36,9 +36,11 @@ void write_all(const std::filesystem::path& folder) {
     write_if_changed(parts / "program.h", write_program_header(exports));
     write_if_changed(parts / "actions.h", write_actions_header(exports));
     write_if_changed(parts / "profiles.h", write_profiles_header(exports));
+    write_if_changed(parts / "resources.h", write_resources_header(exports));
     write_if_changed(sources / "program.cpp", write_program_source(exports));
     write_if_changed(sources / "actions.cpp", write_actions_source(exports));
     write_if_changed(sources / "profiles.cpp", write_profiles_source(exports));
+    write_if_changed(sources / "resources.cpp", write_resources_source(exports));
     for (const SeamExports& seam : exports.seams) {
         const std::string name = seam.seam->name;
         write_if_changed(parts / (name + ".h"), write_seam_header(exports, seam));

@@ -113,6 +113,13 @@ void add_table_members(std::vector<Member>& members, const Family& family, const
     case Over::action_with_params:
     case Over::profile:
     case Over::profile_binding:
+    case Over::counter:
+    case Over::meter:
+    case Over::wred_block:
+    case Over::named_register:
+    case Over::digest:
+    case Over::value_set:
+    case Over::hash_calculation:
         return;
     }
     members.push_back(expand_member(family, table_context(rows, table)));
@@ -124,6 +131,75 @@ void add_profile_members(std::vector<Member>& members, const Family& family, con
     if (family.over != Over::profile_binding) return;
     for (const Binding& binding : profile.actions)
         members.push_back(expand_member(family, profile_binding_context(rows, profile, binding)));
+}
+
+Context resource_context(const Catalog& rows, const char* name, std::uint32_t handle) {
+    Context context = program_context(rows);
+    context.set("resource", name);
+    context.set("handle", hex(handle));
+    return context;
+}
+
+// A direct resource is named by its match table in most operations.
+Context cell_context(const Catalog& rows, const Resource& row) {
+    Context context = resource_context(rows, row.name, row.handle);
+    context.flag("direct", row.addressing == direct);
+    for (const Seam& seam : rows.seams)
+        for (const Table& table : seam.tables)
+            if (row.addressing == direct && same(table.name, row.table)) context.set("table_handle", hex(table.handle));
+    return context;
+}
+
+Context register_context(const Catalog& rows, const Register& row) {
+    Context context = resource_context(rows, row.name, row.handle);
+    switch (row.cell) {
+    case Cell::flag:
+        context.set("cell", "flag");
+        context.set("cell_type", "uint8_t");
+        break;
+    case Cell::word:
+        context.set("cell", "word");
+        context.set("cell_type", "uint32_t");
+        break;
+    case Cell::word_pair:
+        context.set("cell", "word_pair");
+        context.set("cell_type", "pd_register_pair");
+        break;
+    }
+    return context;
+}
+
+Context hash_context(const Catalog& rows, const HashCalculation& row) {
+    Context context = program_context(rows);
+    context.set("calc", row.name);
+    return context;
+}
+
+void add_resource_members(std::vector<Member>& members, const Family& family, const Catalog& rows) {
+    const auto add_each = [&](const auto& space, auto context_of) {
+        for (const auto& row : space)
+            members.push_back(expand_member(family, context_of(row)));
+    };
+    const auto cell = [&](const Resource& row) { return cell_context(rows, row); };
+    const auto plain = [&](const auto& row) { return resource_context(rows, row.name, row.handle); };
+    switch (family.over) {
+    case Over::counter:
+        return add_each(rows.counters, cell);
+    case Over::meter:
+        return add_each(rows.meters, cell);
+    case Over::wred_block:
+        return add_each(rows.wred_blocks, cell);
+    case Over::named_register:
+        return add_each(rows.registers, [&](const Register& row) { return register_context(rows, row); });
+    case Over::digest:
+        return add_each(rows.digests, plain);
+    case Over::value_set:
+        return add_each(rows.value_sets, [&](const ValueSet& row) { return resource_context(rows, row.name, row.id); });
+    case Over::hash_calculation:
+        return add_each(rows.hash_calculations, [&](const HashCalculation& row) { return hash_context(rows, row); });
+    default:
+        return;
+    }
 }
 
 } // namespace
@@ -140,6 +216,8 @@ std::vector<const Member*> Exports::functions() const {
     for (const Member& member : actions)
         all.push_back(&member);
     for (const Member& member : profiles)
+        all.push_back(&member);
+    for (const Member& member : resources)
         all.push_back(&member);
     for (const SeamExports& seam : seams)
         for (const TableExports& table : seam.tables)
@@ -167,7 +245,8 @@ std::string hex(std::uint32_t value) {
 }
 
 Exports name_exports(const Catalog& rows) {
-    Exports exports{.rows = &rows, .data = {}, .program = {}, .actions = {}, .profiles = {}, .seams = {}};
+    Exports exports{
+        .rows = &rows, .data = {}, .program = {}, .actions = {}, .profiles = {}, .resources = {}, .seams = {}};
     const Context program = program_context(rows);
     for (const ExportedData& data : exported_data)
         exports.data.push_back({expand(data.name, program), expand(data.declaration, program)});
@@ -181,6 +260,8 @@ Exports name_exports(const Catalog& rows) {
     for (const Profile& profile : rows.profiles)
         for (const Family& family : families)
             add_profile_members(exports.profiles, family, rows, profile);
+    for (const Family& family : families)
+        add_resource_members(exports.resources, family, rows);
     for (const Seam& seam : rows.seams) {
         SeamExports& named = exports.seams.emplace_back(SeamExports{&seam, {}});
         for (const Table& table : seam.tables) {

@@ -41,6 +41,7 @@ struct Exports {
     std::vector<Member> program;
     std::vector<Member> actions;
     std::vector<Member> profiles;
+    std::vector<Member> resources; // all rows that are neither table, action nor profile
     std::vector<SeamExports> seams;
 
     // All functions, in no particular order.

@@ -55,6 +55,69 @@ std::string table_line(const Catalog& rows, const Table& table, const std::strin
            ", .capacity = 0},\n";
 }
 
+// An array of the description and the two members that name it, both empty without lines: C has no empty arrays.
+struct Section {
+    std::string definition;
+    std::string members;
+};
+
+Section section(const std::string& program, const std::string& type, const std::string& name, const std::string& lines,
+                std::size_t count) {
+    if (count == 0) return {};
+    const std::string array = program + "_" + name + "s";
+    return {.definition = "static const " + type + " " + array + "[] = {\n" + lines + "};\n\n",
+            .members = ",\n    ." + name + "s = " + array + ", ." + name + "_count = " + std::to_string(count)};
+}
+
+std::string resource_line(const Catalog& rows, std::uint32_t handle, Addressing addressing, const char* table_name) {
+    std::uint32_t match_table = 0;
+    if (addressing == direct && table_name)
+        for (const Seam& seam : rows.seams)
+            for (const Table& table : seam.tables)
+                if (same(table.name, table_name)) match_table = table.handle;
+    return "    {.handle = " + hex(handle) + ", .match_table = " + hex(match_table) + ", .cell_count = 0},\n";
+}
+
+Section resource_section(const Catalog& rows, const std::string& name, const Rows<Resource>& resources) {
+    std::string lines;
+    for (const Resource& row : resources)
+        lines += resource_line(rows, row.handle, row.addressing, row.table);
+    return section(rows.program, "vl_model_resource", name, lines, resources.size());
+}
+
+Section register_section(const Catalog& rows) {
+    std::string lines;
+    for (const Register& row : rows.registers)
+        lines += resource_line(rows, row.handle, indirect, row.table);
+    return section(rows.program, "vl_model_resource", "register", lines, rows.registers.size());
+}
+
+Section digest_section(const Catalog& rows) {
+    std::string lines;
+    for (const Digest& row : rows.digests) {
+        unsigned size = 0;
+        for (const DigestField& field : row.fields)
+            size += field.bytes;
+        lines += "    {.handle = " + hex(row.handle) + ", .entry_size = " + std::to_string(size) + "},\n";
+    }
+    return section(rows.program, "vl_model_digest", "digest", lines, rows.digests.size());
+}
+
+Section value_set_section(const Catalog& rows) {
+    std::string lines;
+    for (const ValueSet& row : rows.value_sets)
+        lines += "    " + std::to_string(row.id) + ",\n";
+    return section(rows.program, "uint32_t", "value_set", lines, rows.value_sets.size());
+}
+
+Section hash_calculation_section(const Catalog& rows) {
+    std::string lines;
+    for (const HashCalculation& row : rows.hash_calculations)
+        lines += "    {.handle = " + hex(row.handle) + ", .input = " + hex(row.input) +
+                 ", .algorithm = " + hex(row.algorithm) + "},\n";
+    return section(rows.program, "vl_model_hash_calculation", "hash_calculation", lines, rows.hash_calculations.size());
+}
+
 } // namespace
 
 std::string write_pipeline_description(const Catalog& rows) {
@@ -74,11 +137,19 @@ std::string write_pipeline_description(const Catalog& rows) {
             ++count;
         }
     tables += "};\n\n";
+    std::string members;
+    for (const Section& part :
+         {resource_section(rows, "counter", rows.counters), resource_section(rows, "meter", rows.meters),
+          resource_section(rows, "wred_block", rows.wred_blocks), register_section(rows), digest_section(rows),
+          value_set_section(rows), hash_calculation_section(rows)}) {
+        tables += part.definition;
+        members += part.members;
+    }
     return "/* Made from the catalog: what the embedded driver is told about " + program +
            " when a device is added. */\n#ifndef VL_PD_PIPELINE_H\n#define VL_PD_PIPELINE_H\n\n"
            "#include \"vl_model/control.h\"\n\n" +
            actions + "\n" + tables + "static const vl_model_pipeline " + program + "_pipeline = {.name = \"" + program +
-           "\", .tables = " + program + "_tables, .table_count = " + std::to_string(count) + "};\n\n#endif\n";
+           "\", .tables = " + program + "_tables, .table_count = " + std::to_string(count) + members + "};\n\n#endif\n";
 }
 
 } // namespace generator

@@ -28,6 +28,8 @@ std::string_view header_of(Shard shard) {
         return "pd/readback.h";
     case Shard::profiles:
         return "pd/profiles.h";
+    case Shard::resources:
+        return "pd/resources.h";
     case Shard::entries:
         return "pd/write.h";
     case Shard::tables:
@@ -98,6 +100,18 @@ std::string write_actions_source(const Exports& exports) {
     std::string text = opening(exports, header_of(Shard::actions));
     text += "namespace {\n" + row_constants("a", "ActionRef", "action", names) + "} // namespace\n\n";
     for (const Member& member : exports.actions)
+        text += definition(member);
+    return text;
+}
+
+std::string write_resources_source(const Exports& exports) {
+    std::string text = opening(exports, header_of(Shard::resources));
+    text += "namespace {\nnamespace h {\n";
+    for (const HashCalculation& row : exports.rows->hash_calculations)
+        text += std::string("constexpr const catalog::HashCalculation& ") + row.name +
+                " = catalog::hash_calculation(\"" + row.name + "\");\n";
+    text += "} // namespace h\n} // namespace\n\n";
+    for (const Member& member : exports.resources)
         text += definition(member);
     return text;
 }

@@ -7,16 +7,19 @@
 
 namespace generator {
 
-// Public headers: the program's functions, action records and functions, profiles, and each seam's tables.
+// Public headers: the program's functions, action records and functions, profiles, resources, and each seam's
+// tables.
 std::string write_program_header(const Exports& exports);
 std::string write_actions_header(const Exports& exports);
 std::string write_profiles_header(const Exports& exports);
+std::string write_resources_header(const Exports& exports);
 std::string write_seam_header(const Exports& exports, const SeamExports& seam);
 
 // One-line definitions. A shard of tables is written for one seam.
 std::string write_program_source(const Exports& exports);
 std::string write_actions_source(const Exports& exports);
 std::string write_profiles_source(const Exports& exports);
+std::string write_resources_source(const Exports& exports);
 std::string write_seam_source(const Exports& exports, const SeamExports& seam, Shard shard);
 
 // Compares the offsets and sizes that the compiler gives the records with those that the encoders use.

@@ -101,11 +101,66 @@ typedef struct pd_idle_params {
     uint8_t params_flag; /* never sent, and read as 0 */
 } pd_idle_params;
 
+/* A counter cell. Which of the counts is packets and which is bytes is the driver's to say. */
+typedef struct pd_counter_value {
+    uint64_t count_a;
+    uint64_t count_b;
+} pd_counter_value;
+
+/* Passed through as it is; what it says is the driver's. */
+typedef struct pd_wred_spec {
+    uint64_t words[2];
+} pd_wred_spec;
+
+/* A register cell that holds two words. */
+typedef struct pd_register_pair {
+    uint32_t first;
+    uint32_t second;
+} pd_register_pair;
+
+/* A register cell as the driver holds it. */
+typedef struct pd_register_value {
+    uint8_t bytes[16];
+} pd_register_value;
+
+/* Where the entries of a parser value set live. Of the parser 8 bits count. */
+typedef struct pd_pvs_target {
+    pd_device dev_id;
+    uint32_t gress;
+    uint32_t pipe;
+    uint8_t parser;
+} pd_pvs_target;
+
+/*
+ * An attribute of one input field of a hash calculation. Fields and types are the driver's numbers. In
+ * calculate_hash_value it is a field's value: of up to 32 bits, or the address of its bytes, most significant first, for
+ * a wider field.
+ */
+typedef struct pd_hash_attribute {
+    uint32_t input_field;
+    uint32_t attr_type;
+    union {
+        uint32_t attr_value;
+        const uint8_t* attr_bytes;
+    };
+} pd_hash_attribute;
+
+#define PD_SNAPSHOT_RECORD_SIZE 676
+#define PD_SNAPSHOT_MAX_STAGES 20
+
+/* The values or masks of a snapshot trigger in the machine's byte order, or one stage of a capture. */
+typedef struct pd_snapshot_record {
+    uint8_t bytes[PD_SNAPSHOT_RECORD_SIZE];
+} pd_snapshot_record;
+
 /* States of a member in its group. An inactive member stays in the group, but takes no packets. */
 enum { P4_PD_GRP_MBR_STATE_ACTIVE = 0, P4_PD_GRP_MBR_STATE_INACTIVE = 1 };
 
 /* The driver's records. Agents that decode them themselves have their definitions from the driver's headers. */
 struct pipe_match_record;
 struct pipe_action_data;
+struct pipe_stful_element;
+struct pipe_stful_query;
+struct bf_snapshot_capture_ctrl;
 
 #endif

@@ -1,5 +1,6 @@
 /*
- * The control interface of the velmar_switch pipeline: tables with their entries and defaults, and action profiles.
+ * The control interface of the velmar_switch pipeline: tables, action profiles, and all that
+ * goes with them.
  *
  * This is the one header that an agent includes. The functions are families: each stands once for every table, or for
  * every action of a table, and differs from its sisters in constants alone. What a family does is told here once; the
@@ -238,6 +239,109 @@
  * and status 0; for one that is no profile's, PD_HDL_END and PD_STATUS_MISMATCH.
  *
  *
+ * Counters
+ *
+ *   counter_read_<counter>(sess_hdl, dev_id, entry_hdl, flags, value out)   direct: a cell per entry of a match table
+ *   counter_read_<counter>(sess_hdl, dev_tgt, index, flags, value out)      indirect: an array of cells
+ *   counter_write_<counter>(sess_hdl, dev_tgt, entry_hdl or index, value)   by value
+ *   counter_hw_sync_<counter>(sess_hdl, dev_tgt, callback, cookie)          all cells, software from hardware
+ *
+ * Bit 0 of flags brings the cell up to date from the hardware before it is read. Which count is packets and which bytes
+ * is the driver's to say. An index is not checked here.
+ *
+ *
+ * Meters and WRED
+ *
+ *   meter_set_<meter>(sess_hdl, dev_id, entry_hdl, meter_spec)              direct: stormControlMeter, of l2LookupMiss
+ *   meter_set_<meter>(sess_hdl, dev_tgt, index, meter_spec)                 indirect
+ *   meter_read_<meter>(sess_hdl, dev_tgt, entry_hdl or index, meter_spec out)
+ *   meter_bytecount_adjust_set_<meter>(sess_hdl, dev_tgt, adjustment), meter_bytecount_adjust_get_<meter>(..., out)
+ *   wred_set_wredBlock, wred_read_wredBlock(sess_hdl, dev_tgt, index, wred_spec)
+ *   bytes_meter_set, packets_meter_set(sess_hdl, dev_tgt, meter_hdl, index, meter_spec, has_pre_color)
+ *   bytes_meter_read, packets_meter_read(sess_hdl, dev_tgt, meter_hdl, index, meter_spec out)
+ *   wred_set(sess_hdl, dev_tgt, wred_hdl, index, wred_spec)
+ *
+ * The meters of the pipeline count bytes; by handle, packets too. meter_type goes to the driver by PD_METER_TYPE_... and
+ * comes back as the driver has it; numbers come back as their low 32 bits. A meter_type outside PD_METER_TYPE_... is a
+ * logged assertion in meter_set_<meter>, and sent as colour aware; by handle it is PD_STATUS_INVALID without a driver
+ * call, and so is a colour aware meter without has_pre_color (of which 8 bits count). WRED specs are copied as they are.
+ *
+ *
+ * Registers
+ *
+ *   register_read_<register>(sess_hdl, dev_tgt, index, flags, values out, value_count out)
+ *   register_range_read_<register>(sess_hdl, dev_tgt, first_index, count, flags, cells_read out, values out,
+ *                                  value_count out)
+ *   register_write_<register>(sess_hdl, dev_tgt, index, value), register_write_all_<register>(sess_hdl, dev_tgt, value)
+ *   register_reset_all_<register>(sess_hdl, dev_tgt), register_range_reset_<register>(sess_hdl, dev_tgt, first_index,
+ *                                  count)
+ *   register_hw_sync_<register>(sess_hdl, dev_tgt, callback, cookie)
+ *
+ * A cell holds a flag (uint8_t: any value but 0 is written as 1), a word (uint32_t) or a pair of words, and reads as one
+ * value for each instance of it in the hardware. The caller gives room for all of them: as many as the driver says for a
+ * cell (its number of pipes, say), times count for a range; they follow each other with no gaps. Bit 0 of flags goes to
+ * the driver. PD_STATUS_NO_MEMORY: no memory for the driver's answer, and nothing is written. The lists that a read
+ * allocates live in the driver's memory and are freed before it returns.
+ *
+ *   register_read_indirect(sess_hdl, dev_tgt, reg_hdl, index, flags, query), register_read_direct(sess_hdl, dev_tgt,
+ *   tbl_hdl, entry_hdl, flags, query), register_write_indirect, register_write_all_indirect, register_reset_all_indirect,
+ *   register_range_reset_indirect, register_hw_sync_indirect, register_hw_sync_direct: any register by handle, with the
+ *   driver's records. register_write_direct(sess_hdl, dev_id, tbl_hdl, entry_hdl, value) takes the 16 bytes by value, and
+ *   8 bits of dev_id.
+ *
+ *
+ * Learning digests
+ *
+ *   <digest>_register(sess_hdl, dev_id, callback, cookie), <digest>_deregister(sess_hdl, dev_id)
+ *   <digest>_notify_ack(sess_hdl, message)                          gives a message back when the callback's work is done
+ *   set_learning_timeout(sess_hdl, dev_id, timeout)                 one for the device
+ *   get_digest_entry_size(digest)                                   bytes of an entry; 0 for an unknown name
+ *   get_digest_entry_field(entry, digest, field, size out)          the field's address in the entry; null, and size 0,
+ *                                                                   for an unknown name
+ *
+ * Entries are packed; the bytes of a field are the driver's, and are not converted. Of dev_id 8 bits reach the driver.
+ *
+ *
+ * Parser value sets
+ *
+ *   pvs_<set>_entry_add(sess_hdl, target, value, mask, entry_hdl out), _entry_modify(sess_hdl, dev_id, entry_hdl, value,
+ *   mask), _entry_delete, _entry_get(sess_hdl, dev_id, entry_hdl, value out, mask out), _entry_get_count(sess_hdl, target,
+ *   read_from_hw, count out), _entry_handle_get(sess_hdl, target, value, mask, entry_hdl out),
+ *   _entry_get_first_entry_handle, _entry_get_next_entry_handles, _set_property(sess_hdl, dev_id, property, value, arg),
+ *   _get_property(sess_hdl, dev_id, property, value out, arg)
+ *
+ * A value is 0xFFFFFFFF after a failed _get_property. All else is the driver's.
+ *
+ *
+ * Hash calculations
+ *
+ *   hash_calc_<calc>_algorithm_set, _algorithm_get, _seed_set, _seed_get, _input_set, _input_get(sess_hdl, dev_id, ...)
+ *   hash_calc_<calc>_input_field_attribute_set(sess_hdl, dev_id, input, count, attributes)
+ *   hash_calc_<calc>_input_field_attribute_get(sess_hdl, dev_id, input, max_count, attributes out, count out)
+ *   hash_calc_<calc>_input_field_attribute_count_get(sess_hdl, dev_id, input, count out)
+ *   hash_calc_<calc>_calculate_hash_value(sess_hdl, dev_id, count, fields, widths, hash out, hash_len)
+ *
+ * A calculation has one algorithm and one input, and both are named 0; another number goes to the driver as handle 0 in a
+ * set. A get is PD_STATUS_INVALID, with nothing written, if the driver names anything else, or nothing because it failed.
+ * The attribute reads are PD_STATUS_INVALID for an input other than 0; the first has then written 0 to count. Of
+ * attr_value 32 bits travel. PD_STATUS_NO_MEMORY: no memory for the driver's records or for the stream.
+ *
+ * calculate_hash_value predicts the hash of a packet: the values of `count` fields, widths[i] bits each, are packed to one
+ * big-endian number with the first field at the top and no alignment between them. A field of up to 32 bits has its value
+ * in attr_value, a wider one its bytes at attr_bytes, most significant first. Values must fit their widths.
+ *
+ *
+ * Snapshots
+ *
+ *   snapshot_create(dev_tgt, start_stage, end_stage, direction, snapshot_hdl out), snapshot_delete(snapshot_hdl)
+ *   snapshot_capture_trigger_set(snapshot_hdl, value, mask)
+ *   snapshot_capture_data_get(snapshot_hdl, pipe, stages out, capture_ctrl out, count out)
+ *
+ * A trigger's records are in the machine's byte order and packed without alignment, in one of two layouts, which bit 1 of
+ * the handle tells apart. `stages` has room for PD_SNAPSHOT_MAX_STAGES records; those of the capture are filled in order
+ * as the service delivers them, with zeros if it failed. PD_STATUS_NO_MEMORY: no memory for the capture, and none filled.
+ *
+ *
  * Decoding driver records
  *
  *   unbuild_key_<table>(match_record, match_spec out)
@@ -257,6 +361,7 @@
 #include "vl_pd/velmar_switch/actions.h"
 #include "vl_pd/velmar_switch/profiles.h"
 #include "vl_pd/velmar_switch/program.h"
+#include "vl_pd/velmar_switch/resources.h"
 
 #include "vl_pd/velmar_switch/acl.h"
 #include "vl_pd/velmar_switch/egress_rewrite.h"

@@ -8,7 +8,7 @@
 #include "catalog/catalog.h"
 #include "catalog/layout.h"
 #include "pd/bytes.h"
-#include "pd/meter.h"
+#include "pd/meters.h"
 #include "pd/unroll.h"
 #include "vl_driver/types.h"
 #include "vl_pd/types.h"
@@ -216,8 +216,7 @@ VL_INLINE void build_slot(const Byte* action_spec, const pd_meter_spec* meter_sp
             slot.tag = operation == Operation::set_default ? PIPE_SLOT_DETACHED : PIPE_SLOT_UNCHANGED;
             return;
         }
-        pipe_meter_spec driver_spec{};
-        meter::fill_bytes_meter(*meter_spec, driver_spec);
+        const pipe_meter_spec driver_spec = meters::bytes_meter(*meter_spec);
         std::memcpy(slot.spec, &driver_spec, sizeof driver_spec);
         slot.tag = PIPE_SLOT_ATTACHED;
     } else if constexpr (resource.addressing == catalog::direct) {

@@ -1,31 +1,9 @@
 // Deleting a group: the one operation on groups that allocates, and the one that returns the shadow's status.
 #include "pd/groups.h"
 
+#include "pd/driver_array.h"
+
 namespace vl_pd::groups {
-
-namespace {
-
-// A list in the driver's memory for the length of a call.
-template <class Element>
-class DriverArray {
-public:
-    explicit DriverArray(std::uint32_t count) noexcept
-        : elements_(static_cast<Element*>(bf_sys_calloc(count, sizeof(Element)))) {}
-    DriverArray(const DriverArray&) = delete;
-    DriverArray& operator=(const DriverArray&) = delete;
-    ~DriverArray() {
-        if (elements_ != nullptr) bf_sys_free(elements_);
-    }
-
-    Element* get() const {
-        return elements_;
-    }
-
-private:
-    Element* elements_;
-};
-
-} // namespace
 
 pd_status remove_from(std::uint32_t selector, p4_pd_ms_state* shadow, pd_session sess_hdl, pd_device dev_id,
                       pd_group grp_hdl) noexcept {

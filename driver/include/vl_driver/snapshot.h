@@ -16,7 +16,13 @@ typedef uint32_t bf_snapshot_hdl; /* bit 1 tells which of the two record layouts
 
 #define BF_SNAPSHOT_RECORD_SIZE 676
 
-typedef struct bf_snapshot_capture_ctrl bf_snapshot_capture_ctrl; /* the service's; passed through */
+enum { BF_SNAPSHOT_IDLE = 0, BF_SNAPSHOT_ARMED = 1, BF_SNAPSHOT_CAPTURED = 2 };
+
+/* What became of a trigger. The library passes it through; these are the embedded driver's members. */
+typedef struct bf_snapshot_capture_ctrl {
+    uint32_t state;         /* BF_SNAPSHOT_...; idle before the first trigger */
+    uint32_t trigger_stage; /* where the trigger matched; 0 unless captured */
+} bf_snapshot_capture_ctrl;
 
 pipe_status bf_snapshot_create(pipe_dev_id dev_id, uint32_t pipe, uint8_t start_stage, uint8_t end_stage,
                                uint32_t direction, bf_snapshot_hdl* hdl);

@@ -135,6 +135,20 @@ void Table::set_default_entry(std::optional<EntryImage> image) {
     }
     default_entry = std::move(image);
     hardware.erase(default_handle());
+    if (!default_entry) {
+        forget_cells(default_handle());
+    }
+}
+
+void Table::forget_cells(pipe_ent_hdl ent_hdl) const {
+    if (counter != nullptr) {
+        counter->cells.forget(ent_hdl);
+    }
+    if (stateful != nullptr) {
+        for (auto& cells : stateful->pipes) {
+            cells.forget(ent_hdl);
+        }
+    }
 }
 
 Device* find_device(pipe_dev_id dev_id, pipe_status& status) {
@@ -178,7 +192,7 @@ uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline)
                 return VL_MODEL_INVALID;
             }
         }
-        if (has_shared_handles(*device)) {
+        if (has_shared_handles(*device) || !add_resources(*device, *pipeline) || !add_services(*device, *pipeline)) {
             return VL_MODEL_INVALID;
         }
         Model& m = model();
@@ -241,6 +255,8 @@ void vl_model_reset(void) {
         m.now = 0;
         m.last_member = before_members;
         m.last_group = before_groups;
+        m.last_value_set_entry = 0;
+        m.last_snapshot = 0;
         m.restore_callback = nullptr;
         m.allocations_made = 0;
         m.allocation_faults.clear();
@@ -276,6 +292,8 @@ constexpr StatusWords status_words[] = {
     {VL_MODEL_NOT_SUPPORTED, "NOT_SUPPORTED", "not supported by this table"},
     {VL_MODEL_UNKNOWN_CLIENT, "UNKNOWN_CLIENT", "unknown client"},
     {VL_MODEL_GROUP_FULL, "GROUP_FULL", "group full"},
+    {VL_MODEL_UNKNOWN_RESOURCE, "UNKNOWN_RESOURCE", "unknown resource"},
+    {VL_MODEL_OUT_OF_RANGE, "OUT_OF_RANGE", "index or pipe out of range"},
 };
 
 const StatusWords& words_of(uint32_t status) {

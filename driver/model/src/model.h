@@ -22,6 +22,8 @@
 
 #include "ageing.h"
 #include "profile_store.h"
+#include "resources.h"
+#include "services.h"
 #include "table_store.h"
 
 namespace vl_model {
@@ -45,6 +47,12 @@ struct Table {
     std::array<Property, VL_MODEL_PROPERTIES> properties{};
     Subscriber<pipe_mat_update_cb> updates;
 
+    // The device's resources with a cell for each entry; null where the table has none. A meter's cells are the slots
+    // of its entries.
+    Counter* counter = nullptr;
+    Meter* meter = nullptr;
+    Register* stateful = nullptr;
+
     // Entries, by handle, whose hardware differs from the software: nothing where the hardware has lost the entry. All
     // others are one and the same in both.
     std::unordered_map<uint32_t, std::optional<EntryImage>> hardware;
@@ -58,6 +66,8 @@ struct Table {
     }
     const vl_model_action* find_action(pipe_act_hdl act_hdl) const;
     void reset_default_entry();
+    // The cells of an entry that goes away.
+    void forget_cells(pipe_ent_hdl ent_hdl) const;
     // What the default entry points at counts as used, as with entries.
     void set_default_entry(std::optional<EntryImage> image);
 
@@ -70,7 +80,23 @@ struct Device {
     std::unordered_map<pipe_tbl_hdl, std::unique_ptr<Table>> tables;
     std::map<pipe_tbl_hdl, DataTable> data_tables; // in the order of a replay
     std::map<pipe_tbl_hdl, Selector> selectors;
+
+    std::map<pipe_tbl_hdl, Counter> counters;
+    std::map<pipe_tbl_hdl, Meter> meters;
+    std::map<pipe_tbl_hdl, WredBlock> wred_blocks;
+    std::map<pipe_tbl_hdl, Register> registers;
+
+    std::map<pipe_digest_hdl, Digest> digests;
+    uint32_t learning_timeout = 0;
+    std::map<pipe_pvs_id, ValueSet> value_sets;
+    std::map<pipe_hash_hdl, HashCalculation> hash_calculations;
+    std::map<bf_snapshot_hdl, Snapshot> snapshots;
 };
+
+// Makes what the description says of resources and services, for the tables that the device has. False if the
+// description contradicts itself.
+bool add_resources(Device& device, const vl_model_pipeline& pipeline);
+bool add_services(Device& device, const vl_model_pipeline& pipeline);
 
 struct Client {
     bf_drv_client_hdl handle;
@@ -95,6 +121,8 @@ struct Model {
     uint64_t now = 0; // milliseconds
     pipe_mbr_hdl last_member = before_members;
     pipe_grp_hdl last_group = before_groups;
+    pipe_pvs_ent_hdl last_value_set_entry = 0;
+    uint32_t last_snapshot = 0;
     pipe_adt_sel_restore_cb restore_callback = nullptr; // of the last restore
 
     bf_drv_client_hdl last_client = 0;

@@ -109,6 +109,20 @@ merged_slots(const pipe_action_record& action, const pipe_resource_slot* old_slo
     return merged;
 }
 
+bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
+              const pipe_resource_slot& slot) {
+    uint8_t place = 0;
+    while (place < resource_count && slots[place].resource_hdl != slot.resource_hdl) {
+        ++place;
+    }
+    if (place == slots.size()) {
+        return false;
+    }
+    slots[place] = slot;
+    resource_count = std::max(resource_count, static_cast<uint8_t>(place + 1));
+    return true;
+}
+
 void LiveSet::reserve(uint32_t position) {
     for (auto& level : words_) {
         position /= 64;
@@ -300,6 +314,15 @@ void TableStore::set_action(uint32_t handle, uint32_t action_hdl, const pipe_act
         kept = kept_slots(merged_slots(action, h.slots, h.slot_count));
     }
     write_action(handle, action_hdl, action, std::move(kept.slots), kept.count);
+}
+
+void TableStore::set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
+                           uint8_t resource_count) {
+    KeptSlots kept = kept_slots(slots);
+    Head& h = head(handle);
+    delete[] std::exchange(h.slots, kept.slots.release());
+    h.slot_count = static_cast<uint8_t>(kept.count);
+    h.resource_count = resource_count;
 }
 
 void TableStore::write_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action,

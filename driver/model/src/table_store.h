@@ -41,6 +41,10 @@ EntryView view_of(const EntryImage& image);
 std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
                                                             const pipe_resource_slot* old_slots, std::size_t old_count);
 
+// Puts a slot in the place of the one of the same resource, or behind the last one in use. False if there is no room.
+bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
+              const pipe_resource_slot& slot);
+
 // Positions of live entries, as bits with summaries above: finding the next one doesn't depend on the holes between.
 class LiveSet {
 public:
@@ -77,6 +81,8 @@ public:
     uint32_t add(const pipe_match_record& match, uint32_t hash, uint32_t action_hdl, const pipe_action_record& action);
     bool has(uint32_t handle) const;
     void set_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action);
+    void set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
+                   uint8_t resource_count);
     void remove(uint32_t handle);
     EntryView view(uint32_t handle) const;
 

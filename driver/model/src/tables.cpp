@@ -1,4 +1,6 @@
 // Changes of match tables at the boundary: what is refused, what counts as used, and who is told.
+#include <algorithm>
+
 #include <vl_driver/tables.h>
 
 #include "model.h"
@@ -40,6 +42,14 @@ pipe_status check_target(const Table& table, pipe_act_hdl act_hdl, const pipe_ac
     return VL_MODEL_OK;
 }
 
+// A meter's spec comes in the slot of the entry that it is attached to.
+bool has_sound_meter(const Table& table, const pipe_action_record& record) {
+    return std::all_of(record.slots, record.slots + record.resource_count, [&](const pipe_resource_slot& slot) {
+        return slot.resource_hdl != table.meter->description.handle || slot.tag != PIPE_SLOT_ATTACHED ||
+               is_sound(meter_spec_of(slot));
+    });
+}
+
 enum class Use { entry, default_entry };
 
 pipe_status check_action(const Table& table, pipe_act_hdl act_hdl, const pipe_action_record& record, Use use) {
@@ -47,7 +57,7 @@ pipe_status check_action(const Table& table, pipe_act_hdl act_hdl, const pipe_ac
     if (action == nullptr || (use == Use::entry ? action->for_entries : action->for_default) == 0) {
         return VL_MODEL_FOREIGN_ACTION;
     }
-    if (record.resource_count > PIPE_MAX_SLOTS) {
+    if (record.resource_count > PIPE_MAX_SLOTS || (table.meter != nullptr && !has_sound_meter(table, record))) {
         return VL_MODEL_BAD_DATA;
     }
     const pipe_action_data& data = record.action;
@@ -170,6 +180,7 @@ pipe_status remove_entry(Table& table, pipe_ent_hdl ent_hdl) {
         table.ageing->forget(ent_hdl);
     }
     table.hardware.erase(ent_hdl);
+    table.forget_cells(ent_hdl);
     return VL_MODEL_OK;
 }
 

@@ -27,7 +27,8 @@ struct Watch {
     Hooks hooks;
 
     void update_flag() {
-        watching = recording || !faults.empty() || hooks.entry || hooks.member || hooks.state || hooks.group;
+        watching = recording || !faults.empty() || hooks.entry || hooks.member || hooks.state || hooks.group ||
+                   hooks.meter || hooks.stateful;
     }
 };
 
@@ -130,6 +131,14 @@ void set_state_answer_hook(StateAnswerHook hook) {
 
 void set_group_answer_hook(GroupAnswerHook hook) {
     set_hook(&Hooks::group, std::move(hook));
+}
+
+void set_meter_answer_hook(MeterAnswerHook hook) {
+    set_hook(&Hooks::meter, std::move(hook));
+}
+
+void set_register_answer_hook(RegisterAnswerHook hook) {
+    set_hook(&Hooks::stateful, std::move(hook));
 }
 
 Hooks hooks() {

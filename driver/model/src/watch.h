@@ -26,6 +26,8 @@ struct Hooks {
     MemberAnswerHook member;
     StateAnswerHook state;
     GroupAnswerHook group;
+    MeterAnswerHook meter;
+    RegisterAnswerHook stateful;
 };
 
 // Copies: hooks run without a lock, and may set others.
@@ -68,6 +70,18 @@ struct ArrayArgument {
     std::size_t count;
 };
 
+// A record or an array of the caller's, which is kept among the call's inputs.
+template <class Item>
+struct InputArgument {
+    const Item* items;
+    std::size_t count;
+};
+
+template <class Item>
+InputArgument<Item> input(const Item* items, std::size_t count = 1) {
+    return {items, count};
+}
+
 void copy_array(Call& call, const uint32_t* handles, std::size_t count);
 void copy_array(Call& call, const uint8_t* bytes, std::size_t count);
 
@@ -81,6 +95,14 @@ void note_argument(Call& call, const ArrayArgument<Item>& arg) {
     if (arg.items != nullptr) {
         copy_array(call, arg.items, arg.count);
     }
+}
+
+template <class Item>
+void note_argument(Call& call, const InputArgument<Item>& arg) {
+    static_assert(std::is_trivially_copyable_v<Item>);
+    call.args.push_back(reinterpret_cast<uintptr_t>(arg.items));
+    const auto* bytes = reinterpret_cast<const uint8_t*>(arg.items);
+    call.inputs.emplace_back(bytes, bytes != nullptr ? bytes + arg.count * sizeof(Item) : nullptr);
 }
 
 template <class Arg>

@@ -15,7 +15,7 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* What calls of the boundary and of this header return. */
+/* What calls of the boundary and of this driver's headers return. */
 typedef enum vl_model_status {
     VL_MODEL_OK = 0,
     VL_MODEL_NO_MEMORY = 2,
@@ -31,9 +31,12 @@ typedef enum vl_model_status {
     VL_MODEL_BAD_KEY = 11,        /* not the table's key length; or a prefix longer than its field */
     VL_MODEL_BAD_DATA = 12,       /* not the action's data length, or not what the table's entries point at */
     VL_MODEL_IN_USE = 13,         /* a member in a group, or what an entry points at */
-    VL_MODEL_NOT_SUPPORTED = 14,  /* a keyless table has no entries, and not every table's entries age */
+    VL_MODEL_NOT_SUPPORTED = 14, /* a keyless table has no entries, and not every table's entries age or have a counter,
+                                     meter or register; those that they have are not addressed by index */
     VL_MODEL_UNKNOWN_CLIENT = 16,
-    VL_MODEL_GROUP_FULL = 17
+    VL_MODEL_GROUP_FULL = 17,
+    VL_MODEL_UNKNOWN_RESOURCE = 18, /* counter, meter, WRED block, register, digest, value set or hash calculation */
+    VL_MODEL_OUT_OF_RANGE = 19      /* an index at or above the cell count, a pipe that the device doesn't have */
 } vl_model_status;
 
 /* The enumerator's name without its prefix, and a phrase for people. A foreign value: "UNKNOWN", "unknown status". */
@@ -76,16 +79,72 @@ typedef struct vl_model_table {
 
 #define VL_MODEL_DEFAULT_CAPACITY (UINT32_C(4) * 1024 * 1024)
 
-/* Properties of a table have the numbers from 1 to this. Each starts with value and arguments 0. */
+/* Properties of a table or a value set have the numbers from 1 to this. Each starts with value and arguments 0. */
 #define VL_MODEL_PROPERTIES 8
 
 /* A selector's memory consists of words of this many slots. Position p is slot p % 32 of word p / 32. */
 #define VL_MODEL_SELECTOR_WORD_SLOTS 32
 
+/* A counter, meter, WRED block or register. */
+typedef struct vl_model_resource {
+    uint32_t handle;
+    uint32_t match_table; /* has a cell for each entry of this table, the default entry too; 0 for cells by index */
+    uint32_t cell_count;  /* of cells by index; 0 for VL_MODEL_DEFAULT_CELLS */
+} vl_model_resource;
+
+#define VL_MODEL_DEFAULT_CELLS (UINT32_C(64) * 1024)
+
+typedef struct vl_model_digest {
+    uint32_t handle;
+    uint32_t entry_size; /* bytes */
+} vl_model_digest;
+
+/*
+ * The algorithms of hash calculations, by the low byte of their handles. The hash is one number, of which a reader gets
+ * the low bytes, most significant first. A CRC goes on from the seed (CRC-32 from its low 32 bits) as from the checksum
+ * of bytes in front of the stream, so that a seed of 0 gives the CRC as everybody knows it. The attributes of input
+ * fields are kept and change nothing.
+ */
+typedef enum vl_model_hash_algorithm {
+    VL_MODEL_HASH_IDENTITY = 0, /* the stream itself, exclusive or the seed */
+    VL_MODEL_HASH_CRC64 = 1,    /* of ECMA-182, reflected: CRC-64/XZ */
+    VL_MODEL_HASH_CRC32 = 2     /* of IEEE 802.3 */
+} vl_model_hash_algorithm;
+
+/* At first a calculation has this input and algorithm, a seed of 0 and no attributes. It has no other input, but may
+ * take the algorithm of any calculation of the pipeline. */
+typedef struct vl_model_hash_calculation {
+    uint32_t handle;
+    uint32_t input;
+    uint32_t algorithm;
+} vl_model_hash_calculation;
+
+/* A member that older descriptions don't have. Compilers of C++ would warn of its absence. */
+#ifdef __cplusplus
+#define VL_MODEL_OPTIONAL(member)                                                                                      \
+    member {}
+#else
+#define VL_MODEL_OPTIONAL(member) member
+#endif
+
 typedef struct vl_model_pipeline {
     const char* name;
     const vl_model_table* tables;
     uint32_t table_count;
+    const vl_model_resource* VL_MODEL_OPTIONAL(counters);
+    uint32_t VL_MODEL_OPTIONAL(counter_count);
+    const vl_model_resource* VL_MODEL_OPTIONAL(meters);
+    uint32_t VL_MODEL_OPTIONAL(meter_count);
+    const vl_model_resource* VL_MODEL_OPTIONAL(wred_blocks); /* by index only */
+    uint32_t VL_MODEL_OPTIONAL(wred_block_count);
+    const vl_model_resource* VL_MODEL_OPTIONAL(registers);
+    uint32_t VL_MODEL_OPTIONAL(register_count);
+    const vl_model_digest* VL_MODEL_OPTIONAL(digests);
+    uint32_t VL_MODEL_OPTIONAL(digest_count);
+    const uint32_t* VL_MODEL_OPTIONAL(value_sets); /* ids */
+    uint32_t VL_MODEL_OPTIONAL(value_set_count);
+    const vl_model_hash_calculation* VL_MODEL_OPTIONAL(hash_calculations);
+    uint32_t VL_MODEL_OPTIONAL(hash_calculation_count);
 } vl_model_pipeline;
 
 /* Adds a device that runs the pipeline. The description is copied. */
@@ -103,6 +162,14 @@ uint32_t vl_model_session_close(uint32_t sess_hdl);
  * the agent looks like to the driver.
  */
 uint32_t vl_model_device_state_drop(uint32_t dev_id);
+
+/*
+ * A register's cell has a value in each pipe of the device, so that a read yields as many for a target of all pipes,
+ * and one for any other. A pipe that is added has initial values, and one that is taken away loses its own.
+ */
+#define VL_MODEL_DEFAULT_PIPES 4
+#define VL_MODEL_MOST_PIPES 64
+uint32_t vl_model_device_set_pipes(uint32_t dev_id, uint32_t count);
 
 /* Of a match, data or selector table. Entries, members and groups above a lowered capacity stay. */
 uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity);

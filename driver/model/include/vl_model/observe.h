@@ -7,12 +7,16 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
+#include <vl_driver/registers.h>
+#include <vl_driver/resources.h>
 #include <vl_driver/types.h>
 
 #pragma GCC visibility push(default)
@@ -70,9 +74,23 @@ struct Call {
     std::optional<ActionCopy> action; // also of calls with action data alone: kind and all that follows data are 0
     std::string text;                 // the formatted line of bf_sys_log_and_trace
     std::vector<uint32_t> handles;    // the members of p4_pd_ms_del_grp
-    std::vector<uint8_t> bytes;       // the hash of pipe_mgr_sel_grp_mbr_get_from_hash
-    uint32_t status = 0;              // 0 for functions that return no status
+    // The hash of pipe_mgr_sel_grp_mbr_get_from_hash, the stream of pipe_mgr_hash_calc_calculate_hash_value.
+    std::vector<uint8_t> bytes;
+    // What the pointers to a caller's other records and arrays lead to, in the order of the arguments. Empty for null.
+    std::vector<std::vector<uint8_t>> inputs;
+    uint32_t status = 0; // 0 for functions that return no status
 };
+
+// A record of a call's inputs; all zero where the input has no such record.
+template <class Record>
+Record input_record(const Call& call, std::size_t input = 0, std::size_t position = 0) {
+    static_assert(std::is_trivially_copyable_v<Record>);
+    Record record{};
+    if (input < call.inputs.size() && call.inputs[input].size() >= (position + 1) * sizeof(Record)) {
+        std::memcpy(&record, &call.inputs[input][position * sizeof(Record)], sizeof(Record));
+    }
+    return record;
+}
 
 // Starts (forgetting older records) or stops.
 void record_calls(bool on);
@@ -94,6 +112,13 @@ using StateAnswerHook = std::function<void(uint32_t& state)>;
 void set_state_answer_hook(StateAnswerHook hook);
 using GroupAnswerHook = std::function<void(uint32_t* mbr_hdls, uint8_t* states, uint32_t& count)>;
 void set_group_answer_hook(GroupAnswerHook hook);
+
+// The same for a successful pipe_mgr_meter_read_entry or pipe_mgr_meter_read_entry_idx, and for a successful
+// pipe_stful_ent_query, pipe_stful_direct_ent_query (both of one cell) or pipe_stful_ent_query_range.
+using MeterAnswerHook = std::function<void(pipe_meter_spec&)>;
+void set_meter_answer_hook(MeterAnswerHook hook);
+using RegisterAnswerHook = std::function<void(pipe_stful_query* queries, uint32_t& cells_read)>;
+void set_register_answer_hook(RegisterAnswerHook hook);
 
 // An entry or a member as the hardware holds it. Key and mask are empty in a default entry; a member has action data
 // alone.

@@ -1,0 +1,30 @@
+// Counters: cells of two counts. A direct counter has a cell per entry of its match table, and is named by that table's
+// handle here; an indirect one is an array of cells.
+//
+// The driver's record has the two counts in the opposite order of the agent's, so every read and write swaps them.
+#pragma once
+
+#include <cstdint>
+
+#include "vl_pd/types.h"
+
+namespace vl_pd::counters {
+
+// Bit 0 of flags brings the cell up to date from the hardware first; no other bit is looked at. A failure of either step
+// leaves the value unwritten.
+pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
+                      std::uint32_t flags, pd_counter_value* value) noexcept;
+pd_status read_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+                        std::uint32_t flags, pd_counter_value* value) noexcept;
+
+pd_status write_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
+                       pd_counter_value value) noexcept;
+pd_status write_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+                         pd_counter_value value) noexcept;
+
+pd_status sync_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
+                      void* cookie) noexcept;
+pd_status sync_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
+                        void* cookie) noexcept;
+
+} // namespace vl_pd::counters

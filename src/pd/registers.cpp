@@ -1,0 +1,175 @@
+// Sizing, reading and unpacking of cells, and the forwarding of all else.
+#include "pd/registers.h"
+
+#include <cstring>
+
+#include "pd/device.h"
+#include "pd/driver_array.h"
+#include "vl_driver/resources.h"
+
+namespace vl_pd::registers {
+
+namespace {
+
+constexpr std::uint32_t no_flags = 0;
+
+// The one flag that goes to the driver.
+std::uint32_t from_hardware(std::uint32_t flags) {
+    return flags & 1;
+}
+
+// Bytes of a value, in the agent's records as in the driver's element.
+std::size_t value_size(Cell cell) {
+    switch (cell) {
+    case Cell::flag:
+        return sizeof(std::uint8_t);
+    case Cell::word:
+        return sizeof(std::uint32_t);
+    case Cell::word_pair:
+        break;
+    }
+    return sizeof(pd_register_pair);
+}
+
+// Copies the values of one cell to `to`, and returns the place behind them.
+template <std::size_t size>
+std::uint8_t* unpack_values(const pipe_stful_query& query, std::uint8_t* to) {
+    for (std::uint32_t i = 0; i < query.count; ++i, to += size)
+        std::memcpy(to, query.elements[i].bytes, size);
+    return to;
+}
+
+std::uint8_t* unpack(Cell cell, const pipe_stful_query& query, std::uint8_t* to) {
+    switch (cell) {
+    case Cell::flag:
+        return unpack_values<sizeof(std::uint8_t)>(query, to);
+    case Cell::word:
+        return unpack_values<sizeof(std::uint32_t)>(query, to);
+    case Cell::word_pair:
+        break;
+    }
+    return unpack_values<sizeof(pd_register_pair)>(query, to);
+}
+
+pipe_stful_element pack(Cell cell, const void* value) {
+    pipe_stful_element element{};
+    std::memcpy(element.bytes, value, value_size(cell));
+    if (cell == Cell::flag) element.bytes[0] = element.bytes[0] != 0;
+    return element;
+}
+
+} // namespace
+
+pd_status read(Cell cell, std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+               std::uint32_t flags, void* values, std::uint32_t* value_count) noexcept {
+    std::int32_t size = 0;
+    pd_status refused = pipe_stful_query_get_sizes(sess_hdl, to_driver(dev_tgt), handle, &size);
+    if (refused != PD_STATUS_OK) return refused;
+    const DriverArray<pipe_stful_element> elements(static_cast<std::size_t>(size));
+    if (elements.get() == nullptr) return PD_STATUS_NO_MEMORY;
+    pipe_stful_query query{.count = static_cast<std::uint32_t>(size), .reserved = 0, .elements = elements.get()};
+    refused = pipe_stful_ent_query(sess_hdl, to_driver(dev_tgt), handle, index, &query, from_hardware(flags));
+    if (refused != PD_STATUS_OK) return refused;
+    *value_count = query.count; // the driver may have lowered it
+    unpack(cell, query, static_cast<std::uint8_t*>(values));
+    return PD_STATUS_OK;
+}
+
+pd_status read_range(Cell cell, std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                     std::uint32_t first_index, std::int32_t count, std::uint32_t flags, std::uint32_t* cells_read,
+                     void* values, std::uint32_t* value_count) noexcept {
+    std::int32_t size = 0;
+    pd_status refused = pipe_stful_query_get_sizes(sess_hdl, to_driver(dev_tgt), handle, &size);
+    if (refused != PD_STATUS_OK) return refused;
+    // Products of sizes and counts are 32-bit and signed. Both arrays are always tried for, and the queries go first.
+    const auto times_size = [size](std::int32_t cells) {
+        return static_cast<std::int32_t>(static_cast<std::uint32_t>(size) * static_cast<std::uint32_t>(cells));
+    };
+    DriverArray<pipe_stful_element> elements;
+    const DriverArray<pipe_stful_query> queries(static_cast<std::size_t>(count));
+    elements.allocate(static_cast<std::size_t>(times_size(count)));
+    if (queries.get() == nullptr || elements.get() == nullptr) return PD_STATUS_NO_MEMORY;
+    for (std::int32_t i = 0; i < count; ++i)
+        queries[static_cast<std::size_t>(i)] = {
+            .count = static_cast<std::uint32_t>(size), .reserved = 0, .elements = elements.get() + times_size(i)};
+
+    std::uint32_t read_by_driver = 0;
+    refused = pipe_stful_ent_query_range(sess_hdl, to_driver(dev_tgt), handle, first_index, count, queries.get(),
+                                         &read_by_driver, from_hardware(flags));
+    if (refused != PD_STATUS_OK) return refused;
+    *cells_read = read_by_driver;
+    *value_count = 0;
+    auto* next = static_cast<std::uint8_t*>(values);
+    for (std::uint32_t i = 0; i < read_by_driver; ++i) {
+        *value_count += queries[i].count; // each record's own count rules, not the size
+        next = unpack(cell, queries[i], next);
+    }
+    return PD_STATUS_OK;
+}
+
+pd_status write(Cell cell, std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+                const void* value) noexcept {
+    const pipe_stful_element element = pack(cell, value);
+    return write_indirect(sess_hdl, dev_tgt, handle, index, &element);
+}
+
+pd_status write_all(Cell cell, std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt,
+                    const void* value) noexcept {
+    const pipe_stful_element element = pack(cell, value);
+    return write_all_indirect(sess_hdl, dev_tgt, handle, &element);
+}
+
+pd_status reset_all(std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt) noexcept {
+    return pipe_stful_table_reset(sess_hdl, to_driver(dev_tgt), handle, nullptr);
+}
+
+// A range can only be reset, not filled.
+pd_status reset_range(std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t first_index,
+                      std::uint32_t count) noexcept {
+    return pipe_stful_table_reset_range(sess_hdl, to_driver(dev_tgt), handle, first_index, count, nullptr);
+}
+
+pd_status sync(std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
+               void* cookie) noexcept {
+    return pipe_stful_database_sync(sess_hdl, to_driver(dev_tgt), handle, reinterpret_cast<pipe_sync_cb>(callback),
+                                    cookie);
+}
+
+pd_status read_indirect(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t handle, std::uint32_t index,
+                        std::uint32_t flags, pipe_stful_query* query) noexcept {
+    return pipe_stful_ent_query(sess_hdl, to_driver(dev_tgt), handle, index, query, from_hardware(flags));
+}
+
+pd_status read_direct(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t table, pd_entry entry_hdl,
+                      std::uint32_t flags, pipe_stful_query* query) noexcept {
+    return pipe_stful_direct_ent_query(sess_hdl, to_driver(dev_tgt), table, entry_hdl, query, from_hardware(flags));
+}
+
+pd_status write_indirect(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t handle, std::uint32_t index,
+                         const pipe_stful_element* element) noexcept {
+    return pipe_stful_ent_set(sess_hdl, to_driver(dev_tgt), handle, index, element, no_flags);
+}
+
+pd_status write_all_indirect(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t handle,
+                             const pipe_stful_element* element) noexcept {
+    return pipe_stful_table_reset(sess_hdl, to_driver(dev_tgt), handle, element);
+}
+
+pd_status sync_direct(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t table, pd_driver_callback callback,
+                      void* cookie) noexcept {
+    return pipe_stful_direct_database_sync(sess_hdl, to_driver(dev_tgt), table,
+                                           reinterpret_cast<pipe_sync_cb>(callback), cookie);
+}
+
+// The handle names the register in the slot and the table in the call.
+pd_status write_direct(pd_session sess_hdl, pd_device dev_id, std::uint32_t handle, pd_entry entry_hdl,
+                       pd_register_value value) noexcept {
+    pipe_resource_slot slot{};
+    slot.resource_hdl = handle;
+    std::memcpy(slot.spec, &value, sizeof value);
+    slot.tag = PIPE_SLOT_ATTACHED;
+    return pipe_mgr_mat_ent_set_resource(sess_hdl, static_cast<std::uint8_t>(dev_id), handle, entry_hdl, &slot, 1,
+                                         no_flags);
+}
+
+} // namespace vl_pd::registers

@@ -1,0 +1,31 @@
+// Parser value sets: values and masks that the parser compares packet fields with. All is forwarded; the set's id stands
+// in the third place. Of the target's parser and of read_from_hw 8 bits reach the driver.
+#pragma once
+
+#include <cstdint>
+
+#include "vl_pd/types.h"
+
+namespace vl_pd::value_sets {
+
+pd_status add(std::uint32_t id, pd_session sess_hdl, pd_pvs_target target, std::uint32_t value, std::uint32_t mask,
+              std::uint32_t* entry_hdl) noexcept;
+pd_status modify(std::uint32_t id, pd_session sess_hdl, pd_device dev_id, std::uint32_t entry_hdl, std::uint32_t value,
+                 std::uint32_t mask) noexcept;
+pd_status remove(std::uint32_t id, pd_session sess_hdl, pd_device dev_id, std::uint32_t entry_hdl) noexcept;
+pd_status get(std::uint32_t id, pd_session sess_hdl, pd_device dev_id, std::uint32_t entry_hdl, std::uint32_t* value,
+              std::uint32_t* mask) noexcept;
+pd_status get_count(std::uint32_t id, pd_session sess_hdl, pd_pvs_target target, std::uint32_t read_from_hw,
+                    std::uint32_t* count) noexcept;
+pd_status get_handle(std::uint32_t id, pd_session sess_hdl, pd_pvs_target target, std::uint32_t value,
+                     std::uint32_t mask, std::uint32_t* entry_hdl) noexcept;
+pd_status get_first(std::uint32_t id, pd_session sess_hdl, pd_pvs_target target, std::uint32_t* entry_hdl) noexcept;
+pd_status get_next(std::uint32_t id, pd_session sess_hdl, pd_pvs_target target, std::uint32_t entry_hdl,
+                   std::uint32_t count, std::uint32_t* next_entry_hdls) noexcept;
+pd_status set_property(std::uint32_t id, pd_session sess_hdl, pd_device dev_id, std::uint32_t property,
+                       std::uint32_t value, std::uint32_t arg) noexcept;
+// The value is all ones after a failure.
+pd_status get_property(std::uint32_t id, pd_session sess_hdl, pd_device dev_id, std::uint32_t property,
+                       std::uint32_t* value, std::uint32_t arg) noexcept;
+
+} // namespace vl_pd::value_sets

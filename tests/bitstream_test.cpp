@@ -1,0 +1,141 @@
+// The packed stream that is hashed, against a concatenation of the same values worked out bit by bit.
+#include "support/library.h"
+
+#include <cstring>
+#include <random>
+
+#include "pd/bitstream.h"
+
+namespace {
+
+using namespace support;
+
+// The fields of a stream as lists of bits, most significant first.
+class Bits {
+public:
+    void append(const Bytes& source, unsigned width) {
+        for (unsigned bit = 0; bit < width; ++bit) {
+            const unsigned at = static_cast<unsigned>(source.size()) * 8 - width + bit;
+            bits_.push_back(source[at / 8] >> (7 - at % 8) & 1);
+        }
+    }
+    Bytes packed() const {
+        Bytes bytes((bits_.size() + 7) / 8);
+        const std::size_t spare = bytes.size() * 8 - bits_.size();
+        for (std::size_t i = 0; i < bits_.size(); ++i)
+            if (bits_[i]) bytes[(spare + i) / 8] |= static_cast<std::uint8_t>(0x80 >> (spare + i) % 8);
+        return bytes;
+    }
+
+private:
+    std::vector<bool> bits_;
+};
+
+struct Field {
+    unsigned width;
+    Bytes source; // whole bytes, most significant first
+};
+
+Bytes packed(const std::vector<Field>& fields) {
+    unsigned bits = 0;
+    for (const Field& field : fields)
+        bits += field.width;
+    Bytes stream((bits + 7) / 8);
+    vl_pd::Bitstream out(stream.data(), stream.size());
+    for (auto field = fields.rbegin(); field != fields.rend(); ++field)
+        out.prepend_to_bytestream(field->source.data(), field->width);
+    return stream;
+}
+
+TEST(Bitstream, WorkedExamples) {
+    EXPECT_EQ(hex(packed({{3, {0x05}}, {10, {0x02, 0xab}}})), "16 ab");
+    EXPECT_EQ(hex(packed({{1, {0x01}}, {17, {0x01, 0x23, 0x45}}, {8, {0xab}}})), "03 23 45 ab");
+    EXPECT_EQ(hex(packed({{40, {0x11, 0x22, 0x33, 0x44, 0x55}}, {2, {0x03}}})), "00 44 88 cd 11 57");
+}
+
+// Integers take a shorter way where they fit; what comes of it is the same, whatever stands above their width.
+TEST(Bitstream, IntegersEqualTheirBytes) {
+    std::mt19937 random(11);
+    for (int trial = 0; trial < 20000; ++trial) {
+        const std::size_t length = random() % 24 + 1;
+        Bytes by_bytes(length), by_integer(length);
+        vl_pd::Bitstream left(by_bytes.data(), length), right(by_integer.data(), length);
+        std::size_t room = length * 8;
+        while (true) {
+            const unsigned width = static_cast<unsigned>(random() % 33);
+            if (width > room || random() % 16 == 0) break;
+            room -= width;
+            std::uint32_t value = static_cast<std::uint32_t>(random());
+            if (random() % 4 != 0 && width < 32) value &= (1u << width) - 1;
+            const std::uint8_t source[4] = {static_cast<std::uint8_t>(value >> 24),
+                                            static_cast<std::uint8_t>(value >> 16),
+                                            static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
+            left.prepend_to_bytestream(source + 4 - (width + 7) / 8, width);
+            right.prepend_integer(value, width);
+        }
+        ASSERT_EQ(hex(by_integer), hex(by_bytes));
+    }
+}
+
+TEST(Bitstream, AnyWidthsConcatenate) {
+    std::mt19937 random(7);
+    for (int trial = 0; trial < 5000; ++trial) {
+        std::vector<Field> fields;
+        Bits expected;
+        for (std::size_t count = random() % 6 + 1; count > 0; --count) {
+            const unsigned width = static_cast<unsigned>(random() % 70); // 0 is a field without bits
+            Bytes source((width + 7) / 8);
+            for (std::uint8_t& byte : source)
+                byte = static_cast<std::uint8_t>(random());
+            if (width % 8 != 0) source[0] &= static_cast<std::uint8_t>((1u << width % 8) - 1);
+            expected.append(source, width);
+            fields.push_back({width, source});
+        }
+        ASSERT_EQ(hex(packed(fields)), hex(expected.packed()));
+    }
+}
+
+// Bits above a field's width are not cut: they are ORed into what stands above, as far as their byte reaches.
+TEST(Bitstream, ValuesThatDoNotFit) {
+    EXPECT_EQ(hex(packed({{3, {0xFF}}})), "ff");
+    EXPECT_EQ(hex(packed({{8, {0x00}}, {4, {0xF5}}})), "00 f5") << "the lower field's surplus shows in the upper one";
+    EXPECT_EQ(hex(packed({{5, {0xE1}}, {6, {0x00}}})), "38 40") << "or in the first byte's high bits";
+    EXPECT_EQ(hex(packed({{2, {0xFF}}, {2, {0x00}}})), "fc") << "and beyond its byte it is lost";
+}
+
+class HashValue : public LibraryTest {
+protected:
+    Bytes stream_sent() {
+        std::vector<vl_model::Call> made = calls_of("pipe_mgr_hash_calc_calculate_hash_value");
+        EXPECT_EQ(made.size(), 1u);
+        return made.empty() ? Bytes{} : made[0].bytes;
+    }
+};
+
+TEST_F(HashValue, IntegersAndWideFieldsReachTheDriverAsOneStream) {
+    const std::uint8_t wide[5] = {0x11, 0x22, 0x33, 0x44, 0x55};
+    pd_hash_attribute fields[2] = {};
+    fields[0].attr_bytes = wide;
+    fields[1].attr_value = 3;
+    const std::uint32_t widths[2] = {40, 2};
+    std::uint8_t hash[4];
+    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 2, fields, widths, hash, 4);
+    EXPECT_EQ(hex(stream_sent()), "00 44 88 cd 11 57");
+    EXPECT_EQ(vl_model::allocations_made(), 1u);
+
+    // 32 bits go the way of integers, 33 that of bytes.
+    fields[1].attr_value = 0x01020304;
+    const std::uint32_t whole[1] = {32};
+    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 1, fields + 1, whole, hash, 4);
+    EXPECT_EQ(hex(stream_sent()), "01 02 03 04");
+    const std::uint32_t one_more[1] = {33};
+    const std::uint8_t bytes[5] = {1, 2, 3, 4, 5};
+    fields[0].attr_bytes = bytes;
+    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 1, fields, one_more, hash, 4);
+    EXPECT_EQ(hex(stream_sent()), "01 02 03 04 05");
+
+    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 0, nullptr, nullptr, hash, 4);
+    EXPECT_EQ(hex(stream_sent()), "");
+}
+
+} // namespace

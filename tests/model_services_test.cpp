@@ -1,0 +1,265 @@
+// Digests, value sets, hash calculations and snapshots in the embedded driver.
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <vl_driver/driver.h>
+#include <vl_model/control.h>
+#include <vl_model/observe.h>
+#include <vl_model/traffic.h>
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+using Handles = std::vector<uint32_t>;
+
+constexpr vl_model_digest digests[] = {{0x9000000, 3}, {0x9000001, 1}};
+constexpr uint32_t value_sets[] = {506, 507};
+constexpr uint32_t identity = 0x8000000, crc64 = 0x8000001, crc32 = 0x8000002;
+constexpr vl_model_hash_calculation calculations[] = {
+    {identity, 0x21000000, 0x23000000}, {crc64, 0x21000001, 0x23000001}, {crc32, 0x21000002, 0x23000002}};
+
+class ServicesTest : public testing::Test {
+protected:
+    pipe_sess_hdl session = 0;
+    vl_model_pipeline description{.name = "p", .tables = nullptr, .table_count = 0};
+
+    void SetUp() override {
+        vl_model_reset();
+        ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
+        description.digests = digests;
+        description.digest_count = std::size(digests);
+        description.value_sets = value_sets;
+        description.value_set_count = std::size(value_sets);
+        description.hash_calculations = calculations;
+        description.hash_calculation_count = std::size(calculations);
+        ASSERT_EQ(vl_model_device_add(3, &description), VL_MODEL_OK);
+    }
+
+    uint32_t unacked(uint32_t digest) const {
+        uint32_t count = 99;
+        EXPECT_EQ(vl_model_digest_unacked(3, digest, &count), VL_MODEL_OK);
+        return count;
+    }
+    pipe_status add(uint32_t set, uint32_t pipe, uint32_t value, uint32_t* handle) const {
+        return pipe_mgr_pvs_entry_add(session, 3, set, 0, pipe, 1, value, 0xFFFF, handle);
+    }
+    Handles walk(uint32_t pipe, uint32_t from, uint32_t room) const {
+        Handles found(room, 7);
+        EXPECT_EQ(pipe_mgr_pvs_entry_get_next(session, 3, 506, 0, pipe, 1, from, room, found.data()), VL_MODEL_OK);
+        return found;
+    }
+    Bytes hash(uint32_t calculation, const std::string& stream, uint32_t len) const {
+        Bytes result(len, 0xEE);
+        EXPECT_EQ(pipe_mgr_hash_calc_calculate_hash_value(session, 3, calculation,
+                                                          reinterpret_cast<const uint8_t*>(stream.data()),
+                                                          static_cast<uint32_t>(stream.size()), result.data(), len),
+                  VL_MODEL_OK);
+        return result;
+    }
+};
+
+// What a digest callback was given, and what it does.
+struct Learner {
+    uint32_t session = 0;
+    pipe_digest_msg* message = nullptr;
+    bool acks = false;
+};
+
+pipe_status learn(pipe_sess_hdl session, pipe_digest_msg* message, void* cookie) {
+    auto& learner = *static_cast<Learner*>(cookie);
+    learner.session = session;
+    learner.message = message;
+    return learner.acks ? pipe_mgr_flow_lrn_notify_ack(session, 0x9000000, message) : 44;
+}
+
+TEST_F(ServicesTest, DigestsStayUntilTheyAreAcknowledged) {
+    const Bytes entries{1, 2, 3, 4, 5, 6};
+    EXPECT_EQ(vl_model_digest_raise(3, 0x9000000, entries.data(), 2), VL_MODEL_NOT_FOUND);
+    Learner learner;
+    EXPECT_EQ(pipe_mgr_lrn_digest_notification_register(session, 3, 0x9000000, learn, &learner), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_lrn_digest_notification_register(session, 3, 0x9000000, learn, &learner), VL_MODEL_EXISTS);
+    EXPECT_EQ(pipe_mgr_lrn_digest_notification_register(session, 3, 0x9000002, learn, &learner),
+              VL_MODEL_UNKNOWN_RESOURCE);
+
+    EXPECT_EQ(vl_model_digest_raise(3, 0x9000000, entries.data(), 2), 44U); // the callback's own status
+    pipe_digest_msg* const kept = learner.message;
+    EXPECT_EQ(learner.session, session);
+    EXPECT_EQ(kept->dev_tgt.dev_id, 3U);
+    EXPECT_EQ(unacked(0x9000000), 1U);
+
+    learner.acks = true; // from within the callback, which no lock forbids
+    EXPECT_EQ(vl_model_digest_raise(3, 0x9000000, entries.data(), 1), VL_MODEL_OK);
+    EXPECT_EQ(unacked(0x9000000), 1U);
+
+    EXPECT_EQ(pipe_mgr_lrn_digest_notification_deregister(session, 3, 0x9000000), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_lrn_digest_notification_deregister(session, 3, 0x9000000), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(vl_model_digest_raise(3, 0x9000000, entries.data(), 1), VL_MODEL_NOT_FOUND);
+    ASSERT_EQ(kept->entry_count, 2U);
+    EXPECT_EQ(Bytes(kept->entries, kept->entries + 6), entries);
+    EXPECT_EQ(pipe_mgr_flow_lrn_notify_ack(session, 0x9000001, kept), VL_MODEL_NOT_FOUND); // another digest's
+    EXPECT_EQ(pipe_mgr_flow_lrn_notify_ack(session, 0x9000000, kept), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_flow_lrn_notify_ack(session, 0x9000000, kept), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(unacked(0x9000000), 0U);
+
+    uint32_t timeout = 1;
+    EXPECT_EQ(vl_model_learning_timeout(3, &timeout), VL_MODEL_OK);
+    EXPECT_EQ(timeout, 0U);
+    EXPECT_EQ(pipe_mgr_flow_lrn_set_timeout(session, 3, 500), VL_MODEL_OK);
+    EXPECT_EQ(vl_model_learning_timeout(3, &timeout), VL_MODEL_OK);
+    EXPECT_EQ(timeout, 500U);
+}
+
+TEST_F(ServicesTest, ValueSetsListEachPlaceApart) {
+    uint32_t first = 0, second = 0, elsewhere = 0, refused = 77;
+    ASSERT_EQ(add(506, 0, 4789, &first), VL_MODEL_OK);
+    ASSERT_EQ(add(506, 1, 4789, &elsewhere), VL_MODEL_OK);
+    ASSERT_EQ(add(506, 0, 8472, &second), VL_MODEL_OK);
+    EXPECT_EQ(add(506, 0, 4789, &refused), VL_MODEL_EXISTS);
+    EXPECT_EQ(add(505, 0, 4789, &refused), VL_MODEL_UNKNOWN_RESOURCE);
+    EXPECT_EQ(refused, 77U);
+
+    uint32_t found = 0, count = 0;
+    EXPECT_EQ(pipe_mgr_pvs_entry_get_count(session, 3, 506, 0, 0, 1, 0, &count), VL_MODEL_OK);
+    EXPECT_EQ(count, 2U);
+    EXPECT_EQ(pipe_mgr_pvs_entry_get_first(session, 3, 506, 0, 0, 1, &found), VL_MODEL_OK);
+    EXPECT_EQ(found, first);
+    EXPECT_EQ(walk(0, first, 3), (Handles{second, PIPE_HDL_END, 7}));
+    EXPECT_EQ(walk(0, first, 1), (Handles{second}));
+    EXPECT_EQ(pipe_mgr_pvs_entry_get_first(session, 3, 507, 0, 0, 1, &found), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_pvs_entry_get_next(session, 3, 507, 0, 0, 1, first, 1, &found), VL_MODEL_NOT_FOUND);
+
+    EXPECT_EQ(pipe_mgr_pvs_entry_modify(session, 3, 506, first, 8472, 0xFFFF), VL_MODEL_EXISTS);
+    EXPECT_EQ(pipe_mgr_pvs_entry_modify(session, 3, 506, first, 4790, 0xFF), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_pvs_entry_handle_get(session, 3, 506, 0, 0, 1, 4790, 0xFF, &found), VL_MODEL_OK);
+    EXPECT_EQ(found, first);
+    EXPECT_EQ(pipe_mgr_pvs_entry_handle_get(session, 3, 506, 0, 0, 1, 4789, 0xFFFF, &found), VL_MODEL_NOT_FOUND);
+    uint32_t value = 0, mask = 0, pipe = 9;
+    EXPECT_EQ(pipe_mgr_pvs_entry_get(session, 3, 506, elsewhere, &value, &mask, nullptr, &pipe, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(value, 4789U);
+    EXPECT_EQ(mask, 0xFFFFU);
+    EXPECT_EQ(pipe, 1U);
+
+    EXPECT_EQ(pipe_mgr_pvs_entry_delete(session, 3, 506, first), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_pvs_entry_delete(session, 3, 506, first), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(walk(0, first, 1), (Handles{second})); // goes on from an entry that is no more
+}
+
+TEST_F(ServicesTest, ValueSetPropertiesHaveTheScopeOfTheirArgument) {
+    vl_model::record_calls(true);
+    EXPECT_EQ(pipe_mgr_pvs_set_property(session, 3, 506, 1, 5, {.arg = 1, .unused = 9}), VL_MODEL_OK);
+    const std::vector<vl_model::Call> calls = vl_model::take_calls();
+    ASSERT_EQ(calls.size(), 1U);
+    EXPECT_EQ(calls[0].args, (std::vector<uint64_t>{session, 3, 506, 1, 5, 1, 9}));
+    uint32_t value = 7;
+    EXPECT_EQ(pipe_mgr_pvs_get_property(session, 3, 506, 1, &value, {.arg = 1, .unused = 0}), VL_MODEL_OK);
+    EXPECT_EQ(value, 5U);
+    EXPECT_EQ(pipe_mgr_pvs_get_property(session, 3, 506, 1, &value, {.arg = 2, .unused = 0}), VL_MODEL_OK);
+    EXPECT_EQ(value, 0U);
+    EXPECT_EQ(pipe_mgr_pvs_set_property(session, 3, 506, VL_MODEL_PROPERTIES + 1, 5, {}), VL_MODEL_INVALID);
+}
+
+// The check values of the catalogue of CRCs.
+TEST_F(ServicesTest, HashesAreTheKnownAlgorithms) {
+    EXPECT_EQ(hash(crc32, "123456789", 4), (Bytes{0xCB, 0xF4, 0x39, 0x26}));
+    EXPECT_EQ(hash(crc32, "123456789", 2), (Bytes{0x39, 0x26}));
+    EXPECT_EQ(hash(crc32, "123456789", 6), (Bytes{0, 0, 0xCB, 0xF4, 0x39, 0x26}));
+    EXPECT_EQ(hash(crc64, "123456789", 8), (Bytes{0x99, 0x5D, 0xC9, 0xBB, 0xDF, 0x19, 0x39, 0xFA}));
+    EXPECT_EQ(hash(identity, "123", 2), (Bytes{'2', '3'}));
+    EXPECT_EQ(hash(identity, "", 2), (Bytes{0, 0}));
+
+    // The seed is the checksum of what stands in front.
+    const Bytes front = hash(crc32, "12345678", 4);
+    uint64_t seed = 0;
+    for (const uint8_t byte : front) {
+        seed = seed << 8 | byte;
+    }
+    EXPECT_EQ(pipe_mgr_hash_calc_seed_set(session, 3, crc32, seed), VL_MODEL_OK);
+    EXPECT_EQ(hash(crc32, "9", 4), (Bytes{0xCB, 0xF4, 0x39, 0x26}));
+    uint64_t read = 0;
+    EXPECT_EQ(pipe_mgr_hash_calc_seed_get(session, 3, crc32, &read), VL_MODEL_OK);
+    EXPECT_EQ(read, seed);
+    EXPECT_EQ(pipe_mgr_hash_calc_seed_set(session, 3, identity, 0x0102), VL_MODEL_OK);
+    EXPECT_EQ(hash(identity, "123", 3), (Bytes{'1', '2' ^ 1, '3' ^ 2}));
+}
+
+TEST_F(ServicesTest, AlgorithmsInputsAndAttributes) {
+    uint32_t handle = 0;
+    EXPECT_EQ(pipe_mgr_hash_calc_algorithm_set(session, 3, identity, 0x23000002, 0, 0), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_hash_calc_algorithm_get(session, 3, identity, &handle, 0, 0), VL_MODEL_OK);
+    EXPECT_EQ(handle, 0x23000002U);
+    EXPECT_EQ(hash(identity, "123456789", 4), (Bytes{0xCB, 0xF4, 0x39, 0x26}));
+    EXPECT_EQ(pipe_mgr_hash_calc_algorithm_set(session, 3, identity, 0, 0, 0), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_hash_calc_input_set(session, 3, crc32, 0x21000001), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_hash_calc_input_set(session, 3, crc32, 0x21000002), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_hash_calc_seed_set(session, 3, 0x8000003, 1), VL_MODEL_UNKNOWN_RESOURCE);
+
+    std::array<pipe_hash_attribute, 3> attributes{};
+    attributes[1].attr_value = 6;
+    vl_model::record_calls(true);
+    EXPECT_EQ(pipe_mgr_hash_calc_input_field_attribute_set(session, 3, crc32, 0x21000002, 3, attributes.data()),
+              VL_MODEL_OK);
+    EXPECT_EQ(vl_model::input_record<pipe_hash_attribute>(vl_model::take_calls().at(0), 0, 1).attr_value, 6U);
+    uint32_t count = 0;
+    EXPECT_EQ(pipe_mgr_hash_calc_input_field_attribute_count_get(session, 3, crc32, 0x21000002, &count), VL_MODEL_OK);
+    EXPECT_EQ(count, 3U);
+    std::array<pipe_hash_attribute, 2> read{};
+    EXPECT_EQ(pipe_mgr_hash_calc_input_field_attribute_get(session, 3, crc32, 0x21000002, 2, read.data(), &count),
+              VL_MODEL_OK);
+    EXPECT_EQ(count, 2U);
+    EXPECT_EQ(read[1].attr_value, 6U);
+    EXPECT_EQ(pipe_mgr_hash_calc_input_field_attribute_set(session, 3, crc32, 0x21000002, 0, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(pipe_mgr_hash_calc_input_field_attribute_count_get(session, 3, crc32, 0x21000002, &count), VL_MODEL_OK);
+    EXPECT_EQ(count, 0U);
+}
+
+TEST_F(ServicesTest, SnapshotsCaptureOnceATriggerIsSet) {
+    uint32_t hdl = 0, other = 0, total = 0, stage_size = 0, count = 9;
+    ASSERT_EQ(bf_snapshot_create(3, 1, 2, 4, 1, &hdl), VL_MODEL_OK);
+    ASSERT_EQ(bf_snapshot_create(3, PIPE_ALL_PIPES, 0, 0, 0, &other), VL_MODEL_OK);
+    EXPECT_EQ(hdl >> 1 & 1, 1U); // the direction
+    EXPECT_EQ(other >> 1 & 1, 0U);
+    EXPECT_EQ(bf_snapshot_create(3, 1, 4, 2, 0, &other), VL_MODEL_INVALID);
+    ASSERT_EQ(bf_snapshot_capture_phv_fields_dict_size(hdl, &total, &stage_size), VL_MODEL_OK);
+    ASSERT_EQ(stage_size, uint32_t{VL_MODEL_SNAPSHOT_STAGE_SIZE});
+    ASSERT_EQ(total, 3 * stage_size);
+
+    Bytes records(2 * BF_SNAPSHOT_RECORD_SIZE, 0xAA);
+    records[BF_SNAPSHOT_RECORD_SIZE] = 0xBB;
+    bf_snapshot_capture_ctrl control{};
+    Bytes buffer(total, 0xEE);
+    EXPECT_EQ(vl_model_snapshot_match(hdl, 1, 3, records.data(), 2), VL_MODEL_NOT_FOUND); // no trigger yet
+    EXPECT_EQ(bf_snapshot_capture_trigger_set(hdl, records.data(), records.data()), VL_MODEL_OK);
+    EXPECT_EQ(bf_snapshot_capture_get(hdl, 1, buffer.data(), &control, &count), VL_MODEL_OK);
+    EXPECT_EQ(control.state, uint32_t{BF_SNAPSHOT_ARMED});
+    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(buffer, Bytes(total));
+
+    EXPECT_EQ(vl_model_snapshot_match(hdl, 2, 3, records.data(), 2), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(vl_model_snapshot_match(hdl, 1, 5, records.data(), 2), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(vl_model_snapshot_match(hdl, 1, 3, records.data(), 4), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(vl_model_snapshot_match(hdl, 1, 3, records.data(), 2), VL_MODEL_OK);
+    EXPECT_EQ(vl_model_snapshot_match(hdl, 1, 4, records.data(), 1), VL_MODEL_NOT_FOUND); // has matched
+    EXPECT_EQ(bf_snapshot_capture_get(hdl, 1, buffer.data(), &control, &count), VL_MODEL_OK);
+    EXPECT_EQ(control.state, uint32_t{BF_SNAPSHOT_CAPTURED});
+    EXPECT_EQ(control.trigger_stage, 3U);
+    EXPECT_EQ(count, 1U);
+    Bytes expected(total);
+    std::copy_n(records.begin(), BF_SNAPSHOT_RECORD_SIZE, expected.begin());
+    std::copy_n(records.begin() + BF_SNAPSHOT_RECORD_SIZE, BF_SNAPSHOT_RECORD_SIZE, expected.begin() + stage_size);
+    EXPECT_EQ(buffer, expected);
+
+    EXPECT_EQ(bf_snapshot_capture_trigger_set(hdl, records.data(), records.data()), VL_MODEL_OK); // starts anew
+    EXPECT_EQ(bf_snapshot_capture_get(hdl, 1, buffer.data(), &control, &count), VL_MODEL_OK);
+    EXPECT_EQ(count, 0U);
+    EXPECT_EQ(bf_snapshot_delete(hdl), VL_MODEL_OK);
+    EXPECT_EQ(bf_snapshot_capture_phv_fields_dict_size(hdl, &total, &stage_size), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK);
+    EXPECT_EQ(bf_snapshot_delete(other), VL_MODEL_NOT_FOUND);
+}
+
+} // namespace
