@@ -122,8 +122,9 @@ std::string write_profiles_header(const Exports& exports) {
     std::string text = opening(exports, "profiles", "Action profiles: members and selector groups.");
     text += "#include \"vl_pd/" + std::string(rows.program) + "/actions.h\"\n\n";
     text += declarations_begin;
-    for (const Member& member : exports.profiles)
-        text += declaration(member);
+    for (const ProfileExports& exported : exports.profiles)
+        for (const Member& member : exported.members)
+            text += declaration(member);
     return text + "\n" + std::string(ending);
 }
 

@@ -38,7 +38,9 @@ void write_all(const std::filesystem::path& folder) {
     write_if_changed(parts / "profiles.h", write_profiles_header(exports));
     write_if_changed(parts / "resources.h", write_resources_header(exports));
     write_if_changed(sources / "program.cpp", write_program_source(exports));
-    write_if_changed(sources / "actions.cpp", write_actions_source(exports));
+    write_if_changed(sources / "actions.cpp", write_actions_source(exports, Shard::actions));
+    write_if_changed(sources / "action_texts.cpp", write_actions_source(exports, Shard::action_texts));
+    write_if_changed(sources / "functions_by_handle.cpp", write_functions_by_handle(exports));
     write_if_changed(sources / "profiles.cpp", write_profiles_source(exports));
     write_if_changed(sources / "resources.cpp", write_resources_source(exports));
     for (const SeamExports& seam : exports.seams) {
@@ -47,6 +49,7 @@ void write_all(const std::filesystem::path& folder) {
         write_if_changed(sources / ("entries_" + name + ".cpp"), write_seam_source(exports, seam, Shard::entries));
         write_if_changed(sources / ("tables_" + name + ".cpp"), write_seam_source(exports, seam, Shard::tables));
         write_if_changed(sources / ("readback_" + name + ".cpp"), write_seam_source(exports, seam, Shard::readback));
+        write_if_changed(sources / ("texts_" + name + ".cpp"), write_seam_source(exports, seam, Shard::texts));
     }
     write_if_changed(sources / "record_asserts.cpp", write_record_asserts(exports));
     write_if_changed(folder / "exports.map", write_version_script(exports));

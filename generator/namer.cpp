@@ -72,6 +72,12 @@ Context action_context(const Catalog& rows, const Action& action) {
     return context;
 }
 
+// Whether the table counts each of its entries.
+bool has_counter(const Catalog& rows, const Table& table) {
+    const AttachedResource resource = resource_of(rows, table);
+    return resource.kind == ResourceKind::counter && resource.addressing == direct;
+}
+
 Member expand_member(const Family& family, const Context& context) {
     return {.family = &family,
             .name = expand(family.name, context),
@@ -109,7 +115,11 @@ void add_table_members(std::vector<Member>& members, const Family& family, const
     case Over::indirect_table:
         if (profile_of(rows, table) == nullptr) return;
         break;
+    case Over::counted_table:
+        if (!has_counter(rows, table)) return;
+        break;
     case Over::program:
+    case Over::every_action:
     case Over::action_with_params:
     case Over::profile:
     case Over::profile_binding:
@@ -215,8 +225,9 @@ std::vector<const Member*> Exports::functions() const {
         all.push_back(&member);
     for (const Member& member : actions)
         all.push_back(&member);
-    for (const Member& member : profiles)
-        all.push_back(&member);
+    for (const ProfileExports& profile : profiles)
+        for (const Member& member : profile.members)
+            all.push_back(&member);
     for (const Member& member : resources)
         all.push_back(&member);
     for (const SeamExports& seam : seams)
@@ -252,14 +263,16 @@ Exports name_exports(const Catalog& rows) {
         exports.data.push_back({expand(data.name, program), expand(data.declaration, program)});
     for (const Family& family : families) {
         if (family.over == Over::program) exports.program.push_back(expand_member(family, program));
-        if (family.over != Over::action_with_params) continue;
+        if (family.over != Over::every_action && family.over != Over::action_with_params) continue;
         for (const Action& action : rows.actions)
-            if (action.params.size() != 0)
+            if (family.over == Over::every_action || action.params.size() != 0)
                 exports.actions.push_back(expand_member(family, action_context(rows, action)));
     }
-    for (const Profile& profile : rows.profiles)
+    for (const Profile& profile : rows.profiles) {
+        ProfileExports& named = exports.profiles.emplace_back(ProfileExports{&profile, {}});
         for (const Family& family : families)
-            add_profile_members(exports.profiles, family, rows, profile);
+            add_profile_members(named.members, family, rows, profile);
+    }
     for (const Family& family : families)
         add_resource_members(exports.resources, family, rows);
     for (const Seam& seam : rows.seams) {

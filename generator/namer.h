@@ -35,12 +35,17 @@ struct SeamExports {
     std::vector<TableExports> tables;
 };
 
+struct ProfileExports {
+    const catalog::Profile* profile;
+    std::vector<Member> members;
+};
+
 struct Exports {
     const catalog::Catalog* rows;
     std::vector<Data> data;
     std::vector<Member> program;
     std::vector<Member> actions;
-    std::vector<Member> profiles;
+    std::vector<ProfileExports> profiles;
     std::vector<Member> resources; // all rows that are neither table, action nor profile
     std::vector<SeamExports> seams;
 

@@ -1,5 +1,6 @@
 // The definitions of the exported functions, one line each, and the texts that hold the binary interface to its form.
 #include <algorithm>
+#include <map>
 #include <set>
 
 #include "catalog/layout.h"
@@ -26,8 +27,11 @@ std::string_view header_of(Shard shard) {
     case Shard::actions:
     case Shard::readback:
         return "pd/readback.h";
+    case Shard::action_texts:
+    case Shard::texts:
+        return "pd_velmar/texts.h";
     case Shard::profiles:
-        return "pd/profiles.h";
+        return "pd_velmar/profiles.h";
     case Shard::resources:
         return "pd/resources.h";
     case Shard::entries:
@@ -93,14 +97,14 @@ std::string write_program_source(const Exports& exports) {
     return text;
 }
 
-std::string write_actions_source(const Exports& exports) {
+std::string write_actions_source(const Exports& exports, Shard shard) {
     std::set<std::string> names;
     for (const Action& action : exports.rows->actions)
-        if (action.params.size() != 0) names.insert(action.name);
-    std::string text = opening(exports, header_of(Shard::actions));
+        names.insert(action.name);
+    std::string text = opening(exports, header_of(shard));
     text += "namespace {\n" + row_constants("a", "ActionRef", "action", names) + "} // namespace\n\n";
     for (const Member& member : exports.actions)
-        text += definition(member);
+        if (member.family->shard == shard) text += definition(member);
     return text;
 }
 
@@ -127,8 +131,9 @@ std::string write_profiles_source(const Exports& exports) {
     std::string text = opening(exports, header_of(Shard::profiles));
     text += "namespace {\n" + row_constants("p", "ProfileRef", "profile", profiles) +
             row_constants("a", "ActionRef", "action", actions) + "} // namespace\n\n";
-    for (const Member& member : exports.profiles)
-        text += definition(member);
+    for (const ProfileExports& exported : exports.profiles)
+        for (const Member& member : exported.members)
+            text += definition(member);
     return text;
 }
 
@@ -147,6 +152,42 @@ std::string write_seam_source(const Exports& exports, const SeamExports& seam, S
     text += "namespace {\n" + row_constants("t", "TableRef", "table", tables) +
             row_constants("a", "ActionRef", "action", actions) + "} // namespace\n\n";
     return text + body;
+}
+
+namespace {
+
+// "    {.handle = 0x1000001, .schema = p4_..._schema, ...},"
+std::string functions_line(std::uint32_t handle, const std::vector<Member>& members) {
+    std::string line = "    {.handle = " + hex(handle);
+    for (const Member& member : members)
+        if (!member.family->by_handle.empty())
+            line += ",\n     ." + std::string(member.family->by_handle) + " = " + member.name;
+    return line + "},\n";
+}
+
+} // namespace
+
+std::string write_functions_by_handle(const Exports& exports) {
+    std::map<std::uint32_t, std::string> tables;
+    for (const SeamExports& seam : exports.seams)
+        for (const TableExports& exported : seam.tables)
+            tables[exported.table->handle] = functions_line(exported.table->handle, exported.members);
+    std::map<std::uint32_t, std::string> profiles;
+    for (const ProfileExports& exported : exports.profiles)
+        profiles[exported.profile->data_table] = functions_line(exported.profile->data_table, exported.members);
+
+    std::string text = "// Made from the catalog. What is reached by handle, sorted by it.\n"
+                       "#include \"pd_velmar/by_handle.h\"\n#include \"vl_pd/" +
+                       std::string(exports.rows->program) + ".h\"\n\nnamespace vl_pd::by_handle {\n\n";
+    const auto write_list = [&text](const char* declaration, const auto& lines) {
+        text += std::string("constinit const ") + declaration + "[] = {\n";
+        for (const auto& [handle, line] : lines)
+            text += line;
+        text += "};\n\n";
+    };
+    write_list("TableFunctions table_functions", tables);
+    write_list("ProfileFunctions profile_functions", profiles);
+    return text + "} // namespace vl_pd::by_handle\n";
 }
 
 std::string write_record_asserts(const Exports& exports) {

@@ -17,10 +17,13 @@ std::string write_seam_header(const Exports& exports, const SeamExports& seam);
 
 // One-line definitions. A shard of tables is written for one seam.
 std::string write_program_source(const Exports& exports);
-std::string write_actions_source(const Exports& exports);
+std::string write_actions_source(const Exports& exports, Shard shard);
 std::string write_profiles_source(const Exports& exports);
 std::string write_resources_source(const Exports& exports);
 std::string write_seam_source(const Exports& exports, const SeamExports& seam, Shard shard);
+
+// The exported functions that a handle is dispatched to, as constant data.
+std::string write_functions_by_handle(const Exports& exports);
 
 // Compares the offsets and sizes that the compiler gives the records with those that the encoders use.
 std::string write_record_asserts(const Exports& exports);

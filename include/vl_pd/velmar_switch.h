@@ -16,9 +16,9 @@
  *   dev_tgt      Device and pipe, in operations that name an entry by its key, or a whole table or profile.
  *   dev_id       Device, in operations that name an entry, member or group by its handle. The signatures say which.
  *   match_spec   The table's record <table>_match_spec_t: one field per key field. A field that is matched by mask has
- *                its mask behind it (<field>_mask, a 1 bit is matched), one that is matched by prefix its length in bits
- *                (<field>_prefix_length). In ipv4FinalResolve0, ipv6LgMaskFinalResolve0 and ipv6FinalResolve the first
- *                field names a partition and isn't matched. Of the 32-bit l3_nextHop a key takes the low 16 bits.
+ *                its mask behind it (<field>_mask, a 1 bit is matched), one that is matched by prefix its length in
+ *                bits (<field>_prefix_length). In ipv4FinalResolve0, ipv6LgMaskFinalResolve0 and ipv6FinalResolve the
+ *                first field names a partition and isn't matched. Of the 32-bit l3_nextHop a key takes the low 16 bits.
  *   priority     Orders the entries of a masked table; other tables take none.
  *   action_spec  The action's record <action>_action_spec_t: one field action_<param> per parameter. Actions without
  *                parameters take none.
@@ -43,8 +43,8 @@
  *   bf_drv_hdl                      (no prefix) The handle of this library as the driver's client.
  *   action_name_strings[]           The full names of all actions, by action number (enum ..._action).
  *   action_enum_to_string(number)   The full name; null for a number above the last.
- *   action_string_to_enum(name)     The number of a full name, prefix included; ..._action_count for null or a name that
- *                                   no action has.
+ *   action_string_to_enum(name)     The number of a full name, prefix included; ..._action_count for null or a name
+ *                                   that no action has.
  *
  *
  * Writing entries
@@ -77,7 +77,7 @@
  * Reading entries
  *
  *   <table>_get_entry(sess_hdl, dev_id, entry_hdl, read_from_hw, ...)
- *       Reads one entry, from the hardware if bits 0 to 7 of read_from_hw are not all zero, else from the driver's copy.
+ *       Reads one entry, from the hardware if bits 0 to 7 of read_from_hw are not all zero, else the driver's copy.
  *       Tables with actions:  [match_spec out, [priority out,]] action_name out, action_spec out, action_id out
  *                             [, is_default out]
  *       Tables whose entries point into an action profile:  match_spec out, [priority out,] has_mbr out, has_grp out,
@@ -261,10 +261,11 @@
  *   bytes_meter_read, packets_meter_read(sess_hdl, dev_tgt, meter_hdl, index, meter_spec out)
  *   wred_set(sess_hdl, dev_tgt, wred_hdl, index, wred_spec)
  *
- * The meters of the pipeline count bytes; by handle, packets too. meter_type goes to the driver by PD_METER_TYPE_... and
- * comes back as the driver has it; numbers come back as their low 32 bits. A meter_type outside PD_METER_TYPE_... is a
- * logged assertion in meter_set_<meter>, and sent as colour aware; by handle it is PD_STATUS_INVALID without a driver
- * call, and so is a colour aware meter without has_pre_color (of which 8 bits count). WRED specs are copied as they are.
+ * The meters of the pipeline count bytes; by handle, packets too. meter_type goes to the driver by PD_METER_TYPE_...
+ * and comes back as the driver has it; numbers come back as their low 32 bits. A meter_type outside PD_METER_TYPE_...
+ * is a logged assertion in meter_set_<meter>, and sent as colour aware; by handle it is PD_STATUS_INVALID without a
+ * driver call, and so is a colour aware meter without has_pre_color (of which 8 bits count). WRED specs are copied as
+ * they are.
  *
  *
  * Registers
@@ -277,23 +278,24 @@
  *                                  count)
  *   register_hw_sync_<register>(sess_hdl, dev_tgt, callback, cookie)
  *
- * A cell holds a flag (uint8_t: any value but 0 is written as 1), a word (uint32_t) or a pair of words, and reads as one
- * value for each instance of it in the hardware. The caller gives room for all of them: as many as the driver says for a
- * cell (its number of pipes, say), times count for a range; they follow each other with no gaps. Bit 0 of flags goes to
- * the driver. PD_STATUS_NO_MEMORY: no memory for the driver's answer, and nothing is written. The lists that a read
- * allocates live in the driver's memory and are freed before it returns.
+ * A cell holds a flag (uint8_t: any value but 0 is written as 1), a word (uint32_t) or a pair of words, and reads as
+ * one value for each instance of it in the hardware. The caller gives room for all of them: as many as the driver says
+ * for a cell (its number of pipes, say), times count for a range; they follow each other with no gaps. Bit 0 of flags
+ * goes to the driver. PD_STATUS_NO_MEMORY: no memory for the driver's answer, and nothing is written. The lists that a
+ * read allocates live in the driver's memory and are freed before it returns.
  *
  *   register_read_indirect(sess_hdl, dev_tgt, reg_hdl, index, flags, query), register_read_direct(sess_hdl, dev_tgt,
- *   tbl_hdl, entry_hdl, flags, query), register_write_indirect, register_write_all_indirect, register_reset_all_indirect,
- *   register_range_reset_indirect, register_hw_sync_indirect, register_hw_sync_direct: any register by handle, with the
- *   driver's records. register_write_direct(sess_hdl, dev_id, tbl_hdl, entry_hdl, value) takes the 16 bytes by value, and
- *   8 bits of dev_id.
+ *   tbl_hdl, entry_hdl, flags, query), register_write_indirect, register_write_all_indirect,
+ *   register_reset_all_indirect, register_range_reset_indirect, register_hw_sync_indirect, register_hw_sync_direct: any
+ *   register by handle, with the driver's records. register_write_direct(sess_hdl, dev_id, reg_hdl, entry_hdl, value)
+ *   takes the 16 bytes by value, and 8 bits of dev_id; reg_hdl goes to the driver twice, as the register of the slot
+ *   and in the place of a table.
  *
  *
  * Learning digests
  *
  *   <digest>_register(sess_hdl, dev_id, callback, cookie), <digest>_deregister(sess_hdl, dev_id)
- *   <digest>_notify_ack(sess_hdl, message)                          gives a message back when the callback's work is done
+ *   <digest>_notify_ack(sess_hdl, message)                          gives a message back once it is dealt with
  *   set_learning_timeout(sess_hdl, dev_id, timeout)                 one for the device
  *   get_digest_entry_size(digest)                                   bytes of an entry; 0 for an unknown name
  *   get_digest_entry_field(entry, digest, field, size out)          the field's address in the entry; null, and size 0,
@@ -304,11 +306,11 @@
  *
  * Parser value sets
  *
- *   pvs_<set>_entry_add(sess_hdl, target, value, mask, entry_hdl out), _entry_modify(sess_hdl, dev_id, entry_hdl, value,
- *   mask), _entry_delete, _entry_get(sess_hdl, dev_id, entry_hdl, value out, mask out), _entry_get_count(sess_hdl, target,
- *   read_from_hw, count out), _entry_handle_get(sess_hdl, target, value, mask, entry_hdl out),
- *   _entry_get_first_entry_handle, _entry_get_next_entry_handles, _set_property(sess_hdl, dev_id, property, value, arg),
- *   _get_property(sess_hdl, dev_id, property, value out, arg)
+ *   pvs_<set>_entry_add(sess_hdl, target, value, mask, entry_hdl out), _entry_modify(sess_hdl, dev_id, entry_hdl,
+ *   value, mask), _entry_delete, _entry_get(sess_hdl, dev_id, entry_hdl, value out, mask out),
+ *   _entry_get_count(sess_hdl, target, read_from_hw, count out), _entry_handle_get(sess_hdl, target, value, mask,
+ *   entry_hdl out), _entry_get_first_entry_handle, _entry_get_next_entry_handles, _set_property(sess_hdl, dev_id,
+ *   property, value, arg), _get_property(sess_hdl, dev_id, property, value out, arg)
  *
  * A value is 0xFFFFFFFF after a failed _get_property. All else is the driver's.
  *
@@ -321,14 +323,15 @@
  *   hash_calc_<calc>_input_field_attribute_count_get(sess_hdl, dev_id, input, count out)
  *   hash_calc_<calc>_calculate_hash_value(sess_hdl, dev_id, count, fields, widths, hash out, hash_len)
  *
- * A calculation has one algorithm and one input, and both are named 0; another number goes to the driver as handle 0 in a
- * set. A get is PD_STATUS_INVALID, with nothing written, if the driver names anything else, or nothing because it failed.
- * The attribute reads are PD_STATUS_INVALID for an input other than 0; the first has then written 0 to count. Of
- * attr_value 32 bits travel. PD_STATUS_NO_MEMORY: no memory for the driver's records or for the stream.
+ * A calculation has one algorithm and one input, and both are named 0; another number goes to the driver as handle 0 in
+ * a set. A get is PD_STATUS_INVALID, with nothing written, if the driver names anything else, or nothing because it
+ * failed. The attribute reads use the input that the driver says is in force. If that is the calculation's, another one
+ * than 0 is PD_STATUS_INVALID; the first of them has then written 0 to count. Of attr_value 32 bits travel.
+ * PD_STATUS_NO_MEMORY: no memory for the driver's records or for the stream.
  *
- * calculate_hash_value predicts the hash of a packet: the values of `count` fields, widths[i] bits each, are packed to one
- * big-endian number with the first field at the top and no alignment between them. A field of up to 32 bits has its value
- * in attr_value, a wider one its bytes at attr_bytes, most significant first. Values must fit their widths.
+ * calculate_hash_value predicts the hash of a packet: the values of `count` fields, widths[i] bits each, are packed to
+ * one big-endian number with the first field at the top and no alignment between them. A field of up to 32 bits has its
+ * value in attr_value, a wider one its bytes at attr_bytes, most significant first. Values must fit their widths.
  *
  *
  * Snapshots
@@ -337,9 +340,78 @@
  *   snapshot_capture_trigger_set(snapshot_hdl, value, mask)
  *   snapshot_capture_data_get(snapshot_hdl, pipe, stages out, capture_ctrl out, count out)
  *
- * A trigger's records are in the machine's byte order and packed without alignment, in one of two layouts, which bit 1 of
- * the handle tells apart. `stages` has room for PD_SNAPSHOT_MAX_STAGES records; those of the capture are filled in order
- * as the service delivers them, with zeros if it failed. PD_STATUS_NO_MEMORY: no memory for the capture, and none filled.
+ * A trigger's records are in the machine's byte order and packed without alignment, in one of two layouts, which bit 1
+ * of the handle tells apart. `stages` has room for PD_SNAPSHOT_MAX_STAGES records; those of the capture are filled in
+ * order as the service delivers them, with zeros if it failed. PD_STATUS_NO_MEMORY: no memory for the capture, and none
+ * filled.
+ *
+ *
+ * Texts: schemas and value strings
+ *
+ *   <table>_match_spec_schema(), <action>_schema()             constant texts of the library
+ *   <table>_schema(buffer out), <profile>_schema(buffer out)
+ *   cli_schema(hdl, buffer out)                                by table or profile handle; "()" for any other
+ *   <table>_match_spec_value(match_spec, buffer out), <action>_value([action_spec], buffer out)
+ *   <table>_value(sess_hdl, dev_id, entry_hdl, read_from_hw, buffer out)
+ *   entry_value(sess_hdl, dev_id, tbl_hdl, entry_hdl, read_from_hw, buffer out)
+ *                                                              by table handle; 0 for any other, and nothing is written
+ *
+ * A schema says which columns a table has, and a value string holds an entry in these columns; both are Python
+ * literals, of which every blank and comma is part of the form. Of a table:
+ *
+ *   ( ('ipv4Host','mat',(False,)),(KEY,KEY,),(ACTION,ACTION,))     (True,) and two kinds of handle in place of actions
+ *                                                                  where entries point into an action profile
+ *   KEY     ( 'dip','ingIpv4_dip',32,0xffffffff,'v4addr',None,None)
+ *           short and full name, width, the bits that the table really matches, how best shown
+ *   ACTION  ( ('setNextHop'),(('nextHop',None,32,None),))          name; name, how shown and width of each parameter
+ *
+ *   ((( 0x01,0x0a000001,),('setNextHop',(0x00000005,)),),(0,True))
+ *           key, action, priority; a default entry has () for a key
+ *
+ * A field that is matched by mask has its mask in a column behind it, one matched by prefix the length. Values are
+ * hexadecimal, cut to the bits that count, with as many digits as the width needs; those of 128 bits are whole, in
+ * upper case. The order is that of the key, also where the record has another.
+ *
+ * The result is the length of the text, whose terminator is written too; 0 if an entry can't be read, and nothing is
+ * written. No size is passed: the longest table schema has 3,689 characters (finalDropControl), match schema 3,217
+ * (finalDropControl), action schema 263, profile schema 174; entry 329 (trapToCpu with copyPacket), match value 280
+ * (trapToCpu), action value 109 - each without its terminator. Of dev_id 8 bits reach the driver.
+ *
+ *
+ * Texts: lines on a file descriptor
+ *
+ *   <table>_match_spec_print(fd, indent, match_spec)           a title, and a line for each column
+ *   <action>_print(fd, indent, action_spec)                    a line for each parameter; of actions that have any
+ *
+ * Each line is a write of its own. The result is that of the last: its length, or negative if it failed; failures
+ * before it don't show. A field of which a table matches only some bits has these in its line, and is cut to them, but
+ * for those of 128 bits.
+ *
+ *
+ * Texts: addresses
+ *
+ *   _print_mac_exact(buffer out, label, oui, station), _print_mac_ternary(buffer out, label, oui, oui_mask, station,
+ *   station_mask), _print_v4addr_exact(buffer out, label, address), _print_v4addr_lpm(buffer out, label, address,
+ *   prefix_length), _print_v4addr_ternary(buffer out, label, address, mask), _print_v6addr_exact(buffer out, label,
+ *   address), _print_v6addr_lpm(buffer out, label, address, prefix_length), _print_v6addr_ternary(buffer out, label,
+ *   address, mask)          (their names have two underscores behind the prefix)
+ *
+ * "dmac 0011.2233.4455 ", "dip 10.0.0.0/8 ", "dip 2001:db8::1/ffff:: ": the label, the address and a blank, which
+ * _print_v6addr_exact leaves out. The result is the length. With a mask of zero the ternary forms write nothing, not
+ * even a terminator, and return 0. The halves of a MAC address are 24-bit values; IPv6 addresses and masks are 16 bytes
+ * in network order; of prefix_length 16 bits count. A mask is shown as a MAC or IPv6 address; of an IPv4 mask the
+ * leading run of ones is shown as a length.
+ *
+ *
+ * Texts: what a counter counts, of the seven tables with a counter of their own
+ *
+ *   <table>_match_spec_stringify_for_counter(match_spec, buffer out)
+ *   <table>_stringify_counter_match_spec(sess_hdl, dev_id, entry_hdl, buffer out)
+ *   stringify_counter_matchspec(sess_hdl, dev_id, tbl_hdl, entry_hdl, buffer out)       by table handle
+ *
+ * An entry's key in words: "Ingress Port 0x05 PACL/RACL Drop+/Log  ". The result is the length, at most 512. It is 0,
+ * and nothing is written, not even a terminator, if the key has nothing to say, if the entry can't be read, or if the
+ * handle is none of the seven tables'. Entries are read from the hardware; of dev_id 8 bits reach the driver.
  *
  *
  * Decoding driver records

@@ -22,4 +22,13 @@ VL_INLINE bool visit_action(std::uint32_t action_hdl, Visit visit) {
     (std::make_index_sequence<row->actions.size()>());
 }
 
+// The same for the action that has this number.
+template <auto row, class Visit>
+VL_INLINE bool visit_numbered_action(std::uint32_t number, Visit visit) {
+    return [&]<std::size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
+        return ((action_of<row, i>.number == number && (visit.template operator()<action_of<row, i>>(), true)) || ...);
+    }
+    (std::make_index_sequence<row->actions.size()>());
+}
+
 } // namespace vl_pd

@@ -1,4 +1,4 @@
-// Meters and WRED blocks by handle, bytes or packets. The caller says whether packets reach the meter with a colour.
+// Setting any meter by handle, of bytes or of packets. The caller says whether packets reach the meter with a colour.
 #pragma once
 
 #include <cstdint>

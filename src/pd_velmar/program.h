@@ -6,6 +6,8 @@
 #include "pd/resources.h"
 #include "pd/restore.h"
 #include "pd/snapshot.h"
+#include "pd_velmar/addresses.h"
+#include "pd_velmar/by_handle.h"
 #include "pd_velmar/digest_fields.h"
 #include "pd_velmar/dispatch.h"
 #include "pd_velmar/generic_meters.h"

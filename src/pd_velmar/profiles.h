@@ -4,3 +4,4 @@
 #include "pd/groups.h"
 #include "pd/members.h"
 #include "pd/properties.h"
+#include "pd_velmar/schema.h"

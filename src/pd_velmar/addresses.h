@@ -1,0 +1,30 @@
+// Addresses in their human form, behind a label. Each function returns the length of its text, whose terminator it adds,
+// or 0 if there is nothing to say; the buffer is then untouched. Every text ends in a blank, but for print_v6addr_exact.
+//
+// The halves of a MAC address are 24-bit values. IPv4 addresses are in the machine's byte order, IPv6 addresses 16 bytes
+// in network order.
+#pragma once
+
+#include <cstdint>
+
+namespace vl_pd::addresses {
+
+int print_mac_exact(char* buffer, const char* label, std::uint32_t oui, std::uint32_t station) noexcept;
+// The mask is shown unless it is all ones; a mask of zero has nothing to say.
+int print_mac_ternary(char* buffer, const char* label, std::uint32_t oui, std::uint32_t oui_mask, std::uint32_t station,
+                      std::uint32_t station_mask) noexcept;
+
+int print_v4addr_exact(char* buffer, const char* label, std::uint32_t address) noexcept;
+// Of prefix_length 16 bits count.
+int print_v4addr_lpm(char* buffer, const char* label, std::uint32_t address, std::uint32_t prefix_length) noexcept;
+// The mask is shown as the length of its leading run of ones. The address is shown whole.
+int print_v4addr_ternary(char* buffer, const char* label, std::uint32_t address, std::uint32_t mask) noexcept;
+
+int print_v6addr_exact(char* buffer, const char* label, const std::uint8_t* address) noexcept;
+int print_v6addr_lpm(char* buffer, const char* label, const std::uint8_t* address,
+                     std::uint32_t prefix_length) noexcept;
+// The mask is shown as an address of its own.
+int print_v6addr_ternary(char* buffer, const char* label, const std::uint8_t* address,
+                         const std::uint8_t* mask) noexcept;
+
+} // namespace vl_pd::addresses

@@ -1,0 +1,58 @@
+// Handles are found by bisection: there is one list of tables, and holes in it need no care.
+#include "pd_velmar/by_handle.h"
+
+#include <algorithm>
+#include <iterator>
+
+#include "catalog/catalog.h"
+#include "pd_velmar/text_writer.h"
+
+namespace vl_pd::by_handle {
+
+namespace {
+
+constexpr std::size_t table_count = [] {
+    std::size_t count = 0;
+    for (const catalog::Seam& seam : catalog::seams)
+        count += seam.tables.size();
+    return count;
+}();
+
+// Null for a handle that the list doesn't have.
+template <class Functions>
+const Functions* find(const Functions* list, std::size_t count, std::uint32_t handle) {
+    const Functions* const found = std::lower_bound(
+        list, list + count, handle, [](const Functions& each, std::uint32_t wanted) { return each.handle < wanted; });
+    return found != list + count && found->handle == handle ? found : nullptr;
+}
+
+const TableFunctions* table(std::uint32_t handle) {
+    return find(table_functions, table_count, handle);
+}
+
+const ProfileFunctions* profile(std::uint32_t handle) {
+    return find(profile_functions, std::size(catalog::profiles), handle);
+}
+
+} // namespace
+
+int cli_schema(std::uint32_t handle, char* buffer) noexcept {
+    if (const TableFunctions* const known = table(handle)) return known->schema(buffer);
+    if (const ProfileFunctions* const known = profile(handle)) return known->schema(buffer);
+    return text::finish(buffer, text::put(buffer, "()"));
+}
+
+int entry_value(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
+                std::uint32_t read_from_hw, char* buffer) noexcept {
+    const TableFunctions* const known = table(tbl_hdl);
+    return known == nullptr ? 0 : known->value(sess_hdl, dev_id, entry_hdl, read_from_hw, buffer);
+}
+
+int stringify_counter_matchspec(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
+                                char* buffer) noexcept {
+    const TableFunctions* const known = table(tbl_hdl);
+    if (known == nullptr || known->describe == nullptr) return 0;
+    return known->describe(sess_hdl, dev_id, entry_hdl, buffer);
+}
+
+} // namespace vl_pd::by_handle

@@ -1,0 +1,36 @@
+// Texts of tables and profiles for callers that hold a handle as data: which function a handle stands for, and what is
+// answered for one that is nobody's.
+#pragma once
+
+#include <cstdint>
+
+#include "vl_pd/types.h"
+
+namespace vl_pd::by_handle {
+
+// The exported functions of a table. The lists are made from the catalog; both are sorted by handle.
+struct TableFunctions {
+    std::uint32_t handle;
+    int (*schema)(char* buffer) noexcept;
+    int (*value)(pd_session, pd_device, pd_entry, std::uint32_t read_from_hw, char* buffer) noexcept;
+    int (*describe)(pd_session, pd_device, pd_entry, char* buffer) noexcept = nullptr; // of counted tables
+};
+
+struct ProfileFunctions {
+    std::uint32_t handle;
+    int (*schema)(char* buffer) noexcept;
+};
+
+extern const TableFunctions table_functions[];
+extern const ProfileFunctions profile_functions[];
+
+// The schema of a table or profile; "()" for any other handle.
+int cli_schema(std::uint32_t handle, char* buffer) noexcept;
+
+// These are 0, with nothing written, for a handle that is no table's, and the second for a table without a counter.
+int entry_value(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
+                std::uint32_t read_from_hw, char* buffer) noexcept;
+int stringify_counter_matchspec(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
+                                char* buffer) noexcept;
+
+} // namespace vl_pd::by_handle

@@ -1,0 +1,55 @@
+// Prints aren't on anybody's fast path: a loop over rows, and the C library's formats.
+#include "pd_velmar/print.h"
+
+#include <cstdio>
+
+#include "pd_velmar/text_writer.h"
+
+namespace vl_pd::print {
+
+namespace {
+
+using bytes::Byte;
+
+std::uint32_t load(const Byte* record, std::uint32_t offset, std::uint32_t size) {
+    std::uint32_t value = 0;
+    std::memcpy(&value, record + offset, size);
+    return value;
+}
+
+int print_column(int fd, int indent, const Column& column, const Byte* record) {
+    if (column.wide()) {
+        char digits[text::wide_digits];
+        text::put_wide_hex(digits, record + column.record_offset);
+        return dprintf(fd, "%*c %s%s: 0x%.*s\n", indent, ' ', column.pd_name, column.pd_suffix,
+                       static_cast<int>(sizeof digits), digits);
+    }
+    const std::uint32_t value = load(record, column.record_offset, column.record_bytes) & column.word_mask();
+    const int digits = static_cast<int>(column.digits);
+    if (column.narrowed)
+        return dprintf(fd, "%*c %s%s mask 0x%x: 0x%0*x\n", indent, ' ', column.pd_name, column.pd_suffix,
+                       column.word_mask(), digits, value);
+    return dprintf(fd, "%*c %s%s: 0x%0*x\n", indent, ' ', column.pd_name, column.pd_suffix, digits, value);
+}
+
+} // namespace
+
+int match_lines(int fd, std::uint32_t indent, const char* table, std::span<const Column> columns,
+                const void* record) noexcept {
+    const int width = static_cast<int>(indent);
+    int result = dprintf(fd, "%*sp4_pd_velmar_switch_%s_match_spec_t:\n", width, "", table);
+    for (const Column& column : columns)
+        result = print_column(fd, width, column, static_cast<const Byte*>(record));
+    return result;
+}
+
+int param_lines_of(int fd, std::uint32_t indent, std::span<const ParamLine> lines, const void* record) noexcept {
+    int result = 0;
+    for (const ParamLine& line : lines)
+        result = dprintf(fd, "%*c action_%s: 0x%0*x\n", static_cast<int>(indent), ' ', line.name,
+                         static_cast<int>(line.digits),
+                         load(static_cast<const Byte*>(record), line.record_offset, line.record_bytes) & line.mask);
+    return result;
+}
+
+} // namespace vl_pd::print

@@ -1,0 +1,106 @@
+// Value strings: entries, keys and actions as Python literals, in the columns that the schemas announce.
+//
+// Digits and punctuation are known while compiling; what is written is straight-line code into the caller's buffer.
+#pragma once
+
+#include "pd/visit_action.h"
+#include "pd_velmar/columns.h"
+#include "pd_velmar/read_entry.h"
+#include "pd_velmar/text_writer.h"
+
+namespace vl_pd::value {
+
+using bytes::Byte;
+using catalog::ActionRef;
+using catalog::TableRef;
+
+// Wide values are shown whole, all others through the field mask.
+template <TableRef T>
+char* put_match_spec(char* out, const Byte* record) {
+    out = text::put(out, "( ");
+    unroll<columns<T>.size()>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+        constexpr Column column = columns<T>[i];
+        out = text::put(out, "0x");
+        if constexpr (column.wide())
+            out = text::put_wide_hex(out, record + column.record_offset);
+        else
+            out = text::put_hex<column.digits>(out, bytes::load<column.record_bytes>(record + column.record_offset) &
+                                                        column.word_mask());
+        out = text::put(out, ",");
+    });
+    return text::put(out, "),");
+}
+
+template <ActionRef A>
+char* put_action(char* out, [[maybe_unused]] const Byte* record) {
+    constexpr catalog::ActionLayout layout = encoding::action_layout<A>;
+    out = text::put(out, "('");
+    out = text::put(out, std::string_view(A->name));
+    out = text::put(out, "',(");
+    unroll<layout.param_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+        constexpr catalog::ParamLayout param = layout.params[i];
+        out = text::put(out, "0x");
+        out = text::put_hex<(param.bits + 3) / 4>(out, bytes::load<param.record_bytes>(record + param.record_offset) &
+                                                           encoding::width_mask(param.bits));
+        out = text::put(out, ",");
+    });
+    return text::put(out, ")),");
+}
+
+// The action of a table or profile that has this number, with its parameters.
+template <auto row>
+char* put_numbered_action(char* out, std::uint32_t number, const Byte* record) {
+    visit_numbered_action<row>(number, [&]<ActionRef A>() VL_INLINE_LAMBDA { out = put_action<A>(out, record); });
+    return out;
+}
+
+// The handle of an indirect entry, or nothing. A member hides a group.
+inline char* put_target(char* out, std::uint8_t has_mbr, pd_member mbr_hdl, std::uint8_t has_grp, pd_group grp_hdl) {
+    if (has_mbr != 0)
+        out = text::put_hex(text::put(out, "('setMbrHdl',(0x"), mbr_hdl);
+    else if (has_grp != 0)
+        out = text::put_hex(text::put(out, "('setGrpHdl',(0x"), grp_hdl);
+    else
+        return out;
+    return text::put(out, ",))");
+}
+
+// The first half of an entry: its key, or the empty tuple in its place, and its action or handle.
+template <TableRef T>
+char* put_key_and_action(char* out, const Entry<T>& entry) {
+    if (entry.has_key())
+        out = put_match_spec<T>(out, entry.match_spec);
+    else
+        out = text::put(out, "(),");
+    if constexpr (is_indirect<T>)
+        return put_target(out, entry.has_mbr, entry.mbr_hdl, entry.has_grp, entry.grp_hdl);
+    else
+        return put_numbered_action<T>(out, entry.action_id, entry.action_spec);
+}
+
+template <TableRef T>
+int match_spec(const void* record, char* buffer) noexcept {
+    return text::finish(buffer, put_match_spec<T>(buffer, static_cast<const Byte*>(record)));
+}
+
+template <ActionRef A>
+int action(const void* record, char* buffer) noexcept {
+    return text::finish(buffer, put_action<A>(buffer, static_cast<const Byte*>(record)));
+}
+
+// 0, with nothing written, if the entry can't be read.
+template <TableRef T>
+int entry(auto get_entry, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
+          char* buffer) noexcept {
+    Entry<T> read;
+    if (read_entry<T>(get_entry, sess_hdl, dev_id, entry_hdl, read_from_hw, read) != PD_STATUS_OK) return 0;
+    char* out = put_key_and_action<T>(text::put(buffer, "(("), read);
+    out = text::put(out, "),(");
+    if constexpr (catalog::has_priority(*T))
+        out = text::put_signed(out, static_cast<std::int32_t>(read.priority));
+    else
+        out = text::put(out, "0");
+    return text::finish(buffer, text::put(out, ",True))"));
+}
+
+} // namespace vl_pd::value
