@@ -1,6 +1,8 @@
-// The example leaf switch: what stands after the bring-up, what becomes of it if the driver refuses any one of its
-// calls, and that nothing is left in the end.
+// The example leaf switch: what stands after the bring-up, what it does when packets come, what becomes of it if the
+// driver refuses any one of its calls, and that nothing is left in the end.
 #include <algorithm>
+#include <array>
+#include <cstring>
 #include <map>
 #include <set>
 #include <sstream>
@@ -8,17 +10,23 @@
 #include <gtest/gtest.h>
 
 #include "leaf_switch/leaf_switch.h"
+#include "leaf_switch/traffic.h"
+#include "vl_driver/snapshot.h"
 #include "vl_model/control.h"
 #include "vl_model/observe.h"
+#include "vl_model/traffic.h"
 
 namespace {
 
 using namespace leaf_switch;
 
-const std::set<std::string> making = {"pipe_mgr_mat_ent_add", "pipe_mgr_mat_default_entry_set", "pipe_mgr_adt_ent_add",
-                                      "pipe_mgr_sel_grp_add", "pipe_mgr_sel_grp_mbr_add"};
-const std::set<std::string> undoing = {"pipe_mgr_mat_ent_del", "pipe_mgr_mat_tbl_default_entry_reset",
-                                       "pipe_mgr_adt_ent_del", "pipe_mgr_sel_grp_del"};
+const std::set<std::string> making = {"pipe_mgr_mat_ent_add",     "pipe_mgr_mat_default_entry_set",
+                                      "pipe_mgr_adt_ent_add",     "pipe_mgr_sel_grp_add",
+                                      "pipe_mgr_sel_grp_mbr_add", "pipe_mgr_lrn_digest_notification_register",
+                                      "pipe_mgr_pvs_entry_add"};
+const std::set<std::string> undoing = {
+    "pipe_mgr_mat_ent_del", "pipe_mgr_mat_tbl_default_entry_reset",        "pipe_mgr_adt_ent_del",
+    "pipe_mgr_sel_grp_del", "pipe_mgr_lrn_digest_notification_deregister", "pipe_mgr_pvs_entry_delete"};
 
 class LeafSwitch : public testing::Test {
 protected:
@@ -117,7 +125,7 @@ TEST_F(LeafSwitch, StopsAtARefusalAndTakesDownWhatStood) {
             EXPECT_TRUE(refused) << refusal;
             EXPECT_EQ(made, undone) << refusal;
         }
-        EXPECT_GT(nth, 2u) << function; // there were several such calls to refuse
+        EXPECT_GT(nth, 1u) << function; // there was such a call to refuse
     }
 }
 
@@ -142,6 +150,362 @@ TEST_F(LeafSwitch, IsTakenDownToTheEndEvenIfTheDriverKeepsAnEntry) {
         FAIL() << "the entry that was left went unnoticed";
     } catch (const std::runtime_error& error) {
         EXPECT_STREQ(error.what(), "1 left at the end in trapToCpu");
+    }
+}
+
+constexpr Station desk = {{0x020000, 0x000031}, server_vlan, 3};
+constexpr Station printer = {{0x020000, 0x000032}, server_vlan, 4};
+constexpr Station backup = {{0x020000, 0x000041}, storage_vlan, lag_interface};
+
+std::size_t send(const Leaf& leaf, const std::vector<Station>& senders) {
+    return send_frames(leaf, senders);
+}
+
+// The time to live of the station's source entry; nothing if there is none.
+std::optional<std::uint32_t> source_ttl(const Leaf& leaf, const Station& station) {
+    const p4_pd_velmar_switch_l2LearningLookup_match_spec_t key = {station.mac.oui, station.mac.station, station.vlan,
+                                                                   station.interface};
+    pd_entry entry = 0;
+    if (p4_pd_velmar_switch_l2LearningLookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry) != 0) {
+        return std::nullopt;
+    }
+    std::uint32_t ttl = 0;
+    EXPECT_EQ(p4_pd_velmar_switch_l2LearningLookup_get_ttl(leaf.session, leaf.target.dev_id, entry, &ttl), 0u);
+    return ttl;
+}
+
+// The interface that frames to the station leave by; nothing if they are flooded.
+std::optional<std::uint32_t> way_to(const Leaf& leaf, const Mac& mac, std::uint16_t vlan) {
+    p4_pd_velmar_switch_l2Lookup_match_spec_t key = {mac.oui, mac.station, vlan};
+    pd_entry entry = 0;
+    if (p4_pd_velmar_switch_l2Lookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry) != 0) {
+        return std::nullopt;
+    }
+    pd_action_record out = {};
+    std::uint8_t is_default = 0;
+    EXPECT_EQ(p4_pd_velmar_switch_l2Lookup_get_entry(leaf.session, leaf.target.dev_id, entry, 0, &key, nullptr,
+                                                     &out.spec, &out.action_id, &is_default),
+              0u);
+    EXPECT_STREQ(p4_pd_velmar_switch_action_enum_to_string(out.action_id), "p4_pd_velmar_switch_l2LookupKnownUcast");
+    p4_pd_velmar_switch_l2LookupKnownUcast_action_spec_t spec = {};
+    std::memcpy(&spec, out.spec, sizeof spec);
+    return spec.action_egrL2Aintf;
+}
+
+void expect_known(const Leaf& leaf, const Station& station) {
+    EXPECT_EQ(source_ttl(leaf, station), 300'000u) << station.mac.station;
+    EXPECT_EQ(way_to(leaf, station.mac, station.vlan), station.interface) << station.mac.station;
+}
+
+void expect_unknown(const Leaf& leaf, const Station& station) {
+    EXPECT_FALSE(source_ttl(leaf, station)) << station.mac.station;
+    EXPECT_FALSE(way_to(leaf, station.mac, station.vlan)) << station.mac.station;
+}
+
+std::uint32_t unacknowledged(const Leaf& leaf) {
+    std::uint32_t count = 0;
+    EXPECT_EQ(vl_model_digest_unacked(leaf.target.dev_id, 0x9000000, &count), 0u);
+    return count;
+}
+
+std::uint32_t count_of(const Leaf& leaf, const std::string& table) {
+    for (const TableCount& count : table_counts(leaf)) {
+        if (count.name == table) return count.count;
+    }
+    ADD_FAILURE() << table;
+    return 0;
+}
+
+TEST_F(LeafSwitch, LearnsWhoSendsAndFollowsWhoMoves) {
+    Leaf leaf = bring_up();
+    expect_unknown(leaf, desk);
+    // Twice in a digest: two frames missed before the first was learned.
+    EXPECT_EQ(send(leaf, {desk, printer, desk, backup}), 4u);
+    for (const Station& station : {desk, printer, backup})
+        expect_known(leaf, station);
+    EXPECT_EQ(learned_stations(leaf), (std::vector<Station>{desk, printer, backup}));
+    EXPECT_EQ(unacknowledged(leaf), 0u);
+    EXPECT_EQ(send(leaf, {desk, printer, backup}), 0u) << "known sources raise no digest";
+
+    Station moved = desk;
+    moved.interface = 1;
+    EXPECT_EQ(send(leaf, {moved}), 1u);
+    expect_known(leaf, moved);
+    EXPECT_FALSE(source_ttl(leaf, desk));
+    // The same MAC in another VLAN is another station.
+    Station elsewhere = desk;
+    elsewhere.vlan = storage_vlan;
+    EXPECT_EQ(send(leaf, {elsewhere}), 1u);
+    expect_known(leaf, elsewhere);
+    expect_known(leaf, moved);
+
+    // Nobody takes the place of a host that is configured.
+    const Host& host = hosts[0];
+    EXPECT_EQ(send(leaf, {{host.mac, host.vlan, 4}}), 1u);
+    EXPECT_EQ(way_to(leaf, host.mac, host.vlan), host.interface);
+    EXPECT_FALSE(source_ttl(leaf, {host.mac, host.vlan, 4}));
+    EXPECT_EQ(count_of(leaf, "l2LearningLookup"), std::size(hosts) + 4);
+    EXPECT_EQ(count_of(leaf, "l2Lookup"), std::size(hosts) + 4);
+    EXPECT_EQ(unacknowledged(leaf), 0u);
+
+    shut_down(leaf); // which looks whether any entry is left
+    EXPECT_TRUE(learned_stations(leaf).empty());
+}
+
+TEST_F(LeafSwitch, ForgetsWhoIsSilent) {
+    Leaf leaf = bring_up();
+    send(leaf, {desk, printer, backup});
+    pass_time(200);
+    send(leaf, {printer});
+    pass_time(99);
+    EXPECT_EQ(forget_silent(leaf), 0u);
+    expect_known(leaf, desk);
+    pass_time(1);
+    EXPECT_EQ(forget_silent(leaf), 2u);
+    expect_unknown(leaf, desk);
+    expect_known(leaf, printer);
+    expect_unknown(leaf, backup);
+    EXPECT_EQ(learned_stations(leaf), (std::vector<Station>{printer}));
+
+    // The printer times out and moves before anybody looks: then it isn't silent.
+    pass_time(200);
+    Station moved = printer;
+    moved.interface = 1;
+    send(leaf, {moved});
+    EXPECT_EQ(forget_silent(leaf), 0u);
+    expect_known(leaf, moved);
+
+    // A refused removal is made up for at the next time.
+    pass_time(300);
+    vl_model::fail_call("pipe_mgr_mat_ent_del", 2, VL_MODEL_NO_MEMORY);
+    EXPECT_THROW(forget_silent(leaf), Refused);
+    EXPECT_EQ(forget_silent(leaf), 1u);
+    expect_unknown(leaf, moved);
+
+    pass_time(24 * 60 * 60);
+    EXPECT_EQ(forget_silent(leaf), 0u);
+    for (const Host& host : hosts) {
+        EXPECT_EQ(source_ttl(leaf, {host.mac, host.vlan, host.interface}), 0u) << "configured hosts don't age";
+        EXPECT_EQ(way_to(leaf, host.mac, host.vlan), host.interface);
+    }
+    EXPECT_EQ(count_of(leaf, "l2LearningLookup"), std::size(hosts));
+    shut_down(leaf);
+}
+
+TEST_F(LeafSwitch, LearnsNothingByHalves) {
+    Leaf leaf = bring_up();
+    for (const unsigned refused : {1u, 2u}) { // of the two entries of a station
+        vl_model::fail_call("pipe_mgr_mat_ent_add", refused, VL_MODEL_TABLE_FULL);
+        EXPECT_THROW(send(leaf, {desk, printer}), Refused);
+        expect_unknown(leaf, desk);
+        expect_known(leaf, printer); // the rest of the digest isn't lost
+        EXPECT_EQ(learned_stations(leaf), (std::vector<Station>{printer}));
+        EXPECT_EQ(unacknowledged(leaf), 0u);
+        pass_time(300);
+        EXPECT_EQ(forget_silent(leaf), 1u);
+    }
+    // If even the half can't be removed, the next frame settles it.
+    vl_model::fail_call("pipe_mgr_mat_ent_add", 2, VL_MODEL_TABLE_FULL);
+    vl_model::fail_call("pipe_mgr_mat_ent_del", 1, VL_MODEL_NO_MEMORY);
+    EXPECT_THROW(send(leaf, {desk}), Refused);
+    EXPECT_TRUE(learned_stations(leaf).empty());
+    EXPECT_EQ(send(leaf, {desk, backup}), 2u);
+    expect_known(leaf, desk);
+    EXPECT_EQ(count_of(leaf, "l2Lookup"), std::size(hosts) + 2);
+
+    // A station that somebody else has removed doesn't keep the others from going.
+    const p4_pd_velmar_switch_l2Lookup_match_spec_t key = {desk.mac.oui, desk.mac.station, desk.vlan};
+    EXPECT_EQ(p4_pd_velmar_switch_l2Lookup_table_delete_by_match_spec(leaf.session, leaf.target, &key), 0u);
+    std::uint32_t l2_lookup = 0;
+    p4_pd_velmar_switch_l2Lookup_get_mat_table_handle(&l2_lookup);
+    vl_model::record_calls(true);
+    try {
+        shut_down(leaf);
+        FAIL() << "the refusal went unnoticed";
+    } catch (const Refused& refused) {
+        EXPECT_EQ(std::string(refused.what()).find("forgetting all stations was refused"), 0u) << refused.what();
+    }
+    const std::vector<vl_model::Call> calls = vl_model::take_calls();
+    EXPECT_EQ(std::count_if(calls.begin(), calls.end(),
+                            [&](const vl_model::Call& call) {
+                                return call.function == "pipe_mgr_mat_ent_del" && call.args[2] == l2_lookup &&
+                                       call.status == 0;
+                            }),
+              std::ptrdiff_t{std::size(hosts) + 1});
+}
+
+TEST_F(LeafSwitch, LimitsTheBroadcastsOfEachPort) {
+    const auto numbers = [](const pd_meter_spec& limit) {
+        return std::vector<std::uint32_t>{limit.committed_rate, limit.committed_burst, limit.peak_rate,
+                                          limit.peak_burst, limit.meter_type};
+    };
+    Leaf leaf = bring_up();
+    const std::vector<std::uint32_t> usual = {1000, 64, 2000, 128, PD_METER_TYPE_COLOR_UNAWARE};
+    EXPECT_EQ(numbers(broadcast_limit(leaf, 2)), usual);
+    const pd_meter_spec tight = {11, 22, 33, 44, PD_METER_TYPE_COLOR_AWARE};
+    set_broadcast_limit(leaf, 2, tight);
+    for (const std::uint16_t port : server_ports)
+        EXPECT_EQ(numbers(broadcast_limit(leaf, port)), port == 2 ? numbers(tight) : usual);
+    EXPECT_THROW(set_broadcast_limit(leaf, uplinks[0].port, tight), Refused);
+    shut_down(leaf);
+}
+
+TEST_F(LeafSwitch, CountsDropsAndTrapsApart) {
+    Leaf leaf = bring_up();
+    ASSERT_EQ(leaf.counting.size(), 6u);
+    std::uint64_t packets = 0;
+    for (const CountingEntry& counting : leaf.counting) {
+        ++packets;
+        send_packets(leaf, counting.what, packets, 100 * packets);
+        send_packets(leaf, counting.what, 10, 1000);
+    }
+    std::uint64_t expected = 10;
+    for (const PacketCount& count : packet_counts(leaf)) {
+        ++expected;
+        EXPECT_EQ(count.packets, expected) << count.what;
+        EXPECT_EQ(count.bytes, 100 * expected) << count.what;
+    }
+    EXPECT_EQ(expected, 16u);
+    shut_down(leaf);
+}
+
+TEST_F(LeafSwitch, TellsTheParserThePortsOfVxlan) {
+    Leaf leaf = bring_up();
+    EXPECT_EQ(vxlan_ports(leaf), (std::vector<std::uint16_t>{4789}));
+    const pd_pvs_target parsers = {.dev_id = 0, .gress = 0, .pipe = PD_ALL_PIPES, .parser = 0xFF};
+    std::uint32_t entry = 0;
+    EXPECT_EQ(p4_pd_velmar_switch_pvs_vxlan_ports_entry_add(leaf.session, parsers, 8472, 0xFFFF, &entry), 0u);
+    EXPECT_EQ(vxlan_ports(leaf), (std::vector<std::uint16_t>{4789, 8472}));
+    try {
+        shut_down(leaf);
+        FAIL() << "the port that was left went unnoticed";
+    } catch (const std::runtime_error& error) {
+        EXPECT_STREQ(error.what(), "1 left at the end in value set vxlan_ports");
+    }
+}
+
+// Of IEEE 802.3, one bit at a time, going on from the checksum of what stood in front.
+std::uint32_t crc32(const std::vector<std::uint8_t>& bytes, std::uint32_t before) {
+    std::uint32_t crc = ~before;
+    for (const std::uint8_t byte : bytes) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320 : 0);
+    }
+    return ~crc;
+}
+
+std::vector<std::uint8_t> packed(const Flow& flow) {
+    std::vector<std::uint8_t> bytes;
+    const std::pair<std::uint32_t, int> fields[] = {{flow.source, 32},
+                                                    {flow.destination, 32},
+                                                    {flow.protocol, 8},
+                                                    {flow.source_port, 16},
+                                                    {flow.destination_port, 16}};
+    for (const auto& [value, width] : fields) {
+        for (int shift = width - 8; shift >= 0; shift -= 8)
+            bytes.push_back(static_cast<std::uint8_t>(value >> shift));
+    }
+    return bytes;
+}
+
+TEST_F(LeafSwitch, PredictsTheSpineOfAFlow) {
+    Leaf leaf = bring_up();
+    std::vector<Flow> flows;
+    for (std::uint32_t i = 0; i < 2000; ++i) {
+        flows.push_back({.source = ipv4(10, 0, 10, 11) + i % 7,
+                         .destination = 0x9E3779B9 * i,
+                         .protocol = static_cast<std::uint8_t>(i % 2 ? 6 : 17),
+                         .source_port = static_cast<std::uint16_t>(49152 + i * 13),
+                         .destination_port = static_cast<std::uint16_t>(443 + i % 3)});
+    }
+    const auto expect_spread_over = [&](const std::vector<std::uint32_t>& next_hops, std::uint32_t seed) {
+        std::map<std::uint32_t, std::size_t> taken;
+        for (const Flow& flow : flows) {
+            const std::uint32_t next_hop = next_hops[crc32(packed(flow), seed) % next_hops.size()];
+            ASSERT_EQ(predicted_next_hop(leaf, flow), next_hop);
+            ASSERT_EQ(chosen_next_hop(leaf, flow), next_hop);
+            ++taken[next_hop];
+        }
+        for (const std::uint32_t next_hop : next_hops)
+            EXPECT_GT(taken[next_hop], flows.size() / next_hops.size() * 8 / 10) << next_hop;
+    };
+    expect_spread_over({1, 2}, 0);
+    constexpr std::uint32_t seed = 0x12345678;
+    EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashOuterIpAndL4Hdr_seed_set(leaf.session, 0, seed), 0u);
+    expect_spread_over({1, 2}, seed);
+
+    const p4_pd_velmar_switch_setEcmpNextHop_action_spec_t hop = {.action_nextHopTable = 0, .action_nextHop = 3};
+    pd_member third = 0;
+    EXPECT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_with_setEcmpNextHop(leaf.session, leaf.target,
+                                                                                         &hop, &third),
+              0u);
+    EXPECT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_to_group(leaf.session, 0, leaf.spines, third), 0u);
+    expect_spread_over({1, 2, 3}, seed);
+
+    // A spine that is down takes nothing.
+    pd_member first = 0;
+    EXPECT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_get_first_group_member(leaf.session, 0, leaf.spines, &first),
+              0u);
+    EXPECT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_group_member_state_set(leaf.session, leaf.target, leaf.spines,
+                                                                                 first, P4_PD_GRP_MBR_STATE_INACTIVE),
+              0u);
+    expect_spread_over({2, 3}, seed);
+
+    EXPECT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_del_member_from_group(leaf.session, 0, leaf.spines, third),
+              0u);
+    EXPECT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_del_member(leaf.session, 0, third), 0u);
+    shut_down(leaf);
+}
+
+TEST_F(LeafSwitch, TakesASnapshotOfStages) {
+    Leaf leaf = bring_up();
+    vl_model::record_calls(true);
+    const std::uint32_t snapshot = arm_snapshot(leaf, 0x1234);
+    for (const vl_model::Call& call : vl_model::take_calls()) {
+        if (call.function != "bf_snapshot_capture_trigger_set") continue;
+        ASSERT_EQ(call.inputs.size(), 2u);
+        std::vector<std::uint8_t> value(PD_SNAPSHOT_RECORD_SIZE), mask(PD_SNAPSHOT_RECORD_SIZE);
+        value[snapshot_field] = 0x12;
+        value[snapshot_field + 1] = 0x34;
+        mask[snapshot_field] = mask[snapshot_field + 1] = 0xFF;
+        EXPECT_EQ(call.inputs[0], value);
+        EXPECT_EQ(call.inputs[1], mask);
+    }
+    EXPECT_FALSE(read_snapshot(snapshot)) << "no packet came yet";
+    send_through_snapshot(snapshot, 6, std::array<std::uint16_t, 3>{0x1234, 0x1235, 0xABCD});
+    const std::optional<Capture> capture = read_snapshot(snapshot);
+    ASSERT_TRUE(capture);
+    EXPECT_EQ(capture->trigger_stage, 6u);
+    EXPECT_EQ(capture->field, (std::vector<std::uint16_t>{0x1234, 0x1235, 0xABCD, 0}));
+    delete_snapshot(snapshot);
+    EXPECT_THROW(read_snapshot(snapshot), Refused);
+    shut_down(leaf);
+}
+
+TEST_F(LeafSwitch, ShowsItselfAtWork) {
+    Leaf leaf = bring_up();
+    std::ostringstream out;
+    take_tour(leaf, out);
+    for (const char* line :
+         {"Learning: 3 unknown stations", "\n  02:00:00:00:00:31 in VLAN 10 behind interface 0x3\n",
+          "moved: 1, and were silent: 1\n  02:00:00:00:00:31 in VLAN 10 behind interface 0x2\n  02:00:00:00:00:41 in",
+          "\n  port 1: 250, bursts of 64; at most 500, bursts of 128\n  port 2: 1000,",
+          "\n  dropped by storm control              3000 packets  192000 bytes\n", "UDP port 4789\n",
+          "; all as predicted\n", "matched in stage 4; the field in stages 4 to 7: 0x0017 0x0017 0x0001 0x0001\n"}) {
+        EXPECT_NE(out.str().find(line), std::string::npos) << line << out.str();
+    }
+    shut_down(leaf);
+
+    // Whatever goes wrong on the way ends it.
+    for (const char* function :
+         {"pipe_mgr_mat_ent_add", "pipe_mgr_flow_lrn_notify_ack", "pipe_mgr_mat_ent_set_resource",
+          "pipe_mgr_mat_ent_direct_stat_query", "pipe_mgr_pvs_entry_get", "pipe_mgr_sel_grp_mbr_get_from_hash",
+          "bf_snapshot_capture_get"}) {
+        leaf = bring_up();
+        vl_model::fail_call(function, 1, VL_MODEL_BAD_DATA);
+        EXPECT_THROW(take_tour(leaf, out), Refused) << function;
+        shut_down(leaf);
     }
 }
 

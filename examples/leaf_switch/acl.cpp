@@ -16,6 +16,13 @@ constexpr std::uint32_t wish = 0x38000;
 constexpr std::uint32_t wish_drop = 0x38000;
 constexpr std::uint32_t no_telnet_rule = 1;
 
+void drop(Leaf& leaf, const std::string& why, const p4_pd_velmar_switch_finalDropControl_match_spec_t& marked) {
+    const pd_entry entry = make(leaf, "the drop " + why, p4_pd_velmar_switch_finalDropControl_table_add_with_dropCount,
+                                p4_pd_velmar_switch_finalDropControl_table_delete, &marked, any_priority);
+    leaf.counting.push_back({"dropped " + why, p4_pd_velmar_switch_counter_read_finalDropControlCount,
+                             p4_pd_velmar_switch_finalDropControl_get_mat_table_handle, entry});
+}
+
 } // namespace
 
 void forbid_telnet(Leaf& leaf) {
@@ -46,8 +53,10 @@ void forbid_telnet(Leaf& leaf) {
 
     // What counts is the entry's own counter; the action has nothing to do.
     const p4_pd_velmar_switch_haloCounters_match_spec_t counted = {.haloResultRow1_bestResult = no_telnet_rule};
-    make(leaf, "the rule's counter", p4_pd_velmar_switch_haloCounters_table_add_with_onMiss,
-         p4_pd_velmar_switch_haloCounters_table_delete, &counted);
+    const pd_entry counter = make(leaf, "the rule's counter", p4_pd_velmar_switch_haloCounters_table_add_with_onMiss,
+                                  p4_pd_velmar_switch_haloCounters_table_delete, &counted);
+    leaf.counting.push_back({"matched by the rule against telnet", p4_pd_velmar_switch_counter_read_haloCount,
+                             p4_pd_velmar_switch_haloCounters_get_mat_table_handle, counter});
 
     // Bound last, so that no port sees a list before it is complete.
     const p4_pd_velmar_switch_setHaloCrlId2_action_spec_t binding = {.action_crlId = server_rules,
@@ -69,14 +78,17 @@ void decide_drops(Leaf& leaf) {
     p4_pd_velmar_switch_finalDropControl_match_spec_t by_rule = {};
     by_rule.haloResultRow1_bestResult = wish_drop;
     by_rule.haloResultRow1_bestResult_mask = wish;
-    make(leaf, "the drop by rule", p4_pd_velmar_switch_finalDropControl_table_add_with_dropCount,
-         p4_pd_velmar_switch_finalDropControl_table_delete, &by_rule, any_priority);
+    drop(leaf, "by rule", by_rule);
 
     p4_pd_velmar_switch_finalDropControl_match_spec_t no_way = {};
     no_way.ingMd_invalidEgressPort = 1;
     no_way.ingMd_invalidEgressPort_mask = 1;
-    make(leaf, "the drop for want of a port", p4_pd_velmar_switch_finalDropControl_table_add_with_dropCount,
-         p4_pd_velmar_switch_finalDropControl_table_delete, &no_way, any_priority);
+    drop(leaf, "for want of a port", no_way);
+
+    p4_pd_velmar_switch_finalDropControl_match_spec_t storm = {};
+    storm.ingMd_stormControlDrop = 1;
+    storm.ingMd_stormControlDrop_mask = 1;
+    drop(leaf, "by storm control", storm);
 }
 
 } // namespace leaf_switch

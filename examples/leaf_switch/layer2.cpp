@@ -1,4 +1,4 @@
-// VLANs and the MAC table: which frames a port takes, who is known where, and what becomes of broadcasts.
+// VLANs and the MAC table: which frames a port takes, and who is always known where.
 #include "leaf_switch/steps.h"
 #include "leaf_switch/topology.h"
 
@@ -58,7 +58,7 @@ void set_up_vlans(Leaf& leaf) {
 }
 
 void fill_mac_table(Leaf& leaf) {
-    constexpr std::uint32_t no_ttl = 0; // entries don't age until idle time is switched on
+    constexpr std::uint32_t no_ttl = 0; // stays known however long it is silent
     for (const Host& host : hosts) {
         // Known as a source: its frames ask for no learning.
         const p4_pd_velmar_switch_l2LearningLookup_match_spec_t source = {.ingMd_smacOui = host.mac.oui,
@@ -76,26 +76,6 @@ void fill_mac_table(Leaf& leaf) {
         make(leaf, std::string("the MAC of ") + host.name,
              p4_pd_velmar_switch_l2Lookup_table_add_with_l2LookupKnownUcast, p4_pd_velmar_switch_l2Lookup_table_delete,
              &destination, &out);
-    }
-}
-
-void limit_broadcasts(Leaf& leaf) {
-    // Each entry has a meter of its own, so a port that storms doesn't use up what the others may send.
-    constexpr pd_meter_spec storm_control = {.committed_rate = 1000,
-                                             .committed_burst = 64,
-                                             .peak_rate = 2000,
-                                             .peak_burst = 128,
-                                             .meter_type = PD_METER_TYPE_COLOR_UNAWARE};
-    for (const std::uint16_t port : server_ports) {
-        const p4_pd_velmar_switch_l2LookupMiss_match_spec_t key = {.egrMd_dmacOui = broadcast_mac.oui,
-                                                                   .egrMd_dmacOui_mask = all_of_half,
-                                                                   .egrMd_dmacStation = broadcast_mac.station,
-                                                                   .egrMd_dmacStation_mask = all_of_half,
-                                                                   .ig_intr_md_ingress_port = port,
-                                                                   .ig_intr_md_ingress_port_mask = 0x7F};
-        make(leaf, "broadcasts of port " + std::to_string(port),
-             p4_pd_velmar_switch_l2LookupMiss_table_add_with_l2LookupBcastHit,
-             p4_pd_velmar_switch_l2LookupMiss_table_delete, &key, any_priority, &storm_control);
     }
 }
 

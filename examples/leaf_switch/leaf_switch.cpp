@@ -1,5 +1,5 @@
-// From nothing to a running switch and back. The only file that knows which driver stands below the library; with
-// another one, start() and the text of its statuses are what changes.
+// From nothing to a running switch and back. Knows which driver stands below the library; with another one, start() and
+// the text of its statuses are what changes.
 #include "leaf_switch/leaf_switch.h"
 
 #include <exception>
@@ -73,9 +73,9 @@ void start(Leaf& leaf) {
 Leaf bring_up() {
     Leaf leaf;
     try {
-        for (const auto step :
-             {start, map_ports, set_up_vlans, fill_mac_table, limit_broadcasts, bundle_ports, open_vrf, add_next_hops,
-              choose_hash, join_spines, add_routes, forbid_telnet, decide_drops, trap_to_cpu}) {
+        for (const auto step : {start, map_ports, recognise_vxlan, set_up_vlans, fill_mac_table, limit_broadcasts,
+                                learn_stations, bundle_ports, open_vrf, add_next_hops, choose_hash, join_spines,
+                                add_routes, forbid_telnet, decide_drops, trap_to_cpu}) {
             step(leaf);
         }
     } catch (...) {

@@ -1,5 +1,5 @@
-// The command leaf_switch: brings the switch up, tells what stands, and takes it down. Exits with 1 if a step is
-// refused.
+// The command leaf_switch: brings the switch up, tells what stands, shows it at work, and takes it down. Exits with 1
+// if a step is refused, the switch doesn't do what was predicted, or something is left in the end.
 #include <exception>
 #include <iostream>
 
@@ -9,6 +9,7 @@ int main() {
     try {
         leaf_switch::Leaf leaf = leaf_switch::bring_up();
         leaf_switch::print_summary(leaf, std::cout);
+        leaf_switch::take_tour(leaf, std::cout);
         leaf_switch::shut_down(leaf);
         std::cout << "All is taken down again, and the tables are empty." << std::endl;
         return 0;

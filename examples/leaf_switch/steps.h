@@ -15,7 +15,12 @@ void map_ports(Leaf& leaf);
 // layer2.cpp
 void set_up_vlans(Leaf& leaf);
 void fill_mac_table(Leaf& leaf);
+// storm_control.cpp
 void limit_broadcasts(Leaf& leaf);
+// learning.cpp
+void learn_stations(Leaf& leaf);
+// vxlan_ports.cpp
+void recognise_vxlan(Leaf& leaf);
 // lag.cpp
 void bundle_ports(Leaf& leaf);
 // routing.cpp
@@ -32,6 +37,12 @@ void trap_to_cpu(Leaf& leaf);
 
 // Every status goes through here: throws Refused if it isn't success. `what` says what was tried: "adding ...".
 void expect(const std::string& what, pd_status status);
+
+// summary.cpp: the members of the ECMP group, in the driver's order, and what one of them says.
+std::vector<pd_member> spine_members(const Leaf& leaf);
+std::uint32_t next_hop_of(const Leaf& leaf, pd_member member);
+// vxlan_ports.cpp
+pd_status count_vxlan_ports(pd_session session, pd_dev_tgt target, std::uint32_t* count);
 
 using Remove = pd_status(pd_session, pd_device, std::uint32_t);
 using Reset = pd_status(pd_session, pd_dev_tgt);

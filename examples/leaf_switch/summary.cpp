@@ -16,6 +16,7 @@ struct Counted {
 
 // In the pipeline's order. A table that a step fills belongs here, or the shutdown can't tell that it is empty.
 constexpr Counted counted[] = {
+    {"value set vxlan_ports", count_vxlan_ports},
     {"ingressPortMapping", p4_pd_velmar_switch_ingressPortMapping_get_entry_count},
     {"l2DomainLookup", p4_pd_velmar_switch_l2DomainLookup_get_entry_count},
     {"untaggedPktToL3", p4_pd_velmar_switch_untaggedPktToL3_get_entry_count},
@@ -32,6 +33,7 @@ constexpr Counted counted[] = {
     {"haloRow1Stage2", p4_pd_velmar_switch_haloRow1Stage2_get_entry_count},
     {"ipv4ShortMaskLpm", p4_pd_velmar_switch_ipv4ShortMaskLpm_get_entry_count},
     {"ecmpHashSelection", p4_pd_velmar_switch_ecmpHashSelection_get_entry_count},
+    {"learningDigestGeneration", p4_pd_velmar_switch_learningDigestGeneration_get_entry_count},
     {"trapToCpu", p4_pd_velmar_switch_trapToCpu_get_entry_count},
     {"ecmpGroup", p4_pd_velmar_switch_ecmpGroup_get_entry_count},
     {"routerNextHop0", p4_pd_velmar_switch_routerNextHop0_get_entry_count},
@@ -78,17 +80,13 @@ std::vector<pd_member> members_of(const Leaf& leaf, const Profile& profile, pd_g
 }
 
 template <class Spec>
-std::vector<Spec> read_members(const Leaf& leaf, const Profile& profile, pd_group group) {
-    std::vector<Spec> specs;
-    for (const pd_member member : members_of(leaf, profile, group)) {
-        pd_action_record record = {};
-        expect(std::string("reading a member of ") + profile.name,
-               profile.read(leaf.session, leaf.target.dev_id, member, 0, &record));
-        Spec spec = {};
-        std::memcpy(&spec, record.spec, sizeof spec);
-        specs.push_back(spec);
-    }
-    return specs;
+Spec read_member(const Leaf& leaf, const Profile& profile, pd_member member) {
+    pd_action_record record = {};
+    expect(std::string("reading a member of ") + profile.name,
+           profile.read(leaf.session, leaf.target.dev_id, member, 0, &record));
+    Spec spec = {};
+    std::memcpy(&spec, record.spec, sizeof spec);
+    return spec;
 }
 
 std::string dotted(std::uint32_t address) {
@@ -142,18 +140,26 @@ std::vector<TableCount> table_counts(const Leaf& leaf) {
     return counts;
 }
 
+std::vector<pd_member> spine_members(const Leaf& leaf) {
+    return members_of(leaf, ecmp_profile, leaf.spines);
+}
+
+std::uint32_t next_hop_of(const Leaf& leaf, pd_member member) {
+    return read_member<p4_pd_velmar_switch_setEcmpNextHop_action_spec_t>(leaf, ecmp_profile, member).action_nextHop;
+}
+
 std::vector<std::uint32_t> spine_next_hops(const Leaf& leaf) {
     std::vector<std::uint32_t> hops;
-    for (const auto& spec :
-         read_members<p4_pd_velmar_switch_setEcmpNextHop_action_spec_t>(leaf, ecmp_profile, leaf.spines)) {
-        hops.push_back(spec.action_nextHop);
+    for (const pd_member member : spine_members(leaf)) {
+        hops.push_back(next_hop_of(leaf, member));
     }
     return hops;
 }
 
 std::vector<std::uint32_t> lag_ports_in_use(const Leaf& leaf) {
     std::vector<std::uint32_t> ports;
-    for (const auto& spec : read_members<p4_pd_velmar_switch_setLagPort_action_spec_t>(leaf, lag_profile, leaf.lag)) {
+    for (const pd_member member : members_of(leaf, lag_profile, leaf.lag)) {
+        const auto spec = read_member<p4_pd_velmar_switch_setLagPort_action_spec_t>(leaf, lag_profile, member);
         ports.push_back(spec.action_egrL2AintfPort);
     }
     return ports;

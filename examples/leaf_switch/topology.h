@@ -13,6 +13,7 @@ namespace leaf_switch {
 struct Mac {
     std::uint32_t oui;
     std::uint32_t station;
+    friend bool operator==(const Mac&, const Mac&) = default;
 };
 
 inline constexpr std::uint32_t all_of_half = 0xFFFFFF; // the mask that matches such a half whole
@@ -30,11 +31,13 @@ inline constexpr std::uint16_t no_vlan = 0;
 inline constexpr std::uint16_t server_ports[] = {1, 2, 3, 4};
 inline constexpr std::uint16_t lag_ports[] = {5, 6};
 inline constexpr std::uint16_t cpu_port = 64;
+inline constexpr std::uint16_t vxlan_udp_port = 4789;
 
 // An interface is where frames come in and leave. A port's interface has the port's number; the top four of the 20 bits
 // are 0 there and tell other kinds, of which this switch has LAGs alone.
 inline constexpr std::uint32_t all_of_interface = 0xFFFFF;
 inline constexpr std::uint32_t interface_kind = 0xF0000;
+inline constexpr std::uint32_t learned_kinds = 0xC0000; // of the kind's bits, those that are 0 in ports and LAGs
 inline constexpr std::uint32_t lag_interface = 0x20001;
 
 // The LAG's ports share a virtual port: whatever comes in by either came in by the LAG.

@@ -12,6 +12,11 @@ constexpr std::uint8_t reason_bgp = 2;
 constexpr std::uint8_t tcp = 6;
 constexpr std::uint16_t bgp_port = 179;
 
+void count(Leaf& leaf, const std::string& what, pd_entry entry) {
+    leaf.counting.push_back({what, p4_pd_velmar_switch_counter_read_trapToCpuCount,
+                             p4_pd_velmar_switch_trapToCpu_get_mat_table_handle, entry});
+}
+
 } // namespace
 
 void trap_to_cpu(Leaf& leaf) {
@@ -26,8 +31,9 @@ void trap_to_cpu(Leaf& leaf) {
     arp.arpHdr_valid = 1;
     arp.arpHdr_valid_mask = 1;
     const p4_pd_velmar_switch_copyPacket_action_spec_t copy = {.action_cpuReasonCode = reason_arp, .action_llm = 0};
-    make(leaf, "the copies of ARP", p4_pd_velmar_switch_trapToCpu_table_add_with_copyPacket,
-         p4_pd_velmar_switch_trapToCpu_table_delete, &arp, any_priority, &copy);
+    const pd_entry copies = make(leaf, "the copies of ARP", p4_pd_velmar_switch_trapToCpu_table_add_with_copyPacket,
+                                 p4_pd_velmar_switch_trapToCpu_table_delete, &arp, any_priority, &copy);
+    count(leaf, "copied to the CPU for ARP", copies);
 
     // BGP to the switch itself is trapped: it goes nowhere else.
     p4_pd_velmar_switch_trapToCpu_match_spec_t bgp = {};
@@ -40,8 +46,9 @@ void trap_to_cpu(Leaf& leaf) {
     bgp.ingMd_dstPort = bgp_port;
     bgp.ingMd_dstPort_mask = 0xFFFF;
     const p4_pd_velmar_switch_trapPacket_action_spec_t trap = {.action_cpuReasonCode = reason_bgp};
-    make(leaf, "the trap of BGP", p4_pd_velmar_switch_trapToCpu_table_add_with_trapPacket,
-         p4_pd_velmar_switch_trapToCpu_table_delete, &bgp, any_priority, &trap);
+    const pd_entry trapped = make(leaf, "the trap of BGP", p4_pd_velmar_switch_trapToCpu_table_add_with_trapPacket,
+                                  p4_pd_velmar_switch_trapToCpu_table_delete, &bgp, any_priority, &trap);
+    count(leaf, "trapped to the CPU for BGP", trapped);
 }
 
 } // namespace leaf_switch

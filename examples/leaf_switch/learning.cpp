@@ -1,0 +1,239 @@
+// MAC learning. A frame of an unknown source makes the pipeline send a digest, and the callback makes the source known:
+// as a source, so that it asks no more, and as a destination, so that its frames are no longer flooded. Only the source
+// entry can tell that a station is silent; both go when it is.
+#include <algorithm>
+#include <iterator>
+#include <map>
+#include <tuple>
+
+#include "leaf_switch/steps.h"
+#include "leaf_switch/topology.h"
+#include "vl_driver/digests.h"
+#include "vl_driver/idle.h"
+
+namespace leaf_switch {
+
+// What the callbacks work with.
+struct Learning {
+    using Name = std::tuple<std::uint16_t, std::uint32_t, std::uint32_t>; // VLAN, and the halves of the MAC
+    struct Known {
+        std::uint32_t interface;
+        pd_entry source; // a handle is 0 when its entry is gone
+        pd_entry destination;
+    };
+    pd_dev_tgt target;
+    std::map<Name, Known> stations;
+    std::vector<pd_entry> silent; // source entries that timed out
+};
+
+namespace {
+
+constexpr const char* digest = "macLearningDigest";
+
+// What a miss of l2LearningLookup asks for.
+constexpr std::uint8_t learn_macs = 1;
+
+constexpr std::uint32_t look_interval = 1'000; // the driver's unit is the millisecond
+constexpr std::uint32_t time_to_live = 300'000;
+
+Learning::Name name_of(const Station& station) {
+    return {station.vlan, station.mac.oui, station.mac.station};
+}
+
+// These have entries that nobody may take from them by sending frames.
+bool is_configured(const Station& station) {
+    return std::any_of(std::begin(hosts), std::end(hosts),
+                       [&](const Host& host) { return host.mac == station.mac && host.vlan == station.vlan; });
+}
+
+template <class Delete>
+pd_status remove(Delete* delete_entry, pd_session session, pd_device device, pd_entry& entry) {
+    const pd_status status = entry == 0 ? pd_status{PD_STATUS_OK} : delete_entry(session, device, entry);
+    if (status == PD_STATUS_OK) entry = 0;
+    return status;
+}
+
+pd_status remove_entries(Learning& learning, pd_session session, Learning::Known& known) {
+    const pd_device device = learning.target.dev_id;
+    const pd_status status = remove(p4_pd_velmar_switch_l2Lookup_table_delete, session, device, known.destination);
+    if (status != PD_STATUS_OK) return status;
+    const pd_entry source = known.source;
+    const pd_status removed = remove(p4_pd_velmar_switch_l2LearningLookup_table_delete, session, device, known.source);
+    // The driver may give the handle to another entry, which has not been silent.
+    if (removed == PD_STATUS_OK) std::erase(learning.silent, source);
+    return removed;
+}
+
+pd_status add_entries(pd_session session, pd_dev_tgt target, const Station& station, Learning::Known& known) {
+    const p4_pd_velmar_switch_l2Lookup_match_spec_t destination = {
+        .egrMd_dmacOui = station.mac.oui, .egrMd_dmacStation = station.mac.station, .egrMd_egrL2Domain = station.vlan};
+    const p4_pd_velmar_switch_l2LookupKnownUcast_action_spec_t out = {.action_egrL2Aintf = station.interface};
+    const pd_status status = p4_pd_velmar_switch_l2Lookup_table_add_with_l2LookupKnownUcast(
+        session, target, &destination, &out, &known.destination);
+    if (status != PD_STATUS_OK) {
+        known.destination = 0;
+        return status;
+    }
+    // Last, since it ends the digests.
+    const p4_pd_velmar_switch_l2LearningLookup_match_spec_t source = {.ingMd_smacOui = station.mac.oui,
+                                                                      .ingMd_smacStation = station.mac.station,
+                                                                      .ingMd_ingL2Domain = station.vlan,
+                                                                      .ingMd_ingL2Aintf = station.interface};
+    const pd_status added =
+        p4_pd_velmar_switch_l2LearningLookup_table_add_with_noOp(session, target, &source, time_to_live, &known.source);
+    if (added != PD_STATUS_OK) known.source = 0;
+    return added;
+}
+
+pd_status learn(Learning& learning, pd_session session, const Station& station) {
+    if (is_configured(station)) return PD_STATUS_OK;
+    Learning::Known& known = learning.stations[name_of(station)];
+    // Several frames may have missed before the first digest came.
+    if (known.source != 0 && known.interface == station.interface) return PD_STATUS_OK;
+    // If it moved, it goes from its old place first.
+    pd_status status = remove_entries(learning, session, known);
+    if (status == PD_STATUS_OK) {
+        known.interface = station.interface;
+        status = add_entries(session, learning.target, station, known);
+    }
+    // A destination without a source would stay for ever. All is done anew with the station's next frame.
+    if (status != PD_STATUS_OK && remove_entries(learning, session, known) == PD_STATUS_OK) {
+        learning.stations.erase(name_of(station));
+    }
+    return status;
+}
+
+// The bytes of a field are the driver's, and come as they stand in the packet.
+std::uint32_t field_of(const std::uint8_t* entry, const char* field) {
+    std::uint32_t size = 0;
+    const void* bytes = p4_pd_velmar_switch_get_digest_entry_field(entry, digest, field, &size);
+    std::uint32_t value = 0;
+    for (std::uint32_t i = 0; i < size; ++i) {
+        value = value << 8 | static_cast<const std::uint8_t*>(bytes)[i];
+    }
+    return value;
+}
+
+Station station_in(const std::uint8_t* entry) {
+    return {.mac = {.oui = field_of(entry, "ingMd_smacOui"), .station = field_of(entry, "ingMd_smacStation")},
+            .vlan = static_cast<std::uint16_t>(field_of(entry, "ingMd_ingL2Domain")),
+            .interface = field_of(entry, "ingMd_ingL2Aintf")};
+}
+
+// Gives the first status that isn't success, but goes through all of the message, and gives it back in any case.
+pd_status on_digest(pd_session session, pipe_digest_msg* message, void* cookie) noexcept {
+    const std::uint32_t size = p4_pd_velmar_switch_get_digest_entry_size(digest);
+    pd_status first = PD_STATUS_OK;
+    for (std::uint32_t i = 0; i < message->entry_count; ++i) {
+        const Station station = station_in(message->entries + std::size_t{i} * size);
+        const pd_status status = learn(*static_cast<Learning*>(cookie), session, station);
+        if (first == PD_STATUS_OK) first = status;
+    }
+    const pd_status status = p4_pd_velmar_switch_macLearningDigest_notify_ack(session, message);
+    return first != PD_STATUS_OK ? first : status;
+}
+
+// Has nobody to tell of a refusal, and so leaves the removing to forget_silent().
+void on_time_out(pd_device, std::uint32_t, pd_entry entry, void* cookie) noexcept {
+    static_cast<Learning*>(cookie)->silent.push_back(entry);
+}
+
+void forget(const Leaf& leaf, std::map<Learning::Name, Learning::Known>::iterator station) {
+    expect("forgetting a station", remove_entries(*leaf.learning, leaf.session, station->second));
+    leaf.learning->stations.erase(station);
+}
+
+// Like all of the shutdown: does what it can, and then tells what was refused first.
+void forget_all(const Leaf& leaf) {
+    pd_status first = PD_STATUS_OK;
+    for (auto& [name, known] : leaf.learning->stations) {
+        const pd_status status = remove_entries(*leaf.learning, leaf.session, known);
+        if (first == PD_STATUS_OK) first = status;
+    }
+    leaf.learning->stations.clear();
+    expect("forgetting all stations", first);
+}
+
+void age_entries(Leaf& leaf) {
+    expect("registering for silent stations",
+           p4_pd_velmar_switch_l2LearningLookup_idle_register_tmo_cb(leaf.session, leaf.target.dev_id,
+                                                                     reinterpret_cast<pd_driver_callback>(on_time_out),
+                                                                     leaf.learning.get()));
+    leaf.undo.emplace_back([](const Leaf& made) {
+        expect("ending the registration for silent stations", p4_pd_velmar_switch_l2LearningLookup_idle_register_tmo_cb(
+                                                                  made.session, made.target.dev_id, nullptr, nullptr));
+    });
+    const pd_idle_params params = {.mode = PIPE_IDLE_MODE_NOTIFY,
+                                   .params_a = look_interval,
+                                   .params_b = 0, // no upper limit
+                                   .params_c = 0, // entries without a time to live don't age
+                                   .params_d = 0,
+                                   .params_flag = 0};
+    expect("switching the ageing on",
+           p4_pd_velmar_switch_l2LearningLookup_idle_tmo_enable(leaf.session, leaf.target.dev_id, params));
+    leaf.undo.emplace_back([](const Leaf& made) {
+        expect("switching the ageing off",
+               p4_pd_velmar_switch_l2LearningLookup_idle_tmo_disable(made.session, made.target.dev_id));
+    });
+}
+
+void take_digests(Leaf& leaf) {
+    expect("registering for MAC digests",
+           p4_pd_velmar_switch_macLearningDigest_register(
+               leaf.session, leaf.target.dev_id, reinterpret_cast<pd_driver_callback>(on_digest), leaf.learning.get()));
+    leaf.undo.emplace_back([](const Leaf& made) {
+        expect("ending the registration for MAC digests",
+               p4_pd_velmar_switch_macLearningDigest_deregister(made.session, made.target.dev_id));
+    });
+    // Stations behind ports and LAGs are learned, those behind tunnels aren't; and nobody by a frame that is dropped.
+    p4_pd_velmar_switch_learningDigestGeneration_match_spec_t key = {};
+    key.learningDigestMd_applicationId = learn_macs;
+    key.ingMd_ingL2Aintf = 0;
+    key.ingMd_ingL2Aintf_mask = learned_kinds;
+    key.ingVlanStpCheck_stpBlocked_mask = 1;
+    key.ingVlanStpCheck_invalidVlan_mask = 1;
+    make(leaf, "the digests of unknown sources",
+         p4_pd_velmar_switch_learningDigestGeneration_table_add_with_generateMacLearningDigest,
+         p4_pd_velmar_switch_learningDigestGeneration_table_delete, &key, any_priority);
+}
+
+} // namespace
+
+void learn_stations(Leaf& leaf) {
+    leaf.learning = std::make_shared<Learning>();
+    leaf.learning->target = leaf.target;
+    // Comes when no callback can add any more.
+    leaf.undo.emplace_back(forget_all);
+    set_default(leaf, "the learning of unknown sources",
+                p4_pd_velmar_switch_l2LearningLookup_set_default_action_setL2LearningLookupMiss,
+                p4_pd_velmar_switch_l2LearningLookup_table_reset_default_entry);
+    age_entries(leaf);
+    take_digests(leaf);
+}
+
+std::vector<Station> learned_stations(const Leaf& leaf) {
+    std::vector<Station> stations;
+    for (const auto& [name, known] : leaf.learning->stations) {
+        if (known.source == 0) continue; // refused, and not learned before its next frame
+        const auto& [vlan, oui, station] = name;
+        stations.push_back({.mac = {.oui = oui, .station = station}, .vlan = vlan, .interface = known.interface});
+    }
+    return stations;
+}
+
+std::size_t forget_silent(const Leaf& leaf) {
+    Learning& learning = *leaf.learning;
+    std::size_t forgotten = 0;
+    // Forgetting takes the entry out of the list. One that spoke since it timed out comes back with its next frame.
+    for (const pd_entry entry : std::vector(learning.silent)) {
+        const auto station = std::find_if(learning.stations.begin(), learning.stations.end(),
+                                          [&](const auto& known) { return known.second.source == entry; });
+        if (station != learning.stations.end()) {
+            forget(leaf, station);
+            ++forgotten;
+        }
+    }
+    return forgotten;
+}
+
+} // namespace leaf_switch

@@ -1,0 +1,87 @@
+// See traffic.h. Does what the pipeline does with the entries that the steps made.
+#include "leaf_switch/traffic.h"
+
+#include <algorithm>
+
+#include "leaf_switch/steps.h"
+#include "vl_driver/snapshot.h"
+#include "vl_model/control.h"
+#include "vl_model/traffic.h"
+
+namespace leaf_switch {
+namespace {
+
+std::uint32_t handle_of(pd_status (*table)(std::uint32_t*)) {
+    std::uint32_t handle = 0;
+    expect("asking for a table's handle", table(&handle));
+    return handle;
+}
+
+// False for a station without an entry.
+bool hit_source(const Leaf& leaf, const Station& station) {
+    const p4_pd_velmar_switch_l2LearningLookup_match_spec_t key = {.ingMd_smacOui = station.mac.oui,
+                                                                   .ingMd_smacStation = station.mac.station,
+                                                                   .ingMd_ingL2Domain = station.vlan,
+                                                                   .ingMd_ingL2Aintf = station.interface};
+    pd_entry entry = 0;
+    const pd_status status =
+        p4_pd_velmar_switch_l2LearningLookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry);
+    if (status == VL_MODEL_NOT_FOUND) return false;
+    expect("finding a station", status);
+    expect("sending a frame",
+           vl_model_entry_hit(leaf.target.dev_id, handle_of(p4_pd_velmar_switch_l2LearningLookup_get_mat_table_handle),
+                              entry));
+    return true;
+}
+
+void append(std::vector<std::uint8_t>& bytes, std::uint32_t value, unsigned size) {
+    while (size-- > 0) {
+        bytes.push_back(static_cast<std::uint8_t>(value >> 8 * size));
+    }
+}
+
+} // namespace
+
+std::size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
+    constexpr std::uint32_t mac_learning_digest = 0x9000000;
+    std::vector<std::uint8_t> entries;
+    std::uint32_t unknown = 0;
+    for (const Station& sender : senders) {
+        if (hit_source(leaf, sender)) continue;
+        append(entries, sender.mac.oui, 4);
+        append(entries, sender.mac.station, 4);
+        append(entries, sender.vlan, 2);
+        append(entries, sender.interface, 4);
+        ++unknown;
+    }
+    if (unknown != 0) {
+        expect("learning from a digest",
+               vl_model_digest_raise(leaf.target.dev_id, mac_learning_digest, entries.data(), unknown));
+    }
+    return unknown;
+}
+
+void send_packets(const Leaf& leaf, const std::string& what, std::uint64_t packets, std::uint64_t bytes) {
+    const auto counting = std::find_if(leaf.counting.begin(), leaf.counting.end(),
+                                       [&](const CountingEntry& candidate) { return candidate.what == what; });
+    if (counting == leaf.counting.end()) throw std::runtime_error("nobody counts packets " + what);
+    expect("sending packets",
+           vl_model_counter_add(leaf.target.dev_id, handle_of(counting->table), counting->entry, packets, bytes));
+}
+
+void send_through_snapshot(std::uint32_t snapshot, unsigned trigger_stage, std::span<const std::uint16_t> field) {
+    constexpr std::uint32_t pipe = 0;
+    std::vector<std::uint8_t> stages(field.size() * BF_SNAPSHOT_RECORD_SIZE);
+    for (std::size_t i = 0; i < field.size(); ++i) {
+        stages[i * BF_SNAPSHOT_RECORD_SIZE + snapshot_field] = static_cast<std::uint8_t>(field[i] >> 8);
+        stages[i * BF_SNAPSHOT_RECORD_SIZE + snapshot_field + 1] = static_cast<std::uint8_t>(field[i]);
+    }
+    expect("matching a trigger", vl_model_snapshot_match(snapshot, pipe, static_cast<std::uint8_t>(trigger_stage),
+                                                         stages.data(), static_cast<std::uint32_t>(field.size())));
+}
+
+void pass_time(std::uint32_t seconds) {
+    expect("moving the clock", vl_model_clock_advance(seconds * 1000));
+}
+
+} // namespace leaf_switch
