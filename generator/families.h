@@ -9,6 +9,7 @@
 #include <cstddef>
 
 #include "generator/families/entries.h"
+#include "generator/families/placement.h"
 #include "generator/families/profiles.h"
 #include "generator/families/program.h"
 #include "generator/families/resources.h"
@@ -33,6 +34,6 @@ constexpr auto join_families(const Family (&... areas)[counts]) {
 
 // In the order in which the public headers declare them.
 inline constexpr auto families = join_families(program_families, entries_families, tables_families, profiles_families,
-                                               resources_families, services_families, texts_families);
+                                               resources_families, services_families, texts_families, placement_families);
 
 } // namespace generator

@@ -31,16 +31,17 @@ enum class Over {
 };
 
 // Which generated source a member goes to; table families are split by seam as well.
-enum class Shard { program, actions, action_texts, profiles, resources, entries, readback, tables, texts };
+enum class Shard { program, actions, action_texts, profiles, resources, entries, readback, tables, texts, placement };
 
 // A snippet is expanded once for each row that the family runs over. Snippets may use:
 //   {p}                     the prefix of the exported names
 //   {dimension}             "[265]": as many as there are actions
 //   {table} {match_spec}    of table families, with the flags keyed, priority, indirect
 //   {width_name} {width}    of key_field families, beside the table's
-//   {profile}               of profile families
+//   {profile} {data_table} {selector}
+//                           of profile families, with the handles of its tables
 //   {resource} {handle}     of counters, meters, WRED blocks, registers, digests and value sets: name and handle or id
-//   {table_handle}          of counters and meters, with the flag direct: of the match table of a direct one
+//   {table_handle}          of table families, and of counters and meters with the flag direct: of the match table
 //   {cell} {cell_type}      of registers: the cell's form, and the type of its values
 //   {calc}                  of hash calculations
 //   {action} {action_spec}  of action and binding families, with the flag params
@@ -55,6 +56,8 @@ struct Family {
     // The member of the functions by handle that this family fills, of table and profile families; see
     // pd_velmar/by_handle.h.
     std::string_view by_handle = {};
+    // In front of the definition.
+    std::string_view attribute = {};
 };
 
 // Data words that are exported beside the functions. src/ defines them.

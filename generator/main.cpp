@@ -50,6 +50,7 @@ void write_all(const std::filesystem::path& folder) {
         write_if_changed(sources / ("tables_" + name + ".cpp"), write_seam_source(exports, seam, Shard::tables));
         write_if_changed(sources / ("readback_" + name + ".cpp"), write_seam_source(exports, seam, Shard::readback));
         write_if_changed(sources / ("texts_" + name + ".cpp"), write_seam_source(exports, seam, Shard::texts));
+        write_if_changed(sources / ("placement_" + name + ".cpp"), write_seam_source(exports, seam, Shard::placement));
     }
     write_if_changed(sources / "record_asserts.cpp", write_record_asserts(exports));
     write_if_changed(folder / "exports.map", write_version_script(exports));

@@ -23,6 +23,7 @@ Context table_context(const Catalog& rows, const Table& table) {
     Context context = program_context(rows);
     context.set("table", table.name);
     context.set("match_spec", match_spec_name(rows, table));
+    context.set("table_handle", hex(table.handle));
     context.flag("keyed", key_shape(table) != KeyShape::keyless);
     context.flag("priority", has_priority(table));
     context.flag("indirect", profile_of(rows, table) != nullptr);
@@ -57,6 +58,8 @@ Context binding_context(const Catalog& rows, const Table& table, const Binding& 
 Context profile_context(const Catalog& rows, const Profile& profile) {
     Context context = program_context(rows);
     context.set("profile", profile.name);
+    context.set("data_table", hex(profile.data_table));
+    context.set("selector", hex(profile.selector));
     return context;
 }
 

@@ -30,6 +30,8 @@ std::string_view header_of(Shard shard) {
     case Shard::action_texts:
     case Shard::texts:
         return "pd_velmar/texts.h";
+    case Shard::placement:
+        return "pd_velmar/placement.h";
     case Shard::profiles:
         return "pd_velmar/profiles.h";
     case Shard::resources:
@@ -43,7 +45,7 @@ std::string_view header_of(Shard shard) {
 }
 
 std::string definition(const Member& member) {
-    return member.signature() + " PD_NOEXCEPT {\n    " + member.body + "\n}\n";
+    return std::string(member.family->attribute) + member.signature() + " PD_NOEXCEPT {\n    " + member.body + "\n}\n";
 }
 
 // The rows that the bodies name, looked up once per source.

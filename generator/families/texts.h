@@ -75,7 +75,7 @@ inline constexpr Family texts_families[] = {
      .name = "{p}{action}_print",
      .result = "int",
      .arguments = "int fd, uint32_t indent, const {action_spec} *action_spec",
-     .body = "return print::action<a::{action}>(fd, indent, action_spec);"},
+     .body = "return print::param_lines(fd, indent, a::{action}.number, action_spec);"},
 
     {.over = Over::program, .shard = Shard::program,
      .name = "{p}_print_mac_exact",

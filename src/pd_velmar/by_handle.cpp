@@ -2,6 +2,7 @@
 #include "pd_velmar/by_handle.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
 
 #include "catalog/catalog.h"
@@ -34,6 +35,10 @@ const ProfileFunctions* profile(std::uint32_t handle) {
     return find(profile_functions, std::size(catalog::profiles), handle);
 }
 
+pd_status print_not_found(int fd, std::uint32_t handle) {
+    return static_cast<pd_status>(dprintf(fd, "0x%08x table not found\n", handle));
+}
+
 } // namespace
 
 int cli_schema(std::uint32_t handle, char* buffer) noexcept {
@@ -53,6 +58,34 @@ int stringify_counter_matchspec(pd_session sess_hdl, pd_device dev_id, std::uint
     const TableFunctions* const known = table(tbl_hdl);
     if (known == nullptr || known->describe == nullptr) return 0;
     return known->describe(sess_hdl, dev_id, entry_hdl, buffer);
+}
+
+pd_status plcmt_data_print(int fd, std::uint32_t indent, std::uint32_t tbl_hdl, const void* plcmt_data) noexcept {
+    const TableFunctions* const known = table(tbl_hdl);
+    return known == nullptr ? print_not_found(fd, tbl_hdl) : known->placement_print(fd, indent, plcmt_data);
+}
+
+pd_status adt_plcmt_data_print(int fd, std::uint32_t indent, std::uint32_t adt_hdl, const void* plcmt_data) noexcept {
+    const ProfileFunctions* const known = profile(adt_hdl);
+    return known == nullptr ? print_not_found(fd, adt_hdl) : known->placement_print(fd, indent, plcmt_data);
+}
+
+int plcmt_data_value(std::uint32_t tbl_hdl, const void* plcmt_data, char* buffer) noexcept {
+    const TableFunctions* const known = table(tbl_hdl);
+    return known == nullptr ? 0 : known->placement_value(plcmt_data, buffer);
+}
+
+int adt_plcmt_data_value(std::uint32_t adt_hdl, const void* plcmt_data, char* buffer) noexcept {
+    const ProfileFunctions* const known = profile(adt_hdl);
+    return known == nullptr ? 0 : known->placement_value(plcmt_data, buffer);
+}
+
+int plcmt_data_eq_to_hw(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
+                        const void* plcmt_data, char* message) noexcept {
+    if (const TableFunctions* const known = table(tbl_hdl))
+        return known->placement_equals_hardware(sess_hdl, dev_id, tbl_hdl, entry_hdl, plcmt_data, message);
+    text::finish(message, text::put(message, "unknown table"));
+    return 0;
 }
 
 } // namespace vl_pd::by_handle

@@ -1,4 +1,4 @@
-// Texts of tables and profiles for callers that hold a handle as data: which function a handle stands for, and what is
+// Texts and comparisons of tables and profiles for callers that hold a handle as data: which function a handle stands for, and what is
 // answered for one that is nobody's.
 #pragma once
 
@@ -14,11 +14,17 @@ struct TableFunctions {
     int (*schema)(char* buffer) noexcept;
     int (*value)(pd_session, pd_device, pd_entry, std::uint32_t read_from_hw, char* buffer) noexcept;
     int (*describe)(pd_session, pd_device, pd_entry, char* buffer) noexcept = nullptr; // of counted tables
+    pd_status (*placement_print)(int fd, std::uint32_t indent, const void* plcmt_data) noexcept;
+    int (*placement_value)(const void* plcmt_data, char* buffer) noexcept;
+    int (*placement_equals_hardware)(pd_session, pd_device, std::uint32_t tbl_hdl, pd_entry, const void* plcmt_data,
+                                     char* message) noexcept;
 };
 
 struct ProfileFunctions {
     std::uint32_t handle;
     int (*schema)(char* buffer) noexcept;
+    pd_status (*placement_print)(int fd, std::uint32_t indent, const void* plcmt_data) noexcept;
+    int (*placement_value)(const void* plcmt_data, char* buffer) noexcept;
 };
 
 extern const TableFunctions table_functions[];
@@ -32,5 +38,16 @@ int entry_value(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd
                 std::uint32_t read_from_hw, char* buffer) noexcept;
 int stringify_counter_matchspec(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
                                 char* buffer) noexcept;
+
+// For a handle that is nobody's the prints write a line that says so, and return what that write returns; the values are
+// 0, with nothing written.
+pd_status plcmt_data_print(int fd, std::uint32_t indent, std::uint32_t tbl_hdl, const void* plcmt_data) noexcept;
+pd_status adt_plcmt_data_print(int fd, std::uint32_t indent, std::uint32_t adt_hdl, const void* plcmt_data) noexcept;
+int plcmt_data_value(std::uint32_t tbl_hdl, const void* plcmt_data, char* buffer) noexcept;
+int adt_plcmt_data_value(std::uint32_t adt_hdl, const void* plcmt_data, char* buffer) noexcept;
+
+// 0 with the message "unknown table" for a handle that is no table's.
+int plcmt_data_eq_to_hw(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
+                        const void* plcmt_data, char* message) noexcept;
 
 } // namespace vl_pd::by_handle

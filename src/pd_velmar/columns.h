@@ -84,6 +84,19 @@ constexpr std::size_t count(const catalog::Table& table) {
 
 } // namespace columns_detail
 
+// The value of a column, or of a parameter, that isn't wide.
+inline std::uint32_t load_word(const bytes::Byte* record, const auto& column) {
+    const bytes::Byte* const from = record + column.record_offset;
+    switch (column.record_bytes) {
+    case 1:
+        return bytes::load<1>(from);
+    case 2:
+        return bytes::load<2>(from);
+    default:
+        return bytes::load<4>(from);
+    }
+}
+
 template <catalog::TableRef T>
 inline constexpr auto columns = [] {
     std::array<Column, columns_detail::count(*T)> all{};

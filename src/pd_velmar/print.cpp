@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "pd_velmar/param_columns.h"
 #include "pd_velmar/text_writer.h"
 
 namespace vl_pd::print {
@@ -11,12 +12,6 @@ namespace {
 
 using bytes::Byte;
 
-std::uint32_t load(const Byte* record, std::uint32_t offset, std::uint32_t size) {
-    std::uint32_t value = 0;
-    std::memcpy(&value, record + offset, size);
-    return value;
-}
-
 int print_column(int fd, int indent, const Column& column, const Byte* record) {
     if (column.wide()) {
         char digits[text::wide_digits];
@@ -24,7 +19,7 @@ int print_column(int fd, int indent, const Column& column, const Byte* record) {
         return dprintf(fd, "%*c %s%s: 0x%.*s\n", indent, ' ', column.pd_name, column.pd_suffix,
                        static_cast<int>(sizeof digits), digits);
     }
-    const std::uint32_t value = load(record, column.record_offset, column.record_bytes) & column.word_mask();
+    const std::uint32_t value = load_word(record, column) & column.word_mask();
     const int digits = static_cast<int>(column.digits);
     if (column.narrowed)
         return dprintf(fd, "%*c %s%s mask 0x%x: 0x%0*x\n", indent, ' ', column.pd_name, column.pd_suffix,
@@ -43,12 +38,12 @@ int match_lines(int fd, std::uint32_t indent, const char* table, std::span<const
     return result;
 }
 
-int param_lines_of(int fd, std::uint32_t indent, std::span<const ParamLine> lines, const void* record) noexcept {
+int param_lines(int fd, std::uint32_t indent, std::uint32_t action, const void* record) noexcept {
     int result = 0;
-    for (const ParamLine& line : lines)
-        result = dprintf(fd, "%*c action_%s: 0x%0*x\n", static_cast<int>(indent), ' ', line.name,
-                         static_cast<int>(line.digits),
-                         load(static_cast<const Byte*>(record), line.record_offset, line.record_bytes) & line.mask);
+    for (const ParamColumn& param : param_columns(action))
+        result =
+            dprintf(fd, "%*c action_%s: 0x%0*x\n", static_cast<int>(indent), ' ', param.name,
+                    static_cast<int>(param.digits), load_word(static_cast<const Byte*>(record), param) & param.mask);
     return result;
 }
 

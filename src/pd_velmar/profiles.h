@@ -3,5 +3,7 @@
 
 #include "pd/groups.h"
 #include "pd/members.h"
+#include "pd/placement.h"
 #include "pd/properties.h"
+#include "pd_velmar/placement_text.h"
 #include "pd_velmar/schema.h"

@@ -75,7 +75,7 @@ char* put_key_and_action(char* out, const Entry<T>& entry) {
     if constexpr (is_indirect<T>)
         return put_target(out, entry.has_mbr, entry.mbr_hdl, entry.has_grp, entry.grp_hdl);
     else
-        return put_numbered_action<T>(out, entry.action_id, entry.action_spec);
+        return put_numbered_action<T>(out, entry.action.number, entry.action.spec);
 }
 
 template <TableRef T>

@@ -1,0 +1,74 @@
+// Does what the software believes of an entry still stand in the hardware? The software's side is placement data, the
+// hardware's a read of the same entry; the answer is 1, or 0 with a line of text that names the first difference.
+//
+// Fields are compared in key order, each through its field mask; priority and attached resources are not. In every
+// message the software's value comes first. On 1 the message isn't touched.
+#pragma once
+
+#include <span>
+
+#include "pd_velmar/read_entry.h"
+
+namespace vl_pd::comparison {
+
+using bytes::Byte;
+using catalog::TableRef;
+
+int match_columns(std::span<const Column> columns, const void* pd, const void* hw, char* message) noexcept;
+int action_specs(std::uint32_t action, const void* pd, const void* hw, char* message) noexcept;
+
+// The message of a difference that the table's or function's name alone explains; 0.
+int differ(char* message, const char* before, const char* name = "", const char* after = "") noexcept;
+
+int actions_differ(std::uint32_t pd, std::uint32_t hw, char* message) noexcept;
+
+// What an entry of an indirect table points at.
+struct Target {
+    bool has_mbr;
+    bool has_grp;
+    bool is_default;
+    pd_member mbr_hdl;
+    pd_group grp_hdl;
+};
+
+// A member is compared by handle, a group only by its presence; a hardware that names nobody passes as nobody.
+int targets(const Target& pd, const Target& hw, char* message) noexcept;
+
+template <TableRef T>
+int match_specs(const void* pd, const void* hw, char* message) noexcept {
+    return match_columns(columns<T>, pd, hw, message);
+}
+
+template <TableRef T>
+int keys(const Entry<T>& pd, const Entry<T>& hw, char* message) {
+    if constexpr (T->key.size() == 0) return 1;
+    if (pd.is_default == 0) return match_specs<T>(pd.match_spec, hw.match_spec, message);
+    return hw.is_default != 0 ? 1 : differ(message, "pd entry is default but not hw");
+}
+
+template <TableRef T>
+Target target_of(const Entry<T>& entry) {
+    return {.has_mbr = entry.has_mbr != 0,
+            .has_grp = entry.has_grp != 0,
+            .is_default = entry.is_default != 0,
+            .mbr_hdl = entry.mbr_hdl,
+            .grp_hdl = entry.grp_hdl};
+}
+
+// `decode` and `get_entry` are the exported functions of the table.
+template <TableRef T>
+int entry(auto decode, auto get_entry, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
+          const void* plcmt_data, char* message) noexcept {
+    Entry<T> pd;
+    if (decode_entry<T>(decode, plcmt_data, pd) != PD_STATUS_OK)
+        return differ(message, "Failed to decode plcmt_data in table ", T->name);
+    Entry<T> hw;
+    if (read_entry<T>(get_entry, sess_hdl, dev_id, entry_hdl, 1, hw) != PD_STATUS_OK)
+        return differ(message, "p4_pd_velmar_switch_", T->name, "_get_entry failed");
+    if (!keys<T>(pd, hw, message)) return 0;
+    if constexpr (is_indirect<T>) return targets(target_of<T>(pd), target_of<T>(hw), message);
+    if (pd.action.number != hw.action.number) return actions_differ(pd.action.number, hw.action.number, message);
+    return action_specs(pd.action.number, pd.action.spec, hw.action.spec, message);
+}
+
+} // namespace vl_pd::comparison
