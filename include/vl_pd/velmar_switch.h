@@ -414,6 +414,58 @@
  * handle is none of the seven tables'. Entries are read from the hardware; of dev_id 8 bits reach the driver.
  *
  *
+ * Placement data: what the driver placed, or means to place, as the software sees it
+ *
+ *   <table>_get_plcmt_data(sess_hdl, dev_tgt, ignored, ...), <profile>_get_plcmt_data, <profile>_sel_get_plcmt_data
+ *       Fetch the data of an entry, a member or a group. They are the driver's functions pipe_mgr_plcmt_mat_data_get,
+ *       _adt_data_get and _sel_data_get with the table's handle as third argument, in place of whatever stands there.
+ *       All other arguments go on as they are, and what they are is the driver's to say, as is how long the data is
+ *       valid. The embedded driver takes a handle and the address of a const void *, and what it gives is its own, and
+ *       valid until the entry, member or group changes.
+ *   <table>_get_entry_from_plcmt_data(plcmt_data, ...)
+ *       Decodes an entry without access to the device, as <table>_get_entry reads it.
+ *       Tables with actions:  [match_spec out, [priority out,]] action_record out, is_default out
+ *       Tables whose entries point into an action profile:  match_spec out, [priority out,] mbr_hdl out, grp_hdl out,
+ *                             has_mbr out, has_grp out, is_default out; mind that a read has another order
+ *       action_record is written like a default entry's (above). is_default is always 1 for a keyless table.
+ *       PD_STATUS_INVALID: the action isn't the table's; the key outputs are written, action_record isn't, and it is
+ *       logged as a failed assertion. PD_STATUS_NO_MEMORY as for <table>_get_entry. The kind of action data isn't
+ *       looked at.
+ *   <profile>_get_member_from_plcmt_data(plcmt_data, action_record out)
+ *   <profile>_get_full_member_info_from_plcmt_data(dev_id, mbr_hdl, plcmt_data, action_record out)
+ *       PD_STATUS_UNEXPECTED, and logged: an action that isn't the profile's; nothing is written. Both give the same.
+ *
+ *   <table>_plcmt_data_value(plcmt_data, buffer out), <profile>_plcmt_data_value(plcmt_data, buffer out)
+ *   plcmt_data_value(tbl_hdl, plcmt_data, buffer out), adt_plcmt_data_value(adt_hdl, plcmt_data, buffer out)
+ *       Value strings: "(( 0x01,0x0a000001,),('setNextHop',(0x00000005,)),)", of a member "('NoAction',()),". 0, and
+ *       nothing is written, for data that can't be decoded and for a handle that is nobody's.
+ *   <table>_plcmt_data_print(fd, indent, plcmt_data), <profile>_adt_plcmt_data_print(fd, indent, plcmt_data)
+ *   plcmt_data_print(fd, indent, tbl_hdl, plcmt_data), adt_plcmt_data_print(fd, indent, adt_hdl, plcmt_data)
+ *       Print lines: the key, unless it is a default entry, and the action with its parameters; of an indirect table
+ *       the key alone. The result is the decoder's status, whatever the writes gave; data that can't be decoded gets a
+ *       line that says so. For a handle that is nobody's that is what is printed, and the result is that of the write.
+ *
+ *
+ * Comparing with the hardware
+ *
+ *   <table>_plcmt_data_eq_to_hw(sess_hdl, dev_id, ignored, entry_hdl, plcmt_data, message out)
+ *   plcmt_data_eq_to_hw(sess_hdl, dev_id, tbl_hdl, entry_hdl, plcmt_data, ignored, message out)
+ *   <table>_match_specs_are_equal(pd, hw, message out), <action>_action_specs_are_equal(pd, hw, message out)
+ *
+ * Does what the placement data says still stand in the hardware? 1 if so, and message isn't touched; else 0, and
+ * message holds one line that names the first difference, software first: "mspec l3Info_vrfId differs 0x1 vs 0x3",
+ * "aspec action_nextHop differs 0x5 vs 0x7", "actions differ 0x45, vs 0x11", "no mbr_hdl in hw". 66 bytes hold the
+ * longest.
+ *
+ * Fields are compared in key order, through the bits that the table matches, masks and prefix lengths as fields of
+ * their own; of a default entry the action alone. Priority and resources aren't compared. Of an indirect table's entry
+ * the member is compared, of a group that there is one; a member 0 in the hardware passes.
+ *
+ * It is 0 as well if the hardware can't be read ("p4_pd_velmar_switch_<table>_get_entry failed"), if the data can't be
+ * decoded ("Failed to decode plcmt_data in table <table>"), and for a handle that is no table's ("unknown table"). Of
+ * dev_id 8 bits reach the driver.
+ *
+ *
  * Decoding driver records
  *
  *   unbuild_key_<table>(match_record, match_spec out)

@@ -1,4 +1,4 @@
-// Records that are equal are told so by one look; only a difference is worth a walk.
+// The walks over columns and parameters, and the messages.
 #include "pd_velmar/comparison.h"
 
 #include "pd_velmar/param_columns.h"

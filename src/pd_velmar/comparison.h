@@ -42,7 +42,11 @@ int match_specs(const void* pd, const void* hw, char* message) noexcept {
 template <TableRef T>
 int keys(const Entry<T>& pd, const Entry<T>& hw, char* message) {
     if constexpr (T->key.size() == 0) return 1;
-    if (pd.is_default == 0) return match_specs<T>(pd.match_spec, hw.match_spec, message);
+    if (pd.is_default == 0) {
+        // Both readers clear whole records, so most entries are seen to be equal at one look.
+        if (std::memcmp(pd.match_spec, hw.match_spec, encoding::key_layout<T>.record_size) == 0) return 1;
+        return match_specs<T>(pd.match_spec, hw.match_spec, message);
+    }
     return hw.is_default != 0 ? 1 : differ(message, "pd entry is default but not hw");
 }
 

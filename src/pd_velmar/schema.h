@@ -4,8 +4,7 @@
 // Blanks and trailing commas are part of the form: readers may compare schemas as text.
 #pragma once
 
-#include <algorithm>
-#include <cstring>
+#include <initializer_list>
 #include <span>
 #include <string_view>
 
@@ -114,7 +113,21 @@ constexpr void put_action_schema(auto& out, const catalog::Action& action) {
     out.put("))");
 }
 
-// Up to the key.
+// By name, whatever the order of the handles.
+constexpr void put_action_list(auto& out, catalog::List<catalog::Binding> bindings) {
+    std::string_view last;
+    for (std::size_t i = 0; i < bindings.size(); ++i) {
+        const char* next = nullptr;
+        for (const catalog::Binding& binding : bindings) {
+            const std::string_view name = binding.action;
+            if (name > last && (next == nullptr || name < next)) next = binding.action;
+        }
+        put_action_schema(out, catalog::actions[catalog::action_number(catalog::velmar_switch, next)]);
+        out.put(",");
+        last = next;
+    }
+}
+
 constexpr void put_table_head(auto& out, const catalog::Table& table, bool indirect) {
     out.put("( ('");
     out.put(table.name);
@@ -145,90 +158,33 @@ inline constexpr auto match_text = make_text([](auto& out) { put_match_schema(ou
 template <ActionRef A>
 inline constexpr auto action_text = make_text([](auto& out) { put_action_schema(out, *A); });
 
+// Up to the key, and behind it.
 template <TableRef T>
 inline constexpr auto head_text = make_text([](auto& out) { put_table_head(out, *T, is_indirect<T>); });
+
+template <TableRef T>
+inline constexpr auto tail_text = make_text([](auto& out) {
+    if (is_indirect<T>) return out.put(handle_tuples);
+    out.put(T->key.size() == 0 ? "(),(" : ",(");
+    put_action_list(out, T->actions);
+    out.put("))");
+});
+
+template <ProfileRef P>
+inline constexpr auto profile_text = make_text([](auto& out) {
+    out.put("(");
+    put_action_list(out, P->actions);
+    out.put(")");
+});
 
 template <std::size_t size>
 constexpr std::string_view view(const std::array<char, size>& text) {
     return {text.data(), size - 1};
 }
 
-// The action schemas of a table or profile as a tuple.
-template <auto row>
-inline constexpr auto action_list = [] {
-    constexpr std::size_t count = row->actions.size();
-    std::array<ActionRef, count> sorted{};
-    for (std::size_t i = 0; i < count; ++i)
-        sorted[i] = {
-            static_cast<std::uint16_t>(catalog::action_number(catalog::velmar_switch, row->actions.begin()[i].action))};
-    // By name, whatever the order of the handles.
-    std::sort(sorted.begin(), sorted.end(), [](ActionRef left, ActionRef right) {
-        return std::string_view(left->name) < std::string_view(right->name);
-    });
-    return sorted;
-}();
-
-// Parts of a joined text; which of them it has, and in which order, is known while compiling.
-template <std::size_t count>
-struct Parts {
-    std::array<std::string_view, count> views{};
-    std::size_t end = 0;
-
-    constexpr void put(std::string_view part) {
-        views[end++] = part;
-    }
-};
-
-template <auto row, std::size_t count>
-constexpr void put_action_list(Parts<count>& parts) {
-    [&]<std::size_t... i>(std::index_sequence<i...>) {
-        ((parts.put(view(action_text<action_list<row>[i]>)), parts.put(",")), ...);
-    }
-    (std::make_index_sequence<action_list<row>.size()>());
-}
-
-template <TableRef T>
-inline constexpr auto table_parts = [] {
-    Parts<2 * T->actions.size() + 4> parts;
-    parts.put(view(head_text<T>));
-    if constexpr (T->key.size() == 0)
-        parts.put("()");
-    else
-        parts.put(view(match_text<T>));
-    if constexpr (is_indirect<T>) {
-        parts.put(handle_tuples);
-    } else {
-        parts.put(",(");
-        put_action_list<T>(parts);
-        parts.put("))");
-    }
-    return parts;
-}();
-
-template <ProfileRef P>
-inline constexpr auto profile_parts = [] {
-    Parts<2 * P->actions.size() + 2> parts;
-    parts.put("(");
-    put_action_list<P>(parts);
-    parts.put(")");
-    return parts;
-}();
-
-// Writes the parts and a terminator; returns their length.
-inline int join(std::span<const std::string_view> parts, char* buffer) {
-    char* end = buffer;
-    for (const std::string_view part : parts) {
-        std::memcpy(end, part.data(), part.size());
-        end += part.size();
-    }
-    *end = 0;
-    return static_cast<int>(end - buffer);
-}
-
-template <std::size_t count>
-int join(const Parts<count>& parts, char* buffer) {
-    return join({parts.views.data(), parts.end}, buffer);
-}
+// Writes the parts and a terminator; returns their length. Told lengths that are known while compiling, the compiler
+// would copy by a string instruction, several times slower than the C library's copy.
+int join(char* buffer, std::initializer_list<std::string_view> parts) noexcept;
 
 template <TableRef T>
 const char* match_spec() noexcept {
@@ -242,12 +198,15 @@ const char* action() noexcept {
 
 template <TableRef T>
 int table(char* buffer) noexcept {
-    return join(table_parts<T>, buffer);
+    if constexpr (T->key.size() == 0)
+        return join(buffer, {view(head_text<T>), view(tail_text<T>)});
+    else
+        return join(buffer, {view(head_text<T>), view(match_text<T>), view(tail_text<T>)});
 }
 
 template <ProfileRef P>
 int profile(char* buffer) noexcept {
-    return join(profile_parts<P>, buffer);
+    return join(buffer, {view(profile_text<P>)});
 }
 
 } // namespace vl_pd::schema
