@@ -111,6 +111,7 @@ uint32_t vl_model_device_remove(uint32_t dev_id) {
     }
     Model& m = model();
     const std::lock_guard lock(m.mutex);
+    m.placements.remove_device(dev_id);
     return m.devices.erase(dev_id) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_DEVICE;
 }
 

@@ -67,6 +67,7 @@ pipe_status change_membership(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe
         change.mbr_hdl = mbr_hdl;
         change.positions.reserve(1);
         body(selector, *group, membership->second, change);
+        forget_placement(group->placement);
         return VL_MODEL_OK;
     });
 }
@@ -120,7 +121,7 @@ pipe_status pipe_mgr_sel_grp_add(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
 pipe_status pipe_mgr_sel_grp_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl,
                                  uint32_t flags) {
     const auto remove = [&](Selector& selector, GroupChange& change) -> pipe_status {
-        const Group* group = selector.groups.find(grp_hdl);
+        Group* group = selector.groups.find(grp_hdl);
         if (group == nullptr) {
             return VL_MODEL_NOT_FOUND;
         }
@@ -136,6 +137,7 @@ pipe_status pipe_mgr_sel_grp_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
                 change.positions.push_back({0, position, false});
             }
         }
+        forget_placement(group->placement);
         selector.remove_group(grp_hdl);
         return VL_MODEL_OK;
     };
@@ -165,6 +167,7 @@ pipe_status pipe_mgr_sel_grp_mbr_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
         change.update = PIPE_UPDATE_ADDED;
         change.positions.reserve(1);
         change.positions.push_back({mbr_hdl, selector.join(grp_hdl, *group, mbr_hdl), true});
+        forget_placement(group->placement);
         return VL_MODEL_OK;
     };
     const auto body = [&]() -> pipe_status { return change_selector(sess_hdl, all_pipes(dev_id), sel_hdl, add); };

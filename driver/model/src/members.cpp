@@ -87,6 +87,7 @@ pipe_status pipe_mgr_adt_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
         member->action_hdl = act_hdl;
         member->data_bits = action->action.data_bits;
         table.hardware.erase(mbr_hdl);
+        forget_placement(member->placement);
         changed = mbr_hdl;
         return VL_MODEL_OK;
     };
@@ -102,13 +103,14 @@ pipe_status pipe_mgr_adt_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
 pipe_status pipe_mgr_adt_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl adt_hdl, pipe_mbr_hdl mbr_hdl,
                                  uint32_t flags) {
     const auto remove = [&](DataTable& table, pipe_mbr_hdl& removed) -> pipe_status {
-        const Member* member = table.members.find(mbr_hdl);
+        Member* member = table.members.find(mbr_hdl);
         if (member == nullptr) {
             return VL_MODEL_NOT_FOUND;
         }
         if (member->uses != 0) {
             return VL_MODEL_IN_USE;
         }
+        forget_placement(member->placement);
         table.members.remove(mbr_hdl);
         table.hardware.erase(mbr_hdl);
         removed = mbr_hdl;

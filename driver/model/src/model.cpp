@@ -76,6 +76,13 @@ Model& model() {
     return instance;
 }
 
+void forget_placement(uint32_t& placement) {
+    if (placement != 0) {
+        model().placements.remove(placement);
+        placement = 0;
+    }
+}
+
 Table::Table(const vl_model_table& from)
     : name(from.name != nullptr ? from.name : ""),
       actions(from.actions, from.actions + from.action_count),
@@ -134,10 +141,15 @@ void Table::set_default_entry(std::optional<EntryImage> image) {
         --*uses;
     }
     default_entry = std::move(image);
-    hardware.erase(default_handle());
+    forget_copies(default_handle());
     if (!default_entry) {
         forget_cells(default_handle());
     }
+}
+
+void Table::forget_copies(pipe_ent_hdl ent_hdl) {
+    hardware.erase(ent_hdl);
+    forget_placement(placement(ent_hdl));
 }
 
 void Table::forget_cells(pipe_ent_hdl ent_hdl) const {
@@ -250,6 +262,7 @@ void vl_model_reset(void) {
         const std::lock_guard lock(m.mutex);
         m.sessions.clear();
         m.devices.clear();
+        m.placements.remove_all();
         m.clients.clear();
         clear_member_states();
         m.now = 0;

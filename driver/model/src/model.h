@@ -21,6 +21,7 @@
 #include <vl_model/observe.h>
 
 #include "ageing.h"
+#include "placement_store.h"
 #include "profile_store.h"
 #include "resources.h"
 #include "services.h"
@@ -41,6 +42,7 @@ struct Table {
     vl_model_table description; // with name and actions pointing at the copies above
     TableStore entries;
     std::optional<EntryImage> default_entry;
+    uint32_t default_placement = 0;
     DataTable* data_table = nullptr; // the device's, as the description names them
     Selector* selector = nullptr;
     std::unique_ptr<Ageing> ageing; // null if entries don't age
@@ -66,6 +68,12 @@ struct Table {
     }
     const vl_model_action* find_action(pipe_act_hdl act_hdl) const;
     void reset_default_entry();
+    // The number of the placement data that is given out for an entry, the default entry too; 0 for none.
+    uint32_t& placement(pipe_ent_hdl ent_hdl) {
+        return ent_hdl == default_handle() ? default_placement : entries.placement(ent_hdl);
+    }
+    // The software changes or removes an entry that exists: its hardware no longer differs, its placement data ends.
+    void forget_copies(pipe_ent_hdl ent_hdl);
     // The cells of an entry that goes away.
     void forget_cells(pipe_ent_hdl ent_hdl) const;
     // What the default entry points at counts as used, as with entries.
@@ -118,6 +126,7 @@ struct Model {
     std::unordered_set<pipe_sess_hdl> sessions;
     std::unordered_map<pipe_dev_id, std::unique_ptr<Device>> devices;
 
+    PlacementStore placements;
     uint64_t now = 0; // milliseconds
     pipe_mbr_hdl last_member = before_members;
     pipe_grp_hdl last_group = before_groups;
@@ -138,6 +147,9 @@ struct Model {
 };
 
 Model& model();
+
+// What a row's placement data stood for changes or goes away.
+void forget_placement(uint32_t& placement);
 
 inline pipe_dev_tgt all_pipes(pipe_dev_id dev_id) {
     return {.dev_id = dev_id, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};

@@ -71,7 +71,8 @@ struct Member {
     pipe_act_hdl action_hdl = 0;
     uint16_t data_bits = 0;
     std::vector<uint8_t> data;
-    uint32_t uses = 0; // by entries, default entries and groups, and as a fallback
+    uint32_t uses = 0;      // by entries, default entries and groups, and as a fallback
+    uint32_t placement = 0; // as an entry's
 };
 
 // A view of a member has no key and no slots.
@@ -92,6 +93,7 @@ struct Group {
     uint32_t uses = 0;           // by entries and default entries
     std::vector<uint32_t> words; // at least one
     std::map<pipe_mbr_hdl, uint32_t> positions;
+    uint32_t placement = 0; // as an entry's
 };
 
 // One word of a selector's memory. It belongs to one group at most.

@@ -51,9 +51,33 @@ pipe_status find_view(const DataTable& table, pipe_mbr_hdl mbr_hdl, bool from_hw
     return find_view_in(table, mbr_hdl, from_hw, view);
 }
 
-void read_data(const EntryView& row, pipe_action_data& data) {
-    const uint16_t room = data.data != nullptr ? data.data_len : uint16_t{0};
-    const uint16_t len = std::min(room, row.data_len);
+void read_match(const Table& table, const EntryView& entry, pipe_match_record& match) {
+    if (match.key_bytes != nullptr && entry.key_len != 0) {
+        std::memcpy(match.key_bytes, entry.key, entry.key_len);
+    }
+    if (match.mask_bytes != nullptr && entry.key_len != 0) {
+        std::memcpy(match.mask_bytes, entry.mask, entry.key_len);
+    }
+    match.partition_index = entry.partition_index;
+    match.priority = entry.priority;
+    match.key_bits = entry.key_len != 0 ? table.description.key_bits : uint16_t{0};
+    match.key_len = entry.key_len;
+}
+
+void read_action(const EntryView& entry, uint16_t room, pipe_action_record& action, pipe_act_hdl& act_hdl) {
+    action.kind = entry.kind;
+    action.resource_count = entry.resource_count;
+    read_data(entry, room, action.action);
+    action.member_hdl = entry.member_hdl;
+    action.group_hdl = entry.group_hdl;
+    for (std::size_t i = 0; i < PIPE_MAX_SLOTS; ++i) {
+        action.slots[i] = i < entry.slot_count ? entry.slots[i] : pipe_resource_slot{};
+    }
+    act_hdl = entry.action_hdl;
+}
+
+void read_data(const EntryView& row, uint16_t room, pipe_action_data& data) {
+    const uint16_t len = data.data != nullptr ? std::min(room, row.data_len) : uint16_t{0};
     if (len != 0) {
         std::memcpy(data.data, row.data, len);
     }
@@ -67,35 +91,6 @@ using namespace vl_model;
 
 namespace {
 
-pipe_status read_match(const Table& table, const EntryView& entry, pipe_match_record& match) {
-    if (entry.key_len > match.key_len) {
-        return VL_MODEL_BAD_KEY;
-    }
-    if (match.key_bytes != nullptr && entry.key_len != 0) {
-        std::memcpy(match.key_bytes, entry.key, entry.key_len);
-    }
-    if (match.mask_bytes != nullptr && entry.key_len != 0) {
-        std::memcpy(match.mask_bytes, entry.mask, entry.key_len);
-    }
-    match.partition_index = entry.partition_index;
-    match.priority = entry.priority;
-    match.key_bits = entry.key_len != 0 ? table.description.key_bits : uint16_t{0};
-    match.key_len = entry.key_len;
-    return VL_MODEL_OK;
-}
-
-void read_action(const EntryView& entry, pipe_action_record& action, pipe_act_hdl& act_hdl) {
-    action.kind = entry.kind;
-    action.resource_count = entry.resource_count;
-    read_data(entry, action.action);
-    action.member_hdl = entry.member_hdl;
-    action.group_hdl = entry.group_hdl;
-    for (std::size_t i = 0; i < PIPE_MAX_SLOTS; ++i) {
-        action.slots[i] = i < entry.slot_count ? entry.slots[i] : pipe_resource_slot{};
-    }
-    act_hdl = entry.action_hdl;
-}
-
 // An entry with a match record, a default entry with or without one.
 pipe_status read_entry(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, pipe_match_record* match,
                        pipe_action_record& action, pipe_act_hdl& act_hdl) {
@@ -104,11 +99,12 @@ pipe_status read_entry(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, p
         return status;
     }
     if (match != nullptr) {
-        if (const pipe_status status = read_match(table, entry, *match)) {
-            return status;
+        if (entry.key_len > match->key_len) {
+            return VL_MODEL_BAD_KEY;
         }
+        read_match(table, entry, *match);
     }
-    read_action(entry, action, act_hdl);
+    read_action(entry, action.action.data_len, action, act_hdl);
     return VL_MODEL_OK;
 }
 
@@ -166,7 +162,7 @@ pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl adt_hdl, pipe_dev_tgt de
         EntryView member;
         status = find_view(table->second, mbr_hdl, read_from_hw != 0, member);
         if (status == VL_MODEL_OK) {
-            read_data(member, *data);
+            read_data(member, data->data_len, *data);
             *act_hdl = member.action_hdl;
         }
         return status;

@@ -15,8 +15,11 @@ bool has_row(const DataTable& table, pipe_mbr_hdl mbr_hdl);
 pipe_status find_view(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, EntryView& view);
 pipe_status find_view(const DataTable& table, pipe_mbr_hdl mbr_hdl, bool from_hw, EntryView& view);
 
-// No more than the caller has room for.
-void read_data(const EntryView& row, pipe_action_data& data);
+// Fill a caller's records from a row. The buffers for key and mask have room; no more than `room` bytes of action data
+// are written.
+void read_match(const Table& table, const EntryView& entry, pipe_match_record& match);
+void read_action(const EntryView& entry, uint16_t room, pipe_action_record& action, pipe_act_hdl& act_hdl);
+void read_data(const EntryView& row, uint16_t room, pipe_action_data& data);
 
 } // namespace vl_model
 

@@ -66,7 +66,7 @@ pipe_status set_meter_slot(Table& table, pipe_ent_hdl ent_hdl, const pipe_resour
     } else {
         table.entries.set_slots(ent_hdl, slots, resource_count);
     }
-    table.hardware.erase(ent_hdl);
+    table.forget_copies(ent_hdl);
     return VL_MODEL_OK;
 }
 

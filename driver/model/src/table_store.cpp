@@ -375,6 +375,10 @@ void TableStore::remove(uint32_t handle) {
     --count_;
 }
 
+uint32_t& TableStore::placement(uint32_t handle) {
+    return head(handle).placement;
+}
+
 EntryView TableStore::view(uint32_t handle) const {
     const Head& h = head(handle);
     return {

@@ -84,6 +84,8 @@ public:
     void set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
                    uint8_t resource_count);
     void remove(uint32_t handle);
+    // For the caller to keep: 0 at first.
+    uint32_t& placement(uint32_t handle);
     EntryView view(uint32_t handle) const;
 
     // Handles in ascending order; 0 if there is none. A walk may go on from an entry that was removed.
@@ -101,6 +103,7 @@ private:
         uint32_t action_hdl;
         uint32_t member_hdl;
         uint32_t group_hdl;
+        uint32_t placement;
         uint16_t data_bits;
         uint16_t data_len;
         uint8_t kind;

@@ -164,7 +164,7 @@ pipe_status set_entry_action(Table& table, pipe_ent_hdl ent_hdl, pipe_act_hdl ac
     if (uint32_t* uses = target_uses(table, ent_hdl)) {
         ++*uses;
     }
-    table.hardware.erase(ent_hdl);
+    table.forget_copies(ent_hdl);
     return VL_MODEL_OK;
 }
 
@@ -175,11 +175,11 @@ pipe_status remove_entry(Table& table, pipe_ent_hdl ent_hdl) {
     if (uint32_t* uses = target_uses(table, ent_hdl)) {
         --*uses;
     }
+    table.forget_copies(ent_hdl);
     table.entries.remove(ent_hdl);
     if (table.ageing != nullptr) {
         table.ageing->forget(ent_hdl);
     }
-    table.hardware.erase(ent_hdl);
     table.forget_cells(ent_hdl);
     return VL_MODEL_OK;
 }

@@ -28,7 +28,7 @@ struct Watch {
 
     void update_flag() {
         watching = recording || !faults.empty() || hooks.entry || hooks.member || hooks.state || hooks.group ||
-                   hooks.meter || hooks.stateful;
+                   hooks.placed_entry || hooks.placed_member || hooks.meter || hooks.stateful;
     }
 };
 
@@ -131,6 +131,14 @@ void set_state_answer_hook(StateAnswerHook hook) {
 
 void set_group_answer_hook(GroupAnswerHook hook) {
     set_hook(&Hooks::group, std::move(hook));
+}
+
+void set_placed_entry_answer_hook(AnswerHook hook) {
+    set_hook(&Hooks::placed_entry, std::move(hook));
+}
+
+void set_placed_member_answer_hook(MemberAnswerHook hook) {
+    set_hook(&Hooks::placed_member, std::move(hook));
 }
 
 void set_meter_answer_hook(MeterAnswerHook hook) {

@@ -26,6 +26,8 @@ struct Hooks {
     MemberAnswerHook member;
     StateAnswerHook state;
     GroupAnswerHook group;
+    AnswerHook placed_entry;
+    MemberAnswerHook placed_member;
     MeterAnswerHook meter;
     RegisterAnswerHook stateful;
 };

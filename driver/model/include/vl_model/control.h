@@ -1,7 +1,7 @@
 /*
  * The agent's side of the embedded driver: what a real driver's platform code would do. It opens sessions, adds devices
- * with the pipeline that they run, keeps the device state over a restart, replays it, and moves the clock. All else
- * goes through the driver boundary.
+ * with the pipeline that they run, keeps the device state over a restart, replays it, moves the clock and damages the
+ * hardware. All else goes through the driver boundary.
  *
  * The driver knows a pipeline by handles, widths and lengths alone, from the description that comes with a device.
  */
@@ -24,7 +24,8 @@ typedef enum vl_model_status {
     VL_MODEL_UNKNOWN_SESSION = 4, /* never opened, or closed */
     VL_MODEL_UNKNOWN_DEVICE = 5,
     VL_MODEL_UNKNOWN_TABLE = 6,
-    VL_MODEL_NOT_FOUND = 7, /* no such entry, member or group; or none follows */
+    VL_MODEL_NOT_FOUND = 7, /* no such entry, member or group; or none follows; or placement data whose entry or
+                               member changed or went away after it was fetched */
     VL_MODEL_EXISTS = 8,
     VL_MODEL_TABLE_FULL = 9,
     VL_MODEL_FOREIGN_ACTION = 10, /* not an action of the table, or not for this kind of entry */
@@ -183,6 +184,31 @@ uint32_t vl_model_clock_advance(uint32_t milliseconds);
 
 /* A packet hits the entry. Without effect while the table's idle time is off. */
 uint32_t vl_model_entry_hit(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl);
+
+typedef enum vl_model_damage {
+    VL_MODEL_LOST = 0, /* the hardware has no such entry any more */
+    VL_MODEL_KEY_BIT = 1,
+    VL_MODEL_MASK_BIT = 2,
+    VL_MODEL_DATA_BIT = 3,  /* of the action data */
+    VL_MODEL_MEMBER_BIT = 4 /* of the handle of the member that the entry points at */
+} vl_model_damage;
+
+/* What became of an entry's hardware. */
+typedef struct vl_model_corruption {
+    uint32_t tbl_hdl;
+    uint32_t ent_hdl;
+    vl_model_damage what;
+    uint32_t bit; /* flipped: bit % 8 of byte bit / 8, where bit 0 is the lowest; of a handle the bit itself */
+} vl_model_corruption;
+
+/*
+ * Loses entries of the device's match tables, or flips a random bit of them, in hardware only: `count` random ones, or
+ * as many as there are, of those whose hardware is as the software wrote it. Default entries stay whole. `corrupted`
+ * has room for `count` and tells of each by table and entry, `corrupted_count` how many they are. The same entries,
+ * seed and count give the same damage. The next change of an entry by the software writes its hardware anew.
+ */
+uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t count, vl_model_corruption* corrupted,
+                                   uint32_t* corrupted_count);
 
 /* A row of a replay, as pipe_adt_sel_restore_cb takes it. */
 typedef struct vl_model_row {

@@ -113,6 +113,11 @@ void set_state_answer_hook(StateAnswerHook hook);
 using GroupAnswerHook = std::function<void(uint32_t* mbr_hdls, uint8_t* states, uint32_t& count)>;
 void set_group_answer_hook(GroupAnswerHook hook);
 
+// The same for a successful pipe_mgr_plcmt_mat_data_get_entry and pipe_mgr_plcmt_adt_data_get_entry: apart from the
+// above, so that a test can answer one thing for software and another for hardware.
+void set_placed_entry_answer_hook(AnswerHook hook);
+void set_placed_member_answer_hook(MemberAnswerHook hook);
+
 // The same for a successful pipe_mgr_meter_read_entry or pipe_mgr_meter_read_entry_idx, and for a successful
 // pipe_stful_ent_query, pipe_stful_direct_ent_query (both of one cell) or pipe_stful_ent_query_range.
 using MeterAnswerHook = std::function<void(pipe_meter_spec&)>;
