@@ -1,5 +1,6 @@
 // A driver that is as good as none for the services that build or unpack lists: memory costs its clearing, and reads say that
-// all was read.
+// all was read. Only to compare what callers do with its answers does it give any: cells if it is to ask the hardware,
+// and as a hash the whole stream if there is room.
 #include <cstdint>
 #include <cstring>
 
@@ -25,9 +26,12 @@ void* bf_sys_calloc(std::size_t count, std::size_t size) {
 void bf_sys_free(void*) {}
 
 pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl, pipe_dev_id, pipe_hash_hdl,
-                                                    const std::uint8_t* stream, std::uint32_t, std::uint8_t* hash,
-                                                    std::uint32_t) {
-    *hash = *stream;
+                                                    const std::uint8_t* stream, std::uint32_t stream_len,
+                                                    std::uint8_t* hash, std::uint32_t hash_len) {
+    if (hash_len < stream_len)
+        *hash = *stream;
+    else
+        std::memcpy(hash, stream, stream_len);
     return 0;
 }
 
@@ -37,7 +41,15 @@ pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl
 }
 
 pipe_status pipe_stful_ent_query_range(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, std::uint32_t, std::int32_t count,
-                                       pipe_stful_query*, std::uint32_t* cells_read, std::uint32_t) {
+                                       pipe_stful_query* queries, std::uint32_t* cells_read, std::uint32_t from_hw) {
+    if (from_hw != 0)
+        for (std::int32_t i = 0; i < count; ++i) {
+            queries[i].count -= i % 3 == 0;
+            for (std::uint32_t j = 0; j < queries[i].count; ++j) {
+                const std::uint32_t value = static_cast<std::uint32_t>(i) * 0x10001 + j;
+                std::memcpy(queries[i].elements[j].bytes, &value, sizeof value);
+            }
+        }
     *cells_read = static_cast<std::uint32_t>(count);
     return 0;
 }

@@ -1,7 +1,7 @@
 // The packed stream that is hashed, against a concatenation of the same values worked out bit by bit.
 #include "support/library.h"
 
-#include <cstring>
+#include <algorithm>
 #include <random>
 
 #include "pd/bitstream.h"
@@ -44,6 +44,7 @@ Bytes packed(const std::vector<Field>& fields) {
     vl_pd::Bitstream out(stream.data(), stream.size());
     for (auto field = fields.rbegin(); field != fields.rend(); ++field)
         out.prepend_to_bytestream(field->source.data(), field->width);
+    out.finish();
     return stream;
 }
 
@@ -53,27 +54,75 @@ TEST(Bitstream, WorkedExamples) {
     EXPECT_EQ(hex(packed({{40, {0x11, 0x22, 0x33, 0x44, 0x55}}, {2, {0x03}}})), "00 44 88 cd 11 57");
 }
 
-// Integers take a shorter way where they fit; what comes of it is the same, whatever stands above their width.
-TEST(Bitstream, IntegersEqualTheirBytes) {
+// The same stream written byte by byte, which is what gives surplus bits their meaning: a byte of the stream is stored by
+// the value that begins it, and ORed to by those that follow.
+class ByteByByte {
+public:
+    explicit ByteByByte(Bytes& stream) : stream_(stream), at_(stream.size()) {}
+
+    void prepend(const std::uint8_t* source, unsigned width) {
+        for (const std::uint8_t* byte = source + (width + 7) / 8; width > 0;) {
+            const unsigned taken = std::min(width, 8u);
+            prepend_byte(*--byte, taken);
+            width -= taken;
+        }
+    }
+
+private:
+    void prepend_byte(std::uint8_t byte, unsigned width) {
+        put(static_cast<std::uint8_t>(byte << used_));
+        const unsigned room = 8 - used_;
+        if (width < room) {
+            used_ += width;
+            return;
+        }
+        const unsigned rest = width - room;
+        used_ = 0;
+        --at_;
+        if (rest == 0) return;
+        put(static_cast<std::uint8_t>(byte >> room));
+        used_ = rest;
+    }
+    void put(std::uint8_t byte) {
+        std::uint8_t& to = stream_[at_ - 1];
+        to = used_ == 0 ? byte : to | byte;
+    }
+
+    Bytes& stream_;
+    std::size_t at_;
+    unsigned used_ = 0;
+};
+
+// Values with and without surplus bits, as integers and as bytes, in streams up to the last bit of their memory.
+TEST(Bitstream, EqualsByteByByte) {
     std::mt19937 random(11);
     for (int trial = 0; trial < 20000; ++trial) {
         const std::size_t length = random() % 24 + 1;
-        Bytes by_bytes(length), by_integer(length);
-        vl_pd::Bitstream left(by_bytes.data(), length), right(by_integer.data(), length);
-        std::size_t room = length * 8;
-        while (true) {
-            const unsigned width = static_cast<unsigned>(random() % 33);
-            if (width > room || random() % 16 == 0) break;
+        Bytes expected(length), stream(length);
+        ByteByByte left(expected);
+        vl_pd::Bitstream right(stream.data(), length);
+        for (std::size_t room = length * 8; random() % 16 != 0;) {
+            const bool integer = random() % 2 == 0;
+            const unsigned width = static_cast<unsigned>(random() % (integer ? 33 : 90));
+            if (width > room) continue;
             room -= width;
-            std::uint32_t value = static_cast<std::uint32_t>(random());
-            if (random() % 4 != 0 && width < 32) value &= (1u << width) - 1;
-            const std::uint8_t source[4] = {static_cast<std::uint8_t>(value >> 24),
-                                            static_cast<std::uint8_t>(value >> 16),
-                                            static_cast<std::uint8_t>(value >> 8), static_cast<std::uint8_t>(value)};
-            left.prepend_to_bytestream(source + 4 - (width + 7) / 8, width);
+            Bytes source((width + 7) / 8);
+            for (std::uint8_t& byte : source)
+                byte = static_cast<std::uint8_t>(random());
+            if (random() % 4 != 0 && width % 8 != 0) source[0] &= static_cast<std::uint8_t>((1u << width % 8) - 1);
+            left.prepend(source.data(), width);
+            if (!integer) {
+                right.prepend_to_bytestream(source.data(), width);
+                continue;
+            }
+            // Whole bytes above those of the width play no part.
+            std::uint32_t value = source.size() < 4 && random() % 4 == 0 ? static_cast<std::uint32_t>(random()) : 0;
+            for (std::uint8_t byte : source)
+                value = value << 8 | byte;
             right.prepend_integer(value, width);
         }
-        ASSERT_EQ(hex(by_integer), hex(by_bytes));
+        right.finish();
+        ASSERT_EQ(hex(stream), hex(expected));
     }
 }
 

@@ -1,49 +1,63 @@
-// A packed stream of bits, built from its end toward its start.
+// A packed stream of bits, built from its end toward its start. What is less than a word waits in a register: to read
+// back bytes that were just stored costs more than all the rest.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+
+#include "pd/bytes.h"
 
 namespace vl_pd {
 
 // The stream is one big-endian number; each value that is prepended stands above those before it, with no alignment.
+// A value that is wider than it is said to be is cut to whole bytes, not to its width: the surplus stands in the rest of
+// the stream's byte, where the next value is ORed to it, and beyond that byte it is lost.
 class Bitstream {
 public:
-    // `bytes` is zeroed and outlives the stream. With a length of 0 nothing may be prepended.
-    Bitstream(std::uint8_t* bytes, std::size_t length) : begin_(bytes), at_(length == 0 ? bytes : bytes + length - 1) {}
+    // `bytes` outlives the stream. finish() has filled it from its end as far as the values reach.
+    Bitstream(std::uint8_t* bytes, std::size_t length) : unset_end_(bytes + length) {}
 
-    // `source` has whole bytes for `width` bits, most significant first. Bits of its first byte above the width are not
-    // cut: they stand in the stream's byte above the value, where the next one is ORed to them.
-    void prepend_to_bytestream(const std::uint8_t* source, std::uint32_t width);
+    // `source` has whole bytes for `width` bits, most significant first.
+    void prepend_to_bytestream(const std::uint8_t* source, std::uint32_t width) {
+        *this = prepended_with_bytes(*this, source, width);
+    }
 
-    // The same for an integer of up to 32 bits.
+    // The same for an integer; `width` is up to 32.
     void prepend_integer(std::uint32_t value, std::uint32_t width) {
-        if (width < 32 && value >> width != 0) return prepend_misfit(value, width);
-        // What stands in the lowest byte already, and the value above it.
-        std::uint64_t word = std::uint64_t{value} << used_;
-        if (used_ != 0) word |= *at_;
-        const std::uint32_t end = used_ + width;
-        if (at_ - begin_ >= 7) {
-            // Eight bytes at once: above the value they are zero, as they are in the stream.
-            const std::uint64_t bytes = __builtin_bswap64(word);
-            std::memcpy(at_ - 7, &bytes, sizeof bytes);
-        } else {
-            for (std::uint32_t done = 0; done < end; done += 8)
-                *(at_ - done / 8) = static_cast<std::uint8_t>(word >> done);
+        std::uint64_t bits = value;
+        if (bits >> width != 0) [[unlikely]] {
+            const std::uint32_t room = whole_bytes(used_ + width) - used_;
+            bits &= (std::uint64_t{1} << std::min(whole_bytes(width), room)) - 1;
         }
-        at_ -= end / 8;
-        used_ = end % 8;
+        pending_ |= bits << used_;
+        used_ += width;
+        if (used_ < word_bits) return;
+        unset_end_ -= sizeof(std::uint32_t);
+        bytes::store_big_endian<sizeof(std::uint32_t)>(unset_end_, static_cast<std::uint32_t>(pending_));
+        pending_ >>= word_bits;
+        used_ -= word_bits;
+    }
+
+    // Stores what is left. Nothing may be prepended after it.
+    void finish() {
+        for (std::uint32_t done = 0; done < used_; done += 8)
+            *--unset_end_ = static_cast<std::uint8_t>(pending_ >> done);
     }
 
 private:
-    void prepend_misfit(std::uint32_t value, std::uint32_t width);
-    void prepend_whole_bytes(const std::uint8_t* source, std::uint32_t left);
-    void prepend_shifted(const std::uint8_t* source, std::uint32_t left);
+    static constexpr std::uint32_t word_bits = 32;
 
-    std::uint8_t* begin_;
-    std::uint8_t* at_;       // the byte that is written next
-    std::uint32_t used_ = 0; // bits of it that are in use, from its low end: 0 to 7
+    static constexpr std::uint32_t whole_bytes(std::uint32_t width) {
+        return (width + 7) / 8 * 8;
+    }
+
+    // By value: a stream whose address a function knows doesn't stay in registers.
+    static Bitstream prepended_with_bytes(Bitstream stream, const std::uint8_t* source, std::uint32_t width);
+
+    std::uint8_t* unset_end_;   // of the bytes that aren't stored yet
+    std::uint64_t pending_ = 0; // what belongs there, with any surplus of the topmost value
+    std::uint32_t used_ = 0;    // bits of `pending_` without surplus: below word_bits between calls
 };
 
 } // namespace vl_pd

@@ -122,11 +122,12 @@ pd_status calculate_hash_value(const Row& calc, pd_session sess_hdl, pd_device d
     Bitstream stream(packed.get(), length);
     for (std::uint32_t i = count; i-- > 0;) {
         const std::uint32_t width = widths[i];
-        if (width > widest_integer)
-            stream.prepend_to_bytestream(fields[i].attr_bytes, width);
-        else
+        if (width <= widest_integer) [[likely]]
             stream.prepend_integer(fields[i].attr_value, width);
+        else
+            stream.prepend_to_bytestream(fields[i].attr_bytes, width);
     }
+    stream.finish();
     return pipe_mgr_hash_calc_calculate_hash_value(sess_hdl, dev_id, calc.handle, packed.get(), length, hash, hash_len);
 }
 

@@ -31,24 +31,32 @@ std::size_t value_size(Cell cell) {
     return sizeof(pd_register_pair);
 }
 
-// Copies the values of one cell to `to`, and returns the place behind them.
+// Copies the values of all cells to `to` with no gaps, and returns how many they are: each record's own count rules.
 template <std::size_t size>
-std::uint8_t* unpack_values(const pipe_stful_query& query, std::uint8_t* to) {
-    for (std::uint32_t i = 0; i < query.count; ++i, to += size)
-        std::memcpy(to, query.elements[i].bytes, size);
-    return to;
+std::uint32_t unpack_values(const pipe_stful_query* queries, std::uint32_t cells, std::uint8_t* to) {
+    std::uint32_t values = 0;
+    for (std::uint32_t i = 0; i < cells; ++i) {
+        const pipe_stful_query query = queries[i]; // a copy, which the stores can't be taken to change
+        // A cell has few values, and what a loop costs at their end is much beside them.
+#pragma GCC unroll 4
+        for (std::uint32_t j = 0; j < query.count; ++j, to += size)
+            std::memcpy(to, query.elements[j].bytes, size);
+        values += query.count;
+    }
+    return values;
 }
 
-std::uint8_t* unpack(Cell cell, const pipe_stful_query& query, std::uint8_t* to) {
+std::uint32_t unpack(Cell cell, const pipe_stful_query* queries, std::uint32_t cells, void* values) {
+    auto* const to = static_cast<std::uint8_t*>(values);
     switch (cell) {
     case Cell::flag:
-        return unpack_values<sizeof(std::uint8_t)>(query, to);
+        return unpack_values<sizeof(std::uint8_t)>(queries, cells, to);
     case Cell::word:
-        return unpack_values<sizeof(std::uint32_t)>(query, to);
+        return unpack_values<sizeof(std::uint32_t)>(queries, cells, to);
     case Cell::word_pair:
         break;
     }
-    return unpack_values<sizeof(pd_register_pair)>(query, to);
+    return unpack_values<sizeof(pd_register_pair)>(queries, cells, to);
 }
 
 pipe_stful_element pack(Cell cell, const void* value) {
@@ -70,8 +78,7 @@ pd_status read(Cell cell, std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt 
     pipe_stful_query query{.count = static_cast<std::uint32_t>(size), .reserved = 0, .elements = elements.get()};
     refused = pipe_stful_ent_query(sess_hdl, to_driver(dev_tgt), handle, index, &query, from_hardware(flags));
     if (refused != PD_STATUS_OK) return refused;
-    *value_count = query.count; // the driver may have lowered it
-    unpack(cell, query, static_cast<std::uint8_t*>(values));
+    *value_count = unpack(cell, &query, 1, values);
     return PD_STATUS_OK;
 }
 
@@ -98,12 +105,7 @@ pd_status read_range(Cell cell, std::uint32_t handle, pd_session sess_hdl, pd_de
                                          &read_by_driver, from_hardware(flags));
     if (refused != PD_STATUS_OK) return refused;
     *cells_read = read_by_driver;
-    *value_count = 0;
-    auto* next = static_cast<std::uint8_t*>(values);
-    for (std::uint32_t i = 0; i < read_by_driver; ++i) {
-        *value_count += queries[i].count; // each record's own count rules, not the size
-        next = unpack(cell, queries[i], next);
-    }
+    *value_count = unpack(cell, queries.get(), read_by_driver, values);
     return PD_STATUS_OK;
 }
 
