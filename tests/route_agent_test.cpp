@@ -233,19 +233,27 @@ protected:
 
     // The numbers of a row of the report: added, read equal, aged, deleted, left.
     std::vector<int> row(const std::string& table) const {
+        return numbers_of(table, 5);
+    }
+    // The next of them.
+    int in_hardware(const std::string& table) const {
+        return numbers_of(table, 6).back();
+    }
+
+    std::vector<int> numbers_of(const std::string& table, std::size_t count) const {
         std::istringstream text(out);
         for (std::string line; std::getline(text, line);) {
             std::erase(line, ',');
             if (line.rfind(table + " ", 0) == 0) {
                 std::istringstream words(line.substr(table.size()));
-                std::vector<int> numbers(5);
+                std::vector<int> numbers(count);
                 for (int& number : numbers) {
                     words >> number;
                 }
                 return numbers;
             }
         }
-        return {};
+        return std::vector<int>(count, -1);
     }
 
     bool said(const std::string& text) const {
@@ -532,6 +540,27 @@ TEST_F(RouteAgentRun, ChangesThatTheDriverOnlyClaimsAreFound) {
 
     run_claiming("pipe_mgr_mat_ent_del", 1);
     EXPECT_TRUE(said("10.1.2.5/32 was deleted and still stands")) << messages;
+}
+
+TEST_F(RouteAgentRun, HardwareThatDiffersFromThePlacementIsFound) {
+    const std::string list = "10.1.2.3 5\n10.1.2.4 6\n10.1.2.5 6\n";
+    EXPECT_EQ(run(list), 0) << messages;
+    EXPECT_EQ(in_hardware("ipv4Host"), 1);
+    EXPECT_EQ(in_hardware("ecmpGroup"), 1);
+
+    vl_model::set_placed_entry_answer_hook([](pipe_match_record& match, pipe_action_record& action, std::uint32_t&) {
+        if (action.kind == 4) {
+            match.key_bytes[1] ^= 8;
+        } else {
+            action.action.data[3] ^= 1;
+        }
+    });
+    EXPECT_EQ(run(list), 1);
+    vl_model::set_placed_entry_answer_hook({});
+    EXPECT_TRUE(said("10.1.2.3/32 in hardware: aspec action_ecmpGroup differs 0x0 vs 0x1")) << messages;
+    EXPECT_TRUE(said("group 1 in hardware: mspec l3_nextHop differs 0x9 vs 0x1")) << messages;
+    EXPECT_EQ(in_hardware("ipv4Host"), 0);
+    EXPECT_EQ(in_hardware("ecmpGroup"), 0);
 }
 
 } // namespace

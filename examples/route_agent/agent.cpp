@@ -19,8 +19,8 @@ constexpr const char* usage = R"(Usage: route_agent [FILE]
 
 Programs routes into the route tables of one VRF, and an ECMP group of several paths for each of their next hops. On
 the way it is restarted twice: it forgets all that it knows of the groups, takes it back from the switch and goes on.
-Then it reads everything back, ages the host routes, deletes every second route and proves that the rest still stands.
-Ends with a table of what was done.
+Then it reads everything back, ages the host routes, deletes every second route and proves that the rest still stands,
+also in the hardware, as the driver says that it placed it. Ends with a table of what was done.
 
 Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
 country. FILE (or - for standard input) has a route per line with at most 1023 different next hops, numbers of 32 bits;
@@ -104,6 +104,7 @@ int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
         age_hosts(run);
         remove_every_second(run);
         verify_rest(run);
+        compare_with_hardware(run);
     });
     progress.end_phase();
     const bool counted = attempt(progress, [&] { count_left(run); });

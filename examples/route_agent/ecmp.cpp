@@ -237,6 +237,32 @@ void check_groups_gone(Run& run) {
     }
 }
 
+void compare_groups_with_hardware(Run& run) {
+    EcmpWork work(run);
+    const Device& device = work.device;
+    for (std::size_t row = 0; row < run.groups.size(); ++row) {
+        if (run.groups[row].state != RowState::standing) {
+            continue;
+        }
+        const auto key = key_of(number_of(row));
+        pd_entry entry = 0;
+        work.entries.done(
+            p4_pd_velmar_switch_ecmpGroup_match_spec_to_entry_hdl(device.session, device.target, &key, &entry),
+            "looking for", number_of(row));
+        const void* placement = nullptr;
+        work.entries.done(
+            p4_pd_velmar_switch_ecmpGroup_get_plcmt_data(device.session, device.target, 0, entry, &placement),
+            "fetching the placement of", number_of(row));
+        char difference[longest_difference + 1] = "";
+        if (p4_pd_velmar_switch_ecmpGroup_plcmt_data_eq_to_hw(device.session, device.target.dev_id, 0, entry, placement,
+                                                              difference) != 0) {
+            ++run.ecmp.entries.in_hardware;
+        } else {
+            work.entries.differs("group " + std::to_string(number_of(row)) + " in hardware: " + difference);
+        }
+    }
+}
+
 void count_groups_left(Run& run) {
     EcmpWork work(run);
     const DriverCounts counts = count(work);
@@ -254,8 +280,8 @@ bool groups_as_meant(const Run& run) {
         return tally.differences == 0 && tally.added == planned && tally.read_equal == planned &&
                tally.left + tally.deleted == planned;
     };
-    return as_meant(run.ecmp.entries, run.groups.size()) && as_meant(run.ecmp.groups, run.groups.size()) &&
-           as_meant(run.ecmp.members, planned_members);
+    return run.ecmp.entries.in_hardware == run.ecmp.entries.left && as_meant(run.ecmp.entries, run.groups.size()) &&
+           as_meant(run.ecmp.groups, run.groups.size()) && as_meant(run.ecmp.members, planned_members);
 }
 
 } // namespace route_agent

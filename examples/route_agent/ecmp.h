@@ -29,6 +29,9 @@ void remove_groups_without_routes(Run& run);
 // Looks for the entries of the groups that were removed.
 void check_groups_gone(Run& run);
 
+// Asks the library of every entry whether the hardware holds it as the driver placed it.
+void compare_groups_with_hardware(Run& run);
+
 // Asks the driver how many entries, groups and members are left.
 void count_groups_left(Run& run);
 

@@ -164,6 +164,29 @@ void verify_rest(Run& run) {
     }
 }
 
+void compare_with_hardware(Run& run) {
+    run.progress.begin_phase("comparing with the hardware", count_rows(run, RowState::standing));
+    compare_groups_with_hardware(run);
+    for (std::size_t i = 0; i < table_count; ++i) {
+        Work work(run, i);
+        work.tally.in_hardware = 0;
+        std::string difference;
+        for (const Placed& placed : work.placed) {
+            if (work.rows[placed.row] != RowState::standing) {
+                continue;
+            }
+            const Entry& entry = work.entries[placed.row];
+            work.done(work.table.compare_with_hardware(run.device, placed.handle, difference), "comparing", entry);
+            if (difference.empty()) {
+                ++work.tally.in_hardware;
+            } else {
+                work.differs(to_text(entry.prefix) + " in hardware: " + difference);
+            }
+            run.progress.step();
+        }
+    }
+}
+
 void count_left(Run& run) {
     count_groups_left(run);
     for (std::size_t i = 0; i < table_count; ++i) {
@@ -177,7 +200,7 @@ bool all_as_meant(const Run& run) {
         const Tally& tally = run.tallies[i];
         const std::size_t planned = run.plan.tables[i].size();
         if (tally.differences != 0 || tally.added != planned || tally.read_equal != planned ||
-            tally.left + tally.deleted + tally.aged != planned) {
+            tally.left + tally.deleted + tally.aged != planned || tally.in_hardware != tally.left) {
             return false;
         }
     }

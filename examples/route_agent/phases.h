@@ -29,6 +29,9 @@ void remove_every_second(Run& run);
 // Counts, walks and reads again what is left, and looks for every key that was removed.
 void verify_rest(Run& run);
 
+// Asks the library of all that is left whether the hardware holds it as the driver placed it.
+void compare_with_hardware(Run& run);
+
 // Asks the driver how many entries are left. May follow a phase that was refused.
 void count_left(Run& run);
 

@@ -16,7 +16,7 @@ std::string rate(const Tally& tally) {
                : grouped(static_cast<std::size_t>(static_cast<double>(tally.calls) / seconds));
 }
 
-void print_row(std::ostream& out, const char* name, const std::array<std::string, 5>& counts,
+void print_row(std::ostream& out, const char* name, const std::array<std::string, 6>& counts,
                const std::string& rate_text) {
     out << std::left << std::setw(24) << name << std::right;
     for (const std::string& count : counts) {
@@ -28,7 +28,7 @@ void print_row(std::ostream& out, const char* name, const std::array<std::string
 void print_row(std::ostream& out, const char* name, const Tally& tally) {
     print_row(out, name,
               {grouped(tally.added), grouped(tally.read_equal), grouped(tally.aged), grouped(tally.deleted),
-               grouped(tally.left)},
+               grouped(tally.left), tally.calls == 0 ? "-" : grouped(tally.in_hardware)},
               rate(tally));
 }
 
@@ -38,6 +38,7 @@ void add(Tally& total, const Tally& tally) {
     total.aged += tally.aged;
     total.deleted += tally.deleted;
     total.left += tally.left;
+    total.in_hardware += tally.in_hardware;
     total.calls += tally.calls;
     total.busy += tally.busy;
 }
@@ -50,7 +51,7 @@ Tally without_calls(Tally tally) {
 } // namespace
 
 void print_report(std::ostream& out, const Run& run) {
-    print_row(out, "table", {"added", "read equal", "aged", "deleted", "left"}, "calls/s");
+    print_row(out, "table", {"added", "read equal", "aged", "deleted", "left", "in hardware"}, "calls/s");
     Tally total;
     for (std::size_t i = 0; i < table_count; ++i) {
         print_row(out, route_table(static_cast<TableId>(i)).name, run.tallies[i]);

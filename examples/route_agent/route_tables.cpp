@@ -89,6 +89,8 @@ struct Ipv4Host : EcmpAction {
     static constexpr auto count = p4_pd_velmar_switch_ipv4Host_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv4Host_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv4Host_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv4Host_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv4Host_plcmt_data_eq_to_hw;
 };
 
 struct Ipv4ShortMaskLpm : EcmpAction {
@@ -112,6 +114,8 @@ struct Ipv4ShortMaskLpm : EcmpAction {
     static constexpr auto count = p4_pd_velmar_switch_ipv4ShortMaskLpm_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv4ShortMaskLpm_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv4ShortMaskLpm_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv4ShortMaskLpm_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv4ShortMaskLpm_plcmt_data_eq_to_hw;
 };
 
 struct Ipv4FinalResolve0 : NextHopAction<p4_pd_velmar_switch_setNextHop0First_action_spec_t> {
@@ -136,6 +140,8 @@ struct Ipv4FinalResolve0 : NextHopAction<p4_pd_velmar_switch_setNextHop0First_ac
     static constexpr auto count = p4_pd_velmar_switch_ipv4FinalResolve0_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv4FinalResolve0_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv4FinalResolve0_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv4FinalResolve0_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv4FinalResolve0_plcmt_data_eq_to_hw;
 };
 
 struct Ipv4Partition0 : PartitionAction<p4_pd_velmar_switch_setIpv4PrtResultXFirst_action_spec_t> {
@@ -160,6 +166,8 @@ struct Ipv4Partition0 : PartitionAction<p4_pd_velmar_switch_setIpv4PrtResultXFir
     static constexpr auto count = p4_pd_velmar_switch_ipv4Partition0_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv4Partition0_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv4Partition0_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv4Partition0_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv4Partition0_plcmt_data_eq_to_hw;
 };
 
 struct Ipv6Host : EcmpAction {
@@ -183,6 +191,8 @@ struct Ipv6Host : EcmpAction {
     static constexpr auto count = p4_pd_velmar_switch_ipv6Host_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv6Host_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv6Host_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv6Host_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv6Host_plcmt_data_eq_to_hw;
 };
 
 struct Ipv6ShortMaskLpm : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6ShortMaskLpm_match_spec_t>, EcmpAction {
@@ -194,6 +204,8 @@ struct Ipv6ShortMaskLpm : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6ShortMaskLpm_mat
     static constexpr auto count = p4_pd_velmar_switch_ipv6ShortMaskLpm_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv6ShortMaskLpm_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv6ShortMaskLpm_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv6ShortMaskLpm_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv6ShortMaskLpm_plcmt_data_eq_to_hw;
 };
 
 // Gives the route itself; partition 0 stands for no look-up behind it.
@@ -216,6 +228,8 @@ struct Ipv6Partition : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6Partition_match_spe
     static constexpr auto count = p4_pd_velmar_switch_ipv6Partition_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv6Partition_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv6Partition_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv6Partition_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv6Partition_plcmt_data_eq_to_hw;
 };
 
 struct Ipv6LgMaskFinalResolve0 : NextHopAction<p4_pd_velmar_switch_setV6NextHop0First_action_spec_t> {
@@ -242,6 +256,8 @@ struct Ipv6LgMaskFinalResolve0 : NextHopAction<p4_pd_velmar_switch_setV6NextHop0
     static constexpr auto count = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_plcmt_data_eq_to_hw;
 };
 
 struct Ipv6LgMaskPartition0 : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6LgMaskPartition0_match_spec_t>,
@@ -255,6 +271,8 @@ struct Ipv6LgMaskPartition0 : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6LgMaskPartit
     static constexpr auto count = p4_pd_velmar_switch_ipv6LgMaskPartition0_get_entry_count;
     static constexpr auto first = p4_pd_velmar_switch_ipv6LgMaskPartition0_get_first_entry_handle;
     static constexpr auto next = p4_pd_velmar_switch_ipv6LgMaskPartition0_get_next_entry_handles;
+    static constexpr auto placement = p4_pd_velmar_switch_ipv6LgMaskPartition0_get_plcmt_data;
+    static constexpr auto equal_to_hardware = p4_pd_velmar_switch_ipv6LgMaskPartition0_plcmt_data_eq_to_hw;
 };
 
 template <class Table>
@@ -321,6 +339,21 @@ pd_status next_entries(const Device& device, pd_entry handle, std::span<pd_entry
 }
 
 template <class Table>
+pd_status compare_with_hardware(const Device& device, pd_entry handle, std::string& difference) {
+    const void* placement = nullptr;
+    const pd_status status = Table::placement(device.session, device.target, 0, handle, &placement);
+    if (status != PD_STATUS_OK) {
+        return status;
+    }
+    char message[longest_difference + 1] = "";
+    difference.clear();
+    if (Table::equal_to_hardware(device.session, device.target.dev_id, 0, handle, placement, message) == 0) {
+        difference = message;
+    }
+    return PD_STATUS_OK;
+}
+
+template <class Table>
 constexpr RouteTable face{
     .name = Table::name,
     .add = add_entry<Table>,
@@ -330,6 +363,7 @@ constexpr RouteTable face{
     .count = count_entries<Table>,
     .first = first_entry<Table>,
     .next = next_entries<Table>,
+    .compare_with_hardware = compare_with_hardware<Table>,
     .meant = meant_content<Table>,
 };
 

@@ -29,6 +29,9 @@ struct Content {
 
 std::string to_text(const Content& content);
 
+// Characters that the library writes at most to tell a difference.
+inline constexpr std::size_t longest_difference = 65;
+
 struct RouteTable {
     const char* name;
     pd_status (*add)(const Device&, const Entry&, pd_entry&);
@@ -38,6 +41,8 @@ struct RouteTable {
     pd_status (*count)(const Device&, std::uint32_t&);
     pd_status (*first)(const Device&, pd_entry&);
     pd_status (*next)(const Device&, pd_entry, std::span<pd_entry>);
+    // Whether the hardware holds the entry as the driver's placement data says; if not, the text tells the difference.
+    pd_status (*compare_with_hardware)(const Device&, pd_entry, std::string& difference);
     Content (*meant)(const Device&, const Entry&); // what reading the entry must give
 };
 

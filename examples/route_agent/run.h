@@ -18,6 +18,7 @@ struct Tally {
     std::size_t aged = 0;       // removed because no packet hit them
     std::size_t deleted = 0;
     std::size_t left = 0;        // that the driver counts at the end
+    std::size_t in_hardware = 0; // that the hardware holds as placed, at the end
     std::size_t differences = 0; // in all phases
     std::size_t calls = 0;
     std::chrono::steady_clock::duration busy{}; // in the phases' loops over this table
