@@ -4,6 +4,7 @@
 #include <set>
 
 #include "catalog/layout.h"
+#include "catalog/snapshot_layouts.h"
 #include "generator/writers.h"
 
 namespace generator {
@@ -244,6 +245,45 @@ std::string write_row_list(const Exports& exports) {
         lines.insert(std::string(profile.name) + "\t" + hex(profile.data_table) + ", selector " +
                      hex(profile.selector) + ", of " + profile.table + "\n");
         add_bindings(profile.name, profile.actions);
+    }
+
+    const auto add_resources = [&](const char* kind, const auto& resources, auto form) {
+        for (const auto& row : resources)
+            lines.insert(std::string(kind) + " " + row.name + "\t" + hex(row.handle) + ", " + form(row) +
+                         (row.table ? std::string(", of ") + row.table : "") + "\n");
+    };
+    const auto addressing = [](const Resource& row) { return row.addressing == direct ? "direct" : "indirect"; };
+    add_resources("counter", rows.counters, addressing);
+    add_resources("meter", rows.meters, addressing);
+    add_resources("wred", rows.wred_blocks, addressing);
+    add_resources("register", rows.registers, [](const Register& row) {
+        return row.cell == Cell::flag ? "flag" : row.cell == Cell::word ? "word" : "word pair";
+    });
+    for (const Digest& digest : rows.digests) {
+        unsigned size = 0;
+        for (const DigestField& field : digest.fields) {
+            add_field(digest.name, field.pd_name, size, field.bytes);
+            size += field.bytes;
+        }
+        lines.insert(std::string("digest ") + digest.name + "\t" + hex(digest.handle) + ", size " +
+                     std::to_string(size) + "\n");
+    }
+    for (const ValueSet& set : rows.value_sets)
+        lines.insert(std::string("value set ") + set.name + "\t" + std::to_string(set.id) + "\n");
+    for (const HashCalculation& row : rows.hash_calculations)
+        lines.insert(std::string("hash calculation ") + row.name + "\t" + hex(row.handle) + ", input " +
+                     hex(row.input) + ", algorithm " + hex(row.algorithm) + "\n");
+
+    // Of the snapshot records all that is known is which bytes turn.
+    for (std::size_t layout = 0; layout < std::size(snapshot_layouts); ++layout) {
+        const auto add_offsets = [&](List<std::uint16_t> offsets, const char* width) {
+            std::string line = "snapshot layout " + std::to_string(layout) + ", " + width + "\tat";
+            for (const unsigned offset : offsets)
+                line += " " + std::to_string(offset);
+            lines.insert(line + "\n");
+        };
+        add_offsets(snapshot_layouts[layout].two_byte_fields, "two bytes");
+        add_offsets(snapshot_layouts[layout].four_byte_fields, "four bytes");
     }
     std::string text;
     for (const std::string& line : lines)

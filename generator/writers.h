@@ -34,8 +34,8 @@ std::string write_version_script(const Exports& exports);
 // Every exported name with its signature, sorted: "name<tab>result (arguments)", or a data word's declaration.
 std::string write_export_list(const Exports& exports);
 
-// What agents and drivers know of the rows beside names: the layout of every record, the handle of every table and of
-// every action, and the sizes of their keys and data. Sorted: "subject<tab>facts".
+// What agents and drivers know of the rows beside names: the layout of every record, the handle of every table, action,
+// resource and hash calculation, and the sizes of keys and data. Sorted: "subject<tab>facts".
 std::string write_row_list(const Exports& exports);
 
 // The pipeline as the embedded driver wants it described.

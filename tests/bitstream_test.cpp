@@ -152,39 +152,4 @@ TEST(Bitstream, ValuesThatDoNotFit) {
     EXPECT_EQ(hex(packed({{2, {0xFF}}, {2, {0x00}}})), "fc") << "and beyond its byte it is lost";
 }
 
-class HashValue : public LibraryTest {
-protected:
-    Bytes stream_sent() {
-        std::vector<vl_model::Call> made = calls_of("pipe_mgr_hash_calc_calculate_hash_value");
-        EXPECT_EQ(made.size(), 1u);
-        return made.empty() ? Bytes{} : made[0].bytes;
-    }
-};
-
-TEST_F(HashValue, IntegersAndWideFieldsReachTheDriverAsOneStream) {
-    const std::uint8_t wide[5] = {0x11, 0x22, 0x33, 0x44, 0x55};
-    pd_hash_attribute fields[2] = {};
-    fields[0].attr_bytes = wide;
-    fields[1].attr_value = 3;
-    const std::uint32_t widths[2] = {40, 2};
-    std::uint8_t hash[4];
-    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 2, fields, widths, hash, 4);
-    EXPECT_EQ(hex(stream_sent()), "00 44 88 cd 11 57");
-    EXPECT_EQ(vl_model::allocations_made(), 1u);
-
-    // 32 bits go the way of integers, 33 that of bytes.
-    fields[1].attr_value = 0x01020304;
-    const std::uint32_t whole[1] = {32};
-    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 1, fields + 1, whole, hash, 4);
-    EXPECT_EQ(hex(stream_sent()), "01 02 03 04");
-    const std::uint32_t one_more[1] = {33};
-    const std::uint8_t bytes[5] = {1, 2, 3, 4, 5};
-    fields[0].attr_bytes = bytes;
-    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 1, fields, one_more, hash, 4);
-    EXPECT_EQ(hex(stream_sent()), "01 02 03 04 05");
-
-    p4_pd_velmar_switch_hash_calc_hashOuterIpv4Hdr_calculate_hash_value(session, device, 0, nullptr, nullptr, hash, 4);
-    EXPECT_EQ(hex(stream_sent()), "");
-}
-
 } // namespace

@@ -236,24 +236,32 @@ TEST_F(Entries, MeterSpecOfTheDirectMeter) {
     EXPECT_EQ(unchanged.slots[0].tag, static_cast<std::uint32_t>(PIPE_SLOT_UNCHANGED));
     EXPECT_TRUE(all_zero(unchanged.slots[0].spec, sizeof unchanged.slots[0].spec));
 
-    // A type that is none is logged once, and the entry is sent all the same, as colour aware.
-    meter.meter_type = 2;
-    p4_pd_velmar_switch_l2LookupMiss_table_modify_with_NoAction(session, device, 1, &meter);
-    std::vector<std::string> lines;
-    std::uint32_t modifies = 0;
-    for (const Call& call : calls()) {
-        if (call.function == "bf_sys_log_and_trace") {
-            EXPECT_EQ(modifies, 0u);
-            lines.push_back(call.text);
+    // A type that is none is logged once, before the driver is called all the same, as for colour aware.
+    const p4_pd_velmar_switch_l2LookupMiss_match_spec_t key = {};
+    pd_entry entry;
+    for (meter.meter_type = 0; meter.meter_type < 3; ++meter.meter_type)
+        for (const bool add : {true, false}) {
+            SCOPED_TRACE(meter.meter_type);
+            if (add)
+                p4_pd_velmar_switch_l2LookupMiss_table_add_with_NoAction(session, target, &key, 1, &meter, &entry);
+            else
+                p4_pd_velmar_switch_l2LookupMiss_table_modify_with_NoAction(session, device, 1, &meter);
+            const std::vector<Call> made = calls();
+            std::vector<std::string> lines;
+            for (const Call& call : made)
+                if (call.function == "bf_sys_log_and_trace") lines.push_back(call.text);
+            ASSERT_EQ(lines.size(), meter.meter_type == 2 ? 1u : 0u);
+            if (!lines.empty()) {
+                EXPECT_TRUE(lines[0].starts_with("ASSERTION FAILED: \"0\" (0) from get_bytes_meter_type:")) << lines[0];
+            }
+            ASSERT_TRUE(!made.empty() && made.back().action);
+            EXPECT_EQ(made.back().function, add ? "pipe_mgr_mat_ent_add" : "pipe_mgr_mat_ent_set_action");
+            slot = made.back().action->slots[0];
+            std::memcpy(&sent, slot.spec, sizeof sent);
+            EXPECT_EQ(sent.type, meter.meter_type == 1 ? 1u : 0u);
+            EXPECT_EQ(sent.peak_burst, 0x44444444u);
+            EXPECT_EQ(slot.tag, 1u);
         }
-        if (call.function != "pipe_mgr_mat_ent_set_action") continue;
-        ++modifies;
-        std::memcpy(&sent, call.action->slots[0].spec, sizeof sent);
-        EXPECT_EQ(sent.type, 0u);
-    }
-    EXPECT_EQ(modifies, 1u);
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_TRUE(lines[0].starts_with("ASSERTION FAILED: \"0\" (0) from get_bytes_meter_type:")) << lines[0];
 }
 
 TEST_F(Entries, StatusesComeBackUnchangedAndOutputsStayTheDrivers) {

@@ -19,13 +19,14 @@ struct Seen {
 
 std::vector<Seen> seen;
 pipe_status answer;                           // of every call
+std::string refused;                          // but of the function that refuses, with status 5
 std::uint32_t driver_input, driver_algorithm; // what the driver says that a calculation has
 std::uint32_t driver_count;
 std::vector<pipe_hash_attribute> driver_attributes;
 
 pipe_status note(const char* function, Words args, Bytes bytes = {}) {
     seen.push_back({function, std::move(args), std::move(bytes)});
-    return answer;
+    return refused == function ? 5 : answer;
 }
 
 class Services : public testing::Test {
@@ -34,6 +35,7 @@ protected:
         vl_model_reset();
         seen.clear();
         answer = 0;
+        refused.clear();
         driver_input = driver_algorithm = driver_count = 0;
         driver_attributes.clear();
     }
@@ -46,6 +48,15 @@ protected:
         EXPECT_EQ(seen[0].args, args);
         seen.clear();
     }
+    // An operation that is one call of the driver, whose status is the result.
+    static void expect_forwarded(const std::string& operation, const Words& words, const char* function,
+                                 const Words& args) {
+        for (const pipe_status status : {0x87654321u, 0u}) {
+            answer = status;
+            EXPECT_EQ(call(operation, words), status) << operation;
+            expect_only(function, args);
+        }
+    }
 };
 
 constexpr std::uint64_t session = 9;
@@ -56,16 +67,12 @@ TEST_F(Services, DigestRegistrationsCutTheDevice) {
         {"macLearningDigest", 0x9000000}, {"vtepLearningDigest", 0x9000001}, {"pktTracerDigest", 0x9000002}};
     for (const auto& [name, handle] : digests) {
         const std::string base = exported(name);
-        answer = handle;
-        EXPECT_EQ(call(base + "_register", {dirty(session), 0x103, callback, cookie}), handle);
-        expect_only("register", {session, 3, handle, callback, cookie});
-        call(base + "_deregister", {session, 0x103});
-        expect_only("deregister", {session, 3, handle});
-        call(base + "_notify_ack", {session, 0x7777});
-        expect_only("ack", {session, handle, 0x7777});
+        expect_forwarded(base + "_register", {dirty(session), 0x103, callback, cookie}, "register",
+                         {session, 3, handle, callback, cookie});
+        expect_forwarded(base + "_deregister", {session, 0x103}, "deregister", {session, 3, handle});
+        expect_forwarded(base + "_notify_ack", {session, 0x7777}, "ack", {session, handle, 0x7777});
     }
-    call(exported("set_learning_timeout"), {session, 0x103, dirty(500)});
-    expect_only("timeout", {session, 3, 500});
+    expect_forwarded(exported("set_learning_timeout"), {session, 0x103, dirty(500)}, "timeout", {session, 3, 500});
 }
 
 TEST_F(Services, DigestFieldsStandOneBehindTheOther) {
@@ -78,14 +85,23 @@ TEST_F(Services, DigestFieldsStandOneBehindTheOther) {
         const char* digest;
         const char* field;
         unsigned offset, size;
-    } fields[] = {{"macLearningDigest", "ingMd_smacStation", 4, 4},
+    } fields[] = {{"macLearningDigest", "ingMd_smacOui", 0, 4},
+                  {"macLearningDigest", "ingMd_smacStation", 4, 4},
                   {"macLearningDigest", "ingMd_ingL2Domain", 8, 2},
                   {"macLearningDigest", "ingMd_ingL2Aintf", 10, 4},
                   {"vtepLearningDigest", "ingMd_ingL2Domain", 0, 2},
+                  {"vtepLearningDigest", "innerEthHdr_smacOui", 2, 4},
+                  {"vtepLearningDigest", "innerEthHdr_smacStation", 6, 4},
                   {"vtepLearningDigest", "outerIpv4Hdr_sip", 10, 4},
                   {"vtepLearningDigest", "outerIpv6Hdr_sip", 14, 16},
                   {"vtepLearningDigest", "outerEthHdr_etherType", 30, 2},
+                  {"vtepLearningDigest", "ingMd_ingressVniHigh", 32, 2},
+                  {"vtepLearningDigest", "ingMd_ingressVniLow", 34, 1},
                   {"vtepLearningDigest", "vxlanHdr_vniReserved", 35, 1},
+                  {"pktTracerDigest", "pktGen_pktId", 0, 2},
+                  {"pktTracerDigest", "pktTracerMd_copy_to_cpu", 2, 1},
+                  {"pktTracerDigest", "egrMd_egrL2Domain", 3, 2},
+                  {"pktTracerDigest", "pktTracerMd_ucast_egress_port", 5, 2},
                   {"pktTracerDigest", "egrMd_routed", 7, 1},
                   {"pktTracerDigest", "ig_intr_md_for_dprsr_drop_ctl", 8, 1}};
     std::uint32_t size = 0;
@@ -109,27 +125,26 @@ TEST_F(Services, ValueSets) {
         SCOPED_TRACE(name);
         const std::string base = exported("pvs_") + name + "_";
         std::uint32_t out = 0, mask = 0;
-        call(base + "entry_add", {session, low, high, dirty(7), dirty(8), word(&out)});
-        expect_only("add", {session, 3, id, 11, 0x55555555, 4, 7, 8, word(&out)});
-        call(base + "entry_modify", {session, dirty(3), dirty(60), 7, 8});
-        expect_only("modify", {session, 3, id, 60, 7, 8});
-        call(base + "entry_delete", {session, 3, 60});
-        expect_only("delete", {session, 3, id, 60});
-        call(base + "entry_get", {session, 3, 60, word(&out), word(&mask)});
-        expect_only("get", {session, 3, id, 60, word(&out), word(&mask), 0, 0, 0});
-        call(base + "entry_get_count", {session, low, high, 0x201, word(&out)});
-        expect_only("count", {session, 3, id, 11, 0x55555555, 4, 1, word(&out)});
-        call(base + "entry_handle_get", {session, low, high, 7, 8, word(&out)});
-        expect_only("handle", {session, 3, id, 11, 0x55555555, 4, 7, 8, word(&out)});
-        call(base + "entry_get_first_entry_handle", {session, low, high, word(&out)});
-        expect_only("first", {session, 3, id, 11, 0x55555555, 4, word(&out)});
-        call(base + "entry_get_next_entry_handles", {session, low, high, 60, 2, word(&out)});
-        expect_only("next", {session, 3, id, 11, 0x55555555, 4, 60, 2, word(&out)});
-        call(base + "set_property", {session, 3, 1, 2, dirty(0x80000001)});
-        expect_only("set_property", {session, 3, id, 1, 2, 0x80000001});
-        call(base + "get_property", {session, 3, 1, word(&out), dirty(0x80000001)});
+        const auto forward = [&](const char* operation, const Words& words, const char* function, Words args) {
+            args.insert(args.begin(), {session, 3, id});
+            expect_forwarded(base + operation, words, function, args);
+        };
+        forward("entry_add", {session, low, high, dirty(7), dirty(8), word(&out)}, "add",
+                {11, 0x55555555, 4, 7, 8, word(&out)});
+        forward("entry_modify", {session, dirty(3), dirty(60), 7, 8}, "modify", {60, 7, 8});
+        forward("entry_delete", {session, 3, 60}, "delete", {60});
+        forward("entry_get", {session, 3, 60, word(&out), word(&mask)}, "get", {60, word(&out), word(&mask), 0, 0, 0});
+        forward("entry_get_count", {session, low, high, 0x201, word(&out)}, "count",
+                {11, 0x55555555, 4, 1, word(&out)});
+        forward("entry_handle_get", {session, low, high, 7, 8, word(&out)}, "handle",
+                {11, 0x55555555, 4, 7, 8, word(&out)});
+        forward("entry_get_first_entry_handle", {session, low, high, word(&out)}, "first",
+                {11, 0x55555555, 4, word(&out)});
+        forward("entry_get_next_entry_handles", {session, low, high, 60, 2, word(&out)}, "next",
+                {11, 0x55555555, 4, 60, 2, word(&out)});
+        forward("set_property", {session, 3, 1, 2, dirty(0x80000001)}, "set_property", {1, 2, 0x80000001});
+        forward("get_property", {session, 3, 1, word(&out), dirty(0x80000001)}, "get_property", {1, 0x80000001});
         EXPECT_EQ(out, 1234u);
-        expect_only("get_property", {session, 3, id, 1, 0x80000001});
         answer = 77;
         EXPECT_EQ(call(base + "get_property", {session, 3, 1, word(&out), 0}), 77u);
         EXPECT_EQ(out, 0xFFFFFFFFu);
@@ -144,19 +159,20 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
         const std::string base = exported("hash_calc_") + row.name + "_";
         std::uint32_t out = 42;
         std::uint64_t seed = 0;
-        call(base + "algorithm_set", {session, device, 0});
-        expect_only("algorithm_set", {session, device, row.handle, row.algorithm, 0, 0});
-        call(base + "algorithm_set", {session, device, 1});
-        expect_only("algorithm_set", {session, device, row.handle, 0, 0, 0});
-        call(base + "input_set", {session, device, 0});
-        expect_only("input_set", {session, device, row.handle, row.input});
-        call(base + "input_set", {session, device, 2});
-        expect_only("input_set", {session, device, row.handle, 0});
-        call(base + "seed_set", {session, device, 0x123456789A});
-        expect_only("seed_set", {session, device, row.handle, 0x123456789A});
-        call(base + "seed_get", {session, device, word(&seed)});
-        expect_only("seed_get", {session, device, row.handle});
+        const auto forward = [&](const char* operation, Words words, const char* function, Words args) {
+            words.insert(words.begin(), {session, device});
+            args.insert(args.begin(), {session, device, row.handle});
+            expect_forwarded(base + operation, words, function, args);
+        };
+        forward("algorithm_set", {0}, "algorithm_set", {row.algorithm, 0, 0});
+        forward("algorithm_set", {1}, "algorithm_set", {0, 0, 0});
+        forward("input_set", {0}, "input_set", {row.input});
+        forward("input_set", {2}, "input_set", {0});
+        forward("seed_set", {0x123456789A}, "seed_set", {0x123456789A});
+        forward("seed_get", {word(&seed)}, "seed_get", {});
         EXPECT_EQ(seed, 0x55u);
+        std::uint8_t hash[4];
+        forward("calculate_hash_value", {0, 0, 0, word(hash), dirty(4)}, "calculate", {0, word(hash), 4});
 
         // What isn't this calculation's is refused, and a refusal of the driver looks alike.
         for (const char* const get : {"algorithm_get", "input_get"}) {
@@ -181,8 +197,7 @@ TEST_F(Services, HashAttributes) {
     const auto set = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_set");
     const auto get = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_get");
     const auto get_count = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_count_get");
-    EXPECT_EQ(call(set, {session, device, 0, 0, 0}), 0u);
-    expect_only("attribute_set", {session, device, calc, input, 0, 0});
+    expect_forwarded(set, {session, device, 0, 0, 0}, "attribute_set", {session, device, calc, input, 0, 0});
     EXPECT_EQ(vl_model::allocations_made(), 0u);
 
     pd_hash_attribute attributes[2];
@@ -232,23 +247,67 @@ TEST_F(Services, HashAttributes) {
     EXPECT_EQ(call(get_count, {session, device, 0, word(&count)}), 0u);
     EXPECT_EQ(count, 1u);
 
-    // With no room nothing is asked; a foreign input goes on to the driver with whatever enumeration value.
+    // With no room nothing is asked. The input that the driver has goes back to it, with whatever enumeration value and
+    // also where it didn't tell one.
     seen.clear();
     EXPECT_EQ(call(get, {session, device, 0, 0, 0, word(&count)}), 0u);
     EXPECT_EQ(seen.size(), 1u);
-    driver_input = 0x21000001;
-    EXPECT_EQ(call(get_count, {session, device, 1, word(&count)}), 0u);
-    EXPECT_EQ(seen.back().args[3], 0x21000001u);
+    EXPECT_EQ(count, 0u);
+    for (const std::uint32_t other : {0x21000001u, 0u}) {
+        driver_input = other;
+        refused = other == 0 ? "input_get" : "";
+        EXPECT_EQ(call(get_count, {session, device, 1, word(&count)}), 0u);
+        EXPECT_EQ(seen.back().args, (Words{session, device, calc, other}));
+        EXPECT_EQ(count, 1u);
+        EXPECT_EQ(call(get, {session, device, 1, 2, word(attributes), word(&count)}), 0u);
+        EXPECT_EQ(seen.back().args, (Words{session, device, calc, other, 2}));
+    }
+    refused = "attribute_count";
+    EXPECT_EQ(call(get_count, {session, device, 0, word(&count)}), 5u);
 
     vl_model::fail_allocation(1);
     EXPECT_EQ(call(set, {session, device, 0, 1, word(attributes)}), +PD_STATUS_NO_MEMORY);
     vl_model::fail_allocation(1);
     EXPECT_EQ(call(get, {session, device, 0, 1, word(attributes), word(&count)}), +PD_STATUS_NO_MEMORY);
+    refused.clear();
     answer = 6;
+    EXPECT_EQ(call(set, {session, device, 0, 1, word(attributes)}), 6u);
     attributes[0].input_field = 77;
     driver_attributes[0].input_field = 78;
     EXPECT_EQ(call(get, {session, device, 0, 1, word(attributes), word(&count)}), 6u);
     EXPECT_EQ(attributes[0].input_field, 77u) << "nothing is copied after a failure";
+}
+
+// A field of up to 32 bits is an integer, a wider one the address of its bytes; the first is the top of the stream.
+TEST_F(Services, HashesOfFieldValues) {
+    const std::uint8_t wide[] = {0x01, 0x80, 0x00, 0x00, 0x01};
+    pd_hash_attribute fields[3];
+    std::memset(fields, 0xEE, sizeof fields);
+    fields[0].attr_bytes = wide;
+    fields[1].attr_value = 0xAABBCCDD;
+    fields[2].attr_value = 5;
+    const std::uint32_t widths[] = {33, 32, 3};
+    const struct {
+        std::uint32_t count, length;
+        const char* stream;
+    } cases[] = {{3, 9, "0c 00 00 00 0d 55 de 66 ed"},
+                 {2, 9, "01 80 00 00 01 aa bb cc dd"},
+                 {1, 5, "01 80 00 00 01"},
+                 {0, 0, ""}};
+    for (const auto& [count, length, stream] : cases)
+        for (const pipe_status status : {0x87654321u, 0u}) {
+            std::uint8_t hash[3];
+            answer = status;
+            const std::size_t allocations = vl_model::allocations_made();
+            EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashInnerIpv6Hdr_calculate_hash_value(session, device, count,
+                                                                                          fields, widths, hash, 3),
+                      status);
+            EXPECT_EQ(vl_model::allocations_made() - allocations, 1u);
+            EXPECT_EQ(vl_model::live_allocations(), 0u);
+            ASSERT_EQ(seen.size(), 1u);
+            EXPECT_EQ(hex(seen[0].bytes), stream);
+            expect_only("calculate", {session, device, 0x8000007, length, word(hash), 3});
+        }
 }
 
 template <class Pointer>
@@ -361,5 +420,10 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_count_get(pipe_sess_hdl s, 
     EXPECT_EQ(*count, 0u) << "written before the driver is asked";
     *count = driver_count;
     return note("attribute_count", {s, d, h, i});
+}
+pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
+                                                    const std::uint8_t* stream, std::uint32_t length,
+                                                    std::uint8_t* hash, std::uint32_t hash_length) {
+    return note("calculate", {s, d, h, length, as_word(hash), hash_length}, Bytes(stream, stream + length));
 }
 }

@@ -15,7 +15,7 @@ struct Service {
     pipe_status status = 0;
     std::vector<std::uint8_t> value, mask; // of the last trigger
     std::uint32_t total_size = 0, stage_size = 0;
-    std::vector<std::uint64_t> create_args;
+    std::vector<std::uint64_t> args; // of the last other call; pointers are addresses
     const void* caller_value = nullptr;
 };
 Service service;
@@ -83,11 +83,16 @@ TEST(Snapshot, TriggersTurnByTheLayoutOfTheHandle) {
 }
 
 TEST(Snapshot, CreateCutsStagesAndPartsTheTarget) {
-    service = {};
     std::uint32_t handle = 0;
     const pd_dev_tgt target = {.dev_id = 7, .pipe_id = 3, .reserved = 1};
-    p4_pd_velmar_switch_snapshot_create(target, 0x101, 0x20B, 1, &handle);
-    EXPECT_EQ(service.create_args, (std::vector<std::uint64_t>{7, 0x10003, 1, 0x0B, 1}));
+    for (const pipe_status status : {0x87654321u, 0u}) {
+        service = {};
+        service.status = status;
+        EXPECT_EQ(p4_pd_velmar_switch_snapshot_create(target, 0x101, 0x20B, 0x10001, &handle), status);
+        EXPECT_EQ(service.args, (std::vector<std::uint64_t>{7, 0x10003, 1, 0x0B, 0x10001, support::word(&handle)}));
+        EXPECT_EQ(p4_pd_velmar_switch_snapshot_delete(0x12345678), status);
+        EXPECT_EQ(service.args, (std::vector<std::uint64_t>{0x12345678}));
+    }
 }
 
 TEST(Snapshot, CapturesComeStageByStageAlsoAfterAFailure) {
@@ -99,7 +104,10 @@ TEST(Snapshot, CapturesComeStageByStageAlsoAfterAFailure) {
         std::vector<pd_snapshot_record> stages(PD_SNAPSHOT_MAX_STAGES + 1);
         std::memset(stages.data(), 0xA5, stages.size() * sizeof stages[0]);
         std::uint32_t count = 99;
-        EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_data_get(1, 0, stages.data(), nullptr, &count), status);
+        bf_snapshot_capture_ctrl control;
+        EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_data_get(0x12345678, 0x10002, stages.data(), &control, &count),
+                  status);
+        EXPECT_EQ(service.args, (std::vector<std::uint64_t>{0x12345678, 0x12345678, 0x10002, support::word(&control)}));
         EXPECT_EQ(count, status == 0 ? 1u : 0u);
         EXPECT_EQ(vl_model::live_allocations(), 0u);
         return stages;
@@ -128,8 +136,13 @@ TEST(Snapshot, CapturesComeStageByStageAlsoAfterAFailure) {
 extern "C" {
 
 pipe_status bf_snapshot_create(pipe_dev_id dev_id, std::uint32_t pipe, std::uint8_t start_stage, std::uint8_t end_stage,
-                               std::uint32_t direction, bf_snapshot_hdl*) {
-    service.create_args = {dev_id, pipe, start_stage, end_stage, direction};
+                               std::uint32_t direction, bf_snapshot_hdl* handle) {
+    service.args = {dev_id, pipe, start_stage, end_stage, direction, support::word(handle)};
+    return service.status;
+}
+
+pipe_status bf_snapshot_delete(bf_snapshot_hdl handle) {
+    service.args = {handle};
     return service.status;
 }
 
@@ -144,14 +157,17 @@ pipe_status bf_snapshot_capture_trigger_set(bf_snapshot_hdl, const void* value, 
     return service.status;
 }
 
-pipe_status bf_snapshot_capture_phv_fields_dict_size(bf_snapshot_hdl, std::uint32_t* total, std::uint32_t* stage) {
+pipe_status bf_snapshot_capture_phv_fields_dict_size(bf_snapshot_hdl handle, std::uint32_t* total,
+                                                     std::uint32_t* stage) {
+    service.args = {handle};
     *total = service.total_size;
     *stage = service.stage_size;
     return 77; // not looked at
 }
 
-pipe_status bf_snapshot_capture_get(bf_snapshot_hdl, std::uint32_t, std::uint8_t* buffer, bf_snapshot_capture_ctrl*,
-                                    std::uint32_t* count) {
+pipe_status bf_snapshot_capture_get(bf_snapshot_hdl handle, std::uint32_t pipe, std::uint8_t* buffer,
+                                    bf_snapshot_capture_ctrl* control, std::uint32_t* count) {
+    service.args.insert(service.args.end(), {handle, pipe, support::word(control)});
     if (service.status != 0) return service.status;
     for (std::uint32_t i = 0; i < service.total_size; ++i)
         buffer[i] = static_cast<std::uint8_t>(i % 253);
