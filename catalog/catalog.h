@@ -164,6 +164,14 @@ constexpr const Profile* profile_of(const Catalog& rows, const Table& table) {
     return nullptr;
 }
 
+// The same question of velmar_switch. Not by profile_of(): with sanitizers the compiler doesn't take a comparison of its
+// result for a constant.
+constexpr bool is_indirect(const Table& table) {
+    for (const Profile& profile : profiles)
+        if (same(profile.table, table.name)) return true;
+    return false;
+}
+
 // Which kind of resource a table's actions carry in their slot. No table has more than one.
 enum class ResourceKind : std::uint8_t { none, counter, meter, wred_block, stateful_register };
 

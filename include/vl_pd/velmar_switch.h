@@ -374,7 +374,7 @@
  *
  * The result is the length of the text, whose terminator is written too; 0 if an entry can't be read, and nothing is
  * written. No size is passed: the longest table schema has 3,689 characters (finalDropControl), match schema 3,217
- * (finalDropControl), action schema 263, profile schema 174; entry 329 (trapToCpu with copyPacket), match value 280
+ * (finalDropControl), action schema 263, profile schema 174; entry 330 (trapToCpu with copyPacket), match value 280
  * (trapToCpu), action value 109 - each without its terminator. Of dev_id 8 bits reach the driver.
  *
  *

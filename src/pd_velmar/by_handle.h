@@ -1,5 +1,5 @@
-// Texts and comparisons of tables and profiles for callers that hold a handle as data: which function a handle stands for, and what is
-// answered for one that is nobody's.
+// Texts and comparisons for callers that hold the handle of a table or profile as data: which function a handle stands
+// for, and what is answered for one that is nobody's.
 #pragma once
 
 #include <cstdint>

@@ -10,7 +10,7 @@ namespace vl_pd {
 
 // Whether the table's entries point into an action profile.
 template <catalog::TableRef T>
-inline constexpr bool is_indirect = catalog::profile_of(catalog::velmar_switch, *T) != nullptr;
+inline constexpr bool is_indirect = catalog::is_indirect(*T);
 
 struct Column {
     const char* name; // of the field, as schemas have it

@@ -3,6 +3,8 @@
 // Digits and punctuation are known while compiling; what is written is straight-line code into the caller's buffer.
 #pragma once
 
+#include <cassert>
+
 #include "pd/visit_action.h"
 #include "pd_velmar/columns.h"
 #include "pd_velmar/read_entry.h"
@@ -47,10 +49,12 @@ char* put_action(char* out, [[maybe_unused]] const Byte* record) {
     return text::put(out, ")),");
 }
 
-// The action of a table or profile that has this number, with its parameters.
+// The action of a table or profile that has this number, with its parameters. Readers and decoders give no other.
 template <auto row>
 char* put_numbered_action(char* out, std::uint32_t number, const Byte* record) {
-    visit_numbered_action<row>(number, [&]<ActionRef A>() VL_INLINE_LAMBDA { out = put_action<A>(out, record); });
+    [[maybe_unused]] const bool known =
+        visit_numbered_action<row>(number, [&]<ActionRef A>() VL_INLINE_LAMBDA { out = put_action<A>(out, record); });
+    assert(known && "unknown action");
     return out;
 }
 
