@@ -1,5 +1,5 @@
 // Default entries, properties and shapes of tables.
-#include "support/library.h"
+#include "support/text.h"
 
 #include <cstring>
 
@@ -91,6 +91,11 @@ TEST_F(Defaults, EveryTableWithEveryAction) {
                 if (param.role == catalog::Role::slot_index) meant &= 0xFFFF;
                 EXPECT_EQ(got, meant) << action.params.begin()[i].name;
             }
+
+            words.clear();
+            if (!spec.empty()) words.push_back(word(record.data() + 4));
+            EXPECT_EQ(value_of_entry(*table, session, entry),
+                      "((()," + text_of(binding.action + std::string("_value"), words) + "),(0,True))");
 
             std::uint32_t handle = 0;
             EXPECT_EQ(call(base + "table_get_default_entry_handle", {session, target_word, word(&handle)}), 0u);

@@ -1,0 +1,234 @@
+#!/usr/bin/env python3
+"""Holds schemas, value strings and print lines to the catalog, for every table, action and profile.
+
+  check_literals.py LIBRARY DRIVER LIST_ROWS COMMITTED_ROWS
+
+LIST_ROWS prints the rows of the catalog; where fields stand in records is taken from the committed list rows.txt. The
+texts are composed here anew and compared letter by letter, and what Python makes of them is compared with the rows.
+"""
+
+import ast
+import ctypes
+import os
+import random
+import re
+import subprocess
+import sys
+from collections import Counter, namedtuple
+
+PREFIX = "p4_pd_velmar_switch_"
+ROOM = 4096
+
+# Of a key field, a field's partner, or a parameter; `shown` is the name that print lines have.
+Column = namedtuple("Column", "name shown width mask tag offset size")
+
+# Fields of which tables match fewer bits than they have: width, mask, and how many tables do so.
+NARROWED = """
+eg_intr_md_egress_port 9 0x7f 7           eg_intr_md_egress_port_mask 9 0x7f 1
+ig_intr_md_ingress_port 9 0x7f 5          ig_intr_md_ingress_port_mask 9 0x7f 2
+eg_intr_md_egress_qid 5 0x7 3             ingMd_v4V6Valid 3 0x3 2
+l3Info_ipRouting 4 0x1 1                  l3Info_vrfId 8 0x7f 1
+ingMirrorMd_mirrorColor 2 0x1 1           ingMirrorMd_mirrorSession 10 0x7f 1
+egrMirrorMd_mirrorSession 10 0x7f 1       ingIpv6_fibPartitionIndex 16 0x3fff 1
+l3_nextHop 16 0x3ff 1                     l3_nextHop 16 0xf 1
+ig_intr_md_for_tm_mcast_grp_a 16 0xf000 1 ig_intr_md_for_tm_mcast_grp_a_mask 16 0xf000 1
+ingMd_ingL2Aintf 20 0xc0000 1             ingMd_ingL2Aintf_mask 20 0xc0000 1
+egrMd_egrL2AintfUnresolved 20 0x7ff 1     egrMd_egrL2AintfUnresolved 20 0xf0000 1
+egrMd_egrL2AintfUnresolved_mask 20 0xf0000 1
+ingMd_rand 32 0xffffff 1                  ingMd_rand_mask 32 0xffffff 1
+ingIpv4_dip 32 0xfff00000 1               ingIpv4_dip 32 0xfffff 1
+haloResultRow1_bestResult 32 0x38000 1    haloResultRow1_bestResult 32 0x7fff 1
+haloResultRow1_bestResult_mask 32 0x38000 1
+egrMd_tunnelInfo 32 0x3fff 1              egrMd_tunnelInfo 32 0x800000 1
+egrMd_tunnelInfo 32 0xff000000 1          egrMd_tunnelInfo 32 0xfffe0000 1
+egrMd_tunnelInfo_mask 32 0x800000 1       egrMd_tunnelInfo_mask 32 0xfffe0000 1
+ingIpv6_dip 128 0xffffffffffffffff 1      ingIpv6_dip 128 0xffffffffffffffff0000000000000000 1
+ingIpv6_dip 128 0x3ffffffffff0000000000000000 1
+ingIpv6_dip 128 0xfffffc00000000000000000000000000 1
+ingIpv6_dip 128 0xffff0000000000000000000000000000 1
+ingIpv6_dip_mask 128 0xffff0000000000000000000000000000 1
+"""
+
+KEY_TAGS = {"mac": 26, "v4addr": 14, "v6addr": 11, "port": 21, "vport": 5, "dec": 3, None: 535}
+PARAM_TAGS = {"mac": 26, "v4addr": 10, "port": 4, "dec": 6, None: 260}
+LONGEST = {"table": 3689, "profile": 174, "match schema": 3217, "action schema": 263, "match value": 280,
+           "action value": 109, "entry": 329}
+
+faults = 0
+longest = Counter()
+
+
+def expect(what, got, wanted):
+    global faults
+    if got != wanted:
+        faults += 1
+        print(f"{what}:\n  got    {got}\n  wanted {wanted}")
+
+
+def expect_text(kind, what, got, text, literal):
+    """A text, and the value of the Python literal that it is. The last comma of a value string is for its reader."""
+    expect(f"{kind} of {what}", got, text)
+    longest[kind] = max(longest[kind], len(got))
+    try:
+        expect(f"{kind} of {what} as a literal", ast.literal_eval(got.removesuffix(",")), literal)
+    except SyntaxError as error:
+        expect(f"{kind} of {what} as a literal", error, literal)
+
+
+def written(function, *arguments):
+    """What a writer writes. The length that it returns is that of the text, and nothing behind the NUL is touched."""
+    buffer = ctypes.create_string_buffer(b"\xa5" * ROOM, ROOM)
+    length = function(*arguments, buffer)
+    expect("NUL and what stands behind it", buffer.raw[length:], b"\0" + b"\xa5" * (ROOM - length - 1))
+    return buffer.raw[:length].decode("ascii")
+
+
+def printed(function, indent, record):
+    """What is printed on a descriptor, and whether the last line's length is the result."""
+    reader, writer = os.pipe()
+    result = function(writer, indent, record)
+    os.close(writer)
+    with os.fdopen(reader, encoding="ascii") as lines:
+        text = lines.read()
+    expect("result of printing", result, len(text.splitlines(keepends=True)[-1]))
+    return text
+
+
+def key_columns(table, key, layout):
+    columns = []
+    for name, pd_name, bits, mask, tag, match in key:
+        whole = (1 << bits) - 1
+        suffixes = {"exact": [], "ternary": [("Mask", "_mask", bits, mask & whole)],
+                    "lpm": [("PrefixLength", "_prefix_length", 16, 0xFFFF)]}[match]
+        for name_suffix, suffix, width, bits_matched in [("", "", bits, mask & whole)] + suffixes:
+            place = layout[f"{PREFIX}{table}_match_spec_t.{pd_name}{suffix}"]
+            columns.append(Column(name + name_suffix, pd_name + suffix, width, bits_matched,
+                                  None if suffix else tag, *place))
+    return columns
+
+
+def param_columns(action, params, layout):
+    return [Column(name, f"action_{name}", bits, (1 << bits) - 1, tag,
+                   *layout[f"{PREFIX}{action}_action_spec_t.action_{name}"]) for name, bits, tag in params]
+
+
+def digits(column, record):
+    """What texts show of a value, and the value. Those of 128 bits are shown whole, whatever the table matches."""
+    stored = record[column.offset:column.offset + column.size]
+    if column.width == 128:
+        return "0x" + stored.hex().upper(), int.from_bytes(stored, "big")
+    value = int.from_bytes(stored, "little") & column.mask
+    return f"0x{value:0{-(-column.width // 4)}x}", value
+
+
+def lines_of(columns, record, indent):
+    begin = " " * max(indent, 1) + " "
+    for column in columns:
+        narrowed = column.mask != (1 << column.width) - 1 and column.width != 128
+        note = f" mask 0x{column.mask:x}" if narrowed else ""
+        yield f"{begin}{column.shown}{note}: {digits(column, record)[0]}\n"
+
+
+def records(size):
+    """Random ones, and one full of ones."""
+    return [random.randbytes(size) for _ in range(4)] + [b"\xff" * size]
+
+
+def actions_in(names, schemas):
+    """The part of a schema that lists actions, as text and as a value."""
+    order = sorted(names)
+    return "".join(schemas[name][0] + "," for name in order), tuple(schemas[name][1] for name in order)
+
+
+def main():
+    library_file, driver_file, list_rows, committed = sys.argv[1:]
+    ctypes.CDLL(driver_file, ctypes.RTLD_GLOBAL)
+    library = ctypes.CDLL(library_file)
+    random.seed(1)
+
+    def export(name, result=ctypes.c_int):
+        function = library[PREFIX + name]
+        function.restype = result
+        return function
+
+    def constant(name):
+        return export(name, ctypes.c_char_p)().decode("ascii")
+
+    def expect_by_handle(name, handle, text):
+        expect(f"schema of {name} by handle", written(export("cli_schema"), handle), text)
+
+    with open(committed, encoding="ascii") as lines:
+        rows = [line.rstrip("\n").split("\t") for line in lines]
+    layout = {name: tuple(map(int, re.findall(r"\d+", place))) for name, place in rows if place.startswith("offset")}
+    size = {name: int(text.split()[1]) for name, text in rows if text.startswith("size")}
+    listed = subprocess.run([list_rows], check=True, capture_output=True, text=True).stdout
+    catalog = [ast.literal_eval(line) for line in listed.splitlines()]
+
+    values = {}
+    schemas, key_tags, param_tags, narrowed = {}, Counter(), Counter(), Counter()
+    for action, params in [row[1:] for row in catalog if row[0] == "action"]:
+        columns = param_columns(action, params, layout)
+        text = f"( ('{action}'),(" + "".join(f"('{c.name}',{c.tag!r},{c.width},None)," for c in columns) + "))"
+        literal = (action, tuple((c.name, c.tag, c.width, None) for c in columns))
+        schemas[action] = text, literal
+        expect_text("action schema", action, constant(f"{action}_schema"), text, literal)
+        param_tags.update(c.tag for c in columns)
+        for record in records(size[f"{PREFIX}{action}_action_spec_t"]) if columns else [b""]:
+            shown = [digits(column, record) for column in columns]
+            text = f"('{action}',(" + "".join(f"{digit}," for digit, _ in shown) + ")),"
+            value = written(export(f"{action}_value"), *([record] if columns else []))
+            expect_text("action value", action, value, text, (action, tuple(value for _, value in shown)))
+            values[action] = len(value)
+            for indent in (0, 1, 4) if columns else ():
+                expect(f"lines of {action}", printed(export(f"{action}_print"), indent, record),
+                       "".join(lines_of(columns, record, indent)))
+
+    for table, handle, indirect, key, actions in [row[1:] for row in catalog if row[0] == "table"]:
+        columns = key_columns(table, key, layout)
+        keys, key_literal = "()", tuple((*c[:5], None, None) for c in columns)
+        if columns:
+            keys = "(" + "".join(f"( '{c.name}','{c.shown}',{c.width},0x{c.mask:x},{c.tag!r},None,None),"
+                                 for c in columns) + ")"
+            expect_text("match schema", table, constant(f"{table}_match_spec_schema"), keys, key_literal)
+            for record in records(size[f"{PREFIX}{table}_match_spec_t"]):
+                shown = [digits(column, record) for column in columns]
+                value = written(export(f"{table}_match_spec_value"), record)
+                expect_text("match value", table, value,
+                            "( " + "".join(f"{digit}," for digit, _ in shown) + "),", tuple(v for _, v in shown))
+                if not indirect:
+                    priority = "2147483647" if "ternary" in [field[-1] for field in key] else "0"
+                    most = len(f"(({value}),({priority},True))") + max(values[action] for action in actions)
+                    longest["entry"] = max(longest["entry"], most)
+                for indent in (0, 1, 4):
+                    title = " " * indent + f"{PREFIX}{table}_match_spec_t:\n"
+                    expect(f"lines of {table}", printed(export(f"{table}_match_spec_print"), indent, record),
+                           title + "".join(lines_of(columns, record, indent)))
+        key_tags.update(c.tag for c in columns)
+        narrowed.update(f"{c.shown} {c.width} 0x{c.mask:x}" for c in columns if c.mask != (1 << c.width) - 1)
+        text, literal = actions_in(actions, schemas)
+        text = f"({text})"
+        if indirect:
+            text = "( ('setMbrHdl',(('mbrHdl',None,32,None),)),( 'setGrpHdl', ( ( 'grpHdl', None, 32, None ), ) ) )"
+            literal = tuple((f"set{kind}Hdl", ((f"{kind.lower()}Hdl", None, 32, None),)) for kind in ("Mbr", "Grp"))
+        text = f"( ('{table}','mat',({indirect},)),{keys},{text})"
+        got = written(export(f"{table}_schema"))
+        expect_text("table", table, got, text, ((table, "mat", (indirect,)), key_literal, literal))
+        expect_by_handle(table, handle, text)
+
+    for profile, handle, actions in [row[1:] for row in catalog if row[0] == "profile"]:
+        text, literal = actions_in(actions, schemas)
+        expect_text("profile", profile, written(export(f"{profile}_schema")), f"({text})", literal)
+        expect_by_handle(profile, handle, f"({text})")
+
+    refused = export("setNextHop_print")(-1, 0, bytes(size[f"{PREFIX}setNextHop_action_spec_t"]))
+    expect("sign of the result of printing on no descriptor", refused < 0, True)
+    counted = re.findall(r"(\w+ \d+ 0x\w+) (\d+)", NARROWED)
+    expect("narrowed fields", narrowed, Counter({field: int(count) for field, count in counted}))
+    expect("tags of fields", key_tags, KEY_TAGS)
+    expect("tags of parameters", param_tags, PARAM_TAGS)
+    expect("longest texts", longest, LONGEST)
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

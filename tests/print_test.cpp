@@ -1,0 +1,120 @@
+// Lines for people: records on a file descriptor, one write for each line, and addresses in a buffer. That every field
+// of every record has its line is checked by check_literals.py.
+#include "support/text.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace support;
+using Lines = std::vector<std::string>;
+
+// What each write to a descriptor consisted of; `print(fd)` must return the length of the last one.
+template <class Print>
+Lines writes_of(Print print) {
+    int ends[2];
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends), 0);
+    const int result = print(ends[0]);
+    close(ends[0]);
+    Lines writes;
+    char text[512];
+    for (ssize_t length; (length = read(ends[1], text, sizeof text)) > 0;)
+        writes.emplace_back(text, static_cast<std::size_t>(length));
+    close(ends[1]);
+    EXPECT_EQ(result, writes.empty() ? 0 : static_cast<int>(writes.back().size()));
+    return writes;
+}
+
+constexpr p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t lpm = {
+    .l3Info_vrfId = 1, .ingIpv4_dip = 0x0A0B0C0D, .ingIpv4_dip_prefix_length = 12};
+
+TEST(Print, IndentsAndMaskNotes) {
+    const auto at = [](std::uint32_t indent) {
+        return writes_of(
+            [&](int fd) { return p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_print(fd, indent, &lpm); });
+    };
+    EXPECT_EQ(at(2), (Lines{"  p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t:\n", "   l3Info_vrfId: 0x01\n",
+                            "   ingIpv4_dip mask 0xfff00000: 0x0a000000\n", "   ingIpv4_dip_prefix_length: 0x000c\n"}));
+    const Lines none = at(0), one = at(1);
+    EXPECT_EQ(none[0], "p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t:\n");
+    EXPECT_EQ(one[0], " " + none[0]);
+    EXPECT_EQ(none[1], "  l3Info_vrfId: 0x01\n");
+    EXPECT_EQ(Lines(none.begin() + 1, none.end()), Lines(one.begin() + 1, one.end()));
+}
+
+TEST(Print, TheResultIsThatOfTheLastWrite) {
+    constexpr p4_pd_velmar_switch_ingressPortMapping_match_spec_t key = {.ig_intr_md_ingress_port = 5};
+    const auto print = [&](int fd) { return p4_pd_velmar_switch_ingressPortMapping_match_spec_print(fd, 0, &key); };
+    const Lines lines = writes_of(print);
+    ASSERT_EQ(lines.size(), 2u);
+    const auto title = static_cast<int>(lines[0].size()), field = static_cast<int>(lines[1].size());
+
+    // A file that can't grow takes a line if it has room for the whole of it.
+    const auto print_in_room_of = [&](int size) {
+        const int fd = memfd_create("lines", MFD_ALLOW_SEALING);
+        EXPECT_EQ(ftruncate(fd, size), 0);
+        EXPECT_EQ(fcntl(fd, F_ADD_SEALS, F_SEAL_GROW), 0);
+        const int result = print(fd);
+        close(fd);
+        return result;
+    };
+    ASSERT_LT(field, title);
+    EXPECT_EQ(print_in_room_of(title + field), field);
+    EXPECT_LT(print_in_room_of(title + field - 1), 0);
+    EXPECT_LT(print_in_room_of(0), 0);
+    EXPECT_EQ(print_in_room_of(field), field) << "that the title found no room doesn't show";
+}
+
+TEST(Addresses, Mac) {
+    const auto ternary = [](std::uint32_t oui, std::uint32_t oui_mask, std::uint32_t station, std::uint32_t mask) {
+        return written([&](char* out) {
+            return p4_pd_velmar_switch__print_mac_ternary(out, "dmac", oui, oui_mask, station, mask);
+        });
+    };
+    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_mac_exact(out, "dmac", 0x001122, 0x334455); }),
+              "dmac 0011.2233.4455 ");
+    EXPECT_EQ(ternary(0xFF001122, 0xFFFFFFFF, 0xFF334455, 0xFFFFFF), "dmac 0011.2233.4455 ") << "halves of 24 bits";
+    EXPECT_EQ(ternary(0x001122, 0, 0x334455, 1), "dmac 0011.2233.4455/0000.0000.0001 ");
+    EXPECT_EQ(ternary(0xABCDEF, 0x7FFFFF, 0x123456, 0xFFFFFF), "dmac abcd.ef12.3456/7fff.ffff.ffff ");
+    EXPECT_EQ(ternary(0x001122, 0, 0x334455, 0), "");
+    EXPECT_EQ(ternary(0x001122, 0xFF000000, 0x334455, 0x01000000), "") << "no bit of the 48";
+}
+
+TEST(Addresses, Ipv4) {
+    const auto ternary = [](std::uint32_t address, std::uint32_t mask) {
+        return written([&](char* out) { return p4_pd_velmar_switch__print_v4addr_ternary(out, "dip", address, mask); });
+    };
+    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_exact(out, "%s%n", 0xFFFEFD09); }),
+              "%s%n 255.254.253.9 ")
+        << "a label is no format";
+    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_lpm(out, "", 0x0A000001, 0x10008); }),
+              " 10.0.0.1/8 ")
+        << "16 bits of the length count";
+    EXPECT_EQ(ternary(0x0A000001, 0xFF000000), "dip 10.0.0.1/8 ");
+    EXPECT_EQ(ternary(0x0A000001, 0xFFFFFFFF), "dip 10.0.0.1/32 ");
+    EXPECT_EQ(ternary(0x0A000001, 0x00FF0000), "dip 10.0.0.1/0 ");
+    EXPECT_EQ(ternary(0x0A0B0C0D, 0xFF00FF00), "dip 10.11.12.13/8 ");
+    EXPECT_EQ(ternary(0x0A000001, 0), "");
+}
+
+TEST(Addresses, Ipv6) {
+    const std::uint8_t address[16] = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    const std::uint8_t high[16] = {0xFF, 0xF0}, last[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    const std::uint8_t none[16] = {};
+    const auto ternary = [&](const std::uint8_t* bits) {
+        return written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_ternary(out, "dip", address, bits); });
+    };
+    EXPECT_EQ(written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_exact(out, "dip", address); }),
+              "dip 2001:db8::1")
+        << "the one text that ends in no blank";
+    EXPECT_EQ(written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_lpm(out, "dip", address, 65535); }),
+              "dip 2001:db8::1/65535 ");
+    EXPECT_EQ(ternary(high), "dip 2001:db8::1/fff0:: ");
+    EXPECT_EQ(ternary(last), "dip 2001:db8::1/::1 ");
+    EXPECT_EQ(ternary(none), "");
+}
+
+} // namespace

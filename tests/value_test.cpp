@@ -1,0 +1,165 @@
+// Value strings of entries: what is read for them, what the text is made of, and what is left alone when the read
+// fails. That keys and actions are written as their schemas announce is checked for the whole catalog by
+// check_literals.py, and round_trip_test.cpp and tables_test.cpp compare the entries of all direct tables.
+#include "support/text.h"
+
+#include <climits>
+
+#include "pd_velmar/value.h"
+
+namespace {
+
+using namespace support;
+
+class Values : public LibraryTest {
+protected:
+    static constexpr p4_pd_velmar_switch_setNextHop_action_spec_t hop = {.action_nextHop = 5};
+
+    std::string value(const char* table, pd_entry entry) {
+        return value_of_entry(table_named(table), session, entry);
+    }
+
+    pd_entry add_host() {
+        const p4_pd_velmar_switch_ipv4Host_match_spec_t key = {.l3Info_vrfId = 1, .ingIpv4_dip = 0x0A000001};
+        pd_entry entry = 0;
+        EXPECT_EQ(p4_pd_velmar_switch_ipv4Host_table_add_with_setNextHop(session, target, &key, &hop, &entry), 0u);
+        calls();
+        return entry;
+    }
+
+    pd_entry add_trap(std::uint32_t priority) {
+        const p4_pd_velmar_switch_trapToCpu_match_spec_t key = {};
+        const p4_pd_velmar_switch_trapPacket_action_spec_t action = {.action_cpuReasonCode = 42};
+        pd_entry entry = 0;
+        EXPECT_EQ(
+            p4_pd_velmar_switch_trapToCpu_table_add_with_trapPacket(session, target, &key, priority, &action, &entry),
+            0u);
+        return entry;
+    }
+};
+
+TEST_F(Values, EntriesWithAnAction) {
+    EXPECT_EQ(value("ipv4Host", add_host()), "((( 0x01,0x0a000001,),('setNextHop',(0x00000005,)),),(0,True))");
+    pd_entry entry = 0;
+    ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_set_default_action_onMiss(session, target, &entry), 0u);
+    EXPECT_EQ(value("ipv4Host", entry), "(((),('onMiss',()),),(0,True))");
+
+    p4_pd_velmar_switch_ipv6Host_match_spec_t host6 = {.l3Info_vrfId = 1, .ingIpv6_dip = {0x20, 0x01, 0x0D, 0xB8}};
+    host6.ingIpv6_dip[15] = 1;
+    ASSERT_EQ(p4_pd_velmar_switch_ipv6Host_table_add_with_setNextHop(session, target, &host6, &hop, &entry), 0u);
+    EXPECT_EQ(value("ipv6Host", entry),
+              "((( 0x01,0x20010DB8000000000000000000000001,),('setNextHop',(0x00000005,)),),(0,True))");
+
+    // The bits that the table doesn't match are shown as zeros, and what orders prefixes isn't their priority.
+    const p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t lpm = {
+        .l3Info_vrfId = 1, .ingIpv4_dip = 0x0A0B0C0D, .ingIpv4_dip_prefix_length = 12};
+    ASSERT_EQ(p4_pd_velmar_switch_ipv4ShortMaskLpm_table_add_with_setNextHop(session, target, &lpm, &hop, &entry), 0u);
+    EXPECT_EQ(value("ipv4ShortMaskLpm", entry),
+              "((( 0x01,0x0a000000,0x000c,),('setNextHop',(0x00000005,)),),(0,True))");
+
+    ASSERT_EQ(p4_pd_velmar_switch_entry_hdl_default(session, target, 0x1000067, &entry), 0u);
+    EXPECT_EQ(value("queueCounters", entry), "(((),('countEgressQueue',()),),(0,True))");
+}
+
+TEST_F(Values, MembersAndGroups) {
+    const p4_pd_velmar_switch_setEcmpNextHop_action_spec_t next = {.action_nextHopTable = 2, .action_nextHop = 1};
+    pd_member member = 0;
+    ASSERT_EQ(
+        p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_with_setEcmpNextHop(session, target, &next, &member),
+        0u);
+    const p4_pd_velmar_switch_ecmpGroup_match_spec_t key = {.l3_nextHop = 0x1123}; // narrowed to 0x3ff
+    pd_entry entry = 0;
+    ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_add_entry(session, target, &key, member, &entry), 0u);
+    // With handles such as the driver may make.
+    const auto answered = [&](std::uint8_t kind, std::uint32_t handle, const char* table = "ecmpGroup") {
+        vl_model::set_answer_hook([=](auto&, pipe_action_record& action, auto&) {
+            action.kind = kind;
+            action.member_hdl = action.group_hdl = handle;
+        });
+        return value(table, entry);
+    };
+    EXPECT_EQ(answered(PIPE_KIND_MEMBER, 0x11), "((( 0x0123,),('setMbrHdl',(0x11,))),(0,True))");
+    EXPECT_EQ(answered(PIPE_KIND_GROUP, 0x20000001), "((( 0x0123,),('setGrpHdl',(0x20000001,))),(0,True))");
+    EXPECT_EQ(answered(0, 0x11), "((( 0x0123,),),(0,True))");
+
+    const p4_pd_velmar_switch_setLagPort_action_spec_t port = {};
+    ASSERT_EQ(p4_pd_velmar_switch_lagPortActionProfile_add_member_with_setLagPort(session, target, &port, &member), 0u);
+    const p4_pd_velmar_switch_lagGroup_match_spec_t lag = {.egrMd_egrL2AintfUnresolved = 0x12340,
+                                                           .egrMd_egrL2AintfUnresolved_mask = 0xFFFF0};
+    ASSERT_EQ(p4_pd_velmar_switch_lagGroup_add_entry(session, target, &lag, 77, member, &entry), 0u);
+    EXPECT_EQ(answered(PIPE_KIND_MEMBER, 0xABCDEF01, "lagGroup"),
+              "((( 0x12340,0xffff0,),('setMbrHdl',(0xabcdef01,))),(77,True))");
+    vl_model::set_answer_hook([](pipe_match_record& match, pipe_action_record& action, auto&) {
+        match.key_len = 0;
+        action.kind = PIPE_KIND_MEMBER;
+        action.member_hdl = 0;
+    });
+    EXPECT_EQ(value("lagGroup", entry), "(((),('setMbrHdl',(0x0,))),(77,True))");
+
+    // Reads never tell of both at once; the member would win.
+    char target_text[32];
+    char* const end = vl_pd::value::put_target(target_text, 1, 0x11, 1, 0x22);
+    EXPECT_EQ(std::string(target_text, end), "('setMbrHdl',(0x11,))");
+}
+
+TEST_F(Values, EveryIndirectTableHasItsOwnHandle) {
+    for (const catalog::Profile& profile : catalog::profiles) {
+        SCOPED_TRACE(profile.table);
+        calls();
+        EXPECT_EQ(value(profile.table, 1), "") << "there is no such entry";
+        const std::vector<vl_model::Call> reads = calls_of("pipe_mgr_get_entry");
+        ASSERT_EQ(reads.size(), 2u);
+        EXPECT_EQ(reads[0].args[1], table_named(profile.table).handle);
+        EXPECT_EQ(reads[1].args[1], reads[0].args[1]) << "by the table's handle";
+    }
+}
+
+TEST_F(Values, PrioritiesAreSigned) {
+    const auto tail = [&](std::uint32_t priority) {
+        const std::string text = value("trapToCpu", add_trap(priority));
+        return text.substr(text.rfind('('));
+    };
+    EXPECT_EQ(tail(INT_MAX), "(2147483647,True))");
+    EXPECT_EQ(tail(0xFFFFFFFF), "(-1,True))");
+    EXPECT_EQ(tail(0x80000000), "(-2147483648,True))");
+    EXPECT_EQ(tail(10), "(10,True))");
+    // A default entry has no key, and the priority that the driver gives it.
+    vl_model::set_answer_hook([](pipe_match_record& match, auto&, auto&) {
+        match.key_len = 0;
+        match.priority = 9;
+    });
+    EXPECT_EQ(value("trapToCpu", add_trap(1)), "(((),('trapPacket',(0x2a,)),),(9,True))");
+}
+
+TEST_F(Values, ReadsPassTheFlagOnAndEightBitsOfTheDevice) {
+    const pd_entry entry = add_host();
+    const std::uint64_t wide_device = 0xABCD00 | device;
+    const auto expect_read = [&](std::uint64_t from_hw) {
+        const vl_model::Call read = calls_of("pipe_mgr_get_entry").back();
+        EXPECT_EQ(read.args[0], session);
+        EXPECT_EQ(read.args[1], 0x1000023u);
+        EXPECT_EQ(read.args[2], all_pipes_word);
+        EXPECT_EQ(read.args[3], entry);
+        EXPECT_EQ(read.args[7], from_hw);
+    };
+    for (const std::uint64_t from_hw : {0u, 1u, 0x100u}) {
+        EXPECT_NE(text_of("ipv4Host_value", {session, wide_device, entry, from_hw}), "");
+        expect_read(from_hw & 0xFF);
+        EXPECT_NE(text_of("entry_value", {session, wide_device, 0x1000023, entry, from_hw}), "");
+        expect_read(from_hw & 0xFF);
+    }
+}
+
+TEST_F(Values, FailedReadsLeaveTheBufferAlone) {
+    const pd_entry host = add_host();
+    EXPECT_EQ(value("ipv4Host", host + 1), "");
+    EXPECT_EQ(value("queueCounters", 1), "");
+    vl_model::set_answer_hook([](auto&, auto&, std::uint32_t& action) { action = 0x20000004; }); // not the table's
+    EXPECT_EQ(value("ipv4Host", host), "");
+    calls();
+    for (const std::uint32_t handle : {0x1000000u, 0x100005eu, 0x1000085u, 0x2000019u, 0xFFFFFFFFu})
+        EXPECT_EQ(text_of("entry_value", {session, device, handle, host, 0}), "") << handle;
+    EXPECT_TRUE(calls().empty()) << "and nothing is read for a handle of nobody";
+}
+
+} // namespace
