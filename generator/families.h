@@ -33,7 +33,8 @@ constexpr auto join_families(const Family (&... areas)[counts]) {
 }
 
 // In the order in which the public headers declare them.
-inline constexpr auto families = join_families(program_families, entries_families, tables_families, profiles_families,
-                                               resources_families, services_families, texts_families, placement_families);
+inline constexpr auto families =
+    join_families(program_families, entries_families, tables_families, profiles_families, resources_families,
+                  services_families, texts_families, placement_families);
 
 } // namespace generator

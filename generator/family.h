@@ -56,8 +56,8 @@ struct Family {
     // The member of the functions by handle that this family fills, of table and profile families; see
     // pd_velmar/by_handle.h.
     std::string_view by_handle = {};
-    // In front of the definition.
-    std::string_view attribute = {};
+    // In place of signature and body, where no C++ function does what is wanted. It may use {name}, the member's.
+    std::string_view definition = {};
 };
 
 // Data words that are exported beside the functions. src/ defines them.

@@ -81,12 +81,15 @@ bool has_counter(const Catalog& rows, const Table& table) {
     return resource.kind == ResourceKind::counter && resource.addressing == direct;
 }
 
-Member expand_member(const Family& family, const Context& context) {
+Member expand_member(const Family& family, Context context) {
+    const std::string name = expand(family.name, context);
+    context.set("name", name);
     return {.family = &family,
-            .name = expand(family.name, context),
+            .name = name,
             .result = expand(family.result, context),
             .arguments = expand(family.arguments, context),
-            .body = expand(family.body, context)};
+            .body = expand(family.body, context),
+            .definition = expand(family.definition, context)};
 }
 
 void add_table_members(std::vector<Member>& members, const Family& family, const Catalog& rows, const Table& table) {

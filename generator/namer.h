@@ -15,6 +15,7 @@ struct Member {
     std::string result;
     std::string arguments;
     std::string body;
+    std::string definition; // empty for a function with a body
 
     // "pd_status p4_...(pd_session sess_hdl, ...)"
     std::string signature() const;

@@ -46,7 +46,8 @@ std::string_view header_of(Shard shard) {
 }
 
 std::string definition(const Member& member) {
-    return std::string(member.family->attribute) + member.signature() + " PD_NOEXCEPT {\n    " + member.body + "\n}\n";
+    if (!member.definition.empty()) return member.definition + "\n";
+    return member.signature() + " PD_NOEXCEPT {\n    " + member.body + "\n}\n";
 }
 
 // The rows that the bodies name, looked up once per source.

@@ -34,8 +34,10 @@ struct MatchBuffers {
     pipe_match_record record{};
 
     MatchBuffers() {
-        record.key_bytes = key;
-        record.mask_bytes = mask;
+        if constexpr (decoding::key_layout<T>.bytes != 0) {
+            record.key_bytes = key;
+            record.mask_bytes = mask;
+        }
     }
     MatchBuffers(const MatchBuffers&) = delete;
     MatchBuffers& operator=(const MatchBuffers&) = delete;

@@ -2,6 +2,7 @@
 #include "pd_velmar/param_columns.h"
 
 #include <array>
+#include <cassert>
 
 #include "pd/encoding.h"
 
@@ -43,6 +44,7 @@ constexpr Directory directory = [] {
 } // namespace
 
 std::span<const ParamColumn> param_columns(std::uint32_t action) noexcept {
+    assert(action < action_count && "unknown action");
     const ParamColumn* const params = directory.params.data();
     return {params + directory.first[action], params + directory.first[action + 1]};
 }
