@@ -1,0 +1,37 @@
+// The embedded driver with a few answers of its own, for the tests of pd-show: the first entries of ipv4Host can't be
+// read from the hardware, nor at all if their handles are odd; and a counter by index has ten cells, of which one has
+// counted.
+#include <dlfcn.h>
+
+#include "vl_driver/resources.h"
+#include "vl_driver/tables.h"
+
+namespace {
+
+constexpr pipe_tbl_hdl ipv4_host = 0x1000023;
+
+void* embedded(const char* name) {
+    static void* const driver = dlopen("libvl_driver_model.so", RTLD_LAZY | RTLD_NOLOAD);
+    return dlsym(driver, name);
+}
+
+} // namespace
+
+pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt, pipe_ent_hdl ent_hdl,
+                               pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* act_hdl,
+                               uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
+    if (tbl_hdl == ipv4_host && ent_hdl < 100 && (ent_hdl % 2 == 1 || read_from_hw != 0)) return 99;
+    static const auto read = reinterpret_cast<decltype(&pipe_mgr_get_entry)>(embedded("pipe_mgr_get_entry"));
+    return read(sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl, read_from_hw, always_1, always_0);
+}
+
+pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, const uint32_t* indices, uint32_t,
+                                    pipe_counter_record* const* records) {
+    if (indices[0] >= 10) return 99;
+    *records[0] = {};
+    if (indices[0] == 7) {
+        records[0]->count_a = 3;
+        records[0]->count_b = 192;
+    }
+    return 0;
+}

@@ -1,0 +1,247 @@
+#!/usr/bin/env python3
+"""pd-show as a user types it.
+
+  pd_show_test.py PD_SHOW FAULTY_DRIVER FOREIGN_DRIVER
+"""
+
+import ast
+import ipaddress
+import json
+import re
+import subprocess
+import sys
+import unittest
+
+pd_show, faulty_driver, foreign_driver = sys.argv[1:4]
+
+routes = """# of both families, in tables of all kinds
+10.1.0.0/16 1
+10.0.0.0/8 2
+192.0.2.1 1
+192.0.2.2 2
+192.0.2.3 2
+2001:db8::/32 3
+2001:db8:0:1::/64 3
+2001:db8::1:0:0:1 4
+2001:db8:1:2:3::/80 4
+::/0 1
+"""
+
+
+def run(*arguments, stdin="", stdout=subprocess.PIPE):
+    return subprocess.run([pd_show, *arguments], input=stdin, stdout=stdout, stderr=subprocess.PIPE, text=True,
+                          check=False)
+
+
+def by_table(text):
+    """The lines below each table's heading, by the heading's first word."""
+    tables = {}
+    for line in text.splitlines():
+        if line.startswith(" "):
+            lines.append(line.strip())
+        else:
+            lines = tables.setdefault(line.split(",")[0], [])
+    return tables
+
+
+def numbers(value):
+    """What a value of a JSON document stands for in a value string."""
+    if isinstance(value, int):
+        return [value]
+    if re.fullmatch(r"[0-9a-f]{4}(\.[0-9a-f]{4}){2}", value):
+        digits = value.replace(".", "")
+        return [int(digits[:6], 16), int(digits[6:], 16)]
+    address = ipaddress.ip_address(value)
+    assert str(address) == value, value
+    return [int(address)]
+
+
+def columns(fields):
+    flat = []
+    for value in fields.values():
+        if isinstance(value, dict):
+            parts = zip(numbers(value["value"]), numbers(value.get("mask", value.get("length"))))
+            flat += [number for pair in parts for number in pair]
+        else:
+            flat += numbers(value)
+    return tuple(flat)
+
+
+class Shown(unittest.TestCase):
+    def shown(self, *arguments, stdin=""):
+        """The output of a run that shows all and has nothing to complain of."""
+        done = run(*arguments, stdin=stdin)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
+        return done.stdout
+
+    def test_help(self):
+        text = self.shown("--help")
+        for word in ("tables", "table NAME", "entries [NAME]", "counters [NAME]", "--driver LIB", "--demo", "--routes",
+                     "--format", "Exit status"):
+            self.assertIn(word, text)
+
+    def test_tables_stand_in_pipeline_order(self):
+        text = self.shown("--demo", "tables")
+        handles = [int(handle, 16) for handle in re.findall(r"^(0x\w+)  \w+$", text, re.M)]
+        self.assertEqual(handles, [each for each in range(0x1000001, 0x1000085) if each != 0x100005E])
+        self.assertIn("0x1000023  ipv4Host\n"
+                      "    key       vrfId, dip\n"
+                      "    actions   onMiss, setEcmp, setNextHop, setNextHop2, setNextHop3\n"
+                      "    entries   3\n", text)
+        self.assertIn("0x1000083  egressPortDropCheck\n", text)
+        self.assertRegex(text, r"dmac/mask\n    actions .*\n( {14}.*\n)*    counter   l2DmacClassifyCount\n")
+        self.assertIn("    counter   pdpClassCount (cells by index)\n", text)
+        self.assertIn("    entries   only a default entry\n", text)
+        self.assertLess(max(map(len, text.splitlines())), 112)
+
+    def test_page_of_a_table(self):
+        text = self.shown("table", "ipv4ShortMaskLpm")
+        self.assertRegex(text, r"\n    dip +ingIpv4_dip +32 +prefix +v4addr +0xfff00000\n")
+        self.assertRegex(text, r"\n    vrfId +l3Info_vrfId +8 +exact +hex +all\n")
+        self.assertRegex(text, r"\n    setNextHop +nextHop +32 +hex\n")
+        self.assertIn("\nEntries   0\n", text)
+        self.assertRegex(self.shown("table", "ecmpGroup"), r"profile ecmpMemberActionProfile.*\n.*\n    NoAction\n")
+        self.assertIn("No key", self.shown("table", "queueCounters"))
+        self.assertRegex(self.shown("table", "trapToCpu"), r"Key, with a priority\n(.*\n)*Counter   trapToCpuCount\n")
+
+    def test_entries_as_text(self):
+        tables = by_table(self.shown("--demo", "--routes", "-", "entries", stdin=routes))
+        self.assertEqual(len(tables), 131)
+        self.assertEqual(tables["ipv4ShortMaskLpm"],
+                         ["#1 vrfId=0x1 dip=0.0.0.0/0 -> setEcmp ecmpGroup=0xc8",
+                          "#2 vrfId=0x1 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0x2",
+                          "default -> ipv4ShortMaskLpmMiss"])
+        self.assertIn("#1 vrfId=0x1 dip=2001:db8::1:0:0:1 -> setEcmp ecmpGroup=0x4", tables["ipv6Host"])
+        self.assertIn("#1 smac=0200.0000.0011 ingL2Domain=0xa ingL2Aintf=0x1 -> noOp", tables["l2LearningLookup"])
+        # Masks: of a field whole, of a part of it, and of nothing.
+        self.assertIn("#1 ingressPort=0x1 dmac=ffff.ffff.ffff priority 1 -> l2LookupBcastHit", tables["l2LookupMiss"])
+        self.assertRegex(" ".join(tables["lagGroup"]),
+                         r"#1 egrL2AintfUnresolved=0x20001 priority 1 -> group 0x\w+ "
+                         r"#2 egrL2AintfUnresolved=0x0/0xf0000 priority 1 -> member 0x\w+")
+        self.assertEqual(tables["queueCounters"], ["default -> countEgressQueue"])
+
+    def test_forms_say_the_same(self):
+        arguments = ("--demo", "--routes", "-", "entries")
+        document = json.loads(self.shown(*arguments, "--format", "json", stdin=routes))
+        values = []
+        for line in self.shown(*arguments, "--format=value", stdin=routes).splitlines():
+            if line.startswith("# "):
+                table = line[2:]
+            else:
+                values.append((table, ast.literal_eval(line)))
+        text = sum((lines for lines in by_table(self.shown(*arguments, stdin=routes)).values()), [])
+        self.assertEqual((len(values), len(text)), (len(document), len(document)))
+        targets = set()
+        for entry, (table, ((key, *action), (priority, _))), line in zip(document, values, text):
+            self.assertEqual(entry["table"], table)
+            self.assertEqual(columns(entry.get("key", {})), key, entry)
+            self.assertEqual(entry.get("priority", 0), 0 if entry["default"] else priority)
+            target = next(name for name in ("action", "member", "group") if name in entry)
+            targets.add(target)
+            if target == "action":
+                self.assertEqual(((entry["action"], columns(entry["params"])),), tuple(action))
+                self.assertIn("-> " + entry["action"], line)
+            else:
+                self.assertEqual((({"member": "setMbrHdl", "group": "setGrpHdl"}[target], (entry[target],)),),
+                                 tuple(action))
+            self.assertTrue(line.startswith("default" if entry["default"] else f"#{entry['handle']} "), line)
+        self.assertEqual(targets, {"action", "member", "group"})
+
+    def test_large_tables_are_shown_whole(self):
+        hosts = [f"10.{i // 250}.{i % 250}.1" for i in range(6000)]
+        text = self.shown("--routes", "-", "entries", "ipv4Host", stdin="".join(host + " 1\n" for host in hosts))
+        self.assertEqual(re.findall(r"^  #\d+ vrfId=0x1 dip=(\S+) -> setEcmp ecmpGroup=0x1$", text, re.M), hosts)
+
+    def test_counters(self):
+        text = self.shown("--demo", "counters")
+        self.assertRegex(text, r"trapToCpuCount, of the entries of trapToCpu\n +count_a +count_b  entry\n"
+                               r" +\d+ +\d+  #1\n +\d+ +\d+  #2  dstPort 0x00b3 L3DmacValid dip 10.0.10.1/32 TCP\n"
+                               r" +\d+ +\d+  default\n")
+        self.assertIn("65536 of 65536 cells are at 0", text)
+        self.assertEqual(len(re.findall("count_a", text)), 9)
+        of_table = self.shown("counters", "haloCounters")
+        self.assertTrue(of_table.startswith("haloCount, of the entries of haloCounters\n"))
+        self.assertEqual(self.shown("counters", "haloCount"), of_table)
+        counted = self.shown("--driver", faulty_driver, "counters", "egressPortQueueCount")
+        self.assertRegex(counted, r"index\n +3 +192  7\n  9 of 10 cells are at 0\n$")
+
+    def test_times_go_to_stderr(self):
+        done = run("--demo", "--time", "entries")
+        self.assertEqual((done.returncode, done.stdout), (0, self.shown("--demo", "entries")))
+        self.assertEqual(len(re.findall(r"^ +-?[\d.]+ s +-?[\d.]+ %  \w", done.stderr, re.M)), 4, done.stderr)
+
+
+class Refused(unittest.TestCase):
+    def refused(self, status, expected, *arguments, stdin=""):
+        done = run(*arguments, stdin=stdin)
+        self.assertEqual(done.returncode, status, (arguments, done.stderr))
+        self.assertRegex(done.stderr, r"\Apd-show: ")
+        self.assertRegex(done.stderr, expected)
+        return done
+
+    def test_wrong_usage(self):
+        for expected, *arguments in (
+                ("no command;",),
+                (r"no command entrys: did you mean entries\?\n$", "entrys"),
+                ("no command show; there are tables, table, entries, counters;", "show"),
+                ("no option --dem0", "--dem0", "tables"),
+                ("--device needs a value", "tables", "--device"),
+                ("--device takes a number from 0 to 255, not 256", "--device", "256", "tables"),
+                ("no format xml; there are text, json, value", "--format", "xml", "entries"),
+                ("entries alone", "--format", "json", "tables"),
+                ("table needs a name", "table"),
+                ("what is ipv4Host behind tables", "tables", "ipv4Host"),
+                ("drivers that aren't embedded", "--session", "1", "tables"),
+                ("device 0", "--demo", "--device", "1", "tables"),
+                ("needs? the embedded driver", "--driver", foreign_driver, "--session", "1", "--demo", "tables"),
+                ("say which by --session", "--driver", foreign_driver, "tables")):
+            self.assertEqual(self.refused(2, expected, *arguments).stdout, "")
+
+    def test_mistyped_names_get_near_ones(self):
+        for command in ("table", "entries"):
+            self.refused(2, r"no table ipv4host: did you mean ipv4Host or ipv6Host\?\n$", command, "ipv4host")
+        self.refused(2, r"did you mean ipv4Host or", "table", "IPV4HOST")
+        self.refused(2, r"did you mean .*\bipv4FinalResolve0\b", "table", "FinalResolve")
+        self.refused(2, r"no table xyzzyxyzzy\n$", "table", "xyzzyxyzzy")
+        self.refused(2, r"did you mean haloCounters or haloCount\?", "counters", "haloCounter")
+
+    def test_bad_lists_of_routes(self):
+        self.refused(2, "nowhere can't be opened: No such file", "--routes", "/nowhere", "tables")
+        done = self.refused(2, "<stdin>:2: .*no IPv4", "--routes", "-", "tables", stdin="10.0.0.0/8 1\n10.x 1\n")
+        self.assertEqual(done.stdout, "")
+        # What stands already is the driver's to refuse.
+        self.refused(1, "ipv4Host: adding 10.0.10.11/32 was refused with status 8, EXISTS", "--demo", "--routes", "-",
+                     "tables", stdin="10.0.10.11 1\n")
+
+    def test_drivers_that_cannot_be_used(self):
+        self.refused(1, "the driver can't be loaded: .*nowhere.so", "--driver", "/nowhere.so", "tables")
+        self.refused(1, "beside this driver: .*undefined symbol", "--driver", "libm.so.6", "tables")
+
+    def test_what_cannot_be_read_is_told_and_the_rest_is_shown(self):
+        hosts = "".join(f"192.0.2.{i} 1\n" for i in range(1, 51))
+        done = self.refused(1, "ipv4Host: entry #1 can't be read\n", "--driver", faulty_driver, "--routes", "-",
+                            "entries", "ipv4Host", stdin=hosts)
+        self.assertEqual(len(re.findall("^  #", done.stdout, re.M)), 25)
+        self.assertEqual(done.stderr.count("can't be read"), 20)
+        self.assertTrue(done.stderr.endswith("and 5 more like these\n"), done.stderr)
+        document = run("--driver", faulty_driver, "--routes", "-", "--format", "json", "entries", "ipv4Host",
+                       stdin=hosts).stdout
+        self.assertEqual([entry["handle"] for entry in json.loads(document)][:3], [2, 4, 6])
+        # The driver's copy can be read where the hardware can't.
+        of_hw = run("--driver", faulty_driver, "--routes", "-", "--hw", "entries", "ipv4Host", stdin=hosts)
+        self.assertEqual(of_hw.stdout.count("\n  #"), 0)
+
+    def test_sessions_of_other_drivers(self):
+        done = self.refused(1, "ipv4Host: counting the entries was refused with status 4\n", "--driver",
+                            foreign_driver, "--session", "7", "table", "ipv4Host")
+        self.assertIn("Table ipv4Host", done.stdout)
+
+    def test_output_that_cannot_be_written(self):
+        with open("/dev/full", "w", encoding="ascii") as full:
+            done = run("tables", stdout=full)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("No space left", done.stderr)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])

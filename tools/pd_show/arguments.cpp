@@ -1,0 +1,157 @@
+#include "pd_show/arguments.h"
+
+#include <charconv>
+#include <string_view>
+#include <vector>
+
+#include <getopt.h>
+
+#include "pd_show/near_names.h"
+#include "pd_show/problem.h"
+
+namespace pd_show {
+
+const char usage[] = R"(Usage: pd-show [OPTION]... COMMAND [NAME]
+
+Shows what the tables of the switch hold. The driver and the library are loaded into this process; the embedded driver
+starts empty there, so that --demo or --routes gives it something to show.
+
+Commands:
+  tables            all tables in the order of the pipeline, with keys, actions, counters and numbers of entries
+  table NAME        one table's schema as a page
+  entries [NAME]    the entries of one table, or of all
+  counters [NAME]   the counts and what they count, of one counter or table with a counter, or of all
+
+Options:
+  --driver LIB      a driver to load in place of the embedded one
+  --session N       the session to work in, with a driver in which this command can't open one
+  --device N        the device, from 0 to 255 (0)
+  --demo            brings up the example leaf switch first; needs the embedded driver
+  --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); needs the
+                    embedded driver
+  --hw              reads the hardware, not the driver's copy of it
+  --format FORMAT   of entries:
+                      text   a line for each; fields that match anything are left out, and so are masks of a whole field
+                      json   one array of objects, with all fields
+                      value  the library's value strings, Python literals, behind a comment with the table's name
+  --time            tells on stderr where the time of a dump of entries went
+  --help            this text
+
+Exit status: 0 if all was shown, 1 if the driver or the library can't be used or something couldn't be read, 2 for wrong
+arguments, an unknown name or a bad list of routes.
+)";
+
+namespace {
+
+struct CommandName {
+    const char* name;
+    Command command;
+    enum class Names { none, optional, needed } names;
+};
+
+constexpr CommandName commands[] = {
+    {"tables", Command::tables, CommandName::Names::none},
+    {"table", Command::table, CommandName::Names::needed},
+    {"entries", Command::entries, CommandName::Names::optional},
+    {"counters", Command::counters, CommandName::Names::optional},
+};
+
+struct FormatName {
+    const char* name;
+    Format format;
+};
+
+constexpr FormatName formats[] = {{"text", Format::text}, {"json", Format::json}, {"value", Format::value}};
+
+[[noreturn]] void refuse(const std::string& what) {
+    throw Problem(exit_bad_usage, what + "; pd-show --help tells more");
+}
+
+// The row with this name.
+template <class Row, std::size_t count>
+const Row& choose(const Row (&rows)[count], const char* kind, const std::string& name) {
+    std::vector<std::string> all;
+    for (const Row& row : rows) {
+        if (name == row.name) return row;
+        all.emplace_back(row.name);
+    }
+    std::string what = "there is no " + std::string(kind) + " " + name;
+    const std::string meant = near_text(name, all);
+    if (!meant.empty()) throw Problem(exit_bad_usage, what + meant);
+    for (const std::string& each : all)
+        what += (each == all.front() ? "; there are " : ", ") + each;
+    refuse(what);
+}
+
+std::uint32_t number(const char* option, std::string_view text, std::uint32_t most) {
+    std::uint32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value > most)
+        refuse(std::string(option) + " takes a number from 0 to " + std::to_string(most) + ", not " +
+               std::string(text));
+    return value;
+}
+
+} // namespace
+
+Arguments read_arguments(int count, char** arguments) {
+    enum Option { driver = 256, session, device, demo, routes, hw, format, time, help };
+    constexpr option options[] = {
+        {"driver", required_argument, nullptr, driver}, {"session", required_argument, nullptr, session},
+        {"device", required_argument, nullptr, device}, {"demo", no_argument, nullptr, demo},
+        {"routes", required_argument, nullptr, routes}, {"hw", no_argument, nullptr, hw},
+        {"format", required_argument, nullptr, format}, {"time", no_argument, nullptr, time},
+        {"help", no_argument, nullptr, help},           {nullptr, 0, nullptr, 0},
+    };
+    Arguments read;
+    bool format_given = false;
+    opterr = 0;
+    for (int found; (found = getopt_long(count, arguments, ":", options, nullptr)) != -1;) {
+        switch (found) {
+        case driver:
+            read.driver = optarg;
+            break;
+        case session:
+            read.session = number("--session", optarg, UINT32_MAX);
+            break;
+        case device:
+            read.device = number("--device", optarg, 255);
+            break;
+        case demo:
+            read.demo = true;
+            break;
+        case routes:
+            read.routes = optarg;
+            break;
+        case hw:
+            read.from_hw = true;
+            break;
+        case format:
+            read.format = choose(formats, "format", optarg).format;
+            format_given = true;
+            break;
+        case time:
+            read.time = true;
+            break;
+        case help:
+            return {};
+        case ':':
+            refuse(std::string(arguments[optind - 1]) + " needs a value");
+        default:
+            refuse("there is no option " + std::string(arguments[optind - 1]));
+        }
+    }
+    if (optind == count) refuse("there is no command");
+    const CommandName& chosen = choose(commands, "command", arguments[optind]);
+    read.command = chosen.command;
+    const int names = count - optind - 1;
+    if (names > (chosen.names == CommandName::Names::none ? 0 : 1))
+        refuse("what is " + std::string(arguments[count - 1]) + " behind " + chosen.name + "?");
+    if (names == 1) read.name = arguments[optind + 1];
+    if (names == 0 && chosen.names == CommandName::Names::needed) refuse(std::string(chosen.name) + " needs a name");
+    if (read.command != Command::entries && (format_given || read.time))
+        refuse("--format and --time are for entries alone");
+    return read;
+}
+
+} // namespace pd_show

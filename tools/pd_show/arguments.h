@@ -1,0 +1,31 @@
+// The command line.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+namespace pd_show {
+
+enum class Command { help, tables, table, entries, counters };
+enum class Format { text, json, value };
+
+struct Arguments {
+    Command command = Command::help;
+    std::optional<std::string> name; // of what the command is about, if not of all
+    Format format = Format::text;
+    std::optional<std::string> driver; // the embedded one if none is named
+    std::optional<std::uint32_t> session;
+    std::uint32_t device = 0;
+    bool demo = false;
+    std::optional<std::string> routes;
+    bool from_hw = false;
+    bool time = false;
+};
+
+extern const char usage[];
+
+// Throws Problem.
+Arguments read_arguments(int count, char** arguments);
+
+} // namespace pd_show

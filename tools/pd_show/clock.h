@@ -1,0 +1,39 @@
+// The time that dumps spend in the driver's reads. A module of its own, which stands between library and driver only
+// when it is asked for. Relies on the time stamp counter of x86-64.
+#pragma once
+
+#include <cstdint>
+
+namespace pd_show {
+
+inline std::uint64_t ticks() {
+    return __builtin_ia32_rdtsc();
+}
+
+// Of calls of one kind.
+struct TimeSpent {
+    std::uint64_t calls = 0;
+    std::uint64_t ticks = 0; // the clock's own included
+};
+
+// Calls `work` and adds its time.
+template <class Work>
+auto timed(TimeSpent& spent, Work&& work) {
+    const std::uint64_t start = ticks();
+    const auto result = work();
+    spent.ticks += ticks() - start;
+    ++spent.calls;
+    return result;
+}
+
+} // namespace pd_show
+
+extern "C" {
+
+using pd_show_clock_start_function = void(void* driver);
+using pd_show_clock_read_function = pd_show::TimeSpent();
+// `driver` is what dlopen gave. Comes before the first call of the driver.
+__attribute__((visibility("default"))) pd_show_clock_start_function pd_show_clock_start;
+__attribute__((visibility("default"))) pd_show_clock_read_function pd_show_clock_read;
+
+} // extern "C"

@@ -1,0 +1,69 @@
+#include "pd_show/demo.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+
+#include <unistd.h>
+
+#include "leaf_switch/leaf_switch.h"
+#include "pd_show/problem.h"
+#include "route_agent/phases.h"
+#include "route_agent/route_list.h"
+
+namespace {
+
+using pd_show::Problem;
+
+std::vector<route_agent::Route> read_routes(const std::string& path) {
+    std::ostringstream messages;
+    std::ifstream file;
+    const bool from_stdin = path == "-";
+    if (!from_stdin) {
+        errno = 0;
+        file.open(path);
+        if (!file) throw Problem(pd_show::exit_bad_usage, path + " can't be opened: " + std::strerror(errno));
+    }
+    std::optional<std::vector<route_agent::Route>> routes =
+        route_agent::read_route_list(from_stdin ? std::cin : file, from_stdin ? "<stdin>" : path, messages);
+    if (!routes) throw Problem(pd_show::exit_bad_usage, "the list of routes is bad\n" + messages.str());
+    return std::move(*routes);
+}
+
+void program_routes(const route_agent::Device& device, const std::string& path) {
+    std::string reason;
+    const std::optional<route_agent::Plan> plan = route_agent::make_plan(read_routes(path), reason);
+    if (!plan) throw Problem(pd_show::exit_bad_usage, path + ": " + reason);
+    // Scripts don't want to hear of it.
+    std::ostream nowhere(nullptr);
+    const bool on_terminal = isatty(STDERR_FILENO) == 1;
+    route_agent::Progress progress(on_terminal ? std::cerr : nowhere, on_terminal);
+    route_agent::Run run(device, *plan, progress);
+    for (unsigned load = 0; load < route_agent::load_count; ++load)
+        route_agent::program(run, load);
+}
+
+} // namespace
+
+int pd_show_demo(bool with_leaf_switch, const char* routes, pd_session* session, std::string* problem) {
+    try {
+        route_agent::Device device;
+        if (with_leaf_switch) {
+            static const leaf_switch::Leaf leaf = leaf_switch::bring_up(); // stays up as long as the driver
+            device.session = leaf.session;
+        } else {
+            device = route_agent::open_device();
+        }
+        if (routes != nullptr) program_routes(device, routes);
+        *session = device.session;
+        return pd_show::exit_shown;
+    } catch (const Problem& known) {
+        *problem = known.what();
+        return known.status;
+    } catch (const std::exception& error) {
+        *problem = error.what();
+        return pd_show::exit_unreadable;
+    }
+}

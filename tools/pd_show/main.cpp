@@ -1,0 +1,57 @@
+// The command pd-show: shows what the tables of the switch hold.
+#include <exception>
+#include <iostream>
+
+#include "pd_show/commands.h"
+
+namespace {
+
+using namespace pd_show;
+
+int run(const Arguments& arguments) {
+    Output out;
+    if (arguments.command == Command::help) {
+        out.put(usage);
+        out.flush();
+        return exit_shown;
+    }
+    const Library library(arguments.driver, arguments.time);
+    const Pipeline pipeline = describe_pipeline(library);
+    const Place place = open_place(library, arguments);
+    Complaints complaints;
+    const Work work{arguments, place, pipeline, out, complaints};
+    switch (arguments.command) {
+    case Command::help:
+        break;
+    case Command::tables:
+        show_tables(work);
+        break;
+    case Command::table:
+        show_table(work);
+        break;
+    case Command::entries:
+        show_entries(work);
+        break;
+    case Command::counters:
+        show_counters(work);
+        break;
+    }
+    out.flush();
+    close_place(place);
+    complaints.finish();
+    return complaints.any() ? exit_unreadable : exit_shown;
+}
+
+} // namespace
+
+int main(int count, char** arguments) {
+    try {
+        return run(read_arguments(count, arguments));
+    } catch (const Problem& problem) {
+        std::cerr << "pd-show: " << problem.what() << '\n';
+        return problem.status;
+    } catch (const std::exception& error) {
+        std::cerr << "pd-show: " << error.what() << '\n';
+        return exit_unreadable;
+    }
+}
