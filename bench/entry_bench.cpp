@@ -16,9 +16,6 @@
 namespace bench {
 namespace {
 
-// Records vary from one iteration to the next, and are few enough to stay in the first cache.
-constexpr std::size_t ring_size = 64;
-
 template <class Table>
 const std::array<Record<Table>, ring_size>& records() {
     static const auto ring = [] {
@@ -27,18 +24,6 @@ const std::array<Record<Table>, ring_size>& records() {
         for (Record<Table>& record : made)
             record = random_record<Table>(random);
         return made;
-    }();
-    return ring;
-}
-
-template <class Table>
-const std::array<Answer, ring_size>& answers() {
-    static std::array<Answer, ring_size> ring;
-    static const bool filled [[maybe_unused]] = [] {
-        Random random;
-        for (Answer& answer : ring)
-            randomize<Table>(random, answer);
-        return true;
     }();
     return ring;
 }

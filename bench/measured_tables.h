@@ -1,6 +1,7 @@
 // The tables that are measured, with the two arms of each: the library's functions and those written by hand.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <cstring>
 #include <random>
@@ -222,6 +223,21 @@ void randomize(Random& random, Answer& answer) {
     answer.driver.slot.resource_hdl = Table::resource_hdl;
     answer.driver.slot.index = static_cast<std::uint32_t>(random());
     answer.driver.slot.tag = PIPE_SLOT_ATTACHED;
+}
+
+// Records and answers vary from one iteration to the next, and are few enough to stay in the first cache.
+inline constexpr std::size_t ring_size = 64;
+
+template <class Table>
+const std::array<Answer, ring_size>& answers() {
+    static std::array<Answer, ring_size> ring;
+    static const bool filled [[maybe_unused]] = [] {
+        Random random;
+        for (Answer& answer : ring)
+            randomize<Table>(random, answer);
+        return true;
+    }();
+    return ring;
 }
 
 } // namespace bench

@@ -20,7 +20,6 @@ namespace {
 using vl_pd::Column;
 using vl_pd::columns;
 
-constexpr std::size_t ring_size = 64;
 constexpr std::size_t buffer_size = 4096;
 
 int dev_null() {
@@ -72,20 +71,6 @@ int plain_entry_value(char* buffer) {
 }
 
 // The cases. Each gives the text's length in both arms.
-
-using Ring = std::array<Answer, ring_size>;
-
-template <class Table>
-const Ring& answers() {
-    static Ring ring;
-    static const bool filled [[maybe_unused]] = [] {
-        Random random;
-        for (Answer& answer : ring)
-            randomize<Table>(random, answer);
-        return true;
-    }();
-    return ring;
-}
 
 template <class Table>
 const std::array<typename Table::MatchSpec, ring_size>& records() {

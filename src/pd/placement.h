@@ -26,43 +26,46 @@ template <auto row, const std::string_view& suffix>
 inline constexpr auto function_name =
     join_names<name_prefix.size() + std::string_view(row->name).size() + suffix.size()>(name_prefix, row->name, suffix);
 
-// Key and mask go to zeroed buffers of the table's length, which the driver isn't told.
+// What the driver makes of an entry's data. Its records are zero but for the buffers, whose lengths it isn't told.
 template <TableRef T>
-struct MatchBuffers {
+struct PlacedEntry {
     Byte key[decoding::key_layout<T>.bytes + 1]{};
     Byte mask[decoding::key_layout<T>.bytes + 1]{};
-    pipe_match_record record{};
+    Byte data[data_capacity]{};
+    pipe_match_record match{};
+    pipe_action_record action{};
+    pipe_act_hdl action_hdl = 0;
 
-    MatchBuffers() {
+    PlacedEntry() {
         if constexpr (decoding::key_layout<T>.bytes != 0) {
-            record.key_bytes = key;
-            record.mask_bytes = mask;
+            match.key_bytes = key;
+            match.mask_bytes = mask;
         }
+        action.action.data = data;
     }
-    MatchBuffers(const MatchBuffers&) = delete;
-    MatchBuffers& operator=(const MatchBuffers&) = delete;
+    PlacedEntry(const PlacedEntry&) = delete;
+    PlacedEntry& operator=(const PlacedEntry&) = delete;
+
+    pd_status read(const void* plcmt_data) {
+        return pipe_mgr_plcmt_mat_data_get_entry(plcmt_data, &match, &action, &action_hdl);
+    }
 };
 
 // PD_STATUS_INVALID: the action isn't the table's; the key outputs are written then, the action record isn't.
 template <TableRef T>
 VL_INLINE pd_status decode_entry(const void* plcmt_data, void* match_spec, std::uint32_t* priority, void* action_record,
                                  std::uint8_t* is_default) noexcept {
-    MatchBuffers<T> match;
-    Byte data[data_capacity]{};
-    pipe_action_record action{};
-    action.action.data = data;
-    pipe_act_hdl action_hdl = 0;
-    const pd_status refused = pipe_mgr_plcmt_mat_data_get_entry(plcmt_data, &match.record, &action, &action_hdl);
-    if (refused != PD_STATUS_OK) return refused;
+    PlacedEntry<T> entry;
+    if (const pd_status refused = entry.read(plcmt_data); refused != PD_STATUS_OK) return refused;
     ResourceList resources;
-    if (!resources.build_pd_res_spec(action)) return PD_STATUS_NO_MEMORY;
+    if (!resources.build_pd_res_spec(entry.action)) return PD_STATUS_NO_MEMORY;
 
     if constexpr (catalog::key_shape(*T) == catalog::KeyShape::keyless)
         *is_default = 1; // it has no other entry
     else
-        readback::write_key<T>(match.record, match_spec, priority, is_default);
-    const bool known = visit_action<T>(action_hdl, [&]<ActionRef A>() VL_INLINE_LAMBDA {
-        readback::write_action_record<A>(action.action, resources.pairs(), resources.count(), action_record);
+        readback::write_key<T>(entry.match, match_spec, priority, is_default);
+    const bool known = visit_action<T>(entry.action_hdl, [&]<ActionRef A>() VL_INLINE_LAMBDA {
+        readback::write_action_record<A>(entry.action.action, resources.pairs(), resources.count(), action_record);
     });
     if (known) return PD_STATUS_OK;
     assertion_failed(Condition::null_pointer, function_name<T, entry_suffix>.data(), __LINE__);
@@ -74,15 +77,10 @@ template <TableRef T>
 VL_INLINE pd_status decode_indirect_entry(const void* plcmt_data, void* match_spec, std::uint32_t* priority,
                                           pd_member* mbr_hdl, pd_group* grp_hdl, std::uint8_t* has_mbr,
                                           std::uint8_t* has_grp, std::uint8_t* is_default) noexcept {
-    MatchBuffers<T> match;
-    Byte data[data_capacity]{};
-    pipe_action_record action{};
-    action.action.data = data;
-    pipe_act_hdl action_hdl = 0;
-    const pd_status refused = pipe_mgr_plcmt_mat_data_get_entry(plcmt_data, &match.record, &action, &action_hdl);
-    if (refused != PD_STATUS_OK) return refused;
-    readback::write_key<T>(match.record, match_spec, priority, is_default);
-    readback::write_target(action, has_mbr, has_grp, grp_hdl, mbr_hdl);
+    PlacedEntry<T> entry;
+    if (const pd_status refused = entry.read(plcmt_data); refused != PD_STATUS_OK) return refused;
+    readback::write_key<T>(entry.match, match_spec, priority, is_default);
+    readback::write_target(entry.action, has_mbr, has_grp, grp_hdl, mbr_hdl);
     return PD_STATUS_OK;
 }
 
