@@ -113,16 +113,17 @@ void no_profile_has_this_name();
 void no_hash_calculation_has_this_name();
 
 consteval TableRef table(const char* name) {
-    for (std::uint8_t seam = 0; seam < std::size(seams); ++seam)
-        for (std::uint8_t row = 0; row < seams[seam].tables.size(); ++row)
-            if (same(seams[seam].tables[row].name, name)) return {seam, row};
+    for (std::size_t seam = 0; seam < std::size(seams); ++seam)
+        for (std::size_t row = 0; row < seams[seam].tables.size(); ++row)
+            if (same(seams[seam].tables[row].name, name))
+                return {static_cast<std::uint8_t>(seam), static_cast<std::uint8_t>(row)};
     no_table_has_this_name();
     return {};
 }
 
 consteval ProfileRef profile(const char* name) {
-    for (std::uint8_t index = 0; index < std::size(profiles); ++index)
-        if (same(profiles[index].name, name)) return {index};
+    for (std::size_t index = 0; index < std::size(profiles); ++index)
+        if (same(profiles[index].name, name)) return {static_cast<std::uint8_t>(index)};
     no_profile_has_this_name();
     return {};
 }
@@ -136,8 +137,8 @@ consteval const HashCalculation& hash_calculation(const char* name) {
 
 // The profile that an indirect table of velmar_switch points into.
 consteval ProfileRef profile_of(TableRef table) {
-    for (std::uint8_t index = 0; index < std::size(profiles); ++index)
-        if (same(profiles[index].table, table->name)) return {index};
+    for (std::size_t index = 0; index < std::size(profiles); ++index)
+        if (same(profiles[index].table, table->name)) return {static_cast<std::uint8_t>(index)};
     no_profile_has_this_name();
     return {};
 }
