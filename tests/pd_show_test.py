@@ -7,6 +7,7 @@
 import ast
 import ipaddress
 import json
+import os
 import re
 import subprocess
 import sys
@@ -31,6 +32,11 @@ routes = """# of both families, in tables of all kinds
 def run(*arguments, stdin="", stdout=subprocess.PIPE):
     return subprocess.run([pd_show, *arguments], input=stdin, stdout=stdout, stderr=subprocess.PIPE, text=True,
                           check=False)
+
+
+# Enough of them for damage of all kinds.
+many_routes = routes + "".join(f"10.{i}.{i}.1 {i % 4 + 1}\n10.{i}.{i}.0/24 1\n2001:db8:{i:x}::/48 2\n"
+                               f"2001:db8:{i:x}:1:2:3::/96 3\n2001:db8:{i:x}::7 4\n" for i in range(2, 100))
 
 
 def by_table(text):
@@ -171,6 +177,139 @@ class Shown(unittest.TestCase):
         self.assertEqual(len(re.findall(r"^ +-?[\d.]+ s +-?[\d.]+ %  \w", done.stderr, re.M)), 4, done.stderr)
 
 
+class Damage:
+    """A line that tells of damage, and what the table's page makes of it."""
+
+    # Their first key field is no part of what the driver matches: it chooses the partition.
+    partitioned = ("ipv4FinalResolve0", "ipv6FinalResolve", "ipv6LgMaskFinalResolve0")
+
+    def __init__(self, line):
+        place, self.what = re.fullmatch(r"(\w+ #\d+): (.*?)(?:, which no comparison sees)?", line).groups()
+        self.called_visible = not line.endswith(", which no comparison sees")
+        self.table, handle = place.split(" #")
+        self.entry = (self.table, int(handle))
+        flip = re.fullmatch(r"bit (\d+) of (?:byte (\d+) of )?the (key|mask|action data|member's handle) flipped",
+                            self.what)
+        self.bit, self.byte, self.part = flip.groups() if flip else (0, 0, "lost")
+        self.bit, self.byte = int(self.bit), int(self.byte or 0)
+
+    def visible(self, page, entry):
+        """`page` is the table's, `entry` the software's as JSON has it."""
+        if self.part in ("lost", "member's handle"):
+            return True
+        if self.part == "action data":
+            rows = re.search(rf"^    {entry['action']} (.*\n( {{6}}.*\n)*)", page, re.M)[0][4 + len(entry["action"]):]
+            fields = [(int(bits), "", "all") for bits in re.findall(r"^ +\w+ +(\d+) ", rows, re.M)]
+        else:
+            fields = [(int(bits), match, covered) for bits, match, covered in
+                      re.findall(r"^    \w+ +\w+ +(\d+) +(exact|mask|prefix) .* (all|0x\w+)$", page, re.M)]
+        # Each field begins with a byte, most significant bit first.
+        byte = self.byte
+        for number, (bits, match, covered) in enumerate(fields):
+            length = (bits + 7) // 8
+            if byte < length:
+                if (number == 0 and self.table in self.partitioned and self.part == "key" or
+                        self.part == "mask" and match != "mask"):
+                    return False
+                mask = (1 << bits) - 1 if covered == "all" else int(covered, 16)
+                return mask >> 8 * (length - 1 - byte) + self.bit & 1 != 0
+            byte -= length
+        raise AssertionError(f"no field has {self.what} of {self.entry}")
+
+    message = {"lost": r"p4_pd_velmar_switch_\w+_get_entry failed", "key": r"mspec \w+ differs.*",
+               "mask": r"mspec \w+_mask differs.*", "action data": r"aspec action_\w+ differs 0x\w+ vs 0x\w+",
+               "member's handle": r"mbr_hdl differs: mbr_hdl_pd=0x\w+, mbr_hdl_hw=0x\w+"}
+
+
+class Verified(unittest.TestCase):
+    def software(self, *arguments):
+        """What the software has of all entries, by table and handle, and what their counters count."""
+        document = json.loads(run(*arguments, "--format", "json", "entries", stdin=many_routes).stdout)
+        text = run(*arguments, "--format", "value", "entries", stdin=many_routes).stdout
+        values = [line for line in text.splitlines() if not line.startswith("#")]
+        self.assertEqual(len(document), len(values))
+        entries = {(entry["table"], entry["handle"]): (entry, value) for entry, value in zip(document, values)}
+        counts = re.split(r"^\w+, of the entries of (\w+)\n", run(*arguments, "counters", stdin=many_routes).stdout,
+                          flags=re.M)
+        descriptions = {(table, int(handle)): text for table, lines in zip(counts[1::2], counts[2::2])
+                        for handle, text in re.findall(r"^ +\d+ +\d+  #(\d+)  (.+)$", lines, re.M)}
+        return entries, descriptions
+
+    def test_all_that_was_damaged_is_found_and_nothing_else(self):
+        pages, parts, unseen, described = {}, set(), 0, 0
+        for setup, runs in ((("--demo",), [(5, 1), (20, 2), (1000, 3), (1000, 4), (1000, 97)]),
+                            (("--routes", "-"), [(0, 1), (50, 5), (400, 6), (400, 7), (5000, 8)]),
+                            (("--demo", "--routes", "-"), [(300, 9), (4000000000, 10)])):
+            entries, descriptions = self.software(*setup)
+            keyed = sum(not entry["default"] for entry, _ in entries.values())
+            for count, seed in runs:
+                done = run(*setup, "--corrupt", str(count), "--seed", str(seed), "verify", stdin=many_routes)
+                self.assertEqual(done.stderr, "")
+                damaged, summary, differences = done.stdout.split("\n\n")
+                head, *lines = damaged.splitlines()
+                damages = [Damage(line.strip()) for line in lines]
+                self.assertEqual(len({damage.entry for damage in damages}), min(count, keyed))
+                wanted = []
+                for damage in damages:
+                    if damage.table not in pages:
+                        pages[damage.table] = run("table", damage.table).stdout
+                    entry, value = entries[damage.entry]
+                    parts.add(damage.part)
+                    visible = damage.visible(pages[damage.table], entry)
+                    self.assertEqual(damage.called_visible, visible, (damage.entry, damage.what))
+                    if not visible:
+                        unseen += 1
+                        continue
+                    text = rf"  {damage.table} #{damage.entry[1]}: {damage.message[damage.part]}\n      "
+                    text += re.escape(value) + "\n"
+                    if damage.entry in descriptions:
+                        described += 1
+                        text += "      " + re.escape(descriptions[damage.entry]) + "\n"
+                    wanted.append((damage, text))
+                self.assertEqual(head, f"Damaged in the hardware: {len(damages)} entries, "
+                                       f"{len(wanted)} of them in what a comparison sees")
+                found = re.findall(r"^  \S.*\n(?:      .*\n)*", differences + "\n", re.M)
+                self.assertEqual(len(found), len(wanted))
+                for got, (damage, text) in zip(found, wanted):
+                    self.assertRegex(got, rf"\A{text}\Z")
+                self.assertEqual(done.returncode, 1 if wanted else 0)
+                rows = {name: (int(compared), int(different)) for compared, different, name in
+                        re.findall(r"^ +(\d+) +(\d+)  (.+)$", summary, re.M)}
+                self.assertEqual(rows.pop("in all"), (len(entries), len(wanted)))
+                for table in {damage.table for damage in damages}:
+                    self.assertEqual(rows[table], (sum(name == table for name, _ in entries),
+                                                   sum(damage.table == table for damage, _ in wanted)))
+                self.assertEqual(sum(compared for compared, _ in rows.values()), len(entries))
+        self.assertEqual(parts, set(Damage.message))
+        self.assertTrue(unseen and described, (unseen, described))
+
+    def test_nothing_differs_in_sound_hardware(self):
+        for setup in ((), ("--demo",), ("--demo", "--routes", "-")):
+            done = run(*setup, "verify", stdin=many_routes)
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            self.assertRegex(done.stdout, r" 0  in all\n\nNothing differs\.\n\Z")
+        self.assertEqual(run("--demo", "verify", "trapToCpu").stdout,
+                         "     compared    different\n            3            0  trapToCpu\n\nNothing differs.\n")
+
+    def test_what_cannot_be_read_differs(self):
+        done = run("--driver", faulty_driver, "--routes", "-", "verify", "ipv4Host", stdin="10.0.0.1 1\n10.0.0.2 1\n")
+        self.assertEqual((done.returncode, done.stderr), (1, ""))
+        message = "p4_pd_velmar_switch_ipv4Host_get_entry failed\n"
+        self.assertRegex(done.stdout, rf" 2  ipv4Host\n\nDifferences.*\n  ipv4Host #1: {message}"
+                                      rf"  ipv4Host #2: {message}      \(\(.*0x0a000002.*\n\Z")
+        done = run("--driver", foreign_driver, "--session", "7", "verify", "ipv4Host")
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("ipv4Host: counting the entries was refused with status 4\n", done.stderr)
+        self.assertIn("Nothing of what could be read differs.", done.stdout)
+
+    def test_progress_on_a_terminal(self):
+        ours, theirs = os.openpty()
+        with os.fdopen(ours, "rb") as terminal:
+            subprocess.run([pd_show, "--demo", "verify"], stdout=subprocess.DEVNULL, stderr=theirs, check=True)
+            self.assertRegex(os.read(terminal.fileno(), 4096), rb"\rcomparing +\[#{30}\] (\d+) of \1\r\n")
+        os.close(theirs)
+
+
 class Refused(unittest.TestCase):
     def refused(self, status, expected, *arguments, stdin=""):
         done = run(*arguments, stdin=stdin)
@@ -183,13 +322,16 @@ class Refused(unittest.TestCase):
         for expected, *arguments in (
                 ("no command;",),
                 (r"no command entrys: did you mean entries\?\n$", "entrys"),
-                ("no command show; there are tables, table, entries, counters;", "show"),
+                ("no command show; there are tables, table, entries, counters, verify;", "show"),
                 ("no option --dem0", "--dem0", "tables"),
                 ("--device needs a value", "tables", "--device"),
                 ("--device takes a number from 0 to 255, not 256", "--device", "256", "tables"),
                 ("no format xml; there are text, json, value", "--format", "xml", "entries"),
                 ("entries alone", "--format", "json", "tables"),
                 ("table needs a name", "table"),
+                ("--corrupt is for verify", "--demo", "--corrupt", "1", "entries"),
+                ("--corrupt needs --demo or --routes", "--corrupt", "1", "verify"),
+                ("--seed is for --corrupt", "--demo", "--seed", "1", "verify"),
                 ("what is ipv4Host behind tables", "tables", "ipv4Host"),
                 ("drivers that aren't embedded", "--session", "1", "tables"),
                 ("device 0", "--demo", "--device", "1", "tables"),

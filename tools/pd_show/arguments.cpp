@@ -21,6 +21,9 @@ Commands:
   table NAME        one table's schema as a page
   entries [NAME]    the entries of one table, or of all
   counters [NAME]   the counts and what they count, of one counter or table with a counter, or of all
+  verify [NAME]     compares the entries of one table, or of all, with the hardware: a summary by table, then what
+                    differs, with the entries as the driver's copy has them. Takes a driver that hands out placement
+                    data as the embedded one does
 
 Options:
   --driver LIB      a driver to load in place of the embedded one
@@ -35,10 +38,14 @@ Options:
                       json   one array of objects, with all fields
                       value  the library's value strings, Python literals, behind a comment with the table's name
   --time            tells on stderr where the time of a dump of entries went
+  --corrupt N       for verify: first loses, or flips a random bit of, N entries in the hardware, and tells which; with
+                    --demo or --routes. Bits that the table doesn't match, or behind the width of an action's
+                    parameter, make no difference
+  --seed S          chooses other damage (1)
   --help            this text
 
-Exit status: 0 if all was shown, 1 if the driver or the library can't be used or something couldn't be read, 2 for wrong
-arguments, an unknown name or a bad list of routes.
+Exit status: 0 if all was shown and nothing differs, 1 if the driver or the library can't be used, something couldn't be
+read or an entry differs, 2 for wrong arguments, an unknown name or a bad list of routes.
 )";
 
 namespace {
@@ -54,6 +61,7 @@ constexpr CommandName commands[] = {
     {"table", Command::table, CommandName::Names::needed},
     {"entries", Command::entries, CommandName::Names::optional},
     {"counters", Command::counters, CommandName::Names::optional},
+    {"verify", Command::verify, CommandName::Names::optional},
 };
 
 struct FormatName {
@@ -95,16 +103,24 @@ std::uint32_t number(const char* option, std::string_view text, std::uint32_t mo
 } // namespace
 
 Arguments read_arguments(int count, char** arguments) {
-    enum Option { driver = 256, session, device, demo, routes, hw, format, time, help };
+    enum Option { driver = 256, session, device, demo, routes, hw, format, time, corrupt, seed, help };
     constexpr option options[] = {
-        {"driver", required_argument, nullptr, driver}, {"session", required_argument, nullptr, session},
-        {"device", required_argument, nullptr, device}, {"demo", no_argument, nullptr, demo},
-        {"routes", required_argument, nullptr, routes}, {"hw", no_argument, nullptr, hw},
-        {"format", required_argument, nullptr, format}, {"time", no_argument, nullptr, time},
-        {"help", no_argument, nullptr, help},           {nullptr, 0, nullptr, 0},
+        {"driver", required_argument, nullptr, driver},
+        {"session", required_argument, nullptr, session},
+        {"device", required_argument, nullptr, device},
+        {"demo", no_argument, nullptr, demo},
+        {"routes", required_argument, nullptr, routes},
+        {"hw", no_argument, nullptr, hw},
+        {"format", required_argument, nullptr, format},
+        {"time", no_argument, nullptr, time},
+        {"corrupt", required_argument, nullptr, corrupt},
+        {"seed", required_argument, nullptr, seed},
+        {"help", no_argument, nullptr, help},
+        {nullptr, 0, nullptr, 0},
     };
     Arguments read;
     bool format_given = false;
+    bool seed_given = false;
     opterr = 0;
     for (int found; (found = getopt_long(count, arguments, ":", options, nullptr)) != -1;) {
         switch (found) {
@@ -133,6 +149,13 @@ Arguments read_arguments(int count, char** arguments) {
         case time:
             read.time = true;
             break;
+        case corrupt:
+            read.corrupt = number("--corrupt", optarg, UINT32_MAX);
+            break;
+        case seed:
+            read.seed = number("--seed", optarg, UINT32_MAX);
+            seed_given = true;
+            break;
         case help:
             return {};
         case ':':
@@ -151,6 +174,9 @@ Arguments read_arguments(int count, char** arguments) {
     if (names == 0 && chosen.names == CommandName::Names::needed) refuse(std::string(chosen.name) + " needs a name");
     if (read.command != Command::entries && (format_given || read.time))
         refuse("--format and --time are for entries alone");
+    if (read.corrupt && read.command != Command::verify) refuse("--corrupt is for verify alone");
+    if (read.corrupt && !read.demo && !read.routes) refuse("--corrupt needs --demo or --routes");
+    if (seed_given && !read.corrupt) refuse("--seed is for --corrupt alone");
     return read;
 }
 

@@ -7,7 +7,7 @@
 
 namespace pd_show {
 
-enum class Command { help, tables, table, entries, counters };
+enum class Command { help, tables, table, entries, counters, verify };
 enum class Format { text, json, value };
 
 struct Arguments {
@@ -21,6 +21,8 @@ struct Arguments {
     std::optional<std::string> routes;
     bool from_hw = false;
     bool time = false;
+    std::optional<std::uint32_t> corrupt; // how many entries
+    std::uint32_t seed = 1;
 };
 
 extern const char usage[];

@@ -21,4 +21,9 @@ void show_table(const Work& work);
 void show_entries(const Work& work);
 void show_counters(const Work& work);
 
+// Loses or flips bits of as many entries as --corrupt says, in the embedded driver's hardware, and tells of each.
+void corrupt_hardware(const Work& work);
+// Whether the hardware holds all entries as the driver placed them.
+bool verify(const Work& work);
+
 } // namespace pd_show

@@ -1,4 +1,4 @@
-// The command pd-show: shows what the tables of the switch hold.
+// The command pd-show: shows what the tables of the switch hold, and whether the hardware holds the same.
 #include <exception>
 #include <iostream>
 
@@ -20,6 +20,7 @@ int run(const Arguments& arguments) {
     const Place place = open_place(library, arguments);
     Complaints complaints;
     const Work work{arguments, place, pipeline, out, complaints};
+    bool equal = true;
     switch (arguments.command) {
     case Command::help:
         break;
@@ -35,11 +36,16 @@ int run(const Arguments& arguments) {
     case Command::counters:
         show_counters(work);
         break;
+    case Command::verify:
+        if (arguments.corrupt) corrupt_hardware(work);
+        equal = verify(work);
+        break;
     }
     out.flush();
     close_place(place);
     complaints.finish();
-    return complaints.any() ? exit_unreadable : exit_shown;
+    if (complaints.any()) return exit_unreadable;
+    return equal ? exit_shown : exit_different;
 }
 
 } // namespace

@@ -10,6 +10,7 @@ namespace pd_show {
 enum ExitStatus {
     exit_shown = 0,
     exit_unreadable = 1, // the driver or the library isn't usable, or didn't do what was asked of it
+    exit_different = 1,  // the hardware differs
     exit_bad_usage = 2   // arguments, a name or a list of routes
 };
 
