@@ -1,0 +1,193 @@
+// Fetching and decoding placement data: that a decoder makes of the driver's records what a read makes of them, where
+// the two part, and which arguments of a fetch go through.
+#include "support/views.h"
+
+#include <dlfcn.h>
+
+#include <tuple>
+
+#include "support/profiles.h"
+
+namespace {
+
+using namespace support;
+
+class Placement : public ProfileTest {
+protected:
+    std::mt19937 random{20240712};
+    const Outputs fresh;
+
+    // The driver gives both the same records, but for the kind, which a read insists on.
+    void expect_agreement(const catalog::Table& table, const View& view, unsigned kind, pd_status when_decoded = 0,
+                          pd_status when_read = 0) {
+        software = hardware = view;
+        software.action.kind = static_cast<std::uint8_t>(kind);
+        Outputs decoded, as_read;
+        EXPECT_EQ(decode(table, decoded), when_decoded);
+        EXPECT_EQ(read(table, as_read), when_read);
+        EXPECT_TRUE(decoded == as_read) << hex(decoded.key) << "\n" << hex(as_read.key);
+    }
+
+    void expect_assertion(const std::string& function) {
+        const std::vector<std::string> lines = log_lines();
+        ASSERT_FALSE(lines.empty());
+        EXPECT_TRUE(lines[0].starts_with("ASSERTION FAILED: \"((void *)0)\" (NULL) from " + exported(function) + ":"))
+            << lines[0];
+    }
+};
+
+TEST_F(Placement, DecodersAgreeWithReads) {
+    for (const catalog::Table* table : all_tables()) {
+        SCOPED_TRACE(table->name);
+        const auto every_key = [&](View view, unsigned kind) {
+            expect_agreement(*table, view, kind);
+            view.key_null = true;
+            expect_agreement(*table, view, kind);
+            view.key_null = false;
+            view.match.key_len = 0;
+            expect_agreement(*table, view, kind);
+        };
+        for (const catalog::Binding& binding : table->actions)
+            for (const unsigned kind : {0u, 1u, 2u, 4u})
+                every_key(random_view(random, table, &binding), kind);
+        if (!catalog::is_indirect(*table)) continue;
+        View view = random_view(random, table, nullptr);
+        view.action_hdl = 0x20000001; // not looked at; nor is a list of resources made
+        view.action.resource_count = 1;
+        const std::size_t before = vl_model::allocations_made();
+        for (const unsigned kind : {0u, 1u, 2u, 3u, 4u, 6u}) {
+            view.set_target(kind, static_cast<std::uint32_t>(random()));
+            every_key(view, kind);
+        }
+        EXPECT_EQ(vl_model::allocations_made(), before);
+    }
+    EXPECT_TRUE(log_lines().empty());
+}
+
+TEST_F(Placement, RefusalsAndForeignActions) {
+    for (const catalog::Table* table : all_tables()) {
+        SCOPED_TRACE(table->name);
+        const catalog::Binding* const binding = catalog::is_indirect(*table) ? nullptr : table->actions.begin();
+        View view = random_view(random, table, binding);
+        software = view;
+        software.status = 77;
+        Outputs out;
+        EXPECT_EQ(decode(*table, out), 77u);
+        EXPECT_TRUE(out == fresh);
+        if (catalog::is_indirect(*table)) continue;
+        software.status = 0;
+        software.action.kind = 0;
+        vl_model::fail_allocation(1);
+        EXPECT_EQ(decode(*table, out), +PD_STATUS_NO_MEMORY) << "the list is made whatever the kind";
+        EXPECT_TRUE(out == fresh);
+        for (const std::uint32_t foreign : {0u, binding->handle ^ 0x1000}) {
+            view.action_hdl = foreign;
+            calls();
+            expect_agreement(*table, view, 2, PD_STATUS_INVALID, PD_STATUS_UNEXPECTED);
+            expect_assertion(table->name + std::string("_get_entry_from_plcmt_data"));
+        }
+        EXPECT_EQ(decode(*table, out), +PD_STATUS_INVALID);
+        EXPECT_EQ(out.action, fresh.action);
+        EXPECT_EQ(out.is_default, is_keyless(*table) ? 1 : 0);
+    }
+}
+
+TEST_F(Placement, Members) {
+    Bytes record;
+    names["blob"] = word(this);
+    names["mbr"] = 0x1234;
+    const auto run_reader = [&](const char* operation, const char* arguments) {
+        calls();
+        record.assign(40, 0xA5);
+        names["record"] = word(record.data());
+        return run(operation, arguments);
+    };
+    const auto of_data = [&] { return run_reader("get_member_from_plcmt_data", "blob record"); };
+    const auto in_full = [&] { return run_reader("get_full_member_info_from_plcmt_data", "dev mbr blob record"); };
+    const auto expect_all = [&](bool has_shadow) {
+        for_profiles([&] {
+            for (const catalog::Binding& binding : profile->actions) {
+                SCOPED_TRACE(binding.action);
+                software = hardware = random_view(random, nullptr, &binding);
+                EXPECT_EQ(run_reader("get_member", "sess dev mbr 0 record"), 0u);
+                const Bytes as_read = record;
+                EXPECT_EQ(of_data(), 0u);
+                EXPECT_EQ(hex(record), hex(as_read));
+                expect_calls({});
+                EXPECT_EQ(in_full(), 0u);
+                EXPECT_EQ(hex(record), hex(as_read));
+                const bool asks = has_shadow && action_of(binding).params.size() != 0;
+                expect_calls(asks ? Lines{"p4_pd_ms_mbr_get_res state dev mbr * *"} : Lines{});
+                EXPECT_EQ(decoded_blob, this);
+            }
+        });
+    };
+    expect_all(true);
+    for_profiles([&] {
+        software = View();
+        software.action_hdl = profile->actions.begin()->handle ^ 0x1000;
+        EXPECT_EQ(of_data(), +PD_STATUS_UNEXPECTED);
+        expect_assertion(profile->name + std::string("_get_member_from_plcmt_data"));
+        EXPECT_EQ(in_full(), +PD_STATUS_UNEXPECTED);
+        expect_assertion(profile->name + std::string("_get_full_member_info_from_plcmt_data"));
+        software.status = 77;
+        EXPECT_EQ(of_data(), 77u);
+        EXPECT_EQ(in_full(), 77u);
+        EXPECT_EQ(record, Bytes(40, 0xA5));
+    });
+    // A library whose shadows could not be made is as one that has not been started.
+    vl_model_reset();
+    for (unsigned i = 1; i <= std::size(catalog::profiles); ++i)
+        vl_model::fail_call("p4_pd_ms_init_state", i, 1);
+    p4_pd_velmar_switch_init();
+    vl_model::record_calls(true);
+    expect_all(false);
+}
+
+using Real = double;
+using Word = std::uint64_t;
+
+// More arguments than there are registers of either kind.
+using Passed = std::tuple<std::uint32_t, Word, std::uint32_t, Word, Word, Word, Word, Word, Real, Real, Real, Real,
+                          Real, Real, Real, Real, Real, Real>;
+Passed passed;
+const char* passed_to;
+
+TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
+    const auto expect_passed = [&](const std::string& name, const char* to, std::uint32_t handle) {
+        SCOPED_TRACE(name);
+        auto* const fetch =
+            reinterpret_cast<std::uint32_t (*)(std::uint32_t, Word, std::uint32_t, Word, Word, Word, Word, Word, Real,
+                                               Real, Real, Real, Real, Real, Real, Real, Real, Real)>(
+                dlsym(RTLD_DEFAULT, exported(name + "_plcmt_data").c_str()));
+        ASSERT_NE(fetch, nullptr);
+        Passed sent = {0xFFFFFFF1, target_word, 0xFFFFFFFF, 4ull << 40, 5,  6,  7ull << 60, 8,  .1,
+                       .2,         .3,          .4,         .5,         .6, .7, .8,         .9, 1.1};
+        passed = {};
+        EXPECT_EQ(std::apply(fetch, sent), 0xFEDCBA98u);
+        std::get<2>(sent) = handle;
+        EXPECT_STREQ(passed_to, to);
+        EXPECT_TRUE(passed == sent);
+    };
+    for (const catalog::Table* table : all_tables())
+        expect_passed(table->name + std::string("_get"), "entry", table->handle);
+    for (const catalog::Profile& each : catalog::profiles) {
+        expect_passed(each.name + std::string("_get"), "member", each.data_table);
+        expect_passed(each.name + std::string("_sel_get"), "group", each.selector);
+    }
+}
+
+} // namespace
+
+// In place of the driver's, whose header has them with fewer arguments, and so can't be had here.
+#define VL_FETCH(function, name)                                                                                       \
+    extern "C" [[gnu::visibility("default")]] std::uint32_t function(                                                  \
+        std::uint32_t s, Word t, std::uint32_t h, Word a, Word b, Word c, Word d, Word e, Real f, Real g, Real i,      \
+        Real j, Real k, Real l, Real m, Real n, Real o, Real p) {                                                      \
+        passed = {s, t, h, a, b, c, d, e, f, g, i, j, k, l, m, n, o, p};                                               \
+        passed_to = name;                                                                                              \
+        return 0xFEDCBA98;                                                                                             \
+    }
+VL_FETCH(pipe_mgr_plcmt_mat_data_get, "entry")
+VL_FETCH(pipe_mgr_plcmt_adt_data_get, "member")
+VL_FETCH(pipe_mgr_plcmt_sel_data_get, "group")

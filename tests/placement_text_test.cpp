@@ -1,0 +1,173 @@
+// Placement data as print lines and value strings: what is put together from the texts of records, and in which order.
+#include "support/text.h"
+#include "support/views.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace support;
+
+// What a print with these arguments behind the descriptor writes, and its result.
+struct Printed {
+    std::string text;
+    std::uint32_t result = 0;
+    bool operator==(const Printed&) const = default;
+};
+
+Printed printed(const std::string& name, std::vector<std::uint64_t> words) {
+    int ends[2];
+    EXPECT_EQ(pipe(ends), 0);
+    words.insert(words.begin(), dirty(static_cast<std::uint32_t>(ends[1])));
+    Printed out{.text = {}, .result = call(exported(name), words)};
+    close(ends[1]);
+    char text[4096];
+    for (ssize_t length; (length = ::read(ends[0], text, sizeof text)) > 0;)
+        out.text.append(text, static_cast<std::size_t>(length));
+    close(ends[0]);
+    return out;
+}
+
+class PlacementText : public LibraryTest {
+protected:
+    std::mt19937 random{20240713};
+    const std::uint64_t blob = word(this);
+    // Takes no byte. A number that is no descriptor would do, but for a C library that leaks a buffer with each.
+    const int full = open("/dev/full", O_WRONLY);
+    const std::uint64_t no_room = static_cast<std::uint32_t>(full);
+
+    ~PlacementText() override {
+        close(full);
+    }
+
+    // A table or profile, with what its functions' names have in common.
+    struct Row {
+        std::string name, prefix;
+        std::uint32_t handle;
+        Row(const catalog::Table& table) : name(table.name), handle(table.handle) {}
+        Row(const catalog::Profile& profile) : name(profile.name), prefix("adt_"), handle(profile.data_table) {}
+    };
+
+    // By the row's own function and by its handle: the same.
+    std::string value(const Row& row) {
+        const std::string own = text_of(row.name + "_plcmt_data_value", {blob});
+        EXPECT_EQ(text_of(row.prefix + "plcmt_data_value", {dirty(row.handle), blob}), own);
+        return own;
+    }
+    Printed print(const Row& row, std::uint32_t indent) {
+        const std::string function = row.name + "_" + row.prefix + "plcmt_data_print";
+        const Printed own = printed(function, {dirty(indent), blob});
+        EXPECT_EQ(printed(row.prefix + "plcmt_data_print", {dirty(indent), dirty(row.handle), blob}), own);
+        EXPECT_EQ(call(exported(function), {no_room, indent, blob}), own.result) << "whatever the writes give";
+        return own;
+    }
+
+    static std::string action_lines(const catalog::Action& action, const Bytes& spec, std::uint32_t indent) {
+        std::string lines = std::string(indent, ' ') + exported(action.name) + ":\n";
+        if (action.params.size() != 0)
+            lines += printed(std::string(action.name) + "_print", {indent, word(spec.data())}).text;
+        return lines;
+    }
+
+    // The value is the first half of what an entry's has, when the driver reads as it decodes.
+    void expect_value(const catalog::Table& table) {
+        hardware = software;
+        const std::string entry = text_of(std::string(table.name) + "_value", {1, device, 9, 0});
+        EXPECT_EQ(value(table), entry.substr(1, entry.rfind("),(")));
+    }
+    void expect_texts(const catalog::Table& table, std::uint32_t indent) {
+        SCOPED_TRACE(table.name);
+        Outputs out;
+        ASSERT_EQ(decode(table, out), 0u);
+        std::string key = std::string(indent, ' ') + exported(table.name) + ":\n", action;
+        if (!is_keyless(table))
+            key = printed(std::string(table.name) + "_match_spec_print", {indent, word(out.key.data())}).text;
+        if (!catalog::is_indirect(table)) action = action_lines(catalog::actions[out.number()], out.spec(), indent);
+        EXPECT_EQ(print(table, indent), (Printed{key + action, 0}));
+        expect_value(table);
+        if (is_keyless(table)) return;
+        software.match.key_len = 0; // the default entry
+        EXPECT_EQ(print(table, indent), (Printed{action, 0}));
+        expect_value(table);
+    }
+};
+
+TEST_F(PlacementText, EveryTableAndAction) {
+    std::uint32_t indent = 0;
+    for (const catalog::Table* table : all_tables()) {
+        for (const catalog::Binding& binding : table->actions) {
+            software = random_view(random, table, &binding);
+            expect_texts(*table, indent++ % 4);
+        }
+        if (!catalog::is_indirect(*table)) continue;
+        for (const unsigned kind : {1u, 2u, 4u}) {
+            software = random_view(random, table, nullptr);
+            software.set_target(kind, 0x20000005);
+            expect_texts(*table, 3);
+        }
+    }
+}
+
+TEST_F(PlacementText, Members) {
+    for (const catalog::Profile& profile : catalog::profiles)
+        for (const catalog::Binding& binding : profile.actions) {
+            software = random_view(random, nullptr, &binding);
+            Bytes record(64);
+            ASSERT_EQ(call(exported(profile.name) + "_get_member_from_plcmt_data", {blob, word(record.data())}), 0u);
+            const Bytes spec(record.begin() + 4, record.end());
+            std::vector<std::uint64_t> params;
+            if (action_of(binding).params.size() != 0) params.push_back(word(spec.data()));
+            EXPECT_EQ(value(profile), text_of(std::string(binding.action) + "_value", params));
+            EXPECT_EQ(print(profile, 2), (Printed{action_lines(action_of(binding), spec, 2), 0}));
+        }
+}
+
+TEST_F(PlacementText, InFull) {
+    const catalog::Table& host = table_named("ipv4Host");
+    software = random_view(random, &host, catalog::find_binding(host.actions, "setNextHop"));
+    software.key = {1, 10, 0, 0, 1};
+    software.data = {0, 0, 0, 5};
+    EXPECT_EQ(value(host), "(( 0x01,0x0a000001,),('setNextHop',(0x00000005,)),)");
+    EXPECT_EQ(print(host, 3).text, "   p4_pd_velmar_switch_ipv4Host_match_spec_t:\n    l3Info_vrfId: 0x01\n"
+                                   "    ingIpv4_dip: 0x0a000001\n   p4_pd_velmar_switch_setNextHop:\n"
+                                   "    action_nextHop: 0x00000005\n");
+    const catalog::Table& group = table_named("ecmpGroup");
+    software = random_view(random, &group, nullptr);
+    software.key = {1, 0x23};
+    software.set_target(PIPE_KIND_MEMBER, 5);
+    EXPECT_EQ(value(group), "(( 0x0123,),('setMbrHdl',(0x5,)))");
+    software.set_target(0, 0);
+    EXPECT_EQ(value(group), "(( 0x0123,),)");
+    const catalog::Profile& ecmp = catalog::profiles[1];
+    software = random_view(random, nullptr, ecmp.actions.begin());
+    software.data = {1, 8, 7, 6, 5};
+    EXPECT_EQ(value(ecmp), "('setEcmpNextHop',(0x01,0x08070605,)),");
+}
+
+TEST_F(PlacementText, FailuresAndHandlesOfNobody) {
+    software.status = 77;
+    const std::string line = "cannot decode plcmt_data for " + exported("");
+    for (const catalog::Table* table : all_tables()) {
+        EXPECT_EQ(value(*table), "");
+        EXPECT_EQ(print(*table, 3), (Printed{line + table->name + "\n", 77}));
+    }
+    for (const catalog::Profile& profile : catalog::profiles) {
+        EXPECT_EQ(value(profile), "");
+        EXPECT_EQ(print(profile, 3), (Printed{line + profile.name + "_adt_plcmt_data_print\n", 77}));
+    }
+    const auto expect_nobody = [&](const std::string& prefix, std::uint32_t handle) {
+        char expected[40];
+        std::snprintf(expected, sizeof expected, "0x%08x table not found\n", handle);
+        EXPECT_EQ(printed(prefix + "plcmt_data_print", {3, handle, blob}), (Printed{expected, 27}));
+        EXPECT_EQ(call(exported(prefix) + "plcmt_data_print", {no_room, 3, handle, blob}), 0xFFFFFFFF)
+            << "the result is that of the write";
+        EXPECT_EQ(text_of(prefix + "plcmt_data_value", {handle, blob}), "");
+    };
+    for (const std::uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x200001au, 0xFFFFFFFFu})
+        expect_nobody("", handle);
+    for (const std::uint32_t handle : {0u, 0x1000046u, 0x2000018u, 0x200001bu, 0x2000031u, 0x3000002u})
+        expect_nobody("adt_", handle);
+}
+
+} // namespace

@@ -1,0 +1,151 @@
+// See views.h.
+#include "support/views.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "vl_driver/driver.h"
+
+namespace support {
+
+View software, hardware;
+const void* decoded_blob;
+std::vector<std::uint64_t> read_args;
+
+namespace {
+
+bool all_zero(const void* from, std::size_t size) {
+    const auto* const bytes = static_cast<const std::uint8_t*>(from);
+    return std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
+}
+
+pipe_status answer(const View& view, pipe_action_data& data, std::uint32_t& action_hdl) {
+    if (view.status != 0) return view.status;
+    std::uint8_t* const buffer = data.data;
+    if (buffer != nullptr) std::copy(view.data.begin(), view.data.end(), buffer);
+    data = view.action.action;
+    data.data = buffer;
+    action_hdl = view.action_hdl;
+    return 0;
+}
+
+pipe_status answer(const View& view, pipe_match_record& match, pipe_action_record& action, std::uint32_t& action_hdl) {
+    const pipe_match_record buffers = match;
+    const pipe_action_data data = action.action;
+    if (view.status != 0) return view.status;
+    if (match.key_bytes != nullptr) std::copy(view.key.begin(), view.key.end(), match.key_bytes);
+    if (match.mask_bytes != nullptr) std::copy(view.mask.begin(), view.mask.end(), match.mask_bytes);
+    match = view.match;
+    match.key_bytes = view.key_null ? nullptr : buffers.key_bytes;
+    match.mask_bytes = buffers.mask_bytes;
+    action = view.action;
+    action.action = data;
+    return answer(view, action.action, action_hdl);
+}
+
+} // namespace
+
+void View::set_target(unsigned kind, std::uint32_t handle) {
+    action.kind = static_cast<std::uint8_t>(kind);
+    action.member_hdl = kind == PIPE_KIND_MEMBER ? handle : 0x77777777;
+    action.group_hdl = kind == PIPE_KIND_GROUP ? handle : 0x77777777;
+}
+
+View random_view(std::mt19937& random, const catalog::Table* table, const catalog::Binding* binding) {
+    const auto bytes = [&](unsigned count) {
+        Bytes made(count);
+        std::generate(made.begin(), made.end(), [&] { return static_cast<std::uint8_t>(random()); });
+        return made;
+    };
+    View view;
+    if (table != nullptr) {
+        const catalog::KeyLayout layout = catalog::key_layout(*table);
+        view.key = bytes(layout.bytes);
+        view.mask = bytes(layout.bytes);
+        view.match.key_len = static_cast<std::uint16_t>(layout.bytes);
+        view.match.priority = static_cast<std::uint32_t>(random());
+        view.match.partition_index = static_cast<std::uint32_t>(random());
+    }
+    if (binding == nullptr) return view;
+    view.action_hdl = binding->handle;
+    view.data = bytes(catalog::action_layout(action_of(*binding)).bytes);
+    view.action.kind = PIPE_KIND_ACTION_DATA;
+    if (table == nullptr) return view;
+    view.action.resource_count = 1;
+    view.action.slots[0].resource_hdl = catalog::resource_of(catalog::velmar_switch, *table).handle;
+    view.action.slots[0].index = static_cast<std::uint32_t>(random());
+    view.action.slots[0].tag = PIPE_SLOT_ATTACHED;
+    return view;
+}
+
+std::uint32_t Outputs::number() const {
+    std::uint32_t value = 0;
+    std::memcpy(&value, action.data(), sizeof value);
+    return value;
+}
+
+pd_status decode(const catalog::Table& table, Outputs& out) {
+    const int blob = 0;
+    std::vector<std::uint64_t> words = {word(&blob)};
+    if (!is_keyless(table)) words.push_back(word(out.key.data()));
+    if (catalog::has_priority(table)) words.push_back(word(&out.priority));
+    if (catalog::is_indirect(table))
+        words.insert(words.end(), {word(&out.mbr), word(&out.grp), word(&out.has_mbr), word(&out.has_grp)});
+    else
+        words.push_back(word(out.action.data()));
+    words.push_back(word(&out.is_default));
+    const pd_status status = call(exported(table.name) + "_get_entry_from_plcmt_data", words);
+    EXPECT_EQ(decoded_blob, &blob);
+    return status;
+}
+
+pd_status read(const catalog::Table& table, Outputs& out) {
+    std::vector<std::uint64_t> words = {1, device, 9, 0};
+    if (!is_keyless(table)) words.push_back(word(out.key.data()));
+    if (catalog::has_priority(table)) words.push_back(word(&out.priority));
+    if (catalog::is_indirect(table))
+        words.insert(words.end(), {word(&out.has_mbr), word(&out.has_grp), word(&out.grp), word(&out.mbr)});
+    else
+        words.insert(words.end(), {0, word(out.action.data() + 4), word(out.action.data())});
+    words.push_back(word(&out.is_default));
+    if (is_keyless(table)) out.is_default = 1;
+    return call(exported(table.name) + "_get_entry", words);
+}
+
+} // namespace support
+
+using namespace support;
+
+extern "C" {
+
+pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* blob, pipe_match_record* match, pipe_action_record* action,
+                                              pipe_act_hdl* action_hdl) {
+    decoded_blob = blob;
+    EXPECT_TRUE(all_zero(&match->partition_index, sizeof *match - offsetof(pipe_match_record, partition_index)));
+    EXPECT_TRUE(all_zero(match->key_bytes, software.key.size()) && all_zero(match->mask_bytes, software.mask.size()));
+    const auto* const record = reinterpret_cast<const std::uint8_t*>(action);
+    EXPECT_TRUE(all_zero(record, 12) && all_zero(record + 24, sizeof *action - 24)) << "but for the pointer";
+    EXPECT_TRUE(all_zero(action->action.data, 32));
+    return answer(software, *match, *action, *action_hdl);
+}
+
+pipe_status pipe_mgr_plcmt_adt_data_get_entry(const void* blob, pipe_action_data* data, pipe_act_hdl* action_hdl) {
+    decoded_blob = blob;
+    EXPECT_EQ(data->data_bits | data->data_len, 0);
+    EXPECT_TRUE(all_zero(data->data, 32));
+    return answer(software, *data, *action_hdl);
+}
+
+pipe_status pipe_mgr_get_entry(pipe_sess_hdl session, pipe_tbl_hdl table, pipe_dev_tgt dev_tgt, pipe_ent_hdl entry,
+                               pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* action_hdl,
+                               std::uint8_t read_from_hw, std::uint32_t always_1, std::uint32_t always_0) {
+    read_args = {session, table,        dev_tgt.dev_id, dev_tgt.pipe_id, dev_tgt.reserved,
+                 entry,   read_from_hw, always_1,       always_0};
+    return answer(hardware, *match, *action, *action_hdl);
+}
+
+pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl, pipe_dev_tgt, pipe_mbr_hdl, pipe_action_data* data,
+                                           pipe_act_hdl* action_hdl, std::uint8_t) {
+    return answer(hardware, *data, *action_hdl);
+}
+}
