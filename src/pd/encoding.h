@@ -28,6 +28,10 @@ inline constexpr catalog::ActionLayout action_layout = catalog::action_layout(*A
 // The flags word of the driver's calls.
 inline constexpr std::uint32_t no_flags = 0;
 
+// Driver action records are large, and cleared in every operation: by stores of this many bytes, none of which should
+// cross a cache line.
+inline constexpr std::size_t clearing_unit = 16;
+
 // A driver match record with the buffers that it names. It is filled in place and can't move.
 template <TableRef T>
 struct MatchRecord {
@@ -43,8 +47,8 @@ struct MatchRecord {
 // A driver action record with its data. Actions without parameters have data that isn't null all the same.
 template <ActionRef A>
 struct ActionRecord {
+    alignas(clearing_unit) pipe_action_record record;
     Byte data[action_layout<A>.bytes == 0 ? 1 : action_layout<A>.bytes];
-    pipe_action_record record;
 
     ActionRecord() = default;
     ActionRecord(const ActionRecord&) = delete;

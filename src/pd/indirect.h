@@ -18,7 +18,7 @@ enum class Target { member, group };
 
 // The driver's record for a target, and the target's action.
 struct Pointer {
-    pipe_action_record record;
+    alignas(encoding::clearing_unit) pipe_action_record record;
     pipe_act_hdl action;
 };
 

@@ -33,7 +33,7 @@ struct PlacedEntry {
     Byte mask[decoding::key_layout<T>.bytes + 1]{};
     Byte data[data_capacity]{};
     pipe_match_record match{};
-    pipe_action_record action{};
+    alignas(encoding::clearing_unit) pipe_action_record action{};
     pipe_act_hdl action_hdl = 0;
 
     PlacedEntry() {
