@@ -1,6 +1,6 @@
-// Adds and look-ups written by hand, as straight lines: values are loaded from constant offsets, masked in registers and
-// stored at constant positions. Masking a key 16 bytes at a time once it stands in memory is slower: the block is loaded
-// in pieces other than those just stored, and waits for them.
+// Adds and look-ups written by hand, as straight lines: values are loaded from constant offsets, masked in registers
+// and stored at constant positions. Masking a key 16 bytes at a time once it stands in memory is slower: the block is
+// loaded in pieces other than those just stored, and waits for them.
 #include "hand_written.h"
 
 #include "hand_written_bytes.h"

@@ -1,5 +1,5 @@
-// What all reads written by hand begin with: one call of the driver and the buffers that it fills, the list of resources,
-// and the name and number of the action.
+// What all reads written by hand begin with: one call of the driver and the buffers that it fills, the list of
+// resources, and the name and number of the action.
 #pragma once
 
 #include <cstring>

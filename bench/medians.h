@@ -1,5 +1,5 @@
-// How all benchmarks run: short repetitions in random order, so that other work on the machine moves all of them alike, and
-// of each the median.
+// How all benchmarks run: short repetitions in random order, so that other work on the machine moves all of them alike,
+// and of each the median.
 #pragma once
 
 #include <benchmark/benchmark.h>

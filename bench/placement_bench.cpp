@@ -1,7 +1,7 @@
-// What checking an entry against the hardware costs the library: decoding its placement data, reading it back and comparing
-// the two, beside the embedded driver's decoding and reading alone. The difference is the library's share, which is to stay
-// below the cost of one read. Lists of an entry's resources are in memory that the driver gives and takes back, which is
-// told apart.
+// What checking an entry against the hardware costs the library: decoding its placement data, reading it back and
+// comparing the two, beside the embedded driver's decoding and reading alone. The difference is the library's share,
+// which is to stay below the cost of one read. Lists of an entry's resources are in memory that the driver gives and
+// takes back, which is told apart.
 #include <benchmark/benchmark.h>
 
 #include <array>

@@ -1,5 +1,5 @@
-// What the services cost that build or unpack more than a record: predicting a hash, beside the same stream built bit by
-// bit, and reading a range of register cells, beside a loop over the same driver's records written by hand for that
+// What the services cost that build or unpack more than a record: predicting a hash, beside the same stream built bit
+// by bit, and reading a range of register cells, beside a loop over the same driver's records written by hand for that
 // register. The driver is as good as none.
 #include <benchmark/benchmark.h>
 

@@ -1,6 +1,6 @@
-// A driver that is as good as none for the services that build or unpack lists: memory costs its clearing, and reads say that
-// all was read. Only to compare what callers do with its answers does it give any: cells if it is to ask the hardware,
-// and as a hash the whole stream if there is room.
+// A driver that is as good as none for the services that build or unpack lists: memory costs its clearing, and reads
+// say that all was read. Only to compare what callers do with its answers does it give any: cells if it is to ask the
+// hardware, and as a hash the whole stream if there is room.
 #include <cstdint>
 #include <cstring>
 

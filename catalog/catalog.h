@@ -165,8 +165,8 @@ constexpr const Profile* profile_of(const Catalog& rows, const Table& table) {
     return nullptr;
 }
 
-// The same question of velmar_switch. Not by profile_of(): with sanitizers the compiler doesn't take a comparison of its
-// result for a constant.
+// The same question of velmar_switch. Not by profile_of(): with sanitizers the compiler doesn't take a comparison of
+// its result for a constant.
 constexpr bool is_indirect(const Table& table) {
     for (const Profile& profile : profiles)
         if (same(profile.table, table.name)) return true;

@@ -1,6 +1,6 @@
-// The records of a snapshot trigger: which fields are wider than a byte, by their offsets. The records are packed with no
-// alignment, so fields stand at odd offsets; all bytes that are named nowhere belong to one-byte fields, or to fields wider
-// than 32 bits, which are in network order anyway.
+// The records of a snapshot trigger: which fields are wider than a byte, by their offsets. The records are packed with
+// no alignment, so fields stand at odd offsets; all bytes that are named nowhere belong to one-byte fields, or to
+// fields wider than 32 bits, which are in network order anyway.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,8 @@
 
 namespace catalog {
 
-// A value record, a mask record and a stage of a capture all have this size, which serves the larger of the two layouts.
+// A value record, a mask record and a stage of a capture all have this size, which serves the larger of the two
+// layouts.
 inline constexpr unsigned snapshot_record_size = 676;
 inline constexpr unsigned snapshot_max_stages = 20;
 

@@ -52,7 +52,7 @@ struct Family {
     std::string_view name;
     std::string_view result;
     std::string_view arguments;
-    std::string_view body;
+    std::string_view body = {};
     // The member of the functions by handle that this family fills, of table and profile families; see
     // pd_velmar/by_handle.h.
     std::string_view by_handle = {};

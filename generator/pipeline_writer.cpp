@@ -32,8 +32,8 @@ std::string action_line(const Catalog& rows, const Binding& binding, bool in_pro
            ", .for_default = " + (in_profile || for_default(binding) ? "1" : "0") + "},\n";
 }
 
-// What the program starts with isn't in the catalog. The last of a table's default actions stands for it: most often the
-// miss.
+// What the program starts with isn't in the catalog. The last of a table's default actions stands for it: most often
+// the miss.
 std::uint32_t initial_default(const Table& table) {
     std::uint32_t handle = 0;
     for (const Binding& binding : table.actions)

@@ -1,10 +1,8 @@
-// The definitions of the exported functions, one line each, and the texts that hold the binary interface to its form.
-#include <algorithm>
+// The definitions of the exported functions, one line each.
 #include <map>
 #include <set>
 
 #include "catalog/layout.h"
-#include "catalog/snapshot_layouts.h"
 #include "generator/writers.h"
 
 namespace generator {
@@ -58,34 +56,6 @@ std::string row_constants(const char* scope, const char* type, const char* look_
         text += std::string("[[maybe_unused]] constexpr catalog::") + type + " " + name + " = catalog::" + look_up +
                 "(\"" + name + "\");\n";
     return text + "} // namespace " + scope + "\n";
-}
-
-// Visits every record with its size, and every field of it with offset and bytes.
-void for_each_record(const Catalog& rows, auto record, auto field_of) {
-    for (const Seam& seam : rows.seams)
-        for (const Table& table : seam.tables) {
-            if (key_shape(table) == KeyShape::keyless) continue;
-            const KeyLayout layout = key_layout(table);
-            const std::string type = match_spec_name(rows, table);
-            record(type, layout.record_size);
-            for (std::size_t i = 0; i < layout.field_count; ++i) {
-                const KeyField& field = table.key.begin()[i];
-                const FieldLayout& place = layout.fields[i];
-                field_of(type, field.pd_name, place.record_offset, place.record_bytes);
-                if (place.partner_bytes == 0) continue;
-                const char* partner = field.match == Match::lpm ? "_prefix_length" : "_mask";
-                field_of(type, std::string(field.pd_name) + partner, place.partner_offset, place.partner_bytes);
-            }
-        }
-    for (const Action& action : rows.actions) {
-        if (action.params.size() == 0) continue;
-        const ActionLayout layout = action_layout(action);
-        const std::string type = action_spec_name(rows, action);
-        record(type, layout.record_size);
-        for (std::size_t i = 0; i < layout.param_count; ++i)
-            field_of(type, std::string("action_") + action.params.begin()[i].name, layout.params[i].record_offset,
-                     layout.params[i].record_bytes);
-    }
 }
 
 } // namespace
@@ -183,137 +153,16 @@ std::string write_functions_by_handle(const Exports& exports) {
     std::string text = "// Made from the catalog. What is reached by handle, sorted by it.\n"
                        "#include \"pd_velmar/by_handle.h\"\n#include \"vl_pd/" +
                        std::string(exports.rows->program) + ".h\"\n\nnamespace vl_pd::by_handle {\n\n";
-    const auto write_list = [&text](const char* declaration, const auto& lines) {
-        text += std::string("constinit const ") + declaration + "[] = {\n";
+    const auto write_list = [&text](const std::string& type, const std::string& name, const auto& lines) {
+        text += "static constexpr " + type + " " + name + "_by_handle[] = {\n";
         for (const auto& [handle, line] : lines)
             text += line;
-        text += "};\n\n";
+        text +=
+            "};\nconstinit const std::span<const " + type + "> " + name + "_functions = " + name + "_by_handle;\n\n";
     };
-    write_list("TableFunctions table_functions", tables);
-    write_list("ProfileFunctions profile_functions", profiles);
+    write_list("TableFunctions", "table", tables);
+    write_list("ProfileFunctions", "profile", profiles);
     return text + "} // namespace vl_pd::by_handle\n";
-}
-
-std::string write_record_asserts(const Exports& exports) {
-    const Catalog& rows = *exports.rows;
-    std::string text =
-        "// Made from the catalog. The encoders reach a record's fields by offset: this is what makes that safe.\n"
-        "#include <cstddef>\n\n#include \"vl_pd/" +
-        std::string(rows.program) + ".h\"\n\n";
-    const auto assert_size = [&text](const std::string& type, unsigned size) {
-        text += "static_assert(sizeof(" + type + ") == " + std::to_string(size) + ");\n";
-    };
-    const auto assert_field = [&text](const std::string& type, const std::string& field, unsigned offset,
-                                      unsigned bytes) {
-        text += "static_assert(offsetof(" + type + ", " + field + ") == " + std::to_string(offset) + " && sizeof(" +
-                type + "::" + field + ") == " + std::to_string(bytes) + ");\n";
-    };
-    for_each_record(rows, assert_size, assert_field);
-    return text;
-}
-
-std::string write_row_list(const Exports& exports) {
-    const Catalog& rows = *exports.rows;
-    std::set<std::string> lines;
-    const auto add_record = [&lines](const std::string& type, unsigned size) {
-        lines.insert(type + "\tsize " + std::to_string(size) + "\n");
-    };
-    const auto add_field = [&lines](const std::string& type, const std::string& field, unsigned offset,
-                                    unsigned bytes) {
-        lines.insert(type + "." + field + "\toffset " + std::to_string(offset) + ", " + std::to_string(bytes) +
-                     " bytes\n");
-    };
-    for_each_record(rows, add_record, add_field);
-
-    const auto add_bindings = [&](const char* owner, List<Binding> bindings) {
-        for (const Binding& binding : bindings) {
-            const std::size_t number = action_number(rows, binding.action);
-            const ActionLayout layout = action_layout(rows.actions[number]);
-            lines.insert(std::string(owner) + "." + binding.action + "\t" + hex(binding.handle) + ", action " +
-                         std::to_string(number) + ", " + std::to_string(layout.bits) + " bits in " +
-                         std::to_string(layout.bytes) + " bytes\n");
-        }
-    };
-    for (const Seam& seam : rows.seams)
-        for (const Table& table : seam.tables) {
-            const KeyLayout layout = key_layout(table);
-            lines.insert(std::string(table.name) + "\t" + hex(table.handle) + ", key of " +
-                         std::to_string(layout.bits) + " bits in " + std::to_string(layout.bytes) +
-                         " bytes, resource " + hex(resource_of(rows, table).handle) + "\n");
-            add_bindings(table.name, table.actions);
-        }
-    for (const Profile& profile : rows.profiles) {
-        lines.insert(std::string(profile.name) + "\t" + hex(profile.data_table) + ", selector " +
-                     hex(profile.selector) + ", of " + profile.table + "\n");
-        add_bindings(profile.name, profile.actions);
-    }
-
-    const auto add_resources = [&](const char* kind, const auto& resources, auto form) {
-        for (const auto& row : resources)
-            lines.insert(std::string(kind) + " " + row.name + "\t" + hex(row.handle) + ", " + form(row) +
-                         (row.table ? std::string(", of ") + row.table : "") + "\n");
-    };
-    const auto addressing = [](const Resource& row) { return row.addressing == direct ? "direct" : "indirect"; };
-    add_resources("counter", rows.counters, addressing);
-    add_resources("meter", rows.meters, addressing);
-    add_resources("wred", rows.wred_blocks, addressing);
-    add_resources("register", rows.registers, [](const Register& row) {
-        return row.cell == Cell::flag ? "flag" : row.cell == Cell::word ? "word" : "word pair";
-    });
-    for (const Digest& digest : rows.digests) {
-        unsigned size = 0;
-        for (const DigestField& field : digest.fields) {
-            add_field(digest.name, field.pd_name, size, field.bytes);
-            size += field.bytes;
-        }
-        lines.insert(std::string("digest ") + digest.name + "\t" + hex(digest.handle) + ", size " +
-                     std::to_string(size) + "\n");
-    }
-    for (const ValueSet& set : rows.value_sets)
-        lines.insert(std::string("value set ") + set.name + "\t" + std::to_string(set.id) + "\n");
-    for (const HashCalculation& row : rows.hash_calculations)
-        lines.insert(std::string("hash calculation ") + row.name + "\t" + hex(row.handle) + ", input " +
-                     hex(row.input) + ", algorithm " + hex(row.algorithm) + "\n");
-
-    // Of the snapshot records all that is known is which bytes turn.
-    for (std::size_t layout = 0; layout < std::size(snapshot_layouts); ++layout) {
-        const auto add_offsets = [&](List<std::uint16_t> offsets, const char* width) {
-            std::string line = "snapshot layout " + std::to_string(layout) + ", " + width + "\tat";
-            for (const unsigned offset : offsets)
-                line += " " + std::to_string(offset);
-            lines.insert(line + "\n");
-        };
-        add_offsets(snapshot_layouts[layout].two_byte_fields, "two bytes");
-        add_offsets(snapshot_layouts[layout].four_byte_fields, "four bytes");
-    }
-    std::string text;
-    for (const std::string& line : lines)
-        text += line;
-    return text;
-}
-
-std::string write_version_script(const Exports& exports) {
-    std::set<std::string> names;
-    for (const Member* member : exports.functions())
-        names.insert(member->name);
-    for (const Data& data : exports.data)
-        names.insert(data.name);
-    std::string text = "{\n  global:\n";
-    for (const std::string& name : names)
-        text += "    " + name + ";\n";
-    return text + "  local:\n    *;\n};\n";
-}
-
-std::string write_export_list(const Exports& exports) {
-    std::set<std::string> lines;
-    for (const Member* member : exports.functions())
-        lines.insert(member->name + "\t" + member->result + " (" + member->arguments + ")\n");
-    for (const Data& data : exports.data)
-        lines.insert(data.name + "\t" + data.declaration + "\n");
-    std::string text;
-    for (const std::string& line : lines)
-        text += line;
-    return text;
 }
 
 } // namespace generator

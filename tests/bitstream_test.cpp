@@ -54,8 +54,8 @@ TEST(Bitstream, WorkedExamples) {
     EXPECT_EQ(hex(packed({{40, {0x11, 0x22, 0x33, 0x44, 0x55}}, {2, {0x03}}})), "00 44 88 cd 11 57");
 }
 
-// The same stream written byte by byte, which is what gives surplus bits their meaning: a byte of the stream is stored by
-// the value that begins it, and ORed to by those that follow.
+// The same stream written byte by byte, which is what gives surplus bits their meaning: a byte of the stream is stored
+// by the value that begins it, and ORed to by those that follow.
 class ByteByByte {
 public:
     explicit ByteByByte(Bytes& stream) : stream_(stream), at_(stream.size()) {}

@@ -52,7 +52,7 @@ ingIpv6_dip_mask 128 0xffff0000000000000000000000000000 1
 KEY_TAGS = {"mac": 26, "v4addr": 14, "v6addr": 11, "port": 21, "vport": 5, "dec": 3, None: 535}
 PARAM_TAGS = {"mac": 26, "v4addr": 10, "port": 4, "dec": 6, None: 260}
 LONGEST = {"table": 3689, "profile": 174, "match schema": 3217, "action schema": 263, "match value": 280,
-           "action value": 109, "entry": 329}
+           "action value": 109, "entry": 330}
 
 faults = 0
 longest = Counter()
@@ -196,7 +196,7 @@ def main():
                 expect_text("match value", table, value,
                             "( " + "".join(f"{digit}," for digit, _ in shown) + "),", tuple(v for _, v in shown))
                 if not indirect:
-                    priority = "2147483647" if "ternary" in [field[-1] for field in key] else "0"
+                    priority = "-2147483648" if "ternary" in [field[-1] for field in key] else "0"
                     most = len(f"(({value}),({priority},True))") + max(values[action] for action in actions)
                     longest["entry"] = max(longest["entry"], most)
                 for indent in (0, 1, 4):

@@ -1,5 +1,5 @@
-// What the write operations send beside the key: handles, action records, resource slots, flags, and how add, modify and
-// modify by match spec differ.
+// What the write operations send beside the key: handles, action records, resource slots, flags, and how add, modify
+// and modify by match spec differ.
 #include "support/library.h"
 
 #include <algorithm>
@@ -97,8 +97,8 @@ TEST_F(Entries, DeletingFromAMaskedTableNeedsThePriorityOfTheAdd) {
     EXPECT_EQ(p4_pd_velmar_switch_l2SmacCheck_table_delete_by_match_spec(session, target, &key, 5), 0u);
 }
 
-// The slot that an action sends, for every entry action of the tables that carry a resource. Actions not named here send
-// the tag of their table's column.
+// The slot that an action sends, for every entry action of the tables that carry a resource. Actions not named here
+// send the tag of their table's column.
 TEST_F(Entries, ResourceSlots) {
     constexpr std::uint32_t index = 0x00050028; // its low half is what an add takes
     struct Expected {

@@ -10,7 +10,7 @@
 _Static_assert(offsetof(p4_pd_velmar_switch_ipv6Host_match_spec_t, ingIpv6_dip) == 2, "even offset");
 _Static_assert(sizeof(((p4_pd_velmar_switch_ecmpGroup_match_spec_t*)0)->l3_nextHop) == 4, "32 bits in the record");
 
-#define REQUIRE(condition)                                                                                              \
+#define REQUIRE(condition)                                                                                             \
     do {                                                                                                               \
         if (!(condition)) {                                                                                            \
             printf("header_test.c:%d: %s doesn't hold\n", __LINE__, #condition);                                       \
@@ -29,7 +29,8 @@ int main(void) {
     p4_pd_velmar_switch_ipv4Host_match_spec_t key = {.l3Info_vrfId = 1, .ingIpv4_dip = 0x0A000001};
     p4_pd_velmar_switch_setNextHop_action_spec_t hop = {.action_nextHop = 5};
     pd_entry entry;
-    REQUIRE(p4_pd_velmar_switch_ipv4Host_table_add_with_setNextHop(session, target, &key, &hop, &entry) == PD_STATUS_OK);
+    const pd_status added = p4_pd_velmar_switch_ipv4Host_table_add_with_setNextHop(session, target, &key, &hop, &entry);
+    REQUIRE(added == PD_STATUS_OK);
 
     char name[61];
     uint32_t action;

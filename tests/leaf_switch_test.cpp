@@ -462,8 +462,10 @@ TEST_F(LeafSwitch, TakesASnapshotOfStages) {
     Leaf leaf = bring_up();
     vl_model::record_calls(true);
     const std::uint32_t snapshot = arm_snapshot(leaf, 0x1234);
+    unsigned triggers = 0;
     for (const vl_model::Call& call : vl_model::take_calls()) {
         if (call.function != "bf_snapshot_capture_trigger_set") continue;
+        ++triggers;
         ASSERT_EQ(call.inputs.size(), 2u);
         std::vector<std::uint8_t> value(PD_SNAPSHOT_RECORD_SIZE), mask(PD_SNAPSHOT_RECORD_SIZE);
         value[snapshot_field] = 0x12;
@@ -472,6 +474,7 @@ TEST_F(LeafSwitch, TakesASnapshotOfStages) {
         EXPECT_EQ(call.inputs[0], value);
         EXPECT_EQ(call.inputs[1], mask);
     }
+    EXPECT_EQ(triggers, 1u);
     EXPECT_FALSE(read_snapshot(snapshot)) << "no packet came yet";
     send_through_snapshot(snapshot, 6, std::array<std::uint16_t, 3>{0x1234, 0x1235, 0xABCD});
     const std::optional<Capture> capture = read_snapshot(snapshot);

@@ -1,6 +1,6 @@
-// Every keyed table and every entry action of the catalog: what goes in through an add comes back through a read, but for
-// the bits that encoding clears. Records are random, from a fixed seed. Expectations are worked out from the rows here,
-// field by field, and not by the library's encoders.
+// Every keyed table and every entry action of the catalog: what goes in through an add comes back through a read, but
+// for the bits that encoding clears. Records are random, from a fixed seed. Expectations are worked out from the rows
+// here, field by field, and not by the library's encoders.
 #include "support/text.h"
 
 #include <cstring>

@@ -1,5 +1,5 @@
-// Digests, parser value sets and hash calculations: what reaches the driver, and what is the library's own. The driver's
-// functions are stood in for here.
+// Digests, parser value sets and hash calculations: what reaches the driver, and what is the library's own. The
+// driver's functions are stood in for here.
 #include "support/library.h"
 
 #include <cstring>

@@ -23,8 +23,8 @@ bool equal(const vl_model::ActionCopy& left, const vl_model::ActionCopy& right) 
            std::memcmp(left.slots.data(), right.slots.data(), sizeof left.slots) == 0;
 }
 
-// Every default action of every table is set, read and reset; where the action is an entry action too, the record that is
-// sent is the one that an add sends.
+// Every default action of every table is set, read and reset; where the action is an entry action too, the record that
+// is sent is the one that an add sends.
 TEST_F(Defaults, EveryTableWithEveryAction) {
     const pd_meter_spec meter = {1, 2, 3, 4, PD_METER_TYPE_COLOR_UNAWARE};
     std::size_t set = 0, shared = 0;

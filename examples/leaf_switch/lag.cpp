@@ -1,5 +1,6 @@
-// From an interface to the port that a packet leaves by: the look-up that settles the port of a forwarded packet. lagGroup is an
-// indirect table: its entries point at members (one way to go on) or at groups (several, of which a hash chooses one).
+// From an interface to the port that a packet leaves by: the look-up that settles the port of a forwarded packet.
+// lagGroup is an indirect table: its entries point at members (one way to go on) or at groups (several, of which a hash
+// chooses one).
 #include "leaf_switch/steps.h"
 #include "leaf_switch/topology.h"
 

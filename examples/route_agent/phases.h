@@ -13,8 +13,8 @@ void program(Run& run, unsigned load);
 // the driver's tables.
 enum class RestoreBy : std::uint8_t { log, replay };
 
-// The agent starts again on a switch that goes on: neither it nor the library knows the members and groups there. Restores what
-// both need to go on, and checks it against the plan.
+// The agent starts again on a switch that goes on: neither it nor the library knows the members and groups there.
+// Restores what both need to go on, and checks it against the plan.
 void restart(Run& run, RestoreBy by);
 
 // Walks every table and reads all entries, groups and members.

@@ -1,5 +1,6 @@
 // A restart of the agent while the switch goes on. The switch keeps groups, members and entries; what is lost are the
-// agent's handles of members and groups, and the library's shadow of the profile, without which nothing can be added to a group.
+// agent's handles of members and groups, and the library's shadow of the profile, without which nothing can be added to
+// a group.
 #include <cstdlib>
 #include <memory>
 #include <optional>

@@ -11,7 +11,6 @@ inline constexpr Family placement_families[] = {
      .name = "{p}{table}_get_plcmt_data",
      .result = "pd_status",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t ignored, ...",
-     .body = "",
      .definition = "VL_PASS_THROUGH({name}, pipe_mgr_plcmt_mat_data_get, {table_handle});"},
 
     {.over = Over::every_table, .shard = Shard::placement,
@@ -53,8 +52,8 @@ inline constexpr Family placement_families[] = {
     {.over = Over::every_table, .shard = Shard::placement,
      .name = "{p}{table}_plcmt_data_eq_to_hw",
      .result = "int",
-     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl, const void *plcmt_data, "
-                  "char *message",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl, "
+                  "const void *plcmt_data, char *message",
      .body = "return comparison::entry<t::{table}>({p}{table}_get_entry_from_plcmt_data, "
              "{p}{table}_get_entry, sess_hdl, dev_id, entry_hdl, plcmt_data, message);",
      .by_handle = "placement_equals_hardware"},
@@ -63,14 +62,12 @@ inline constexpr Family placement_families[] = {
      .name = "{p}{profile}_get_plcmt_data",
      .result = "pd_status",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t ignored, ...",
-     .body = "",
      .definition = "VL_PASS_THROUGH({name}, pipe_mgr_plcmt_adt_data_get, {data_table});"},
 
     {.over = Over::profile, .shard = Shard::profiles,
      .name = "{p}{profile}_sel_get_plcmt_data",
      .result = "pd_status",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t ignored, ...",
-     .body = "",
      .definition = "VL_PASS_THROUGH({name}, pipe_mgr_plcmt_sel_data_get, {selector});"},
 
     {.over = Over::profile, .shard = Shard::profiles,
@@ -128,8 +125,8 @@ inline constexpr Family placement_families[] = {
     {.over = Over::program, .shard = Shard::program,
      .name = "{p}plcmt_data_eq_to_hw",
      .result = "int",
-     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl, const void *plcmt_data, "
-                  "const void *unused, char *message",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl, "
+                  "const void *plcmt_data, const void *unused, char *message",
      .body = "return by_handle::plcmt_data_eq_to_hw(sess_hdl, dev_id, tbl_hdl, entry_hdl, "
              "plcmt_data, message);"},
 };

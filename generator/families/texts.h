@@ -55,7 +55,8 @@ inline constexpr Family texts_families[] = {
      .name = "{p}{table}_value",
      .result = "int",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw, char *buffer",
-     .body = "return value::entry<t::{table}>({p}{table}_get_entry, sess_hdl, dev_id, entry_hdl, read_from_hw, buffer);",
+     .body = "return value::entry<t::{table}>({p}{table}_get_entry, sess_hdl, dev_id, entry_hdl, read_from_hw, "
+             "buffer);",
      .by_handle = "value"},
 
     {.over = Over::program, .shard = Shard::program,

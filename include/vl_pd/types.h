@@ -133,8 +133,8 @@ typedef struct pd_pvs_target {
 
 /*
  * An attribute of one input field of a hash calculation. Fields and types are the driver's numbers. In
- * calculate_hash_value it is a field's value: of up to 32 bits, or the address of its bytes, most significant first, for
- * a wider field.
+ * calculate_hash_value it is a field's value: of up to 32 bits, or the address of its bytes, most significant first,
+ * for a wider field.
  */
 typedef struct pd_hash_attribute {
     uint32_t input_field;

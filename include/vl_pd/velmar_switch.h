@@ -281,8 +281,9 @@
  * A cell holds a flag (uint8_t: any value but 0 is written as 1), a word (uint32_t) or a pair of words, and reads as
  * one value for each instance of it in the hardware. The caller gives room for all of them: as many as the driver says
  * for a cell (its number of pipes, say), times count for a range; they follow each other with no gaps. Bit 0 of flags
- * goes to the driver. PD_STATUS_NO_MEMORY: no memory for the driver's answer, and nothing is written. The lists that a
- * read allocates live in the driver's memory and are freed before it returns.
+ * goes to the driver. count is signed; at 0 or below the driver is asked all the same. The driver's answer has room for
+ * count times as many values as a cell has, a product of 32 bits. PD_STATUS_NO_MEMORY: no memory for it, and nothing is
+ * written. The lists that a read allocates live in the driver's memory and are freed before it returns.
  *
  *   register_read_indirect(sess_hdl, dev_tgt, reg_hdl, index, flags, query), register_read_direct(sess_hdl, dev_tgt,
  *   tbl_hdl, entry_hdl, flags, query), register_write_indirect, register_write_all_indirect,
@@ -441,9 +442,10 @@
  *       nothing is written, for data that can't be decoded and for a handle that is nobody's.
  *   <table>_plcmt_data_print(fd, indent, plcmt_data), <profile>_adt_plcmt_data_print(fd, indent, plcmt_data)
  *   plcmt_data_print(fd, indent, tbl_hdl, plcmt_data), adt_plcmt_data_print(fd, indent, adt_hdl, plcmt_data)
- *       Print lines: the key, unless it is a default entry, and the action with its parameters; of an indirect table
- *       the key alone. The result is the decoder's status, whatever the writes gave; data that can't be decoded gets a
- *       line that says so. For a handle that is nobody's that is what is printed, and the result is that of the write.
+ *       Print lines: the key, unless it is a default entry, or the name of a keyless table; then the action with its
+ *       parameters, which an indirect table has none of. The result is the decoder's status, whatever the writes gave;
+ *       data that can't be decoded gets the line "cannot decode plcmt_data for <full name>". A handle that is nobody's
+ *       gets the line "0x0100005e table not found", and the result is that of the write.
  *
  *
  * Comparing with the hardware

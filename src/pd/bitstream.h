@@ -10,8 +10,8 @@
 
 namespace vl_pd {
 
-// The stream is one big-endian number; each value that is prepended stands above those before it, with no alignment.
-// A value that is wider than it is said to be is cut to whole bytes, not to its width: the surplus stands in the rest of
+// The stream is one big-endian number; each value that is prepended stands above those before it, with no alignment. A
+// value that is wider than it is said to be is cut to whole bytes, not to its width: the surplus stands in the rest of
 // the stream's byte, where the next value is ORed to it, and beyond that byte it is lost.
 class Bitstream {
 public:

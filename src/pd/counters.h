@@ -10,8 +10,8 @@
 
 namespace vl_pd::counters {
 
-// Bit 0 of flags brings the cell up to date from the hardware first; no other bit is looked at. A failure of either step
-// leaves the value unwritten.
+// Bit 0 of flags brings the cell up to date from the hardware first; no other bit is looked at. A failure of either
+// step leaves the value unwritten.
 pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
                       std::uint32_t flags, pd_counter_value* value) noexcept;
 pd_status read_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,

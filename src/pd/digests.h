@@ -1,5 +1,5 @@
-// Learning digests: registrations and acknowledgements on their way to the driver. Callbacks and messages are not looked
-// at, and nothing is kept. The driver takes 8 bits of the device.
+// Learning digests: registrations and acknowledgements on their way to the driver. Callbacks and messages are not
+// looked at, and nothing is kept. The driver takes 8 bits of the device.
 #pragma once
 
 #include <cstdint>

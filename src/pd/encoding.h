@@ -1,8 +1,8 @@
 // From the agent's records to the driver's: the one encoding of keys and actions that all operations share.
 //
-// The encoders are templates over rows, so that each compiles to the straight-line code that one would write by hand for
-// its table: loads at constant offsets, masks applied to values in registers, stores at constant positions. Nothing here
-// can fail, and nothing is validated but the prefix length.
+// The encoders are templates over rows, so that each compiles to the straight-line code that one would write by hand
+// for its table: loads at constant offsets, masks applied to values in registers, stores at constant positions. Nothing
+// here can fail, and nothing is validated but the prefix length.
 #pragma once
 
 #include "catalog/catalog.h"
@@ -125,8 +125,9 @@ VL_INLINE void build_prefix_field(const Byte* match_spec, std::uint32_t length, 
 }
 
 // A prefix table's prefix is its last field; the fields before it are exact, or name a partition, which travels beside
-// the key and isn't matched. Returns the entry's priority: the count of bits that the prefix leaves open, so that longer
-// prefixes come first. A length beyond the field leaves key and mask whole, and is told by a priority that no prefix has.
+// the key and isn't matched. Returns the entry's priority: the count of bits that the prefix leaves open, so that
+// longer prefixes come first. A length beyond the field leaves key and mask whole, and is told by a priority that no
+// prefix has.
 template <TableRef T>
 VL_INLINE std::uint32_t build_prefix_key(const Byte* match_spec, Byte* key, Byte* mask) {
     static constexpr catalog::KeyLayout layout = key_layout<T>;

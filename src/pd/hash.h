@@ -1,5 +1,5 @@
-// Hash calculations: their algorithm, seed and inputs, and the prediction of a hash. Each calculation has one input and one
-// algorithm, which callers name by the enumeration value 0.
+// Hash calculations: their algorithm, seed and inputs, and the prediction of a hash. Each calculation has one input and
+// one algorithm, which callers name by the enumeration value 0.
 #pragma once
 
 #include <cstdint>

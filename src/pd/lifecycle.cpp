@@ -1,5 +1,5 @@
-// The library's whole mutable state lives here. It is written once by init(), before the driver knows the callbacks, and
-// only read after that, which is why nothing is locked.
+// The library's whole mutable state lives here. It is written once by init(), before the driver knows the callbacks,
+// and only read after that, which is why nothing is locked.
 #include "pd/lifecycle.h"
 
 #include <unistd.h>

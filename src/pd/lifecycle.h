@@ -13,7 +13,8 @@ void init() noexcept;
 pd_status cleanup() noexcept;
 void device_state_cleanup() noexcept;
 
-// The shadow of a profile, by the profile's place in catalog::profiles. Null before init(). One state serves all devices.
+// The shadow of a profile, by the profile's place in catalog::profiles. Null before init(). One state serves all
+// devices.
 p4_pd_ms_state* shadow_of(std::size_t profile) noexcept;
 
 } // namespace vl_pd::lifecycle

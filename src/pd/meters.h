@@ -1,8 +1,8 @@
 // Meters and WRED. A direct meter travels with the entries of its match table, and its operations name that table;
 // indirect ones are arrays of cells.
 //
-// Numbers pass between the two forms of a meter spec unchanged, widened on the way to the driver and cut to their low 32
-// bits on the way back.
+// Numbers pass between the two forms of a meter spec unchanged, widened on the way to the driver and cut to their low
+// 32 bits on the way back.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Registers: stateful cells that packets read and change. A cell gives one value for each instance of it in the hardware,
-// so a read asks the driver how many, brings the room, and lays the values out for the caller.
+// Registers: stateful cells that packets read and change. A cell gives one value for each instance of it in the
+// hardware, so a read asks the driver how many, brings the room, and lays the values out for the caller.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ namespace vl_pd::registers {
 
 using catalog::Cell;
 
-// A caller gives room for all values of the cell (or cells), as many as the driver yields for one, and has no way to ask
-// how many. After a failure nothing is written. PD_STATUS_NO_MEMORY: no memory for the driver's answer.
+// A caller gives room for all values of the cell (or cells), as many as the driver yields for one, and has no way to
+// ask how many. After a failure nothing is written. PD_STATUS_NO_MEMORY: no memory for the driver's answer.
 pd_status read(Cell cell, std::uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
                std::uint32_t flags, void* values, std::uint32_t* value_count) noexcept;
 

@@ -1,5 +1,5 @@
-// Parser value sets: values and masks that the parser compares packet fields with. All is forwarded; the set's id stands
-// in the third place. Of the target's parser and of read_from_hw 8 bits reach the driver.
+// Parser value sets: values and masks that the parser compares packet fields with. All is forwarded; the set's id
+// stands in the third place. Of the target's parser and of read_from_hw 8 bits reach the driver.
 #pragma once
 
 #include <cstdint>

@@ -1,8 +1,9 @@
-// Addresses in their human form, behind a label. Each function returns the length of its text, whose terminator it adds,
-// or 0 if there is nothing to say; the buffer is then untouched. Every text ends in a blank, but for print_v6addr_exact.
+// Addresses in their human form, behind a label. Each function returns the length of its text, whose terminator it
+// adds, or 0 if there is nothing to say; the buffer is then untouched. Every text ends in a blank, but for
+// print_v6addr_exact.
 //
-// The halves of a MAC address are 24-bit values. IPv4 addresses are in the machine's byte order, IPv6 addresses 16 bytes
-// in network order.
+// The halves of a MAC address are 24-bit values. IPv4 addresses are in the machine's byte order, IPv6 addresses 16
+// bytes in network order.
 #pragma once
 
 #include <cstdint>

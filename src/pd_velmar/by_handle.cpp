@@ -3,36 +3,28 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
 
-#include "catalog/catalog.h"
 #include "pd_velmar/text_writer.h"
 
 namespace vl_pd::by_handle {
 
 namespace {
 
-constexpr std::size_t table_count = [] {
-    std::size_t count = 0;
-    for (const catalog::Seam& seam : catalog::seams)
-        count += seam.tables.size();
-    return count;
-}();
-
 // Null for a handle that the list doesn't have.
 template <class Functions>
-const Functions* find(const Functions* list, std::size_t count, std::uint32_t handle) {
-    const Functions* const found = std::lower_bound(
-        list, list + count, handle, [](const Functions& each, std::uint32_t wanted) { return each.handle < wanted; });
-    return found != list + count && found->handle == handle ? found : nullptr;
+const Functions* find(std::span<const Functions> list, std::uint32_t handle) {
+    const auto found =
+        std::lower_bound(list.begin(), list.end(), handle,
+                         [](const Functions& each, std::uint32_t wanted) { return each.handle < wanted; });
+    return found != list.end() && found->handle == handle ? &*found : nullptr;
 }
 
 const TableFunctions* table(std::uint32_t handle) {
-    return find(table_functions, table_count, handle);
+    return find(table_functions, handle);
 }
 
 const ProfileFunctions* profile(std::uint32_t handle) {
-    return find(profile_functions, std::size(catalog::profiles), handle);
+    return find(profile_functions, handle);
 }
 
 pd_status print_not_found(int fd, std::uint32_t handle) {

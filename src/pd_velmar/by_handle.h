@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 
 #include "vl_pd/types.h"
 
@@ -27,8 +28,8 @@ struct ProfileFunctions {
     int (*placement_value)(const void* plcmt_data, char* buffer) noexcept;
 };
 
-extern const TableFunctions table_functions[];
-extern const ProfileFunctions profile_functions[];
+extern const std::span<const TableFunctions> table_functions;
+extern const std::span<const ProfileFunctions> profile_functions;
 
 // The schema of a table or profile; "()" for any other handle.
 int cli_schema(std::uint32_t handle, char* buffer) noexcept;
@@ -39,8 +40,8 @@ int entry_value(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd
 int stringify_counter_matchspec(pd_session sess_hdl, pd_device dev_id, std::uint32_t tbl_hdl, pd_entry entry_hdl,
                                 char* buffer) noexcept;
 
-// For a handle that is nobody's the prints write a line that says so, and return what that write returns; the values are
-// 0, with nothing written.
+// For a handle that is nobody's the prints write a line that says so, and return what that write returns; the values
+// are 0, with nothing written.
 pd_status plcmt_data_print(int fd, std::uint32_t indent, std::uint32_t tbl_hdl, const void* plcmt_data) noexcept;
 pd_status adt_plcmt_data_print(int fd, std::uint32_t indent, std::uint32_t adt_hdl, const void* plcmt_data) noexcept;
 int plcmt_data_value(std::uint32_t tbl_hdl, const void* plcmt_data, char* buffer) noexcept;

@@ -5,6 +5,7 @@
 // message the software's value comes first. On 1 the message isn't touched.
 #pragma once
 
+#include <cstring>
 #include <span>
 
 #include "pd_velmar/read_entry.h"

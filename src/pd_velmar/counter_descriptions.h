@@ -3,6 +3,9 @@
 // Values are cut to the width of their field. Masks are compared and shown as they are.
 #pragma once
 
+#include <bit>
+#include <span>
+
 #include "pd_velmar/addresses.h"
 #include "pd_velmar/counter_words.h"
 #include "pd_velmar/read_entry.h"

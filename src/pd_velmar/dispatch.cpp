@@ -1,4 +1,5 @@
-// The per-table walking functions differ in the handle that they send and in nothing else, so a known handle is sent on.
+// The per-table walking functions differ in the handle that they send and in nothing else, so a known handle is sent
+// on.
 #include "pd_velmar/dispatch.h"
 
 #include <array>

@@ -1,7 +1,7 @@
 // Walking by handle, for callers that hold a table's or a profile's handle as data.
 //
-// A handle that is no table's ends the walk with the end mark and status 0; one that is no profile's gives the same mark
-// and PD_STATUS_MISMATCH. All else is what the table's or profile's own function gives.
+// A handle that is no table's ends the walk with the end mark and status 0; one that is no profile's gives the same
+// mark and PD_STATUS_MISMATCH. All else is what the table's or profile's own function gives.
 #pragma once
 
 #include <cstdint>

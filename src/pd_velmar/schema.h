@@ -4,6 +4,7 @@
 // Blanks and trailing commas are part of the form: readers may compare schemas as text.
 #pragma once
 
+#include <array>
 #include <initializer_list>
 #include <span>
 #include <string_view>

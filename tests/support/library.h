@@ -50,8 +50,9 @@ std::vector<const catalog::Table*> direct_tables();
 const catalog::Table& table_named(const char* name);
 const catalog::Action& action_of(const catalog::Binding& binding);
 
-// Calls an exported function by its name, with each argument in a 64-bit word as x86-64 passes it: integers and pointers
-// as they are, a pd_dev_tgt as its eight bytes. Words hold garbage above 32-bit integers where the caller puts it there.
+// Calls an exported function by its name, with each argument in a 64-bit word as x86-64 passes it: integers and
+// pointers as they are, a pd_dev_tgt as its eight bytes. Words hold garbage above 32-bit integers where the caller puts
+// it there.
 std::uint32_t call(const std::string& name, std::initializer_list<std::uint64_t> words);
 std::uint32_t call(const std::string& name, const std::vector<std::uint64_t>& words);
 

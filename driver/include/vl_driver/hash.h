@@ -56,7 +56,7 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_set(pipe_sess_hdl sess_hdl,
                                                          pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                          uint32_t count, const pipe_hash_attribute* attributes);
 
-/* Fills up to `room` attributes and writes how many to *count. */
+/* Fills up to `room` attributes and writes how many to *count, never more than `room`. */
 pipe_status pipe_mgr_hash_calc_input_field_attribute_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
                                                          pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                          uint32_t room, pipe_hash_attribute* attributes,

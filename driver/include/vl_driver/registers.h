@@ -36,7 +36,7 @@ pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_
 pipe_status pipe_stful_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl, uint32_t index,
                                  pipe_stful_query* query, uint32_t from_hw);
 
-/* Reads up to `count` cells into as many queries, and writes to *cells_read how many cells it read. */
+/* Reads up to `count` cells into as many queries, and writes to *cells_read how many cells it read, never more. */
 pipe_status pipe_stful_ent_query_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                        uint32_t first_index, int32_t count, pipe_stful_query* queries,
                                        uint32_t* cells_read, uint32_t from_hw);

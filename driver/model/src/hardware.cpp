@@ -33,8 +33,8 @@ struct Damage {
     uint32_t bits; // 0 if the entry has nothing of the sort
 };
 
-// Any sort of damage that the entry can take is as likely as another. Only a ternary table has mask bits in hardware that
-// can each be wrong.
+// Any sort of damage that the entry can take is as likely as another. Only a ternary table has mask bits in hardware
+// that can each be wrong.
 Damage choose_damage(const Table& table, const EntryView& entry, std::mt19937_64& random) {
     const uint32_t key_bits = entry.key_len * 8U;
     const bool has_mask_bits = table.description.match == VL_MODEL_TERNARY;

@@ -20,8 +20,8 @@ const void* blob_of(uint32_t& placement, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hd
 // Runs `body` on the row that a blob stands for, with its table among those that `tables` gives of the device.
 template <class Tables, class Body>
 pipe_status with_placement(const void* plcmt_data, Tables&& tables, Body&& body) {
-    const Model& m = model();
-    const std::lock_guard lock(model().mutex);
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
     const Placement* placement = m.placements.find(plcmt_data);
     if (placement == nullptr) {
         return VL_MODEL_NOT_FOUND;

@@ -1,6 +1,6 @@
-// The placement data that is given out. A blob is no memory but the number of a place here and of the use of that place,
-// made an address: an entry pays four bytes for it, and one that isn't valid any more is known without a look at what it
-// leads to. Callers hold the model's mutex.
+// The placement data that is given out. A blob is no memory but the number of a place here and of the use of that
+// place, made an address: an entry pays four bytes for it, and one that isn't valid any more is known without a look at
+// what it leads to. Callers hold the model's mutex.
 #ifndef VL_MODEL_SRC_PLACEMENT_STORE_H
 #define VL_MODEL_SRC_PLACEMENT_STORE_H
 
