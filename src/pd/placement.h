@@ -29,8 +29,8 @@ inline constexpr auto function_name =
 // What the driver makes of an entry's data. Its records are zero but for the buffers, whose lengths it isn't told.
 template <TableRef T>
 struct PlacedEntry {
-    Byte key[decoding::key_layout<T>.bytes + 1]{};
-    Byte mask[decoding::key_layout<T>.bytes + 1]{};
+    Byte key[readback::key_room<T>]{};
+    Byte mask[readback::key_room<T>]{};
     Byte data[data_capacity]{};
     pipe_match_record match{};
     alignas(encoding::clearing_unit) pipe_action_record action{};

@@ -27,6 +27,10 @@ using decoding::unbuild_mask;
 // Room for the action data of every table.
 inline constexpr std::size_t data_capacity = 32;
 
+// Bytes of a table's key; C++ has no empty arrays.
+template <TableRef T>
+inline constexpr std::size_t key_room = key_layout<T>.bytes == 0 ? 1 : key_layout<T>.bytes;
+
 template <ActionRef A>
 inline constexpr bool fits_buffers = action_layout<A>.bytes <= data_capacity&& action_layout<A>.record_size <=
                                      sizeof(pd_action_record::spec);
@@ -83,8 +87,8 @@ template <TableRef T>
 VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
                               void* match_spec, std::uint32_t* priority, char* action_name, void* action_spec,
                               std::uint32_t* action_id, std::uint8_t* is_default) noexcept {
-    Byte key[key_layout<T>.bytes + 1]{};
-    Byte mask[key_layout<T>.bytes + 1]{};
+    Byte key[key_room<T>]{};
+    Byte mask[key_room<T>]{};
     Byte data[data_capacity]{};
     pipe_match_record match{};
     prepare<T>(match, key, mask);
