@@ -19,19 +19,19 @@ const Functions* find(std::span<const Functions> list, std::uint32_t handle) {
     return found != list.end() && found->handle == handle ? &*found : nullptr;
 }
 
-const TableFunctions* table(std::uint32_t handle) {
-    return find(table_functions, handle);
-}
-
-const ProfileFunctions* profile(std::uint32_t handle) {
-    return find(profile_functions, handle);
-}
-
 pd_status print_not_found(int fd, std::uint32_t handle) {
     return static_cast<pd_status>(dprintf(fd, "0x%08x table not found\n", handle));
 }
 
 } // namespace
+
+const TableFunctions* table(std::uint32_t handle) noexcept {
+    return find(table_functions, handle);
+}
+
+const ProfileFunctions* profile(std::uint32_t handle) noexcept {
+    return find(profile_functions, handle);
+}
 
 int cli_schema(std::uint32_t handle, char* buffer) noexcept {
     if (const TableFunctions* const known = table(handle)) return known->schema(buffer);

@@ -31,6 +31,10 @@ struct ProfileFunctions {
 extern const std::span<const TableFunctions> table_functions;
 extern const std::span<const ProfileFunctions> profile_functions;
 
+// Null for a handle that is no table's, or no profile's.
+const TableFunctions* table(std::uint32_t handle) noexcept;
+const ProfileFunctions* profile(std::uint32_t handle) noexcept;
+
 // The schema of a table or profile; "()" for any other handle.
 int cli_schema(std::uint32_t handle, char* buffer) noexcept;
 

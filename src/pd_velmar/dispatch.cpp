@@ -2,36 +2,13 @@
 // on.
 #include "pd_velmar/dispatch.h"
 
-#include <array>
-
-#include "catalog/catalog.h"
-#include "catalog/handle_spaces.h"
 #include "pd/device.h"
+#include "pd_velmar/by_handle.h"
 #include "vl_driver/tables.h"
 
 namespace vl_pd::dispatch {
 
 namespace {
-
-using catalog::table_handles;
-
-constexpr auto tables = [] {
-    std::array<bool, table_handles.last - table_handles.first + 1> known{};
-    for (const catalog::Seam& seam : catalog::seams)
-        for (const catalog::Table& table : seam.tables)
-            known[table.handle - table_handles.first] = true;
-    return known;
-}();
-
-bool is_table(std::uint32_t handle) {
-    return table_handles.holds(handle) && tables[handle - table_handles.first];
-}
-
-bool is_profile(std::uint32_t handle) {
-    for (const catalog::Profile& profile : catalog::profiles)
-        if (profile.data_table == handle) return true;
-    return false;
-}
 
 pd_status end_of_list(std::uint32_t* out, pd_status status) {
     *out = PD_HDL_END;
@@ -42,31 +19,31 @@ pd_status end_of_list(std::uint32_t* out, pd_status status) {
 
 pd_status entry_hdl_first(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t tbl_hdl,
                           pd_entry* entry_hdl) noexcept {
-    if (!is_table(tbl_hdl)) return end_of_list(entry_hdl, PD_STATUS_OK);
+    if (by_handle::table(tbl_hdl) == nullptr) return end_of_list(entry_hdl, PD_STATUS_OK);
     return pipe_mgr_get_first_entry_handle(sess_hdl, tbl_hdl, to_driver(dev_tgt), entry_hdl);
 }
 
 pd_status entry_hdl_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t tbl_hdl, pd_entry entry_hdl,
                          std::uint32_t n, pd_entry* next_entry_hdls) noexcept {
-    if (!is_table(tbl_hdl)) return end_of_list(next_entry_hdls, PD_STATUS_OK);
+    if (by_handle::table(tbl_hdl) == nullptr) return end_of_list(next_entry_hdls, PD_STATUS_OK);
     return pipe_mgr_get_next_entry_handles(sess_hdl, tbl_hdl, to_driver(dev_tgt), entry_hdl, n, next_entry_hdls);
 }
 
 pd_status entry_hdl_default(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t tbl_hdl,
                             pd_entry* entry_hdl) noexcept {
-    if (!is_table(tbl_hdl)) return end_of_list(entry_hdl, PD_STATUS_OK);
+    if (by_handle::table(tbl_hdl) == nullptr) return end_of_list(entry_hdl, PD_STATUS_OK);
     return pipe_mgr_table_get_default_entry_handle(sess_hdl, to_driver(dev_tgt), tbl_hdl, entry_hdl);
 }
 
 pd_status member_hdl_first(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t adt_hdl,
                            pd_member* mbr_hdl) noexcept {
-    if (!is_profile(adt_hdl)) return end_of_list(mbr_hdl, PD_STATUS_MISMATCH);
+    if (by_handle::profile(adt_hdl) == nullptr) return end_of_list(mbr_hdl, PD_STATUS_MISMATCH);
     return pipe_mgr_get_first_entry_handle(sess_hdl, adt_hdl, to_driver(dev_tgt), mbr_hdl);
 }
 
 pd_status member_hdl_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t adt_hdl, pd_member mbr_hdl,
                           std::uint32_t n, pd_member* next_mbr_hdls) noexcept {
-    if (!is_profile(adt_hdl)) return end_of_list(next_mbr_hdls, PD_STATUS_MISMATCH);
+    if (by_handle::profile(adt_hdl) == nullptr) return end_of_list(next_mbr_hdls, PD_STATUS_MISMATCH);
     return pipe_mgr_get_next_entry_handles(sess_hdl, adt_hdl, to_driver(dev_tgt), mbr_hdl, n, next_mbr_hdls);
 }
 
