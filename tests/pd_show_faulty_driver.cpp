@@ -1,6 +1,6 @@
 // The embedded driver with a few answers of its own, for the tests of pd-show: the first entries of ipv4Host can't be
-// read from the hardware, nor at all if their handles are odd; and a counter by index has ten cells, of which one has
-// counted.
+// read from the hardware, nor at all if their handles are odd; of ipv6Host only the first entry is listed; and a
+// counter by index has ten cells, of which one has counted.
 #include <dlfcn.h>
 
 #include "vl_driver/resources.h"
@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr pipe_tbl_hdl ipv6_host = 0x1000022;
 constexpr pipe_tbl_hdl ipv4_host = 0x1000023;
 
 void* embedded(const char* name) {
@@ -23,6 +24,15 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
     if (tbl_hdl == ipv4_host && ent_hdl < 100 && (ent_hdl % 2 == 1 || read_from_hw != 0)) return 99;
     static const auto read = reinterpret_cast<decltype(&pipe_mgr_get_entry)>(embedded("pipe_mgr_get_entry"));
     return read(sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl, read_from_hw, always_1, always_0);
+}
+
+pipe_status pipe_mgr_get_next_entry_handles(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt,
+                                            uint32_t hdl, uint32_t n, uint32_t* hdls) {
+    static const auto list =
+        reinterpret_cast<decltype(&pipe_mgr_get_next_entry_handles)>(embedded("pipe_mgr_get_next_entry_handles"));
+    if (tbl_hdl != ipv6_host) return list(sess_hdl, tbl_hdl, dev_tgt, hdl, n, hdls);
+    hdls[0] = PIPE_HDL_END;
+    return 0;
 }
 
 pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, const uint32_t* indices, uint32_t,

@@ -1,7 +1,13 @@
+// Options by getopt_long, which takes them in any order and place; what doesn't go together is refused here, before
+// anything is loaded.
 #include "pd_show/arguments.h"
 
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include <getopt.h>
@@ -32,20 +38,20 @@ Options:
   --demo            brings up the example leaf switch first; needs the embedded driver
   --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); needs the
                     embedded driver
-  --hw              reads the hardware, not the driver's copy of it
+  --hw              for entries and counters: reads the hardware, not the driver's copy of it
   --format FORMAT   of entries:
                       text   a line for each; fields that match anything are left out, and so are masks of a whole field
                       json   one array of objects, with all fields
                       value  the library's value strings, Python literals, behind a comment with the table's name
   --time            tells on stderr where the time of a dump of entries went
-  --corrupt N       for verify: first loses, or flips a random bit of, N entries in the hardware, and tells which; with
-                    --demo or --routes. Bits that the table doesn't match, or behind the width of an action's
-                    parameter, make no difference
+  --corrupt N       for verify of all tables, without a NAME: first loses, or flips a random bit of, N entries in the
+                    hardware, and tells which; with --demo or --routes. Bits that the table doesn't match, or behind
+                    the width of an action's parameter, make no difference
   --seed S          chooses other damage (1)
   --help            this text
 
-Exit status: 0 if all was shown and nothing differs, 1 if the driver or the library can't be used, something couldn't be
-read or an entry differs, 2 for wrong arguments, an unknown name or a bad list of routes.
+Exit status: 0 if all was shown and nothing differs; 1 both if an entry differs and if something couldn't be read, or
+the driver or the library can't be used; 2 for wrong arguments, an unknown name or a bad list of routes.
 )";
 
 namespace {
@@ -100,83 +106,102 @@ std::uint32_t number(const char* option, std::string_view text, std::uint32_t mo
     return value;
 }
 
+enum Option { driver = 256, session, device, demo, routes, hw, format, time, corrupt, seed, help }; // behind letters
+
+constexpr option options[] = {
+    {"driver", required_argument, nullptr, driver},
+    {"session", required_argument, nullptr, session},
+    {"device", required_argument, nullptr, device},
+    {"demo", no_argument, nullptr, demo},
+    {"routes", required_argument, nullptr, routes},
+    {"hw", no_argument, nullptr, hw},
+    {"format", required_argument, nullptr, format},
+    {"time", no_argument, nullptr, time},
+    {"corrupt", required_argument, nullptr, corrupt},
+    {"seed", required_argument, nullptr, seed},
+    {"help", no_argument, nullptr, help},
+    {nullptr, 0, nullptr, 0},
+};
+
+// `last` is the argument that getopt_long went through last. It may be one with several letters, of which `optopt` is
+// the wrong one, or a known option's that has a value too many.
+[[noreturn]] void refuse_option(const char* last) {
+    if (optopt == 0) refuse("there is no option " + std::string(last));
+    if (optopt < driver) refuse(std::string("there is no option -") + static_cast<char>(optopt));
+    refuse("--" + std::string(options[optopt - driver].name) + " takes no value");
+}
+
+void take_option(Arguments& read, int found) {
+    switch (found) {
+    case driver:
+        read.driver = optarg;
+        break;
+    case session:
+        read.session = number("--session", optarg, UINT32_MAX);
+        break;
+    case device:
+        read.device = number("--device", optarg, 255);
+        break;
+    case demo:
+        read.demo = true;
+        break;
+    case routes:
+        read.routes = optarg;
+        break;
+    case hw:
+        read.from_hw = true;
+        break;
+    case format:
+        read.format = choose(formats, "format", optarg).format;
+        break;
+    case time:
+        read.time = true;
+        break;
+    case corrupt:
+        read.corrupt = number("--corrupt", optarg, UINT32_MAX);
+        break;
+    case seed:
+        read.seed = number("--seed", optarg, UINT32_MAX);
+        break;
+    }
+}
+
+// The command and its name.
+void take_words(Arguments& read, int count, char** words) {
+    if (count == 0) refuse("there is no command");
+    const CommandName& chosen = choose(commands, "command", words[0]);
+    read.command = chosen.command;
+    const int names = count - 1;
+    if (names > (chosen.names == CommandName::Names::none ? 0 : 1))
+        refuse("what is " + std::string(words[count - 1]) + " behind " + chosen.name + "?");
+    if (names == 1) read.name = words[1];
+    if (names == 0 && chosen.names == CommandName::Names::needed) refuse(std::string(chosen.name) + " needs a name");
+}
+
+void check(const Arguments& read) {
+    if (read.command != Command::entries && (read.format || read.time))
+        refuse("--format and --time are for entries alone");
+    if (read.command != Command::entries && read.command != Command::counters && read.from_hw)
+        refuse("--hw is for entries and counters alone");
+    if (read.corrupt && read.command != Command::verify) refuse("--corrupt is for verify alone");
+    if (read.corrupt && read.name) refuse("--corrupt damages all tables, and all are compared then: it takes no name");
+    if (read.corrupt && !read.demo && !read.routes) refuse("--corrupt needs --demo or --routes");
+    if (read.seed && !read.corrupt) refuse("--seed is for --corrupt alone");
+}
+
 } // namespace
 
 Arguments read_arguments(int count, char** arguments) {
-    enum Option { driver = 256, session, device, demo, routes, hw, format, time, corrupt, seed, help };
-    constexpr option options[] = {
-        {"driver", required_argument, nullptr, driver},
-        {"session", required_argument, nullptr, session},
-        {"device", required_argument, nullptr, device},
-        {"demo", no_argument, nullptr, demo},
-        {"routes", required_argument, nullptr, routes},
-        {"hw", no_argument, nullptr, hw},
-        {"format", required_argument, nullptr, format},
-        {"time", no_argument, nullptr, time},
-        {"corrupt", required_argument, nullptr, corrupt},
-        {"seed", required_argument, nullptr, seed},
-        {"help", no_argument, nullptr, help},
-        {nullptr, 0, nullptr, 0},
-    };
     Arguments read;
-    bool format_given = false;
-    bool seed_given = false;
     opterr = 0;
     for (int found; (found = getopt_long(count, arguments, ":", options, nullptr)) != -1;) {
-        switch (found) {
-        case driver:
-            read.driver = optarg;
-            break;
-        case session:
-            read.session = number("--session", optarg, UINT32_MAX);
-            break;
-        case device:
-            read.device = number("--device", optarg, 255);
-            break;
-        case demo:
-            read.demo = true;
-            break;
-        case routes:
-            read.routes = optarg;
-            break;
-        case hw:
-            read.from_hw = true;
-            break;
-        case format:
-            read.format = choose(formats, "format", optarg).format;
-            format_given = true;
-            break;
-        case time:
-            read.time = true;
-            break;
-        case corrupt:
-            read.corrupt = number("--corrupt", optarg, UINT32_MAX);
-            break;
-        case seed:
-            read.seed = number("--seed", optarg, UINT32_MAX);
-            seed_given = true;
-            break;
-        case help:
-            return {};
-        case ':':
-            refuse(std::string(arguments[optind - 1]) + " needs a value");
-        default:
-            refuse("there is no option " + std::string(arguments[optind - 1]));
-        }
+        if (found == help) return {};
+        if (found == ':') refuse("--" + std::string(options[optopt - driver].name) + " needs a value");
+        if (found == '?') refuse_option(arguments[optind - 1]);
+        take_option(read, found);
     }
-    if (optind == count) refuse("there is no command");
-    const CommandName& chosen = choose(commands, "command", arguments[optind]);
-    read.command = chosen.command;
-    const int names = count - optind - 1;
-    if (names > (chosen.names == CommandName::Names::none ? 0 : 1))
-        refuse("what is " + std::string(arguments[count - 1]) + " behind " + chosen.name + "?");
-    if (names == 1) read.name = arguments[optind + 1];
-    if (names == 0 && chosen.names == CommandName::Names::needed) refuse(std::string(chosen.name) + " needs a name");
-    if (read.command != Command::entries && (format_given || read.time))
-        refuse("--format and --time are for entries alone");
-    if (read.corrupt && read.command != Command::verify) refuse("--corrupt is for verify alone");
-    if (read.corrupt && !read.demo && !read.routes) refuse("--corrupt needs --demo or --routes");
-    if (seed_given && !read.corrupt) refuse("--seed is for --corrupt alone");
+    take_words(read, count - optind, arguments + optind);
+    check(read);
     return read;
 }
 

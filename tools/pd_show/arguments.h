@@ -13,7 +13,7 @@ enum class Format { text, json, value };
 struct Arguments {
     Command command = Command::help;
     std::optional<std::string> name; // of what the command is about, if not of all
-    Format format = Format::text;
+    std::optional<Format> format;
     std::optional<std::string> driver; // the embedded one if none is named
     std::optional<std::uint32_t> session;
     std::uint32_t device = 0;
@@ -22,7 +22,7 @@ struct Arguments {
     bool from_hw = false;
     bool time = false;
     std::optional<std::uint32_t> corrupt; // how many entries
-    std::uint32_t seed = 1;
+    std::optional<std::uint32_t> seed;
 };
 
 extern const char usage[];

@@ -1,3 +1,5 @@
+// Stands for the driver's functions that dumps call: it has their names, was loaded before the driver, and passes each
+// call on to the driver's own one.
 #include "pd_show/clock.h"
 
 #include <dlfcn.h>
@@ -13,8 +15,9 @@ template <auto function>
 decltype(function) driven = nullptr;
 
 template <auto function>
-void find(void* driver, const char* name) {
+bool find(void* driver, const char* name) {
     driven<function> = reinterpret_cast<decltype(function)>(dlsym(driver, name));
+    return driven<function> != nullptr;
 }
 
 template <auto function, class... Arguments>
@@ -24,12 +27,12 @@ pipe_status timed(Arguments... arguments) {
 
 } // namespace
 
-void pd_show_clock_start(void* driver) {
-    find<&pipe_mgr_get_entry>(driver, "pipe_mgr_get_entry");
-    find<&pipe_mgr_get_entry_count>(driver, "pipe_mgr_get_entry_count");
-    find<&pipe_mgr_get_first_entry_handle>(driver, "pipe_mgr_get_first_entry_handle");
-    find<&pipe_mgr_get_next_entry_handles>(driver, "pipe_mgr_get_next_entry_handles");
-    find<&pipe_mgr_table_get_default_entry_handle>(driver, "pipe_mgr_table_get_default_entry_handle");
+bool pd_show_clock_start(void* driver) {
+    return find<&pipe_mgr_get_entry>(driver, "pipe_mgr_get_entry") &&
+           find<&pipe_mgr_get_entry_count>(driver, "pipe_mgr_get_entry_count") &&
+           find<&pipe_mgr_get_first_entry_handle>(driver, "pipe_mgr_get_first_entry_handle") &&
+           find<&pipe_mgr_get_next_entry_handles>(driver, "pipe_mgr_get_next_entry_handles") &&
+           find<&pipe_mgr_table_get_default_entry_handle>(driver, "pipe_mgr_table_get_default_entry_handle");
 }
 
 pd_show::TimeSpent pd_show_clock_read() {

@@ -1,6 +1,10 @@
 // Damage to the embedded driver's hardware, and which of it a comparison can see. That is told by the value strings of
 // both sides, and not by the library's comparison, which is there to be checked.
 #include <algorithm>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "pd_show/commands.h"
 #include "pd_show/walk.h"
@@ -9,14 +13,13 @@
 namespace pd_show {
 namespace {
 
-constexpr std::size_t longest_value = 4096; // far more than the library has
-
 unsigned digit_value(char digit) {
     return static_cast<unsigned>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10);
 }
 
 // A value string with the bits that count alone. Of the fields the library leaves 128-bit ones as they are.
-std::string narrowed(const Table& table, std::string value) {
+std::string narrowed(const Table& table, std::string_view text) {
+    std::string value(text);
     constexpr std::size_t key = sizeof "((( " - 1;
     for (const Column& column : table.key.all)
         for (std::size_t i = 0; column.bits == 128 && i < column.digits && !value.empty(); ++i) {
@@ -26,15 +29,9 @@ std::string narrowed(const Table& table, std::string value) {
     return value;
 }
 
-bool can_be_seen(const Work& work, const Table& table, const vl_model_corruption& damage) {
-    const auto entry_value = work.place.library.function<decltype(p4_pd_velmar_switch_entry_value)>("entry_value");
-    const auto read = [&](std::uint8_t from_hw) {
-        char value[longest_value];
-        const int length =
-            entry_value(work.place.session, work.place.target.dev_id, table.handle, damage.ent_hdl, from_hw, value);
-        return narrowed(table, {value, static_cast<std::size_t>(length)});
-    };
-    return read(0) != read(1);
+bool can_be_seen(Values& values, const Table& table, pd_entry handle) {
+    const std::string placed = narrowed(table, values.read(table, handle, false));
+    return placed != narrowed(table, values.read(table, handle, true));
 }
 
 std::string damage_text(const vl_model_corruption& damage) {
@@ -66,20 +63,25 @@ void corrupt_hardware(const Work& work) {
     const Walk walk(work.place, work.complaints);
     std::uint32_t count = 0;
     for (const Table& table : work.pipeline.tables)
-        count += walk.count(table);
+        count += walk.count(table).value_or(0);
     std::vector<vl_model_corruption> damages(std::min(*work.arguments.corrupt, count));
     const auto wanted = static_cast<std::uint32_t>(damages.size());
-    const pd_status status = corrupt(work.place.target.dev_id, work.arguments.seed, wanted, damages.data(), &count);
+    const pd_status status =
+        corrupt(work.place.target.dev_id, work.arguments.seed.value_or(1), wanted, damages.data(), &count);
     if (status != PD_STATUS_OK)
-        throw Problem(exit_unreadable,
+        throw Problem(exit_failed,
                       "damaging the hardware was refused with status " + work.place.library.status_text(status));
     damages.resize(count);
 
     std::string lines;
     std::size_t seen = 0;
+    Values values(work.place);
     for (const vl_model_corruption& damage : damages) {
-        const Table& table = *std::ranges::find(work.pipeline.tables, damage.tbl_hdl, &Table::handle);
-        const bool sees = can_be_seen(work, table, damage);
+        const auto found = std::ranges::find(work.pipeline.tables, damage.tbl_hdl, &Table::handle);
+        if (found == work.pipeline.tables.end())
+            throw Problem(exit_failed, "the driver damaged an entry of a table that this pipeline doesn't have");
+        const Table& table = *found;
+        const bool sees = can_be_seen(values, table, damage.ent_hdl);
         seen += sees ? 1 : 0;
         lines += "  " + table.name + " #" + std::to_string(damage.ent_hdl) + ": " + damage_text(damage) +
                  (sees ? "\n" : ", which no comparison sees\n");

@@ -1,15 +1,20 @@
+// The leaf switch and lists of routes, by the examples' own code. No exception leaves the module.
 #include "pd_show/demo.h"
 
 #include <cerrno>
 #include <cstring>
+#include <exception>
 #include <fstream>
 #include <iostream>
+#include <optional>
 #include <sstream>
-
-#include <unistd.h>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "leaf_switch/leaf_switch.h"
 #include "pd_show/problem.h"
+#include "pd_show/terminal_progress.h"
 #include "route_agent/phases.h"
 #include "route_agent/route_list.h"
 
@@ -36,11 +41,8 @@ void program_routes(const route_agent::Device& device, const std::string& path) 
     std::string reason;
     const std::optional<route_agent::Plan> plan = route_agent::make_plan(read_routes(path), reason);
     if (!plan) throw Problem(pd_show::exit_bad_usage, path + ": " + reason);
-    // Scripts don't want to hear of it.
-    std::ostream nowhere(nullptr);
-    const bool on_terminal = isatty(STDERR_FILENO) == 1;
-    route_agent::Progress progress(on_terminal ? std::cerr : nowhere, on_terminal);
-    route_agent::Run run(device, *plan, progress);
+    pd_show::TerminalProgress progress;
+    route_agent::Run run(device, *plan, progress.bar);
     for (unsigned load = 0; load < route_agent::load_count; ++load)
         route_agent::program(run, load);
 }
@@ -64,6 +66,6 @@ int pd_show_demo(bool with_leaf_switch, const char* routes, pd_session* session,
         return known.status;
     } catch (const std::exception& error) {
         *problem = error.what();
-        return pd_show::exit_unreadable;
+        return pd_show::exit_failed;
     }
 }

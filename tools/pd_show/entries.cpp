@@ -1,7 +1,11 @@
 // Dumps of entries, and where their time goes.
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <cstdio>
+#include <memory>
+#include <optional>
+#include <string_view>
 
 #include "pd_show/clock.h"
 #include "pd_show/commands.h"
@@ -11,10 +15,8 @@
 namespace pd_show {
 namespace {
 
-constexpr std::size_t longest_value = 4096; // far more than the library has
-
 std::unique_ptr<Form> form_of(const Work& work) {
-    switch (work.arguments.format) {
+    switch (work.arguments.format.value_or(Format::text)) {
     case Format::json:
         return json_form(work.out);
     case Format::value:
@@ -30,12 +32,13 @@ public:
     explicit Dump(const Work& work)
         : work_(work),
           walk_(work.place, work.complaints),
-          form_(form_of(work)),
-          entry_value_(work.place.library.function<decltype(p4_pd_velmar_switch_entry_value)>("entry_value")) {}
+          values_(work.place),
+          form_(form_of(work)) {}
 
     void table(const Table& table) {
-        form_->begin_table(table, walk_.count(table));
-        walk_.entries(table, [&](pd_entry handle) { entry(table, handle, false); });
+        const std::optional<std::uint32_t> count = walk_.count(table);
+        form_->begin_table(table, count.value_or(0));
+        walk_.entries(table, count, [&](pd_entry handle) { entry(table, handle, false); });
         const pd_entry default_entry = walk_.default_entry(table);
         if (default_entry != PD_HDL_END) entry(table, default_entry, true);
     }
@@ -57,11 +60,9 @@ public:
 
 private:
     void entry(const Table& table, pd_entry handle, bool is_default) {
-        char value[longest_value];
-        const int length = entry_value_(work_.place.session, work_.place.target.dev_id, table.handle, handle,
-                                        work_.place.from_hw, value);
-        if (length <= 0) return complain(table, handle, is_default, "can't be read");
-        const auto show = [&] { return form_->entry(handle, is_default, {value, static_cast<std::size_t>(length)}); };
+        const std::string_view value = values_.read(table, handle, work_.place.from_hw);
+        if (value.empty()) return complain(table, handle, is_default, "can't be read");
+        const auto show = [&] { return form_->entry(handle, is_default, value); };
         if (!(work_.arguments.time ? timed(text_time_, show) : show()))
             return complain(table, handle, is_default, "reads as what the table's schema doesn't announce");
         ++shown_;
@@ -74,8 +75,8 @@ private:
 
     const Work& work_;
     Walk walk_;
+    Values values_;
     std::unique_ptr<Form> form_;
-    decltype(&p4_pd_velmar_switch_entry_value) entry_value_;
     std::size_t shown_ = 0;
     TimeSpent text_time_;
 };
@@ -91,24 +92,27 @@ std::uint64_t clock_cost() {
     return least;
 }
 
-// Looking at the clock costs as much outside of what is timed as in it.
+// Looking at the clock costs as much outside of what is timed as in it. That is an estimate, and what took less time
+// than its error is told as none.
 void tell_times(std::size_t shown, double seconds, TimeSpent all, TimeSpent driver, TimeSpent text,
                 std::uint64_t output) {
     const auto cost = static_cast<double>(clock_cost());
     const auto without_clock = [&](TimeSpent spent, double times) {
-        return static_cast<double>(spent.ticks) - times * cost * static_cast<double>(spent.calls);
+        return std::max(0.0, static_cast<double>(spent.ticks) - times * cost * static_cast<double>(spent.calls));
     };
     const double in_driver = without_clock(driver, 1);
     const auto in_output = static_cast<double>(output);
-    const double in_text = without_clock(text, 1) - in_output; // a full buffer is written in the middle of it
-    const double in_all = without_clock({driver.calls + text.calls, all.ticks}, 2);
+    const double in_text = std::max(0.0, without_clock(text, 1) - in_output); // a full buffer is written amid it
+    const double in_library =
+        std::max(0.0, without_clock({driver.calls + text.calls, all.ticks}, 2) - in_driver - in_text - in_output);
+    const double in_all = std::max(1.0, in_driver + in_library + in_text + in_output);
     const double seconds_per_tick = seconds / static_cast<double>(all.ticks);
     std::fprintf(stderr, "pd-show: %zu entries in %.3f s, of which\n", shown, in_all * seconds_per_tick);
     const auto line = [&](double spent, const char* what) {
         std::fprintf(stderr, "  %8.3f s %5.1f %%  %s\n", spent * seconds_per_tick, 100 * spent / in_all, what);
     };
     line(in_driver, "the driver's reads");
-    line(in_all - in_driver - in_text - in_output, "the library: decoding and value strings");
+    line(in_library, "the library: decoding and value strings");
     line(in_text, "text");
     line(in_output, "output");
 }

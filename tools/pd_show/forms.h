@@ -1,10 +1,10 @@
 // The forms of a dump of entries: for people, as JSON, and as the library's own value strings.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
-#include "pd_show/arguments.h"
 #include "pd_show/output.h"
 #include "pd_show/pipeline.h"
 

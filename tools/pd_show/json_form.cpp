@@ -65,8 +65,8 @@ public:
 
     char* put(char* out, pd_entry handle, const EntryText& entry) const {
         for (std::size_t i = 0; i < places_.size(); ++i)
-            out = put_place(stamps_[i].put(out), places_[i], handle, entry);
-        return stamps_.back().put(out);
+            out = put_place(pd_show::put(out, texts_[i]), places_[i], handle, entry);
+        return pd_show::put(out, texts_.back());
     }
 
 private:
@@ -106,10 +106,10 @@ private:
 
     // At the marks.
     void cut(std::string_view text) {
-        room_ = text.size() + places_.size() * most_per_place + Stamp::slack;
+        room_ = text.size() + places_.size() * most_per_place;
         for (;;) {
             const std::size_t at = text.find(mark);
-            stamps_.emplace_back(std::string(text.substr(0, at)));
+            texts_.emplace_back(std::string(text.substr(0, at)));
             if (at == std::string_view::npos) return;
             text.remove_prefix(at + 1);
         }
@@ -143,7 +143,7 @@ private:
 
     const Table& table_;
     std::vector<Place> places_;
-    std::vector<Stamp> stamps_; // in front of each place, and behind the last one
+    std::vector<std::string> texts_; // in front of each place, and behind the last one
     std::size_t room_ = 0;
 };
 

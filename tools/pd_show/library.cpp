@@ -1,6 +1,10 @@
+// Loads by dlopen, in an order that lets the library find the driver and, if there is one, the clock in front of it.
+// The embedded driver is known by the functions of its own side.
 #include "pd_show/library.h"
 
 #include <filesystem>
+#include <string>
+#include <system_error>
 
 #include <dlfcn.h>
 
@@ -26,7 +30,7 @@ std::string beside_this_program(const char* name) {
 
 void* load(const std::string& path, int mode, const char* what) {
     void* const handle = dlopen(path.c_str(), mode);
-    if (handle == nullptr) throw Problem(exit_unreadable, std::string(what) + " can't be loaded: " + dlerror());
+    if (handle == nullptr) throw Problem(exit_failed, std::string(what) + " can't be loaded: " + dlerror());
     return handle;
 }
 
@@ -37,15 +41,16 @@ Library::Library(const std::optional<std::string>& driver, bool timed) {
     if (timed) clock_ = load(beside_this_program(clock_module), RTLD_NOW | RTLD_GLOBAL, "the clock");
     // What a driver lacks of its own isn't asked for before it is needed. What the library needs of it is.
     driver_ = load(driver.value_or(beside_this_program(embedded_driver)), RTLD_LAZY | RTLD_GLOBAL, "the driver");
-    if (timed) reinterpret_cast<pd_show_clock_start_function*>(dlsym(clock_, "pd_show_clock_start"))(driver_);
+    if (timed && !reinterpret_cast<pd_show_clock_start_function*>(dlsym(clock_, "pd_show_clock_start"))(driver_))
+        throw Problem(exit_failed, "the driver lacks a function of those that --time looks at");
     library_ = dlopen(beside_this_program(library_name).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library_ == nullptr)
-        throw Problem(exit_unreadable, std::string("the library can't be loaded beside this driver: ") + dlerror());
+        throw Problem(exit_failed, std::string("the library can't be loaded beside this driver: ") + dlerror());
 }
 
 void* Library::library_symbol(const std::string& name) const {
     void* const symbol = dlsym(library_, name.c_str());
-    if (symbol == nullptr) throw Problem(exit_unreadable, "the library has no function " + name);
+    if (symbol == nullptr) throw Problem(exit_failed, "the library has no function " + name);
     return symbol;
 }
 
@@ -55,7 +60,7 @@ void* Library::driver_symbol(const char* name) const {
 
 void* Library::module_symbol(const char* module, const char* name) const {
     void* const symbol = dlsym(load(beside_this_program(module), RTLD_NOW | RTLD_LOCAL, module), name);
-    if (symbol == nullptr) throw Problem(exit_unreadable, std::string(module) + " has no function " + name);
+    if (symbol == nullptr) throw Problem(exit_failed, std::string(module) + " has no function " + name);
     return symbol;
 }
 
@@ -95,8 +100,7 @@ struct OwnSide {
 pd_session start_embedded(const Library& library, const OwnSide& own, pd_device device) {
     const auto check = [&](const char* what, pd_status status) {
         if (status != PD_STATUS_OK)
-            throw Problem(exit_unreadable,
-                          std::string(what) + " was refused with status " + library.status_text(status));
+            throw Problem(exit_failed, std::string(what) + " was refused with status " + library.status_text(status));
     };
     pd_session session = 0;
     check("adding the device", own.device_add(device, &velmar_switch_pipeline));

@@ -1,7 +1,10 @@
+// A parser by recursive descent. It relies on schemas alone: texts have no escapes, and numbers are unsigned.
 #include "pd_show/literal.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
+#include <utility>
 
 #include "pd_show/problem.h"
 
@@ -9,7 +12,7 @@ namespace pd_show {
 namespace {
 
 [[noreturn]] void refuse() {
-    throw Problem(exit_unreadable, "a schema of the library has an unknown form");
+    throw Problem(exit_failed, "a schema of the library has an unknown form");
 }
 
 class Parser {

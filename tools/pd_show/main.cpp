@@ -43,9 +43,7 @@ int run(const Arguments& arguments) {
     }
     out.flush();
     close_place(place);
-    complaints.finish();
-    if (complaints.any()) return exit_unreadable;
-    return equal ? exit_shown : exit_different;
+    return equal && !complaints.any() ? exit_shown : exit_failed;
 }
 
 } // namespace
@@ -58,6 +56,6 @@ int main(int count, char** arguments) {
         return problem.status;
     } catch (const std::exception& error) {
         std::cerr << "pd-show: " << error.what() << '\n';
-        return exit_unreadable;
+        return exit_failed;
     }
 }

@@ -1,7 +1,10 @@
+// Near is what few changes of letters, in any case, make of what was typed, and what has it as a part.
 #include "pd_show/near_names.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <numeric>
+#include <vector>
 
 namespace pd_show {
 namespace {
@@ -34,8 +37,7 @@ std::size_t distance(std::string_view from, std::string_view to) {
     return row.back();
 }
 
-} // namespace
-
+// The nearest first, and none that are too far off to be meant.
 std::vector<std::string> near_names(std::string_view typed, std::span<const std::string> names) {
     struct Candidate {
         std::size_t distance;
@@ -57,6 +59,8 @@ std::vector<std::string> near_names(std::string_view typed, std::span<const std:
         if (nearest.size() < most_names) nearest.push_back(candidate.name);
     return nearest;
 }
+
+} // namespace
 
 std::string near_text(std::string_view typed, std::span<const std::string> names) {
     const std::vector<std::string> nearest = near_names(typed, names);

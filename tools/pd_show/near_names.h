@@ -4,14 +4,10 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace pd_show {
 
-// The nearest first, and none that are too far off to be meant.
-std::vector<std::string> near_names(std::string_view typed, std::span<const std::string> names);
-
-// ": did you mean ipv4Host or ipv6Host?", or nothing.
+// ": did you mean ipv4Host or ipv6Host?", the nearest first, or nothing if all are too far off to be meant.
 std::string near_text(std::string_view typed, std::span<const std::string> names);
 
 } // namespace pd_show

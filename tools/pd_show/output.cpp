@@ -1,3 +1,4 @@
+// Writes to standard output by the system call itself, which signals may interrupt.
 #include "pd_show/output.h"
 
 #include <algorithm>
@@ -29,14 +30,14 @@ void Output::flush() {
         if (result >= 0)
             written += static_cast<std::size_t>(result);
         else if (errno != EINTR)
-            throw Problem(exit_unreadable, std::string("the output can't be written: ") + std::strerror(errno));
+            throw Problem(exit_failed, std::string("the output can't be written: ") + std::strerror(errno));
     }
     used_ = 0;
     ticks_ += ticks() - start;
 }
 
 void Output::make_room(std::size_t size) {
-    if (size > capacity) throw Problem(exit_unreadable, "a line is too long");
+    if (size > capacity) throw Problem(exit_failed, "a line is too long");
     flush();
 }
 

@@ -1,4 +1,11 @@
 // The list of all tables, and the page of one.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+#include <string>
+#include <vector>
+
 #include "pd_show/commands.h"
 #include "pd_show/walk.h"
 
@@ -63,8 +70,9 @@ std::string counter_text(const Counter& counter) {
 }
 
 std::string entries_text(const Work& work, const Table& table) {
-    const std::uint32_t count = Walk(work.place, work.complaints).count(table);
-    return table.key.all.empty() ? "only a default entry" : std::to_string(count);
+    if (table.key.all.empty()) return "only a default entry";
+    const std::optional<std::uint32_t> count = Walk(work.place, work.complaints).count(table);
+    return count ? std::to_string(*count) : "unknown";
 }
 
 using Row = std::vector<std::string>;

@@ -1,4 +1,13 @@
+// Makes tables of the library's schemas, which are Python literals. A table is checked while it is made, so that those
+// who read value strings by it needn't look twice.
 #include "pd_show/pipeline.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "catalog/handle_spaces.h"
 #include "catalog/profiles.h"
@@ -99,6 +108,26 @@ void find_fields(Columns& columns) {
     }
 }
 
+// Numbers are shown by way of 32 bits, and addresses have the width that their text has room for.
+void check_widths(const Columns& columns) {
+    const auto check = [&](std::size_t number, unsigned least, unsigned most) {
+        if (number == Field::none) return;
+        const Column& column = columns.all[number];
+        if (column.bits < least || column.bits > most)
+            throw Problem(exit_failed, "a schema of the library has a column " + column.name + " of " +
+                                           std::to_string(column.bits) + " bits, which can't be shown");
+    };
+    for (const Field& field : columns.fields) {
+        const bool is_mac = field.display == Field::Display::mac;
+        const bool is_v6addr = field.display == Field::Display::v6addr;
+        const unsigned least = is_mac ? 24 : is_v6addr ? 128 : 1;
+        const unsigned most = is_mac ? 24 : is_v6addr ? 128 : 32;
+        for (const std::size_t number : {field.value, field.mask, field.station, field.station_mask})
+            check(number, least, most);
+        check(field.length, 1, 32);
+    }
+}
+
 Columns key_columns(const Literal& schema) {
     Columns columns;
     for (const Literal& tuple : schema.tuple()) {
@@ -114,6 +143,7 @@ Columns key_columns(const Literal& schema) {
         append(columns, std::move(column));
     }
     find_fields(columns);
+    check_widths(columns);
     return columns;
 }
 
@@ -131,6 +161,7 @@ std::vector<Action> actions_of(const Literal& schema) {
             append(action.params, std::move(column));
         }
         find_fields(action.params);
+        check_widths(action.params);
         actions.push_back(std::move(action));
     }
     return actions;

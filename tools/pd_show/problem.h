@@ -1,17 +1,19 @@
-// What ends a run of pd-show early, with the exit status that tells of it, and what is told while it goes on.
+// What ends a run of pd-show early, with the exit status that tells of it, and what is told once the rest is shown.
 #pragma once
 
 #include <cstddef>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace pd_show {
 
 enum ExitStatus {
     exit_shown = 0,
-    exit_unreadable = 1, // the driver or the library isn't usable, or didn't do what was asked of it
-    exit_different = 1,  // the hardware differs
-    exit_bad_usage = 2   // arguments, a name or a list of routes
+    // The driver or the library isn't usable or didn't do what was asked of it, or the hardware differs. Both are the
+    // same to a script: it can't rely on the hardware.
+    exit_failed = 1,
+    exit_bad_usage = 2 // arguments, a name or a list of routes
 };
 
 class Problem : public std::runtime_error {
@@ -21,18 +23,25 @@ public:
     ExitStatus status;
 };
 
-// What couldn't be read, on stderr. The run goes on, and a driver that refuses all reads doesn't flood the screen.
+// What couldn't be read. Told on stderr at the end, when no progress bar is in the way; a driver that refuses all reads
+// doesn't flood the screen.
 class Complaints {
 public:
-    void add(const std::string& what);
-    // Tells how many were not shown.
-    void finish() const;
+    Complaints() = default;
+    ~Complaints();
+    Complaints(const Complaints&) = delete;
+    Complaints& operator=(const Complaints&) = delete;
+
+    void add(const std::string& what) {
+        if (++count_ <= most_shown) shown_.push_back(what);
+    }
     bool any() const {
         return count_ != 0;
     }
 
 private:
     static constexpr std::size_t most_shown = 20;
+    std::vector<std::string> shown_;
     std::size_t count_ = 0;
 };
 

@@ -1,4 +1,5 @@
 // A line for each entry, with what it matches and what it does; and the value strings as they are.
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,7 @@ constexpr std::size_t most_beside = 192;   // handles, priority, words
 // A field with what stands in front of its value.
 struct Shown {
     const Field* field;
-    Stamp label;
+    std::string label;
 };
 
 struct ShownColumns {
@@ -27,14 +28,14 @@ struct ShownColumns {
 ShownColumns shown(const Columns& columns) {
     ShownColumns all{.columns = &columns, .fields = {}, .room = 0};
     for (const Field& field : columns.fields) {
-        all.fields.push_back({&field, Stamp(" " + field.label + "=")});
+        all.fields.push_back({&field, " " + field.label + "="});
         all.room += all.fields.back().label.size() + 2 * most_per_value;
     }
     return all;
 }
 
 struct ShownAction {
-    Stamp name;
+    std::string name;
     ShownColumns params;
 };
 
@@ -44,13 +45,13 @@ char* put_key(char* out, const ShownColumns& key, const char* values) {
     for (const Shown& each : key.fields) {
         const Field& field = *each.field;
         if (field.mask == Field::none) {
-            out = put_value(each.label.put(out), field, columns, values);
+            out = put_value(put(out, each.label), field, columns, values);
             if (field.length != Field::none) {
                 const Column& length = columns.all[field.length];
                 out = put_decimal(put(out, "/"), number_of({values + length.position, length.digits}));
             }
         } else if (!matches_anything(field, columns, values)) {
-            out = put_value(each.label.put(out), field, columns, values);
+            out = put_value(put(out, each.label), field, columns, values);
             if (!matches_whole(field, columns, values)) out = put_mask(put(out, "/"), field, columns, values);
         }
     }
@@ -68,7 +69,7 @@ public:
         actions_.clear();
         std::size_t most = 0;
         for (const Action& action : table.actions) {
-            actions_.push_back({Stamp(" -> " + action.name), shown(action.params)});
+            actions_.push_back({" -> " + action.name, shown(action.params)});
             most = std::max(most, actions_.back().name.size() + actions_.back().params.room);
         }
         room_ = key_.room + most + most_beside;
@@ -95,9 +96,9 @@ private:
         switch (entry.target) {
         case EntryText::Target::action: {
             const ShownAction& action = actions_[static_cast<std::size_t>(entry.action - table_->actions.data())];
-            out = action.name.put(out);
+            out = put(out, action.name);
             for (const Shown& each : action.params.fields)
-                out = put_value(each.label.put(out), *each.field, *action.params.columns, entry.params);
+                out = put_value(put(out, each.label), *each.field, *action.params.columns, entry.params);
             return out;
         }
         case EntryText::Target::member:

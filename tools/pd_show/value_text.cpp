@@ -1,3 +1,5 @@
+// Takes value strings apart by the places that the schema tells. That columns have widths which can be shown was
+// checked when the pipeline was described.
 #include "pd_show/value_text.h"
 
 #include <cstring>
@@ -119,6 +121,7 @@ bool split(const Table& table, std::string_view text, EntryText& entry) {
         return false;
     if (!table.has_priority) return cursor.take("0,True))") && cursor.at_end();
     entry.priority = cursor.take_until(',');
+    if (entry.priority.size() > 10) return false; // 32 bits
     return cursor.take(",True))") && cursor.at_end();
 }
 

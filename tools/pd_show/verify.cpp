@@ -1,19 +1,18 @@
 // Compares entries with the hardware by the library's own comparison, of what the driver says that it placed.
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstdio>
-#include <iostream>
-
-#include <unistd.h>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "pd_show/commands.h"
+#include "pd_show/terminal_progress.h"
 #include "pd_show/walk.h"
-#include "route_agent/progress.h"
 
 namespace pd_show {
 namespace {
-
-constexpr std::size_t longest_text = 4096; // far more than the library has, of any text or record
 
 // The functions of tables with a counter differ in the record alone that they take the address of.
 using Decode = pd_status(const void*, void*, void*, std::uint8_t*) noexcept;
@@ -29,7 +28,7 @@ struct Difference {
 
 struct Tally {
     const Table* table;
-    std::uint32_t entries;
+    std::optional<std::uint32_t> entries; // nothing if they can't be counted
     pd_entry default_entry;
     std::size_t compared = 0;
     std::size_t different = 0;
@@ -40,8 +39,9 @@ public:
     explicit Comparison(const Work& work)
         : work_(work),
           walk_(work.place, work.complaints),
-          equal_(work.place.library.function<decltype(p4_pd_velmar_switch_plcmt_data_eq_to_hw)>("plcmt_data_eq_to_hw")),
-          entry_value_(work.place.library.function<decltype(p4_pd_velmar_switch_entry_value)>("entry_value")) {}
+          values_(work.place),
+          equal_(
+              work.place.library.function<decltype(p4_pd_velmar_switch_plcmt_data_eq_to_hw)>("plcmt_data_eq_to_hw")) {}
 
     void add(const Table& table) {
         tallies_.push_back(
@@ -51,20 +51,15 @@ public:
     void run() {
         std::size_t steps = 0;
         for (const Tally& tally : tallies_)
-            steps += tally.entries + (tally.default_entry != PD_HDL_END ? 1 : 0);
-        // Scripts don't want to hear of it.
-        std::ostream nowhere(nullptr);
-        const bool on_terminal = isatty(STDERR_FILENO) == 1;
-        route_agent::Progress progress(on_terminal ? std::cerr : nowhere, on_terminal);
-        progress.begin_phase("comparing", steps);
+            steps += tally.entries.value_or(0) + (tally.default_entry != PD_HDL_END ? 1 : 0);
+        TerminalProgress progress;
+        progress.bar.begin_phase("comparing", steps);
         for (Tally& tally : tallies_)
-            compare_table(tally, progress);
+            compare_table(tally, progress.bar);
     }
 
     // Whether nothing differs.
     bool report() const {
-        for (const std::string& each : unreadable_)
-            work_.complaints.add(each);
         work_.out.put("     compared    different\n");
         Tally others{};
         Tally all{};
@@ -104,7 +99,7 @@ private:
             compare(tally, *fetch, handle, is_default);
             progress.step();
         };
-        if (tally.entries != 0) walk_.entries(table, [&](pd_entry handle) { compare_next(handle, false); });
+        walk_.entries(table, tally.entries, [&](pd_entry handle) { compare_next(handle, false); });
         if (tally.default_entry != PD_HDL_END) compare_next(tally.default_entry, true);
     }
 
@@ -115,19 +110,17 @@ private:
         const void* placement = nullptr;
         const pd_status status = fetch(place.session, place.target, 0, handle, &placement);
         if (status != PD_STATUS_OK) {
-            unreadable_.push_back(entry() + ": asking for its placement data was refused with status " +
-                                  place.library.status_text(status));
+            work_.complaints.add(entry() + ": asking for its placement data was refused with status " +
+                                 place.library.status_text(status));
             return;
         }
         ++tally.compared;
         char message[longest_text] = "";
         if (equal_(place.session, place.target.dev_id, table.handle, handle, placement, nullptr, message) != 0) return;
         ++tally.different;
-        char value[longest_text];
-        const int length = entry_value_(place.session, place.target.dev_id, table.handle, handle, 0, value);
         differences_.push_back({.entry = entry(),
                                 .message = message,
-                                .value = std::string(value, static_cast<std::size_t>(length)),
+                                .value = std::string(values_.read(table, handle, false)),
                                 .description = is_default ? std::string() : description(table, placement)});
     }
 
@@ -148,7 +141,7 @@ private:
         if (status != PD_STATUS_OK) return {};
         char text[longest_text];
         const int length = library.function<Describe>(table.name + "_match_spec_stringify_for_counter")(key, text);
-        std::string description(text, static_cast<std::size_t>(length));
+        std::string description(text, static_cast<std::size_t>(std::max(length, 0)));
         description.erase(description.find_last_not_of(' ') + 1);
         return description;
     }
@@ -161,11 +154,10 @@ private:
 
     const Work& work_;
     Walk walk_;
+    Values values_;
     decltype(&p4_pd_velmar_switch_plcmt_data_eq_to_hw) equal_;
-    decltype(&p4_pd_velmar_switch_entry_value) entry_value_;
     std::vector<Tally> tallies_;
     std::vector<Difference> differences_;
-    std::vector<std::string> unreadable_; // told once the bar is out of the way
 };
 
 } // namespace

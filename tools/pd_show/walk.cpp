@@ -1,3 +1,5 @@
+// Asks the library for handles and counts, and makes complaints of refusals. Relies on PD_HDL_END behind the last
+// handle of a list.
 #include "pd_show/walk.h"
 
 #include <algorithm>
@@ -11,13 +13,14 @@ Walk::Walk(const Place& place, Complaints& complaints)
       next_(place.library.function<decltype(p4_pd_velmar_switch_entry_hdl_next)>("entry_hdl_next")),
       default_(place.library.function<decltype(p4_pd_velmar_switch_entry_hdl_default)>("entry_hdl_default")) {}
 
-std::uint32_t Walk::count(const Table& table) const {
+std::optional<std::uint32_t> Walk::count(const Table& table) const {
     if (table.key.all.empty()) return 0;
     // All tables' functions are of one type.
     const auto get_count = place_.library.function<decltype(p4_pd_velmar_switch_ipv4Host_get_entry_count)>(
         table.name + "_get_entry_count");
     std::uint32_t count = 0;
-    return done(table, "counting the entries", get_count(place_.session, place_.target, &count)) ? count : 0;
+    if (!done(table, "counting the entries", get_count(place_.session, place_.target, &count))) return {};
+    return count;
 }
 
 pd_entry Walk::default_entry(const Table& table) const {
@@ -44,5 +47,9 @@ bool Walk::done(const Table& table, const char* what, pd_status status) const {
     complaints_.add(table.name + ": " + what + " was refused with status " + place_.library.status_text(status));
     return false;
 }
+
+Values::Values(const Place& place)
+    : place_(place),
+      entry_value_(place.library.function<decltype(p4_pd_velmar_switch_entry_value)>("entry_value")) {}
 
 } // namespace pd_show

@@ -1,7 +1,12 @@
-// Walks the entries of a table, by the functions that take the table's handle as data.
+// Walks the entries of a table, by the functions that take the table's handle as data, and reads their value strings.
 #pragma once
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
 
 #include "pd_show/library.h"
 #include "pd_show/pipeline.h"
@@ -9,26 +14,33 @@
 
 namespace pd_show {
 
+constexpr std::size_t longest_text = 4096; // far more than the library has, of any text or record of an entry
+
 class Walk {
 public:
     Walk(const Place& place, Complaints& complaints);
 
-    // How many entries the table has; a keyless one has none. A refusal is a complaint, and counts as none.
-    std::uint32_t count(const Table& table) const;
+    // How many entries the table has; a keyless one has none. A refusal is a complaint.
+    std::optional<std::uint32_t> count(const Table& table) const;
     // The default entry, or PD_HDL_END if there is none.
     pd_entry default_entry(const Table& table) const;
 
-    // Calls `visit(handle)` for all entries but the default one.
+    // Calls `visit(handle)` for all entries but the default one. That they aren't as many as were counted is a
+    // complaint.
     template <class Visit>
-    void entries(const Table& table, Visit&& visit) const {
-        if (count(table) == 0) return; // drivers differ in what they say of the first entry of an empty table
-        std::array<pd_entry, handles_per_call> handles{};
-        std::size_t listed = first(table, handles);
-        while (listed != 0) {
+    void entries(const Table& table, std::optional<std::uint32_t> counted, Visit&& visit) const {
+        if (counted.value_or(0) == 0) return; // drivers differ in what they say of the first entry of an empty table
+        Handles handles{};
+        std::size_t visited = 0;
+        for (std::size_t listed = first(table, handles); listed != 0;) {
             for (std::size_t i = 0; i < listed; ++i)
                 visit(handles[i]);
+            visited += listed;
             listed = next(table, handles[listed - 1], handles);
         }
+        if (visited != *counted)
+            complaints_.add(table.name + ": of its entries the driver counts " + std::to_string(*counted) +
+                            ", but lists " + std::to_string(visited));
     }
 
 private:
@@ -45,6 +57,24 @@ private:
     decltype(&p4_pd_velmar_switch_entry_hdl_first) first_;
     decltype(&p4_pd_velmar_switch_entry_hdl_next) next_;
     decltype(&p4_pd_velmar_switch_entry_hdl_default) default_;
+};
+
+// Reads value strings, one after the other.
+class Values {
+public:
+    explicit Values(const Place& place);
+
+    // Empty if the entry can't be read. Stands until the next one is read.
+    std::string_view read(const Table& table, pd_entry handle, bool from_hw) {
+        const int length =
+            entry_value_(place_.session, place_.target.dev_id, table.handle, handle, from_hw, text_.data());
+        return length > 0 ? std::string_view(text_.data(), static_cast<std::size_t>(length)) : std::string_view();
+    }
+
+private:
+    const Place& place_;
+    decltype(&p4_pd_velmar_switch_entry_value) entry_value_;
+    std::array<char, longest_text> text_;
 };
 
 } // namespace pd_show
