@@ -47,8 +47,8 @@ struct MatchRecord {
 // A driver action record with its data. Actions without parameters have data that isn't null all the same.
 template <ActionRef A>
 struct ActionRecord {
-    alignas(clearing_unit) pipe_action_record record;
     Byte data[action_layout<A>.bytes == 0 ? 1 : action_layout<A>.bytes];
+    alignas(clearing_unit) pipe_action_record record;
 
     ActionRecord() = default;
     ActionRecord(const ActionRecord&) = delete;
