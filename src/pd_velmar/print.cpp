@@ -14,10 +14,9 @@ using bytes::Byte;
 
 int print_column(int fd, int indent, const Column& column, const Byte* record) {
     if (column.wide()) {
-        char digits[text::wide_digits];
-        text::put_wide_hex(digits, record + column.record_offset);
-        return dprintf(fd, "%*c %s%s: 0x%.*s\n", indent, ' ', column.pd_name, column.pd_suffix,
-                       static_cast<int>(sizeof digits), digits);
+        text::WideText digits;
+        return dprintf(fd, "%*c %s%s: 0x%s\n", indent, ' ', column.pd_name, column.pd_suffix,
+                       text::decode(digits, record + column.record_offset));
     }
     const std::uint32_t value = load_word(record, column) & column.word_mask();
     const int digits = static_cast<int>(column.digits);

@@ -68,6 +68,20 @@ inline char* put_wide_hex(char* out, const Byte* value) {
     return out + wide_digits;
 }
 
+// The digits as a text. It is the caller's: in a shared one, threads that print at the same time would see each other's
+// digits.
+using WideText = char[wide_digits + 1];
+
+inline const char* decode(WideText& out, const Byte* value) {
+    *put_wide_hex(out, value) = 0;
+    return out;
+}
+
+// The digits as an element of a tuple, "0x...,", without a terminator.
+inline char* decodev(char* out, const Byte* value) {
+    return put(put_wide_hex(put(out, "0x"), value), ",");
+}
+
 inline char* put_decimal(char* out, std::uint32_t value) {
     char digits[10];
     char* begin = digits + sizeof digits;

@@ -22,13 +22,13 @@ char* put_match_spec(char* out, const Byte* record) {
     out = text::put(out, "( ");
     unroll<columns<T>.size()>([&]<std::size_t i>() VL_INLINE_LAMBDA {
         constexpr Column column = columns<T>[i];
-        out = text::put(out, "0x");
-        if constexpr (column.wide())
-            out = text::put_wide_hex(out, record + column.record_offset);
-        else
-            out = text::put_hex<column.digits>(out, bytes::load<column.record_bytes>(record + column.record_offset) &
-                                                        column.word_mask());
-        out = text::put(out, ",");
+        if constexpr (column.wide()) {
+            out = text::decodev(out, record + column.record_offset);
+        } else {
+            const std::uint32_t value = bytes::load<column.record_bytes>(record + column.record_offset);
+            out = text::put_hex<column.digits>(text::put(out, "0x"), value & column.word_mask());
+            out = text::put(out, ",");
+        }
     });
     return text::put(out, "),");
 }
