@@ -11,7 +11,7 @@
 
 namespace catalog {
 
-// A broken rule. It is a template argument of SoundCatalog, so that the compiler prints both texts.
+// A broken rule. It is a template argument of Sound, so that the compiler prints both texts.
 struct Fault {
     char row[64]{};
     char rule[96]{};
@@ -197,15 +197,13 @@ constexpr Fault table_and_binding_handle_fault(const Catalog& rows) {
 }
 
 // A PD field has one width wherever it occurs.
-constexpr Fault field_width_fault(const Catalog& rows) {
-    for (const Seam& seam : rows.seams)
-        for (const Table& table : seam.tables)
-            for (const KeyField& field : table.key)
-                for (const Seam& other_seam : rows.seams)
-                    for (const Table& other : other_seam.tables)
-                        for (const KeyField& twin : other.key)
-                            if (twin.bits != field.bits && same(twin.pd_name, field.pd_name))
-                                return fault(field.pd_name, "a field has one width wherever it occurs");
+constexpr Fault field_width_fault(const Catalog& rows, const Table& table) {
+    for (const KeyField& field : table.key)
+        for (const Seam& other_seam : rows.seams)
+            for (const Table& other : other_seam.tables)
+                for (const KeyField& twin : other.key)
+                    if (twin.bits != field.bits && same(twin.pd_name, field.pd_name))
+                        return fault(field.pd_name, "a field has one width wherever it occurs");
     return {};
 }
 
@@ -242,21 +240,27 @@ constexpr Fault reference_fault(const Catalog& rows) {
     return first;
 }
 
-// The first broken rule of keys and action lists, of actions, or of handles and references. They are separate because a
-// compiler limits how much it computes for one constant.
-constexpr Fault table_fault(const Catalog& rows) {
+constexpr std::size_t table_count(const Catalog& rows) {
+    std::size_t count = 0;
     for (const Seam& seam : rows.seams)
-        for (const Table& table : seam.tables) {
-            if (const Fault found = key_fault(table); found.found()) return found;
-            if (const Fault found = action_list_fault(rows, table); found.found()) return found;
-        }
+        count += seam.tables.size();
+    return count;
+}
+
+// The first rule that a table, an action, or handles and references break. Each of these is a constant of its own, row
+// by row, because a compiler limits how much it computes for one constant.
+constexpr Fault table_fault(const Catalog& rows, std::size_t number) {
+    const Seam* seam = rows.seams.begin();
+    for (; number >= seam->tables.size(); ++seam)
+        number -= seam->tables.size();
+    const Table& table = seam->tables[number];
+    for (const Fault& found : {key_fault(table), action_list_fault(rows, table), field_width_fault(rows, table)})
+        if (found.found()) return found;
     return {};
 }
 
-constexpr Fault action_fault(const Catalog& rows) {
-    for (const Action& action : rows.actions)
-        if (const Fault found = action_fault(rows, action); found.found()) return found;
-    return {};
+constexpr Fault action_fault(const Catalog& rows, std::size_t number) {
+    return action_fault(rows, rows.actions[number]);
 }
 
 constexpr Fault reference_and_handle_fault(const Catalog& rows) {
@@ -281,7 +285,7 @@ constexpr Fault reference_and_handle_fault(const Catalog& rows) {
 }
 
 template <Fault found>
-struct SoundCatalog {
+struct Sound {
     static_assert(!found.found(), "a row breaks a rule of the catalog; the message names both");
     static constexpr bool value = true;
 };

@@ -117,10 +117,13 @@ struct Variant {
     Catalog rows{.program = "toy", .actions = actions, .seams = seams, .counters = counters};
 
     std::string broken() const {
-        for (const Fault& fault :
-             {table_fault(rows), action_fault(rows), field_width_fault(rows), reference_and_handle_fault(rows)})
-            if (fault.found()) return std::string(fault.row) + ": " + fault.rule;
-        return {};
+        Fault found;
+        for (std::size_t number = 0; !found.found() && number < table_count(rows); ++number)
+            found = table_fault(rows, number);
+        for (std::size_t number = 0; !found.found() && number < rows.actions.size(); ++number)
+            found = action_fault(rows, number);
+        if (!found.found()) found = reference_and_handle_fault(rows);
+        return found.found() ? std::string(found.row) + ": " + found.rule : std::string();
     }
 };
 
