@@ -1,13 +1,17 @@
 // What an entry operation costs in the library, beside code written by hand for that table. The driver does nothing, so
 // that both figures are those of encoding and decoding with one call through the linkage table.
 //
+// With --against=LIBRARY another build of the library runs as a third arm in the same run.
+//
 // Other work on the machine moves both arms alike only if they take turns: hence short, randomly interleaved
 // repetitions, of which the medians count.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "medians.h"
@@ -88,17 +92,30 @@ void register_arm(const Arm& arm, const char* arm_name) {
     benchmark::RegisterBenchmark(name("read").c_str(), measure_read<Table, Read>, arm.read);
 }
 
-void print_ratios(const Medians& medians) {
-    std::printf("\n%-8s %-18s %12s %12s %7s\n", "", "", "library, ns", "by hand, ns", "ratio");
+void print_ratios(const Medians& medians, const char* other, const char* other_title) {
+    std::printf("\n%-8s %-18s %12s %12s %7s\n", "", "", "library, ns", other_title, "ratio");
     for (const char* operation : operations)
         for_each_table([&]<class Table>() {
             const double* const library = medians.find(benchmark_name(operation, Table::name, "library"));
-            const double* const written = medians.find(benchmark_name(operation, Table::name, "by_hand"));
+            const double* const written = medians.find(benchmark_name(operation, Table::name, other));
             if (library != nullptr && written != nullptr)
                 std::printf("%-8s %-18s %12.1f %12.1f %7.2f\n", operation, Table::name, *library, *written,
                             *library / *written);
         });
-    if (const double* const call = medians.find(forwarding)) std::printf("%-27s %12.1f\n", forwarding, *call);
+}
+
+// The value of the argument --against=LIBRARY, which is taken out of the list; null without it.
+const char* take_other_library(int& argc, char** argv) {
+    constexpr std::string_view option = "--against=";
+    const char* library = nullptr;
+    argc = static_cast<int>(std::remove_if(argv + 1, argv + argc,
+                                           [&](const char* argument) {
+                                               if (!std::string_view(argument).starts_with(option)) return false;
+                                               library = argument + option.size();
+                                               return true;
+                                           }) -
+                            argv);
+    return library;
 }
 
 } // namespace
@@ -107,14 +124,25 @@ void print_ratios(const Medians& medians) {
 int main(int argc, char** argv) {
     if (!bench::all_have_same_effect()) return 1;
 
+    const char* const other_path = bench::take_other_library(argc, argv);
     if (!bench::initialize(argc, argv)) return 1;
+    void* other = nullptr;
+    if (other_path != nullptr && (other = dlopen(other_path, RTLD_LAZY | RTLD_LOCAL)) == nullptr) {
+        std::fprintf(stderr, "%s\n", dlerror());
+        return 1;
+    }
 
-    bench::for_each_table([]<class Table>() {
+    bench::for_each_table([other]<class Table>() {
         bench::register_arm<Table>(Table::library, "library");
         bench::register_arm<Table>(Table::written, "by_hand");
+        if (other != nullptr) bench::register_arm<Table>(Table::functions_of(other), "other");
     });
     benchmark::RegisterBenchmark(bench::forwarding, bench::measure_forwarding);
 
-    bench::print_ratios(bench::run());
+    const bench::Medians medians = bench::run();
+    bench::print_ratios(medians, "by_hand", "by hand, ns");
+    if (other != nullptr) bench::print_ratios(medians, "other", "other, ns");
+    if (const double* const call = medians.find(bench::forwarding))
+        std::printf("%-27s %12.1f\n", bench::forwarding, *call);
     benchmark::Shutdown();
 }

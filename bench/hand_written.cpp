@@ -4,6 +4,7 @@
 #include "hand_written.h"
 
 #include "hand_written_bytes.h"
+#include "pd/bytes.h"
 #include "vl_driver/tables.h"
 
 namespace by_hand {
@@ -16,7 +17,7 @@ inline pipe_dev_tgt to_driver(pd_dev_tgt dev_tgt) {
 }
 
 inline void clear(pipe_action_record& action, uint16_t data_bits, uint16_t data_len, Byte* data) {
-    std::memset(&action, 0, sizeof action);
+    vl_pd::bytes::clear(action);
     action.kind = PIPE_KIND_ACTION_DATA;
     action.action.data_bits = data_bits;
     action.action.data_len = data_len;
@@ -210,7 +211,7 @@ pd_status ipv4Host_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
     pipe_match_record match;
     fill_ipv4Host(*match_spec, key, mask, match);
     Byte data[4];
-    pipe_action_record action;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     clear(action, 32, 4, data);
     put32(data, action_spec->action_nextHop);
     return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x1000023, &match, 0x2000006A, &action, 0, 0, entry_hdl);
@@ -234,7 +235,7 @@ pd_status ipv6Partition_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
     pipe_match_record match;
     fill_ipv6Partition(*match_spec, key, mask, match);
     Byte data[6];
-    pipe_action_record action;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     clear(action, 48, 6, data);
     put16(data, action_spec->action_partitionIndex);
     put32(data + 2, action_spec->action_nextHop);
@@ -260,7 +261,7 @@ pd_status ipv4FinalResolve0_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
     pipe_match_record match;
     fill_ipv4FinalResolve0(*match_spec, key, mask, match);
     Byte data[4];
-    pipe_action_record action;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     clear(action, 32, 4, data);
     put32(data, action_spec->action_nextHop);
     return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x1000033, &match, 0x20000085, &action, 0, 0, entry_hdl);
@@ -284,7 +285,7 @@ pd_status trapToCpu_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
     pipe_match_record match;
     fill_trapToCpu(*match_spec, priority, key, mask, match);
     Byte data[2];
-    pipe_action_record action;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     clear(action, 9, 2, data);
     data[0] = action_spec->action_cpuReasonCode;
     data[1] = action_spec->action_llm;
@@ -313,7 +314,7 @@ pd_status finalDropControl_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
     pipe_match_record match;
     fill_finalDropControl(*match_spec, priority, key, mask, match);
     Byte data[3];
-    pipe_action_record action;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     clear(action, 18, 3, data);
     data[0] = action_spec->action_dropReason;
     put16(data + 1, action_spec->action_mirrorSession);
@@ -341,7 +342,7 @@ pd_status flowWatchlist_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
     pipe_match_record match;
     fill_flowWatchlist(*match_spec, priority, key, mask, match);
     Byte data[1];
-    pipe_action_record action;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     clear(action, 0, 0, data);
     return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), 0x100004D, &match, 0x200000F1, &action, 0, 0, entry_hdl);
 }
@@ -365,7 +366,7 @@ pd_status mirrorPacketEncap_add(pd_session sess_hdl, pd_dev_tgt dev_tgt,
     pipe_match_record match;
     fill_mirrorPacketEncap(*match_spec, key, mask, match);
     Byte data[24];
-    pipe_action_record action;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     clear(action, 186, 24, data);
     put32(data, action_spec->action_srcIp);
     put32(data + 4, action_spec->action_dstIp);

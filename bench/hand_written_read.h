@@ -6,6 +6,7 @@
 
 #include "hand_written.h"
 #include "hand_written_bytes.h"
+#include "pd/bytes.h"
 #include "vl_driver/system.h"
 #include "vl_driver/tables.h"
 
@@ -17,10 +18,11 @@ inline constexpr uint16_t data_capacity = 32;
 struct Answer {
     Byte data[data_capacity] = {};
     pipe_match_record match;
-    pipe_action_record action = {};
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
     pipe_act_hdl act_hdl = 0;
 
     Answer(Byte* key, Byte* mask, uint16_t key_bits, uint16_t key_len) : match{key, mask, 0, 0, key_bits, key_len, 0} {
+        vl_pd::bytes::clear(action);
         action.action.data_len = data_capacity;
         action.action.data = data;
     }

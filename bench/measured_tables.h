@@ -1,6 +1,8 @@
 // The tables that are measured, with the two arms of each: the library's functions and those written by hand.
 #pragma once
 
+#include <dlfcn.h>
+
 #include <array>
 #include <cstdint>
 #include <cstring>
@@ -31,6 +33,14 @@ struct Functions {
     Read* read;
 };
 
+template <class Add, class Find, class Read>
+Functions(Add*, Find*, Read*) -> Functions<Add, Find, Read>;
+
+template <class Function>
+void find_symbol(void* library, const char* name, Function*& function) {
+    function = reinterpret_cast<Function*>(dlsym(library, name));
+}
+
 // What a table's names decide. Beside it a table has the handle of the action that is added and read, and the first and
 // the last of the handles of all its actions.
 #define VL_MEASURED_TABLE(table, action)                                                                               \
@@ -39,9 +49,15 @@ struct Functions {
     static constexpr Functions library{p4_pd_velmar_switch_##table##_table_add_with_##action,                          \
                                        p4_pd_velmar_switch_##table##_match_spec_to_entry_hdl,                          \
                                        p4_pd_velmar_switch_##table##_get_entry};                                       \
-    static constexpr Functions written {                                                                               \
-        by_hand::table##_add, by_hand::table##_find, by_hand::table##_read                                             \
-    }
+    static constexpr Functions written{by_hand::table##_add, by_hand::table##_find, by_hand::table##_read};            \
+    static auto functions_of(void* other_library) {                                                                    \
+        auto functions = library;                                                                                      \
+        find_symbol(other_library, "p4_pd_velmar_switch_" #table "_table_add_with_" #action, functions.add);           \
+        find_symbol(other_library, "p4_pd_velmar_switch_" #table "_match_spec_to_entry_hdl", functions.find);          \
+        find_symbol(other_library, "p4_pd_velmar_switch_" #table "_get_entry", functions.read);                        \
+        return functions;                                                                                              \
+    }                                                                                                                  \
+    static_assert(true)
 
 struct Ipv4Host {
     VL_MEASURED_TABLE(ipv4Host, setNextHop);

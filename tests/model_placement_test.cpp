@@ -55,8 +55,8 @@ class PlacementTest : public testing::Test {
 protected:
     pipe_sess_hdl session = 0;
     uint8_t data[3] = {1, 2, 3};
-    pipe_action_record direct{PIPE_KIND_ACTION_DATA, 0, {}, {20, 3, data}, 0, 0, {}};
-    pipe_action_record content{0, 0, {}, {20, 3, data}, 0, 0, {}}; // of a member
+    pipe_action_record direct{PIPE_KIND_ACTION_DATA, 0, {}, {20, 3, 0, data}, 0, 0, {}};
+    pipe_action_record content{0, 0, {}, {20, 3, 0, data}, 0, 0, {}}; // of a member
     pipe_action_record indirect{PIPE_KIND_MEMBER, 0, {}, {}, 0, 0, {}};
     pipe_resource_slot slot{meter, 5, {}, PIPE_SLOT_DETACHED, 0};
     uint32_t member = 0, group = 0, fallback = 0;

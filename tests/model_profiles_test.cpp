@@ -90,7 +90,7 @@ protected:
         pipe_action_record record{};
         const auto len = static_cast<uint16_t>(data.size());
         data.push_back(0);
-        record.action = {bits, len, data.data()};
+        record.action = {bits, len, 0, data.data()};
         return pipe_mgr_adt_ent_add(session, device, table, action, 0, &record, handle, 0);
     }
     uint32_t add_hop(uint16_t hop) const {
@@ -159,7 +159,7 @@ TEST_F(ProfilesTest, MembersAreReadAsSoftwareAndHardwareHaveThem) {
     const uint32_t member = add_hop(0x0ABC);
     const auto read = [&](bool from_hw, uint16_t room = 32) {
         Bytes data(32);
-        pipe_action_data record{0, room, data.data()};
+        pipe_action_data record{0, room, 0, data.data()};
         uint32_t action = 0;
         const pipe_status status =
             pipe_mgr_get_action_data_entry(hop_members, device, member, &record, &action, from_hw ? 1 : 0);

@@ -423,7 +423,7 @@ TEST(Decoders, KeysClearTheWholeRecordAndTrimNothing) {
 
 TEST(Decoders, ActionSpecsAndTheirResources) {
     std::uint8_t data[] = {0, 5, 0, 0x28};
-    const pipe_action_data action = {.data_bits = 32, .data_len = 4, .data = data};
+    const pipe_action_data action = {.data_bits = 32, .data_len = 4, .reserved = 0, .data = data};
     p4_pd_velmar_switch_meterPdpClass_action_spec_t meter = {};
     const pd_resource_index pairs[] = {{0x4000005, 9}, {0x5000003, 10}};
     unbuild_action_spec_meterPdpClass(&action, pairs, 2, &meter);

@@ -31,7 +31,7 @@ inline pd_status read(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t tab
 template <TableRef T>
 pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t read_from_hw, void* action_record) noexcept {
     bytes::Byte data[readback::data_capacity]{};
-    alignas(encoding::clearing_unit) pipe_action_record action{};
+    pipe_action_record action{};
     action.action.data = data;
     action.action.data_len = readback::data_capacity;
     pipe_act_hdl action_hdl = 0;
@@ -50,7 +50,7 @@ pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t read_from_h
 template <TableRef T>
 pd_status get_indirect(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t read_from_hw, std::uint8_t* has_mbr,
                        std::uint8_t* has_grp, pd_group* grp_hdl, pd_member* mbr_hdl) noexcept {
-    alignas(encoding::clearing_unit) pipe_action_record action{};
+    pipe_action_record action{};
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = read(sess_hdl, dev_tgt, T->handle, read_from_hw, action, action_hdl);
     if (refused != PD_STATUS_OK) return refused;

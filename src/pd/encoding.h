@@ -28,10 +28,6 @@ inline constexpr catalog::ActionLayout action_layout = catalog::action_layout(*A
 // The flags word of the driver's calls.
 inline constexpr std::uint32_t no_flags = 0;
 
-// Driver action records are large, and cleared in every operation: by stores of this many bytes, none of which should
-// cross a cache line.
-inline constexpr std::size_t clearing_unit = 16;
-
 // A driver match record with the buffers that it names. It is filled in place and can't move.
 template <TableRef T>
 struct MatchRecord {
@@ -48,7 +44,7 @@ struct MatchRecord {
 template <ActionRef A>
 struct ActionRecord {
     Byte data[action_layout<A>.bytes == 0 ? 1 : action_layout<A>.bytes];
-    alignas(clearing_unit) pipe_action_record record;
+    alignas(bytes::Vector) pipe_action_record record;
 
     ActionRecord() = default;
     ActionRecord(const ActionRecord&) = delete;
@@ -243,12 +239,9 @@ VL_INLINE void build_slot(const Byte* action_spec, const pd_meter_spec* meter_sp
 template <ActionRef A>
 VL_INLINE void build_data_record(const Byte* action_spec, ActionRecord<A>& out) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
-    std::memset(&out.record, 0, sizeof out.record);
+    bytes::clear(out.record);
     build_action_data<A>(action_spec, out.data);
-    // Member by member: an assignment of the whole would copy what stands in the gap before the pointer.
-    out.record.action.data_bits = layout.bits;
-    out.record.action.data_len = layout.bytes;
-    out.record.action.data = out.data;
+    out.record.action = {.data_bits = layout.bits, .data_len = layout.bytes, .reserved = 0, .data = out.data};
 }
 
 template <TableRef T, ActionRef A, Operation operation>

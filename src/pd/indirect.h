@@ -18,14 +18,14 @@ enum class Target { member, group };
 
 // The driver's record for a target, and the target's action.
 struct Pointer {
-    alignas(encoding::clearing_unit) pipe_action_record record;
+    alignas(bytes::Vector) pipe_action_record record;
     pipe_act_hdl action;
 };
 
 template <TableRef T, Target target>
 VL_INLINE pd_status build_pointer(pd_device dev_id, std::uint32_t target_hdl, Pointer& out) {
     p4_pd_ms_state* const state = shadow<catalog::profile_of(T)>();
-    std::memset(&out.record, 0, sizeof out.record);
+    bytes::clear(out.record);
     std::uint32_t count = 0;
     void* resources = nullptr; // no entry of these tables carries any; the component is asked all the same
     if constexpr (target == Target::member) {

@@ -59,7 +59,7 @@ template <ProfileRef P>
 pd_status get(pd_session, pd_device dev_id, pd_member mbr_hdl, std::uint32_t read_from_hw,
               void* action_record) noexcept {
     bytes::Byte data[readback::data_capacity]{};
-    pipe_action_data action{.data_bits = 0, .data_len = readback::data_capacity, .data = data};
+    pipe_action_data action{.data_bits = 0, .data_len = readback::data_capacity, .reserved = 0, .data = data};
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = pipe_mgr_get_action_data_entry(P->data_table, on_all_pipes(dev_id), mbr_hdl, &action,
                                                              &action_hdl, static_cast<std::uint8_t>(read_from_hw));

@@ -33,7 +33,7 @@ struct PlacedEntry {
     Byte mask[readback::key_room<T>]{};
     Byte data[data_capacity]{};
     pipe_match_record match{};
-    alignas(encoding::clearing_unit) pipe_action_record action{};
+    pipe_action_record action{};
     pipe_act_hdl action_hdl = 0;
 
     PlacedEntry() {
@@ -88,7 +88,7 @@ VL_INLINE pd_status decode_indirect_entry(const void* plcmt_data, void* match_sp
 template <ProfileRef P, const std::string_view& suffix>
 pd_status decode_member_data(const void* plcmt_data, void* action_record, auto before_data) {
     Byte data[data_capacity]{};
-    pipe_action_data action{.data_bits = 0, .data_len = 0, .data = data};
+    pipe_action_data action{.data_bits = 0, .data_len = 0, .reserved = 0, .data = data};
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = pipe_mgr_plcmt_adt_data_get_entry(plcmt_data, &action, &action_hdl);
     if (refused != PD_STATUS_OK) return refused;

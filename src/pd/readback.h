@@ -92,7 +92,8 @@ VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry en
     Byte data[data_capacity]{};
     pipe_match_record match{};
     prepare<T>(match, key, mask);
-    alignas(encoding::clearing_unit) pipe_action_record action{};
+    alignas(bytes::Vector) pipe_action_record action;
+    bytes::clear(action);
     action.action.data = data;
     action.action.data_len = data_capacity;
     pipe_act_hdl action_hdl = 0;
@@ -138,7 +139,8 @@ VL_INLINE pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd
     Byte mask[key_layout<T>.bytes]{};
     pipe_match_record match{};
     prepare<T>(match, key, mask);
-    alignas(encoding::clearing_unit) pipe_action_record action{};
+    alignas(bytes::Vector) pipe_action_record action;
+    bytes::clear(action);
     pipe_act_hdl action_hdl = 0;
 
     const pd_status refused = pipe_mgr_get_entry(sess_hdl, T->handle, on_all_pipes(dev_id), entry_hdl, &match, &action,

@@ -5,6 +5,8 @@
  * keeps no pointer to it or to the buffers that it names. The layouts are a wire contract, so each is asserted below.
  * Integers inside the records are in the machine's byte order; key, mask and action data bytes are most significant
  * byte first.
+ *
+ * Every reserved byte has a name, so that a record which is initialised is zero in all of its bytes with any compiler.
  */
 #ifndef VL_DRIVER_TYPES_H
 #define VL_DRIVER_TYPES_H
@@ -55,6 +57,7 @@ typedef struct pipe_match_record {
 typedef struct pipe_action_data {
     uint16_t data_bits; /* sum of the parameters' widths */
     uint16_t data_len;  /* sum of the parameters' whole bytes */
+    uint32_t reserved;
     uint8_t* data;
 } pipe_action_data;
 
@@ -92,6 +95,7 @@ static_assert(sizeof(pipe_match_record) == 32 && offsetof(pipe_match_record, par
                   offsetof(pipe_match_record, key_bits) == 24 && offsetof(pipe_match_record, key_len) == 26,
               "match record");
 static_assert(sizeof(pipe_action_data) == 16 && offsetof(pipe_action_data, data_len) == 2 &&
+                  offsetof(pipe_action_data, reserved) == 4 &&
                   offsetof(pipe_action_data, data) == 8,
               "action data");
 static_assert(sizeof(pipe_resource_slot) == 72 && offsetof(pipe_resource_slot, spec) == 8 &&
