@@ -15,7 +15,7 @@ using namespace support;
 class Placement : public ProfileTest {
 protected:
     std::mt19937 random{20240712};
-    const Outputs fresh;
+    const Outputs fresh{};
 
     // The driver gives both the same records, but for the kind, which a read insists on.
     void expect_agreement(const catalog::Table& table, const View& view, unsigned kind, pd_status when_decoded = 0,

@@ -366,7 +366,7 @@ TEST_F(Resources, RegisterRangesLeaveNoGaps) {
         };
         Bytes values(6 * bytes, 0xEE);
         std::uint32_t cells = 0, count = 0;
-        const auto read = [&](std::uint32_t first, std::int32_t asked) {
+        const auto read = [&, name = name, handle = handle](std::uint32_t first, std::int32_t asked) {
             seen.clear();
             const pd_status status = call(exported(std::string("register_range_read_") + name),
                                           {session, target_word, dirty(first), dirty(static_cast<std::uint32_t>(asked)),
@@ -439,7 +439,8 @@ TEST_F(Resources, RegisterWritesAndResets) {
         SCOPED_TRACE(name);
         const std::uint8_t value[8] = {0x80, 1, 2, 3, 4, 5, 6, 7};
         const Bytes sent = bytes == 1 ? Bytes{1} : Bytes(value, value + bytes);
-        const auto forward = [&](const char* operation, Words words, const char* function, Words args) {
+        const auto forward = [&, name = name, handle = handle, bytes = bytes](const char* operation, Words words,
+                                                                              const char* function, Words args) {
             words.insert(words.begin(), {session, target_word});
             args.insert(args.begin(), {session, target_word, handle});
             Bytes element = expect_forwarded(std::string("register_") + operation + name, words, function, args);
