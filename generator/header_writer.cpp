@@ -1,4 +1,7 @@
 // The public headers. They are C11 and C++, and small enough to be read: a table's record, then its functions.
+#include <algorithm>
+#include <cctype>
+
 #include "catalog/layout.h"
 #include "generator/writers.h"
 
@@ -33,19 +36,48 @@ std::string record_open(const std::string& type) {
     return "typedef struct " + type.substr(0, type.size() - 2) + " {\n";
 }
 
+// A 128-bit value begins at an even offset, which its type, an array of bytes, doesn't say: a gap before it, or behind
+// the last field, is a member, so that any parser of the header finds the same layout.
+class MatchSpecText {
+public:
+    void add(unsigned offset, unsigned bytes, const std::string& name, const std::string& note) {
+        close_gap(offset, bytes > 4 ? 1 : bytes);
+        text_ += "    " + record_type(bytes) + " " + name + ";" + note + "\n";
+        end_ = offset + bytes;
+    }
+
+    std::string finish(unsigned record_size) {
+        close_gap(record_size, alignment_);
+        return text_;
+    }
+
+private:
+    // `alignment` is what C gives the member that follows.
+    void close_gap(unsigned offset, unsigned alignment) {
+        const unsigned by_itself = (end_ + alignment - 1) / alignment * alignment;
+        if (by_itself != offset)
+            text_ += "    uint8_t reserved_" + std::to_string(end_) + "[" + std::to_string(offset - end_) + "];\n";
+        alignment_ = std::max(alignment_, alignment);
+    }
+
+    std::string text_;
+    unsigned end_ = 0;
+    unsigned alignment_ = 1; // of the record so far
+};
+
 std::string match_spec(const Catalog& rows, const Table& table) {
     const KeyLayout layout = key_layout(table);
     const std::string type = match_spec_name(rows, table);
-    std::string text = record_open(type);
+    MatchSpecText members;
     for (std::size_t i = 0; i < layout.field_count; ++i) {
         const KeyField& field = table.key.begin()[layout.record_order[i]];
+        const FieldLayout& place = layout.fields[layout.record_order[i]];
         const std::string name = field.pd_name;
-        const unsigned bytes = record_bytes(field);
-        text += "    " + record_type(bytes) + " " + name + ";" + range_note(field.bits, bytes) + "\n";
-        if (field.match == Match::ternary) text += "    " + record_type(bytes) + " " + name + "_mask;\n";
-        if (field.match == Match::lpm) text += "    uint16_t " + name + "_prefix_length;\n";
+        members.add(place.record_offset, place.record_bytes, name, range_note(field.bits, place.record_bytes));
+        if (place.partner_bytes != 0)
+            members.add(place.partner_offset, place.partner_bytes, name + partner_suffix(field), "");
     }
-    return text + "} " + type + ";\n\n";
+    return record_open(type) + members.finish(layout.record_size) + "} " + type + ";\n\n";
 }
 
 std::string action_spec(const Catalog& rows, const Action& action) {

@@ -24,8 +24,7 @@ void for_each_record(const Catalog& rows, auto record, auto field_of) {
                 const FieldLayout& place = layout.fields[i];
                 field_of(type, field.pd_name, place.record_offset, place.record_bytes);
                 if (place.partner_bytes == 0) continue;
-                const char* partner = field.match == Match::lpm ? "_prefix_length" : "_mask";
-                field_of(type, std::string(field.pd_name) + partner, place.partner_offset, place.partner_bytes);
+                field_of(type, field.pd_name + partner_suffix(field), place.partner_offset, place.partner_bytes);
             }
         }
     for (const Action& action : rows.actions) {
@@ -125,7 +124,7 @@ void add_snapshot_layouts(Lines& lines) {
         const auto add_offsets = [&](List<std::uint16_t> offsets, const char* width) {
             std::string line = "snapshot layout " + std::to_string(layout) + ", " + width + "\tat";
             for (const unsigned offset : offsets)
-                line += " " + std::to_string(offset);
+                line.append(" ").append(std::to_string(offset));
             lines.insert(line + "\n");
         };
         add_offsets(snapshot_layouts[layout].two_byte_fields, "two bytes");

@@ -15,7 +15,7 @@ namespace {
 Context program_context(const Catalog& rows) {
     Context context;
     context.set("p", prefix(rows));
-    context.set("dimension", "[" + std::to_string(rows.actions.size()) + "]");
+    context.set("dimension", std::string("[").append(std::to_string(rows.actions.size())).append("]"));
     return context;
 }
 
@@ -253,6 +253,10 @@ std::string match_spec_name(const Catalog& rows, const Table& table) {
 
 std::string action_spec_name(const Catalog& rows, const Action& action) {
     return prefix(rows) + action.name + "_action_spec_t";
+}
+
+std::string partner_suffix(const KeyField& field) {
+    return field.match == Match::lpm ? "_prefix_length" : "_mask";
 }
 
 std::string hex(std::uint32_t value) {

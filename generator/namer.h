@@ -58,6 +58,9 @@ std::string prefix(const catalog::Catalog& rows);
 std::string match_spec_name(const catalog::Catalog& rows, const catalog::Table& table);
 std::string action_spec_name(const catalog::Catalog& rows, const catalog::Action& action);
 
+// What the name of a field's partner has behind the field's own: "_mask" or "_prefix_length".
+std::string partner_suffix(const catalog::KeyField& field);
+
 // "0x1000023"
 std::string hex(std::uint32_t value);
 

@@ -23,13 +23,26 @@ const char* match_name(KeyShape shape) {
     return "";
 }
 
+// The values of a record, in the order of its members: C++11 has no other form.
+std::string row(std::initializer_list<std::string> values) {
+    std::string text;
+    for (const std::string& value : values)
+        text.append(text.empty() ? "    {" : ", ").append(value);
+    return text.append("},\n");
+}
+
+std::string quoted(const std::string& text) {
+    return '"' + text + '"';
+}
+
+// A capacity or a count of cells is left to the driver.
+constexpr const char* default_size = "0";
+
 // The actions of a profile serve entries and the default entry alike.
 std::string action_line(const Catalog& rows, const Binding& binding, bool in_profile) {
     const ActionLayout layout = action_layout(rows.actions[action_number(rows, binding.action)]);
-    return "    {.handle = " + hex(binding.handle) + ", .data_bits = " + std::to_string(layout.bits) +
-           ", .data_len = " + std::to_string(layout.bytes) +
-           ", .for_entries = " + (in_profile || for_entries(binding) ? "1" : "0") +
-           ", .for_default = " + (in_profile || for_default(binding) ? "1" : "0") + "},\n";
+    return row({hex(binding.handle), std::to_string(layout.bits), std::to_string(layout.bytes),
+                in_profile || for_entries(binding) ? "1" : "0", in_profile || for_default(binding) ? "1" : "0"});
 }
 
 // What the program starts with isn't in the catalog. The last of a table's default actions stands for it: most often
@@ -45,17 +58,13 @@ std::string table_line(const Catalog& rows, const Table& table, const std::strin
     const KeyLayout layout = key_layout(table);
     const Profile* profile = profile_of(rows, table);
     const std::size_t action_count = profile ? profile->actions.size() : table.actions.size();
-    return "    {.handle = " + hex(table.handle) + ", .name = \"" + table.name +
-           "\", .match = " + match_name(key_shape(table)) + ", .key_bits = " + std::to_string(layout.bits) +
-           ", .key_len = " + std::to_string(layout.bytes) + ",\n     .actions = " + actions +
-           ", .action_count = " + std::to_string(action_count) + ", .initial_default = " + hex(initial_default(table)) +
-           ", .resource_hdl = " + hex(resource_of(rows, table).handle) +
-           ",\n     .data_table = " + hex(profile ? profile->data_table : 0) +
-           ", .selector = " + hex(profile ? profile->selector : 0) + ", .idle_time = " + (table.idle_time ? "1" : "0") +
-           ", .capacity = 0},\n";
+    return row({hex(table.handle), quoted(table.name), match_name(key_shape(table)), std::to_string(layout.bits),
+                std::to_string(layout.bytes), actions, std::to_string(action_count), hex(initial_default(table)),
+                hex(resource_of(rows, table).handle), hex(profile ? profile->data_table : 0),
+                hex(profile ? profile->selector : 0), table.idle_time ? "1" : "0", default_size});
 }
 
-// An array of the description and the two members that name it, both empty without lines: C has no empty arrays.
+// An array of the description, and its address and length in the record that gathers them. C has no empty arrays.
 struct Section {
     std::string definition;
     std::string members;
@@ -63,10 +72,10 @@ struct Section {
 
 Section section(const std::string& program, const std::string& type, const std::string& name, const std::string& lines,
                 std::size_t count) {
-    if (count == 0) return {};
+    if (count == 0) return {.definition = "", .members = ", 0, 0"};
     const std::string array = program + "_" + name + "s";
     return {.definition = "static const " + type + " " + array + "[] = {\n" + lines + "};\n\n",
-            .members = ",\n    ." + name + "s = " + array + ", ." + name + "_count = " + std::to_string(count)};
+            .members = ",\n    " + array + ", " + std::to_string(count)};
 }
 
 std::string resource_line(const Catalog& rows, std::uint32_t handle, Addressing addressing, const char* table_name) {
@@ -75,7 +84,7 @@ std::string resource_line(const Catalog& rows, std::uint32_t handle, Addressing 
         for (const Seam& seam : rows.seams)
             for (const Table& table : seam.tables)
                 if (same(table.name, table_name)) match_table = table.handle;
-    return "    {.handle = " + hex(handle) + ", .match_table = " + hex(match_table) + ", .cell_count = 0},\n";
+    return row({hex(handle), hex(match_table), default_size});
 }
 
 Section resource_section(const Catalog& rows, const std::string& name, const Rows<Resource>& resources) {
@@ -94,11 +103,11 @@ Section register_section(const Catalog& rows) {
 
 Section digest_section(const Catalog& rows) {
     std::string lines;
-    for (const Digest& row : rows.digests) {
+    for (const Digest& digest : rows.digests) {
         unsigned size = 0;
-        for (const DigestField& field : row.fields)
+        for (const DigestField& field : digest.fields)
             size += field.bytes;
-        lines += "    {.handle = " + hex(row.handle) + ", .entry_size = " + std::to_string(size) + "},\n";
+        lines += row({hex(digest.handle), std::to_string(size)});
     }
     return section(rows.program, "vl_model_digest", "digest", lines, rows.digests.size());
 }
@@ -112,9 +121,8 @@ Section value_set_section(const Catalog& rows) {
 
 Section hash_calculation_section(const Catalog& rows) {
     std::string lines;
-    for (const HashCalculation& row : rows.hash_calculations)
-        lines += "    {.handle = " + hex(row.handle) + ", .input = " + hex(row.input) +
-                 ", .algorithm = " + hex(row.algorithm) + "},\n";
+    for (const HashCalculation& calculation : rows.hash_calculations)
+        lines += row({hex(calculation.handle), hex(calculation.input), hex(calculation.algorithm)});
     return section(rows.program, "vl_model_hash_calculation", "hash_calculation", lines, rows.hash_calculations.size());
 }
 
@@ -146,10 +154,11 @@ std::string write_pipeline_description(const Catalog& rows) {
         members += part.members;
     }
     return "/* Made from the catalog: what the embedded driver is told about " + program +
-           " when a device is added. */\n#ifndef VL_PD_PIPELINE_H\n#define VL_PD_PIPELINE_H\n\n"
+           " when a device is added. Values\n * stand in the order of the members. */\n#ifndef "
+           "VL_PD_PIPELINE_H\n#define VL_PD_PIPELINE_H\n\n"
            "#include \"vl_model/control.h\"\n\n" +
-           actions + "\n" + tables + "static const vl_model_pipeline " + program + "_pipeline = {.name = \"" + program +
-           "\", .tables = " + program + "_tables, .table_count = " + std::to_string(count) + members + "};\n\n#endif\n";
+           actions + "\n" + tables + "static const vl_model_pipeline " + program + "_pipeline = {\n    " +
+           quoted(program) + ",\n    " + program + "_tables, " + std::to_string(count) + members + "};\n\n#endif\n";
 }
 
 } // namespace generator

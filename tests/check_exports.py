@@ -4,10 +4,11 @@
   check_exports.py LIBRARY GENERATED_FOLDER COMMITTED_FOLDER BOUNDARY_HEADERS...
 
 exports.txt (names and signatures) and rows.txt (record layouts, handles, sizes) that the catalog yields now equal the
-committed ones. LIBRARY exports the names of the list and nothing else, and what it wants from outside are functions of
+committed ones. A parser that knows nothing but the sizes of types lays the headers' records out like that. LIBRARY exports the names of the list and nothing else, and what it wants from outside are functions of
 the driver boundary, of cJSON and of libc.
 """
 
+import glob
 import re
 import subprocess
 import sys
@@ -38,9 +39,34 @@ def compare(title, generated, committed):
             + report(f"{title}: changed", changed))
 
 
+def plain_layouts(folder):
+    """The records of the generated headers as rows.txt tells of them, laid out by the types of their members alone."""
+    lines = {}
+    bytes_of = {"uint8_t": 1, "uint16_t": 2, "uint32_t": 4, "pd_bytes16": 16}
+    for path in glob.glob(f"{folder}/include/vl_pd/*/*.h"):
+        with open(path, encoding="ascii") as header:
+            records = re.findall(r"typedef struct \w+ \{\n(.*?)\} (\w+);", header.read(), re.DOTALL)
+        for members, record in records:
+            end, alignment = 0, 1
+            for kind, name, count in re.findall(r"^    (\w+) (\w+)(?:\[(\d+)\])?;", members, re.MULTILINE):
+                size = bytes_of[kind]
+                step = 1 if size == 16 else size
+                end = -(-end // step) * step
+                alignment = max(alignment, step)
+                if not name.startswith("reserved_"):
+                    lines[f"{record}.{name}"] = f"offset {end}, {size} bytes"
+                end += size * int(count or 1)
+            lines[record] = f"size {-(-end // alignment) * alignment}"
+    return lines
+
+
 def main():
     library, generated_folder, committed_folder, *headers = sys.argv[1:]
     faults = compare("rows.txt", read_list(f"{generated_folder}/rows.txt"), read_list(f"{committed_folder}/rows.txt"))
+    rows = read_list(f"{generated_folder}/rows.txt")
+    layouts = plain_layouts(generated_folder)
+    faults += compare("layout by plain members", layouts, {name: rows[name] for name in rows if name in layouts
+                                                           or name.split(".")[0] in layouts})
     generated = read_list(f"{generated_folder}/exports.txt")
     faults += compare("exports.txt", generated, read_list(f"{committed_folder}/exports.txt"))
 
@@ -51,15 +77,17 @@ def main():
     sizes = {"bf_drv_hdl": 4, "p4_pd_velmar_switch_action_name_strings": 265 * 8}
     faults += report("data of another size", [name for name, size in sizes.items() if exported.get(name) != size])
 
+    # Sanitizers stand before libc, as a library that is needed or as symbols that the program has.
+    sanitizer = re.compile(r"lib(asan|tsan)\.|__(asan|tsan|ubsan|sanitizer)_")
     needed = re.findall(r"NEEDED.*\[(.*)\]", output_of("readelf", "-d", library))
-    if not any(re.match(r"lib(asan|tsan)\.", name) for name in needed):  # sanitizers stand before libc
+    wanted = [line.split() for line in output_of("nm", "-D", "--undefined-only", library).splitlines()]
+    if not any(sanitizer.match(name) for name in needed + [name for _, name in wanted]):
         faults += report("libraries it must not need",
                          [name for name in needed if not re.match(r"libcjson\.|libc\.", name)])
         declared = set()
         for header in headers:
             with open(header, encoding="ascii") as text:
                 declared |= set(re.findall(r"\b((?:pipe_|bf_|p4_pd_ms_)\w+)\(", text.read()))
-        wanted = [line.split() for line in output_of("nm", "-D", "--undefined-only", library).splitlines()]
         faults += report("wanted from outside, but nobody's",
                          [name for kind, name in wanted
                           if kind == "U" and "@GLIBC" not in name and not name.startswith("cJSON_")

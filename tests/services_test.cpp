@@ -125,8 +125,7 @@ TEST_F(Services, ValueSets) {
         SCOPED_TRACE(name);
         const std::string base = exported("pvs_") + name + "_";
         std::uint32_t out = 0, mask = 0;
-        const auto forward = [&, id = id](const char* operation, const Words& words, const char* function,
-                                          Words args) {
+        const auto forward = [&, id = id](const char* operation, const Words& words, const char* function, Words args) {
             args.insert(args.begin(), {session, 3, id});
             expect_forwarded(base + operation, words, function, args);
         };

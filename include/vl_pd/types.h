@@ -53,8 +53,9 @@ typedef struct pd_dev_tgt {
     uint16_t reserved;
 } pd_dev_tgt;
 
-/* A 128-bit value, most significant byte first. In a record it begins at an even offset. */
-typedef uint8_t pd_bytes16[16] __attribute__((aligned(2)));
+/* A 128-bit value, most significant byte first. In a record it begins at an even offset, behind a reserved byte if the
+ * field before it ends at an odd one. */
+typedef uint8_t pd_bytes16[16];
 
 enum { PD_METER_TYPE_COLOR_AWARE = 0, PD_METER_TYPE_COLOR_UNAWARE = 1 };
 
@@ -77,8 +78,8 @@ typedef struct pd_resource_index {
 #define PD_NO_INDEX UINT32_C(0xFFFF)
 
 /*
- * A callback goes to the driver as it is, and the driver calls it: its type is the driver's. Cast it to this one, as in
- * (pd_driver_callback)on_timeout.
+ * A callback goes to the driver as it is, and the driver calls it: its type is the driver's. The program's header lists
+ * these types. Cast a callback to this one, as in (pd_driver_callback)on_timeout.
  */
 typedef void (*pd_driver_callback)(void);
 

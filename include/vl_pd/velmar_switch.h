@@ -31,6 +31,33 @@
  * the family says otherwise. Functions may be called from several threads; the driver says what happens then. Of
  * read_from_hw 8 bits count: if they are all zero, the driver's copy is read and not the hardware.
  *
+ * A failed assertion is logged by the driver, and the call goes on as its family says. In the driver's debug mode it
+ * stops the process instead. Assertions fail in reads and in decoders of placement data, get_member among them, on a
+ * driver's answer that can't come from this pipeline; and on a meter_type outside PD_METER_TYPE_... in meter_set_ and
+ * in the adds, modifies and set_default_action_ of l2LookupMiss.
+ *
+ *
+ * Callbacks
+ *
+ * A callback and its cookie go to the driver as they are, and the driver calls it. How a registration ends, from which
+ * thread a callback comes and what it may call are the driver's to say. Its type is the driver's too; pass it cast to
+ * pd_driver_callback. Integers are uint32_t here, and a dev_tgt goes by value:
+ *
+ *   <table>_register_mat_update_cb      void (sess_hdl, pd_dev_tgt dev_tgt, tbl_hdl, entry_hdl, update, void *cookie)
+ *   <table>_idle_register_tmo_cb        void (dev_id, tbl_hdl, entry_hdl, void *cookie)
+ *   <table>_update_hit_state            void (dev_id, void *cookie)
+ *   <profile>_register_adt_update_cb    void (sess_hdl, pd_dev_tgt dev_tgt, adt_hdl, mbr_hdl, update, void *cookie)
+ *   <profile>_register_sel_update_cb    void (sess_hdl, pd_dev_tgt dev_tgt, sel_hdl, grp_hdl, mbr_hdl, update,
+ *                                             void *cookie)
+ *   <profile>_register_callback, <profile>_sel_track_updates
+ *                                       void (sess_hdl, pd_dev_tgt dev_tgt, grp_hdl, mbr_hdl, index, active,
+ *                                             void *cookie)
+ *   counter_hw_sync_, register_hw_sync_ void (dev_id, void *cookie)
+ *   <digest>_register                   pd_status (sess_hdl, struct pipe_digest_msg *message, void *cookie)
+ *
+ * These are the types of the boundary in vl_driver/: pipe_mat_update_cb, pipe_idle_tmo_cb, pipe_idle_hit_state_cb,
+ * pipe_adt_update_cb, pipe_sel_update_cb, pipe_sel_tbl_cb, pipe_sync_cb, pipe_digest_cb.
+ *
  *
  * The program
  *
@@ -64,8 +91,8 @@
  * the field's width is sent as a priority that no prefix has, for the driver to refuse.
  *
  * meter_spec stands in l2LookupMiss alone. An add must have one; without it the entry's meter slot is sent unset. A
- * modify without one (null) leaves the entry's meter as it is. A meter_type outside PD_METER_TYPE_... is logged as a
- * failed assertion and sent as colour aware.
+ * modify without one (null) leaves the entry's meter as it is. A meter_type outside PD_METER_TYPE_... is a failed
+ * assertion, and sent as colour aware.
  *
  * ttl stands in the adds of l2LearningLookup alone: the entry's first time-to-live, in the driver's unit.
  *
@@ -93,9 +120,8 @@
  *       other flag is 0 and the other handle isn't written.
  *
  *       PD_STATUS_UNEXPECTED: the driver's answer holds no action data (nothing is written), or an action that isn't
- *       the table's (match_spec, priority and is_default are written, the action outputs are not). Both are logged, and
- *       stop the process in the driver's debug mode. PD_STATUS_NO_MEMORY: no memory for the list of the entry's
- *       resources; nothing is written.
+ *       the table's (match_spec, priority and is_default are written, the action outputs are not). Both are failed
+ *       assertions. PD_STATUS_NO_MEMORY: no memory for the list of the entry's resources; nothing is written.
  *
  *   <table>_get_entry_count(sess_hdl, dev_tgt, count out)
  *   <table>_get_first_entry_handle(sess_hdl, dev_tgt, entry_hdl out)
@@ -135,7 +161,7 @@
  *   <table>_set_property(sess_hdl, dev_id, property, value, args)
  *   <table>_register_mat_update_cb(sess_hdl, dev_id, callback, cookie)
  *
- * Property numbers and values, and the callback's type, are the driver's.
+ * Property numbers and values are the driver's.
  *
  *
  * Idle time, of the tables that age their entries
@@ -170,10 +196,19 @@
  * which members there are and with which action, written after the driver has accepted a change. A member keeps its
  * action for life: a modify that names another one is PD_STATUS_MISMATCH, one of an unknown member the shadow's
  * status, both without a driver call. get_member writes action_record like a read of a default entry; an action that
- * isn't the profile's is logged and PD_STATUS_UNEXPECTED. Callers that share a profile serialise themselves: a driver
- * call and what follows it in the shadow are not one step. Should the shadow fail after the driver has accepted a
- * change, the change stands and the result is 0; later operations on that member or group then get the shadow's
- * status. tbl_hdl may be null in get_adt_table_handle and get_sel_table_handle, which need no driver.
+ * isn't the profile's is a failed assertion and PD_STATUS_UNEXPECTED. Callers that share a profile serialise
+ * themselves: a driver call and what follows it in the shadow are not one step. tbl_hdl may be null in
+ * get_adt_table_handle and get_sel_table_handle, which need no driver.
+ *
+ * Should the shadow fail after the driver has accepted a change, the change stands, and the result is 0 but for
+ * del_group, which returns the shadow's status. What follows depends on the change:
+ *
+ *   add_member, create_group      Later operations that need the action of the member or group get the shadow's status.
+ *   del_member, del_group         The shadow still knows what the driver doesn't: later operations get the driver's.
+ *   add_member_to_group           The shadow may lack the membership, and its saved state lacks it then. The group may
+ *                                 keep the action that it had; if it had none, entries can't point at it: they get the
+ *                                 shadow's status.
+ *   del_member_from_group         The shadow keeps the membership, and its saved state has it.
  *
  *
  * Action profiles: selector groups
@@ -223,8 +258,9 @@
  * the device state that the driver saved and hands back through the callback that init() has registered, or by this
  * call, in which the driver replays its members, groups and memberships. The five words are between agent and driver,
  * which may keep the callback. init() comes first, and no member or group operation may run during the replay. The
- * action of a group is then that of the last of its members in the replay. What can't be restored is left out without
- * a report.
+ * action of a group is then that of the last of its members in the replay; a group that had lost its members before the
+ * restart has no action until one joins. What can't be restored is left out without a report, and so is what a device
+ * state lacks that was saved while memory was short: members, groups, or whole profiles.
  *
  *
  * Walking by handle, for callers that hold a table's or profile's handle as data
@@ -263,7 +299,7 @@
  *
  * The meters of the pipeline count bytes; by handle, packets too. meter_type goes to the driver by PD_METER_TYPE_...
  * and comes back as the driver has it; numbers come back as their low 32 bits. A meter_type outside PD_METER_TYPE_...
- * is a logged assertion in meter_set_<meter>, and sent as colour aware; by handle it is PD_STATUS_INVALID without a
+ * is a failed assertion in meter_set_<meter>, and sent as colour aware; by handle it is PD_STATUS_INVALID without a
  * driver call, and so is a colour aware meter without has_pre_color (of which 8 bits count). WRED specs are copied as
  * they are.
  *
@@ -281,9 +317,12 @@
  * A cell holds a flag (uint8_t: any value but 0 is written as 1), a word (uint32_t) or a pair of words, and reads as
  * one value for each instance of it in the hardware. The caller gives room for all of them: as many as the driver says
  * for a cell (its number of pipes, say), times count for a range; they follow each other with no gaps. Bit 0 of flags
- * goes to the driver. count is signed; at 0 or below the driver is asked all the same. The driver's answer has room for
- * count times as many values as a cell has, a product of 32 bits. PD_STATUS_NO_MEMORY: no memory for it, and nothing is
- * written. The lists that a read allocates live in the driver's memory and are freed before it returns.
+ * goes to the driver. The lists that a read allocates live in the driver's memory and are freed before it returns.
+ * PD_STATUS_NO_MEMORY: no memory for them; no cell was read and nothing is written.
+ *
+ * The count of a range is signed. With a count of 0 the driver is asked all the same; a negative count is
+ * PD_STATUS_NO_MEMORY, once the driver has told how many values a cell has. count times that number must stay below
+ * 2^31: the library doesn't check it.
  *
  *   register_read_indirect(sess_hdl, dev_tgt, reg_hdl, index, flags, query), register_read_direct(sess_hdl, dev_tgt,
  *   tbl_hdl, entry_hdl, flags, query), register_write_indirect, register_write_all_indirect,
@@ -342,9 +381,10 @@
  *   snapshot_capture_data_get(snapshot_hdl, pipe, stages out, capture_ctrl out, count out)
  *
  * A trigger's records are in the machine's byte order and packed without alignment, in one of two layouts, which bit 1
- * of the handle tells apart. `stages` has room for PD_SNAPSHOT_MAX_STAGES records; those of the capture are filled in
- * order as the service delivers them, with zeros if it failed. PD_STATUS_NO_MEMORY: no memory for the capture, and none
- * filled.
+ * of the handle tells apart. `stages` has room for PD_SNAPSHOT_MAX_STAGES records. As many are filled as the service
+ * reports stages, at most PD_SNAPSHOT_MAX_STAGES; with zeros if it then fails to deliver them. If it refuses to tell
+ * the sizes, it is asked for the capture all the same, with a buffer of no bytes: its status is the result, and no
+ * record is filled. PD_STATUS_NO_MEMORY: no memory for the capture; count is 0 and no record is filled.
  *
  *
  * Texts: schemas and value strings
@@ -429,12 +469,12 @@
  *       Tables whose entries point into an action profile:  match_spec out, [priority out,] mbr_hdl out, grp_hdl out,
  *                             has_mbr out, has_grp out, is_default out; mind that a read has another order
  *       action_record is written like a default entry's (above). is_default is always 1 for a keyless table.
- *       PD_STATUS_INVALID: the action isn't the table's; the key outputs are written, action_record isn't, and it is
- *       logged as a failed assertion. PD_STATUS_NO_MEMORY as for <table>_get_entry. The kind of action data isn't
- *       looked at.
+ *       PD_STATUS_INVALID: the action isn't the table's, a failed assertion; the key outputs are written, action_record
+ *       isn't. PD_STATUS_NO_MEMORY as for <table>_get_entry. The kind of action data isn't looked at.
  *   <profile>_get_member_from_plcmt_data(plcmt_data, action_record out)
  *   <profile>_get_full_member_info_from_plcmt_data(dev_id, mbr_hdl, plcmt_data, action_record out)
- *       PD_STATUS_UNEXPECTED, and logged: an action that isn't the profile's; nothing is written. Both give the same.
+ *       PD_STATUS_UNEXPECTED: an action that isn't the profile's, a failed assertion; nothing is written. Both give the
+ *       same.
  *
  *   <table>_plcmt_data_value(plcmt_data, buffer out), <profile>_plcmt_data_value(plcmt_data, buffer out)
  *   plcmt_data_value(tbl_hdl, plcmt_data, buffer out), adt_plcmt_data_value(adt_hdl, plcmt_data, buffer out)

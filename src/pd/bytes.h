@@ -57,8 +57,8 @@ template <class Record>
 VL_INLINE void clear(Record& record) {
     static_assert(sizeof record % sizeof(Vector) == 0);
     Vector* const vectors = reinterpret_cast<Vector*>(&record);
-    unroll<sizeof record / sizeof(Vector)>(
-        [=]<std::size_t i>() VL_INLINE_LAMBDA { _mm_store_si128(vectors + i, _mm_setzero_si128()); });
+    unroll<sizeof record / sizeof(Vector)>([=]<std::size_t i>()
+                                               VL_INLINE_LAMBDA { _mm_store_si128(vectors + i, _mm_setzero_si128()); });
 }
 
 // An integer of a record.

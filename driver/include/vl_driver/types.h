@@ -95,8 +95,7 @@ static_assert(sizeof(pipe_match_record) == 32 && offsetof(pipe_match_record, par
                   offsetof(pipe_match_record, key_bits) == 24 && offsetof(pipe_match_record, key_len) == 26,
               "match record");
 static_assert(sizeof(pipe_action_data) == 16 && offsetof(pipe_action_data, data_len) == 2 &&
-                  offsetof(pipe_action_data, reserved) == 4 &&
-                  offsetof(pipe_action_data, data) == 8,
+                  offsetof(pipe_action_data, reserved) == 4 && offsetof(pipe_action_data, data) == 8,
               "action data");
 static_assert(sizeof(pipe_resource_slot) == 72 && offsetof(pipe_resource_slot, spec) == 8 &&
                   offsetof(pipe_resource_slot, tag) == 64,

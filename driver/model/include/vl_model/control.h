@@ -120,8 +120,9 @@ typedef struct vl_model_hash_calculation {
     uint32_t algorithm;
 } vl_model_hash_calculation;
 
-/* A member that older descriptions don't have. Compilers of C++ would warn of its absence. */
-#ifdef __cplusplus
+/* A member that older descriptions don't have. Compilers of C++ would warn of its absence. C++11 can't initialise a
+ * record that has such members. */
+#if defined(__cplusplus) && __cplusplus >= 201402L
 #define VL_MODEL_OPTIONAL(member)                                                                                      \
     member {}
 #else

@@ -1,0 +1,97 @@
+#!/usr/bin/env python3
+"""Does what the README tells a user to do, from the install to the output of the agent.
+
+  install_test.py BUILD SOURCE CC CXX
+
+Every installed header compiles by itself as C11 and C++11 without a warning (.hpp as C++20). The README's agent is built
+by the README's command as C11, as C++17, and through find_package, and prints what the README says. pd-show runs from
+the install.
+"""
+
+import os
+import pathlib
+import re
+import subprocess
+import sys
+import tempfile
+
+WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
+
+# Nothing of the caller's may help a program to find its libraries.
+ENVIRONMENT = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
+
+
+def run(*command, accept=(0,), **options):
+    done = subprocess.run([str(word) for word in command], capture_output=True, text=True, env=ENVIRONMENT, **options)
+    if done.returncode not in accept:
+        sys.exit(f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}status {done.returncode}")
+    return done.stdout + done.stderr
+
+
+def check(what, got, wanted):
+    if got != wanted:
+        sys.exit(f"{what}:\n--- got\n{got}\n--- wanted\n{wanted}")
+
+
+def check_headers(prefix, folder, cc, cxx):
+    include = prefix / "include"
+    headers = sorted(str(path.relative_to(include)) for path in include.rglob("*.h*"))
+    if not any(name.endswith(".hpp") for name in headers) or "vl_pd/velmar_switch.h" not in headers:
+        sys.exit(f"the install lacks headers: {headers}")
+    for compiler, standard, suffix in ((cc, "c11", ".c"), (cxx, "c++11", ".cpp"), (cxx, "c++20", ".hpp")):
+        sources = []
+        for name in headers:
+            if (suffix == ".hpp") != name.endswith(".hpp"):
+                continue
+            source = folder / (name.replace("/", "_") + suffix.replace("hpp", "cpp"))
+            # Once more behind itself, for its guard.
+            source.write_text(f"#include <{name}>\n#include <{name}>\n")
+            sources.append(source)
+        run(compiler, f"-std={standard}", *WARNINGS, "-fsyntax-only", f"-I{include}", *sources)
+    # Every reserved byte of a driver record has a name.
+    driver = folder / "driver.c"
+    driver.write_text("#include <vl_driver/driver.h>\n")
+    run(cc, "-std=c11", "-Wpadded", "-Werror", "-fsyntax-only", f"-I{include}", driver)
+
+
+def main():
+    build, source, cc, cxx = sys.argv[1:]
+    readme = (pathlib.Path(source) / "README.md").read_text(encoding="utf-8")
+    agent = re.search(r"```c\n(.*?)```", readme, re.DOTALL).group(1)
+    command = re.search(r"^    cc (agent\.c .*)$", readme, re.MULTILINE).group(1)
+    cmake_lists = re.search(r"```cmake\n(.*?)```", readme, re.DOTALL).group(1)
+    output = re.search(r"It prints `(.*?)`", readme).group(1) + "\n"
+
+    with tempfile.TemporaryDirectory() as temporary:
+        folder = pathlib.Path(temporary)
+        prefix = folder / "prefix"
+        run("cmake", "--install", build, "--prefix", prefix)
+        version = re.search(r"project\(vl_bf_pd VERSION (\S+)", (pathlib.Path(source) / "CMakeLists.txt").read_text())[1]
+        check("pd-show of the install", run(prefix / "bin/pd-show", "--version"), f"pd-show {version}\n")
+        check_headers(prefix, folder, cc, cxx)
+
+        (folder / "agent.c").write_text(agent)
+        (folder / "agent.cpp").write_text(agent)
+        arguments = command.replace("PREFIX", str(prefix)).split()
+        run(cc, "-std=c11", *WARNINGS, *arguments, cwd=folder)
+        check("the agent in C11", run(folder / "agent"), output)
+        run(cxx, "-std=c++17", *WARNINGS, *[word.replace("agent.c", "agent.cpp") for word in arguments], cwd=folder)
+        check("the agent in C++17", run(folder / "agent"), output)
+
+        (folder / "CMakeLists.txt").write_text(cmake_lists)
+        configure = ["cmake", "-S", folder, "-B", folder / "build", f"-DCMAKE_PREFIX_PATH={prefix}",
+                     f"-DCMAKE_C_COMPILER={cc}", "-DCMAKE_C_STANDARD=11"]
+        run(*configure)
+        run("cmake", "--build", folder / "build")
+        check("the agent through find_package", run(folder / "build/agent"), output)
+        # A program is told the version, and isn't given one that it didn't ask for.
+        (folder / "CMakeLists.txt").write_text(cmake_lists + 'message("found ${vl_bf_pd_VERSION}")\n')
+        if f"found {version}\n" not in run(*configure):
+            sys.exit("find_package doesn't tell the version")
+        (folder / "CMakeLists.txt").write_text(re.sub(r"vl_bf_pd [\d.]+", "vl_bf_pd 99.0", cmake_lists))
+        if "requested version" not in run(*configure, accept=(1,)):
+            sys.exit("find_package gives a version that wasn't asked for")
+
+
+if __name__ == "__main__":
+    main()
