@@ -1,7 +1,7 @@
 // Reading entries back and walking tables.
 //
-// An entry is read by one driver call and decoded. Nothing is written to an output before the driver's answer has
-// proved to hold action data; an action that isn't the table's still lets the key through.
+// An entry is read by one driver call and decoded. A refused call writes no output; in a direct table, nor does an
+// answer without action data. An action that isn't the table's still lets the key through.
 #pragma once
 
 #include "pd/assertion.h"
