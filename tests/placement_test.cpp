@@ -3,10 +3,13 @@
 #include "support/views.h"
 
 #include <dlfcn.h>
+#include <fcntl.h>
+#include <unistd.h>
 
 #include <tuple>
 
 #include "support/profiles.h"
+#include "support/text.h"
 
 namespace {
 
@@ -22,10 +25,22 @@ protected:
                           pd_status when_read = 0) {
         software = hardware = view;
         software.action.kind = static_cast<std::uint8_t>(kind);
+        const catalog::KeyLayout layout = catalog::key_layout(table);
+        hardware.key.resize(layout.bytes); // a read is of the table's own entries
+        hardware.mask.resize(layout.bytes);
         Outputs decoded, as_read;
         EXPECT_EQ(decode(table, decoded), when_decoded);
         EXPECT_EQ(read(table, as_read), when_read);
         EXPECT_TRUE(decoded == as_read) << hex(decoded.key) << "\n" << hex(as_read.key);
+        const auto expect_untouched = [](const Bytes& bytes, std::size_t from) {
+            for (; from < bytes.size(); ++from)
+                EXPECT_EQ(bytes[from], 0xA5);
+        };
+        expect_untouched(decoded.key, layout.record_size);
+        std::size_t action_size = 0;
+        if (!catalog::is_indirect(table) && when_decoded == 0)
+            action_size = 4 + catalog::action_layout(catalog::actions[decoded.number()]).record_size;
+        expect_untouched(decoded.action, action_size);
     }
 
     void expect_assertion(const std::string& function) {
@@ -62,6 +77,31 @@ TEST_F(Placement, DecodersAgreeWithReads) {
         EXPECT_EQ(vl_model::allocations_made(), before);
     }
     EXPECT_TRUE(log_lines().empty());
+}
+
+// Whatever entry the data is of, a table's functions take no more of it than fits their records and buffers.
+TEST_F(Placement, DataOfAnyTableByEveryTable) {
+    const int nowhere = open("/dev/null", O_WRONLY);
+    vl_model::record_calls(false); // of assertions, which are many
+    vl_model_log_sink_set([](int, int, const char*, void*) {}, nullptr);
+    for (const catalog::Table* owner : all_tables()) {
+        const catalog::Binding* const binding = catalog::is_indirect(*owner) ? nullptr : owner->actions.begin();
+        View view = random_view(random, owner, binding);
+        view.action.kind = PIPE_KIND_ACTION_DATA; // as reads want it
+        for (const catalog::Table* table : all_tables()) {
+            SCOPED_TRACE(owner->name + std::string(" by ") + table->name);
+            const bool known = table == owner || catalog::is_indirect(*table);
+            expect_agreement(*table, view, PIPE_KIND_ACTION_DATA, known ? 0 : +PD_STATUS_INVALID,
+                             known ? 0 : +PD_STATUS_UNEXPECTED);
+            const std::string text = text_of(table->name + std::string("_plcmt_data_value"), {0});
+            EXPECT_EQ(text.empty(), !known);
+            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_print", {static_cast<std::uint32_t>(nowhere), 0, 0}),
+                      known ? 0 : +PD_STATUS_INVALID);
+            char message[256];
+            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_eq_to_hw", {1, device, 0, 9, 0, word(message)}), known);
+        }
+    }
+    close(nowhere);
 }
 
 TEST_F(Placement, RefusalsAndForeignActions) {
@@ -124,12 +164,19 @@ TEST_F(Placement, Members) {
     };
     expect_all(true);
     for_profiles([&] {
-        software = View();
-        software.action_hdl = profile->actions.begin()->handle ^ 0x1000;
-        EXPECT_EQ(of_data(), +PD_STATUS_UNEXPECTED);
-        expect_assertion(profile->name + std::string("_get_member_from_plcmt_data"));
-        EXPECT_EQ(in_full(), +PD_STATUS_UNEXPECTED);
-        expect_assertion(profile->name + std::string("_get_full_member_info_from_plcmt_data"));
+        // Members of the other profiles, and a member of none.
+        std::vector<View> foreign(1);
+        foreign[0].action_hdl = profile->actions.begin()->handle ^ 0x1000;
+        for (const catalog::Profile& other : catalog::profiles)
+            for (const catalog::Binding& binding : other.actions)
+                if (&other != profile) foreign.push_back(random_view(random, nullptr, &binding));
+        for (const View& view : foreign) {
+            software = view;
+            EXPECT_EQ(of_data(), +PD_STATUS_UNEXPECTED);
+            expect_assertion(profile->name + std::string("_get_member_from_plcmt_data"));
+            EXPECT_EQ(in_full(), +PD_STATUS_UNEXPECTED);
+            expect_assertion(profile->name + std::string("_get_full_member_info_from_plcmt_data"));
+        }
         software.status = 77;
         EXPECT_EQ(of_data(), 77u);
         EXPECT_EQ(in_full(), 77u);

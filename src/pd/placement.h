@@ -4,6 +4,8 @@
 // read: the driver reports the lengths, the kind of action data isn't looked at, and the action comes as one record.
 #pragma once
 
+#include <algorithm>
+
 #include "pd/members.h"
 #include "pd/pass_through.h"
 #include "pd/readback.h"
@@ -26,11 +28,25 @@ template <auto row, const std::string_view& suffix>
 inline constexpr auto function_name =
     join_names<name_prefix.size() + std::string_view(row->name).size() + suffix.size()>(name_prefix, row->name, suffix);
 
+// Bytes of the catalog's largest key. The driver writes the key of whatever entry the data is of, also where the caller
+// took another table for its own.
+inline constexpr std::size_t key_capacity = [] {
+    std::size_t largest = 0;
+    for (const catalog::Seam& seam : catalog::seams)
+        for (const catalog::Table& table : seam.tables) {
+            std::size_t bytes = 0;
+            for (const catalog::KeyField& field : table.key)
+                bytes += catalog::whole_bytes(field.bits);
+            largest = std::max(largest, bytes);
+        }
+    return largest;
+}();
+
 // What the driver makes of an entry's data. Its records are zero but for the buffers, whose lengths it isn't told.
 template <TableRef T>
 struct PlacedEntry {
-    Byte key[readback::key_room<T>]{};
-    Byte mask[readback::key_room<T>]{};
+    Byte key[key_capacity]{};
+    Byte mask[key_capacity]{};
     Byte data[data_capacity]{};
     pipe_match_record match{};
     pipe_action_record action{};
