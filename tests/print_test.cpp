@@ -90,8 +90,8 @@ TEST(Addresses, Ipv4) {
     EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_exact(out, "%s%n", 0xFFFEFD09); }),
               "%s%n 255.254.253.9 ")
         << "a label is no format";
-    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_lpm(out, "", 0x0A000001, 0x10008); }),
-              " 10.0.0.1/8 ")
+    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_lpm(out, "", 0x0A000001, 0x10108); }),
+              " 10.0.0.1/264 ")
         << "16 bits of the length count";
     EXPECT_EQ(ternary(0x0A000001, 0xFF000000), "dip 10.0.0.1/8 ");
     EXPECT_EQ(ternary(0x0A000001, 0xFFFFFFFF), "dip 10.0.0.1/32 ");

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <functional>
 
+#include "pd/resource_list.h"
 #include "vl_driver/driver.h"
 
 namespace {
@@ -502,6 +503,16 @@ TEST_F(Resources, RegistersByHandle) {
     EXPECT_EQ(std::memcmp(slot.spec, value.bytes, 16), 0);
     for (unsigned i = 16; i < sizeof slot.spec; ++i)
         EXPECT_EQ(slot.spec[i], 0);
+}
+
+TEST_F(Resources, AListEndsWithTheRecord) {
+    pipe_action_record records[2] = {};
+    for (pipe_action_record& record : records)
+        std::fill_n(reinterpret_cast<std::uint32_t*>(&record), sizeof record / 4, PIPE_SLOT_ATTACHED);
+    records[0].resource_count = PIPE_MAX_SLOTS + 1;
+    vl_pd::ResourceList list;
+    ASSERT_TRUE(list.build_pd_res_spec(records[0]));
+    EXPECT_EQ(list.count(), +PIPE_MAX_SLOTS);
 }
 
 std::uint64_t as_word(pipe_sync_cb function) {

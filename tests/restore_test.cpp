@@ -86,6 +86,12 @@ TEST_F(Restore, TheAgentGoesOnAfterALogAndAfterAReplay) {
     }
 }
 
+TEST_F(Restore, ALogWhoseNamesAreNoStringsRestoresNothing) {
+    const char* const log = R"({"p4_pd_velmar_switch_pd": {"act_profs": [{"name": 5}, {"name": null}, {}, 5]}})";
+    EXPECT_EQ(vl_model_state_restore(device, log), 0u);
+    expect_calls({});
+}
+
 TEST_F(Restore, Rows) {
     constexpr pd_member member = 0x1005, unknown = 0x1006;
     constexpr pd_group group = 0x2007;

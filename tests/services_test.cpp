@@ -113,6 +113,7 @@ TEST_F(Services, DigestFieldsStandOneBehindTheOther) {
     }
     EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_field(entry, "macLearningDigest", "egrMd_routed", &size), nullptr);
     EXPECT_EQ(size, 0u);
+    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_field(entry, "macLearning", "ingMd_smacOui", &size), nullptr);
 }
 
 TEST_F(Services, ValueSets) {
@@ -308,6 +309,13 @@ TEST_F(Services, HashesOfFieldValues) {
             EXPECT_EQ(hex(seen[0].bytes), stream);
             expect_only("calculate", {session, device, 0x8000007, length, word(hash), 3});
         }
+    for (const std::uint32_t count : {0u, 1u}) {
+        vl_model::fail_allocation(1); // none is needed for no fields
+        EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashInnerIpv6Hdr_calculate_hash_value(session, device, count, fields,
+                                                                                      widths, nullptr, 0),
+                  count == 0 ? 0u : +PD_STATUS_NO_MEMORY);
+    }
+    expect_only("calculate", {session, device, 0x8000007, 0, 0, 0});
 }
 
 template <class Pointer>
