@@ -35,8 +35,8 @@ bool pd_show_clock_start(void* driver) {
            find<&pipe_mgr_table_get_default_entry_handle>(driver, "pipe_mgr_table_get_default_entry_handle");
 }
 
-pd_show::TimeSpent pd_show_clock_read() {
-    return spent;
+void pd_show_clock_read(pd_show::TimeSpent* read) {
+    *read = spent;
 }
 
 pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt, pipe_ent_hdl ent_hdl,

@@ -31,7 +31,7 @@ auto timed(TimeSpent& spent, Work&& work) {
 extern "C" {
 
 using pd_show_clock_start_function = bool(void* driver);
-using pd_show_clock_read_function = pd_show::TimeSpent();
+using pd_show_clock_read_function = void(pd_show::TimeSpent* spent);
 // `driver` is what dlopen gave. Comes before the first call of the driver. False if the driver lacks a function that
 // the clock stands for: the library doesn't miss it then.
 __attribute__((visibility("default"))) pd_show_clock_start_function pd_show_clock_start;

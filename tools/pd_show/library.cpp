@@ -65,7 +65,9 @@ void* Library::module_symbol(const char* module, const char* name) const {
 }
 
 TimeSpent Library::driver_time() const {
-    return reinterpret_cast<pd_show_clock_read_function*>(dlsym(clock_, "pd_show_clock_read"))();
+    TimeSpent spent;
+    reinterpret_cast<pd_show_clock_read_function*>(dlsym(clock_, "pd_show_clock_read"))(&spent);
+    return spent;
 }
 
 std::string Library::status_text(pd_status status) const {
