@@ -7,7 +7,7 @@ std::string grouped(std::size_t number) {
     std::string text = std::to_string(number);
     for (std::size_t at = text.size(); at > 3;) {
         at -= 3;
-        text.insert(at, ",");
+        text.insert(at, 1, ',');
     }
     return text;
 }
@@ -44,8 +44,8 @@ void Progress::draw_bar() {
         constexpr std::size_t width = 30;
         const std::size_t full = std::min(done_, steps_) * width / steps_;
         line.resize(std::max<std::size_t>(line.size(), 12), ' ');
-        line += " [" + std::string(full, '#') + std::string(width - full, '.') + "] " + grouped(done_) + " of " +
-                grouped(steps_);
+        line.append(" [").append(full, '#').append(width - full, '.').append("] ");
+        line.append(grouped(done_)).append(" of ").append(grouped(steps_));
     }
     const std::size_t length = line.size();
     line.resize(std::max(length, drawn_), ' '); // wipes what a longer line left
