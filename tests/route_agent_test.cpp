@@ -8,7 +8,9 @@
 #include <gtest/gtest.h>
 
 #include "route_agent/agent.h"
+#include "route_agent/line_reader.h"
 #include "route_agent/plan.h"
+#include "route_agent/printable.h"
 #include "route_agent/range_list.h"
 #include "route_agent/route_list.h"
 #include "vl_model/control.h"
@@ -108,7 +110,7 @@ TEST(RouteAgentLines, BadOnesGetAReason) {
         {"10.0.0/8 1", "'10.0.0/8' is no IPv4 or IPv6 prefix"},
         {"10.0.0.256 1", "'10.0.0.256' is no IPv4 or IPv6 prefix"},
         {"1:2::3::4/64 1", "'1:2::3::4/64' is no IPv4 or IPv6 prefix"},
-        {std::string("::1\0/64 1", 9), "'::1?/64' is no IPv4 or IPv6 prefix"},
+        {std::string("::1\0/64 1", 9), "'::1\\x00/64' is no IPv4 or IPv6 prefix"},
         {"10.0.0.0/ 1", "prefix length '' is no number"},
         {"10.0.0.0/-8 1", "prefix length '-8' is no number"},
         {"10.0.0.0/8/8 1", "prefix length '8/8' is no number"},
@@ -127,6 +129,50 @@ TEST(RouteAgentLines, BadOnesGetAReason) {
         const RouteLine parsed = parse_route_line(line);
         EXPECT_FALSE(parsed.route) << line;
         EXPECT_EQ(parsed.reason, reason) << line;
+    }
+}
+
+TEST(RouteAgentLines, MessagesArePrintable) {
+    const std::vector<std::pair<std::string, std::string>> texts = {
+        {"~ Stra\u00DFe \u20AC \U0001F500 \u00A0", "~ Stra\u00DFe \u20AC \U0001F500 \u00A0"},
+        {std::string("\0\n\x1B\x7F", 4), "\\x00\\x0a\\x1b\\x7f"},
+        {"\xC2\x9B[31m", "\\xc2\\x9b[31m"}, // the control character beyond ASCII that opens escape sequences
+        {"\xC1\xBF \xE0\x9F\xBF \xF0\x8F\xBF\xBF", "\\xc1\\xbf \\xe0\\x9f\\xbf \\xf0\\x8f\\xbf\\xbf"}, // overlong
+        {"\xED\xA0\x80 \xF4\x90\x80\x80", "\\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80"},                     // no characters
+        {"\x9F \xFF \xE2\x82", "\\x9f \\xff \\xe2\\x82"},
+        {"\\x1b", "\\\\x1b"},
+    };
+    for (const auto& [text, expected] : texts) {
+        EXPECT_EQ(printable(text), expected);
+    }
+}
+
+TEST(RouteAgentLines, WhatIsNoListOfRoutesIsRefused) {
+    const auto messages_of = [](const std::string& list) {
+        std::istringstream in(list);
+        std::ostringstream messages;
+        const bool read = read_route_list(in, "list", messages).has_value();
+        EXPECT_EQ(read, messages.str().empty());
+        return messages.str();
+    };
+    const std::string marked = "list:1: the list begins with a byte order mark; save it as UTF-8 without one\n";
+    const std::string utf16 = "list:1: the list is UTF-16; save it as UTF-8 without a byte order mark\n";
+    EXPECT_EQ(messages_of("\xEF\xBB\xBF::/0 1\nx\n"), marked);
+    EXPECT_EQ(messages_of({'\xFF', '\xFE', '1', '\0', '\n', '\0', 'x', '\n'}), utf16);
+    EXPECT_EQ(messages_of({'\xFE', '\xFF', '\0', '1', '\0', '\n', 'x', '\n'}), utf16);
+    EXPECT_EQ(messages_of({':', ':', ' ', '1', '\n', '#', '\0', '\n', 'x', '\n'}),
+              "list:2: the line has a NUL byte; a list is text\n");
+    for (const char* empty : {"", "# no route\n\n"}) {
+        EXPECT_EQ(messages_of(empty), "list: there is no route in this list\n");
+    }
+
+    EXPECT_EQ(messages_of("::/0"), "list:1: no next hop behind the prefix\n"); // a last line without an end
+
+    const std::string longest = "::/0 1 #" + std::string(longest_line - 8, '#');
+    EXPECT_EQ(messages_of(longest), "");
+    EXPECT_EQ(messages_of(longest + "\n10.0.0.0/8 1\n"), "");
+    for (const char* end : {"#", "#\nx\n"}) {
+        EXPECT_EQ(messages_of("\n" + longest + end), "list:2: the line is longer than 4096 bytes\n");
     }
 }
 
@@ -391,8 +437,10 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
         messages = message_stream.str();
         return status;
     };
-    EXPECT_EQ(status_of({"--help"}), 0);
-    EXPECT_EQ(out.rfind("Usage: route_agent", 0), 0u);
+    for (const char* help : {"--help", "-h"}) {
+        EXPECT_EQ(status_of({help}), 0);
+        EXPECT_EQ(out.rfind("Usage: route_agent", 0), 0u);
+    }
     EXPECT_EQ(status_of({"--verbose"}), 2);
     EXPECT_TRUE(said("unknown option --verbose"));
     EXPECT_EQ(status_of({"-", "-"}), 2);
@@ -400,6 +448,13 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
     EXPECT_TRUE(said("/nonexistent/list: can't be opened: No such file or directory"));
     EXPECT_EQ(status_of({"/"}), 2);
     EXPECT_TRUE(said("/: can't be read"));
+    EXPECT_EQ(status_of({"/dev/zero"}), 2);
+    EXPECT_TRUE(said("/dev/zero:1: the line is longer than 4096 bytes"));
+    for (const char* unprintable : {"/\x1B[2J\n", "-\x1B[2J\n"}) {
+        EXPECT_EQ(status_of({unprintable}), 2);
+        EXPECT_TRUE(said("\\x1b[2J\\x0a"));
+        EXPECT_FALSE(said("\x1B"));
+    }
 }
 
 TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {

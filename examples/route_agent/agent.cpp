@@ -8,6 +8,7 @@
 
 #include "route_agent/phases.h"
 #include "route_agent/plan.h"
+#include "route_agent/printable.h"
 #include "route_agent/range_list.h"
 #include "route_agent/report.h"
 #include "route_agent/route_list.h"
@@ -23,8 +24,8 @@ Then it reads everything back, ages the host routes, deletes every second route 
 also in the hardware, as the driver says that it placed it. Ends with a table of what was done.
 
 Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
-country. FILE (or - for standard input) has a route per line with at most 1023 different next hops, numbers of 32 bits;
-comments begin with #:
+country. FILE (or - for standard input) has a route per line, of at most 4096 bytes. NEXT_HOP is a decimal number from
+0 to 4294967295; a list has at most 1023 different ones. Comments begin with #:
 
   PREFIX NEXT_HOP      10.1.0.0/16 7
                        2001:db8::/32 8
@@ -44,7 +45,7 @@ bool open(std::ifstream& file, const std::string& path, std::ostream& messages) 
     errno = 0;
     file.open(path);
     if (!file) {
-        messages << path << ": can't be opened: " << std::strerror(errno) << '\n';
+        messages << printable(path) << ": can't be opened: " << std::strerror(errno) << '\n';
     }
     return static_cast<bool>(file);
 }
@@ -126,12 +127,12 @@ int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
 
 int run_agent(const std::vector<std::string>& arguments, const Streams& streams) {
     for (const std::string& argument : arguments) {
-        if (argument == "--help") {
+        if (argument == "--help" || argument == "-h") {
             streams.out << usage;
             return exit_as_meant;
         }
         if (argument.size() > 1 && argument[0] == '-') {
-            streams.messages << "route_agent: unknown option " << argument << "; try --help\n";
+            streams.messages << "route_agent: unknown option " << printable(argument) << "; try --help\n";
             return exit_bad_input;
         }
     }
@@ -142,7 +143,7 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
     const bool own_list = !arguments.empty();
     const std::string name = !own_list             ? "the Internet's address allocations"
                              : arguments[0] == "-" ? "<stdin>"
-                                                   : arguments[0];
+                                                   : printable(arguments[0]);
     Progress progress(streams.messages, streams.messages_on_terminal);
     progress.begin_phase("loading " + name);
     progress.end_phase(); // what loading has to say begins on a line of its own

@@ -108,6 +108,10 @@ std::optional<std::vector<Route>> read_route_list(std::istream& in, const std::s
     if (!read_lines(in, name, messages, take)) {
         return std::nullopt;
     }
+    if (routes.empty()) {
+        messages << name << ": there is no route in this list\n";
+        return std::nullopt;
+    }
     return routes;
 }
 

@@ -20,7 +20,8 @@ struct RouteLine {
 
 RouteLine parse_route_line(std::string_view line);
 
-// The whole list, or nothing if any line is bad or a prefix stands there twice; the messages then say what is wrong.
+// The whole list, or nothing if it has no route, any line is bad, or a prefix stands there twice; the messages then say
+// what is wrong. `name` is printable.
 std::optional<std::vector<Route>> read_route_list(std::istream& in, const std::string& name, std::ostream& messages);
 
 } // namespace route_agent
