@@ -1,9 +1,12 @@
 // The embedded driver with a few answers of its own, for the tests of pd-show: the first entries of ipv4Host can't be
 // read from the hardware, nor at all if their handles are odd; of ipv6Host only the first entry is listed; and a
-// counter by index has ten cells, of which one has counted.
+// counter by index has ten cells, of which one has counted. With REFUSED_CLIENTS in the environment it registers nobody.
+#include <cstdlib>
+
 #include <dlfcn.h>
 
 #include "vl_driver/resources.h"
+#include "vl_driver/system.h"
 #include "vl_driver/tables.h"
 
 namespace {
@@ -17,6 +20,11 @@ void* embedded(const char* name) {
 }
 
 } // namespace
+
+pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
+    if (std::getenv("REFUSED_CLIENTS") != nullptr) return 99;
+    return reinterpret_cast<decltype(&bf_drv_register)>(embedded("bf_drv_register"))(client_name, hdl);
+}
 
 pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt, pipe_ent_hdl ent_hdl,
                                pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* act_hdl,

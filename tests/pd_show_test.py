@@ -11,6 +11,7 @@ import os
 import re
 import subprocess
 import sys
+import tempfile
 import unittest
 
 pd_show, faulty_driver, foreign_driver = sys.argv[1:4]
@@ -29,9 +30,9 @@ routes = """# of both families, in tables of all kinds
 """
 
 
-def run(*arguments, stdin="", stdout=subprocess.PIPE):
+def run(*arguments, stdin="", stdout=subprocess.PIPE, **environment):
     return subprocess.run([pd_show, *arguments], input=stdin, stdout=stdout, stderr=subprocess.PIPE, text=True,
-                          check=False)
+                          check=False, env=os.environ | environment)
 
 
 # Enough of them for damage of all kinds.
@@ -89,11 +90,13 @@ class Shown(unittest.TestCase):
             alone, named = run(command), run(command, "nobody")
             self.assertEqual((alone.returncode, named.returncode), (2 if name == " NAME" else 0, 2), command)
             self.assertIn("there is no" if name else "behind", named.stderr)
-        options = re.findall(r"^  (--[a-z]+)( [A-Z]+)?  ", text, re.M)
-        self.assertEqual(len(options), 11)
+        options = re.findall(r"^  (?:-h, )?(--[a-z]+)( [A-Z]+)?  ", text, re.M)
+        self.assertEqual(len(options), 12)
         for option, value in options:
             wrong = run(option if value else option + "=1").stderr
             self.assertIn(f"{option} needs a value;" if value else f"{option} takes no value;", wrong)
+        self.assertEqual(self.shown("-h"), text)
+        self.assertRegex(self.shown("--version"), r"\Apd-show \d+\.\d+\.\d+\n\Z")
 
     def test_tables_stand_in_pipeline_order(self):
         text = self.shown("--demo", "tables")
@@ -332,10 +335,10 @@ class Verified(unittest.TestCase):
 
 
 class Refused(unittest.TestCase):
-    def refused(self, status, expected, *arguments, stdin=""):
-        done = run(*arguments, stdin=stdin)
+    def refused(self, status, expected, *arguments, **more):
+        done = run(*arguments, **more)
         self.assertEqual(done.returncode, status, (arguments, done.stderr))
-        self.assertRegex(done.stderr, r"\Apd-show: ")
+        self.assertRegex(done.stderr, "(?m)^pd-show: ")
         self.assertRegex(done.stderr, expected)
         return done
 
@@ -364,6 +367,23 @@ class Refused(unittest.TestCase):
                 ("say which by --session", "--driver", foreign_driver, "tables")):
             self.assertEqual(self.refused(2, expected, *arguments).stdout, "")
 
+    def test_arguments_are_repeated_in_print(self):
+        odd = b"\x1b[31m\n\xff\xc2\x9b\\"
+        printed = re.escape(r"\x1b[31m\x0a\xff\xc2\x9b\\")
+        for status, *arguments in ((2, odd), (2, b"--" + odd), (2, "--format", odd, "entries"), (2, "tables", odd),
+                                   (2, "--device", odd, "tables"), (2, "table", odd), (2, "counters", odd),
+                                   (2, "--routes", b"/" + odd, "tables"), (1, "--driver", b"/" + odd, "tables")):
+            done = self.refused(status, printed, *arguments)
+            self.assertEqual((done.stderr.count("\n"), "\x1b" in done.stderr), (1, False), arguments)
+        self.refused(2, "no command Straße;", "Straße")
+        self.refused(2, r"no option -\\x0a;", "-\n")
+        with tempfile.TemporaryDirectory() as folder:
+            with open(os.path.join(folder.encode(), odd), "wb") as bad:
+                bad.write(b"\x1b 1\n")
+            done = self.refused(2, rf"(?m)^{re.escape(folder)}/{printed}:1: '\\x1b' is no IPv4", "--routes", bad.name,
+                                "tables")
+            self.assertNotIn("\x1b", done.stderr)
+
     def test_mistyped_names_get_near_ones(self):
         for command in ("table", "entries"):
             self.refused(2, r"no table ipv4host: did you mean ipv4Host or ipv6Host\?\n$", command, "ipv4host")
@@ -375,17 +395,21 @@ class Refused(unittest.TestCase):
 
     def test_bad_lists_of_routes(self):
         self.refused(2, "nowhere can't be opened: No such file", "--routes", "/nowhere", "tables")
-        done = self.refused(2, "<stdin>:2: .*no IPv4", "--routes", "-", "tables", stdin="10.0.0.0/8 1\n10.x 1\n")
+        done = self.refused(2, r"\A<stdin>:2: .*no IPv4.*\npd-show: .* bad\n\Z", "--routes", "-", "tables",
+                            stdin="10.0.0.0/8 1\n10.x 1\n")
         self.assertEqual(done.stdout, "")
-        # What stands already is the driver's to refuse.
-        self.refused(1, "ipv4Host: adding 10.0.10.11/32 was refused with status 8, EXISTS", "--demo", "--routes", "-",
-                     "tables", stdin="10.0.10.11 1\n")
+        self.refused(2, "/dev/zero:1: the line is longer", "--routes", "/dev/zero", "tables")
+        self.refused(2, "/dev/null: there is no route", "--routes", "/dev/null", "tables")
 
     def test_drivers_that_cannot_be_used(self):
         self.refused(1, "the driver can't be loaded: .*nowhere.so", "--driver", "/nowhere.so", "tables")
         self.refused(1, "beside this driver: .*undefined symbol", "--driver", "libm.so.6", "tables")
         self.refused(1, "the driver lacks a function of those that --time looks at", "--driver", "libm.so.6", "--time",
                      "entries")
+        for setup in ((), ("--demo",), ("--routes", "-")):
+            done = self.refused(1, "refuses to register", "--driver", faulty_driver, *setup, "tables", stdin="::/0 1\n",
+                                REFUSED_CLIENTS="all")
+            self.assertEqual(done.stdout, "")
 
     def test_what_cannot_be_read_is_told_and_the_rest_is_shown(self):
         hosts = "".join(f"192.0.2.{i} 1\n" for i in range(1, 51))

@@ -36,7 +36,8 @@ Options:
   --session N       the session to work in, with a driver in which this command can't open one
   --device N        the device, from 0 to 255 (0)
   --demo            brings up the example leaf switch first; needs the embedded driver
-  --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); needs the
+  --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); NEXT_HOP is
+                    a decimal number from 0 to 4294967295, and a list has at most 1023 different ones. Needs the
                     embedded driver
   --hw              for entries and counters: reads the hardware, not the driver's copy of it
   --format FORMAT   of entries:
@@ -48,11 +49,18 @@ Options:
                     hardware, and tells which; with --demo or --routes. Bits that the table doesn't match, or behind
                     the width of an action's parameter, make no difference
   --seed S          chooses other damage (1)
-  --help            this text
+  -h, --help        this text
+  --version         the version
 
-Exit status: 0 if all was shown and nothing differs; 1 both if an entry differs and if something couldn't be read, or
-the driver or the library can't be used; 2 for wrong arguments, an unknown name or a bad list of routes.
+Exit status:
+  0    all was shown and nothing differs
+  1    an entry differs, something couldn't be read or written, or the driver refused; or driver and library can't be
+       used: one of them can't be loaded, or the driver refuses to register the library
+  2    wrong arguments, an unknown name or a bad list of routes
+  127  the driver called a function that neither it nor its libraries have; the loader names it
 )";
+
+const char version[] = "pd-show " PD_SHOW_VERSION "\n";
 
 namespace {
 
@@ -106,7 +114,8 @@ std::uint32_t number(const char* option, std::string_view text, std::uint32_t mo
     return value;
 }
 
-enum Option { driver = 256, session, device, demo, routes, hw, format, time, corrupt, seed, help }; // behind letters
+// Behind letters, in the order of `options`.
+enum Option { driver = 256, session, device, demo, routes, hw, format, time, corrupt, seed, help, show_version };
 
 constexpr option options[] = {
     {"driver", required_argument, nullptr, driver},
@@ -120,6 +129,7 @@ constexpr option options[] = {
     {"corrupt", required_argument, nullptr, corrupt},
     {"seed", required_argument, nullptr, seed},
     {"help", no_argument, nullptr, help},
+    {"version", no_argument, nullptr, show_version},
     {nullptr, 0, nullptr, 0},
 };
 
@@ -194,8 +204,12 @@ void check(const Arguments& read) {
 Arguments read_arguments(int count, char** arguments) {
     Arguments read;
     opterr = 0;
-    for (int found; (found = getopt_long(count, arguments, ":", options, nullptr)) != -1;) {
-        if (found == help) return {};
+    for (int found; (found = getopt_long(count, arguments, ":h", options, nullptr)) != -1;) {
+        if (found == help || found == 'h') return {};
+        if (found == show_version) {
+            read.command = Command::version;
+            return read;
+        }
         if (found == ':') refuse("--" + std::string(options[optopt - driver].name) + " needs a value");
         if (found == '?') refuse_option(arguments[optind - 1]);
         take_option(read, found);

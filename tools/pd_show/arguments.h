@@ -7,7 +7,7 @@
 
 namespace pd_show {
 
-enum class Command { help, tables, table, entries, counters, verify };
+enum class Command { help, version, tables, table, entries, counters, verify };
 enum class Format { text, json, value };
 
 struct Arguments {
@@ -26,6 +26,7 @@ struct Arguments {
 };
 
 extern const char usage[];
+extern const char version[];
 
 // Throws Problem.
 Arguments read_arguments(int count, char** arguments);

@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iostream>
 #include <optional>
-#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -16,6 +15,7 @@
 #include "pd_show/problem.h"
 #include "pd_show/terminal_progress.h"
 #include "route_agent/phases.h"
+#include "route_agent/printable.h"
 #include "route_agent/route_list.h"
 
 namespace {
@@ -23,7 +23,6 @@ namespace {
 using pd_show::Problem;
 
 std::vector<route_agent::Route> read_routes(const std::string& path) {
-    std::ostringstream messages;
     std::ifstream file;
     const bool from_stdin = path == "-";
     if (!from_stdin) {
@@ -31,9 +30,9 @@ std::vector<route_agent::Route> read_routes(const std::string& path) {
         file.open(path);
         if (!file) throw Problem(pd_show::exit_bad_usage, path + " can't be opened: " + std::strerror(errno));
     }
-    std::optional<std::vector<route_agent::Route>> routes =
-        route_agent::read_route_list(from_stdin ? std::cin : file, from_stdin ? "<stdin>" : path, messages);
-    if (!routes) throw Problem(pd_show::exit_bad_usage, "the list of routes is bad\n" + messages.str());
+    std::optional<std::vector<route_agent::Route>> routes = route_agent::read_route_list(
+        from_stdin ? std::cin : file, from_stdin ? "<stdin>" : route_agent::printable(path), std::cerr);
+    if (!routes) throw Problem(pd_show::exit_bad_usage, "the list of routes is bad");
     return std::move(*routes);
 }
 

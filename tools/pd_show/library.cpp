@@ -2,11 +2,14 @@
 // The embedded driver is known by the functions of its own side.
 #include "pd_show/library.h"
 
+#include <csignal>
 #include <filesystem>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include "pd_show/demo.h"
 #include "pd_show/problem.h"
@@ -120,6 +123,14 @@ pd_session bring_up(const Library& library, const Arguments& arguments) {
     return session;
 }
 
+// Starting the library has no result: if the driver refuses to register it, it says so and calls abort().
+void tell_failed_start(int) {
+    constexpr std::string_view text =
+        "pd-show: the library stopped while it started, as it does if the driver refuses to register it\n";
+    [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
+    _exit(exit_failed);
+}
+
 } // namespace
 
 Place open_place(const Library& library, const Arguments& arguments) {
@@ -131,12 +142,14 @@ Place open_place(const Library& library, const Arguments& arguments) {
     if (!own.there() && !arguments.session)
         throw Problem(exit_bad_usage, "this driver opens no sessions for others; say which by --session");
     pd_session session = arguments.session.value_or(0);
+    std::signal(SIGABRT, tell_failed_start);
     if (example) {
         session = bring_up(library, arguments); // starts the library as well
     } else {
         library.function<decltype(p4_pd_velmar_switch_init)>("init")();
         if (own.there()) session = start_embedded(library, own, arguments.device);
     }
+    std::signal(SIGABRT, SIG_DFL);
     return {.library = library,
             .session = session,
             .target = {.dev_id = arguments.device, .pipe_id = PD_ALL_PIPES, .reserved = 0},

@@ -3,6 +3,7 @@
 #include <iostream>
 
 #include "pd_show/commands.h"
+#include "route_agent/printable.h"
 
 namespace {
 
@@ -10,8 +11,8 @@ using namespace pd_show;
 
 int run(const Arguments& arguments) {
     Output out;
-    if (arguments.command == Command::help) {
-        out.put(usage);
+    if (arguments.command == Command::help || arguments.command == Command::version) {
+        out.put(arguments.command == Command::help ? usage : version);
         out.flush();
         return exit_shown;
     }
@@ -23,6 +24,7 @@ int run(const Arguments& arguments) {
     bool equal = true;
     switch (arguments.command) {
     case Command::help:
+    case Command::version:
         break;
     case Command::tables:
         show_tables(work);
@@ -52,10 +54,10 @@ int main(int count, char** arguments) {
     try {
         return run(read_arguments(count, arguments));
     } catch (const Problem& problem) {
-        std::cerr << "pd-show: " << problem.what() << '\n';
+        std::cerr << "pd-show: " << route_agent::printable(problem.what()) << '\n';
         return problem.status;
     } catch (const std::exception& error) {
-        std::cerr << "pd-show: " << error.what() << '\n';
+        std::cerr << "pd-show: " << route_agent::printable(error.what()) << '\n';
         return exit_failed;
     }
 }
