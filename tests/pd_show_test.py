@@ -127,9 +127,9 @@ class Shown(unittest.TestCase):
         self.assertEqual(len(tables), 131)
         self.assertEqual(tables["ipv4ShortMaskLpm"],
                          ["#1 vrfId=0x1 dip=0.0.0.0/0 -> setEcmp ecmpGroup=0xc8",
-                          "#2 vrfId=0x1 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0x2",
+                          "#2 vrfId=0x2 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0x2",
                           "default -> ipv4ShortMaskLpmMiss"])
-        self.assertIn("#1 vrfId=0x1 dip=2001:db8::1:0:0:1 -> setEcmp ecmpGroup=0x4", tables["ipv6Host"])
+        self.assertIn("#1 vrfId=0x2 dip=2001:db8::1:0:0:1 -> setEcmp ecmpGroup=0x4", tables["ipv6Host"])
         self.assertIn("#1 smac=0200.0000.0011 ingL2Domain=0xa ingL2Aintf=0x1 -> noOp", tables["l2LearningLookup"])
         # Masks: of a field whole, of a part of it, and of nothing.
         self.assertIn("#1 ingressPort=0x1 dmac=ffff.ffff.ffff priority 1 -> l2LookupBcastHit", tables["l2LookupMiss"])
@@ -164,6 +164,16 @@ class Shown(unittest.TestCase):
                                  tuple(action))
             self.assertTrue(line.startswith("default" if entry["default"] else f"#{entry['handle']} "), line)
         self.assertEqual(targets, {"action", "member", "group"})
+
+    def test_routes_stand_beside_the_leaf_switch(self):
+        hops = "".join(f"192.0.2.{i} {i}\n" for i in range(1, 198))
+        arguments = ("--demo", "--routes", "-", "entries")
+        tables = by_table(self.shown(*arguments, stdin="0.0.0.0/0 0\n10.0.10.11 198\n" + hops))
+        leaf = by_table(self.shown("--demo", "entries"))
+        for table, lines in leaf.items():
+            self.assertLessEqual(set(lines), set(tables[table]))
+        self.assertRegex(" ".join(tables["ipv4Host"]), r"#\d+ vrfId=0x2 dip=10\.0\.10\.11 -> setEcmp ecmpGroup=0x2 ")
+        self.assertEqual(len(tables["ecmpGroup"]), len(leaf["ecmpGroup"]) + 199)
 
     def test_large_tables_are_shown_whole(self):
         hosts = [f"10.{i // 250}.{i % 250}.1" for i in range(6000)]
@@ -400,6 +410,8 @@ class Refused(unittest.TestCase):
         self.assertEqual(done.stdout, "")
         self.refused(2, "/dev/zero:1: the line is longer", "--routes", "/dev/zero", "tables")
         self.refused(2, "/dev/null: there is no route", "--routes", "/dev/null", "tables")
+        self.refused(2, "with --demo, a list has at most 199 different next hops", "--demo", "--routes", "-", "tables",
+                     stdin="".join(f"192.0.2.{i} {i}\n" for i in range(200)))
 
     def test_drivers_that_cannot_be_used(self):
         self.refused(1, "the driver can't be loaded: .*nowhere.so", "--driver", "/nowhere.so", "tables")

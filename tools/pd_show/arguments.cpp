@@ -38,7 +38,8 @@ Options:
   --demo            brings up the example leaf switch first; needs the embedded driver
   --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); NEXT_HOP is
                     a decimal number from 0 to 4294967295, and a list has at most 1023 different ones. Needs the
-                    embedded driver
+                    embedded driver. With --demo the routes stand beside the leaf switch: in VRF 2, where its own are in
+                    VRF 1, and with at most 199 different next hops
   --hw              for entries and counters: reads the hardware, not the driver's copy of it
   --format FORMAT   of entries:
                       text   a line for each; fields that match anything are left out, and so are masks of a whole field

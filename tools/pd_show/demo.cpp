@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "leaf_switch/leaf_switch.h"
+#include "leaf_switch/topology.h"
 #include "pd_show/problem.h"
 #include "pd_show/terminal_progress.h"
 #include "route_agent/phases.h"
@@ -36,10 +37,18 @@ std::vector<route_agent::Route> read_routes(const std::string& path) {
     return std::move(*routes);
 }
 
-void program_routes(const route_agent::Device& device, const std::string& path) {
+// In a VRF of their own beside the leaf switch, and with ECMP groups whose numbers end below that of its own group.
+void program_routes(route_agent::Device device, const std::string& path, bool beside_leaf_switch) {
     std::string reason;
     const std::optional<route_agent::Plan> plan = route_agent::make_plan(read_routes(path), reason);
     if (!plan) throw Problem(pd_show::exit_bad_usage, path + ": " + reason);
+    if (beside_leaf_switch) {
+        if (plan->groups.size() >= leaf_switch::spines_ecmp)
+            throw Problem(pd_show::exit_bad_usage, path + ": with --demo, a list has at most " +
+                                                       std::to_string(leaf_switch::spines_ecmp - 1) +
+                                                       " different next hops");
+        device.vrf = leaf_switch::vrf + 1;
+    }
     pd_show::TerminalProgress progress;
     route_agent::Run run(device, *plan, progress.bar);
     for (unsigned load = 0; load < route_agent::load_count; ++load)
@@ -57,7 +66,7 @@ int pd_show_demo(bool with_leaf_switch, const char* routes, pd_session* session,
         } else {
             device = route_agent::open_device();
         }
-        if (routes != nullptr) program_routes(device, routes);
+        if (routes != nullptr) program_routes(device, routes, with_leaf_switch);
         *session = device.session;
         return pd_show::exit_shown;
     } catch (const Problem& known) {
