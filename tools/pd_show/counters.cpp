@@ -55,7 +55,8 @@ public:
             else
                 work_.complaints.add(table.name + ": " + entry + " can't be read");
         };
-        walk_.entries(table, walk_.count(table), [&](pd_entry handle) { show(handle, "#" + std::to_string(handle)); });
+        walk_.entries(table, walk_.count(table),
+                      [&](pd_entry handle) { show(handle, std::string("#").append(std::to_string(handle))); });
         const pd_entry default_entry = walk_.default_entry(table);
         if (default_entry != PD_HDL_END) show(default_entry, "default");
     }

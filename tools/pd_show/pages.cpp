@@ -89,7 +89,7 @@ std::string grid(const std::vector<Row>& rows) {
     for (const Row& row : rows) {
         std::string line = "   ";
         for (std::size_t i = 0; i < row.size(); ++i)
-            line += " " + filled(row[i], widths[i]) + " ";
+            line.append(" ").append(filled(row[i], widths[i])).append(" ");
         line.erase(line.find_last_not_of(' ') + 1);
         text += line + "\n";
     }
