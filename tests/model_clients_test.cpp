@@ -1,5 +1,8 @@
 // What the embedded driver does for its clients: the member-selector component, and what they hear of devices.
+#include <algorithm>
 #include <cstdlib>
+#include <map>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -75,6 +78,48 @@ TEST_F(ShadowTest, MembershipGoesWithEitherSide) {
     EXPECT_EQ(groups_of(6), std::vector<uint32_t>{9});
     EXPECT_EQ(p4_pd_ms_destroy_state_for_dev(state, 3), VL_MODEL_OK);
     EXPECT_EQ(log(state), R"({"members":[],"groups":[]})");
+}
+
+// Random joins and leaves beside lists that keep the order of arrival. The log and the walk over groups show it.
+TEST_F(ShadowTest, MembershipsKeepTheOrderOfTheirArrival) {
+    std::map<uint32_t, std::vector<uint32_t>> members_of; // by group
+    std::map<uint32_t, std::vector<uint32_t>> expected_groups;
+    for (uint32_t handle = 1; handle <= 6; ++handle) {
+        p4_pd_ms_new_mbr(session, state, 3, handle);
+        p4_pd_ms_new_grp(session, state, 3, handle);
+        members_of[handle];
+    }
+    std::mt19937 random(7);
+    for (int step = 0; step < 2000; ++step) {
+        const auto member = static_cast<uint32_t>(1 + random() % 6);
+        const auto group = static_cast<uint32_t>(1 + random() % 6);
+        std::vector<uint32_t>& members = members_of[group];
+        std::vector<uint32_t>& groups = expected_groups[member];
+        const bool is_in = std::find(members.begin(), members.end(), member) != members.end();
+        if (random() % 2 == 0) {
+            ASSERT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, member, group), is_in ? VL_MODEL_EXISTS : VL_MODEL_OK);
+            if (!is_in) {
+                members.push_back(member);
+                groups.push_back(group);
+            }
+        } else {
+            ASSERT_EQ(p4_pd_ms_del_mbr_from_grp(session, state, 3, member, group),
+                      is_in ? VL_MODEL_OK : VL_MODEL_NOT_FOUND);
+            std::erase(members, member);
+            std::erase(groups, group);
+        }
+        ASSERT_EQ(groups_of(member), groups);
+    }
+    std::string expected = R"({"members":[{"member":1},{"member":2},{"member":3},{"member":4},{"member":5},)"
+                           R"({"member":6}],"groups":[)";
+    for (const auto& [group, members] : members_of) {
+        expected += (group == 1 ? "" : ",") + (R"({"group":)" + std::to_string(group)) + R"(,"members":[)";
+        for (const uint32_t member : members) {
+            expected += (member == members.front() ? "" : ",") + std::to_string(member);
+        }
+        expected += "]}";
+    }
+    EXPECT_EQ(log(state), expected + "]}");
 }
 
 TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {

@@ -354,6 +354,35 @@ TEST_F(ProfilesTest, AGroupTakesWordsAsItGrows) {
     EXPECT_EQ(active_in(0), 0);
 }
 
+// A group's words need not come in the order of their numbers.
+TEST_F(ProfilesTest, MembersTakeTheLowestFreePositionOfTheirGroup) {
+    const uint32_t first = add_group(); // word 0
+    const uint32_t large = add_group(); // words 1 and 2, and then 0
+    Handles members;
+    const auto fill = [&](std::size_t count) {
+        while (members.size() < count) {
+            members.push_back(add_hop(1));
+            ASSERT_EQ(join(large, members.back()), VL_MODEL_OK);
+        }
+    };
+    fill(2UL * VL_MODEL_SELECTOR_WORD_SLOTS);
+    ASSERT_EQ(delete_group(first), VL_MODEL_OK);
+    fill(3UL * VL_MODEL_SELECTOR_WORD_SLOTS);
+    std::vector<uint32_t> positions;
+    const auto on_memory = [](pipe_sess_hdl, pipe_dev_tgt, uint32_t, uint32_t, uint32_t index, uint32_t, void* cookie) {
+        static_cast<std::vector<uint32_t>*>(cookie)->push_back(index);
+    };
+    ASSERT_EQ(pipe_mgr_sel_tbl_register_cb(session, device, hop_groups, on_memory, &positions), VL_MODEL_OK);
+    for (const std::size_t i : {40U, 5U, 70U, 94U}) {
+        ASSERT_EQ(leave(large, members[i]), VL_MODEL_OK);
+    }
+    for (const std::size_t i : {94U, 70U, 40U, 5U}) {
+        ASSERT_EQ(join(large, members[i]), VL_MODEL_OK);
+    }
+    EXPECT_EQ(positions, (std::vector<uint32_t>{72, 37, 6, 30, 6, 30, 37, 72}));
+    ASSERT_EQ(pipe_mgr_sel_tbl_register_cb(session, device, hop_groups, nullptr, nullptr), VL_MODEL_OK);
+}
+
 // A callback that asks the driver in turn would hang if it ran under the driver's lock.
 TEST_F(ProfilesTest, CallbacksAreToldOutsideTheLock) {
     const auto on_member = [](pipe_sess_hdl sess, pipe_dev_tgt dev, uint32_t table, uint32_t member, uint32_t update,

@@ -6,10 +6,10 @@
 // never set is left out.
 #include <vl_driver/member_shadow.h>
 
-#include <algorithm>
 #include <deque>
+#include <list>
 #include <map>
-#include <utility>
+#include <unordered_map>
 
 #include <cjson/cJSON.h>
 
@@ -18,16 +18,58 @@
 
 namespace {
 
+// Handles in the order in which they came. Each is found and taken out without a look at the others.
+class Arrivals {
+public:
+    bool empty() const {
+        return order_.empty();
+    }
+    auto begin() const {
+        return order_.begin();
+    }
+    auto end() const {
+        return order_.end();
+    }
+    // False if the handle is there already.
+    bool add(uint32_t handle) {
+        if (places_.contains(handle)) {
+            return false;
+        }
+        const auto place = order_.insert(order_.end(), handle);
+        try {
+            places_.emplace(handle, place);
+        } catch (...) {
+            order_.erase(place);
+            throw;
+        }
+        return true;
+    }
+    // False if the handle isn't there.
+    bool remove(uint32_t handle) {
+        const auto found = places_.find(handle);
+        if (found == places_.end()) {
+            return false;
+        }
+        order_.erase(found->second);
+        places_.erase(found);
+        return true;
+    }
+
+private:
+    std::list<uint32_t> order_;
+    std::unordered_map<uint32_t, std::list<uint32_t>::iterator> places_;
+};
+
 struct ShadowGroup {
     std::optional<pipe_act_hdl> action;
-    std::vector<pipe_mbr_hdl> members; // in the order in which they came
+    Arrivals members;
 };
 
 struct DeviceShadow {
     std::map<pipe_mbr_hdl, std::optional<pipe_act_hdl>> members; // with their actions
     std::map<pipe_grp_hdl, ShadowGroup> groups;
     // The other way of membership. A replay can put a member into a group that it doesn't know yet.
-    std::map<pipe_mbr_hdl, std::vector<pipe_grp_hdl>> groups_of;
+    std::map<pipe_mbr_hdl, Arrivals> groups_of;
 };
 
 } // namespace
@@ -61,20 +103,22 @@ pipe_status join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hd
     if (group == shadow.groups.end()) {
         return VL_MODEL_NOT_FOUND;
     }
-    std::vector<pipe_mbr_hdl>& members = group->second.members;
-    if (std::find(members.begin(), members.end(), mbr_hdl) != members.end()) {
+    Arrivals& members = group->second.members;
+    if (!members.add(mbr_hdl)) {
         return VL_MODEL_EXISTS;
     }
-    std::vector<pipe_grp_hdl>& groups = shadow.groups_of[mbr_hdl];
-    groups.reserve(groups.size() + 1);
-    members.push_back(mbr_hdl);
-    groups.push_back(grp_hdl);
+    try {
+        shadow.groups_of[mbr_hdl].add(grp_hdl);
+    } catch (...) {
+        members.remove(mbr_hdl);
+        throw;
+    }
     return VL_MODEL_OK;
 }
 
 void forget_group_of(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
     const auto groups = shadow.groups_of.find(mbr_hdl);
-    std::erase(groups->second, grp_hdl);
+    groups->second.remove(grp_hdl);
     if (groups->second.empty()) {
         shadow.groups_of.erase(groups);
     }
@@ -232,7 +276,7 @@ pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
             const bool was_in_group = groups != shadow.groups_of.end();
             if (was_in_group) {
                 for (const pipe_grp_hdl grp_hdl : groups->second) {
-                    std::erase(shadow.groups.at(grp_hdl).members, mbr_hdl);
+                    shadow.groups.at(grp_hdl).members.remove(mbr_hdl);
                 }
                 shadow.groups_of.erase(groups);
             }
@@ -286,7 +330,7 @@ pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* st
     const auto body = [&]() -> pipe_status {
         return with_shadow(state, dev_id, mbr_hdl != 0 && grp_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
             const auto group = shadow.groups.find(grp_hdl);
-            if (group == shadow.groups.end() || std::erase(group->second.members, mbr_hdl) == 0) {
+            if (group == shadow.groups.end() || !group->second.members.remove(mbr_hdl)) {
                 return VL_MODEL_NOT_FOUND;
             }
             forget_group_of(shadow, mbr_hdl, grp_hdl);
@@ -343,7 +387,7 @@ pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id
         pipe_status result = with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
             const auto found = shadow.groups_of.find(mbr_hdl);
             if (found != shadow.groups_of.end()) {
-                groups = found->second;
+                groups.assign(found->second.begin(), found->second.end());
             }
             return VL_MODEL_OK;
         });

@@ -27,15 +27,16 @@ EntryView view_of(const Member& member) {
 }
 
 void Selector::take_word(pipe_grp_hdl grp_hdl, Group& group) {
-    group.words.reserve(group.words.size() + 1);
     uint32_t word = free_words.next(0);
     if (word == LiveSet::none) {
         word = static_cast<uint32_t>(words.size());
         free_words.reserve(word);
         words.emplace_back();
-    } else {
-        free_words.clear(word);
+        free_words.set(word);
     }
+    group.words.reserve(std::bit_ceil(group.words.size() + 1));
+    group.open_words.insert(word);
+    free_words.clear(word);
     words[word].owner = grp_hdl;
     group.words.push_back(word);
 }
@@ -64,31 +65,32 @@ void Selector::remove_group(pipe_grp_hdl grp_hdl) {
 }
 
 uint32_t Selector::join(pipe_grp_hdl grp_hdl, Group& group, pipe_mbr_hdl mbr_hdl) {
-    const auto has_room = [&](uint32_t word) { return words[word].used != UINT32_MAX; };
-    if (std::none_of(group.words.begin(), group.words.end(), has_room)) {
+    if (group.open_words.empty()) {
         take_word(grp_hdl, group);
     }
-    const uint32_t word = *std::find_if(group.words.begin(), group.words.end(), has_room);
-    const uint32_t slot = static_cast<uint32_t>(std::countr_one(words[word].used));
-    const uint32_t position = word * slots_per_word + slot;
+    const auto open = group.open_words.begin();
+    SelectorWord& word = words[*open];
+    const auto slot = static_cast<uint32_t>(std::countr_one(word.used));
+    const uint32_t position = *open * slots_per_word + slot;
     group.positions.emplace(mbr_hdl, position);
-    words[word].used |= bit_of(position);
-    words[word].active |= bit_of(position);
-    words[word].members[slot] = mbr_hdl;
+    word.used |= bit_of(position);
+    word.active |= bit_of(position);
+    word.members[slot] = mbr_hdl;
+    if (word.used == UINT32_MAX) {
+        group.open_words.erase(open);
+    }
     ++data_table.members.find(mbr_hdl)->uses;
     return position;
 }
 
-void Selector::free_position(uint32_t position) {
+void Selector::leave(Group& group, pipe_mbr_hdl mbr_hdl) {
+    const auto found = group.positions.find(mbr_hdl);
+    const uint32_t position = found->second;
+    group.open_words.insert(position / slots_per_word);
     SelectorWord& word = words[position / slots_per_word];
     word.used &= ~bit_of(position);
     word.active &= ~bit_of(position);
     word.members[position % slots_per_word] = 0;
-}
-
-void Selector::leave(Group& group, pipe_mbr_hdl mbr_hdl) {
-    const auto found = group.positions.find(mbr_hdl);
-    free_position(found->second);
     group.positions.erase(found);
     --data_table.members.find(mbr_hdl)->uses;
 }

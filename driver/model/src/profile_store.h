@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <unordered_map>
 #include <vector>
 
@@ -89,9 +90,10 @@ struct DataTable {
 };
 
 struct Group {
-    uint32_t max_size = 0;       // 0 for no limit
-    uint32_t uses = 0;           // by entries and default entries
-    std::vector<uint32_t> words; // at least one
+    uint32_t max_size = 0;           // 0 for no limit
+    uint32_t uses = 0;               // by entries and default entries
+    std::vector<uint32_t> words;     // at least one
+    std::set<uint32_t> open_words{}; // those with a free slot
     std::map<pipe_mbr_hdl, uint32_t> positions;
     uint32_t placement = 0; // as an entry's
 };
@@ -128,7 +130,6 @@ struct Selector {
 
 private:
     void take_word(pipe_grp_hdl grp_hdl, Group& group);
-    void free_position(uint32_t position);
 };
 
 } // namespace vl_model
