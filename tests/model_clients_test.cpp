@@ -4,6 +4,7 @@
 #include <map>
 #include <random>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <cjson/cJSON.h>
@@ -151,6 +152,37 @@ TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {
     EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
     cJSON_Delete(object);
     EXPECT_EQ(log(other), log(state));
+}
+
+// An agent that never asked for a state hands over null.
+TEST_F(ShadowTest, NoStateIsRefused) {
+    uint32_t word = 0;
+    void* resources = nullptr;
+    cJSON* object = cJSON_CreateObject();
+    const auto on_group = [](uint32_t, uint32_t, uint32_t, void*) -> pipe_status { return VL_MODEL_OK; };
+    const std::pair<const char*, pipe_status> calls[] = {
+        {"new_mbr", p4_pd_ms_new_mbr(session, nullptr, 3, 5)},
+        {"set_mbr_act", p4_pd_ms_set_mbr_act(nullptr, 3, 5, forward)},
+        {"get_mbr_act", p4_pd_ms_get_mbr_act(nullptr, 3, 5, &word)},
+        {"del_mbr", p4_pd_ms_del_mbr(session, nullptr, 3, 5)},
+        {"new_grp", p4_pd_ms_new_grp(session, nullptr, 3, 7)},
+        {"del_grp", p4_pd_ms_del_grp(session, nullptr, 3, 7, 0, nullptr)},
+        {"add_mbr_to_grp", p4_pd_ms_add_mbr_to_grp(session, nullptr, 3, 5, 7)},
+        {"del_mbr_from_grp", p4_pd_ms_del_mbr_from_grp(session, nullptr, 3, 5, 7)},
+        {"set_grp_act", p4_pd_ms_set_grp_act(nullptr, 3, 7, forward)},
+        {"get_grp_act", p4_pd_ms_get_grp_act(nullptr, 3, 7, &word)},
+        {"mbr_get_res", p4_pd_ms_mbr_get_res(nullptr, 3, 5, &word, &resources)},
+        {"grp_get_res", p4_pd_ms_grp_get_res(nullptr, 3, 7, &word, &resources)},
+        {"mbr_apply_to_grps", p4_pd_ms_mbr_apply_to_grps(nullptr, 3, 5, on_group, nullptr)},
+        {"grp_update_res", p4_pd_ms_grp_update_res(3, 7, 5, nullptr)},
+        {"log_state", p4_pd_ms_log_state(3, nullptr, object)},
+        {"restore_state", p4_pd_ms_restore_state(3, nullptr, object)},
+        {"destroy_state_for_dev", p4_pd_ms_destroy_state_for_dev(nullptr, 3)},
+    };
+    cJSON_Delete(object);
+    for (const auto& [name, status] : calls) {
+        EXPECT_EQ(status, VL_MODEL_INVALID) << name;
+    }
 }
 
 // Two clients, of which each notes its calls in one list.

@@ -134,8 +134,8 @@ pipe_status with_shadow(p4_pd_ms_state* state, pipe_dev_id dev_id, bool is_valid
     return body(state->devices[dev_id]);
 }
 
-pipe_status no_resources(uint32_t* count, void** res) {
-    if (count == nullptr || res == nullptr) {
+pipe_status no_resources(const p4_pd_ms_state* state, uint32_t* count, void** res) {
+    if (state == nullptr || count == nullptr || res == nullptr) {
         return VL_MODEL_INVALID;
     }
     *count = 0;
@@ -370,13 +370,13 @@ pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
 pipe_status p4_pd_ms_mbr_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl, uint32_t* count,
                                  void** res) {
     return boundary(
-        "p4_pd_ms_mbr_get_res", [&] { return no_resources(count, res); }, state, dev_id, mbr_hdl, count, res);
+        "p4_pd_ms_mbr_get_res", [&] { return no_resources(state, count, res); }, state, dev_id, mbr_hdl, count, res);
 }
 
 pipe_status p4_pd_ms_grp_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, uint32_t* count,
                                  void** res) {
     return boundary(
-        "p4_pd_ms_grp_get_res", [&] { return no_resources(count, res); }, state, dev_id, grp_hdl, count, res);
+        "p4_pd_ms_grp_get_res", [&] { return no_resources(state, count, res); }, state, dev_id, grp_hdl, count, res);
 }
 
 pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
