@@ -10,16 +10,16 @@ namespace {
 
 // Runs `body` on the counter of a table's entries.
 template <class Body>
-pipe_status with_direct(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, Body&& body) {
-    return with_table(sess_hdl, dev_id, tbl_hdl, [&](const Table& table) -> pipe_status {
+pipe_status with_direct(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl tbl_hdl, Body&& body) {
+    return with_table(sess_hdl, target, tbl_hdl, [&](const Table& table) -> pipe_status {
         return table.counter == nullptr ? pipe_status{VL_MODEL_NOT_SUPPORTED} : body(table, table.counter->cells);
     });
 }
 
 template <class Body>
-pipe_status with_direct_cell(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl,
+pipe_status with_direct_cell(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl,
                              Body&& body) {
-    return with_direct(sess_hdl, dev_id, tbl_hdl,
+    return with_direct(sess_hdl, target, tbl_hdl,
                        [&](const Table& table, Cells<pipe_counter_record>& cells) -> pipe_status {
                            if (!has_row(table, ent_hdl)) {
                                return VL_MODEL_NOT_FOUND;
@@ -30,8 +30,8 @@ pipe_status with_direct_cell(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tb
 }
 
 template <class Body>
-pipe_status with_cell(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl stat_hdl, uint32_t index, Body&& body) {
-    return with_device(sess_hdl, dev_id, [&](Device& device) {
+pipe_status with_cell(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl stat_hdl, uint32_t index, Body&& body) {
+    return with_device(sess_hdl, target, [&](Device& device) {
         return on_cell(device.counters, stat_hdl, index, [&](Counter& counter) -> pipe_status {
             body(counter.cells);
             return VL_MODEL_OK;
@@ -64,8 +64,7 @@ pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl sess_hdl, pipe_dev_tg
         if (record == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_direct_cell(sess_hdl, dev_tgt.dev_id, tbl_hdl, ent_hdl,
-                                [&](auto& cells) { cells.set(ent_hdl, *record); });
+        return with_direct_cell(sess_hdl, dev_tgt, tbl_hdl, ent_hdl, [&](auto& cells) { cells.set(ent_hdl, *record); });
     };
     return boundary("pipe_mgr_mat_ent_direct_stat_set", body, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(record));
 }
@@ -82,7 +81,7 @@ pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_
                                                pipe_sync_cb callback, void* cookie) {
     const auto body = [&]() -> pipe_status {
         const pipe_status status =
-            with_direct(sess_hdl, dev_tgt.dev_id, tbl_hdl, [](const Table&, auto& cells) -> pipe_status {
+            with_direct(sess_hdl, dev_tgt, tbl_hdl, [](const Table&, auto& cells) -> pipe_status {
                 cells.sync_all();
                 return VL_MODEL_OK;
             });
@@ -115,7 +114,7 @@ pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt
         if (count == 0 || indices == nullptr || records == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_device(sess_hdl, dev_tgt.dev_id,
+        return with_device(sess_hdl, dev_tgt,
                            [&](const Device& device) { return on_array(device.counters, stat_hdl, read); });
     };
     return boundary("pipe_mgr_stat_ent_query", body, sess_hdl, dev_tgt, stat_hdl, input(indices, count), count,
@@ -128,7 +127,7 @@ pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, 
         if (record == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_cell(sess_hdl, dev_tgt.dev_id, stat_hdl, index, [&](auto& cells) { cells.set(index, *record); });
+        return with_cell(sess_hdl, dev_tgt, stat_hdl, index, [&](auto& cells) { cells.set(index, *record); });
     };
     return boundary("pipe_mgr_stat_ent_set", body, sess_hdl, dev_tgt, stat_hdl, index, input(record));
 }
@@ -136,7 +135,7 @@ pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, 
 pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                             uint32_t index) {
     const auto body = [&] {
-        return with_cell(sess_hdl, dev_tgt.dev_id, stat_hdl, index, [&](auto& cells) { cells.sync(index); });
+        return with_cell(sess_hdl, dev_tgt, stat_hdl, index, [&](auto& cells) { cells.sync(index); });
     };
     return boundary("pipe_mgr_stat_ent_database_sync", body, sess_hdl, dev_tgt, stat_hdl, index);
 }
@@ -148,8 +147,8 @@ pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
         return VL_MODEL_OK;
     };
     const auto body = [&]() -> pipe_status {
-        const pipe_status status = with_device(
-            sess_hdl, dev_tgt.dev_id, [&](Device& device) { return on_array(device.counters, stat_hdl, sync); });
+        const pipe_status status =
+            with_device(sess_hdl, dev_tgt, [&](Device& device) { return on_array(device.counters, stat_hdl, sync); });
         if (status == VL_MODEL_OK && callback != nullptr) {
             callback(dev_tgt.dev_id, cookie);
         }

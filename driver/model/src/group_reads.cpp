@@ -32,8 +32,8 @@ uint64_t remainder_of(const uint8_t* hash, uint32_t hash_len, uint64_t divisor) 
 }
 
 template <class Body>
-pipe_status with_word(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl, uint32_t word, Body&& body) {
-    return with_selector(sess_hdl, dev_id, sel_hdl, [&](const Selector& selector) -> pipe_status {
+pipe_status with_word(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl sel_hdl, uint32_t word, Body&& body) {
+    return with_selector(sess_hdl, target, sel_hdl, [&](const Selector& selector) -> pipe_status {
         if (word >= selector.words.size() || selector.words[word].owner == 0) {
             return VL_MODEL_NOT_FOUND;
         }
@@ -58,7 +58,7 @@ pipe_status pipe_mgr_sel_grp_mbr_state_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
         if (state == nullptr) {
             return VL_MODEL_INVALID;
         }
-        const pipe_status status = with_group(sess_hdl, dev_tgt.dev_id, sel_hdl, grp_hdl, read);
+        const pipe_status status = with_group(sess_hdl, dev_tgt, sel_hdl, grp_hdl, read);
         run_hook(status, &Hooks::state, *state);
         return status;
     };
@@ -71,11 +71,10 @@ pipe_status pipe_mgr_get_sel_grp_mbr_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
         if (count == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_group(sess_hdl, dev_tgt.dev_id, sel_hdl, grp_hdl,
-                          [&](const Selector&, const Group& group) -> pipe_status {
-                              *count = static_cast<uint32_t>(group.positions.size());
-                              return VL_MODEL_OK;
-                          });
+        return with_group(sess_hdl, dev_tgt, sel_hdl, grp_hdl, [&](const Selector&, const Group& group) -> pipe_status {
+            *count = static_cast<uint32_t>(group.positions.size());
+            return VL_MODEL_OK;
+        });
     };
     return boundary("pipe_mgr_get_sel_grp_mbr_count", body, sess_hdl, dev_tgt, sel_hdl, grp_hdl, count);
 }
@@ -165,7 +164,7 @@ pipe_status pipe_mgr_sel_grp_mbr_get_from_hash(pipe_sess_hdl sess_hdl, pipe_dev_
         if (hash == nullptr || hash_len == 0 || mbr_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_group(sess_hdl, dev_tgt.dev_id, sel_hdl, grp_hdl, choose);
+        return with_group(sess_hdl, dev_tgt, sel_hdl, grp_hdl, choose);
     };
     return boundary("pipe_mgr_sel_grp_mbr_get_from_hash", body, sess_hdl, dev_tgt, sel_hdl, grp_hdl,
                     ArrayArgument<uint8_t>{hash, hash_len}, hash_len, mbr_hdl);
@@ -177,7 +176,7 @@ pipe_status pipe_mgr_get_word_llp_active_member_count(pipe_sess_hdl sess_hdl, pi
         if (count == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_word(sess_hdl, dev_tgt.dev_id, sel_hdl, word, [&](const SelectorWord& found) {
+        return with_word(sess_hdl, dev_tgt, sel_hdl, word, [&](const SelectorWord& found) {
             *count = static_cast<uint32_t>(std::popcount(found.active));
         });
     };
@@ -190,7 +189,7 @@ pipe_status pipe_mgr_get_word_llp_active_members(pipe_sess_hdl sess_hdl, pipe_de
         if (mbr_hdls == nullptr && count != 0) {
             return VL_MODEL_INVALID;
         }
-        return with_word(sess_hdl, dev_tgt.dev_id, sel_hdl, word, [&](const SelectorWord& found) {
+        return with_word(sess_hdl, dev_tgt, sel_hdl, word, [&](const SelectorWord& found) {
             uint32_t written = 0;
             for (uint32_t rest = found.active; rest != 0 && written < count; rest &= rest - 1) {
                 mbr_hdls[written++] = found.members[static_cast<std::size_t>(std::countr_zero(rest))];

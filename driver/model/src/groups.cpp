@@ -30,7 +30,7 @@ pipe_status change_selector(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_t
     GroupChange change;
     Subscriber<pipe_sel_update_cb> updates;
     Subscriber<pipe_sel_tbl_cb> memory;
-    const pipe_status status = with_selector(sess_hdl, dev_tgt.dev_id, sel_hdl, [&](Selector& selector) {
+    const pipe_status status = with_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector) {
         updates = selector.updates;
         memory = selector.memory_updates;
         return body(selector, change);
@@ -202,7 +202,7 @@ pipe_status pipe_mgr_sel_grp_mbr_disable(pipe_sess_hdl sess_hdl, pipe_dev_tgt de
 pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                           pipe_mbr_hdl mbr_hdl, uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        return with_selector(sess_hdl, dev_tgt.dev_id, sel_hdl, [&](Selector& selector) -> pipe_status {
+        return with_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector) -> pipe_status {
             if (selector.data_table.members.find(mbr_hdl) == nullptr) {
                 return VL_MODEL_NOT_FOUND;
             }
@@ -216,7 +216,7 @@ pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
 pipe_status pipe_mgr_sel_fallback_mbr_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                             uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        return with_selector(sess_hdl, dev_tgt.dev_id, sel_hdl, [&](Selector& selector) -> pipe_status {
+        return with_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector) -> pipe_status {
             set_fallback(selector, 0);
             return VL_MODEL_OK;
         });
@@ -227,7 +227,7 @@ pipe_status pipe_mgr_sel_fallback_mbr_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt
 pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_sel_update_cb callback, void* cookie) {
     const auto body = [&]() -> pipe_status {
-        return with_selector(sess_hdl, dev_tgt.dev_id, sel_hdl, [&](Selector& selector) -> pipe_status {
+        return with_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector) -> pipe_status {
             selector.updates = {callback, cookie};
             return VL_MODEL_OK;
         });
@@ -243,12 +243,12 @@ pipe_status pipe_mgr_sel_tbl_register_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt de
             return VL_MODEL_OK;
         };
         if (sess_hdl != 0) {
-            return with_selector(sess_hdl, dev_tgt.dev_id, sel_hdl, subscribe);
+            return with_selector(sess_hdl, dev_tgt, sel_hdl, subscribe);
         }
         // A tracker has no session.
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
-        Device* device = find_device(dev_tgt.dev_id, status);
+        Device* device = find_device(dev_tgt, status);
         return device == nullptr ? status : on_selector(*device, sel_hdl, subscribe);
     };
     return boundary("pipe_mgr_sel_tbl_register_cb", body, sess_hdl, dev_tgt, sel_hdl, callback, cookie);

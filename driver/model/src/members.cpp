@@ -29,7 +29,7 @@ pipe_status change_data_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe
                               Body&& body) {
     pipe_mbr_hdl mbr_hdl = 0;
     Subscriber<pipe_adt_update_cb> subscriber;
-    const pipe_status status = with_data_table(sess_hdl, dev_tgt.dev_id, adt_hdl, [&](DataTable& table) -> pipe_status {
+    const pipe_status status = with_data_table(sess_hdl, dev_tgt, adt_hdl, [&](DataTable& table) -> pipe_status {
         subscriber = table.updates;
         return body(table, mbr_hdl);
     });
@@ -125,7 +125,7 @@ pipe_status pipe_mgr_adt_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
 pipe_status pipe_register_adt_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl,
                                         pipe_adt_update_cb callback, void* cookie) {
     const auto body = [&]() -> pipe_status {
-        return with_data_table(sess_hdl, dev_tgt.dev_id, adt_hdl, [&](DataTable& table) -> pipe_status {
+        return with_data_table(sess_hdl, dev_tgt, adt_hdl, [&](DataTable& table) -> pipe_status {
             table.updates = {callback, cookie};
             return VL_MODEL_OK;
         });

@@ -9,8 +9,8 @@ using namespace vl_model;
 namespace {
 
 template <class Body>
-pipe_status with_meter(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl meter_hdl, Body&& body) {
-    return with_device(sess_hdl, dev_id, [&](Device& device) {
+pipe_status with_meter(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl meter_hdl, Body&& body) {
+    return with_device(sess_hdl, target, [&](Device& device) {
         return on_resource(device.meters, meter_hdl, [&](Meter& meter) -> pipe_status {
             body(meter);
             return VL_MODEL_OK;
@@ -20,9 +20,9 @@ pipe_status with_meter(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl 
 
 // Runs `body` on the specs of a meter or WRED block that has the index.
 template <class Resource, class Body>
-pipe_status with_specs(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, std::map<pipe_tbl_hdl, Resource> Device::*resources,
+pipe_status with_specs(pipe_sess_hdl sess_hdl, Target target, std::map<pipe_tbl_hdl, Resource> Device::*resources,
                        pipe_tbl_hdl hdl, uint32_t index, Body&& body) {
-    return with_device(sess_hdl, dev_id, [&](Device& device) {
+    return with_device(sess_hdl, target, [&](Device& device) {
         return on_cell(device.*resources, hdl, index, [&](Resource& resource) -> pipe_status {
             body(resource.specs);
             return VL_MODEL_OK;
@@ -64,7 +64,7 @@ pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_t
         if (spec == nullptr) {
             return VL_MODEL_INVALID;
         }
-        const pipe_status status = with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl,
+        const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl,
                                               [&](const Table& table) { return read_attached(table, ent_hdl, *spec); });
         run_hook(status, &Hooks::meter, *spec);
         return status;
@@ -81,7 +81,7 @@ pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
         if (!is_sound(*spec)) {
             return VL_MODEL_BAD_DATA;
         }
-        return with_specs(sess_hdl, dev_tgt.dev_id, &Device::meters, meter_hdl, index,
+        return with_specs(sess_hdl, dev_tgt, &Device::meters, meter_hdl, index,
                           [&](auto& specs) { specs[index] = *spec; });
     };
     return boundary("pipe_mgr_meter_ent_set", body, sess_hdl, dev_tgt, meter_hdl, index, input(spec), flags);
@@ -93,7 +93,7 @@ pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
         if (spec == nullptr) {
             return VL_MODEL_INVALID;
         }
-        const pipe_status status = with_specs(sess_hdl, dev_tgt.dev_id, &Device::meters, meter_hdl, index,
+        const pipe_status status = with_specs(sess_hdl, dev_tgt, &Device::meters, meter_hdl, index,
                                               [&](const auto& specs) { *spec = spec_at(specs, index); });
         run_hook(status, &Hooks::meter, *spec);
         return status;
@@ -104,8 +104,7 @@ pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
 pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t adjustment) {
     const auto body = [&] {
-        return with_meter(sess_hdl, dev_tgt.dev_id, meter_hdl,
-                          [&](Meter& meter) { meter.bytecount_adjust = adjustment; });
+        return with_meter(sess_hdl, dev_tgt, meter_hdl, [&](Meter& meter) { meter.bytecount_adjust = adjustment; });
     };
     return boundary("pipe_mgr_meter_set_bytecount_adjust", body, sess_hdl, dev_tgt, meter_hdl, adjustment);
 }
@@ -116,7 +115,7 @@ pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev
         if (adjustment == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_meter(sess_hdl, dev_tgt.dev_id, meter_hdl,
+        return with_meter(sess_hdl, dev_tgt, meter_hdl,
                           [&](const Meter& meter) { *adjustment = meter.bytecount_adjust; });
     };
     return boundary("pipe_mgr_meter_get_bytecount_adjust", body, sess_hdl, dev_tgt, meter_hdl, adjustment);
@@ -128,7 +127,7 @@ pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, 
         if (spec == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_specs(sess_hdl, dev_tgt.dev_id, &Device::wred_blocks, wred_hdl, index,
+        return with_specs(sess_hdl, dev_tgt, &Device::wred_blocks, wred_hdl, index,
                           [&](auto& specs) { specs[index] = *spec; });
     };
     return boundary("pipe_mgr_wred_ent_set", body, sess_hdl, dev_tgt, wred_hdl, index, input(spec), flags);
@@ -140,7 +139,7 @@ pipe_status pipe_mgr_wred_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt de
         if (spec == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_specs(sess_hdl, dev_tgt.dev_id, &Device::wred_blocks, wred_hdl, index,
+        return with_specs(sess_hdl, dev_tgt, &Device::wred_blocks, wred_hdl, index,
                           [&](const auto& specs) { *spec = spec_at(specs, index); });
     };
     return boundary("pipe_mgr_wred_read_entry_idx", body, sess_hdl, dev_tgt, wred_hdl, index, spec, flags);

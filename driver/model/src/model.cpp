@@ -163,11 +163,19 @@ void Table::forget_cells(pipe_ent_hdl ent_hdl) const {
     }
 }
 
-Device* find_device(pipe_dev_id dev_id, pipe_status& status) {
+Device* find_device(Target target, pipe_status& status) {
     const Model& m = model();
-    const auto device = m.devices.find(dev_id);
-    status = device == m.devices.end() ? VL_MODEL_UNKNOWN_DEVICE : VL_MODEL_OK;
-    return device == m.devices.end() ? nullptr : device->second.get();
+    const auto device = m.devices.find(target.dev_id);
+    if (device == m.devices.end()) {
+        status = VL_MODEL_UNKNOWN_DEVICE;
+        return nullptr;
+    }
+    if (!device->second->has_pipe(target.pipe)) {
+        status = VL_MODEL_OUT_OF_RANGE;
+        return nullptr;
+    }
+    status = VL_MODEL_OK;
+    return device->second.get();
 }
 
 Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status) {

@@ -85,6 +85,7 @@ struct Table {
 
 struct Device {
     std::string pipeline;
+    uint32_t pipes = VL_MODEL_DEFAULT_PIPES;
     std::unordered_map<pipe_tbl_hdl, std::unique_ptr<Table>> tables;
     std::map<pipe_tbl_hdl, DataTable> data_tables; // in the order of a replay
     std::map<pipe_tbl_hdl, Selector> selectors;
@@ -99,6 +100,10 @@ struct Device {
     std::map<pipe_pvs_id, ValueSet> value_sets;
     std::map<pipe_hash_hdl, HashCalculation> hash_calculations;
     std::map<bf_snapshot_hdl, Snapshot> snapshots;
+
+    bool has_pipe(uint32_t pipe) const {
+        return pipe == PIPE_ALL_PIPES || pipe < pipes;
+    }
 };
 
 // Makes what the description says of resources and services, for the tables that the device has. False if the
@@ -155,8 +160,17 @@ inline pipe_dev_tgt all_pipes(pipe_dev_id dev_id) {
     return {.dev_id = dev_id, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
 }
 
-// Null if there is no such device or table; `status` says why. The mutex must be held.
-Device* find_device(pipe_dev_id dev_id, pipe_status& status);
+// What a call is about: a device and one of its pipes. A call that names no pipe is about all.
+struct Target {
+    Target(pipe_dev_id id, uint32_t one_pipe = PIPE_ALL_PIPES) : dev_id(id), pipe(one_pipe) {}
+    Target(pipe_dev_tgt dev_tgt) : Target(dev_tgt.dev_id, dev_tgt.pipe_id) {}
+
+    pipe_dev_id dev_id;
+    uint32_t pipe;
+};
+
+// Null if there is no such device, pipe or table; `status` says why. The mutex must be held.
+Device* find_device(Target target, pipe_status& status);
 Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status);
 
 template <class Body>
@@ -165,45 +179,44 @@ pipe_status on_selector(Device& device, pipe_tbl_hdl sel_hdl, Body&& body) {
     return selector == device.selectors.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(selector->second);
 }
 
-// Run `body` on a device, match table, data table or selector under the mutex, if session, device and table exist.
+// Run `body` on a device, match table, data table or selector under the mutex, if session, device, pipe and table exist.
 template <class Body>
-pipe_status with_device(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, Body&& body) {
+pipe_status with_device(pipe_sess_hdl sess_hdl, Target target, Body&& body) {
     Model& m = model();
     const std::lock_guard lock(m.mutex);
     if (!m.sessions.contains(sess_hdl)) {
         return VL_MODEL_UNKNOWN_SESSION;
     }
     pipe_status status = VL_MODEL_OK;
-    Device* device = find_device(dev_id, status);
+    Device* device = find_device(target, status);
     return device == nullptr ? status : body(*device);
 }
 
 template <class Body>
-pipe_status with_table(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, Body&& body) {
-    return with_device(sess_hdl, dev_id, [&](Device& device) -> pipe_status {
+pipe_status with_table(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl tbl_hdl, Body&& body) {
+    return with_device(sess_hdl, target, [&](Device& device) -> pipe_status {
         const auto table = device.tables.find(tbl_hdl);
         return table == device.tables.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(*table->second);
     });
 }
 
 template <class Body>
-pipe_status with_data_table(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl adt_hdl, Body&& body) {
-    return with_device(sess_hdl, dev_id, [&](Device& device) -> pipe_status {
+pipe_status with_data_table(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl adt_hdl, Body&& body) {
+    return with_device(sess_hdl, target, [&](Device& device) -> pipe_status {
         const auto table = device.data_tables.find(adt_hdl);
         return table == device.data_tables.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(table->second);
     });
 }
 
 template <class Body>
-pipe_status with_selector(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl, Body&& body) {
-    return with_device(sess_hdl, dev_id,
+pipe_status with_selector(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl sel_hdl, Body&& body) {
+    return with_device(sess_hdl, target,
                        [&](Device& device) -> pipe_status { return on_selector(device, sel_hdl, body); });
 }
 
 template <class Body>
-pipe_status with_group(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl,
-                       Body&& body) {
-    return with_selector(sess_hdl, dev_id, sel_hdl, [&](Selector& selector) -> pipe_status {
+pipe_status with_group(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl, Body&& body) {
+    return with_selector(sess_hdl, target, sel_hdl, [&](Selector& selector) -> pipe_status {
         Group* group = selector.groups.find(grp_hdl);
         return group == nullptr ? pipe_status{VL_MODEL_NOT_FOUND} : body(selector, *group);
     });

@@ -45,7 +45,7 @@ pipe_status pipe_mgr_plcmt_mat_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
         if (plcmt_data == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             if (!has_row(table, ent_hdl)) {
                 return VL_MODEL_NOT_FOUND;
             }
@@ -62,7 +62,7 @@ pipe_status pipe_mgr_plcmt_adt_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
         if (plcmt_data == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_data_table(sess_hdl, dev_tgt.dev_id, adt_hdl, [&](DataTable& table) -> pipe_status {
+        return with_data_table(sess_hdl, dev_tgt, adt_hdl, [&](DataTable& table) -> pipe_status {
             Member* member = table.members.find(mbr_hdl);
             if (member == nullptr) {
                 return VL_MODEL_NOT_FOUND;
@@ -80,7 +80,7 @@ pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
         if (plcmt_data == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_group(sess_hdl, dev_tgt.dev_id, sel_hdl, grp_hdl, [&](Selector&, Group& group) -> pipe_status {
+        return with_group(sess_hdl, dev_tgt, sel_hdl, grp_hdl, [&](Selector&, Group& group) -> pipe_status {
             *plcmt_data = blob_of(group.placement, dev_tgt.dev_id, sel_hdl, grp_hdl);
             return VL_MODEL_OK;
         });

@@ -117,7 +117,7 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
         if (match == nullptr || action == nullptr || act_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        const pipe_status status = with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             return read_entry(table, ent_hdl, read_from_hw != 0, match, *action, *act_hdl);
         });
         run_hook(status, &Hooks::entry, *match, *action, *act_hdl);
@@ -134,7 +134,7 @@ pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tg
         if (action == nullptr || act_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        const pipe_status status = with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             return read_entry(table, table.default_handle(), read_from_hw != 0, nullptr, *action, *act_hdl);
         });
         pipe_match_record none{};
@@ -151,7 +151,7 @@ pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl adt_hdl, pipe_dev_tgt de
     const auto read = [&]() -> pipe_status {
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
-        const Device* device = find_device(dev_tgt.dev_id, status);
+        const Device* device = find_device(dev_tgt, status);
         if (device == nullptr) {
             return status;
         }

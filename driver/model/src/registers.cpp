@@ -11,38 +11,31 @@ using namespace vl_model;
 
 namespace {
 
-// Runs `body` on the register and its pipes that the target names.
-template <class Body>
-pipe_status on_pipes(Register& stateful, uint16_t pipe_id, Body&& body) {
-    const PipeRange range = pipes_of(stateful, pipe_id);
-    return range.count == 0 ? pipe_status{VL_MODEL_OUT_OF_RANGE} : body(stateful, range);
-}
-
+// Run `body` on a register and its pipes that the target names.
 template <class Body>
 pipe_status with_register(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl, Body&& body) {
-    return with_device(sess_hdl, dev_tgt.dev_id, [&](Device& device) {
+    return with_device(sess_hdl, dev_tgt, [&](Device& device) {
         return on_array(device.registers, stful_hdl,
-                        [&](Register& stateful) { return on_pipes(stateful, dev_tgt.pipe_id, body); });
+                        [&](Register& stateful) { return body(stateful, pipes_of(stateful, dev_tgt.pipe_id)); });
     });
 }
 
 template <class Body>
 pipe_status with_cell(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl, uint32_t index,
                       Body&& body) {
-    return with_device(sess_hdl, dev_tgt.dev_id, [&](Device& device) {
+    return with_device(sess_hdl, dev_tgt, [&](Device& device) {
         return on_cell(device.registers, stful_hdl, index,
-                       [&](Register& stateful) { return on_pipes(stateful, dev_tgt.pipe_id, body); });
+                       [&](Register& stateful) { return body(stateful, pipes_of(stateful, dev_tgt.pipe_id)); });
     });
 }
 
 template <class Body>
 pipe_status with_direct(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl, Body&& body) {
-    return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](const Table& table) -> pipe_status {
+    return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](const Table& table) -> pipe_status {
         if (table.stateful == nullptr) {
             return VL_MODEL_NOT_SUPPORTED;
         }
-        return on_pipes(*table.stateful, dev_tgt.pipe_id,
-                        [&](Register& stateful, PipeRange range) { return body(table, stateful, range); });
+        return body(table, *table.stateful, pipes_of(*table.stateful, dev_tgt.pipe_id));
     });
 }
 
@@ -91,9 +84,10 @@ pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_
         if (size == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_device(sess_hdl, dev_tgt.dev_id, [&](Device& device) {
-            return on_resource(device.registers, stful_hdl,
-                               [&](Register& stateful) { return on_pipes(stateful, dev_tgt.pipe_id, measure); });
+        return with_device(sess_hdl, dev_tgt, [&](Device& device) {
+            return on_resource(device.registers, stful_hdl, [&](Register& stateful) {
+                return measure(stateful, pipes_of(stateful, dev_tgt.pipe_id));
+            });
         });
     };
     return boundary("pipe_stful_query_get_sizes", body, sess_hdl, dev_tgt, stful_hdl, size);
@@ -247,13 +241,11 @@ uint32_t vl_model_register_write(uint32_t dev_id, uint32_t hdl, uint32_t cell, u
         pipe_stful_element element;
         std::memcpy(element.bytes, value, sizeof(element.bytes));
         const auto write = [&](Register& stateful) {
-            return on_pipes(stateful, pipe, [&](Register& found, PipeRange range) {
-                return write_hardware(found, range, cell, element);
-            });
+            return write_hardware(stateful, pipes_of(stateful, pipe), cell, element);
         };
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
-        Device* device = find_device(dev_id, status);
+        Device* device = find_device({dev_id, pipe}, status);
         if (device == nullptr) {
             return status;
         }

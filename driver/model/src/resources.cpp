@@ -21,11 +21,10 @@ pipe_meter_spec meter_spec_of(const pipe_resource_slot& slot) {
 }
 
 PipeRange pipes_of(const Register& stateful, uint16_t pipe_id) {
-    const auto count = static_cast<uint32_t>(stateful.pipes.size());
     if (pipe_id == PIPE_ALL_PIPES) {
-        return {.first = 0, .count = count};
+        return {.first = 0, .count = static_cast<uint32_t>(stateful.pipes.size())};
     }
-    return {.first = pipe_id, .count = pipe_id < count ? 1U : 0U};
+    return {.first = pipe_id, .count = 1};
 }
 
 namespace {
@@ -147,6 +146,7 @@ uint32_t vl_model_device_set_pipes(uint32_t dev_id, uint32_t count) {
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
         if (Device* device = find_device(dev_id, status)) {
+            device->pipes = count;
             for (auto& [handle, stateful] : device->registers) {
                 stateful.pipes.resize(count);
             }

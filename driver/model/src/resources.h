@@ -102,10 +102,10 @@ pipe_status on_cell(Map& resources, pipe_tbl_hdl hdl, uint32_t index, Body&& bod
     });
 }
 
-// The pipes of a register that a target names.
+// The pipes of a register that a target names, if the device has them.
 struct PipeRange {
-    uint32_t first = 0;
-    uint32_t count = 0; // 0 if the device has no such pipe
+    uint32_t first;
+    uint32_t count;
 };
 PipeRange pipes_of(const Register& stateful, uint16_t pipe_id);
 

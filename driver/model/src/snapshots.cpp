@@ -34,8 +34,8 @@ pipe_status with_snapshot(bf_snapshot_hdl hdl, Body&& body) {
     return VL_MODEL_NOT_FOUND;
 }
 
-bool is_seen_by(const Snapshot& snapshot, uint32_t pipe) {
-    return snapshot.pipe == PIPE_ALL_PIPES || snapshot.pipe == pipe;
+bool is_seen_by(const Device& device, const Snapshot& snapshot, uint32_t pipe) {
+    return device.has_pipe(pipe) && (snapshot.pipe == PIPE_ALL_PIPES || snapshot.pipe == pipe);
 }
 
 std::size_t capture_size(const Snapshot& snapshot) {
@@ -53,7 +53,7 @@ pipe_status bf_snapshot_create(pipe_dev_id dev_id, uint32_t pipe, uint8_t start_
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         pipe_status status = VL_MODEL_OK;
-        Device* device = find_device(dev_id, status);
+        Device* device = find_device({dev_id, pipe}, status);
         if (device == nullptr) {
             return status;
         }
@@ -114,8 +114,8 @@ pipe_status bf_snapshot_capture_phv_fields_dict_size(bf_snapshot_hdl hdl, uint32
 
 pipe_status bf_snapshot_capture_get(bf_snapshot_hdl hdl, uint32_t pipe, uint8_t* buffer, bf_snapshot_capture_ctrl* ctrl,
                                     uint32_t* count) {
-    const auto read = [&](const Device&, const Snapshot& snapshot) -> pipe_status {
-        if (!is_seen_by(snapshot, pipe)) {
+    const auto read = [&](const Device& device, const Snapshot& snapshot) -> pipe_status {
+        if (!is_seen_by(device, snapshot, pipe)) {
             return VL_MODEL_OUT_OF_RANGE;
         }
         std::fill_n(buffer, capture_size(snapshot), uint8_t{0});
@@ -142,10 +142,11 @@ pipe_status bf_snapshot_capture_get(bf_snapshot_hdl hdl, uint32_t pipe, uint8_t*
 
 uint32_t vl_model_snapshot_match(uint32_t snapshot_hdl, uint32_t pipe, uint8_t stage, const uint8_t* records,
                                  uint32_t count) {
-    const auto capture = [&](const Device&, Snapshot& snapshot) -> pipe_status {
+    const auto capture = [&](const Device& device, Snapshot& snapshot) -> pipe_status {
         const bool has_stage =
             stage >= snapshot.first_stage && uint32_t{stage} - snapshot.first_stage < snapshot.stage_count;
-        if (pipe == PIPE_ALL_PIPES || !is_seen_by(snapshot, pipe) || !has_stage || count > snapshot.stage_count) {
+        if (pipe == PIPE_ALL_PIPES || !is_seen_by(device, snapshot, pipe) || !has_stage ||
+            count > snapshot.stage_count) {
             return VL_MODEL_OUT_OF_RANGE;
         }
         if (snapshot.control.state != BF_SNAPSHOT_ARMED) {

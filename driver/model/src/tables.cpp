@@ -99,7 +99,7 @@ template <class Body>
 pipe_status change_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl, Body&& body) {
     EntryChange change;
     Subscriber<pipe_mat_update_cb> subscriber;
-    const pipe_status status = with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+    const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
         subscriber = table.updates;
         return body(table, change);
     });
@@ -272,7 +272,7 @@ pipe_status pipe_mgr_match_spec_to_ent_hdl(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
         if (match == nullptr || ent_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             pipe_ent_hdl found = 0;
             const pipe_status status = find_entry(table, *match, found);
             if (status == VL_MODEL_OK) {
@@ -341,7 +341,7 @@ pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe
         if (ent_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_table(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+        return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             if (!table.default_entry) {
                 return VL_MODEL_NOT_FOUND;
             }

@@ -1,4 +1,5 @@
-// Parser value sets at the boundary. Gress, pipe and parser are numbers that are compared; none stands for all.
+// Parser value sets at the boundary. Gress, pipe and parser are numbers that are compared: PIPE_ALL_PIPES is a place of
+// its own, and stands for no other.
 #include "model.h"
 #include "watch.h"
 
@@ -7,8 +8,8 @@ using namespace vl_model;
 namespace {
 
 template <class Body>
-pipe_status with_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, Body&& body) {
-    return with_device(sess_hdl, dev_id, [&](Device& device) { return on_resource(device.value_sets, pvs_id, body); });
+pipe_status with_set(pipe_sess_hdl sess_hdl, Target target, pipe_pvs_id pvs_id, Body&& body) {
+    return with_device(sess_hdl, target, [&](Device& device) { return on_resource(device.value_sets, pvs_id, body); });
 }
 
 template <class Body>
@@ -49,7 +50,7 @@ pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
         if (ent_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_set(sess_hdl, dev_id, pvs_id, [&](ValueSet& set) -> pipe_status {
+        return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](ValueSet& set) -> pipe_status {
             const ValueSetEntry entry{.place = {gress, pipe, parser}, .value = value, .mask = mask};
             if (find_entry(set, entry) != 0) {
                 return VL_MODEL_EXISTS;
@@ -125,7 +126,7 @@ pipe_status pipe_mgr_pvs_entry_get_count(pipe_sess_hdl sess_hdl, pipe_dev_id dev
         if (count == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_set(sess_hdl, dev_id, pvs_id, [&](const ValueSet& set) -> pipe_status {
+        return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](const ValueSet& set) -> pipe_status {
             const ValueSetPlace place{gress, pipe, parser};
             *count = 0;
             for (pipe_pvs_ent_hdl found = next_in(set, place, 0); found != 0; found = next_in(set, place, found)) {
@@ -145,7 +146,7 @@ pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl sess_hdl, pipe_dev_id de
         if (ent_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_set(sess_hdl, dev_id, pvs_id, [&](const ValueSet& set) -> pipe_status {
+        return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](const ValueSet& set) -> pipe_status {
             const pipe_pvs_ent_hdl found =
                 find_entry(set, {.place = {gress, pipe, parser}, .value = value, .mask = mask});
             if (found == 0) {
@@ -165,7 +166,7 @@ pipe_status pipe_mgr_pvs_entry_get_first(pipe_sess_hdl sess_hdl, pipe_dev_id dev
         if (ent_hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_set(sess_hdl, dev_id, pvs_id, [&](const ValueSet& set) -> pipe_status {
+        return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](const ValueSet& set) -> pipe_status {
             const pipe_pvs_ent_hdl first = next_in(set, {gress, pipe, parser}, 0);
             if (first == 0) {
                 return VL_MODEL_NOT_FOUND;
@@ -199,7 +200,7 @@ pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
         if (ent_hdls == nullptr && count != 0) {
             return VL_MODEL_INVALID;
         }
-        return with_set(sess_hdl, dev_id, pvs_id, walk);
+        return with_set(sess_hdl, {dev_id, pipe}, pvs_id, walk);
     };
     return boundary("pipe_mgr_pvs_entry_get_next", body, sess_hdl, dev_id, pvs_id, gress, pipe, parser, ent_hdl, count,
                     ent_hdls);

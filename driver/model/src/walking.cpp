@@ -10,8 +10,8 @@ namespace {
 
 // Runs `body` on the rows of a match table, data table or selector.
 template <class Body>
-pipe_status with_rows(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, Body&& body) {
-    return with_device(sess_hdl, dev_id, [&](const Device& device) -> pipe_status {
+pipe_status with_rows(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl tbl_hdl, Body&& body) {
+    return with_device(sess_hdl, target, [&](const Device& device) -> pipe_status {
         if (const auto table = device.tables.find(tbl_hdl); table != device.tables.end()) {
             return body(table->second->entries);
         }
@@ -31,7 +31,7 @@ pipe_status pipe_mgr_get_entry_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tg
         if (count == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_rows(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](const auto& rows) -> pipe_status {
+        return with_rows(sess_hdl, dev_tgt, tbl_hdl, [&](const auto& rows) -> pipe_status {
             *count = rows.count();
             return VL_MODEL_OK;
         });
@@ -45,7 +45,7 @@ pipe_status pipe_mgr_get_first_entry_handle(pipe_sess_hdl sess_hdl, pipe_tbl_hdl
         if (hdl == nullptr) {
             return VL_MODEL_INVALID;
         }
-        return with_rows(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](const auto& rows) -> pipe_status {
+        return with_rows(sess_hdl, dev_tgt, tbl_hdl, [&](const auto& rows) -> pipe_status {
             const uint32_t first = rows.first();
             if (first == 0) {
                 return VL_MODEL_NOT_FOUND;
@@ -63,7 +63,7 @@ pipe_status pipe_mgr_get_next_entry_handles(pipe_sess_hdl sess_hdl, pipe_tbl_hdl
         if (hdls == nullptr && n != 0) {
             return VL_MODEL_INVALID;
         }
-        return with_rows(sess_hdl, dev_tgt.dev_id, tbl_hdl, [&](const auto& rows) -> pipe_status {
+        return with_rows(sess_hdl, dev_tgt, tbl_hdl, [&](const auto& rows) -> pipe_status {
             if (!rows.was_given_out(hdl)) {
                 return VL_MODEL_NOT_FOUND;
             }

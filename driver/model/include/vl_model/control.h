@@ -166,8 +166,16 @@ uint32_t vl_model_session_close(uint32_t sess_hdl);
 uint32_t vl_model_device_state_drop(uint32_t dev_id);
 
 /*
- * A register's cell has a value in each pipe of the device, so that a read yields as many for a target of all pipes,
- * and one for any other. A pipe that is added has initial values, and one that is taken away loses its own.
+ * Sets how many pipes the device has. Their ids count from 0; a call that names another is refused with
+ * VL_MODEL_OUT_OF_RANGE.
+ *
+ * Tables, profiles, counters, meters and WRED blocks span all pipes: there a call for one pipe does what it does for
+ * all, and its update callbacks are told of the pipe that it named. A register's cell has a value in each pipe, so that
+ * a read yields as many for a target of all pipes, and one for any other. A value set has a list of entries for each
+ * pipe, and one more for all pipes. A snapshot sees the packets of one pipe or of all.
+ *
+ * A pipe that is added has initial values in registers, and one that is taken away loses them. Value sets and snapshots
+ * keep what they have of it.
  */
 #define VL_MODEL_DEFAULT_PIPES 4
 #define VL_MODEL_MOST_PIPES 64
