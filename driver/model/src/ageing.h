@@ -12,7 +12,7 @@
 
 #include <vl_driver/idle.h>
 
-#include "profile_store.h"
+#include "callbacks.h"
 #include "table_store.h"
 
 namespace vl_model {

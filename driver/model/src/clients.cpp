@@ -23,7 +23,25 @@ auto find_client(Model& m, bf_drv_client_hdl handle) {
     return std::find_if(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.handle == handle; });
 }
 
-// A copy, so that callbacks can run without the mutex; nothing if the device is unknown.
+// Calls one of a client's callbacks, as it is registered now. Nobody is called if the client has gone.
+template <class Callback, class... Args>
+pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbacks::*which, Args... args) {
+    Callback callback = nullptr;
+    std::optional<RunningCall> running;
+    {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        const auto client = find_client(m, handle);
+        if (client == m.clients.end() || client->callbacks.*which == nullptr) {
+            return VL_MODEL_OK;
+        }
+        callback = client->callbacks.*which;
+        running.emplace(client->registration);
+    }
+    return callback(args...);
+}
+
+// A copy, since callbacks run without the mutex; nothing if the device is unknown.
 std::optional<std::vector<Client>> clients_for_device(pipe_dev_id dev_id) {
     Model& m = model();
     const std::lock_guard lock(m.mutex);
@@ -49,7 +67,11 @@ pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
         if (std::any_of(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.name == client_name; })) {
             return VL_MODEL_EXISTS;
         }
-        m.clients.push_back({.handle = m.last_client + 1, .name = client_name, .callbacks = {}, .priority = 0});
+        m.clients.push_back({.handle = m.last_client + 1,
+                             .name = client_name,
+                             .callbacks = {},
+                             .registration = nullptr,
+                             .priority = 0});
         *hdl = ++m.last_client;
         return VL_MODEL_OK;
     };
@@ -62,14 +84,19 @@ pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv
         if (callbacks == nullptr) {
             return VL_MODEL_INVALID;
         }
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        const auto client = find_client(m, hdl);
-        if (client == m.clients.end()) {
-            return VL_MODEL_UNKNOWN_CLIENT;
+        std::shared_ptr<Registration> registration = std::make_shared<Registration>();
+        {
+            Model& m = model();
+            const std::lock_guard lock(m.mutex);
+            const auto client = find_client(m, hdl);
+            if (client == m.clients.end()) {
+                return VL_MODEL_UNKNOWN_CLIENT;
+            }
+            client->callbacks = *callbacks;
+            client->priority = priority;
+            client->registration.swap(registration);
         }
-        client->callbacks = *callbacks;
-        client->priority = priority;
+        end(registration);
         return VL_MODEL_OK;
     };
     return boundary("bf_drv_client_register_callbacks", body, hdl, callbacks, priority);
@@ -77,13 +104,18 @@ pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv
 
 pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
     const auto body = [&]() -> pipe_status {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        const auto client = find_client(m, hdl);
-        if (client == m.clients.end()) {
-            return VL_MODEL_UNKNOWN_CLIENT;
+        std::shared_ptr<Registration> ended;
+        {
+            Model& m = model();
+            const std::lock_guard lock(m.mutex);
+            const auto client = find_client(m, hdl);
+            if (client == m.clients.end()) {
+                return VL_MODEL_UNKNOWN_CLIENT;
+            }
+            ended = std::move(client->registration);
+            m.clients.erase(client);
         }
-        m.clients.erase(client);
+        end(ended);
         return VL_MODEL_OK;
     };
     return boundary("bf_drv_deregister", body, hdl);
@@ -96,9 +128,7 @@ uint32_t vl_model_device_state_drop(uint32_t dev_id) {
             return VL_MODEL_UNKNOWN_DEVICE;
         }
         for (const Client& client : *clients) {
-            if (client.callbacks.device_remove != nullptr) {
-                client.callbacks.device_remove(dev_id);
-            }
+            call_client(client.handle, &bf_drv_client_callbacks::device_remove, dev_id);
         }
         return VL_MODEL_OK;
     };
@@ -109,10 +139,21 @@ uint32_t vl_model_device_remove(uint32_t dev_id) {
     if (const uint32_t status = vl_model_device_state_drop(dev_id)) {
         return status;
     }
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    m.placements.remove_device(dev_id);
-    return m.devices.erase(dev_id) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_DEVICE;
+    // Destroyed when no callback looks at its messages any more.
+    std::unique_ptr<Device> device;
+    {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        const auto found = m.devices.find(dev_id);
+        if (found == m.devices.end()) {
+            return VL_MODEL_UNKNOWN_DEVICE;
+        }
+        device = std::move(found->second);
+        m.devices.erase(found);
+        m.placements.remove_device(dev_id);
+    }
+    end_registrations(*device);
+    return VL_MODEL_OK;
 }
 
 char* vl_model_state_log(uint32_t dev_id) {
@@ -128,7 +169,7 @@ char* vl_model_state_log(uint32_t dev_id) {
                 if (object == nullptr) {
                     return nullptr;
                 }
-                client.callbacks.state_log(dev_id, object);
+                call_client(client.handle, &bf_drv_client_callbacks::state_log, dev_id, object);
             }
         }
         // The agent may have given cJSON an allocator of its own, but frees the text with free().
@@ -154,7 +195,8 @@ uint32_t vl_model_state_restore(uint32_t dev_id, const char* json) {
         for (const Client& client : *clients) {
             cJSON* object = cJSON_GetObjectItemCaseSensitive(root.get(), client.name.c_str());
             if (client.callbacks.state_restore != nullptr && object != nullptr) {
-                const pipe_status status = client.callbacks.state_restore(dev_id, object);
+                const pipe_status status =
+                    call_client(client.handle, &bf_drv_client_callbacks::state_restore, dev_id, object);
                 result = result != VL_MODEL_OK ? result : status;
             }
         }

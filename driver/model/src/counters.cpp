@@ -86,6 +86,7 @@ pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_
                 return VL_MODEL_OK;
             });
         if (status == VL_MODEL_OK && callback != nullptr) {
+            const WithinCallback within;
             callback(dev_tgt.dev_id, cookie);
         }
         return status;
@@ -150,6 +151,7 @@ pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
         const pipe_status status =
             with_device(sess_hdl, dev_tgt, [&](Device& device) { return on_array(device.counters, stat_hdl, sync); });
         if (status == VL_MODEL_OK && callback != nullptr) {
+            const WithinCallback within;
             callback(dev_tgt.dev_id, cookie);
         }
         return status;

@@ -36,7 +36,8 @@ pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, ui
                 return VL_MODEL_EXISTS;
             }
             digest.sess_hdl = sess_hdl;
-            digest.subscriber = {callback, cookie};
+            // It replaces none.
+            static_cast<void>(digest.subscriber.replace(callback, cookie));
             return VL_MODEL_OK;
         });
     };
@@ -46,13 +47,13 @@ pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, ui
 pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl sess_hdl, uint8_t dev_id,
                                                         pipe_digest_hdl digest_hdl) {
     const auto body = [&]() -> pipe_status {
-        return with_digest(sess_hdl, dev_id, digest_hdl, [](Digest& digest) -> pipe_status {
-            if (digest.subscriber.callback == nullptr) {
-                return VL_MODEL_NOT_FOUND;
-            }
-            digest.subscriber = {};
-            return VL_MODEL_OK;
+        std::shared_ptr<Registration> ended;
+        const pipe_status status = with_digest(sess_hdl, dev_id, digest_hdl, [&](Digest& digest) -> pipe_status {
+            ended = digest.subscriber.replace(nullptr);
+            return ended == nullptr ? VL_MODEL_NOT_FOUND : VL_MODEL_OK;
         });
+        end(ended);
+        return status;
     };
     return boundary("pipe_mgr_lrn_digest_notification_deregister", body, sess_hdl, dev_id, digest_hdl);
 }
@@ -97,6 +98,7 @@ uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8
         }
         pipe_sess_hdl sess_hdl = 0;
         Subscriber<pipe_digest_cb> subscriber;
+        std::optional<RunningCall> running;
         pipe_digest_msg* message = nullptr;
         const pipe_status status = on_digest(dev_id, digest_hdl, [&](Digest& digest) -> pipe_status {
             if (digest.subscriber.callback == nullptr) {
@@ -111,6 +113,7 @@ uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8
             digest.messages.emplace(message, std::move(raised));
             sess_hdl = digest.sess_hdl;
             subscriber = digest.subscriber;
+            running.emplace(subscriber.registration);
             return VL_MODEL_OK;
         });
         return status == VL_MODEL_OK ? subscriber.callback(sess_hdl, message, subscriber.cookie) : status;

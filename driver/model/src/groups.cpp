@@ -38,15 +38,10 @@ pipe_status change_selector(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_t
     if (status != VL_MODEL_OK) {
         return status;
     }
-    if (memory.callback != nullptr) {
-        for (const Position& position : change.positions) {
-            memory.callback(sess_hdl, dev_tgt, change.grp_hdl, position.mbr_hdl, position.index,
-                            position.active ? 1 : 0, memory.cookie);
-        }
+    for (const Position& position : change.positions) {
+        memory.tell(sess_hdl, dev_tgt, change.grp_hdl, position.mbr_hdl, position.index, position.active ? 1U : 0U);
     }
-    if (updates.callback != nullptr) {
-        updates.callback(sess_hdl, dev_tgt, sel_hdl, change.grp_hdl, change.mbr_hdl, change.update, updates.cookie);
-    }
+    updates.tell(sess_hdl, dev_tgt, sel_hdl, change.grp_hdl, change.mbr_hdl, change.update);
     return VL_MODEL_OK;
 }
 
@@ -227,29 +222,36 @@ pipe_status pipe_mgr_sel_fallback_mbr_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt
 pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_sel_update_cb callback, void* cookie) {
     const auto body = [&]() -> pipe_status {
-        return with_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector) -> pipe_status {
-            selector.updates = {callback, cookie};
+        std::shared_ptr<Registration> replaced;
+        const pipe_status status = with_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector) -> pipe_status {
+            replaced = selector.updates.replace(callback, cookie);
             return VL_MODEL_OK;
         });
+        end(replaced);
+        return status;
     };
     return boundary("pipe_register_sel_update_cb", body, sess_hdl, dev_tgt, sel_hdl, callback, cookie);
 }
 
 pipe_status pipe_mgr_sel_tbl_register_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                          pipe_sel_tbl_cb callback, void* cookie) {
-    const auto body = [&]() -> pipe_status {
-        const auto subscribe = [&](Selector& selector) -> pipe_status {
-            selector.memory_updates = {callback, cookie};
-            return VL_MODEL_OK;
-        };
-        if (sess_hdl != 0) {
-            return with_selector(sess_hdl, dev_tgt, sel_hdl, subscribe);
-        }
-        // A tracker has no session.
+    std::shared_ptr<Registration> replaced;
+    const auto subscribe = [&](Selector& selector) -> pipe_status {
+        replaced = selector.memory_updates.replace(callback, cookie);
+        return VL_MODEL_OK;
+    };
+    // A tracker has no session.
+    const auto subscribe_tracker = [&]() -> pipe_status {
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
         Device* device = find_device(dev_tgt, status);
         return device == nullptr ? status : on_selector(*device, sel_hdl, subscribe);
+    };
+    const auto body = [&]() -> pipe_status {
+        const pipe_status status =
+            sess_hdl != 0 ? with_selector(sess_hdl, dev_tgt, sel_hdl, subscribe) : subscribe_tracker();
+        end(replaced);
+        return status;
     };
     return boundary("pipe_mgr_sel_tbl_register_cb", body, sess_hdl, dev_tgt, sel_hdl, callback, cookie);
 }

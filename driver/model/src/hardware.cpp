@@ -116,7 +116,10 @@ uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
     if (status != VL_MODEL_OK) {
         return status;
     }
-    edit(image);
+    {
+        const WithinCallback within;
+        edit(image);
+    }
     return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
         table.hardware[ent_hdl] = std::move(image);
         return VL_MODEL_OK;

@@ -65,13 +65,23 @@ std::vector<TimeOut> take_time_outs(const Model& m) {
     return time_outs;
 }
 
-// None if an earlier callback removed or renewed the entry.
-Subscriber<pipe_idle_tmo_cb> subscriber_of(const TimeOut& time_out) {
-    const std::lock_guard lock(model().mutex);
-    pipe_status status = VL_MODEL_OK;
-    const Table* table = find_table(time_out.dev_id, time_out.tbl_hdl, status);
-    const bool stands = table != nullptr && table->ageing != nullptr && table->ageing->is_expired(time_out.ent_hdl);
-    return stands ? table->ageing->time_outs : Subscriber<pipe_idle_tmo_cb>{};
+// Tells nobody if an earlier callback removed or renewed the entry.
+void tell(const TimeOut& time_out) {
+    Subscriber<pipe_idle_tmo_cb> subscriber;
+    std::optional<RunningCall> running;
+    {
+        const std::lock_guard lock(model().mutex);
+        pipe_status status = VL_MODEL_OK;
+        const Table* table = find_table(time_out.dev_id, time_out.tbl_hdl, status);
+        if (table == nullptr || table->ageing == nullptr || !table->ageing->is_expired(time_out.ent_hdl)) {
+            return;
+        }
+        subscriber = table->ageing->time_outs;
+        running.emplace(subscriber.registration);
+    }
+    if (*running) {
+        subscriber.callback(time_out.dev_id, time_out.tbl_hdl, time_out.ent_hdl, subscriber.cookie);
+    }
 }
 
 } // namespace
@@ -128,10 +138,14 @@ pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev
 pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_idle_tmo_cb callback, void* cookie) {
     const auto body = [&]() -> pipe_status {
-        return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table&, Ageing& ageing) -> pipe_status {
-            ageing.time_outs = {callback, cookie};
-            return VL_MODEL_OK;
-        });
+        std::shared_ptr<Registration> replaced;
+        const pipe_status status =
+            with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table&, Ageing& ageing) -> pipe_status {
+                replaced = ageing.time_outs.replace(callback, cookie);
+                return VL_MODEL_OK;
+            });
+        end(replaced);
+        return status;
     };
     return boundary("pipe_mgr_idle_register_tmo_cb", body, sess_hdl, dev_id, tbl_hdl, callback, cookie);
 }
@@ -175,6 +189,7 @@ pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev
                 return VL_MODEL_OK;
             });
         if (status == VL_MODEL_OK && callback != nullptr) {
+            const WithinCallback within;
             callback(dev_id, cookie);
         }
         return status;
@@ -225,10 +240,7 @@ uint32_t vl_model_clock_advance(uint32_t milliseconds) {
             time_outs = take_time_outs(m);
         }
         for (const TimeOut& time_out : time_outs) {
-            const Subscriber<pipe_idle_tmo_cb> subscriber = subscriber_of(time_out);
-            if (subscriber.callback != nullptr) {
-                subscriber.callback(time_out.dev_id, time_out.tbl_hdl, time_out.ent_hdl, subscriber.cookie);
-            }
+            tell(time_out);
         }
         return VL_MODEL_OK;
     };

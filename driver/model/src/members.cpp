@@ -33,8 +33,8 @@ pipe_status change_data_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe
         subscriber = table.updates;
         return body(table, mbr_hdl);
     });
-    if (status == VL_MODEL_OK && subscriber.callback != nullptr) {
-        subscriber.callback(sess_hdl, dev_tgt, adt_hdl, mbr_hdl, update, subscriber.cookie);
+    if (status == VL_MODEL_OK) {
+        subscriber.tell(sess_hdl, dev_tgt, adt_hdl, mbr_hdl, update);
     }
     return status;
 }
@@ -125,10 +125,13 @@ pipe_status pipe_mgr_adt_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
 pipe_status pipe_register_adt_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl,
                                         pipe_adt_update_cb callback, void* cookie) {
     const auto body = [&]() -> pipe_status {
-        return with_data_table(sess_hdl, dev_tgt, adt_hdl, [&](DataTable& table) -> pipe_status {
-            table.updates = {callback, cookie};
+        std::shared_ptr<Registration> replaced;
+        const pipe_status status = with_data_table(sess_hdl, dev_tgt, adt_hdl, [&](DataTable& table) -> pipe_status {
+            replaced = table.updates.replace(callback, cookie);
             return VL_MODEL_OK;
         });
+        end(replaced);
+        return status;
     };
     return boundary("pipe_register_adt_update_cb", body, sess_hdl, dev_tgt, adt_hdl, callback, cookie);
 }

@@ -163,6 +163,25 @@ void Table::forget_cells(pipe_ent_hdl ent_hdl) const {
     }
 }
 
+void end_registrations(Device& device) noexcept {
+    for (auto& [tbl_hdl, table] : device.tables) {
+        end(table->updates.registration);
+        if (table->ageing != nullptr) {
+            end(table->ageing->time_outs.registration);
+        }
+    }
+    for (auto& [adt_hdl, table] : device.data_tables) {
+        end(table.updates.registration);
+    }
+    for (auto& [sel_hdl, selector] : device.selectors) {
+        end(selector.updates.registration);
+        end(selector.memory_updates.registration);
+    }
+    for (auto& [digest_hdl, digest] : device.digests) {
+        end(digest.subscriber.registration);
+    }
+}
+
 Device* find_device(Target target, pipe_status& status) {
     const Model& m = model();
     const auto device = m.devices.find(target.dev_id);
@@ -266,25 +285,37 @@ uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t
 
 void vl_model_reset(void) {
     Model& m = model();
+    // Destroyed when no callback looks at their messages any more.
+    decltype(m.devices) devices;
+    decltype(m.clients) clients;
+    std::shared_ptr<Registration> restore_callback;
+    std::shared_ptr<Registration> log_sink;
     {
         const std::lock_guard lock(m.mutex);
         m.sessions.clear();
-        m.devices.clear();
+        devices.swap(m.devices);
         m.placements.remove_all();
-        m.clients.clear();
+        clients.swap(m.clients);
         clear_member_states();
         m.now = 0;
         m.last_member = before_members;
         m.last_group = before_groups;
         m.last_value_set_entry = 0;
         m.last_snapshot = 0;
-        m.restore_callback = nullptr;
+        restore_callback = m.restore_callback.replace(nullptr);
         m.allocations_made = 0;
         m.allocation_faults.clear();
-        m.log_sink = nullptr;
-        m.log_cookie = nullptr;
+        log_sink = m.log_sink.replace(nullptr);
         m.debug_mode = false;
     }
+    for (const auto& [dev_id, device] : devices) {
+        end_registrations(*device);
+    }
+    for (const Client& client : clients) {
+        end(client.registration);
+    }
+    end(restore_callback);
+    end(log_sink);
     reset_watch();
 }
 

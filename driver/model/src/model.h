@@ -21,6 +21,7 @@
 #include <vl_model/observe.h>
 
 #include "ageing.h"
+#include "callbacks.h"
 #include "placement_store.h"
 #include "profile_store.h"
 #include "resources.h"
@@ -111,10 +112,14 @@ struct Device {
 bool add_resources(Device& device, const vl_model_pipeline& pipeline);
 bool add_services(Device& device, const vl_model_pipeline& pipeline);
 
+// Ends the registrations of a device that nobody can find any more.
+void end_registrations(Device& device) noexcept;
+
 struct Client {
     bf_drv_client_hdl handle;
     std::string name;
     bf_drv_client_callbacks callbacks;
+    std::shared_ptr<Registration> registration; // of the callbacks
     uint32_t priority;
 };
 
@@ -137,7 +142,7 @@ struct Model {
     pipe_grp_hdl last_group = before_groups;
     pipe_pvs_ent_hdl last_value_set_entry = 0;
     uint32_t last_snapshot = 0;
-    pipe_adt_sel_restore_cb restore_callback = nullptr; // of the last restore
+    Subscriber<pipe_adt_sel_restore_cb> restore_callback; // of the last restore
 
     bf_drv_client_hdl last_client = 0;
     std::vector<Client> clients; // in the order of registration
@@ -146,8 +151,7 @@ struct Model {
     std::size_t allocations_made = 0;
     std::vector<unsigned> allocation_faults; // calls still to come before each fires
 
-    vl_model_log_sink log_sink = nullptr;
-    void* log_cookie = nullptr;
+    Subscriber<vl_model_log_sink> log_sink;
     bool debug_mode = false;
 };
 

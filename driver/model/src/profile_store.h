@@ -16,16 +16,10 @@
 #include <vl_model/control.h>
 #include <vl_model/observe.h>
 
+#include "callbacks.h"
 #include "table_store.h"
 
 namespace vl_model {
-
-// Who is told of changes. Callbacks run without the mutex, on a copy.
-template <class Callback>
-struct Subscriber {
-    Callback callback = nullptr;
-    void* cookie = nullptr;
-};
 
 // Rows in ascending order of handles, with the walk that TableStore has.
 template <class Row>

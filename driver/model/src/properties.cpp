@@ -52,10 +52,13 @@ pipe_status pipe_mgr_tbl_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 pipe_status pipe_register_mat_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                         pipe_mat_update_cb callback, void* cookie) {
     const auto body = [&]() -> pipe_status {
-        return with_table(sess_hdl, dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-            table.updates = {callback, cookie};
+        std::shared_ptr<Registration> replaced;
+        const pipe_status status = with_table(sess_hdl, dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
+            replaced = table.updates.replace(callback, cookie);
             return VL_MODEL_OK;
         });
+        end(replaced);
+        return status;
     };
     return boundary("pipe_register_mat_update_cb", body, sess_hdl, dev_id, tbl_hdl, callback, cookie);
 }

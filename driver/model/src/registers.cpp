@@ -211,6 +211,7 @@ pipe_status pipe_stful_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tg
     const auto body = [&]() -> pipe_status {
         const pipe_status status = with_register(sess_hdl, dev_tgt, stful_hdl, sync_pipes);
         if (status == VL_MODEL_OK && callback != nullptr) {
+            const WithinCallback within;
             callback(dev_tgt.dev_id, cookie);
         }
         return status;
@@ -224,6 +225,7 @@ pipe_status pipe_stful_direct_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt
     const auto body = [&]() -> pipe_status {
         const pipe_status status = with_direct(sess_hdl, dev_tgt, tbl_hdl, sync);
         if (status == VL_MODEL_OK && callback != nullptr) {
+            const WithinCallback within;
             callback(dev_tgt.dev_id, cookie);
         }
         return status;

@@ -78,14 +78,17 @@ pipe_status pipe_mgr_hitless_ha_restore_virtual_dev_state(uint64_t a1, uint64_t 
         const auto dev_id = static_cast<pipe_dev_id>(a1);
         const auto sess_hdl = static_cast<pipe_sess_hdl>(a2);
         Replay replay(sess_hdl, dev_id);
+        std::shared_ptr<Registration> replaced;
         const pipe_status status = with_device(sess_hdl, dev_id, [&](const Device& device) -> pipe_status {
             for (const auto& [adt_hdl, table] : device.data_tables) {
                 replay.add_data_table(device, adt_hdl, table);
             }
-            model().restore_callback = callback;
+            replaced = model().restore_callback.replace(callback);
             return VL_MODEL_OK;
         });
+        end(replaced);
         if (status == VL_MODEL_OK) {
+            const WithinCallback within;
             for (const vl_model_row& row : replay.rows()) {
                 call(callback, row);
             }
@@ -100,13 +103,15 @@ uint32_t vl_model_replay_row(const vl_model_row* row) {
         return VL_MODEL_INVALID;
     }
     pipe_adt_sel_restore_cb callback = nullptr;
+    std::optional<RunningCall> running;
     {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
-        callback = m.restore_callback;
-    }
-    if (callback == nullptr) {
-        return VL_MODEL_NOT_FOUND;
+        if (m.restore_callback.callback == nullptr) {
+            return VL_MODEL_NOT_FOUND;
+        }
+        callback = m.restore_callback.callback;
+        running.emplace(m.restore_callback.registration);
     }
     call(callback, *row);
     return VL_MODEL_OK;

@@ -15,6 +15,7 @@
 #include <vl_driver/snapshot.h>
 #include <vl_driver/value_sets.h>
 
+#include "callbacks.h"
 #include "profile_store.h"
 
 namespace vl_model {

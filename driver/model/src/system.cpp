@@ -100,11 +100,13 @@ int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
         Model& m = model();
         vl_model_log_sink sink = write_to_stderr;
         void* cookie = nullptr;
+        std::optional<RunningCall> running;
         {
             const std::lock_guard lock(m.mutex);
-            if (m.log_sink != nullptr) {
-                sink = m.log_sink;
-                cookie = m.log_cookie;
+            if (m.log_sink.callback != nullptr) {
+                sink = m.log_sink.callback;
+                cookie = m.log_sink.cookie;
+                running.emplace(m.log_sink.registration);
             }
         }
         sink(module, level, line.c_str(), cookie);
@@ -120,10 +122,13 @@ void vl_model_debug_mode_set(int on) {
 }
 
 void vl_model_log_sink_set(vl_model_log_sink sink, void* cookie) {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    m.log_sink = sink;
-    m.log_cookie = cookie;
+    std::shared_ptr<Registration> replaced;
+    {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        replaced = m.log_sink.replace(sink, cookie);
+    }
+    end(replaced);
 }
 
 namespace vl_model {

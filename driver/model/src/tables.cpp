@@ -103,8 +103,8 @@ pipe_status change_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_
         subscriber = table.updates;
         return body(table, change);
     });
-    if (status == VL_MODEL_OK && change.update != 0 && subscriber.callback != nullptr) {
-        subscriber.callback(sess_hdl, dev_tgt, tbl_hdl, change.ent_hdl, change.update, subscriber.cookie);
+    if (status == VL_MODEL_OK && change.update != 0) {
+        subscriber.tell(sess_hdl, dev_tgt, tbl_hdl, change.ent_hdl, change.update);
     }
     return status;
 }

@@ -27,8 +27,9 @@ struct Watch {
     Hooks hooks;
 
     void update_flag() {
-        watching = recording || !faults.empty() || hooks.entry || hooks.member || hooks.state || hooks.group ||
-                   hooks.placed_entry || hooks.placed_member || hooks.meter || hooks.stateful;
+        watching = recording || !faults.empty() || hooks.entry.callback || hooks.member.callback ||
+                   hooks.state.callback || hooks.group.callback || hooks.placed_entry.callback ||
+                   hooks.placed_member.callback || hooks.meter.callback || hooks.stateful.callback;
     }
 };
 
@@ -110,11 +111,15 @@ void note_status(uint64_t number, uint32_t status) {
 }
 
 template <class Hook>
-static void set_hook(Hook Hooks::*place, Hook&& hook) {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.hooks.*place = std::move(hook);
-    w.update_flag();
+static void set_hook(Subscriber<Hook> Hooks::*place, Hook&& hook) {
+    std::shared_ptr<Registration> replaced;
+    {
+        Watch& w = watch();
+        const std::lock_guard lock(w.mutex);
+        replaced = (w.hooks.*place).replace(std::move(hook));
+        w.update_flag();
+    }
+    end(replaced);
 }
 
 void set_answer_hook(AnswerHook hook) {
@@ -155,14 +160,25 @@ Hooks hooks() {
 }
 
 void reset_watch() {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.faults.clear();
-    w.recording = false;
-    w.first_number += w.calls.size();
-    w.calls.clear();
-    w.hooks = {};
-    w.update_flag();
+    Hooks hooks;
+    {
+        Watch& w = watch();
+        const std::lock_guard lock(w.mutex);
+        w.faults.clear();
+        w.recording = false;
+        w.first_number += w.calls.size();
+        w.calls.clear();
+        hooks = std::exchange(w.hooks, {});
+        w.update_flag();
+    }
+    end(hooks.entry.registration);
+    end(hooks.member.registration);
+    end(hooks.state.registration);
+    end(hooks.group.registration);
+    end(hooks.placed_entry.registration);
+    end(hooks.placed_member.registration);
+    end(hooks.meter.registration);
+    end(hooks.stateful.registration);
 }
 
 void copy_array(Call& call, const uint32_t* handles, std::size_t count) {

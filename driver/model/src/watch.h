@@ -16,20 +16,22 @@
 #include <vl_model/control.h>
 #include <vl_model/observe.h>
 
+#include "callbacks.h"
+
 namespace vl_model {
 
 // True while a fault is armed, calls are recorded or an answer hook is set.
 extern std::atomic<bool> watching;
 
 struct Hooks {
-    AnswerHook entry;
-    MemberAnswerHook member;
-    StateAnswerHook state;
-    GroupAnswerHook group;
-    AnswerHook placed_entry;
-    MemberAnswerHook placed_member;
-    MeterAnswerHook meter;
-    RegisterAnswerHook stateful;
+    Subscriber<AnswerHook> entry;
+    Subscriber<MemberAnswerHook> member;
+    Subscriber<StateAnswerHook> state;
+    Subscriber<GroupAnswerHook> group;
+    Subscriber<AnswerHook> placed_entry;
+    Subscriber<MemberAnswerHook> placed_member;
+    Subscriber<MeterAnswerHook> meter;
+    Subscriber<RegisterAnswerHook> stateful;
 };
 
 // Copies: hooks run without a lock, and may set others.
@@ -37,10 +39,11 @@ Hooks hooks();
 
 // Runs a hook on a successful call's answer. `answer` are what the hook takes.
 template <class Hook, class... Answer>
-void run_hook(pipe_status status, Hook Hooks::*hook, Answer&... answer) {
+void run_hook(pipe_status status, Subscriber<Hook> Hooks::*hook, Answer&... answer) {
     if (status == VL_MODEL_OK && watching.load(std::memory_order_relaxed)) {
-        if (const Hook set = hooks().*hook) {
-            set(answer...);
+        const Subscriber<Hook> set = hooks().*hook;
+        if (const RunningCall running{set.registration}) {
+            set.callback(answer...);
         }
     }
 }

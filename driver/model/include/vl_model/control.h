@@ -4,6 +4,14 @@
  * hardware. All else goes through the driver boundary.
  *
  * The driver knows a pipeline by handles, widths and lengths alone, from the description that comes with a device.
+ *
+ * Callbacks run without a lock, on the thread whose call is their reason. A call that ends a registration returns when
+ * the callback doesn't run any more and will not be called: then the agent may free its cookie. Deregistering ends one,
+ * and so do registering null or another callback, removing the device and vl_model_reset. An agent that makes such a
+ * call must not hold a lock that the callback takes.
+ *
+ * Within any callback of the driver, such a call returns at once. A callback may so end its own registration, and two
+ * never wait for each other; but what has ended may still run on other threads.
  */
 #ifndef VL_MODEL_CONTROL_H
 #define VL_MODEL_CONTROL_H
