@@ -297,7 +297,7 @@ TEST_F(Comparison, InFull) {
     const p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t ones = {0xFF, 0xFFFFFFFF, 12}, none = {0xFF, 0, 12};
     EXPECT_EQ(answer_of("ipv4ShortMaskLpm_match_specs_are_equal", {word(&ones), word(&none)}),
               "mspec ingIpv4_dip differs 0xfff00000 vs 0x0");
-    const p4_pd_velmar_switch_ipv6Host_match_spec_t six = {1, {0x20, 1}}, seven = {1, {0x20, 2}};
+    const p4_pd_velmar_switch_ipv6Host_match_spec_t six = {1, {}, {0x20, 1}}, seven = {1, {}, {0x20, 2}};
     EXPECT_EQ(answer_of("ipv6Host_match_specs_are_equal", {word(&six), word(&seven)}), "mspec ingIpv6_dip differs");
 }
 

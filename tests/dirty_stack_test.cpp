@@ -235,7 +235,7 @@ private:
     Bytes input_ = Bytes(1 << 12);
     std::uint32_t width_ = 8;
     pipe_match_record match_ = {input_.data(), input_.data(), 1, 1, 0, 64, 0};
-    pipe_action_data data_ = {0, 0, input_.data()};
+    pipe_action_data data_ = {0, 0, 0, input_.data()};
     std::array<pipe_stful_element, 4> elements_{};
     pipe_stful_query query_ = {.count = 4, .reserved = 0, .elements = elements_.data()};
 };

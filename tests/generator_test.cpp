@@ -26,6 +26,11 @@ constexpr Table toy_tables[] = {
      .record_order = {"ip_proto", "md_port", "ip_dst"},
      .actions = {{"drop", 0x20000000, Use::entry_or_default}, {"forward", 0x20000001, Use::entry}}},
     {.name = "tail", .handle = 0x1000002, .summary = "Always.", .actions = {{"drop", 0x20000002, Use::default_only}}},
+    {.name = "hosts",
+     .handle = 0x1000003,
+     .summary = "Odd ends.",
+     .key = {{"vrf", "md_vrf", 8}, {"dst", "ip_dst", 128}, {"ttl", "ip_ttl", 8}},
+     .actions = {{"drop", 0x20000003, Use::entry}}},
 };
 
 constexpr Seam toy_seams[] = {{"toys", "Toys.", toy_tables}};
@@ -93,19 +98,24 @@ TEST(Generator, TextsNameEveryExportOnce) {
 
 TEST(Generator, RecordsFollowTheRecordOrder) {
     const Exports exports = name_exports(toy);
-    EXPECT_TRUE(contains(write_seam_header(exports, exports.seams[0]), "typedef struct p4_pd_toy_acl_match_spec {\n"
-                                                                       "    uint8_t ip_proto;\n"
-                                                                       "    uint8_t ip_proto_mask;\n"
-                                                                       "    uint16_t md_port; /* 9 bits */\n"
-                                                                       "    pd_bytes16 ip_dst;\n"
-                                                                       "    pd_bytes16 ip_dst_mask;\n"
-                                                                       "} p4_pd_toy_acl_match_spec_t;\n"));
+    const std::string header = write_seam_header(exports, exports.seams[0]);
+    EXPECT_TRUE(contains(header, "typedef struct p4_pd_toy_acl_match_spec {\n"
+                                 "    uint8_t ip_proto;\n"
+                                 "    uint8_t ip_proto_mask;\n"
+                                 "    uint16_t md_port; /* 9 bits */\n"
+                                 "    pd_bytes16 ip_dst;\n"
+                                 "    pd_bytes16 ip_dst_mask;\n"
+                                 "} p4_pd_toy_acl_match_spec_t;\n"));
+    EXPECT_TRUE(contains(header, "    uint8_t md_vrf;\n"
+                                 "    uint8_t reserved_1[1];\n"
+                                 "    pd_bytes16 ip_dst;\n"
+                                 "    uint8_t ip_ttl;\n"
+                                 "    uint8_t reserved_19[1];\n"
+                                 "} p4_pd_toy_hosts_match_spec_t;\n"));
     const std::string asserts = write_record_asserts(exports);
     EXPECT_TRUE(contains(asserts, "static_assert(offsetof(p4_pd_toy_acl_match_spec_t, ip_dst_mask) == 20 && "));
     EXPECT_TRUE(contains(asserts, "static_assert(sizeof(p4_pd_toy_acl_match_spec_t) == 36);"));
-    EXPECT_TRUE(
-        contains(write_pipeline_description(toy),
-                 "{.handle = 0x1000001, .name = \"acl\", .match = VL_MODEL_TERNARY, .key_bits = 145, .key_len = 19,"));
+    EXPECT_TRUE(contains(write_pipeline_description(toy), "{0x1000001, \"acl\", VL_MODEL_TERNARY, 145, 19, "));
 }
 
 // A catalog with one thing changed; `seams` refers to tables that must outlive it.

@@ -13,7 +13,7 @@
 #include "leaf_switch/traffic.h"
 #include "vl_driver/snapshot.h"
 #include "vl_model/control.h"
-#include "vl_model/observe.h"
+#include "vl_model/observe.hpp"
 #include "vl_model/traffic.h"
 
 namespace {

@@ -17,7 +17,7 @@
 
 #include <vl_driver/driver.h>
 #include <vl_model/control.h>
-#include <vl_model/observe.h>
+#include <vl_model/observe.hpp>
 #include <vl_model/traffic.h>
 
 namespace {
@@ -84,7 +84,7 @@ bf_drv_client_hdl client = 0;
 void add_member(pipe_mbr_hdl* handle) {
     uint8_t data = 0;
     pipe_action_record record{};
-    record.action = {8, 1, &data};
+    record.action = {8, 1, 0, &data};
     EXPECT_EQ(pipe_mgr_adt_ent_add(session, device, members, action, 0, &record, handle, 0), VL_MODEL_OK);
 }
 
@@ -253,7 +253,7 @@ void set_up() {
     const pipe_match_record match = {&bytes[0], &bytes[1], 0, 0, 8, 1, 0};
     pipe_action_record record{};
     record.kind = PIPE_KIND_ACTION_DATA;
-    record.action = {8, 1, &bytes[2]};
+    record.action = {8, 1, 0, &bytes[2]};
     uint32_t entry = 0;
     ASSERT_EQ(pipe_mgr_mat_ent_add(session, device, ageing_table, &match, action, &record, 10, 0, &entry), VL_MODEL_OK);
 }

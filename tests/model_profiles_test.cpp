@@ -10,7 +10,7 @@
 
 #include <vl_driver/driver.h>
 #include <vl_model/control.h>
-#include <vl_model/observe.h>
+#include <vl_model/observe.hpp>
 
 namespace {
 

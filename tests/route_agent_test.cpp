@@ -14,7 +14,7 @@
 #include "route_agent/range_list.h"
 #include "route_agent/route_list.h"
 #include "vl_model/control.h"
-#include "vl_model/observe.h"
+#include "vl_model/observe.hpp"
 
 namespace {
 

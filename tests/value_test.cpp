@@ -44,7 +44,8 @@ TEST_F(Values, EntriesWithAnAction) {
     ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_set_default_action_onMiss(session, target, &entry), 0u);
     EXPECT_EQ(value("ipv4Host", entry), "(((),('onMiss',()),),(0,True))");
 
-    p4_pd_velmar_switch_ipv6Host_match_spec_t host6 = {.l3Info_vrfId = 1, .ingIpv6_dip = {0x20, 0x01, 0x0D, 0xB8}};
+    p4_pd_velmar_switch_ipv6Host_match_spec_t host6 = {
+        .l3Info_vrfId = 1, .reserved_1 = {}, .ingIpv6_dip = {0x20, 0x01, 0x0D, 0xB8}};
     host6.ingIpv6_dip[15] = 1;
     ASSERT_EQ(p4_pd_velmar_switch_ipv6Host_table_add_with_setNextHop(session, target, &host6, &hop, &entry), 0u);
     EXPECT_EQ(value("ipv6Host", entry),

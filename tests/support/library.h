@@ -12,7 +12,7 @@
 #include "catalog/catalog.h"
 #include "catalog/layout.h"
 #include "vl_model/control.h"
-#include "vl_model/observe.h"
+#include "vl_model/observe.hpp"
 #include "vl_pd/velmar_switch.h"
 
 namespace support {

@@ -18,7 +18,7 @@
 #include <vl_driver/tables.h>
 #include <vl_driver/types.h>
 #include <vl_model/control.h>
-#include <vl_model/observe.h>
+#include <vl_model/observe.hpp>
 
 #include "ageing.h"
 #include "callbacks.h"

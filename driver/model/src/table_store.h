@@ -11,7 +11,7 @@
 #include <vector>
 
 #include <vl_driver/types.h>
-#include <vl_model/observe.h>
+#include <vl_model/observe.hpp>
 
 namespace vl_model {
 

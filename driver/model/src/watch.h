@@ -14,7 +14,7 @@
 
 #include <vl_driver/types.h>
 #include <vl_model/control.h>
-#include <vl_model/observe.h>
+#include <vl_model/observe.hpp>
 
 #include "callbacks.h"
 
