@@ -161,7 +161,9 @@ def main():
         rows = [line.rstrip("\n").split("\t") for line in lines]
     layout = {name: tuple(map(int, re.findall(r"\d+", place))) for name, place in rows if place.startswith("offset")}
     size = {name: int(text.split()[1]) for name, text in rows if text.startswith("size")}
-    listed = subprocess.run([list_rows], check=True, capture_output=True, text=True).stdout
+    # A sanitized program has a runtime of its own, beside which the one that this process was given can't stand.
+    environment = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
+    listed = subprocess.run([list_rows], check=True, capture_output=True, text=True, env=environment).stdout
     catalog = [ast.literal_eval(line) for line in listed.splitlines()]
 
     values = {}
