@@ -59,6 +59,7 @@ inline bool initialize(int argc, char** argv) {
                  "--benchmark_min_time=0.04", "--benchmark_display_aggregates_only=true"};
     arguments.insert(arguments.end(), argv + 1, argv + argc);
     std::vector<char*> pointers;
+    pointers.reserve(arguments.size());
     for (std::string& argument : arguments)
         pointers.push_back(argument.data());
     int count = static_cast<int>(pointers.size());

@@ -214,9 +214,7 @@ void copy_record(Call& call, const pipe_action_data& data) {
     if (!copy.data_null) {
         copy.data.assign(data.data, data.data + data.data_len);
     }
-    constexpr std::size_t gap = offsetof(pipe_action_data, data_len) + sizeof(data.data_len);
-    static_assert(offsetof(pipe_action_data, data) - gap == 4);
-    std::memcpy(&copy.reserved[sizeof(pipe_action_record::reserved)], reinterpret_cast<const uint8_t*>(&data) + gap, 4);
+    std::memcpy(&copy.reserved[sizeof(pipe_action_record::reserved)], &data.reserved, sizeof(data.reserved));
 }
 
 void copy_record(Call& call, const pipe_action_record& record) {
