@@ -53,8 +53,15 @@ std::string row_constants(const char* scope, const char* type, const char* look_
                           const std::set<std::string>& names) {
     std::string text = std::string("namespace ") + scope + " {\n";
     for (const std::string& name : names)
-        text += std::string("[[maybe_unused]] constexpr catalog::") + type + " " + name + " = catalog::" + look_up +
-                "(\"" + name + "\");\n";
+        text.append("[[maybe_unused]] constexpr catalog::")
+            .append(type)
+            .append(" ")
+            .append(name)
+            .append(" = catalog::")
+            .append(look_up)
+            .append("(\"")
+            .append(name)
+            .append("\");\n");
     return text + "} // namespace " + scope + "\n";
 }
 

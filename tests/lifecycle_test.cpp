@@ -20,6 +20,7 @@ using vl_model::Call;
 
 std::vector<std::string> names(const std::vector<Call>& calls) {
     std::vector<std::string> names;
+    names.reserve(calls.size());
     for (const Call& call : calls)
         names.push_back(call.function);
     return names;

@@ -7,7 +7,6 @@
 namespace {
 
 using namespace support;
-using vl_model::Call;
 
 class Restore : public ProfileTest {
 protected:

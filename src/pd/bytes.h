@@ -88,7 +88,8 @@ void store_big_endian(Byte* to, std::uint32_t value) {
         std::memcpy(to, &swapped, size);
     } else {
         value = __builtin_bswap32(value) >> (32 - 8 * size);
-        std::memcpy(to, &value, size);
+        // clang-tidy takes the bytes of an empty bit stream, to which nothing is stored, for null.
+        std::memcpy(to, &value, size); // NOLINT(clang-analyzer-core.NonNullParamChecker)
     }
 }
 

@@ -391,6 +391,9 @@ pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id
             }
             return VL_MODEL_OK;
         });
+        if (result != VL_MODEL_OK) {
+            return result;
+        }
         const WithinCallback within;
         for (const pipe_grp_hdl grp_hdl : groups) {
             const pipe_status status = fn(dev_id, grp_hdl, mbr_hdl, cookie);

@@ -111,7 +111,7 @@ void note_status(uint64_t number, uint32_t status) {
 }
 
 template <class Hook>
-static void set_hook(Subscriber<Hook> Hooks::*place, Hook&& hook) {
+static void set_hook(Subscriber<Hook> Hooks::*place, Hook hook) {
     std::shared_ptr<Registration> replaced;
     {
         Watch& w = watch();
