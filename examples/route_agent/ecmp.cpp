@@ -67,7 +67,7 @@ bool paths_equal(EcmpWork& work, std::size_t row, const FoundGroup& found) {
     }
     std::string read;
     for (const auto& [path, member] : found.paths) {
-        read += (read.empty() ? "" : ", ") + to_text(path);
+        read.append(read.empty() ? "" : ", ").append(to_text(path));
     }
     work.members.differs("group " + std::to_string(number_of(row)) + ": meant " + grouped(meant.size()) +
                          " paths, from " + to_text(meant.front()) + " on, read " + read);

@@ -29,8 +29,11 @@ bool read_lines(std::istream& in, const std::string& name, std::ostream& message
     std::size_t number = 0;
     std::size_t bad = 0;
     while (in.getline(room.data(), room.size())) {
-        const std::size_t line_end = in.eof() ? 0 : 1;
-        const std::string_view line(room.data(), static_cast<std::size_t>(in.gcount()) - line_end);
+        std::size_t length = static_cast<std::size_t>(in.gcount());
+        if (length != 0 && !in.eof()) {
+            --length; // the line's end
+        }
+        const std::string_view line(room.data(), length);
         ++number;
         if (const char* const reason = why_no_text(line, number)) {
             messages << name << ':' << number << ": " << reason << '\n';
