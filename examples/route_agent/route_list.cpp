@@ -2,6 +2,7 @@
 // from a list that is bad further down.
 #include "route_agent/route_list.h"
 
+#include <algorithm>
 #include <unordered_map>
 
 #include "route_agent/line_reader.h"
@@ -22,7 +23,7 @@ std::string_view take_word(std::string_view& text) {
 std::string parse_prefix(std::string_view word, Prefix& prefix) {
     const std::size_t slash = word.find('/');
     const std::string_view address_text = word.substr(0, slash);
-    prefix.family = address_text.find(':') == std::string_view::npos ? Family::ipv4 : Family::ipv6;
+    prefix.family = std::ranges::find(address_text, ':') == address_text.end() ? Family::ipv4 : Family::ipv6;
     const std::optional<Address> address = parse_address(prefix.family, address_text);
     if (!address) {
         return quoted(word) + " is no IPv4 or IPv6 prefix";
