@@ -207,6 +207,15 @@ std::vector<Kind> kinds() {
                        vl_model_replay_row(&row);
                    },
                    {restore, reset}});
+    all.push_back({"row of a replay",
+                   [](Cookie* cookie) {
+                       for (pipe_mbr_hdl member = 0; member < 2;) { // of two rows
+                           add_member(&member);
+                       }
+                       without_cookie = cookie;
+                   },
+                   [] { pipe_mgr_hitless_ha_restore_virtual_dev_state(3, session, 0, 0, 0, on_row); },
+                   {restore, reset}});
     all.push_back({"answer hook",
                    [](Cookie* cookie) {
                        vl_model::set_member_answer_hook([cookie](pipe_action_data&, uint32_t&) { run(cookie); });

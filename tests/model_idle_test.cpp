@@ -210,6 +210,22 @@ TEST_F(IdleTest, ACallbackMayRemoveWhatIsStillToBeNamed) {
     EXPECT_EQ(after(50), Handles{entries[2]});
 }
 
+TEST_F(IdleTest, TimeOutsWaitForTheNextCallback) {
+    switch_on(0, 0, 10);
+    const uint32_t first = add(1), second = add(2), third = add(3);
+    const pipe_idle_tmo_cb end_after_one = [](uint32_t, uint32_t, uint32_t entry, void* idle_session) {
+        named().push_back(entry);
+        EXPECT_EQ(pipe_mgr_idle_register_tmo_cb(*static_cast<pipe_sess_hdl*>(idle_session), 3, hosts, nullptr, nullptr),
+                  VL_MODEL_OK);
+    };
+    for (const uint32_t entry : {first, second, third}) {
+        ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, end_after_one, &session), VL_MODEL_OK);
+        EXPECT_EQ(after(10), Handles{entry});
+    }
+    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, end_after_one, &session), VL_MODEL_OK);
+    EXPECT_EQ(after(10), Handles());
+}
+
 TEST_F(IdleTest, HitStatesAreThoseBetweenTwoUpdates) {
     switch_on(0, 0, 0, 0);
     const uint32_t entry = add(1);

@@ -447,7 +447,7 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
     EXPECT_EQ(status_of({"/nonexistent/list"}), 2);
     EXPECT_TRUE(said("/nonexistent/list: can't be opened: No such file or directory"));
     EXPECT_EQ(status_of({"/"}), 2);
-    EXPECT_TRUE(said("/: can't be read"));
+    EXPECT_TRUE(said("/: is a directory"));
     EXPECT_EQ(status_of({"/dev/zero"}), 2);
     EXPECT_TRUE(said("/dev/zero:1: the line is longer than 4096 bytes"));
     for (const char* unprintable : {"/\x1B[2J\n", "-\x1B[2J\n"}) {

@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <optional>
 
@@ -44,6 +45,10 @@ constexpr RangeSource allocations[] = {{"/usr/share/tor/geoip", Family::ipv4}, {
 bool open(std::ifstream& file, const std::string& path, std::ostream& messages) {
     errno = 0;
     file.open(path);
+    if (std::filesystem::is_directory(path)) {
+        messages << printable(path) << ": is a directory\n";
+        return false;
+    }
     if (!file) {
         messages << printable(path) << ": can't be opened: " << std::strerror(errno) << '\n';
     }

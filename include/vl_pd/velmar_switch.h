@@ -32,7 +32,7 @@
  * read_from_hw 8 bits count: if they are all zero, the driver's copy is read and not the hardware.
  *
  * A failed assertion is logged by the driver, and the call goes on as its family says. In the driver's debug mode it
- * stops the process instead. Assertions fail in reads and in decoders of placement data, get_member among them, on a
+ * stops the process instead. Assertions fail in <table>_get_entry, get_member and the decoders of placement data on a
  * driver's answer that can't come from this pipeline; and on a meter_type outside PD_METER_TYPE_... in meter_set_ and
  * in the adds, modifies and set_default_action_ of l2LookupMiss.
  *

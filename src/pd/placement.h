@@ -33,12 +33,8 @@ inline constexpr auto function_name =
 inline constexpr std::size_t key_capacity = [] {
     std::size_t largest = 0;
     for (const catalog::Seam& seam : catalog::seams)
-        for (const catalog::Table& table : seam.tables) {
-            std::size_t bytes = 0;
-            for (const catalog::KeyField& field : table.key)
-                bytes += catalog::whole_bytes(field.bits);
-            largest = std::max(largest, bytes);
-        }
+        for (const catalog::Table& table : seam.tables)
+            largest = std::max<std::size_t>(largest, catalog::key_layout(table).bytes);
     return largest;
 }();
 

@@ -123,10 +123,12 @@ pd_session bring_up(const Library& library, const Arguments& arguments) {
     return session;
 }
 
-// Starting the library has no result: if the driver refuses to register it, it says so and calls abort().
-void tell_failed_start(int) {
+// Starting the library has no result: if the driver refuses to register it, it says so and calls abort(). So does
+// whatever else can't go on while an example is brought up.
+void tell_abort(int) {
     constexpr std::string_view text =
-        "pd-show: the library stopped while it started, as it does if the driver refuses to register it\n";
+        "pd-show: the library or the driver stopped the process, as the library does when "
+        "the driver refuses to register it\n";
     [[maybe_unused]] const ssize_t written = write(STDERR_FILENO, text.data(), text.size());
     _exit(exit_failed);
 }
@@ -142,7 +144,7 @@ Place open_place(const Library& library, const Arguments& arguments) {
     if (!own.there() && !arguments.session)
         throw Problem(exit_bad_usage, "this driver opens no sessions for others; say which by --session");
     pd_session session = arguments.session.value_or(0);
-    std::signal(SIGABRT, tell_failed_start);
+    std::signal(SIGABRT, tell_abort);
     if (example) {
         session = bring_up(library, arguments); // starts the library as well
     } else {

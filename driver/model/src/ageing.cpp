@@ -177,6 +177,12 @@ void Ageing::expire(uint64_t now, std::vector<IdleEntry>& expired) {
     }
 }
 
+void Ageing::take_back(pipe_ent_hdl ent_hdl) {
+    Record& entry = record(ent_hdl);
+    entry.expired = false;
+    enqueue(ent_hdl, entry);
+}
+
 bool Ageing::is_expired(pipe_ent_hdl ent_hdl) const {
     const Record* entry = find(ent_hdl);
     return entry != nullptr && entry->expired;

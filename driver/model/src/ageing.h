@@ -52,6 +52,8 @@ public:
 
     // Appends the entries that have run out of time since the last look and are not told of yet.
     void expire(uint64_t now, std::vector<IdleEntry>& expired);
+    // The entry will expire again at the next look.
+    void take_back(pipe_ent_hdl ent_hdl);
     // False again once the entry's time has started anew.
     bool is_expired(pipe_ent_hdl ent_hdl) const;
 

@@ -139,7 +139,7 @@ uint32_t vl_model_device_remove(uint32_t dev_id) {
     if (const uint32_t status = vl_model_device_state_drop(dev_id)) {
         return status;
     }
-    // Destroyed when no callback looks at its messages any more.
+    // Destroyed at the end: until end() has waited, a callback may look at its messages.
     std::unique_ptr<Device> device;
     {
         Model& m = model();

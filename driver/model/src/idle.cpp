@@ -65,23 +65,26 @@ std::vector<TimeOut> take_time_outs(const Model& m) {
     return time_outs;
 }
 
-// Tells nobody if an earlier callback removed or renewed the entry.
+// Tells nobody if an earlier callback removed or renewed the entry. If the registration has ended meanwhile, the entry
+// waits for the next one.
 void tell(const TimeOut& time_out) {
     Subscriber<pipe_idle_tmo_cb> subscriber;
     std::optional<RunningCall> running;
     {
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
-        const Table* table = find_table(time_out.dev_id, time_out.tbl_hdl, status);
+        Table* table = find_table(time_out.dev_id, time_out.tbl_hdl, status);
         if (table == nullptr || table->ageing == nullptr || !table->ageing->is_expired(time_out.ent_hdl)) {
             return;
         }
         subscriber = table->ageing->time_outs;
         running.emplace(subscriber.registration);
+        if (!*running) {
+            table->ageing->take_back(time_out.ent_hdl);
+            return;
+        }
     }
-    if (*running) {
-        subscriber.callback(time_out.dev_id, time_out.tbl_hdl, time_out.ent_hdl, subscriber.cookie);
-    }
+    subscriber.callback(time_out.dev_id, time_out.tbl_hdl, time_out.ent_hdl, subscriber.cookie);
 }
 
 } // namespace

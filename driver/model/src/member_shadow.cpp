@@ -111,6 +111,10 @@ pipe_status join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hd
         shadow.groups_of[mbr_hdl].add(grp_hdl);
     } catch (...) {
         members.remove(mbr_hdl);
+        if (const auto groups = shadow.groups_of.find(mbr_hdl);
+            groups != shadow.groups_of.end() && groups->second.empty()) {
+            shadow.groups_of.erase(groups);
+        }
         throw;
     }
     return VL_MODEL_OK;

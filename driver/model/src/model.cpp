@@ -285,7 +285,7 @@ uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t
 
 void vl_model_reset(void) {
     Model& m = model();
-    // Destroyed when no callback looks at their messages any more.
+    // Destroyed at the end: until end() has waited, a callback may look at their messages.
     decltype(m.devices) devices;
     decltype(m.clients) clients;
     std::shared_ptr<Registration> restore_callback;

@@ -78,18 +78,22 @@ pipe_status pipe_mgr_hitless_ha_restore_virtual_dev_state(uint64_t a1, uint64_t 
         const auto dev_id = static_cast<pipe_dev_id>(a1);
         const auto sess_hdl = static_cast<pipe_sess_hdl>(a2);
         Replay replay(sess_hdl, dev_id);
-        std::shared_ptr<Registration> replaced;
+        std::shared_ptr<Registration> replaced, own;
         const pipe_status status = with_device(sess_hdl, dev_id, [&](const Device& device) -> pipe_status {
             for (const auto& [adt_hdl, table] : device.data_tables) {
                 replay.add_data_table(device, adt_hdl, table);
             }
             replaced = model().restore_callback.replace(callback);
+            own = model().restore_callback.registration;
             return VL_MODEL_OK;
         });
         end(replaced);
         if (status == VL_MODEL_OK) {
-            const WithinCallback within;
             for (const vl_model_row& row : replay.rows()) {
+                const RunningCall running(own);
+                if (!running) {
+                    break; // it was ended meanwhile
+                }
                 call(callback, row);
             }
         }

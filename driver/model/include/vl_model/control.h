@@ -11,7 +11,8 @@
  * call must not hold a lock that the callback takes.
  *
  * Within any callback of the driver, such a call returns at once. A callback may so end its own registration, and two
- * never wait for each other; but what has ended may still run on other threads.
+ * never wait for each other; but what has ended may still run on other threads, and the messages of a device that is
+ * removed there are gone at once.
  */
 #ifndef VL_MODEL_CONTROL_H
 #define VL_MODEL_CONTROL_H
