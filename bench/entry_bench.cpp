@@ -36,7 +36,7 @@ const std::array<Record<Table>, ring_size>& records() {
 template <class Table, class Add>
 [[gnu::noinline]] void measure_add(benchmark::State& state, Add* add) {
     const auto& ring = records<Table>();
-    std::size_t i = 0;
+    size_t i = 0;
     pd_entry entry = 0;
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(call_add<Table>(add, ring[i], &entry));
@@ -47,7 +47,7 @@ template <class Table, class Add>
 template <class Table, class Find>
 [[gnu::noinline]] void measure_find(benchmark::State& state, Find* find) {
     const auto& ring = records<Table>();
-    std::size_t i = 0;
+    size_t i = 0;
     pd_entry entry = 0;
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(call_find<Table>(find, ring[i], &entry));
@@ -58,7 +58,7 @@ template <class Table, class Find>
 template <class Table, class Read>
 [[gnu::noinline]] void measure_read(benchmark::State& state, Read* read) {
     const auto& ring = answers<Table>();
-    std::size_t i = 0;
+    size_t i = 0;
     Outputs<Table> out;
     for ([[maybe_unused]] auto _ : state) {
         null_driver_answer = &ring[i].driver;

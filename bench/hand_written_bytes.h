@@ -6,10 +6,7 @@
 
 namespace by_hand {
 
-using Byte = std::uint8_t;
-using std::uint16_t;
-using std::uint32_t;
-using std::uint64_t;
+using Byte = uint8_t;
 
 inline void put16(Byte* to, uint16_t value) {
     value = __builtin_bswap16(value);

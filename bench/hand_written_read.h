@@ -63,7 +63,7 @@ struct Resources {
     }
 };
 
-template <std::size_t size>
+template <size_t size>
 inline void tell(const char (&name)[size], uint32_t number, char* action_name, uint32_t* action_id) {
     if (action_name != nullptr) std::memcpy(action_name, name, size);
     if (action_id != nullptr) *action_id = number;

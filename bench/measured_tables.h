@@ -22,7 +22,7 @@ template <class Table>
 struct Record {
     typename Table::MatchSpec match_spec;
     typename Table::ActionSpec action_spec;
-    std::uint32_t priority;
+    uint32_t priority;
 };
 
 // The three functions of one arm, whose types are the same in both.
@@ -62,18 +62,18 @@ void find_symbol(void* library, const char* name, Function*& function) {
 struct Ipv4Host {
     VL_MEASURED_TABLE(ipv4Host, setNextHop);
     using ActionSpec = p4_pd_velmar_switch_setNextHop_action_spec_t;
-    static constexpr std::uint32_t action_hdl = 0x2000006A, first_handle = 0x20000069, last_handle = 0x2000006D;
+    static constexpr uint32_t action_hdl = 0x2000006A, first_handle = 0x20000069, last_handle = 0x2000006D;
     static constexpr unsigned prefix_bits = 0;
-    static constexpr std::uint32_t resource_hdl = 0;
+    static constexpr uint32_t resource_hdl = 0;
 };
 
 struct Ipv6Partition {
     VL_MEASURED_TABLE(ipv6Partition, setIpv6PrtIdxNextHop);
     using ActionSpec = p4_pd_velmar_switch_setIpv6PrtIdxNextHop_action_spec_t;
-    static constexpr std::uint32_t action_hdl = 0x2000008A, first_handle = 0x2000008A, last_handle = 0x2000008E;
+    static constexpr uint32_t action_hdl = 0x2000008A, first_handle = 0x2000008A, last_handle = 0x2000008E;
     static constexpr unsigned prefix_bits = 128;
-    static constexpr std::uint32_t resource_hdl = 0;
-    static void set_prefix_length(MatchSpec& spec, std::uint16_t length) {
+    static constexpr uint32_t resource_hdl = 0;
+    static void set_prefix_length(MatchSpec& spec, uint16_t length) {
         spec.ingIpv6_dip_prefix_length = length;
     }
 };
@@ -81,10 +81,10 @@ struct Ipv6Partition {
 struct Ipv4FinalResolve0 {
     VL_MEASURED_TABLE(ipv4FinalResolve0, setNextHop0First);
     using ActionSpec = p4_pd_velmar_switch_setNextHop0First_action_spec_t;
-    static constexpr std::uint32_t action_hdl = 0x20000085, first_handle = 0x20000085, last_handle = 0x20000089;
+    static constexpr uint32_t action_hdl = 0x20000085, first_handle = 0x20000085, last_handle = 0x20000089;
     static constexpr unsigned prefix_bits = 32;
-    static constexpr std::uint32_t resource_hdl = 0;
-    static void set_prefix_length(MatchSpec& spec, std::uint16_t length) {
+    static constexpr uint32_t resource_hdl = 0;
+    static void set_prefix_length(MatchSpec& spec, uint16_t length) {
         spec.ingIpv4_dip_prefix_length = length;
     }
 };
@@ -92,33 +92,33 @@ struct Ipv4FinalResolve0 {
 struct TrapToCpu {
     VL_MEASURED_TABLE(trapToCpu, copyPacket);
     using ActionSpec = p4_pd_velmar_switch_copyPacket_action_spec_t;
-    static constexpr std::uint32_t action_hdl = 0x200000C5, first_handle = 0x200000C4, last_handle = 0x200000C8;
+    static constexpr uint32_t action_hdl = 0x200000C5, first_handle = 0x200000C4, last_handle = 0x200000C8;
     static constexpr unsigned prefix_bits = 0;
-    static constexpr std::uint32_t resource_hdl = 0x4000004;
+    static constexpr uint32_t resource_hdl = 0x4000004;
 };
 
 struct FinalDropControl {
     VL_MEASURED_TABLE(finalDropControl, dropCountAndMirror);
     using ActionSpec = p4_pd_velmar_switch_dropCountAndMirror_action_spec_t;
-    static constexpr std::uint32_t action_hdl = 0x20000109, first_handle = 0x20000104, last_handle = 0x2000010B;
+    static constexpr uint32_t action_hdl = 0x20000109, first_handle = 0x20000104, last_handle = 0x2000010B;
     static constexpr unsigned prefix_bits = 0;
-    static constexpr std::uint32_t resource_hdl = 0x4000007;
+    static constexpr uint32_t resource_hdl = 0x4000007;
 };
 
 struct FlowWatchlist {
     VL_MEASURED_TABLE(flowWatchlist, intPermit);
     using ActionSpec = NoSpec;
-    static constexpr std::uint32_t action_hdl = 0x200000F1, first_handle = 0x200000F1, last_handle = 0x200000F2;
+    static constexpr uint32_t action_hdl = 0x200000F1, first_handle = 0x200000F1, last_handle = 0x200000F2;
     static constexpr unsigned prefix_bits = 0;
-    static constexpr std::uint32_t resource_hdl = 0;
+    static constexpr uint32_t resource_hdl = 0;
 };
 
 struct MirrorPacketEncap {
     VL_MEASURED_TABLE(mirrorPacketEncap, setMirrorPacketEncapIntIpv4);
     using ActionSpec = p4_pd_velmar_switch_setMirrorPacketEncapIntIpv4_action_spec_t;
-    static constexpr std::uint32_t action_hdl = 0x20000159, first_handle = 0x20000156, last_handle = 0x2000015A;
+    static constexpr uint32_t action_hdl = 0x20000159, first_handle = 0x20000156, last_handle = 0x2000015A;
     static constexpr unsigned prefix_bits = 0;
-    static constexpr std::uint32_t resource_hdl = 0x6000008;
+    static constexpr uint32_t resource_hdl = 0x6000008;
 };
 
 #undef VL_MEASURED_TABLE
@@ -143,7 +143,7 @@ template <class Table, class Add>
 pd_status call_add(Add* add, const Record<Table>& record, pd_entry* entry) {
     using Spec = const typename Table::ActionSpec*;
     using Match = const typename Table::MatchSpec*;
-    if constexpr (std::is_invocable_v<Add*, pd_session, pd_dev_tgt, Match, std::uint32_t, Spec, pd_entry*>)
+    if constexpr (std::is_invocable_v<Add*, pd_session, pd_dev_tgt, Match, uint32_t, Spec, pd_entry*>)
         return add(session, target, &record.match_spec, record.priority, &record.action_spec, entry);
     else if constexpr (std::is_invocable_v<Add*, pd_session, pd_dev_tgt, Match, Spec, pd_entry*>)
         return add(session, target, &record.match_spec, &record.action_spec, entry);
@@ -153,7 +153,7 @@ pd_status call_add(Add* add, const Record<Table>& record, pd_entry* entry) {
 
 template <class Table, class Find>
 pd_status call_find(Find* find, const Record<Table>& record, pd_entry* entry) {
-    if constexpr (std::is_invocable_v<Find*, pd_session, pd_dev_tgt, const typename Table::MatchSpec*, std::uint32_t,
+    if constexpr (std::is_invocable_v<Find*, pd_session, pd_dev_tgt, const typename Table::MatchSpec*, uint32_t,
                                       pd_entry*>)
         return find(session, target, &record.match_spec, record.priority, entry);
     else
@@ -164,19 +164,19 @@ pd_status call_find(Find* find, const Record<Table>& record, pd_entry* entry) {
 template <class Table>
 struct Outputs {
     typename Table::MatchSpec match_spec;
-    std::uint32_t priority;
+    uint32_t priority;
     char action_name[64];
-    alignas(8) std::uint8_t action_spec[64];
-    std::uint32_t action_id;
-    std::uint8_t is_default;
+    alignas(8) uint8_t action_spec[64];
+    uint32_t action_id;
+    uint8_t is_default;
 };
 
 template <class Table, class Read>
 pd_status call_read(Read* read, Outputs<Table>& out, bool with_name = true, bool with_id = true) {
     char* const name = with_name ? out.action_name : nullptr;
-    std::uint32_t* const id = with_id ? &out.action_id : nullptr;
-    if constexpr (std::is_invocable_v<Read*, pd_session, pd_device, pd_entry, std::uint32_t, typename Table::MatchSpec*,
-                                      std::uint32_t*, char*, void*, std::uint32_t*, std::uint8_t*>)
+    uint32_t* const id = with_id ? &out.action_id : nullptr;
+    if constexpr (std::is_invocable_v<Read*, pd_session, pd_device, pd_entry, uint32_t, typename Table::MatchSpec*,
+                                      uint32_t*, char*, void*, uint32_t*, uint8_t*>)
         return read(session, target.dev_id, 1, 0, &out.match_spec, &out.priority, name, out.action_spec, id,
                     &out.is_default);
     else
@@ -185,9 +185,9 @@ pd_status call_read(Read* read, Outputs<Table>& out, bool with_name = true, bool
 
 using Random = std::mt19937;
 
-inline void fill(Random& random, void* memory, std::size_t size) {
-    for (std::size_t i = 0; i < size; ++i)
-        static_cast<std::uint8_t*>(memory)[i] = static_cast<std::uint8_t>(random());
+inline void fill(Random& random, void* memory, size_t size) {
+    for (size_t i = 0; i < size; ++i)
+        static_cast<uint8_t*>(memory)[i] = static_cast<uint8_t>(random());
 }
 
 // Every byte is random, padding included. A prefix length seldom lies beyond its field.
@@ -196,15 +196,15 @@ Record<Table> random_record(Random& random) {
     Record<Table> record;
     fill(random, &record, sizeof record);
     if constexpr (Table::prefix_bits != 0)
-        Table::set_prefix_length(record.match_spec, static_cast<std::uint16_t>(random() % (Table::prefix_bits + 3)));
+        Table::set_prefix_length(record.match_spec, static_cast<uint16_t>(random() % (Table::prefix_bits + 3)));
     return record;
 }
 
 // An answer of the driver, with the buffers that it names.
 struct Answer {
-    std::uint8_t key[48];
-    std::uint8_t mask[48];
-    std::uint8_t data[32];
+    uint8_t key[48];
+    uint8_t mask[48];
+    uint8_t data[32];
     NullDriverAnswer driver;
 
     Answer() = default;
@@ -219,14 +219,14 @@ void randomize(Random& random, Answer& answer) {
     fill(random, answer.data, sizeof answer.data);
     if constexpr (Table::prefix_bits != 0) {
         // A random last byte alone would hardly vary the prefix length.
-        const std::size_t zeros = random() % (Table::prefix_bits / 8 + 1);
-        constexpr std::size_t key_len = Table::prefix_bits == 32 ? 6 : 17;
+        const size_t zeros = random() % (Table::prefix_bits / 8 + 1);
+        constexpr size_t key_len = Table::prefix_bits == 32 ? 6 : 17;
         std::memset(answer.mask + key_len - zeros, 0, zeros);
     }
     answer.driver = {.match = {.key_bytes = answer.key,
                                .mask_bytes = answer.mask,
-                               .partition_index = static_cast<std::uint32_t>(random()),
-                               .priority = static_cast<std::uint32_t>(random()),
+                               .partition_index = static_cast<uint32_t>(random()),
+                               .priority = static_cast<uint32_t>(random()),
                                .key_bits = 0,
                                .key_len = 0,
                                .reserved = 0},
@@ -237,12 +237,12 @@ void randomize(Random& random, Answer& answer) {
                      .resource_count = Table::resource_hdl != 0,
                      .slot = {}};
     answer.driver.slot.resource_hdl = Table::resource_hdl;
-    answer.driver.slot.index = static_cast<std::uint32_t>(random());
+    answer.driver.slot.index = static_cast<uint32_t>(random());
     answer.driver.slot.tag = PIPE_SLOT_ATTACHED;
 }
 
 // Records and answers vary from one iteration to the next, and are few enough to stay in the first cache.
-inline constexpr std::size_t ring_size = 64;
+inline constexpr size_t ring_size = 64;
 
 template <class Table>
 const std::array<Answer, ring_size>& answers() {

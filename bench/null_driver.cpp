@@ -14,8 +14,8 @@ constexpr pipe_ent_hdl some_entry = 1;
 
 // One list at a time, of the most slots that a record can tell of. Nobody reads what they haven't written, so it isn't
 // cleared.
-constexpr std::size_t list_size = 255 * 8;
-alignas(16) std::uint8_t list[list_size];
+constexpr size_t list_size = 255 * 8;
+alignas(16) uint8_t list[list_size];
 
 } // namespace
 

@@ -9,10 +9,10 @@
 struct NullDriverAnswer {
     pipe_match_record match;
     pipe_act_hdl act_hdl;
-    std::uint16_t data_len;
-    const std::uint8_t* data;
-    std::uint8_t kind;
-    std::uint8_t resource_count;
+    uint16_t data_len;
+    const uint8_t* data;
+    uint8_t kind;
+    uint8_t resource_count;
     pipe_resource_slot slot;
 };
 
@@ -24,8 +24,8 @@ struct NullDriverCall {
     const pipe_match_record* match;
     pipe_act_hdl act_hdl;
     const pipe_action_record* action;
-    std::uint32_t ttl;
-    std::uint32_t flags;
+    uint32_t ttl;
+    uint32_t flags;
 };
 
 #pragma GCC visibility push(default)

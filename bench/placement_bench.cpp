@@ -24,14 +24,14 @@ namespace {
 
 constexpr pd_device device = 0;
 constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = PD_ALL_PIPES, .reserved = 0};
-constexpr std::size_t ring_size = 64;
+constexpr size_t ring_size = 64;
 
 pd_session session;
 
 struct Host {
     static constexpr const char* name = "ipv4Host, 2 fields";
-    static constexpr std::uint32_t handle = 0x1000023;
-    static constexpr std::uint16_t key_len = 5;
+    static constexpr uint32_t handle = 0x1000023;
+    static constexpr uint16_t key_len = 5;
     static constexpr bool has_resource = false;
     static constexpr auto* fetch = p4_pd_velmar_switch_ipv4Host_get_plcmt_data;
     static constexpr auto* compare = p4_pd_velmar_switch_ipv4Host_plcmt_data_eq_to_hw;
@@ -45,8 +45,8 @@ struct Host {
 
 struct Trap {
     static constexpr const char* name = "trapToCpu, 20 fields";
-    static constexpr std::uint32_t handle = 0x1000040;
-    static constexpr std::uint16_t key_len = 44;
+    static constexpr uint32_t handle = 0x1000040;
+    static constexpr uint16_t key_len = 44;
     static constexpr bool has_resource = true; // a counter
     static constexpr auto* fetch = p4_pd_velmar_switch_trapToCpu_get_plcmt_data;
     static constexpr auto* compare = p4_pd_velmar_switch_trapToCpu_plcmt_data_eq_to_hw;
@@ -69,9 +69,9 @@ const std::array<Placed, ring_size>& ring() {
     static const auto entries = [] {
         std::mt19937 random;
         const auto fill = [&](auto& record) {
-            std::uint8_t bytes[sizeof record];
-            for (std::uint8_t& byte : bytes)
-                byte = static_cast<std::uint8_t>(random());
+            uint8_t bytes[sizeof record];
+            for (uint8_t& byte : bytes)
+                byte = static_cast<uint8_t>(random());
             std::memcpy(&record, bytes, sizeof record);
         };
         std::array<Placed, ring_size> made;
@@ -91,7 +91,7 @@ const std::array<Placed, ring_size>& ring() {
 
 // A driver's answer in buffers that are ready for the next one.
 struct Reading {
-    std::uint8_t key[48]{}, mask[48]{}, data[32]{};
+    uint8_t key[48]{}, mask[48]{}, data[32]{};
     pipe_match_record match{};
     pipe_action_record action{};
     pipe_act_hdl action_hdl = 0;
@@ -153,7 +153,7 @@ bool lists(const Placed&) {
 using Arm = bool(const Placed& placed);
 
 [[gnu::noinline]] void measure(benchmark::State& state, Arm* arm, const std::array<Placed, ring_size>& entries) {
-    std::size_t i = 0;
+    size_t i = 0;
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(arm(entries[i]));
         benchmark::ClobberMemory();

@@ -12,7 +12,7 @@ namespace bench {
 // A call that reached the driver as one string of bytes, with the buffers in place of the pointers to them.
 inline std::string observed;
 
-inline void append(const void* memory, std::size_t size) {
+inline void append(const void* memory, size_t size) {
     observed.append(static_cast<const char*>(memory), size);
 }
 
@@ -69,13 +69,13 @@ std::string effect_of_read(const Arm& arm, bool with_name, bool with_id) {
 template <class Table>
 bool same_reads(Random& random) {
     Answer answer;
-    for (std::uint32_t act_hdl = Table::first_handle; act_hdl <= Table::last_handle + 1; ++act_hdl)
+    for (uint32_t act_hdl = Table::first_handle; act_hdl <= Table::last_handle + 1; ++act_hdl)
         for (int i = 0; i < 200; ++i) {
             randomize<Table>(random, answer);
             answer.driver.act_hdl = act_hdl;
             if (i % 16 == 1) answer.driver.match.key_bytes = nullptr;
             if (i % 16 == 2) answer.driver.kind = PIPE_KIND_MEMBER;
-            if (i % 16 == 3) answer.driver.resource_count = static_cast<std::uint8_t>(random());
+            if (i % 16 == 3) answer.driver.resource_count = static_cast<uint8_t>(random());
             if (i % 16 == 4) answer.driver.slot.tag = PIPE_SLOT_DETACHED;
             null_driver_answer = &answer.driver;
             const bool with_name = i % 8 != 5;

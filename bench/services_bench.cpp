@@ -21,36 +21,35 @@ constexpr pd_device device = 0;
 constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = PD_ALL_PIPES, .reserved = 0};
 
 // Two IPv4 addresses, protocol and two ports.
-constexpr std::array<std::uint32_t, 5> widths = {32, 32, 8, 16, 16};
+constexpr std::array<uint32_t, 5> widths = {32, 32, 8, 16, 16};
 
 // The same behind three bits, so that no field stands on a byte boundary.
-constexpr std::array<std::uint32_t, 6> odd_widths = {32, 32, 8, 16, 16, 3};
+constexpr std::array<uint32_t, 6> odd_widths = {32, 32, 8, 16, 16, 3};
 
-template <std::size_t count>
+template <size_t count>
 std::array<pd_hash_attribute, count> some_fields() {
     std::array<pd_hash_attribute, count> fields{};
-    for (std::size_t i = 0; i < count; ++i)
+    for (size_t i = 0; i < count; ++i)
         fields[i].attr_value = 0x5A5A5A5Au >> (7 * i % 32) & 7;
     return fields;
 }
 
-using Predict = pd_status (*)(std::uint32_t count, pd_hash_attribute* fields, const std::uint32_t* field_widths,
-                              std::uint8_t* hash, std::uint32_t hash_len);
+using Predict = pd_status (*)(uint32_t count, pd_hash_attribute* fields, const uint32_t* field_widths, uint8_t* hash,
+                              uint32_t hash_len);
 
-pd_status predict_by_library(std::uint32_t count, pd_hash_attribute* fields, const std::uint32_t* field_widths,
-                             std::uint8_t* hash, std::uint32_t hash_len) {
+pd_status predict_by_library(uint32_t count, pd_hash_attribute* fields, const uint32_t* field_widths, uint8_t* hash,
+                             uint32_t hash_len) {
     return p4_pd_velmar_switch_hash_calc_hashOuterIpAndL4Hdr_calculate_hash_value(session, device, count, fields,
                                                                                   field_widths, hash, hash_len);
 }
 
 template <class Pack>
-pd_status predict_by_hand(std::uint32_t count, const std::uint32_t* field_widths, std::uint8_t* hash,
-                          std::uint32_t hash_len, Pack pack) {
-    std::uint32_t bits = 0;
-    for (std::uint32_t i = 0; i < count; ++i)
+pd_status predict_by_hand(uint32_t count, const uint32_t* field_widths, uint8_t* hash, uint32_t hash_len, Pack pack) {
+    uint32_t bits = 0;
+    for (uint32_t i = 0; i < count; ++i)
         bits += field_widths[i];
-    const std::uint32_t length = (bits + 7) / 8;
-    auto* const stream = static_cast<std::uint8_t*>(bf_sys_calloc(length, 1));
+    const uint32_t length = (bits + 7) / 8;
+    auto* const stream = static_cast<uint8_t*>(bf_sys_calloc(length, 1));
     pack(stream, length * 8 - bits);
     const pd_status status =
         pipe_mgr_hash_calc_calculate_hash_value(session, device, 0x8000009, stream, length, hash, hash_len);
@@ -58,80 +57,79 @@ pd_status predict_by_hand(std::uint32_t count, const std::uint32_t* field_widths
     return status;
 }
 
-pd_status predict_bit_by_bit(std::uint32_t count, pd_hash_attribute* fields, const std::uint32_t* field_widths,
-                             std::uint8_t* hash, std::uint32_t hash_len) {
-    return predict_by_hand(count, field_widths, hash, hash_len, [=](std::uint8_t* stream, std::uint32_t at) {
-        for (std::uint32_t i = 0; i < count; ++i)
-            for (std::uint32_t bit = field_widths[i]; bit-- > 0; ++at)
-                if ((fields[i].attr_value >> bit & 1) != 0) stream[at / 8] |= static_cast<std::uint8_t>(0x80 >> at % 8);
+pd_status predict_bit_by_bit(uint32_t count, pd_hash_attribute* fields, const uint32_t* field_widths, uint8_t* hash,
+                             uint32_t hash_len) {
+    return predict_by_hand(count, field_widths, hash, hash_len, [=](uint8_t* stream, uint32_t at) {
+        for (uint32_t i = 0; i < count; ++i)
+            for (uint32_t bit = field_widths[i]; bit-- > 0; ++at)
+                if ((fields[i].attr_value >> bit & 1) != 0) stream[at / 8] |= static_cast<uint8_t>(0x80 >> at % 8);
     });
 }
 
 // What the others have in common: memory of that size and the driver's call.
-pd_status predict_nothing(std::uint32_t count, pd_hash_attribute*, const std::uint32_t* field_widths,
-                          std::uint8_t* hash, std::uint32_t hash_len) {
-    return predict_by_hand(count, field_widths, hash, hash_len, [](std::uint8_t*, std::uint32_t) {});
+pd_status predict_nothing(uint32_t count, pd_hash_attribute*, const uint32_t* field_widths, uint8_t* hash,
+                          uint32_t hash_len) {
+    return predict_by_hand(count, field_widths, hash, hash_len, [](uint8_t*, uint32_t) {});
 }
 
-template <std::size_t count>
-void measure_prediction(benchmark::State& state, Predict predict,
-                        const std::array<std::uint32_t, count>& field_widths) {
+template <size_t count>
+void measure_prediction(benchmark::State& state, Predict predict, const std::array<uint32_t, count>& field_widths) {
     auto fields = some_fields<count>();
-    std::uint8_t hash[4];
+    uint8_t hash[4];
     for ([[maybe_unused]] auto _ : state) {
         ++fields[0].attr_value;
         benchmark::DoNotOptimize(predict(count, fields.data(), field_widths.data(), hash, sizeof hash));
     }
 }
 
-template <std::size_t count>
-bool same_streams(const std::array<std::uint32_t, count>& field_widths) {
+template <size_t count>
+bool same_streams(const std::array<uint32_t, count>& field_widths) {
     auto fields = some_fields<count>();
-    std::array<std::uint8_t, 16> by_library{};
-    std::array<std::uint8_t, 16> bit_by_bit{};
+    std::array<uint8_t, 16> by_library{};
+    std::array<uint8_t, 16> bit_by_bit{};
     predict_by_library(count, fields.data(), field_widths.data(), by_library.data(), by_library.size());
     predict_bit_by_bit(count, fields.data(), field_widths.data(), bit_by_bit.data(), bit_by_bit.size());
     return by_library == bit_by_bit;
 }
 
-constexpr std::int32_t cells = 1024;
-constexpr std::uint32_t values_per_cell = 4;
+constexpr int32_t cells = 1024;
+constexpr uint32_t values_per_cell = 4;
 
 struct RangeOutputs {
-    std::uint32_t cells_read = 0;
-    std::uint32_t value_count = 0;
-    std::array<std::uint32_t, cells * values_per_cell> values{};
+    uint32_t cells_read = 0;
+    uint32_t value_count = 0;
+    std::array<uint32_t, cells * values_per_cell> values{};
 
     bool operator==(const RangeOutputs&) const = default;
 };
 
-using ReadRange = pd_status (*)(std::uint32_t flags, RangeOutputs& out);
+using ReadRange = pd_status (*)(uint32_t flags, RangeOutputs& out);
 
-pd_status read_range_by_library(std::uint32_t flags, RangeOutputs& out) {
+pd_status read_range_by_library(uint32_t flags, RangeOutputs& out) {
     return p4_pd_velmar_switch_register_range_read_seqNumber(session, target, 0, cells, flags, &out.cells_read,
                                                              out.values.data(), &out.value_count);
 }
 
 // One register of 32-bit words and no other.
-pd_status read_range_by_hand(std::uint32_t flags, RangeOutputs& out) {
-    constexpr std::uint32_t seq_number = 0x6000008;
+pd_status read_range_by_hand(uint32_t flags, RangeOutputs& out) {
+    constexpr uint32_t seq_number = 0x6000008;
     constexpr pipe_dev_tgt all_pipes = {device, PIPE_ALL_PIPES, 0};
-    std::int32_t size = 0;
+    int32_t size = 0;
     pd_status status = pipe_stful_query_get_sizes(session, all_pipes, seq_number, &size);
     if (status != PD_STATUS_OK) return status;
-    const auto per_cell = static_cast<std::uint32_t>(size);
+    const auto per_cell = static_cast<uint32_t>(size);
     auto* const queries = static_cast<pipe_stful_query*>(bf_sys_calloc(cells, sizeof(pipe_stful_query)));
     auto* const elements =
         static_cast<pipe_stful_element*>(bf_sys_calloc(cells * per_cell, sizeof(pipe_stful_element)));
-    for (std::uint32_t i = 0; i < cells; ++i)
+    for (uint32_t i = 0; i < cells; ++i)
         queries[i] = {.count = per_cell, .reserved = 0, .elements = elements + i * per_cell};
     status = pipe_stful_ent_query_range(session, all_pipes, seq_number, 0, cells, queries, &out.cells_read, flags & 1);
     if (status == PD_STATUS_OK) {
-        std::uint32_t* to = out.values.data();
-        for (std::uint32_t i = 0; i < out.cells_read; ++i)
-            for (std::uint32_t j = 0; j < queries[i].count; ++j)
+        uint32_t* to = out.values.data();
+        for (uint32_t i = 0; i < out.cells_read; ++i)
+            for (uint32_t j = 0; j < queries[i].count; ++j)
                 std::memcpy(to++, queries[i].elements[j].bytes, sizeof *to);
-        out.value_count = static_cast<std::uint32_t>(to - out.values.data());
+        out.value_count = static_cast<uint32_t>(to - out.values.data());
     }
     bf_sys_free(elements);
     bf_sys_free(queries);

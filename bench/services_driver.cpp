@@ -12,22 +12,21 @@
 namespace {
 
 // Two lists at a time, as large as the benchmark wants them.
-constexpr std::size_t list_size = 1 << 17;
-alignas(16) std::uint8_t lists[2][list_size];
+constexpr size_t list_size = 1 << 17;
+alignas(16) uint8_t lists[2][list_size];
 unsigned next_list;
 
 } // namespace
 
-void* bf_sys_calloc(std::size_t count, std::size_t size) {
-    std::uint8_t* const list = lists[next_list++ % 2];
+void* bf_sys_calloc(size_t count, size_t size) {
+    uint8_t* const list = lists[next_list++ % 2];
     return count * size <= list_size ? std::memset(list, 0, count * size) : nullptr;
 }
 
 void bf_sys_free(void*) {}
 
-pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl, pipe_dev_id, pipe_hash_hdl,
-                                                    const std::uint8_t* stream, std::uint32_t stream_len,
-                                                    std::uint8_t* hash, std::uint32_t hash_len) {
+pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl, pipe_dev_id, pipe_hash_hdl, const uint8_t* stream,
+                                                    uint32_t stream_len, uint8_t* hash, uint32_t hash_len) {
     if (hash_len < stream_len)
         *hash = *stream;
     else
@@ -35,22 +34,22 @@ pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl, pipe_dev_id, 
     return 0;
 }
 
-pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, std::int32_t* size) {
+pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, int32_t* size) {
     *size = 4;
     return 0;
 }
 
-pipe_status pipe_stful_ent_query_range(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, std::uint32_t, std::int32_t count,
-                                       pipe_stful_query* queries, std::uint32_t* cells_read, std::uint32_t from_hw) {
+pipe_status pipe_stful_ent_query_range(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, uint32_t, int32_t count,
+                                       pipe_stful_query* queries, uint32_t* cells_read, uint32_t from_hw) {
     if (from_hw != 0)
-        for (std::int32_t i = 0; i < count; ++i) {
+        for (int32_t i = 0; i < count; ++i) {
             queries[i].count -= i % 3 == 0;
-            for (std::uint32_t j = 0; j < queries[i].count; ++j) {
-                const std::uint32_t value = static_cast<std::uint32_t>(i) * 0x10001 + j;
+            for (uint32_t j = 0; j < queries[i].count; ++j) {
+                const uint32_t value = static_cast<uint32_t>(i) * 0x10001 + j;
                 std::memcpy(queries[i].elements[j].bytes, &value, sizeof value);
             }
         }
-    *cells_read = static_cast<std::uint32_t>(count);
+    *cells_read = static_cast<uint32_t>(count);
     return 0;
 }
 

@@ -20,7 +20,7 @@ namespace {
 using vl_pd::Column;
 using vl_pd::columns;
 
-constexpr std::size_t buffer_size = 4096;
+constexpr size_t buffer_size = 4096;
 
 int dev_null() {
     static const int fd = open("/dev/null", O_WRONLY);
@@ -33,13 +33,13 @@ template <catalog::TableRef T>
 char* plain_match_value(char* out, const void* record) {
     out += std::sprintf(out, "( ");
     for (const Column& column : columns<T>) {
-        const auto* const from = static_cast<const std::uint8_t*>(record) + column.record_offset;
+        const auto* const from = static_cast<const uint8_t*>(record) + column.record_offset;
         if (column.wide()) {
             out += std::snprintf(out, 64, "0x%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X,",
                                  from[0], from[1], from[2], from[3], from[4], from[5], from[6], from[7], from[8],
                                  from[9], from[10], from[11], from[12], from[13], from[14], from[15]);
         } else {
-            const std::uint32_t value = vl_pd::load_word(static_cast<const std::uint8_t*>(record), column);
+            const uint32_t value = vl_pd::load_word(static_cast<const uint8_t*>(record), column);
             out += std::snprintf(out, 64, "0x%0*x,", static_cast<int>(column.digits), value & column.word_mask());
         }
     }
@@ -84,64 +84,64 @@ const std::array<typename Table::MatchSpec, ring_size>& records() {
     return ring;
 }
 
-int library_match_value(std::size_t i, char* buffer) {
+int library_match_value(size_t i, char* buffer) {
     return p4_pd_velmar_switch_trapToCpu_match_spec_value(&records<TrapToCpu>()[i], buffer);
 }
 
-int plain_trap_match_value(std::size_t i, char* buffer) {
+int plain_trap_match_value(size_t i, char* buffer) {
     return static_cast<int>(plain_match_value<catalog::table("trapToCpu")>(buffer, &records<TrapToCpu>()[i]) - buffer);
 }
 
 template <class Table, class Value>
-int library_entry_value(Value* value, std::size_t i, char* buffer) {
+int library_entry_value(Value* value, size_t i, char* buffer) {
     null_driver_answer = &answers<Table>()[i].driver;
     return value(session, target.dev_id, 1, 0, buffer);
 }
 
-int library_trap_value(std::size_t i, char* buffer) {
+int library_trap_value(size_t i, char* buffer) {
     return library_entry_value<TrapToCpu>(p4_pd_velmar_switch_trapToCpu_value, i, buffer);
 }
 
-int library_host_value(std::size_t i, char* buffer) {
+int library_host_value(size_t i, char* buffer) {
     return library_entry_value<Ipv4Host>(p4_pd_velmar_switch_ipv4Host_value, i, buffer);
 }
 
-int plain_trap_value(std::size_t i, char* buffer) {
+int plain_trap_value(size_t i, char* buffer) {
     null_driver_answer = &answers<TrapToCpu>()[i].driver;
     return plain_entry_value<TrapToCpu, catalog::table("trapToCpu")>(buffer);
 }
 
-int plain_host_value(std::size_t i, char* buffer) {
+int plain_host_value(size_t i, char* buffer) {
     null_driver_answer = &answers<Ipv4Host>()[i].driver;
     return plain_entry_value<Ipv4Host, catalog::table("ipv4Host")>(buffer);
 }
 
-int library_schema(std::size_t, char* buffer) {
+int library_schema(size_t, char* buffer) {
     return p4_pd_velmar_switch_finalDropControl_schema(buffer);
 }
 
-int plain_schema(std::size_t, char* buffer) {
+int plain_schema(size_t, char* buffer) {
     static const std::string schema = [] {
         char text[buffer_size];
         const int length = p4_pd_velmar_switch_finalDropControl_schema(text);
-        return std::string(text, static_cast<std::size_t>(length));
+        return std::string(text, static_cast<size_t>(length));
     }();
     std::memcpy(buffer, schema.data(), schema.size() + 1);
     return static_cast<int>(schema.size());
 }
 
-int library_print(std::size_t i, char* buffer) {
+int library_print(size_t i, char* buffer) {
     *buffer = 0;
     return p4_pd_velmar_switch_trapToCpu_match_spec_print(dev_null(), 2, &records<TrapToCpu>()[i]);
 }
 
 // All lines in one buffer and one write: what printing would cost without a write for each line.
-int plain_print(std::size_t i, char* buffer) {
-    const auto* const record = reinterpret_cast<const std::uint8_t*>(&records<TrapToCpu>()[i]);
+int plain_print(size_t i, char* buffer) {
+    const auto* const record = reinterpret_cast<const uint8_t*>(&records<TrapToCpu>()[i]);
     char* out = buffer + std::sprintf(buffer, "%*sp4_pd_velmar_switch_trapToCpu_match_spec_t:\n", 2, "");
     int last = 0;
     for (const Column& column : columns<catalog::table("trapToCpu")>) {
-        const std::uint8_t* const from = record + column.record_offset;
+        const uint8_t* const from = record + column.record_offset;
         last =
             column.wide()
                 ? std::snprintf(
@@ -152,12 +152,12 @@ int plain_print(std::size_t i, char* buffer) {
                                 static_cast<int>(column.digits), vl_pd::load_word(record, column) & column.word_mask());
         out += last;
     }
-    const ssize_t written = write(dev_null(), buffer, static_cast<std::size_t>(out - buffer));
+    const ssize_t written = write(dev_null(), buffer, static_cast<size_t>(out - buffer));
     *buffer = 0;
     return written < 0 ? -1 : last;
 }
 
-using Arm = int(std::size_t i, char* buffer);
+using Arm = int(size_t i, char* buffer);
 
 struct Case {
     const char* name;
@@ -176,7 +176,7 @@ constexpr Case cases[] = {
 
 bool both_arms_agree() {
     for (const Case& each : cases)
-        for (std::size_t i = 0; i < ring_size; ++i) {
+        for (size_t i = 0; i < ring_size; ++i) {
             char library[buffer_size];
             char plain[buffer_size];
             const int length = each.library(i, library);
@@ -191,7 +191,7 @@ bool both_arms_agree() {
 
 [[gnu::noinline]] void measure(benchmark::State& state, Arm* arm) {
     char buffer[buffer_size];
-    std::size_t i = 0;
+    size_t i = 0;
     for ([[maybe_unused]] auto _ : state) {
         benchmark::DoNotOptimize(arm(i, buffer));
         benchmark::ClobberMemory();

@@ -70,8 +70,8 @@ inline constexpr Catalog velmar_switch{.program = "velmar_switch",
 
 // A row of velmar_switch as a template argument. `table("ipv4Host")` doesn't compile for a name that is no row's.
 struct TableRef {
-    std::uint8_t seam;
-    std::uint8_t row;
+    uint8_t seam;
+    uint8_t row;
 
     constexpr const Table& operator*() const {
         return seams[seam].tables[row];
@@ -83,7 +83,7 @@ struct TableRef {
 };
 
 struct ActionRef {
-    std::uint16_t number;
+    uint16_t number;
 
     constexpr const Action& operator*() const {
         return actions[number];
@@ -95,7 +95,7 @@ struct ActionRef {
 };
 
 struct ProfileRef {
-    std::uint8_t index;
+    uint8_t index;
 
     constexpr const Profile& operator*() const {
         return profiles[index];
@@ -113,17 +113,17 @@ void no_profile_has_this_name();
 void no_hash_calculation_has_this_name();
 
 consteval TableRef table(const char* name) {
-    for (std::size_t seam = 0; seam < std::size(seams); ++seam)
-        for (std::size_t row = 0; row < seams[seam].tables.size(); ++row)
+    for (size_t seam = 0; seam < std::size(seams); ++seam)
+        for (size_t row = 0; row < seams[seam].tables.size(); ++row)
             if (same(seams[seam].tables[row].name, name))
-                return {static_cast<std::uint8_t>(seam), static_cast<std::uint8_t>(row)};
+                return {static_cast<uint8_t>(seam), static_cast<uint8_t>(row)};
     no_table_has_this_name();
     return {};
 }
 
 consteval ProfileRef profile(const char* name) {
-    for (std::size_t index = 0; index < std::size(profiles); ++index)
-        if (same(profiles[index].name, name)) return {static_cast<std::uint8_t>(index)};
+    for (size_t index = 0; index < std::size(profiles); ++index)
+        if (same(profiles[index].name, name)) return {static_cast<uint8_t>(index)};
     no_profile_has_this_name();
     return {};
 }
@@ -137,25 +137,25 @@ consteval const HashCalculation& hash_calculation(const char* name) {
 
 // The profile that an indirect table of velmar_switch points into.
 consteval ProfileRef profile_of(TableRef table) {
-    for (std::size_t index = 0; index < std::size(profiles); ++index)
-        if (same(profiles[index].table, table->name)) return {static_cast<std::uint8_t>(index)};
+    for (size_t index = 0; index < std::size(profiles); ++index)
+        if (same(profiles[index].table, table->name)) return {static_cast<uint8_t>(index)};
     no_profile_has_this_name();
     return {};
 }
 
-inline constexpr std::size_t no_action = ~std::size_t{0};
+inline constexpr size_t no_action = ~size_t{0};
 
 // The number of an action, or no_action.
-constexpr std::size_t action_number(const Catalog& rows, const char* name) {
-    for (std::size_t number = 0; number < rows.actions.size(); ++number)
+constexpr size_t action_number(const Catalog& rows, const char* name) {
+    for (size_t number = 0; number < rows.actions.size(); ++number)
         if (same(rows.actions[number].name, name)) return number;
     return no_action;
 }
 
 consteval ActionRef action(const char* name) {
-    const std::size_t number = action_number(velmar_switch, name);
+    const size_t number = action_number(velmar_switch, name);
     if (number == no_action) no_action_has_this_name();
-    return {static_cast<std::uint16_t>(number)};
+    return {static_cast<uint16_t>(number)};
 }
 
 // The profile that a table's entries point into, or null: an indirect table has one.
@@ -174,11 +174,11 @@ constexpr bool is_indirect(const Table& table) {
 }
 
 // Which kind of resource a table's actions carry in their slot. No table has more than one.
-enum class ResourceKind : std::uint8_t { none, counter, meter, wred_block, stateful_register };
+enum class ResourceKind : uint8_t { none, counter, meter, wred_block, stateful_register };
 
 struct AttachedResource {
     ResourceKind kind = ResourceKind::none;
-    std::uint32_t handle = 0;
+    uint32_t handle = 0;
     Addressing addressing = direct;
 
     constexpr explicit operator bool() const {

@@ -6,12 +6,12 @@
 
 namespace catalog {
 
-template <std::size_t... number>
+template <size_t... number>
 consteval bool tables_are_sound(std::index_sequence<number...>) {
     return std::min({Sound<table_fault(velmar_switch, number)>::value...});
 }
 
-template <std::size_t... number>
+template <size_t... number>
 consteval bool actions_are_sound(std::index_sequence<number...>) {
     return std::min({Sound<action_fault(velmar_switch, number)>::value...});
 }

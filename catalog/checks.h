@@ -23,30 +23,30 @@ struct Fault {
 
 constexpr Fault fault(std::string_view row, std::string_view rule) {
     Fault made;
-    for (std::size_t i = 0; i < row.size() && i + 1 < sizeof made.row; ++i)
+    for (size_t i = 0; i < row.size() && i + 1 < sizeof made.row; ++i)
         made.row[i] = row[i];
-    for (std::size_t i = 0; i < rule.size() && i + 1 < sizeof made.rule; ++i)
+    for (size_t i = 0; i < rule.size() && i + 1 < sizeof made.rule; ++i)
         made.rule[i] = rule[i];
     return made;
 }
 
 // How many rows there are, counted from the rows themselves.
 struct Totals {
-    std::size_t tables = 0;
-    std::size_t keyless = 0;
-    std::size_t exact = 0;
-    std::size_t masked = 0;
-    std::size_t prefix = 0;
-    std::size_t indirect = 0;
-    std::size_t record_orders = 0;
-    std::size_t key_fields = 0;
-    std::size_t mask_partners = 0;
-    std::size_t bindings = 0;
-    std::size_t entry_bindings = 0;
-    std::size_t default_bindings = 0;
-    std::size_t actions = 0;
-    std::size_t actions_with_params = 0;
-    std::size_t params = 0;
+    size_t tables = 0;
+    size_t keyless = 0;
+    size_t exact = 0;
+    size_t masked = 0;
+    size_t prefix = 0;
+    size_t indirect = 0;
+    size_t record_orders = 0;
+    size_t key_fields = 0;
+    size_t mask_partners = 0;
+    size_t bindings = 0;
+    size_t entry_bindings = 0;
+    size_t default_bindings = 0;
+    size_t actions = 0;
+    size_t actions_with_params = 0;
+    size_t params = 0;
 
     friend bool operator==(const Totals&, const Totals&) = default;
 };
@@ -85,12 +85,12 @@ constexpr Totals totals(const Catalog& rows) {
 constexpr Fault key_fault(const Table& table) {
     const auto wrong = [&table](std::string_view rule) { return fault(table.name, rule); };
     if (table.key.size() > max_key_fields) return wrong("a key has at most max_key_fields fields");
-    std::size_t position = 0;
+    size_t position = 0;
     for (const KeyField& field : table.key) {
         ++position;
         if (field.bits == 0 || (field.bits > 32 && field.bits != 128)) return wrong("a field has 1 to 32 or 128 bits");
         if (field.match == Match::lpm && position != table.key.size()) return wrong("a prefix field is the last one");
-        std::size_t times = 0;
+        size_t times = 0;
         for (const KeyField& other : table.key)
             times += same(other.pd_name, field.pd_name);
         if (times != 1) return wrong("a key names each field once");
@@ -104,7 +104,7 @@ constexpr Fault key_fault(const Table& table) {
     if (table.record_order.size() != 0) {
         if (table.record_order.size() != table.key.size()) return wrong("the record order names every key field once");
         for (const KeyField& field : table.key) {
-            std::size_t times = 0;
+            size_t times = 0;
             for (const char* name : table.record_order)
                 times += same(name, field.pd_name);
             if (times != 1) return wrong("the record order names every key field once");
@@ -124,7 +124,7 @@ constexpr Fault action_list_fault(const Catalog& rows, const Table& table) {
     }
     if (table.actions.size() == 0) return wrong("a direct table has actions");
     for (const Binding& binding : table.actions) {
-        const std::size_t number = action_number(rows, binding.action);
+        const size_t number = action_number(rows, binding.action);
         if (number == no_action) return fault(binding.action, "a binding names an action row");
         if (keyless != (binding.use == Use::default_only))
             return wrong("only and all keyless tables have a mere default");
@@ -140,12 +140,12 @@ constexpr Fault action_list_fault(const Catalog& rows, const Table& table) {
 constexpr Fault action_fault(const Catalog& rows, const Action& action) {
     const auto wrong = [&action](std::string_view rule) { return fault(action.name, rule); };
     if (action.params.size() > max_params) return wrong("an action has at most max_params parameters");
-    std::size_t indices = 0;
+    size_t indices = 0;
     for (const Param& param : action.params) {
         if (param.bits == 0 || param.bits > 32) return wrong("a parameter has 1 to 32 bits");
         indices += takes_slot_index(param);
     }
-    std::size_t bound = 0;
+    size_t bound = 0;
     for (const Seam& seam : rows.seams)
         for (const Table& table : seam.tables)
             bound += find_binding(table.actions, action.name) != nullptr;
@@ -153,7 +153,7 @@ constexpr Fault action_fault(const Catalog& rows, const Action& action) {
     for (const Profile& profile : rows.profiles)
         bound += find_binding(profile.actions, action.name) != nullptr;
     if (bound == 0) return wrong("a table or profile has the action");
-    std::size_t times = 0;
+    size_t times = 0;
     for (const Action& other : rows.actions)
         times += same(other.name, action.name);
     if (times != 1) return wrong("an action has one row");
@@ -162,10 +162,10 @@ constexpr Fault action_fault(const Catalog& rows, const Action& action) {
 
 // Handles of one space: each in range, none twice.
 template <class Row>
-constexpr Fault handle_fault(Rows<Row> space, HandleSpace range, std::uint32_t Row::*handle) {
+constexpr Fault handle_fault(Rows<Row> space, HandleSpace range, uint32_t Row::*handle) {
     for (const Row& row : space) {
         if (!range.holds(row.*handle)) return fault(row.name, "a handle lies in its space");
-        std::size_t times = 0;
+        size_t times = 0;
         for (const Row& other : space)
             times += other.*handle == row.*handle;
         if (times != 1) return fault(row.name, "a handle names one row");
@@ -216,7 +216,7 @@ constexpr Fault reference_fault(const Catalog& rows) {
         return false;
     };
     const auto users = [&rows](const char* name) {
-        std::size_t sum = 0;
+        size_t sum = 0;
         const auto count = [&](const auto& space) {
             for (const auto& row : space)
                 sum += row.table && same(row.table, name);
@@ -240,8 +240,8 @@ constexpr Fault reference_fault(const Catalog& rows) {
     return first;
 }
 
-constexpr std::size_t table_count(const Catalog& rows) {
-    std::size_t count = 0;
+constexpr size_t table_count(const Catalog& rows) {
+    size_t count = 0;
     for (const Seam& seam : rows.seams)
         count += seam.tables.size();
     return count;
@@ -249,7 +249,7 @@ constexpr std::size_t table_count(const Catalog& rows) {
 
 // The first rule that a table, an action, or handles and references break. Each of these is a constant of its own, row
 // by row, because a compiler limits how much it computes for one constant.
-constexpr Fault table_fault(const Catalog& rows, std::size_t number) {
+constexpr Fault table_fault(const Catalog& rows, size_t number) {
     const Seam* seam = rows.seams.begin();
     for (; number >= seam->tables.size(); ++seam)
         number -= seam->tables.size();
@@ -259,7 +259,7 @@ constexpr Fault table_fault(const Catalog& rows, std::size_t number) {
     return {};
 }
 
-constexpr Fault action_fault(const Catalog& rows, std::size_t number) {
+constexpr Fault action_fault(const Catalog& rows, size_t number) {
     return action_fault(rows, rows.actions[number]);
 }
 

@@ -6,10 +6,10 @@
 namespace catalog {
 
 struct HandleSpace {
-    std::uint32_t first;
-    std::uint32_t last;
+    uint32_t first;
+    uint32_t last;
 
-    constexpr bool holds(std::uint32_t handle) const {
+    constexpr bool holds(uint32_t handle) const {
         return first <= handle && handle <= last;
     }
 };

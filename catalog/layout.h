@@ -12,7 +12,7 @@
 
 namespace catalog {
 
-enum class KeyShape : std::uint8_t { keyless, exact, masked, prefix };
+enum class KeyShape : uint8_t { keyless, exact, masked, prefix };
 
 constexpr bool has_match(const Table& table, Match match) {
     for (const KeyField& field : table.key)
@@ -101,13 +101,13 @@ struct FieldLayout {
     unsigned partner_bytes = 0; // 0: no partner
 };
 
-inline constexpr std::size_t max_key_fields = 32;
-inline constexpr std::size_t max_params = 16;
+inline constexpr size_t max_key_fields = 32;
+inline constexpr size_t max_params = 16;
 
 struct KeyLayout {
-    std::array<FieldLayout, max_key_fields> fields{};       // in key order
-    std::array<std::size_t, max_key_fields> record_order{}; // indices into fields, as the record has them
-    std::size_t field_count = 0;
+    std::array<FieldLayout, max_key_fields> fields{};  // in key order
+    std::array<size_t, max_key_fields> record_order{}; // indices into fields, as the record has them
+    size_t field_count = 0;
     unsigned bits = 0;
     unsigned bytes = 0;
     unsigned record_size = 0;
@@ -127,13 +127,13 @@ constexpr KeyLayout key_layout(const Table& table) {
         layout.bytes += place.key_bytes;
         ++layout.field_count;
     }
-    std::size_t position = 0;
+    size_t position = 0;
     for (const char* name : table.record_order)
-        for (std::size_t i = 0; i < layout.field_count; ++i)
+        for (size_t i = 0; i < layout.field_count; ++i)
             if (same(table.key.begin()[i].pd_name, name)) layout.record_order[position++] = i;
 
     RecordEnd record;
-    for (std::size_t i = 0; i < layout.field_count; ++i) {
+    for (size_t i = 0; i < layout.field_count; ++i) {
         FieldLayout& place = layout.fields[layout.record_order[i]];
         place.record_offset = record.append(place.record_bytes);
         if (place.partner_bytes != 0) place.partner_offset = record.append(place.partner_bytes);
@@ -153,7 +153,7 @@ struct ParamLayout {
 
 struct ActionLayout {
     std::array<ParamLayout, max_params> params{};
-    std::size_t param_count = 0;
+    size_t param_count = 0;
     unsigned bits = 0;
     unsigned bytes = 0;
     unsigned record_size = 0; // 0: the action has no parameters and no record

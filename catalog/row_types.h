@@ -18,10 +18,10 @@ using List = std::initializer_list<Row>;
 template <class Row>
 struct Rows {
     const Row* first = nullptr;
-    std::size_t count = 0;
+    size_t count = 0;
 
     constexpr Rows() = default;
-    template <std::size_t n>
+    template <size_t n>
     constexpr Rows(const Row (&rows)[n]) : first(rows),
                                            count(n) {}
 
@@ -31,10 +31,10 @@ struct Rows {
     constexpr const Row* end() const {
         return first + count;
     }
-    constexpr std::size_t size() const {
+    constexpr size_t size() const {
         return count;
     }
-    constexpr const Row& operator[](std::size_t position) const {
+    constexpr const Row& operator[](size_t position) const {
         return first[position];
     }
 };
@@ -46,32 +46,32 @@ constexpr bool same(const char* left, const char* right) {
     return *left == *right;
 }
 
-enum class Match : std::uint8_t { exact, ternary, lpm };
+enum class Match : uint8_t { exact, ternary, lpm };
 
 // How a value is best shown. A tag belongs to the occurrence of a field or parameter, not to its name.
-enum class Tag : std::uint8_t { untagged, mac, v4addr, v6addr, port, vport, dec };
+enum class Tag : uint8_t { untagged, mac, v4addr, v6addr, port, vport, dec };
 
 // Whether an action may be taken by entries, by the default entry, or by both.
-enum class Use : std::uint8_t { entry, entry_or_default, default_only };
+enum class Use : uint8_t { entry, entry_or_default, default_only };
 
 // Where a parameter's value travels: in the action data, or as the index of the resource slot of the action's table.
 // An index that isn't data as well leaves its bytes in the action data zero.
-enum class Role : std::uint8_t { data, slot_index, data_and_slot_index };
+enum class Role : uint8_t { data, slot_index, data_and_slot_index };
 
 // A resource has one cell for each entry of its table (direct), or is an array that actions address by index.
-enum class Addressing : std::uint8_t { direct, indirect };
+enum class Addressing : uint8_t { direct, indirect };
 
 // What a register cell holds: a flag, a 32-bit word, or two of them.
-enum class Cell : std::uint8_t { flag, word, word_pair };
+enum class Cell : uint8_t { flag, word, word_pair };
 
 // The bits of a key field that a table really matches. Readers look through it; a key always carries the whole field.
 struct FieldMask {
-    std::uint64_t high = ~std::uint64_t{0};
-    std::uint64_t low = ~std::uint64_t{0};
+    uint64_t high = ~uint64_t{0};
+    uint64_t low = ~uint64_t{0};
 
     constexpr FieldMask() = default; // the whole field
-    constexpr FieldMask(std::uint64_t low_bits) : high(0), low(low_bits) {}
-    constexpr FieldMask(std::uint64_t high_bits, std::uint64_t low_bits) : high(high_bits), low(low_bits) {}
+    constexpr FieldMask(uint64_t low_bits) : high(0), low(low_bits) {}
+    constexpr FieldMask(uint64_t high_bits, uint64_t low_bits) : high(high_bits), low(low_bits) {}
 };
 
 struct KeyField {
@@ -99,14 +99,14 @@ struct Action {
 // One action in one table or action profile.
 struct Binding {
     const char* action;
-    std::uint32_t handle;
+    uint32_t handle;
     Use use = Use::entry;
-    std::uint32_t constant_index = 0; // of the table's indirect resource; 0 for none
+    uint32_t constant_index = 0; // of the table's indirect resource; 0 for none
 };
 
 struct Table {
     const char* name;
-    std::uint32_t handle;
+    uint32_t handle;
     const char* summary;
     bool idle_time = false;
     bool ttl_on_add = false;             // an entry's first time-to-live comes with its add
@@ -119,8 +119,8 @@ struct Table {
 // A table of shared action instances with its selector; the entries of one match table point into it.
 struct Profile {
     const char* name;
-    std::uint32_t data_table;
-    std::uint32_t selector;
+    uint32_t data_table;
+    uint32_t selector;
     const char* table;
     List<Binding> actions;
 };
@@ -128,14 +128,14 @@ struct Profile {
 // A counter, meter or WRED block.
 struct Resource {
     const char* name;
-    std::uint32_t handle;
+    uint32_t handle;
     Addressing addressing;
     const char* table = nullptr; // the match table whose actions carry it, if any does
 };
 
 struct Register {
     const char* name;
-    std::uint32_t handle;
+    uint32_t handle;
     Cell cell;
     const char* table = nullptr;
 };
@@ -148,20 +148,20 @@ struct DigestField {
 
 struct Digest {
     const char* name;
-    std::uint32_t handle;
+    uint32_t handle;
     List<DigestField> fields;
 };
 
 struct ValueSet {
     const char* name;
-    std::uint32_t id;
+    uint32_t id;
 };
 
 struct HashCalculation {
     const char* name;
-    std::uint32_t handle;
-    std::uint32_t input;
-    std::uint32_t algorithm;
+    uint32_t handle;
+    uint32_t input;
+    uint32_t algorithm;
 };
 
 } // namespace catalog

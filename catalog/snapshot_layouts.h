@@ -15,8 +15,8 @@ inline constexpr unsigned snapshot_record_size = 676;
 inline constexpr unsigned snapshot_max_stages = 20;
 
 struct SnapshotLayout {
-    List<std::uint16_t> two_byte_fields;
-    List<std::uint16_t> four_byte_fields;
+    List<uint16_t> two_byte_fields;
+    List<uint16_t> four_byte_fields;
 };
 
 // By bit 1 of the snapshot's handle.

@@ -24,7 +24,7 @@ inline constexpr ExportedData exported_data[] = {
     {"{p}action_name_strings", "const char *const {p}action_name_strings{dimension}"},
 };
 
-template <std::size_t... counts>
+template <size_t... counts>
 constexpr auto join_families(const Family (&... areas)[counts]) {
     std::array<Family, (counts + ...)> joined{};
     auto end = joined.begin();

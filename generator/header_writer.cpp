@@ -69,7 +69,7 @@ std::string match_spec(const Catalog& rows, const Table& table) {
     const KeyLayout layout = key_layout(table);
     const std::string type = match_spec_name(rows, table);
     MatchSpecText members;
-    for (std::size_t i = 0; i < layout.field_count; ++i) {
+    for (size_t i = 0; i < layout.field_count; ++i) {
         const KeyField& field = table.key.begin()[layout.record_order[i]];
         const FieldLayout& place = layout.fields[layout.record_order[i]];
         const std::string name = field.pd_name;
@@ -139,7 +139,7 @@ std::string write_actions_header(const Exports& exports) {
     text += "#include \"vl_pd/types.h\"\n\n";
     text += declarations_begin;
     text += "enum " + enumeration + " {\n";
-    for (std::size_t number = 0; number < rows.actions.size(); ++number)
+    for (size_t number = 0; number < rows.actions.size(); ++number)
         text += "    " + enumeration + "_" + rows.actions[number].name + " = " + std::to_string(number) + ",\n";
     text += "    " + enumeration + "_count = " + std::to_string(rows.actions.size()) + "\n};\n\n";
     for (const Action& action : rows.actions)

@@ -19,7 +19,7 @@ void for_each_record(const Catalog& rows, auto record, auto field_of) {
             const KeyLayout layout = key_layout(table);
             const std::string type = match_spec_name(rows, table);
             record(type, layout.record_size);
-            for (std::size_t i = 0; i < layout.field_count; ++i) {
+            for (size_t i = 0; i < layout.field_count; ++i) {
                 const KeyField& field = table.key.begin()[i];
                 const FieldLayout& place = layout.fields[i];
                 field_of(type, field.pd_name, place.record_offset, place.record_bytes);
@@ -32,7 +32,7 @@ void for_each_record(const Catalog& rows, auto record, auto field_of) {
         const ActionLayout layout = action_layout(action);
         const std::string type = action_spec_name(rows, action);
         record(type, layout.record_size);
-        for (std::size_t i = 0; i < layout.param_count; ++i)
+        for (size_t i = 0; i < layout.param_count; ++i)
             field_of(type, std::string("action_") + action.params.begin()[i].name, layout.params[i].record_offset,
                      layout.params[i].record_bytes);
     }
@@ -62,7 +62,7 @@ void add_records(Lines& lines, const Catalog& rows) {
 
 void add_bindings(Lines& lines, const Catalog& rows, const char* owner, List<Binding> bindings) {
     for (const Binding& binding : bindings) {
-        const std::size_t number = action_number(rows, binding.action);
+        const size_t number = action_number(rows, binding.action);
         const ActionLayout layout = action_layout(rows.actions[number]);
         lines.insert(std::string(owner) + "." + binding.action + "\t" + hex(binding.handle) + ", action " +
                      std::to_string(number) + ", " + std::to_string(layout.bits) + " bits in " +
@@ -120,8 +120,8 @@ void add_services(Lines& lines, const Catalog& rows) {
 
 // Of the snapshot records all that is known is which bytes turn.
 void add_snapshot_layouts(Lines& lines) {
-    for (std::size_t layout = 0; layout < std::size(snapshot_layouts); ++layout) {
-        const auto add_offsets = [&](List<std::uint16_t> offsets, const char* width) {
+    for (size_t layout = 0; layout < std::size(snapshot_layouts); ++layout) {
+        const auto add_offsets = [&](List<uint16_t> offsets, const char* width) {
             std::string line = "snapshot layout " + std::to_string(layout) + ", " + width + "\tat";
             for (const unsigned offset : offsets)
                 line.append(" ").append(std::to_string(offset));

@@ -149,7 +149,7 @@ void add_profile_members(std::vector<Member>& members, const Family& family, con
         members.push_back(expand_member(family, profile_binding_context(rows, profile, binding)));
 }
 
-Context resource_context(const Catalog& rows, const char* name, std::uint32_t handle) {
+Context resource_context(const Catalog& rows, const char* name, uint32_t handle) {
     Context context = program_context(rows);
     context.set("resource", name);
     context.set("handle", hex(handle));
@@ -259,7 +259,7 @@ std::string partner_suffix(const KeyField& field) {
     return field.match == Match::lpm ? "_prefix_length" : "_mask";
 }
 
-std::string hex(std::uint32_t value) {
+std::string hex(uint32_t value) {
     char text[16];
     std::snprintf(text, sizeof text, "0x%x", value);
     return text;

@@ -62,7 +62,7 @@ std::string action_spec_name(const catalog::Catalog& rows, const catalog::Action
 std::string partner_suffix(const catalog::KeyField& field);
 
 // "0x1000023"
-std::string hex(std::uint32_t value);
+std::string hex(uint32_t value);
 
 Exports name_exports(const catalog::Catalog& rows);
 

@@ -47,8 +47,8 @@ std::string action_line(const Catalog& rows, const Binding& binding, bool in_pro
 
 // What the program starts with isn't in the catalog. The last of a table's default actions stands for it: most often
 // the miss.
-std::uint32_t initial_default(const Table& table) {
-    std::uint32_t handle = 0;
+uint32_t initial_default(const Table& table) {
+    uint32_t handle = 0;
     for (const Binding& binding : table.actions)
         if (for_default(binding)) handle = binding.handle;
     return handle;
@@ -57,7 +57,7 @@ std::uint32_t initial_default(const Table& table) {
 std::string table_line(const Catalog& rows, const Table& table, const std::string& actions) {
     const KeyLayout layout = key_layout(table);
     const Profile* profile = profile_of(rows, table);
-    const std::size_t action_count = profile ? profile->actions.size() : table.actions.size();
+    const size_t action_count = profile ? profile->actions.size() : table.actions.size();
     return row({hex(table.handle), quoted(table.name), match_name(key_shape(table)), std::to_string(layout.bits),
                 std::to_string(layout.bytes), actions, std::to_string(action_count), hex(initial_default(table)),
                 hex(resource_of(rows, table).handle), hex(profile ? profile->data_table : 0),
@@ -71,15 +71,15 @@ struct Section {
 };
 
 Section section(const std::string& program, const std::string& type, const std::string& name, const std::string& lines,
-                std::size_t count) {
+                size_t count) {
     if (count == 0) return {.definition = "", .members = ", 0, 0"};
     const std::string array = program + "_" + name + "s";
     return {.definition = "static const " + type + " " + array + "[] = {\n" + lines + "};\n\n",
             .members = ",\n    " + array + ", " + std::to_string(count)};
 }
 
-std::string resource_line(const Catalog& rows, std::uint32_t handle, Addressing addressing, const char* table_name) {
-    std::uint32_t match_table = 0;
+std::string resource_line(const Catalog& rows, uint32_t handle, Addressing addressing, const char* table_name) {
+    uint32_t match_table = 0;
     if (addressing == direct && table_name)
         for (const Seam& seam : rows.seams)
             for (const Table& table : seam.tables)
@@ -132,7 +132,7 @@ std::string write_pipeline_description(const Catalog& rows) {
     const std::string program = rows.program;
     std::string actions;
     std::string tables = "static const vl_model_table " + program + "_tables[] = {\n";
-    std::size_t count = 0;
+    size_t count = 0;
     for (const Seam& seam : rows.seams)
         for (const Table& table : seam.tables) {
             const std::string name = program + "_" + table.name + "_actions";

@@ -12,9 +12,9 @@ namespace {
 }
 
 // The position of the first of `stops` at the nesting level of `from`.
-std::size_t find_at_level(std::string_view snippet, std::size_t from, std::string_view stops) {
+size_t find_at_level(std::string_view snippet, size_t from, std::string_view stops) {
     int depth = 0;
-    for (std::size_t at = from; at < snippet.size(); ++at) {
+    for (size_t at = from; at < snippet.size(); ++at) {
         if (depth == 0 && stops.find(snippet[at]) != std::string_view::npos) return at;
         if (snippet[at] == '[') ++depth;
         if (snippet[at] == ']') --depth;
@@ -38,17 +38,17 @@ bool Context::holds(std::string_view name) const {
 
 std::string expand(std::string_view snippet, const Context& context) {
     std::string text;
-    for (std::size_t at = 0; at < snippet.size(); ++at) {
+    for (size_t at = 0; at < snippet.size(); ++at) {
         if (snippet[at] == '{') {
-            const std::size_t close = snippet.find('}', at);
+            const size_t close = snippet.find('}', at);
             if (close == std::string_view::npos) refuse("an unclosed name", snippet);
             text += context.value(snippet.substr(at + 1, close - at - 1));
             at = close;
         } else if (snippet[at] == '[') {
-            const std::size_t question = snippet.find('?', at);
+            const size_t question = snippet.find('?', at);
             if (question == std::string_view::npos) refuse("a choice without a flag", snippet);
-            const std::size_t bar = find_at_level(snippet, question + 1, "|]");
-            const std::size_t close = snippet[bar] == ']' ? bar : find_at_level(snippet, bar + 1, "]");
+            const size_t bar = find_at_level(snippet, question + 1, "|]");
+            const size_t close = snippet[bar] == ']' ? bar : find_at_level(snippet, bar + 1, "]");
             if (context.holds(snippet.substr(at + 1, question - at - 1)))
                 text += expand(snippet.substr(question + 1, bar - question - 1), context);
             else if (bar != close)

@@ -138,7 +138,7 @@ std::string write_seam_source(const Exports& exports, const SeamExports& seam, S
 namespace {
 
 // "    {.handle = 0x1000001, .schema = p4_..._schema, ...},"
-std::string functions_line(std::uint32_t handle, const std::vector<Member>& members) {
+std::string functions_line(uint32_t handle, const std::vector<Member>& members) {
     std::string line = "    {.handle = " + hex(handle);
     for (const Member& member : members)
         if (!member.family->by_handle.empty())
@@ -149,11 +149,11 @@ std::string functions_line(std::uint32_t handle, const std::vector<Member>& memb
 } // namespace
 
 std::string write_functions_by_handle(const Exports& exports) {
-    std::map<std::uint32_t, std::string> tables;
+    std::map<uint32_t, std::string> tables;
     for (const SeamExports& seam : exports.seams)
         for (const TableExports& exported : seam.tables)
             tables[exported.table->handle] = functions_line(exported.table->handle, exported.members);
-    std::map<std::uint32_t, std::string> profiles;
+    std::map<uint32_t, std::string> profiles;
     for (const ProfileExports& exported : exports.profiles)
         profiles[exported.profile->data_table] = functions_line(exported.profile->data_table, exported.members);
 

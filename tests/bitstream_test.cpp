@@ -21,9 +21,9 @@ public:
     }
     Bytes packed() const {
         Bytes bytes((bits_.size() + 7) / 8);
-        const std::size_t spare = bytes.size() * 8 - bits_.size();
-        for (std::size_t i = 0; i < bits_.size(); ++i)
-            if (bits_[i]) bytes[(spare + i) / 8] |= static_cast<std::uint8_t>(0x80 >> (spare + i) % 8);
+        const size_t spare = bytes.size() * 8 - bits_.size();
+        for (size_t i = 0; i < bits_.size(); ++i)
+            if (bits_[i]) bytes[(spare + i) / 8] |= static_cast<uint8_t>(0x80 >> (spare + i) % 8);
         return bytes;
     }
 
@@ -60,8 +60,8 @@ class ByteByByte {
 public:
     explicit ByteByByte(Bytes& stream) : stream_(stream), at_(stream.size()) {}
 
-    void prepend(const std::uint8_t* source, unsigned width) {
-        for (const std::uint8_t* byte = source + (width + 7) / 8; width > 0;) {
+    void prepend(const uint8_t* source, unsigned width) {
+        for (const uint8_t* byte = source + (width + 7) / 8; width > 0;) {
             const unsigned taken = std::min(width, 8u);
             prepend_byte(*--byte, taken);
             width -= taken;
@@ -69,8 +69,8 @@ public:
     }
 
 private:
-    void prepend_byte(std::uint8_t byte, unsigned width) {
-        put(static_cast<std::uint8_t>(byte << used_));
+    void prepend_byte(uint8_t byte, unsigned width) {
+        put(static_cast<uint8_t>(byte << used_));
         const unsigned room = 8 - used_;
         if (width < room) {
             used_ += width;
@@ -80,16 +80,16 @@ private:
         used_ = 0;
         --at_;
         if (rest == 0) return;
-        put(static_cast<std::uint8_t>(byte >> room));
+        put(static_cast<uint8_t>(byte >> room));
         used_ = rest;
     }
-    void put(std::uint8_t byte) {
-        std::uint8_t& to = stream_[at_ - 1];
+    void put(uint8_t byte) {
+        uint8_t& to = stream_[at_ - 1];
         to = used_ == 0 ? byte : to | byte;
     }
 
     Bytes& stream_;
-    std::size_t at_;
+    size_t at_;
     unsigned used_ = 0;
 };
 
@@ -97,27 +97,27 @@ private:
 TEST(Bitstream, EqualsByteByByte) {
     std::mt19937 random(11);
     for (int trial = 0; trial < 20000; ++trial) {
-        const std::size_t length = random() % 24 + 1;
+        const size_t length = random() % 24 + 1;
         Bytes expected(length), stream(length);
         ByteByByte left(expected);
         vl_pd::Bitstream right(stream.data(), length);
-        for (std::size_t room = length * 8; random() % 16 != 0;) {
+        for (size_t room = length * 8; random() % 16 != 0;) {
             const bool integer = random() % 2 == 0;
             const unsigned width = static_cast<unsigned>(random() % (integer ? 33 : 90));
             if (width > room) continue;
             room -= width;
             Bytes source((width + 7) / 8);
-            for (std::uint8_t& byte : source)
-                byte = static_cast<std::uint8_t>(random());
-            if (random() % 4 != 0 && width % 8 != 0) source[0] &= static_cast<std::uint8_t>((1u << width % 8) - 1);
+            for (uint8_t& byte : source)
+                byte = static_cast<uint8_t>(random());
+            if (random() % 4 != 0 && width % 8 != 0) source[0] &= static_cast<uint8_t>((1u << width % 8) - 1);
             left.prepend(source.data(), width);
             if (!integer) {
                 right.prepend_to_bytestream(source.data(), width);
                 continue;
             }
             // Whole bytes above those of the width play no part.
-            std::uint32_t value = source.size() < 4 && random() % 4 == 0 ? static_cast<std::uint32_t>(random()) : 0;
-            for (std::uint8_t byte : source)
+            uint32_t value = source.size() < 4 && random() % 4 == 0 ? static_cast<uint32_t>(random()) : 0;
+            for (uint8_t byte : source)
                 value = value << 8 | byte;
             right.prepend_integer(value, width);
         }
@@ -131,12 +131,12 @@ TEST(Bitstream, AnyWidthsConcatenate) {
     for (int trial = 0; trial < 5000; ++trial) {
         std::vector<Field> fields;
         Bits expected;
-        for (std::size_t count = random() % 6 + 1; count > 0; --count) {
+        for (size_t count = random() % 6 + 1; count > 0; --count) {
             const unsigned width = static_cast<unsigned>(random() % 70); // 0 is a field without bits
             Bytes source((width + 7) / 8);
-            for (std::uint8_t& byte : source)
-                byte = static_cast<std::uint8_t>(random());
-            if (width % 8 != 0) source[0] &= static_cast<std::uint8_t>((1u << width % 8) - 1);
+            for (uint8_t& byte : source)
+                byte = static_cast<uint8_t>(random());
+            if (width % 8 != 0) source[0] &= static_cast<uint8_t>((1u << width % 8) - 1);
             expected.append(source, width);
             fields.push_back({width, source});
         }

@@ -20,8 +20,8 @@ std::string format(const char* format, Values... values) {
     return text;
 }
 
-void flip(Bytes& bytes, std::size_t bit) {
-    bytes[bit / 8] ^= static_cast<std::uint8_t>(1u << bit % 8);
+void flip(Bytes& bytes, size_t bit) {
+    bytes[bit / 8] ^= static_cast<uint8_t>(1u << bit % 8);
 }
 
 // A field, its partner, or a parameter, as a record has it and a message names it.
@@ -35,14 +35,14 @@ struct Item {
     }
     // The bytes that count.
     Bytes value(const Bytes& record) const {
-        const std::uint64_t low = wide() ? mask.low : mask.low & ((std::uint64_t{1} << bits) - 1);
+        const uint64_t low = wide() ? mask.low : mask.low & ((uint64_t{1} << bits) - 1);
         Bytes value(record.begin() + offset, record.begin() + offset + bytes);
         for (unsigned i = 0; i < bytes; ++i)
-            value[i] &= static_cast<std::uint8_t>(wide() ? (i < 8 ? mask.high : low) >> 8 * (7 - i % 8) : low >> 8 * i);
+            value[i] &= static_cast<uint8_t>(wide() ? (i < 8 ? mask.high : low) >> 8 * (7 - i % 8) : low >> 8 * i);
         return value;
     }
-    std::uint32_t number(const Bytes& record) const {
-        std::uint32_t number = 0;
+    uint32_t number(const Bytes& record) const {
+        uint32_t number = 0;
         std::memcpy(&number, value(record).data(), bytes);
         return number;
     }
@@ -54,7 +54,7 @@ const Items& items_of(const catalog::Table& table) {
     Items& all = of_tables[&table];
     if (!all.empty()) return all;
     const catalog::KeyLayout layout = catalog::key_layout(table);
-    for (std::size_t i = 0; i < layout.field_count; ++i) {
+    for (size_t i = 0; i < layout.field_count; ++i) {
         const catalog::KeyField& field = table.key.begin()[i];
         const catalog::FieldLayout& place = layout.fields[i];
         const std::string name = std::string("mspec ") + field.pd_name;
@@ -69,7 +69,7 @@ const Items& items_of(const catalog::Table& table) {
 Items items_of(const catalog::Action& action) {
     Items all;
     const catalog::ActionLayout layout = catalog::action_layout(action);
-    for (std::size_t i = 0; i < layout.param_count; ++i)
+    for (size_t i = 0; i < layout.param_count; ++i)
         all.push_back({std::string("aspec action_") + action.params.begin()[i].name, layout.params[i].record_offset,
                        layout.params[i].record_bytes, layout.params[i].bits});
     return all;
@@ -96,17 +96,17 @@ std::string target_difference(const Outputs& pd, const Outputs& hw) {
 
 class Comparison : public LibraryTest {
 protected:
-    static constexpr std::size_t promised_room = 66;
+    static constexpr size_t promised_room = 66;
     std::mt19937 random{20240711};
-    std::size_t longest = 0;
+    size_t longest = 0;
 
     // The message, or `equal` if the buffer wasn't touched.
-    std::string answer_of(const std::string& name, std::vector<std::uint64_t> words) {
+    std::string answer_of(const std::string& name, std::vector<uint64_t> words) {
         constexpr char untouched = '\xA5';
         char message[2 * promised_room];
         std::fill(std::begin(message), std::end(message), untouched);
         words.push_back(word(message));
-        const std::uint32_t result = call(exported(name), words);
+        const uint32_t result = call(exported(name), words);
         char* const kept = result == 1 ? message : message + promised_room;
         EXPECT_TRUE(std::all_of(kept, std::end(message), [](char byte) { return byte == untouched; }));
         if (result == 1) return equal;
@@ -154,14 +154,14 @@ protected:
     // Flips each bit of these bytes of the one view and then of the other.
     void every_bit(const catalog::Table& table, Bytes View::*bytes) {
         for (View* const view : {&software, &hardware})
-            for (std::size_t bit = 0; bit < 8 * (view->*bytes).size(); ++bit) {
+            for (size_t bit = 0; bit < 8 * (view->*bytes).size(); ++bit) {
                 flip(view->*bytes, bit);
                 expect_expected(table);
                 flip(view->*bytes, bit);
             }
     }
-    void every_bit(const catalog::Table& table, std::uint32_t& number) {
-        const std::uint32_t before = number;
+    void every_bit(const catalog::Table& table, uint32_t& number) {
+        const uint32_t before = number;
         for (unsigned bit = 0; bit < 32; ++bit) {
             number = before ^ 1u << bit;
             expect_expected(table);
@@ -170,14 +170,14 @@ protected:
     }
 
     // Records with any content, padding and bits above a field's width too. Of items that all differ the first counts.
-    void every_bit(const std::string& function, const Items& items, std::size_t size) {
+    void every_bit(const std::string& function, const Items& items, size_t size) {
         const auto expect_message = [&](const Bytes& pd, const Bytes& hw) {
             ASSERT_EQ(answer_of(function, {word(pd.data()), word(hw.data())}), first_difference(items, pd, hw));
         };
         Bytes record(size), ones(size, 0xFF);
-        std::generate(record.begin(), record.end(), [&] { return static_cast<std::uint8_t>(random()); });
+        std::generate(record.begin(), record.end(), [&] { return static_cast<uint8_t>(random()); });
         Bytes other = record;
-        for (std::size_t bit = 0; bit < 8 * size; ++bit) {
+        for (size_t bit = 0; bit < 8 * size; ++bit) {
             flip(other, bit);
             expect_message(record, other);
             flip(other, bit);
@@ -231,8 +231,8 @@ TEST_F(Comparison, DefaultEntries) {
         SCOPED_TRACE(table->name);
         same_entry(*table);
         View zeros = software;
-        std::fill(zeros.key.begin(), zeros.key.end(), std::uint8_t{0});
-        std::fill(zeros.mask.begin(), zeros.mask.end(), std::uint8_t{0});
+        std::fill(zeros.key.begin(), zeros.key.end(), uint8_t{0});
+        std::fill(zeros.mask.begin(), zeros.mask.end(), uint8_t{0});
         zeros.match.partition_index = 0;
         View no_length = software, no_key = software;
         no_length.match.key_len = 0;
@@ -251,12 +251,12 @@ TEST_F(Comparison, DefaultEntries) {
 }
 
 TEST_F(Comparison, MembersAndGroups) {
-    constexpr std::uint32_t handles[] = {0, 5, 6, 0xFFFFFFFF};
+    constexpr uint32_t handles[] = {0, 5, 6, 0xFFFFFFFF};
     for (const catalog::Profile& profile : catalog::profiles) {
         const catalog::Table& table = table_named(profile.table);
         SCOPED_TRACE(table.name);
         same_entry(table);
-        for (const std::uint16_t key_len : {hardware.match.key_len, std::uint16_t{0}})
+        for (const uint16_t key_len : {hardware.match.key_len, uint16_t{0}})
             for (unsigned kinds = 0; kinds < 64; ++kinds)
                 for (unsigned i = 0; i < 16; ++i) {
                     software.match.key_len = hardware.match.key_len = key_len;
@@ -274,7 +274,7 @@ TEST_F(Comparison, ReadsAndDecodersThatFail) {
         const std::string undecodable = std::string("Failed to decode plcmt_data in table ") + table->name;
         same_entry(*table);
         EXPECT_EQ(compare(*table), equal);
-        EXPECT_EQ(read_args, (std::vector<std::uint64_t>{session, table->handle, device, 0xFFFF, 0, 99, 1, 1, 0}));
+        EXPECT_EQ(read_args, (std::vector<uint64_t>{session, table->handle, device, 0xFFFF, 0, 99, 1, 1, 0}));
         hardware.status = 77;
         EXPECT_EQ(compare(*table), failed);
         hardware.status = 0;
@@ -289,7 +289,7 @@ TEST_F(Comparison, ReadsAndDecodersThatFail) {
         software.status = 77;
         EXPECT_EQ(compare(*table), undecodable);
     }
-    for (const std::uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x2000019u, 0xFFFFFFFFu})
+    for (const uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x2000019u, 0xFFFFFFFFu})
         EXPECT_EQ(answer_of("plcmt_data_eq_to_hw", {session, device, handle, 99, 0, 0}), "unknown table");
 }
 

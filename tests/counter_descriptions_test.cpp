@@ -10,8 +10,8 @@ using namespace support;
 
 struct Field {
     const char* name; // as the record has it
-    std::uint32_t value;
-    std::uint32_t mask;
+    uint32_t value;
+    uint32_t mask;
 };
 
 // The description of a record that is zero but for some fields.
@@ -20,7 +20,7 @@ std::string describe(const std::string& table, const std::vector<Field>& fields)
     const catalog::KeyLayout layout = catalog::key_layout(row);
     Bytes record(layout.record_size);
     for (const Field& field : fields) {
-        std::size_t i = 0;
+        size_t i = 0;
         while (!catalog::same(row.key.begin()[i].pd_name, field.name))
             ++i;
         const catalog::FieldLayout& place = layout.fields[i];
@@ -73,11 +73,11 @@ const struct {
       {"qosMd_wredDrop", "wredDrop"}, {"egrMd_invalidVni", "invalidVni"}, {"egrMd_routed", "routed"}}},
 };
 
-using Words = std::vector<std::pair<std::uint32_t, std::string>>;
+using Words = std::vector<std::pair<uint32_t, std::string>>;
 const struct {
     const char *table, *field, *label;
     int digits;
-    std::uint32_t ones;
+    uint32_t ones;
     Words words;
 } numbers[] = {
     {"ingressPortDropCheck", "parserMd_outerHdrFlags", "outerHdrFlags", 1, 0xF, {}},
@@ -139,7 +139,7 @@ TEST(CounterDescriptions, Flags) {
             EXPECT_EQ(piece(table, {field, 0xFF, 0xFF}), std::string(words) + " ");
             EXPECT_EQ(piece(table, {field, 0xFE, 1}), "!" + std::string(words) + " ") << "bit 0 of the value counts";
         }
-    for (const std::uint32_t mask : {0u, 1u, 0xFFu}) {
+    for (const uint32_t mask : {0u, 1u, 0xFFu}) {
         EXPECT_EQ(piece("trapToCpu", {"arpHdr_valid", 1, mask}), "");
         EXPECT_EQ(piece("egressPortDropCheck", {"outerIpv4Hdr_valid", 1, mask}), "");
     }
@@ -150,11 +150,11 @@ TEST(CounterDescriptions, NumbersAndWords) {
         SCOPED_TRACE(table + std::string(" ") + field);
         EXPECT_EQ(piece(table, {field, ones, 0}), "");
         Words cases = words;
-        for (const std::uint32_t value : {5u, ones, ~0u})
+        for (const uint32_t value : {5u, ones, ~0u})
             cases.push_back({value, formatted("%s 0x%0*x ", label, digits, value & ones)});
         for (const auto& [value, text] : cases)
             EXPECT_EQ(piece(table, {field, value, ones}), text);
-        const std::uint32_t high = ones & ~(ones >> 1); // its highest bit
+        const uint32_t high = ones & ~(ones >> 1); // its highest bit
         EXPECT_EQ(piece(table, {field, ~0u, high}), formatted("%s & 0x%x 0x%0*x ", label, high, digits, ones))
             << "the value isn't masked";
     }
@@ -230,7 +230,7 @@ class CounterDescriptionsOfEntries : public LibraryTest {
 protected:
     // By the table's name, by its handle, and what was read for both.
     std::string describe_entry(const catalog::Table& table, pd_entry entry) {
-        const std::uint64_t wide_device = 0xABCDEF00 | device;
+        const uint64_t wide_device = 0xABCDEF00 | device;
         calls();
         const std::string text =
             text_of(std::string(table.name) + "_stringify_counter_match_spec", {dirty(session), wide_device, entry});
@@ -271,13 +271,12 @@ TEST_F(CounterDescriptionsOfEntries, DefaultsReadAsClearedKeys) {
 }
 
 TEST_F(CounterDescriptionsOfEntries, OtherHandlesHaveNone) {
-    std::vector<std::uint32_t> others = {0, 0x2000019, 0x2000040, 0x4000006};
-    for (std::uint32_t handle = 0x1000000; handle <= 0x1000085; ++handle)
+    std::vector<uint32_t> others = {0, 0x2000019, 0x2000040, 0x4000006};
+    for (uint32_t handle = 0x1000000; handle <= 0x1000085; ++handle)
         others.push_back(handle);
-    for (const std::uint32_t counted :
-         {0x100000au, 0x1000013u, 0x100002eu, 0x1000040u, 0x1000060u, 0x1000064u, 0x1000083u})
+    for (const uint32_t counted : {0x100000au, 0x1000013u, 0x100002eu, 0x1000040u, 0x1000060u, 0x1000064u, 0x1000083u})
         std::erase(others, counted);
-    for (const std::uint32_t handle : others)
+    for (const uint32_t handle : others)
         EXPECT_EQ(text_of("stringify_counter_matchspec", {session, device, handle, 1}), "") << handle;
     EXPECT_TRUE(calls().empty()) << "nothing is read";
 }

@@ -42,7 +42,7 @@ std::vector<Export> exports() {
     std::vector<Export> all;
     std::ifstream list(EXPORTS_LIST);
     for (std::string name, signature; std::getline(list, name, '\t') && std::getline(list, signature);) {
-        const std::size_t open = signature.find('(');
+        const size_t open = signature.find('(');
         if (open == signature.npos || name.ends_with("_init") || name.ends_with("_cleanup")) continue;
         Export each{.name = name, .result = signature.substr(0, open), .arguments = {}};
         std::istringstream arguments(signature.substr(open + 1, signature.size() - open - 2));
@@ -57,8 +57,8 @@ std::vector<Export> exports() {
     return all;
 }
 
-[[gnu::noinline]] void fill_stack(std::uint8_t byte) {
-    std::uint8_t room[1 << 16];
+[[gnu::noinline]] void fill_stack(uint8_t byte) {
+    uint8_t room[1 << 16];
     std::memset(room, byte, sizeof room);
     asm volatile("" ::"r"(room) : "memory");
 }
@@ -70,11 +70,11 @@ void append(std::string& text, const Items& items) {
 }
 
 // Without `given`, the session or placement data, of which the driver gives none twice.
-void append(std::string& text, const vl_model::Call& call, std::uint64_t given) {
+void append(std::string& text, const vl_model::Call& call, uint64_t given) {
     text += call.function + call.text;
-    std::vector<std::uint64_t> numbers = call.args;
+    std::vector<uint64_t> numbers = call.args;
     if (!numbers.empty() && numbers[0] == given) numbers[0] = 0;
-    std::erase_if(numbers, [](std::uint64_t n) { return n >> 32 != 0 && n >> 47 == 0; }); // addresses
+    std::erase_if(numbers, [](uint64_t n) { return n >> 32 != 0 && n >> 47 == 0; }); // addresses
     if (call.match) {
         append(text, call.match->key);
         append(text, call.match->mask);
@@ -94,8 +94,8 @@ void append(std::string& text, const vl_model::Call& call, std::uint64_t given) 
     append(text, call.bytes);
     for (Bytes input : call.inputs) {
         if (call.function.starts_with("pipe_stful_") && call.function.find("query") != call.function.npos)
-            for (std::size_t i = offsetof(pipe_stful_query, elements); i < input.size(); i += sizeof(pipe_stful_query))
-                std::fill_n(input.begin() + static_cast<std::ptrdiff_t>(i), sizeof(void*), 0);
+            for (size_t i = offsetof(pipe_stful_query, elements); i < input.size(); i += sizeof(pipe_stful_query))
+                std::fill_n(input.begin() + static_cast<ptrdiff_t>(i), sizeof(void*), 0);
         append(text, input);
     }
 }
@@ -104,10 +104,10 @@ void append(std::string& text, const vl_model::Call& call, std::uint64_t given) 
 class Sweep {
 public:
     std::vector<std::string> seen;
-    std::map<std::string, std::uint32_t> results;
+    std::map<std::string, uint32_t> results;
 
-    Sweep(const std::vector<Export>& all, std::uint8_t byte) : byte_(byte) {
-        for (std::size_t i = 0; i < input_.size(); i += 2)
+    Sweep(const std::vector<Export>& all, uint8_t byte) : byte_(byte) {
+        for (size_t i = 0; i < input_.size(); i += 2)
             input_[i] = 1; // a value that is valid in fields of any width
         vl_model_reset();
         vl_model_log_sink_set([](int, int, const char*, void*) {}, nullptr);
@@ -127,7 +127,7 @@ public:
 private:
     // A table or profile, or a word that is neither; members and groups of a profile serve its table too.
     static std::string row_of(const std::string& name) {
-        const std::size_t begin = exported("").size();
+        const size_t begin = exported("").size();
         return name.size() < begin ? name : name.substr(begin, name.find('_', begin) - begin);
     }
     std::string maker_of(const Export& each, const std::string& what) const {
@@ -139,8 +139,8 @@ private:
         return row + what;
     }
 
-    void add_words(const Export& each, const std::string& argument, std::vector<std::uint64_t>& words) {
-        const std::uint64_t above_32 = std::uint64_t{0x0101010101010101} * byte_ << 32, above_8 = above_32 >> 24;
+    void add_words(const Export& each, const std::string& argument, std::vector<uint64_t>& words) {
+        const uint64_t above_32 = uint64_t{0x0101010101010101} * byte_ << 32, above_8 = above_32 >> 24;
         const std::string what = argument.substr(argument.find_last_of("* ") + 1);
         const auto is = [&](const char* type) { return argument.starts_with(type); };
         if (argument == "...") {
@@ -156,7 +156,7 @@ private:
         } else if (is("pd_counter_value") || is("pd_register_value")) {
             words.insert(words.end(), {1, 2});
         } else if (is("pd_pvs_target")) {
-            words.insert(words.end(), {std::uint64_t{1} << 32 | device, above_8 << 32 | 1});
+            words.insert(words.end(), {uint64_t{1} << 32 | device, above_8 << 32 | 1});
         } else if (is("pd_idle_params")) {
             words.resize(6); // it goes by the stack
             words.insert(words.end(), {above_32 | PIPE_IDLE_MODE_NOTIFY, 1, above_32 | 2, 3, 4, above_8 | 1});
@@ -164,7 +164,7 @@ private:
             words.push_back(is("uint64_t") ? 9999 : above_32 | integer(each, what));
         }
     }
-    std::uint64_t pointer(const Export& each, const std::string& argument, const std::string& what) {
+    uint64_t pointer(const Export& each, const std::string& argument, const std::string& what) {
         if (what == "cookie" || argument == "void *message") return 0;
         if (what == "plcmt_data") return blobs_[row_of(each.name)];
         if (what == "match_record") return word(&match_);
@@ -173,10 +173,10 @@ private:
         if (what == "widths") return word(&width_);
         return argument.starts_with("const") ? word(input_.data()) : word(output(what).data());
     }
-    std::uint32_t integer(const Export& each, const std::string& what) {
+    uint32_t integer(const Export& each, const std::string& what) {
         if (what == "sess_hdl") return session_;
         if (what == "dev_id") return device;
-        if (what == "fd") return static_cast<std::uint32_t>(nowhere_);
+        if (what == "fd") return static_cast<uint32_t>(nowhere_);
         if (what == "tbl_hdl") return table_named("ipv4Host").handle;
         if (what == "entry_hdl" || what == "mbr_hdl" || what == "grp_hdl") return made_[maker_of(each, what)];
         return 1;
@@ -190,19 +190,19 @@ private:
     std::string call(const Export& each) {
         void* const symbol = dlsym(RTLD_DEFAULT, each.name.c_str());
         EXPECT_NE(symbol, nullptr) << each.name;
-        std::vector<std::uint64_t> w;
+        std::vector<uint64_t> w;
         outputs_.clear();
         for (const std::string& argument : each.arguments)
             add_words(each, argument, w);
         EXPECT_LE(w.size(), 12u);
         w.resize(12);
-        using Word = std::uint64_t;
+        using Word = uint64_t;
         const auto function =
             reinterpret_cast<Word (*)(Word, Word, Word, Word, Word, Word, Word, Word, Word, Word, Word, Word)>(symbol);
         vl_model::take_calls();
         fill_stack(byte_);
-        const auto result = static_cast<std::uint32_t>(
-            function(w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8], w[9], w[10], w[11]));
+        const auto result =
+            static_cast<uint32_t>(function(w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8], w[9], w[10], w[11]));
 
         std::string text;
         for (const vl_model::Call& made : vl_model::take_calls())
@@ -213,19 +213,19 @@ private:
                             {reinterpret_cast<const char*>(bytes->data()), bytes->size()})) +
                         ' ';
             if (result != 0 || each.turn >= others) continue;
-            std::memcpy(&made_[row_of(each.name) + what], bytes->data(), sizeof(std::uint32_t));
-            std::memcpy(&made_[each.name], bytes->data(), sizeof(std::uint32_t));
+            std::memcpy(&made_[row_of(each.name) + what], bytes->data(), sizeof(uint32_t));
+            std::memcpy(&made_[each.name], bytes->data(), sizeof(uint32_t));
             if (what == "blob" && !each.has("_sel_")) std::memcpy(&blobs_[row_of(each.name)], bytes->data(), 8);
         }
         if (!each.result.starts_with("void")) text += std::to_string(results[each.name] = result);
         return text;
     }
 
-    std::uint8_t byte_;
+    uint8_t byte_;
     const int nowhere_ = open("/dev/null", O_WRONLY);
     pd_session session_ = 0;
-    std::map<std::string, std::uint32_t> made_; // handles
-    std::map<std::string, std::uint64_t> blobs_;
+    std::map<std::string, uint32_t> made_; // handles
+    std::map<std::string, uint64_t> blobs_;
     std::vector<std::pair<std::string, Bytes*>> outputs_; // of this call
     std::array<Bytes, 8> output_buffers_ = [] {
         std::array<Bytes, 8> buffers;
@@ -233,7 +233,7 @@ private:
         return buffers;
     }();
     Bytes input_ = Bytes(1 << 12);
-    std::uint32_t width_ = 8;
+    uint32_t width_ = 8;
     pipe_match_record match_ = {input_.data(), input_.data(), 1, 1, 0, 64, 0};
     pipe_action_data data_ = {0, 0, 0, input_.data()};
     std::array<pipe_stful_element, 4> elements_{};
@@ -244,7 +244,7 @@ TEST(DirtyStack, NothingOfItGetsOut) {
     const std::vector<Export> all = exports();
     const Sweep first(all, 0xA5), second(all, 0x5A);
     ASSERT_GT(all.size(), 6000u);
-    for (std::size_t i = 0; i < all.size(); ++i) {
+    for (size_t i = 0; i < all.size(); ++i) {
         EXPECT_TRUE(first.seen[i] == second.seen[i]) << all[i].name;
         const bool needs_a_row = all[i].has("_get_entry") || all[i].has("_get_member") || all[i].has("_modify_");
         EXPECT_EQ(needs_a_row ? first.results.at(all[i].name) : 0, 0u) << all[i].name;

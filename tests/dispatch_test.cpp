@@ -9,7 +9,7 @@ using namespace support;
 using Dispatch = ProfileTest;
 
 TEST_F(Dispatch, EveryTableAndProfile) {
-    std::uint32_t out[2] = {};
+    uint32_t out[2] = {};
     names["out"] = word(out);
     const std::string first = "pipe_mgr_get_first_entry_handle sess hdl tgt out",
                       next = "pipe_mgr_get_next_entry_handles sess hdl tgt 5 2 out",
@@ -34,28 +34,28 @@ TEST_F(Dispatch, EveryTableAndProfile) {
 }
 
 TEST_F(Dispatch, HandlesOfNobodyGiveTheEndMarkAlone) {
-    constexpr std::uint32_t untouched = 0xA5A5A5A5;
-    const auto expect_end = [&](std::uint32_t handle, const char* name, const char* arguments, pd_status expected) {
+    constexpr uint32_t untouched = 0xA5A5A5A5;
+    const auto expect_end = [&](uint32_t handle, const char* name, const char* arguments, pd_status expected) {
         SCOPED_TRACE(std::string(name) + " " + std::to_string(handle));
-        std::uint32_t out[3] = {untouched, untouched, untouched};
+        uint32_t out[3] = {untouched, untouched, untouched};
         names["hdl"] = handle;
         names["out"] = word(out);
         EXPECT_EQ(run_export(name, arguments), expected);
         EXPECT_TRUE(out[0] == 0xFFFFFFFF && out[1] == untouched && out[2] == untouched);
         expect_calls({});
     };
-    for (const std::uint32_t handle :
+    for (const uint32_t handle :
          {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x200001au, 0x3000001u, 0x3000005u, 0xFFFFFFFFu}) {
         expect_end(handle, "entry_hdl_first", "sess tgt hdl out", 0);
         expect_end(handle, "entry_hdl_next", "sess tgt hdl 5 3 out", 0);
         expect_end(handle, "entry_hdl_default", "sess tgt hdl out", 0);
     }
-    std::vector<std::uint32_t> nobody = {0, 0x1000046, 0x3000001, 0x3000005, 0xFFFFFFFF};
-    for (std::uint32_t handle = 0x2000018; handle <= 0x2000031; ++handle)
+    std::vector<uint32_t> nobody = {0, 0x1000046, 0x3000001, 0x3000005, 0xFFFFFFFF};
+    for (uint32_t handle = 0x2000018; handle <= 0x2000031; ++handle)
         if (handle != 0x2000019 && handle != 0x200001a && handle != 0x2000023 && handle != 0x2000027 &&
             handle != 0x2000030)
             nobody.push_back(handle);
-    for (const std::uint32_t handle : nobody) {
+    for (const uint32_t handle : nobody) {
         expect_end(handle, "member_hdl_first", "sess tgt hdl out", 0xFFFFFFFF);
         expect_end(handle, "member_hdl_next", "sess tgt hdl 5 3 out", 0xFFFFFFFF);
     }

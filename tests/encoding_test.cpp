@@ -20,7 +20,7 @@ protected:
     }
 };
 
-void expect_key(const MatchCopy& match, const char* key, const char* mask, std::uint32_t priority, unsigned bits) {
+void expect_key(const MatchCopy& match, const char* key, const char* mask, uint32_t priority, unsigned bits) {
     EXPECT_EQ(hex(match.key), key);
     EXPECT_EQ(hex(match.mask), mask);
     EXPECT_EQ(match.priority, priority);
@@ -30,16 +30,16 @@ void expect_key(const MatchCopy& match, const char* key, const char* mask, std::
 }
 
 TEST(Bytes, StoreAndLoadAreInverseAndBigEndian) {
-    const auto check = []<unsigned size>(std::uint32_t value) {
-        std::uint8_t bytes[5] = {0xEE, 0xEE, 0xEE, 0xEE, 0xEE};
+    const auto check = []<unsigned size>(uint32_t value) {
+        uint8_t bytes[5] = {0xEE, 0xEE, 0xEE, 0xEE, 0xEE};
         vl_pd::bytes::store_big_endian<size>(bytes, value);
         for (unsigned i = 0; i < size; ++i)
-            ASSERT_EQ(bytes[i], static_cast<std::uint8_t>(value >> (8 * (size - 1 - i)))) << value;
+            ASSERT_EQ(bytes[i], static_cast<uint8_t>(value >> (8 * (size - 1 - i)))) << value;
         ASSERT_EQ(bytes[size], 0xEE);
         ASSERT_EQ(vl_pd::bytes::load_big_endian<size>(bytes),
                   size == 4 ? value : value & ((1u << (8 * size % 32)) - 1));
     };
-    for (std::uint32_t value = 0; value <= 0x10100; ++value) {
+    for (uint32_t value = 0; value <= 0x10100; ++value) {
         check.operator()<1>(value);
         check.operator()<2>(value);
         check.operator()<3>(value * 251);
@@ -104,8 +104,8 @@ TEST_F(Encoding, WideMaskedTable) {
     p4_pd_velmar_switch_trapToCpu_match_spec_t key;
     std::memset(&key, 0xFF, sizeof key);
     key.ingMd_igmpSnoopingEnabled = 1;
-    for (std::uint8_t i = 0; i < 16; ++i) {
-        key.ingIpv6_dip[i] = static_cast<std::uint8_t>(0xA0 + i);
+    for (uint8_t i = 0; i < 16; ++i) {
+        key.ingIpv6_dip[i] = static_cast<uint8_t>(0xA0 + i);
         key.ingIpv6_dip_mask[i] = i % 2 ? 0xFF : 0x0F;
     }
     p4_pd_velmar_switch_trapToCpu_table_delete_by_match_spec(session, target, &key, 0xFFFFFFFF);
@@ -120,15 +120,15 @@ TEST_F(Encoding, WideMaskedTable) {
 TEST_F(Encoding, PrefixTable) {
     p4_pd_velmar_switch_ipv6Partition_match_spec_t key = {};
     key.l3Info_vrfId = 3;
-    const std::uint8_t address[16] = {1, 2, 3, 4, 5, 6, 7, 8, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
+    const uint8_t address[16] = {1, 2, 3, 4, 5, 6, 7, 8, 0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88};
     std::memcpy(key.ingIpv6_dip, address, sizeof address);
     const std::string whole = "03 01 02 03 04 05 06 07 08 11 22 33 44 55 66 77 88";
     const std::string ones = "ff ff ff ff ff ff ff ff ff ff ff ff ff ff ff ff ff";
     const struct {
-        std::uint16_t length;
+        uint16_t length;
         std::string key;
         std::string mask;
-        std::uint32_t priority;
+        uint32_t priority;
     } cases[] = {
         {61, "03 01 02 03 04 05 06 07 08 00 00 00 00 00 00 00 00", "ff ff ff ff ff ff ff ff f8 00 00 00 00 00 00 00 00",
          67},

@@ -21,9 +21,9 @@ protected:
     }
 };
 
-bool all_zero(const void* memory, std::size_t size) {
-    const auto* const bytes = static_cast<const std::uint8_t*>(memory);
-    return std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
+bool all_zero(const void* memory, size_t size) {
+    const auto* const bytes = static_cast<const uint8_t*>(memory);
+    return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == 0; });
 }
 
 TEST_F(Entries, ArgumentsOfEachCall) {
@@ -54,13 +54,13 @@ TEST_F(Entries, ArgumentsOfEachCall) {
     call = only_call();
     EXPECT_EQ(call.function, "pipe_mgr_mat_ent_set_action");
     call.args[5] = 0; // the record's address
-    EXPECT_EQ(call.args, (std::vector<std::uint64_t>{session, device, 0x1000023, entry, 0x20000069, 0, 0}));
+    EXPECT_EQ(call.args, (std::vector<uint64_t>{session, device, 0x1000023, entry, 0x20000069, 0, 0}));
 
     ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_table_modify_with_onMiss_by_match_spec(session, target, &key), 0u);
     call = only_call();
     EXPECT_EQ(call.function, "pipe_mgr_mat_ent_set_action_by_match_spec");
     call.args[3] = call.args[5] = 0;
-    EXPECT_EQ(call.args, (std::vector<std::uint64_t>{session, target_word, 0x1000023, 0, 0x2000006d, 0, 0}));
+    EXPECT_EQ(call.args, (std::vector<uint64_t>{session, target_word, 0x1000023, 0, 0x2000006d, 0, 0}));
     EXPECT_EQ(call.action->kind, 1);
     EXPECT_EQ(call.action->data_bits | call.action->data_len, 0);
     EXPECT_FALSE(call.action->data_null) << "actions without parameters send data too, of no length";
@@ -71,14 +71,14 @@ TEST_F(Entries, ArgumentsOfEachCall) {
     call = only_call();
     EXPECT_EQ(call.function, "pipe_mgr_match_spec_to_ent_hdl");
     call.args[3] = 0;
-    EXPECT_EQ(call.args, (std::vector<std::uint64_t>{session, target_word, 0x1000023, 0, word(&found), 0}));
+    EXPECT_EQ(call.args, (std::vector<uint64_t>{session, target_word, 0x1000023, 0, word(&found), 0}));
 
     ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_table_delete(session, device, entry), 0u);
-    EXPECT_EQ(only_call().args, (std::vector<std::uint64_t>{session, device, 0x1000023, entry, 0}));
+    EXPECT_EQ(only_call().args, (std::vector<uint64_t>{session, device, 0x1000023, entry, 0}));
     EXPECT_EQ(p4_pd_velmar_switch_ipv4Host_table_delete_by_match_spec(session, target, &key), VL_MODEL_NOT_FOUND);
     call = only_call();
     call.args[3] = 0;
-    EXPECT_EQ(call.args, (std::vector<std::uint64_t>{session, target_word, 0x1000023, 0, 0}));
+    EXPECT_EQ(call.args, (std::vector<uint64_t>{session, target_word, 0x1000023, 0, 0}));
 }
 
 TEST_F(Entries, TimeToLiveTravelsOnlyWithTheLearningTablesAdd) {
@@ -100,12 +100,12 @@ TEST_F(Entries, DeletingFromAMaskedTableNeedsThePriorityOfTheAdd) {
 // The slot that an action sends, for every entry action of the tables that carry a resource. Actions not named here
 // send the tag of their table's column.
 TEST_F(Entries, ResourceSlots) {
-    constexpr std::uint32_t index = 0x00050028; // its low half is what an add takes
+    constexpr uint32_t index = 0x00050028; // its low half is what an add takes
     struct Expected {
-        std::uint32_t handle;
-        std::uint32_t tag;                              // of the actions that aren't named
-        std::map<std::string, std::uint32_t> add_index; // actions that attach an indexed resource, with the add's index
-        std::map<std::string, std::uint32_t> modify_index;
+        uint32_t handle;
+        uint32_t tag;                              // of the actions that aren't named
+        std::map<std::string, uint32_t> add_index; // actions that attach an indexed resource, with the add's index
+        std::map<std::string, uint32_t> modify_index;
     };
     const std::map<std::string, Expected> tables = {
         {"l2DmacClassify", {0x4000001, PIPE_SLOT_ATTACHED, {}, {}}},
@@ -139,15 +139,15 @@ TEST_F(Entries, ResourceSlots) {
         for (const catalog::Binding& binding : table->actions) {
             SCOPED_TRACE(std::string(table->name) + " " + binding.action);
             const catalog::Action& action = action_of(binding);
-            std::vector<std::uint8_t> spec(catalog::action_layout(action).record_size + 4);
+            std::vector<uint8_t> spec(catalog::action_layout(action).record_size + 4);
             std::memcpy(spec.data(), &index, sizeof index); // index parameters come first
-            std::uint32_t entry = 0;
+            uint32_t entry = 0;
 
-            std::vector<std::uint64_t> tail;
+            std::vector<uint64_t> tail;
             if (masked) tail.push_back(9);
             if (action.params.size() != 0) tail.push_back(word(spec.data()));
             if (metered) tail.push_back(word(&meter));
-            std::vector<std::uint64_t> words = {session, target_word, word(key.data())};
+            std::vector<uint64_t> words = {session, target_word, word(key.data())};
             words.insert(words.end(), tail.begin(), tail.end());
             if (table->ttl_on_add) words.push_back(0);
             words.push_back(word(&entry));
@@ -178,7 +178,7 @@ TEST_F(Entries, ResourceSlots) {
                 const auto& indices =
                     call.function == add.function ? expected->second.add_index : expected->second.modify_index;
                 const auto found = indices.find(binding.action);
-                EXPECT_EQ(slot.tag, found != indices.end() ? std::uint32_t{PIPE_SLOT_ATTACHED} : expected->second.tag);
+                EXPECT_EQ(slot.tag, found != indices.end() ? uint32_t{PIPE_SLOT_ATTACHED} : expected->second.tag);
                 EXPECT_EQ(slot.index, found != indices.end() ? found->second : 0);
                 EXPECT_EQ(all_zero(slot.spec, sizeof slot.spec), !metered);
                 EXPECT_TRUE(all_zero(&call.action->slots[1], 3 * sizeof slot));
@@ -233,7 +233,7 @@ TEST_F(Entries, MeterSpecOfTheDirectMeter) {
     const ActionCopy unchanged = sent_action();
     EXPECT_EQ(unchanged.resource_count, 1);
     EXPECT_EQ(unchanged.slots[0].resource_hdl, 0x5000001u);
-    EXPECT_EQ(unchanged.slots[0].tag, static_cast<std::uint32_t>(PIPE_SLOT_UNCHANGED));
+    EXPECT_EQ(unchanged.slots[0].tag, static_cast<uint32_t>(PIPE_SLOT_UNCHANGED));
     EXPECT_TRUE(all_zero(unchanged.slots[0].spec, sizeof unchanged.slots[0].spec));
 
     // A type that is none is logged once, before the driver is called all the same, as for colour aware.
@@ -270,7 +270,7 @@ TEST_F(Entries, StatusesComeBackUnchangedAndOutputsStayTheDrivers) {
     vl_model::fail_call("pipe_mgr_mat_ent_add", 1, 0x87654321);
     EXPECT_EQ(p4_pd_velmar_switch_ipv4Host_table_add_with_onMiss(session, target, &key, &entry), 0x87654321u);
     EXPECT_EQ(entry, 0x5A5A5A5Au);
-    const std::pair<const char*, std::uint32_t (*)(pd_session, pd_entry)> operations[] = {
+    const std::pair<const char*, uint32_t (*)(pd_session, pd_entry)> operations[] = {
         {"pipe_mgr_mat_ent_set_action",
          [](pd_session s, pd_entry e) { return p4_pd_velmar_switch_ipv4Host_table_modify_with_onMiss(s, device, e); }},
         {"pipe_mgr_mat_ent_del",

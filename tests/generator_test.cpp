@@ -87,7 +87,7 @@ TEST(Generator, TextsNameEveryExportOnce) {
     const Exports exports = name_exports(toy);
     const std::string list = write_export_list(exports);
     const std::string script = write_version_script(exports);
-    EXPECT_EQ(static_cast<std::size_t>(std::count(list.begin(), list.end(), '\n')),
+    EXPECT_EQ(static_cast<size_t>(std::count(list.begin(), list.end(), '\n')),
               exports.functions().size() + exports.data.size());
     EXPECT_TRUE(contains(list, "bf_drv_hdl\tuint32_t bf_drv_hdl\n"));
     EXPECT_TRUE(contains(list, "p4_pd_toy_acl_table_delete\tpd_status (pd_session sess_hdl, "));
@@ -128,9 +128,9 @@ struct Variant {
 
     std::string broken() const {
         Fault found;
-        for (std::size_t number = 0; !found.found() && number < table_count(rows); ++number)
+        for (size_t number = 0; !found.found() && number < table_count(rows); ++number)
             found = table_fault(rows, number);
-        for (std::size_t number = 0; !found.found() && number < rows.actions.size(); ++number)
+        for (size_t number = 0; !found.found() && number < rows.actions.size(); ++number)
             found = action_fault(rows, number);
         if (!found.found()) found = reference_and_handle_fault(rows);
         return found.found() ? std::string(found.row) + ": " + found.rule : std::string();

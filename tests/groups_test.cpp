@@ -11,8 +11,8 @@ using vl_model::Call;
 
 class Groups : public ProfileTest {
 protected:
-    std::uint32_t members_in_driver() {
-        std::uint32_t count = ~0u;
+    uint32_t members_in_driver() {
+        uint32_t count = ~0u;
         names["count"] = word(&count);
         EXPECT_EQ(run("get_selector_group_member_count", "sess tgt grp count"), 0u);
         calls();
@@ -79,7 +79,7 @@ TEST_F(Groups, WhatARefusedStepLeaves) {
     const struct {
         const char *operation, *arguments, *failing;
         pd_status expected;
-        std::size_t calls;
+        size_t calls;
         unsigned members; // in the driver, afterwards
         bool action;      // in the shadow
     } steps[] = {
@@ -121,21 +121,21 @@ TEST_F(Groups, TheMemberThatJoinedLastGivesTheAction) {
 }
 
 TEST_F(Groups, OnlyTheTwoStatesOfMembersGetThrough) {
-    constexpr std::uint32_t untouched = 0xA5A5A5A5;
+    constexpr uint32_t untouched = 0xA5A5A5A5;
     for_profiles([&] {
         const pd_member member = add_member();
         names["mbr"] = member;
         names["grp"] = add_group({member});
-        for (const std::uint32_t answer : {0u, 1u, 2u, 0x100u, 0xFFFFFFFFu}) {
-            vl_model::set_state_answer_hook([&](std::uint32_t& state) { state = answer; });
-            std::uint32_t out = untouched;
+        for (const uint32_t answer : {0u, 1u, 2u, 0x100u, 0xFFFFFFFFu}) {
+            vl_model::set_state_answer_hook([&](uint32_t& state) { state = answer; });
+            uint32_t out = untouched;
             names["out"] = word(&out);
             EXPECT_EQ(run("group_member_state_get", "sess tgt grp mbr out"), 0u);
             EXPECT_EQ(out, answer < 2 ? answer : untouched);
             EXPECT_NE(only_call().args.back(), word(&out)) << "the driver doesn't write to the agent";
         }
         names["odd"] = 2;
-        EXPECT_EQ(run("group_member_state_set", "sess tgt grp mbr odd"), std::uint32_t{PD_STATUS_INVALID});
+        EXPECT_EQ(run("group_member_state_set", "sess tgt grp mbr odd"), uint32_t{PD_STATUS_INVALID});
         const std::vector<vl_model::Call> made = calls();
         ASSERT_EQ(made.size(), 1u) << "a line in the log, and no driver call";
         EXPECT_TRUE(made[0].text.starts_with("mbr_state == P4_PD_GRP_MBR_STATE_INACTIVE"));
@@ -143,19 +143,19 @@ TEST_F(Groups, OnlyTheTwoStatesOfMembersGetThrough) {
 }
 
 TEST_F(Groups, ADeletionHandsTheMembersToTheShadow) {
-    for (const std::uint32_t lost : {0u, 1u}) {
+    for (const uint32_t lost : {0u, 1u}) {
         for_profiles([&] {
             const std::vector<pd_member> members = {add_member(), add_member(), add_member()};
             names["grp"] = add_group({members[1], members[0], members[2]});
             names["returned"] = 3 - lost;
-            vl_model::set_group_answer_hook([&](auto*, auto*, std::uint32_t& count) { count -= lost; });
+            vl_model::set_group_answer_hook([&](auto*, auto*, uint32_t& count) { count -= lost; });
             ASSERT_EQ(run("del_group", "sess dev grp"), 0u);
             const std::vector<Call> made = expect_calls(
                 {"pipe_mgr_get_sel_grp_mbr_count sess dev sel grp *", "bf_sys_calloc 3 4", "bf_sys_calloc 3 1",
                  "pipe_mgr_sel_grp_mbrs_get sess dev sel grp 3 * * * 0", "pipe_mgr_sel_grp_del sess dev sel grp 0",
                  "p4_pd_ms_del_grp sess state dev grp returned *", "bf_sys_free *", "bf_sys_free *"});
             ASSERT_EQ(made[3].args.size(), 9u);
-            const std::uint64_t list = made[3].args[5], states = made[3].args[6];
+            const uint64_t list = made[3].args[5], states = made[3].args[6];
             EXPECT_EQ(made[5].args.at(5), list);
             EXPECT_EQ(made[5].handles, std::vector<pd_member>(members.begin(), members.end() - lost));
             EXPECT_EQ((std::set{made[6].args.at(0), made[7].args.at(0)}), (std::set{list, states}));

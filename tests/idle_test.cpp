@@ -12,7 +12,7 @@ using vl_model::Call;
 
 using Idle = LibraryTest;
 
-pd_idle_params some_params(std::uint32_t mode) {
+pd_idle_params some_params(uint32_t mode) {
     pd_idle_params params;
     std::memset(&params, 0xEE, sizeof params); // the gaps hold garbage
     params.mode = mode;
@@ -25,16 +25,16 @@ pd_idle_params some_params(std::uint32_t mode) {
 }
 
 TEST_F(Idle, EnableSendsTheParametersAndThenSwitchesOn) {
-    for (const std::uint32_t mode : {0u, 1u}) {
+    for (const uint32_t mode : {0u, 1u}) {
         p4_pd_velmar_switch_ipv4Host_idle_tmo_enable(session, device, some_params(mode));
         const std::vector<Call> made = calls();
         ASSERT_EQ(made.size(), 2u);
         EXPECT_EQ(made[0].function, "pipe_mgr_idle_set_params");
-        EXPECT_EQ(made[0].args, (std::vector<std::uint64_t>{session, device, 0x1000023, mode, 1000, 0x1B1B1B1B, 5000, 0,
-                                                            0x1D1D1D1D1D1D1D1D, 0}))
+        EXPECT_EQ(made[0].args, (std::vector<uint64_t>{session, device, 0x1000023, mode, 1000, 0x1B1B1B1B, 5000, 0,
+                                                       0x1D1D1D1D1D1D1D1D, 0}))
             << "gaps and reserved words are zero, the flag isn't sent, and the fourth parameter moves";
         EXPECT_EQ(made[1].function, "pipe_mgr_idle_tmo_set_enable");
-        EXPECT_EQ(made[1].args, (std::vector<std::uint64_t>{session, device, 0x1000023, 1}));
+        EXPECT_EQ(made[1].args, (std::vector<uint64_t>{session, device, 0x1000023, 1}));
     }
     vl_model::fail_call("pipe_mgr_idle_set_params", 1, 66);
     EXPECT_EQ(p4_pd_velmar_switch_ipv4Host_idle_tmo_enable(session, device, some_params(1)), 66u);
@@ -43,7 +43,7 @@ TEST_F(Idle, EnableSendsTheParametersAndThenSwitchesOn) {
     EXPECT_EQ(p4_pd_velmar_switch_ipv4Host_idle_tmo_enable(session, device, some_params(1)), 67u);
     calls();
     p4_pd_velmar_switch_ipv4Host_idle_tmo_disable(session, device);
-    EXPECT_EQ(only_call().args, (std::vector<std::uint64_t>{session, device, 0x1000023, 0}));
+    EXPECT_EQ(only_call().args, (std::vector<uint64_t>{session, device, 0x1000023, 0}));
 }
 
 TEST_F(Idle, ParametersComeBackInTheModeThatHasThem) {
@@ -72,15 +72,15 @@ TEST_F(Idle, ParametersComeBackInTheModeThatHasThem) {
 }
 
 TEST_F(Idle, WhatTheThirteenTablesSend) {
-    std::size_t tables = 0;
+    size_t tables = 0;
     for (const catalog::Table* table : all_tables()) {
         if (!table->idle_time) continue;
         ++tables;
         SCOPED_TRACE(table->name);
         const std::string base = exported(table->name) + "_";
-        const std::uint64_t handle = table->handle;
-        std::uint32_t out = 0;
-        using Words = std::vector<std::uint64_t>;
+        const uint64_t handle = table->handle;
+        uint32_t out = 0;
+        using Words = std::vector<uint64_t>;
         call(base + "set_ttl", {dirty(session), dirty(device), dirty(9), dirty(30)});
         EXPECT_EQ(only_call().args, (Words{session, device, handle, 9, 30, 0, 0}));
         call(base + "get_ttl", {session, device, 9, word(&out)});

@@ -47,11 +47,11 @@ protected:
         EXPECT_EQ(call.match->partition_index | call.match->reserved, 0u);
     }
 
-    void one_operation(Kind kind, bool to_group, std::uint32_t known, std::uint32_t other) {
+    void one_operation(Kind kind, bool to_group, uint32_t known, uint32_t other) {
         const auto& row = operations[kind];
         const std::string operation = to_group ? row.to_group : row.to_member;
         SCOPED_TRACE(operation);
-        std::uint32_t out = 0xA5A5A5A5;
+        uint32_t out = 0xA5A5A5A5;
         names["out"] = word(&out);
         if (kind == modify || kind == modify_by_key) { // an entry of the other form turns to this one
             names["hdl"] = other;
@@ -60,7 +60,7 @@ protected:
             calls();
         }
         names["entry"] = out;
-        const std::uint32_t before = out;
+        const uint32_t before = out;
         const Lines expected = {
             to_group ? "p4_pd_ms_get_grp_act state dev hdl *" : "p4_pd_ms_get_mbr_act state dev hdl *",
             to_group ? "p4_pd_ms_grp_get_res state dev hdl * *" : "p4_pd_ms_mbr_get_res state dev hdl * *", row.sent};
@@ -100,9 +100,9 @@ TEST_F(Indirect, EveryOperationOnEveryTable) {
 
 TEST_F(Indirect, TheRoadOfAnEcmpGroup) {
     use(catalog::profiles[1]);
-    std::uint32_t members[3], group = 0, entry = 0, found[3] = {};
+    uint32_t members[3], group = 0, entry = 0, found[3] = {};
     p4_pd_velmar_switch_setEcmpNextHop_action_spec_t hop = {.action_nextHopTable = 2, .action_nextHop = 0x10000};
-    for (std::uint32_t& member : members) {
+    for (uint32_t& member : members) {
         ++hop.action_nextHop;
         ASSERT_EQ(
             p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_with_setEcmpNextHop(session, target, &hop, &member),
@@ -117,7 +117,7 @@ TEST_F(Indirect, TheRoadOfAnEcmpGroup) {
     ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_add_entry_with_selector(session, target, &key, group, &entry), 0u);
 
     p4_pd_velmar_switch_ecmpGroup_match_spec_t read = {};
-    std::uint8_t has_mbr = 9, has_grp = 9, is_default = 9;
+    uint8_t has_mbr = 9, has_grp = 9, is_default = 9;
     ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_get_entry(session, device, entry, 1, &read, &has_mbr, &has_grp, &found[0],
                                                       &found[1], &is_default),
               0u);

@@ -54,7 +54,7 @@ TEST_F(LeafSwitch, StandsAfterTheBringUpAndIsGoneAfterTheShutDown) {
     vl_model::record_calls(true);
     Leaf leaf = bring_up();
 
-    std::map<std::string, std::uint32_t> counts;
+    std::map<std::string, uint32_t> counts;
     for (const TableCount& table : table_counts(leaf)) {
         EXPECT_GT(table.count, 0u) << table.name;
         counts[table.name] = table.count;
@@ -64,12 +64,12 @@ TEST_F(LeafSwitch, StandsAfterTheBringUpAndIsGoneAfterTheShutDown) {
     EXPECT_EQ(counts["nextHop0"], 5u);
     EXPECT_EQ(counts["lagGroup"], 2u);
     EXPECT_EQ(counts["members of lagPortActionProfile"], 4u);
-    EXPECT_EQ(spine_next_hops(leaf), (std::vector<std::uint32_t>{1, 2}));
-    EXPECT_EQ(lag_ports_in_use(leaf), (std::vector<std::uint32_t>{5, 6}));
+    EXPECT_EQ(spine_next_hops(leaf), (std::vector<uint32_t>{1, 2}));
+    EXPECT_EQ(lag_ports_in_use(leaf), (std::vector<uint32_t>{5, 6}));
 
     // The shutdown looks at counted tables alone, so all that have entries must be among them.
-    std::set<std::uint64_t> filled;
-    std::set<std::uint64_t> looked_at;
+    std::set<uint64_t> filled;
+    std::set<uint64_t> looked_at;
     for (const vl_model::Call& call : vl_model::take_calls()) {
         if (call.function == "pipe_mgr_mat_ent_add") filled.insert(call.args[2]);
         if (call.function == "pipe_mgr_get_entry_count") looked_at.insert(call.args[2]);
@@ -90,9 +90,8 @@ TEST_F(LeafSwitch, TellsWhatStands) {
     for (const char* line :
          {"  ipv4Host                              3\n", "\nECMP group, next hops: 1 2\n", "\nLAG, ports: 5 6\n",
           "\nipv4Host, 10.0.10.11 in VRF 1: p4_pd_velmar_switch_setNextHop 101\n",
-          "\nfinalDropControl, by default: p4_pd_velmar_switch_accept\n"}) {
+          "\nfinalDropControl, by default: p4_pd_velmar_switch_accept\n"})
         EXPECT_NE(out.str().find(line), std::string::npos) << line << out.str();
-    }
     shut_down(leaf);
 }
 
@@ -112,8 +111,8 @@ TEST_F(LeafSwitch, StopsAtARefusalAndTakesDownWhatStood) {
             if (refusal.empty()) break;
             EXPECT_NE(refusal.find("BAD_DATA"), std::string::npos) << refusal;
             // Nothing is made after the refused call, and all that was made goes; memberships go with their group.
-            std::size_t made = 0;
-            std::size_t undone = 0;
+            size_t made = 0;
+            size_t undone = 0;
             bool refused = false;
             for (const vl_model::Call& call : calls) {
                 EXPECT_FALSE(refused && making.contains(call.function)) << refusal;
@@ -157,32 +156,30 @@ constexpr Station desk = {{0x020000, 0x000031}, server_vlan, 3};
 constexpr Station printer = {{0x020000, 0x000032}, server_vlan, 4};
 constexpr Station backup = {{0x020000, 0x000041}, storage_vlan, lag_interface};
 
-std::size_t send(const Leaf& leaf, const std::vector<Station>& senders) {
+size_t send(const Leaf& leaf, const std::vector<Station>& senders) {
     return send_frames(leaf, senders);
 }
 
 // The time to live of the station's source entry; nothing if there is none.
-std::optional<std::uint32_t> source_ttl(const Leaf& leaf, const Station& station) {
+std::optional<uint32_t> source_ttl(const Leaf& leaf, const Station& station) {
     const p4_pd_velmar_switch_l2LearningLookup_match_spec_t key = {station.mac.oui, station.mac.station, station.vlan,
                                                                    station.interface};
     pd_entry entry = 0;
-    if (p4_pd_velmar_switch_l2LearningLookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry) != 0) {
+    if (p4_pd_velmar_switch_l2LearningLookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry) != 0)
         return std::nullopt;
-    }
-    std::uint32_t ttl = 0;
+    uint32_t ttl = 0;
     EXPECT_EQ(p4_pd_velmar_switch_l2LearningLookup_get_ttl(leaf.session, leaf.target.dev_id, entry, &ttl), 0u);
     return ttl;
 }
 
 // The interface that frames to the station leave by; nothing if they are flooded.
-std::optional<std::uint32_t> way_to(const Leaf& leaf, const Mac& mac, std::uint16_t vlan) {
+std::optional<uint32_t> way_to(const Leaf& leaf, const Mac& mac, uint16_t vlan) {
     p4_pd_velmar_switch_l2Lookup_match_spec_t key = {mac.oui, mac.station, vlan};
     pd_entry entry = 0;
-    if (p4_pd_velmar_switch_l2Lookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry) != 0) {
+    if (p4_pd_velmar_switch_l2Lookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry) != 0)
         return std::nullopt;
-    }
     pd_action_record out = {};
-    std::uint8_t is_default = 0;
+    uint8_t is_default = 0;
     EXPECT_EQ(p4_pd_velmar_switch_l2Lookup_get_entry(leaf.session, leaf.target.dev_id, entry, 0, &key, nullptr,
                                                      &out.spec, &out.action_id, &is_default),
               0u);
@@ -202,16 +199,15 @@ void expect_unknown(const Leaf& leaf, const Station& station) {
     EXPECT_FALSE(way_to(leaf, station.mac, station.vlan)) << station.mac.station;
 }
 
-std::uint32_t unacknowledged(const Leaf& leaf) {
-    std::uint32_t count = 0;
+uint32_t unacknowledged(const Leaf& leaf) {
+    uint32_t count = 0;
     EXPECT_EQ(vl_model_digest_unacked(leaf.target.dev_id, 0x9000000, &count), 0u);
     return count;
 }
 
-std::uint32_t count_of(const Leaf& leaf, const std::string& table) {
-    for (const TableCount& count : table_counts(leaf)) {
+uint32_t count_of(const Leaf& leaf, const std::string& table) {
+    for (const TableCount& count : table_counts(leaf))
         if (count.name == table) return count.count;
-    }
     ADD_FAILURE() << table;
     return 0;
 }
@@ -316,7 +312,7 @@ TEST_F(LeafSwitch, LearnsNothingByHalves) {
     // A station that somebody else has removed doesn't keep the others from going.
     const p4_pd_velmar_switch_l2Lookup_match_spec_t key = {desk.mac.oui, desk.mac.station, desk.vlan};
     EXPECT_EQ(p4_pd_velmar_switch_l2Lookup_table_delete_by_match_spec(leaf.session, leaf.target, &key), 0u);
-    std::uint32_t l2_lookup = 0;
+    uint32_t l2_lookup = 0;
     p4_pd_velmar_switch_l2Lookup_get_mat_table_handle(&l2_lookup);
     vl_model::record_calls(true);
     try {
@@ -331,20 +327,20 @@ TEST_F(LeafSwitch, LearnsNothingByHalves) {
                                 return call.function == "pipe_mgr_mat_ent_del" && call.args[2] == l2_lookup &&
                                        call.status == 0;
                             }),
-              std::ptrdiff_t{std::size(hosts) + 1});
+              ptrdiff_t{std::size(hosts) + 1});
 }
 
 TEST_F(LeafSwitch, LimitsTheBroadcastsOfEachPort) {
     const auto numbers = [](const pd_meter_spec& limit) {
-        return std::vector<std::uint32_t>{limit.committed_rate, limit.committed_burst, limit.peak_rate,
-                                          limit.peak_burst, limit.meter_type};
+        return std::vector<uint32_t>{limit.committed_rate, limit.committed_burst, limit.peak_rate, limit.peak_burst,
+                                     limit.meter_type};
     };
     Leaf leaf = bring_up();
-    const std::vector<std::uint32_t> usual = {1000, 64, 2000, 128, PD_METER_TYPE_COLOR_UNAWARE};
+    const std::vector<uint32_t> usual = {1000, 64, 2000, 128, PD_METER_TYPE_COLOR_UNAWARE};
     EXPECT_EQ(numbers(broadcast_limit(leaf, 2)), usual);
     const pd_meter_spec tight = {11, 22, 33, 44, PD_METER_TYPE_COLOR_AWARE};
     set_broadcast_limit(leaf, 2, tight);
-    for (const std::uint16_t port : server_ports)
+    for (const uint16_t port : server_ports)
         EXPECT_EQ(numbers(broadcast_limit(leaf, port)), port == 2 ? numbers(tight) : usual);
     EXPECT_THROW(set_broadcast_limit(leaf, uplinks[0].port, tight), Refused);
     shut_down(leaf);
@@ -353,13 +349,13 @@ TEST_F(LeafSwitch, LimitsTheBroadcastsOfEachPort) {
 TEST_F(LeafSwitch, CountsDropsAndTrapsApart) {
     Leaf leaf = bring_up();
     ASSERT_EQ(leaf.counting.size(), 6u);
-    std::uint64_t packets = 0;
+    uint64_t packets = 0;
     for (const CountingEntry& counting : leaf.counting) {
         ++packets;
         send_packets(leaf, counting.what, packets, 100 * packets);
         send_packets(leaf, counting.what, 10, 1000);
     }
-    std::uint64_t expected = 10;
+    uint64_t expected = 10;
     for (const PacketCount& count : packet_counts(leaf)) {
         ++expected;
         EXPECT_EQ(count.packets, expected) << count.what;
@@ -371,11 +367,11 @@ TEST_F(LeafSwitch, CountsDropsAndTrapsApart) {
 
 TEST_F(LeafSwitch, TellsTheParserThePortsOfVxlan) {
     Leaf leaf = bring_up();
-    EXPECT_EQ(vxlan_ports(leaf), (std::vector<std::uint16_t>{4789}));
+    EXPECT_EQ(vxlan_ports(leaf), (std::vector<uint16_t>{4789}));
     const pd_pvs_target parsers = {.dev_id = 0, .gress = 0, .pipe = PD_ALL_PIPES, .parser = 0xFF};
-    std::uint32_t entry = 0;
+    uint32_t entry = 0;
     EXPECT_EQ(p4_pd_velmar_switch_pvs_vxlan_ports_entry_add(leaf.session, parsers, 8472, 0xFFFF, &entry), 0u);
-    EXPECT_EQ(vxlan_ports(leaf), (std::vector<std::uint16_t>{4789, 8472}));
+    EXPECT_EQ(vxlan_ports(leaf), (std::vector<uint16_t>{4789, 8472}));
     try {
         shut_down(leaf);
         FAIL() << "the port that was left went unnoticed";
@@ -385,9 +381,9 @@ TEST_F(LeafSwitch, TellsTheParserThePortsOfVxlan) {
 }
 
 // Of IEEE 802.3, one bit at a time, going on from the checksum of what stood in front.
-std::uint32_t crc32(const std::vector<std::uint8_t>& bytes, std::uint32_t before) {
-    std::uint32_t crc = ~before;
-    for (const std::uint8_t byte : bytes) {
+uint32_t crc32(const std::vector<uint8_t>& bytes, uint32_t before) {
+    uint32_t crc = ~before;
+    for (const uint8_t byte : bytes) {
         crc ^= byte;
         for (int bit = 0; bit < 8; ++bit)
             crc = crc >> 1 ^ (crc & 1 ? 0xEDB88320 : 0);
@@ -395,43 +391,42 @@ std::uint32_t crc32(const std::vector<std::uint8_t>& bytes, std::uint32_t before
     return ~crc;
 }
 
-std::vector<std::uint8_t> packed(const Flow& flow) {
-    std::vector<std::uint8_t> bytes;
-    const std::pair<std::uint32_t, int> fields[] = {{flow.source, 32},
-                                                    {flow.destination, 32},
-                                                    {flow.protocol, 8},
-                                                    {flow.source_port, 16},
-                                                    {flow.destination_port, 16}};
-    for (const auto& [value, width] : fields) {
+std::vector<uint8_t> packed(const Flow& flow) {
+    std::vector<uint8_t> bytes;
+    const std::pair<uint32_t, int> fields[] = {{flow.source, 32},
+                                               {flow.destination, 32},
+                                               {flow.protocol, 8},
+                                               {flow.source_port, 16},
+                                               {flow.destination_port, 16}};
+    for (const auto& [value, width] : fields)
         for (int shift = width - 8; shift >= 0; shift -= 8)
-            bytes.push_back(static_cast<std::uint8_t>(value >> shift));
-    }
+            bytes.push_back(static_cast<uint8_t>(value >> shift));
     return bytes;
 }
 
 TEST_F(LeafSwitch, PredictsTheSpineOfAFlow) {
     Leaf leaf = bring_up();
     std::vector<Flow> flows;
-    for (std::uint32_t i = 0; i < 2000; ++i) {
+    for (uint32_t i = 0; i < 2000; ++i) {
         flows.push_back({.source = ipv4(10, 0, 10, 11) + i % 7,
                          .destination = 0x9E3779B9 * i,
-                         .protocol = static_cast<std::uint8_t>(i % 2 ? 6 : 17),
-                         .source_port = static_cast<std::uint16_t>(49152 + i * 13),
-                         .destination_port = static_cast<std::uint16_t>(443 + i % 3)});
+                         .protocol = static_cast<uint8_t>(i % 2 ? 6 : 17),
+                         .source_port = static_cast<uint16_t>(49152 + i * 13),
+                         .destination_port = static_cast<uint16_t>(443 + i % 3)});
     }
-    const auto expect_spread_over = [&](const std::vector<std::uint32_t>& next_hops, std::uint32_t seed) {
-        std::map<std::uint32_t, std::size_t> taken;
+    const auto expect_spread_over = [&](const std::vector<uint32_t>& next_hops, uint32_t seed) {
+        std::map<uint32_t, size_t> taken;
         for (const Flow& flow : flows) {
-            const std::uint32_t next_hop = next_hops[crc32(packed(flow), seed) % next_hops.size()];
+            const uint32_t next_hop = next_hops[crc32(packed(flow), seed) % next_hops.size()];
             ASSERT_EQ(predicted_next_hop(leaf, flow), next_hop);
             ASSERT_EQ(chosen_next_hop(leaf, flow), next_hop);
             ++taken[next_hop];
         }
-        for (const std::uint32_t next_hop : next_hops)
+        for (const uint32_t next_hop : next_hops)
             EXPECT_GT(taken[next_hop], flows.size() / next_hops.size() * 8 / 10) << next_hop;
     };
     expect_spread_over({1, 2}, 0);
-    constexpr std::uint32_t seed = 0x12345678;
+    constexpr uint32_t seed = 0x12345678;
     EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashOuterIpAndL4Hdr_seed_set(leaf.session, 0, seed), 0u);
     expect_spread_over({1, 2}, seed);
 
@@ -461,13 +456,13 @@ TEST_F(LeafSwitch, PredictsTheSpineOfAFlow) {
 TEST_F(LeafSwitch, TakesASnapshotOfStages) {
     Leaf leaf = bring_up();
     vl_model::record_calls(true);
-    const std::uint32_t snapshot = arm_snapshot(leaf, 0x1234);
+    const uint32_t snapshot = arm_snapshot(leaf, 0x1234);
     unsigned triggers = 0;
     for (const vl_model::Call& call : vl_model::take_calls()) {
         if (call.function != "bf_snapshot_capture_trigger_set") continue;
         ++triggers;
         ASSERT_EQ(call.inputs.size(), 2u);
-        std::vector<std::uint8_t> value(PD_SNAPSHOT_RECORD_SIZE), mask(PD_SNAPSHOT_RECORD_SIZE);
+        std::vector<uint8_t> value(PD_SNAPSHOT_RECORD_SIZE), mask(PD_SNAPSHOT_RECORD_SIZE);
         value[snapshot_field] = 0x12;
         value[snapshot_field + 1] = 0x34;
         mask[snapshot_field] = mask[snapshot_field + 1] = 0xFF;
@@ -476,11 +471,11 @@ TEST_F(LeafSwitch, TakesASnapshotOfStages) {
     }
     EXPECT_EQ(triggers, 1u);
     EXPECT_FALSE(read_snapshot(snapshot)) << "no packet came yet";
-    send_through_snapshot(snapshot, 6, std::array<std::uint16_t, 3>{0x1234, 0x1235, 0xABCD});
+    send_through_snapshot(snapshot, 6, std::array<uint16_t, 3>{0x1234, 0x1235, 0xABCD});
     const std::optional<Capture> capture = read_snapshot(snapshot);
     ASSERT_TRUE(capture);
     EXPECT_EQ(capture->trigger_stage, 6u);
-    EXPECT_EQ(capture->field, (std::vector<std::uint16_t>{0x1234, 0x1235, 0xABCD, 0}));
+    EXPECT_EQ(capture->field, (std::vector<uint16_t>{0x1234, 0x1235, 0xABCD, 0}));
     delete_snapshot(snapshot);
     EXPECT_THROW(read_snapshot(snapshot), Refused);
     shut_down(leaf);
@@ -495,9 +490,8 @@ TEST_F(LeafSwitch, ShowsItselfAtWork) {
           "moved: 1, and were silent: 1\n  02:00:00:00:00:31 in VLAN 10 behind interface 0x2\n  02:00:00:00:00:41 in",
           "\n  port 1: 250, bursts of 64; at most 500, bursts of 128\n  port 2: 1000,",
           "\n  dropped by storm control              3000 packets  192000 bytes\n", "UDP port 4789\n",
-          "; all as predicted\n", "matched in stage 4; the field in stages 4 to 7: 0x0017 0x0017 0x0001 0x0001\n"}) {
+          "; all as predicted\n", "matched in stage 4; the field in stages 4 to 7: 0x0017 0x0017 0x0001 0x0001\n"})
         EXPECT_NE(out.str().find(line), std::string::npos) << line << out.str();
-    }
     shut_down(leaf);
 
     // Whatever goes wrong on the way ends it.

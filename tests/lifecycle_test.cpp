@@ -109,7 +109,7 @@ protected:
 
     // Gives each profile a member of its own and puts it into a group.
     void fill(const std::vector<p4_pd_ms_state*>& shadows) {
-        for (std::uint32_t i = 0; i < shadows.size(); ++i) {
+        for (uint32_t i = 0; i < shadows.size(); ++i) {
             p4_pd_ms_new_mbr(session, shadows[i], device, 10 + i);
             p4_pd_ms_set_mbr_act(shadows[i], device, 10 + i, 0x1000 + i);
             p4_pd_ms_new_grp(session, shadows[i], device, 20 + i);
@@ -118,9 +118,9 @@ protected:
         }
     }
 
-    bool holds(const std::vector<p4_pd_ms_state*>& shadows, std::size_t i) {
-        std::uint32_t member_action = 0, group_action = 0;
-        const std::uint32_t n = static_cast<std::uint32_t>(i);
+    bool holds(const std::vector<p4_pd_ms_state*>& shadows, size_t i) {
+        uint32_t member_action = 0, group_action = 0;
+        const uint32_t n = static_cast<uint32_t>(i);
         return p4_pd_ms_get_mbr_act(shadows[i], device, 10 + n, &member_action) == 0 && member_action == 0x1000 + n &&
                p4_pd_ms_get_grp_act(shadows[i], device, 20 + n, &group_action) == 0 && group_action == 0x2000 + n;
     }
@@ -157,7 +157,7 @@ TEST_F(DeviceState, RemovalDropsTheFiveStatesAndThenTheTransactions) {
     log();
     const std::vector<Call> logged = calls_of("p4_pd_ms_log_state");
     ASSERT_EQ(logged.size(), 5u);
-    for (std::size_t i = 0; i < 5; ++i)
+    for (size_t i = 0; i < 5; ++i)
         EXPECT_EQ(made[i].args[0], logged[i].args[1]) << "in the order of the log";
 }
 
@@ -174,10 +174,10 @@ TEST_F(DeviceState, ALogRestoresAllFiveProfiles) {
         EXPECT_STREQ(cJSON_GetObjectItem(cJSON_GetArrayItem(act_profs, i), "name")->valuestring, profiles[i]);
 
     ASSERT_EQ(states(), shadows) << "removal leaves the states in place";
-    for (std::size_t i = 0; i < 5; ++i)
+    for (size_t i = 0; i < 5; ++i)
         EXPECT_FALSE(holds(shadows, i));
     restore(json);
-    for (std::size_t i = 0; i < 5; ++i)
+    for (size_t i = 0; i < 5; ++i)
         EXPECT_TRUE(holds(shadows, i)) << profiles[i];
 }
 
@@ -196,7 +196,7 @@ TEST_F(DeviceState, TheOrderOfTheProfilesDoesNotMatterAndStrangersAreSkipped) {
     cJSON_Delete(act_profs);
     states();
     restore(json);
-    for (std::size_t i = 0; i < 5; ++i)
+    for (size_t i = 0; i < 5; ++i)
         EXPECT_TRUE(holds(shadows, i)) << profiles[i];
     EXPECT_EQ(calls_of("p4_pd_ms_restore_state").size(), 6u) << "a profile that stands twice is restored twice";
 }
@@ -223,9 +223,9 @@ TEST_F(DeviceState, WhatTheComponentAnswersIsNotLookedAt) {
 }
 
 TEST(ActionNames, NumbersAndNamesAreInverse) {
-    const std::uint32_t count = p4_pd_velmar_switch_action_count;
+    const uint32_t count = p4_pd_velmar_switch_action_count;
     EXPECT_EQ(count, 265u);
-    for (std::uint32_t number = 0; number < count; ++number) {
+    for (uint32_t number = 0; number < count; ++number) {
         const char* const name = p4_pd_velmar_switch_action_enum_to_string(number);
         EXPECT_EQ(name, p4_pd_velmar_switch_action_name_strings[number]);
         EXPECT_EQ(p4_pd_velmar_switch_action_string_to_enum(name), number);
@@ -244,7 +244,7 @@ TEST(ActionNames, NumbersAndNamesAreInverse) {
 
 // Stands before the driver's own: driver functions are interposable.
 extern "C" pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv_client_callbacks* callbacks,
-                                                        std::uint32_t priority) {
+                                                        uint32_t priority) {
     registered_callbacks = *callbacks;
     using Function = decltype(&bf_drv_client_register_callbacks);
     return reinterpret_cast<Function>(dlsym(RTLD_NEXT, "bf_drv_client_register_callbacks"))(hdl, callbacks, priority);

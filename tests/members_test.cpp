@@ -9,15 +9,15 @@ namespace {
 using namespace support;
 using vl_model::Call;
 
-constexpr std::uint8_t untouched = 0xA5;
+constexpr uint8_t untouched = 0xA5;
 
 // The actions of the profiles, with what wide_values are in their data and how they come back.
 const struct Row {
-    std::size_t profile;
+    size_t profile;
     const char* action;
-    std::uint32_t handle;
-    std::uint32_t number;
-    std::uint16_t data_bits;
+    uint32_t handle;
+    uint32_t number;
+    uint16_t data_bits;
     const char* data;
     const char* spec;
 } rows[] = {
@@ -93,7 +93,7 @@ TEST_F(Members, EveryActionOfEveryProfile) {
             if (row.data_bits != 0) expected.push_back("p4_pd_ms_mbr_get_res state dev mbr * *");
             EXPECT_EQ(expect_calls(expected)[0].action.value().data, Bytes(32))
                 << "room for 32 bytes, all of them zero";
-            std::uint32_t number = 0;
+            uint32_t number = 0;
             std::memcpy(&number, record.data(), sizeof number);
             EXPECT_EQ(number, row.number);
             const std::string rest = hex(Bytes(record.begin() + 4, record.end())), spec = row.spec;
@@ -164,8 +164,8 @@ TEST_F(Members, FailedReadsWriteNothing) {
         EXPECT_EQ(get(), 46u);
         EXPECT_EQ(record, Bytes(20, untouched));
         EXPECT_EQ(functions_called(), Lines{"pipe_mgr_get_action_data_entry"});
-        const std::size_t other = profile == catalog::profiles ? 1 : 0;
-        vl_model::set_member_answer_hook([&](auto&, std::uint32_t& action_hdl) {
+        const size_t other = profile == catalog::profiles ? 1 : 0;
+        vl_model::set_member_answer_hook([&](auto&, uint32_t& action_hdl) {
             action_hdl = catalog::profiles[other].actions.begin()[1].handle; // also a NoAction, but not this one
         });
         EXPECT_EQ(get(), PD_STATUS_UNEXPECTED);

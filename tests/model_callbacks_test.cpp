@@ -274,7 +274,7 @@ void stop_if_it_hangs() {
 
 TEST(CallbacksTest, WhoeverEndsARegistrationWaitsForItsCallback) {
     for (const Kind& kind : kinds()) {
-        for (std::size_t i = 0; i < kind.ends.size(); ++i) {
+        for (size_t i = 0; i < kind.ends.size(); ++i) {
             SCOPED_TRACE(kind.name + ", end " + std::to_string(i));
             stop_if_it_hangs();
             set_up();
@@ -304,7 +304,7 @@ TEST(CallbacksTest, WhoeverEndsARegistrationWaitsForItsCallback) {
 
 TEST(CallbacksTest, ACallbackMayEndItsOwnRegistration) {
     for (const Kind& kind : kinds()) {
-        for (std::size_t i = 0; i < kind.ends.size(); ++i) {
+        for (size_t i = 0; i < kind.ends.size(); ++i) {
             SCOPED_TRACE(kind.name + ", end " + std::to_string(i));
             stop_if_it_hangs();
             set_up();
@@ -312,9 +312,7 @@ TEST(CallbacksTest, ACallbackMayEndItsOwnRegistration) {
             auto cookie = std::make_unique<Cookie>();
             cookie->body = [&] {
                 ++calls;
-                if (kind.name == "digest" && i != 0) {
-                    return; // its message would go with the device
-                }
+                if (kind.name == "digest" && i != 0) return; // its message would go with the device
                 kind.ends[i]();
                 cookie.reset();
             };
@@ -350,7 +348,7 @@ TEST(CallbacksTest, AnEndedRegistrationHearsNothingMoreOfAChange) {
 // Two callbacks on two threads, each of which ends the other's registration and stays until the other has done so too.
 TEST(CallbacksTest, CallbacksNeverWaitForEachOther) {
     const std::vector<Kind> all = kinds();
-    for (std::size_t i = 1; i < all.size(); ++i) {
+    for (size_t i = 1; i < all.size(); ++i) {
         SCOPED_TRACE(all[i].name);
         stop_if_it_hangs();
         set_up();

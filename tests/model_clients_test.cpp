@@ -115,9 +115,8 @@ TEST_F(ShadowTest, MembershipsKeepTheOrderOfTheirArrival) {
                            R"({"member":6}],"groups":[)";
     for (const auto& [group, members] : members_of) {
         expected += (group == 1 ? "" : ",") + (R"({"group":)" + std::to_string(group)) + R"(,"members":[)";
-        for (const uint32_t member : members) {
+        for (const uint32_t member : members)
             expected += (member == members.front() ? "" : ",") + std::to_string(member);
-        }
         expected += "]}";
     }
     EXPECT_EQ(log(state), expected + "]}");
@@ -125,9 +124,8 @@ TEST_F(ShadowTest, MembershipsKeepTheOrderOfTheirArrival) {
 
 TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {
     const uint32_t large = 0xFFFFFFFE;
-    for (const uint32_t member : {5U, large}) {
+    for (const uint32_t member : {5U, large})
         p4_pd_ms_new_mbr(session, state, 3, member);
-    }
     p4_pd_ms_set_mbr_act(state, 3, large, forward);
     p4_pd_ms_new_grp(session, state, 3, 7);
     p4_pd_ms_set_grp_act(state, 3, 7, drop);
@@ -180,9 +178,8 @@ TEST_F(ShadowTest, NoStateIsRefused) {
         {"destroy_state_for_dev", p4_pd_ms_destroy_state_for_dev(nullptr, 3)},
     };
     cJSON_Delete(object);
-    for (const auto& [name, status] : calls) {
+    for (const auto& [name, status] : calls)
         EXPECT_EQ(status, VL_MODEL_INVALID) << name;
-    }
 }
 
 // Two clients, of which each notes its calls in one list.

@@ -196,9 +196,8 @@ TEST_F(IdleTest, ACallbackMayRemoveWhatIsStillToBeNamed) {
     static pipe_sess_hdl of_callback;
     of_callback = session;
     const Handles entries{add(1), add(2), add(3), add(4)};
-    for (const std::size_t i : {3U, 1U, 2U, 0U}) { // entries with one deadline are named in their own order
+    for (const size_t i : {3U, 1U, 2U, 0U}) // entries with one deadline are named in their own order
         set_ttl(entries[i], 50);
-    }
     const auto clean_up = [](uint32_t dev, uint32_t table, uint32_t entry, void*) {
         named().push_back(entry);
         EXPECT_EQ(pipe_mgr_mat_ent_del(of_callback, dev, table, entry, 0), VL_MODEL_OK);
@@ -275,9 +274,8 @@ TEST_F(IdleTest, ManyEntriesAndManySteps) {
     switch_on(0, 0, 60000);
     constexpr uint32_t count = 100000;
     Handles entries;
-    for (uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < count; ++i)
         entries.push_back(add(i));
-    }
     for (uint32_t i = 0; i < count; ++i) {
         const uint32_t passing = add(count + i, 1 + i % 1000);
         ASSERT_EQ(remove(passing), VL_MODEL_OK);

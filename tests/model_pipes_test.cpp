@@ -19,15 +19,14 @@ struct TargetCall {
 template <class Arg>
 Arg blank(uint32_t session, pipe_dev_tgt target) {
     alignas(16) static std::array<uint8_t, 4096> zeros{};
-    if constexpr (std::is_same_v<Arg, pipe_dev_tgt>) {
+    if constexpr (std::is_same_v<Arg, pipe_dev_tgt>)
         return target;
-    } else if constexpr (std::is_integral_v<Arg>) {
+    else if constexpr (std::is_integral_v<Arg>)
         return static_cast<Arg>(session);
-    } else if constexpr (std::is_function_v<std::remove_pointer_t<Arg>>) {
+    else if constexpr (std::is_function_v<std::remove_pointer_t<Arg>>)
         return nullptr;
-    } else {
+    else
         return reinterpret_cast<Arg>(zeros.data());
-    }
 }
 
 template <class... Args>
@@ -142,12 +141,11 @@ TEST_F(PipesTest, AreThereOrRefused) {
     const auto expect_there = [&](bool there, uint16_t pipe) {
         for (const TargetCall& row : target_calls) {
             const pipe_status status = row.call(session, {.dev_id = 3, .pipe_id = pipe, .reserved = 7});
-            if (there) {
+            if (there)
                 EXPECT_TRUE(status == VL_MODEL_UNKNOWN_TABLE || status == VL_MODEL_UNKNOWN_RESOURCE)
                     << row.name << " in pipe " << pipe << ": " << vl_model_status_text(status);
-            } else {
+            else
                 EXPECT_EQ(status, VL_MODEL_OUT_OF_RANGE) << row.name << " in pipe " << pipe;
-            }
         }
     };
     expect_there(true, 0);

@@ -109,7 +109,7 @@ TEST_F(PlacementTest, DecodesToWhatAReadOfTheSoftwareGives) {
     const uint32_t entries[] = {add(hosts, 1, direct), fallback, add(routes, 2, metered), add(lags, 3, indirect),
                                 add(lags, 4, grouped)};
     const uint32_t tables[] = {hosts, hosts, routes, lags, lags};
-    for (std::size_t i = 0; i < std::size(entries); ++i) {
+    for (size_t i = 0; i < std::size(entries); ++i) {
         ASSERT_EQ(vl_model::drop_hardware(3, tables[i], entries[i]), VL_MODEL_OK);
         const Reading decoded = decode(fetch(tables[i], entries[i]));
         EXPECT_EQ(decoded.status, VL_MODEL_OK);
@@ -174,9 +174,8 @@ TEST_F(PlacementTest, IsAnsweredAndRefusedAsTestsLike) {
 
     const std::string before = "pipe_mgr_plcmt_";
     for (const char* name :
-         {"mat_data_get", "adt_data_get", "sel_data_get", "mat_data_get_entry", "adt_data_get_entry"}) {
+         {"mat_data_get", "adt_data_get", "sel_data_get", "mat_data_get_entry", "adt_data_get_entry"})
         vl_model::fail_call(before + name, 1, 99);
-    }
     vl_model::record_calls(true);
     for (const auto& [table, handle] : {std::pair(hosts, host), {members, member}, {groups, group}}) {
         EXPECT_EQ(fetch(table, handle), nullptr);
@@ -192,9 +191,8 @@ TEST_F(PlacementTest, DamageIsWhatTheReportSays) {
     // Fills anew, and gives what the seed damages.
     const auto damage_anew = [&](uint64_t seed) {
         SetUp();
-        for (uint32_t i = 0; i < 200; ++i) {
+        for (uint32_t i = 0; i < 200; ++i)
             add(hosts + i % 3, uint8_t(i), hosts + i % 3 == lags ? indirect : direct);
-        }
         EXPECT_EQ(vl_model_hardware_corrupt(3, seed, 60, report.data(), &done), VL_MODEL_OK);
         EXPECT_EQ(done, 60U);
         return std::string(reinterpret_cast<const char*>(report.data()), done * sizeof(report[0]));
@@ -206,9 +204,8 @@ TEST_F(PlacementTest, DamageIsWhatTheReportSays) {
 
     // In hardware the rows of the reports are as they say, all others, the default entry too, as in software.
     std::map<std::pair<uint32_t, uint32_t>, vl_model_corruption> told;
-    for (uint32_t i = 0; i < 160; ++i) {
+    for (uint32_t i = 0; i < 160; ++i)
         EXPECT_TRUE(told.emplace(std::pair(report[i].tbl_hdl, report[i].ent_hdl), report[i]).second);
-    }
     std::set<uint32_t> kinds;
     for (uint32_t i = 0; i <= 200; ++i) {
         const std::pair row = i == 200 ? std::pair(hosts, fallback) : std::pair(hosts + i % 3, 1 + i / 3);
@@ -217,13 +214,12 @@ TEST_F(PlacementTest, DamageIsWhatTheReportSays) {
             const auto [table, entry, what, bit] = found->second;
             uint8_t* const buffers[] = {nullptr, expected.key, expected.mask, expected.data};
             kinds.insert(what);
-            if (what == VL_MODEL_LOST) {
+            if (what == VL_MODEL_LOST)
                 expected = reading(8, [](auto&) { return VL_MODEL_NOT_FOUND; });
-            } else if (what == VL_MODEL_MEMBER_BIT) {
+            else if (what == VL_MODEL_MEMBER_BIT)
                 expected.action.member_hdl ^= 1U << bit;
-            } else {
+            else
                 buffers[what][bit / 8] ^= uint8_t(1U << bit % 8);
-            }
         }
         EXPECT_EQ(read(row.first, row.second, 1), expected) << row.first << ' ' << row.second;
     }

@@ -36,7 +36,7 @@ constexpr vl_model_action lag_actions[] = {
     {.handle = set_lag, .data_bits = 0, .data_len = 0, .for_entries = 1, .for_default = 1},
 };
 
-template <std::size_t count>
+template <size_t count>
 vl_model_table indirect(uint32_t handle, const vl_model_action (&actions)[count], uint32_t data_table,
                         uint32_t selector) {
     vl_model_table t{};
@@ -59,9 +59,8 @@ std::vector<std::string>& told() {
 
 void tell(const char* who, std::initializer_list<uint32_t> words) {
     std::string line = who;
-    for (const uint32_t word : words) {
+    for (const uint32_t word : words)
         line += ' ' + std::to_string(word);
-    }
     told().push_back(line);
 }
 
@@ -141,15 +140,11 @@ protected:
     }
     Handles walk(uint32_t table) const {
         Handles found(1);
-        if (pipe_mgr_get_first_entry_handle(session, table, device, found.data()) != VL_MODEL_OK) {
-            return {};
-        }
+        if (pipe_mgr_get_first_entry_handle(session, table, device, found.data()) != VL_MODEL_OK) return {};
         for (;;) {
             uint32_t next = 0;
             EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, table, device, found.back(), 1, &next), VL_MODEL_OK);
-            if (next == PIPE_HDL_END) {
-                return found;
-            }
+            if (next == PIPE_HDL_END) return found;
             found.push_back(next);
         }
     }
@@ -260,9 +255,8 @@ TEST_F(ProfilesTest, WhatIsUsedStays) {
 TEST_F(ProfilesTest, TheHashChoosesAmongTheActive) {
     const uint32_t group = add_group();
     const Handles members{add_hop(1), add_hop(2), add_hop(3)};
-    for (const std::size_t i : {2U, 0U, 1U}) {
+    for (const size_t i : {2U, 0U, 1U})
         ASSERT_EQ(join(group, members[i]), VL_MODEL_OK);
-    }
     EXPECT_EQ(pick(group, {0}), members[0]);
     EXPECT_EQ(pick(group, {5}), members[2]);
     EXPECT_EQ(pick(group, Bytes(20, 0xFF)), members[0]); // 2^160 - 1 is a multiple of 3
@@ -283,9 +277,8 @@ TEST_F(ProfilesTest, TheHashChoosesAmongTheActive) {
     EXPECT_EQ(found, (Handles{members[0], members[1], members[2], 7}));
     EXPECT_EQ(states, (Bytes{0, 1, 0, 7}));
 
-    for (const uint32_t member : members) {
+    for (const uint32_t member : members)
         ASSERT_EQ(disable(group, member), VL_MODEL_OK);
-    }
     EXPECT_EQ(pick(group, {1}), 0U);
     const uint32_t fallback = add_hop(9);
     ASSERT_EQ(pipe_mgr_sel_fallback_mbr_set(session, device, hop_groups, fallback, 0), VL_MODEL_OK);
@@ -308,9 +301,8 @@ TEST_F(ProfilesTest, Walks) {
     EXPECT_EQ(rows_of(session, device, hop_members), 3U);
 
     EXPECT_EQ(pipe_mgr_get_first_group_member(session, hop_groups, 3, groups[0], &next), VL_MODEL_NOT_FOUND);
-    for (const uint32_t member : {members[3], members[0], members[2]}) {
+    for (const uint32_t member : {members[3], members[0], members[2]})
         ASSERT_EQ(join(groups[0], member), VL_MODEL_OK);
-    }
     EXPECT_EQ(pipe_mgr_get_first_group_member(session, hop_groups, 3, groups[0], &next), VL_MODEL_OK);
     EXPECT_EQ(next, members[0]);
     ASSERT_EQ(leave(groups[0], members[0]), VL_MODEL_OK);
@@ -359,7 +351,7 @@ TEST_F(ProfilesTest, MembersTakeTheLowestFreePositionOfTheirGroup) {
     const uint32_t first = add_group(); // word 0
     const uint32_t large = add_group(); // words 1 and 2, and then 0
     Handles members;
-    const auto fill = [&](std::size_t count) {
+    const auto fill = [&](size_t count) {
         while (members.size() < count) {
             members.push_back(add_hop(1));
             ASSERT_EQ(join(large, members.back()), VL_MODEL_OK);
@@ -373,12 +365,10 @@ TEST_F(ProfilesTest, MembersTakeTheLowestFreePositionOfTheirGroup) {
         static_cast<std::vector<uint32_t>*>(cookie)->push_back(index);
     };
     ASSERT_EQ(pipe_mgr_sel_tbl_register_cb(session, device, hop_groups, on_memory, &positions), VL_MODEL_OK);
-    for (const std::size_t i : {40U, 5U, 70U, 94U}) {
+    for (const size_t i : {40U, 5U, 70U, 94U})
         ASSERT_EQ(leave(large, members[i]), VL_MODEL_OK);
-    }
-    for (const std::size_t i : {94U, 70U, 40U, 5U}) {
+    for (const size_t i : {94U, 70U, 40U, 5U})
         ASSERT_EQ(join(large, members[i]), VL_MODEL_OK);
-    }
     EXPECT_EQ(positions, (std::vector<uint32_t>{72, 37, 6, 30, 6, 30, 37, 72}));
     ASSERT_EQ(pipe_mgr_sel_tbl_register_cb(session, device, hop_groups, nullptr, nullptr), VL_MODEL_OK);
 }

@@ -66,7 +66,7 @@ protected:
     void SetUp() override {
         vl_model_reset();
         ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
-        for (std::size_t i = 0; i < tables.size(); ++i) {
+        for (size_t i = 0; i < tables.size(); ++i) {
             tables[i] = {};
             tables[i].handle = i == 0 ? hosts : plain;
             tables[i].match = VL_MODEL_EXACT;
@@ -127,9 +127,8 @@ protected:
         pipe_stful_query query{.count = 6, .reserved = 0, .elements = elements.data()};
         EXPECT_EQ(ask(query), VL_MODEL_OK);
         Words words(query.count);
-        for (std::size_t i = 0; i < words.size(); ++i) {
+        for (size_t i = 0; i < words.size(); ++i)
             std::memcpy(&words[i], elements[i].bytes, sizeof(uint32_t));
-        }
         return words;
     }
 
@@ -309,9 +308,8 @@ TEST_F(ResourcesTest, ARegisterHasAValueInEachPipe) {
 TEST_F(ResourcesTest, RangesEndAtTheLastCell) {
     std::array<pipe_stful_element, 6> elements{};
     std::array<pipe_stful_query, 3> queries{};
-    for (std::size_t i = 0; i < queries.size(); ++i) {
+    for (size_t i = 0; i < queries.size(); ++i)
         queries[i] = {.count = 2, .reserved = 0, .elements = &elements[i * 2]};
-    }
     const pipe_stful_element seven = word(7);
     ASSERT_EQ(pipe_stful_ent_set(session, device, stateful, 7, &seven, 0), VL_MODEL_OK);
     uint32_t cells_read = 99;

@@ -175,9 +175,8 @@ TEST_F(ServicesTest, HashesAreTheKnownAlgorithms) {
     // The seed is the checksum of what stands in front.
     const Bytes front = hash(crc32, "12345678", 4);
     uint64_t seed = 0;
-    for (const uint8_t byte : front) {
+    for (const uint8_t byte : front)
         seed = seed << 8 | byte;
-    }
     EXPECT_EQ(pipe_mgr_hash_calc_seed_set(session, 3, crc32, seed), VL_MODEL_OK);
     EXPECT_EQ(hash(crc32, "9", 4), (Bytes{0xCB, 0xF4, 0x39, 0x26}));
     uint64_t read = 0;

@@ -94,11 +94,11 @@ struct Action {
         return &record;
     }
 
-    Action& slot(std::size_t i, uint32_t resource, uint32_t tag, uint8_t value) {
+    Action& slot(size_t i, uint32_t resource, uint32_t tag, uint8_t value) {
         record.slots[i].resource_hdl = resource;
         record.slots[i].tag = tag;
         record.slots[i].spec[0] = value;
-        record.resource_count = static_cast<uint8_t>(std::max<std::size_t>(record.resource_count, i + 1));
+        record.resource_count = static_cast<uint8_t>(std::max<size_t>(record.resource_count, i + 1));
         return *this;
     }
 };
@@ -163,9 +163,7 @@ protected:
     std::vector<uint32_t> walk(uint32_t tbl) const {
         std::vector<uint32_t> handles;
         uint32_t handle = 0;
-        if (pipe_mgr_get_first_entry_handle(session, tbl, device, &handle) != VL_MODEL_OK) {
-            return handles;
-        }
+        if (pipe_mgr_get_first_entry_handle(session, tbl, device, &handle) != VL_MODEL_OK) return handles;
         handles.push_back(handle);
         for (;;) {
             std::array<uint32_t, 3> batch{1234567, 1234567, 1234567};
@@ -217,7 +215,7 @@ TEST_F(ModelTest, IdentityIsPartitionKeyMaskAndPriority) {
         handles.push_back(handle);
         EXPECT_EQ(add(routes, key, drop, Action(), &handle), VL_MODEL_EXISTS);
     }
-    for (std::size_t i = 0; i < handles.size(); ++i) {
+    for (size_t i = 0; i < handles.size(); ++i) {
         uint32_t found = 0;
         EXPECT_EQ(pipe_mgr_match_spec_to_ent_hdl(session, device, routes, &variants[i].record, &found, 0), 0U);
         EXPECT_EQ(found, handles[i]);
@@ -295,14 +293,12 @@ TEST_F(ModelTest, ModifyKeepsUnchangedSlotsOnly) {
 TEST_F(ModelTest, WalkGoesOnFromDeletedEntries) {
     uint32_t handle = 0;
     EXPECT_EQ(pipe_mgr_get_first_entry_handle(session, hosts, device, &handle), VL_MODEL_NOT_FOUND);
-    for (uint32_t i = 0; i < 5000; ++i) {
+    for (uint32_t i = 0; i < 5000; ++i)
         add_host(i);
-    }
     const std::vector<uint32_t> all = walk(hosts);
     ASSERT_EQ(all.size(), 5000U);
-    for (std::size_t i = 1; i + 1 < all.size(); ++i) {
+    for (size_t i = 1; i + 1 < all.size(); ++i)
         ASSERT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, all[i], 0), VL_MODEL_OK);
-    }
     EXPECT_EQ(walk(hosts), (std::vector{all.front(), all.back()}));
     std::array<uint32_t, 2> next{};
     EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, hosts, device, all[2000], 2, next.data()), 0U);
@@ -323,15 +319,11 @@ TEST_F(ModelTest, AgreesWithAMapUnderRandomWork) {
             uint32_t handle = 0;
             const pipe_status status = add(hosts, key, drop, Action(), &handle);
             ASSERT_EQ(status, known == expected.end() ? VL_MODEL_OK : VL_MODEL_EXISTS);
-            if (status == VL_MODEL_OK) {
-                expected[address] = handle;
-            }
+            if (status == VL_MODEL_OK) expected[address] = handle;
         } else {
             const pipe_status status = pipe_mgr_mat_ent_del_by_match_spec(session, device, hosts, &key.record, 0);
             ASSERT_EQ(status, known == expected.end() ? VL_MODEL_NOT_FOUND : VL_MODEL_OK);
-            if (status == VL_MODEL_OK) {
-                expected.erase(known);
-            }
+            if (status == VL_MODEL_OK) expected.erase(known);
         }
     }
     std::vector<uint32_t> handles;
@@ -421,7 +413,7 @@ TEST_F(ModelTest, FaultsRefuseTheirCallAndNoOther) {
     vl_model::clear_faults();
     add_host(3);
 
-    const std::size_t live = vl_model::live_allocations();
+    const size_t live = vl_model::live_allocations();
     vl_model::fail_allocation(2);
     void* first = bf_sys_calloc(0, 8);
     EXPECT_NE(first, nullptr);

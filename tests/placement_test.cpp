@@ -24,7 +24,7 @@ protected:
     void expect_agreement(const catalog::Table& table, const View& view, unsigned kind, pd_status when_decoded = 0,
                           pd_status when_read = 0) {
         software = hardware = view;
-        software.action.kind = static_cast<std::uint8_t>(kind);
+        software.action.kind = static_cast<uint8_t>(kind);
         const catalog::KeyLayout layout = catalog::key_layout(table);
         hardware.key.resize(layout.bytes); // a read is of the table's own entries
         hardware.mask.resize(layout.bytes);
@@ -32,12 +32,12 @@ protected:
         EXPECT_EQ(decode(table, decoded), when_decoded);
         EXPECT_EQ(read(table, as_read), when_read);
         EXPECT_TRUE(decoded == as_read) << hex(decoded.key) << "\n" << hex(as_read.key);
-        const auto expect_untouched = [](const Bytes& bytes, std::size_t from) {
+        const auto expect_untouched = [](const Bytes& bytes, size_t from) {
             for (; from < bytes.size(); ++from)
                 EXPECT_EQ(bytes[from], 0xA5);
         };
         expect_untouched(decoded.key, layout.record_size);
-        std::size_t action_size = 0;
+        size_t action_size = 0;
         if (!catalog::is_indirect(table) && when_decoded == 0)
             action_size = 4 + catalog::action_layout(catalog::actions[decoded.number()]).record_size;
         expect_untouched(decoded.action, action_size);
@@ -69,9 +69,9 @@ TEST_F(Placement, DecodersAgreeWithReads) {
         View view = random_view(random, table, nullptr);
         view.action_hdl = 0x20000001; // not looked at; nor is a list of resources made
         view.action.resource_count = 1;
-        const std::size_t before = vl_model::allocations_made();
+        const size_t before = vl_model::allocations_made();
         for (const unsigned kind : {0u, 1u, 2u, 3u, 4u, 6u}) {
-            view.set_target(kind, static_cast<std::uint32_t>(random()));
+            view.set_target(kind, static_cast<uint32_t>(random()));
             every_key(view, kind);
         }
         EXPECT_EQ(vl_model::allocations_made(), before);
@@ -95,7 +95,7 @@ TEST_F(Placement, DataOfAnyTableByEveryTable) {
                              known ? 0 : +PD_STATUS_UNEXPECTED);
             const std::string text = text_of(table->name + std::string("_plcmt_data_value"), {0});
             EXPECT_EQ(text.empty(), !known);
-            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_print", {static_cast<std::uint32_t>(nowhere), 0, 0}),
+            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_print", {static_cast<uint32_t>(nowhere), 0, 0}),
                       known ? 0 : +PD_STATUS_INVALID);
             char message[256];
             EXPECT_EQ(call(exported(table->name) + "_plcmt_data_eq_to_hw", {1, device, 0, 9, 0, word(message)}), known);
@@ -120,7 +120,7 @@ TEST_F(Placement, RefusalsAndForeignActions) {
         vl_model::fail_allocation(1);
         EXPECT_EQ(decode(*table, out), +PD_STATUS_NO_MEMORY) << "the list is made whatever the kind";
         EXPECT_TRUE(out == fresh);
-        for (const std::uint32_t foreign : {0u, binding->handle ^ 0x1000}) {
+        for (const uint32_t foreign : {0u, binding->handle ^ 0x1000}) {
             view.action_hdl = foreign;
             calls();
             expect_agreement(*table, view, 2, PD_STATUS_INVALID, PD_STATUS_UNEXPECTED);
@@ -192,21 +192,20 @@ TEST_F(Placement, Members) {
 }
 
 using Real = double;
-using Word = std::uint64_t;
+using Word = uint64_t;
 
 // More arguments than there are registers of either kind.
-using Passed = std::tuple<std::uint32_t, Word, std::uint32_t, Word, Word, Word, Word, Word, Real, Real, Real, Real,
-                          Real, Real, Real, Real, Real, Real>;
+using Passed = std::tuple<uint32_t, Word, uint32_t, Word, Word, Word, Word, Word, Real, Real, Real, Real, Real, Real,
+                          Real, Real, Real, Real>;
 Passed passed;
 const char* passed_to;
 
 TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
-    const auto expect_passed = [&](const std::string& name, const char* to, std::uint32_t handle) {
+    const auto expect_passed = [&](const std::string& name, const char* to, uint32_t handle) {
         SCOPED_TRACE(name);
-        auto* const fetch =
-            reinterpret_cast<std::uint32_t (*)(std::uint32_t, Word, std::uint32_t, Word, Word, Word, Word, Word, Real,
-                                               Real, Real, Real, Real, Real, Real, Real, Real, Real)>(
-                dlsym(RTLD_DEFAULT, exported(name + "_plcmt_data").c_str()));
+        auto* const fetch = reinterpret_cast<uint32_t (*)(uint32_t, Word, uint32_t, Word, Word, Word, Word, Word, Real,
+                                                          Real, Real, Real, Real, Real, Real, Real, Real, Real)>(
+            dlsym(RTLD_DEFAULT, exported(name + "_plcmt_data").c_str()));
         ASSERT_NE(fetch, nullptr);
         Passed sent = {0xFFFFFFF1, target_word, 0xFFFFFFFF, 4ull << 40, 5,  6,  7ull << 60, 8,  .1,
                        .2,         .3,          .4,         .5,         .6, .7, .8,         .9, 1.1};
@@ -228,9 +227,9 @@ TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
 
 // In place of the driver's, whose header has them with fewer arguments, and so can't be had here.
 #define VL_FETCH(function, name)                                                                                       \
-    extern "C" [[gnu::visibility("default")]] std::uint32_t function(                                                  \
-        std::uint32_t s, Word t, std::uint32_t h, Word a, Word b, Word c, Word d, Word e, Real f, Real g, Real i,      \
-        Real j, Real k, Real l, Real m, Real n, Real o, Real p) {                                                      \
+    extern "C" [[gnu::visibility("default")]] uint32_t function(                                                       \
+        uint32_t s, Word t, uint32_t h, Word a, Word b, Word c, Word d, Word e, Real f, Real g, Real i, Real j,        \
+        Real k, Real l, Real m, Real n, Real o, Real p) {                                                              \
         passed = {s, t, h, a, b, c, d, e, f, g, i, j, k, l, m, n, o, p};                                               \
         passed_to = name;                                                                                              \
         return 0xFEDCBA98;                                                                                             \

@@ -12,19 +12,19 @@ using namespace support;
 // What a print with these arguments behind the descriptor writes, and its result.
 struct Printed {
     std::string text;
-    std::uint32_t result = 0;
+    uint32_t result = 0;
     bool operator==(const Printed&) const = default;
 };
 
-Printed printed(const std::string& name, std::vector<std::uint64_t> words) {
+Printed printed(const std::string& name, std::vector<uint64_t> words) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
-    words.insert(words.begin(), dirty(static_cast<std::uint32_t>(ends[1])));
+    words.insert(words.begin(), dirty(static_cast<uint32_t>(ends[1])));
     Printed out{.text = {}, .result = call(exported(name), words)};
     close(ends[1]);
     char text[4096];
     for (ssize_t length; (length = ::read(ends[0], text, sizeof text)) > 0;)
-        out.text.append(text, static_cast<std::size_t>(length));
+        out.text.append(text, static_cast<size_t>(length));
     close(ends[0]);
     return out;
 }
@@ -32,10 +32,10 @@ Printed printed(const std::string& name, std::vector<std::uint64_t> words) {
 class PlacementText : public LibraryTest {
 protected:
     std::mt19937 random{20240713};
-    const std::uint64_t blob = word(this);
+    const uint64_t blob = word(this);
     // Takes no byte. A number that is no descriptor would do, but for a C library that leaks a buffer with each.
     const int full = open("/dev/full", O_WRONLY);
-    const std::uint64_t no_room = static_cast<std::uint32_t>(full);
+    const uint64_t no_room = static_cast<uint32_t>(full);
 
     ~PlacementText() override {
         close(full);
@@ -44,7 +44,7 @@ protected:
     // A table or profile, with what its functions' names have in common.
     struct Row {
         std::string name, prefix;
-        std::uint32_t handle;
+        uint32_t handle;
         Row(const catalog::Table& table) : name(table.name), handle(table.handle) {}
         Row(const catalog::Profile& profile) : name(profile.name), prefix("adt_"), handle(profile.data_table) {}
     };
@@ -55,7 +55,7 @@ protected:
         EXPECT_EQ(text_of(row.prefix + "plcmt_data_value", {dirty(row.handle), blob}), own);
         return own;
     }
-    Printed print(const Row& row, std::uint32_t indent) {
+    Printed print(const Row& row, uint32_t indent) {
         const std::string function = row.name + "_" + row.prefix + "plcmt_data_print";
         const Printed own = printed(function, {dirty(indent), blob});
         EXPECT_EQ(printed(row.prefix + "plcmt_data_print", {dirty(indent), dirty(row.handle), blob}), own);
@@ -63,7 +63,7 @@ protected:
         return own;
     }
 
-    static std::string action_lines(const catalog::Action& action, const Bytes& spec, std::uint32_t indent) {
+    static std::string action_lines(const catalog::Action& action, const Bytes& spec, uint32_t indent) {
         std::string lines = std::string(indent, ' ') + exported(action.name) + ":\n";
         if (action.params.size() != 0)
             lines += printed(std::string(action.name) + "_print", {indent, word(spec.data())}).text;
@@ -76,7 +76,7 @@ protected:
         const std::string entry = text_of(std::string(table.name) + "_value", {1, device, 9, 0});
         EXPECT_EQ(value(table), entry.substr(1, entry.rfind("),(")));
     }
-    void expect_texts(const catalog::Table& table, std::uint32_t indent) {
+    void expect_texts(const catalog::Table& table, uint32_t indent) {
         SCOPED_TRACE(table.name);
         Outputs out;
         ASSERT_EQ(decode(table, out), 0u);
@@ -94,7 +94,7 @@ protected:
 };
 
 TEST_F(PlacementText, EveryTableAndAction) {
-    std::uint32_t indent = 0;
+    uint32_t indent = 0;
     for (const catalog::Table* table : all_tables()) {
         for (const catalog::Binding& binding : table->actions) {
             software = random_view(random, table, &binding);
@@ -116,7 +116,7 @@ TEST_F(PlacementText, Members) {
             Bytes record(64);
             ASSERT_EQ(call(exported(profile.name) + "_get_member_from_plcmt_data", {blob, word(record.data())}), 0u);
             const Bytes spec(record.begin() + 4, record.end());
-            std::vector<std::uint64_t> params;
+            std::vector<uint64_t> params;
             if (action_of(binding).params.size() != 0) params.push_back(word(spec.data()));
             EXPECT_EQ(value(profile), text_of(std::string(binding.action) + "_value", params));
             EXPECT_EQ(print(profile, 2), (Printed{action_lines(action_of(binding), spec, 2), 0}));
@@ -156,7 +156,7 @@ TEST_F(PlacementText, FailuresAndHandlesOfNobody) {
         EXPECT_EQ(value(profile), "");
         EXPECT_EQ(print(profile, 3), (Printed{line + profile.name + "_adt_plcmt_data_print\n", 77}));
     }
-    const auto expect_nobody = [&](const std::string& prefix, std::uint32_t handle) {
+    const auto expect_nobody = [&](const std::string& prefix, uint32_t handle) {
         char expected[40];
         std::snprintf(expected, sizeof expected, "0x%08x table not found\n", handle);
         EXPECT_EQ(printed(prefix + "plcmt_data_print", {3, handle, blob}), (Printed{expected, 27}));
@@ -164,9 +164,9 @@ TEST_F(PlacementText, FailuresAndHandlesOfNobody) {
             << "the result is that of the write";
         EXPECT_EQ(text_of(prefix + "plcmt_data_value", {handle, blob}), "");
     };
-    for (const std::uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x200001au, 0xFFFFFFFFu})
+    for (const uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x200001au, 0xFFFFFFFFu})
         expect_nobody("", handle);
-    for (const std::uint32_t handle : {0u, 0x1000046u, 0x2000018u, 0x200001bu, 0x2000031u, 0x3000002u})
+    for (const uint32_t handle : {0u, 0x1000046u, 0x2000018u, 0x200001bu, 0x2000031u, 0x3000002u})
         expect_nobody("adt_", handle);
 }
 

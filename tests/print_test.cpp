@@ -22,7 +22,7 @@ Lines writes_of(Print print) {
     Lines writes;
     char text[512];
     for (ssize_t length; (length = read(ends[1], text, sizeof text)) > 0;)
-        writes.emplace_back(text, static_cast<std::size_t>(length));
+        writes.emplace_back(text, static_cast<size_t>(length));
     close(ends[1]);
     EXPECT_EQ(result, writes.empty() ? 0 : static_cast<int>(writes.back().size()));
     return writes;
@@ -32,7 +32,7 @@ constexpr p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t lpm = {
     .l3Info_vrfId = 1, .ingIpv4_dip = 0x0A0B0C0D, .ingIpv4_dip_prefix_length = 12};
 
 TEST(Print, IndentsAndMaskNotes) {
-    const auto at = [](std::uint32_t indent) {
+    const auto at = [](uint32_t indent) {
         return writes_of(
             [&](int fd) { return p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_print(fd, indent, &lpm); });
     };
@@ -69,7 +69,7 @@ TEST(Print, TheResultIsThatOfTheLastWrite) {
 }
 
 TEST(Addresses, Mac) {
-    const auto ternary = [](std::uint32_t oui, std::uint32_t oui_mask, std::uint32_t station, std::uint32_t mask) {
+    const auto ternary = [](uint32_t oui, uint32_t oui_mask, uint32_t station, uint32_t mask) {
         return written([&](char* out) {
             return p4_pd_velmar_switch__print_mac_ternary(out, "dmac", oui, oui_mask, station, mask);
         });
@@ -84,7 +84,7 @@ TEST(Addresses, Mac) {
 }
 
 TEST(Addresses, Ipv4) {
-    const auto ternary = [](std::uint32_t address, std::uint32_t mask) {
+    const auto ternary = [](uint32_t address, uint32_t mask) {
         return written([&](char* out) { return p4_pd_velmar_switch__print_v4addr_ternary(out, "dip", address, mask); });
     };
     EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_exact(out, "%s%n", 0xFFFEFD09); }),
@@ -101,10 +101,10 @@ TEST(Addresses, Ipv4) {
 }
 
 TEST(Addresses, Ipv6) {
-    const std::uint8_t address[16] = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    const std::uint8_t high[16] = {0xFF, 0xF0}, last[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    const std::uint8_t none[16] = {};
-    const auto ternary = [&](const std::uint8_t* bits) {
+    const uint8_t address[16] = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    const uint8_t high[16] = {0xFF, 0xF0}, last[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
+    const uint8_t none[16] = {};
+    const auto ternary = [&](const uint8_t* bits) {
         return written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_ternary(out, "dip", address, bits); });
     };
     EXPECT_EQ(written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_exact(out, "dip", address); }),

@@ -17,16 +17,16 @@ class Readback : public LibraryTest {
 protected:
     using Spec = p4_pd_velmar_switch_trapToCpu_match_spec_t;
 
-    static constexpr std::uint8_t untouched = 0xA5;
+    static constexpr uint8_t untouched = 0xA5;
 
     // Outputs of a masked table's read, each recognisable as long as nobody writes to it.
     struct Outputs {
         Spec key;
-        std::uint32_t priority = 0xA5A5A5A5;
+        uint32_t priority = 0xA5A5A5A5;
         char name[61];
-        std::uint8_t spec[16];
-        std::uint32_t action_id = 0xA5A5A5A5;
-        std::uint8_t is_default = untouched;
+        uint8_t spec[16];
+        uint32_t action_id = 0xA5A5A5A5;
+        uint8_t is_default = untouched;
 
         Outputs() {
             std::memset(&key, untouched, sizeof key);
@@ -45,7 +45,7 @@ protected:
         }
     };
 
-    pd_status read(pd_entry entry, Outputs& out, std::uint32_t from_hw = 0) {
+    pd_status read(pd_entry entry, Outputs& out, uint32_t from_hw = 0) {
         return p4_pd_velmar_switch_trapToCpu_get_entry(session, device, entry, from_hw, &out.key, &out.priority,
                                                        out.name, out.spec, &out.action_id, &out.is_default);
     }
@@ -95,7 +95,7 @@ TEST_F(Readback, ArgumentsOfTheRead) {
 }
 
 TEST_F(Readback, ADeviceWithItsTopBitSetIsNotSignExtended) {
-    std::uint8_t is_default;
+    uint8_t is_default;
     p4_pd_velmar_switch_ipv4Host_match_spec_t key;
     p4_pd_velmar_switch_ipv4Host_get_entry(session, 0xFFFFFFFF, 1, 0, &key, nullptr, nullptr, nullptr, &is_default);
     EXPECT_EQ(only_call().args[2], 0x0000FFFFFFFFFFFFu);
@@ -150,7 +150,7 @@ TEST_F(Readback, AnAnswerWithoutActionDataWritesNothing) {
 
 TEST_F(Readback, AForeignActionLetsTheKeyThrough) {
     const pd_entry entry = add_trap();
-    vl_model::set_answer_hook([](auto&, auto&, std::uint32_t& action) { action = 0x200000b4; });
+    vl_model::set_answer_hook([](auto&, auto&, uint32_t& action) { action = 0x200000b4; });
     Outputs out;
     EXPECT_EQ(read(entry, out), PD_STATUS_UNEXPECTED);
     EXPECT_TRUE(out.action_untouched());
@@ -206,7 +206,7 @@ TEST_F(Readback, KeylessTable) {
     ASSERT_EQ(pipe_mgr_table_get_default_entry_handle(session, {device, PIPE_ALL_PIPES, 0}, 0x1000066, &entry), 0u);
     calls();
     char name[61];
-    std::uint32_t action_id = 0;
+    uint32_t action_id = 0;
     ASSERT_EQ(p4_pd_velmar_switch_vlanDecap_get_entry(session, device, entry, 0, name, nullptr, &action_id), 0u);
     EXPECT_STREQ(name, "p4_pd_velmar_switch_removeVlanHdr");
     EXPECT_EQ(action_id, 257u);
@@ -222,7 +222,7 @@ TEST_F(Readback, TheListHasAPairForEachSlot) {
     ASSERT_EQ(read(entry, out), 0u);
     const std::vector<vl_model::Call> allocations = calls_of("bf_sys_calloc");
     ASSERT_EQ(allocations.size(), 1u);
-    EXPECT_EQ(allocations[0].args, (std::vector<std::uint64_t>{2, 8}));
+    EXPECT_EQ(allocations[0].args, (std::vector<uint64_t>{2, 8}));
 }
 
 TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
@@ -233,7 +233,7 @@ TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
     const auto read_index = [&](vl_model::AnswerHook hook) {
         vl_model::set_answer_hook(std::move(hook));
         p4_pd_velmar_switch_runWred_action_spec_t out = {};
-        std::uint8_t is_default;
+        uint8_t is_default;
         EXPECT_EQ(p4_pd_velmar_switch_wredQueueSelect_get_entry(session, device, entry, 0, &key, nullptr, &out, nullptr,
                                                                 &is_default),
                   0u);
@@ -250,7 +250,7 @@ TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
               }),
               8u)
         << "the last pair of the resource counts";
-    for (const std::uint32_t tag : {0u, 2u, 3u})
+    for (const uint32_t tag : {0u, 2u, 3u})
         EXPECT_EQ(read_index([tag](auto&, pipe_action_record& action, auto&) {
                       action.resource_count = 2;
                       action.slots[1] = {.resource_hdl = 0x5000004, .index = 8, .spec = {}, .tag = tag, .reserved = 0};
@@ -264,21 +264,21 @@ TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
 // Entries of indirect tables are made with the driver's own call here.
 class IndirectReadback : public Readback {
 protected:
-    static constexpr std::uint32_t lag_group = 0x1000063;
+    static constexpr uint32_t lag_group = 0x1000063;
 
     struct LagOutputs {
         p4_pd_velmar_switch_lagGroup_match_spec_t key = {.egrMd_egrL2AintfUnresolved = 0xA5A5A5A5,
                                                          .egrMd_egrL2AintfUnresolved_mask = 0xA5A5A5A5};
-        std::uint32_t priority = 0xA5A5A5A5, grp = 0xA5A5A5A5, mbr = 0xA5A5A5A5;
-        std::uint8_t has_mbr = untouched, has_grp = untouched, is_default = untouched;
+        uint32_t priority = 0xA5A5A5A5, grp = 0xA5A5A5A5, mbr = 0xA5A5A5A5;
+        uint8_t has_mbr = untouched, has_grp = untouched, is_default = untouched;
     };
 
     pd_entry add_pointer() {
-        std::uint8_t key[] = {0x01, 0x20, 0x34}, mask[] = {0x0F, 0xF0, 0xFF};
+        uint8_t key[] = {0x01, 0x20, 0x34}, mask[] = {0x0F, 0xF0, 0xFF};
         const pipe_match_record match = {key, mask, 0, 9, 20, 3, 0};
         pipe_action_record action{};
         action.kind = PIPE_KIND_GROUP;
-        constexpr std::uint32_t lag_selector = 0x3000004;
+        constexpr uint32_t lag_selector = 0x3000004;
         EXPECT_EQ(pipe_mgr_sel_grp_add(session, {device, PIPE_ALL_PIPES, 0}, lag_selector, 0, 0, PIPE_SEL_GRP_MARK,
                                        &action.group_hdl, 0),
                   0u);
@@ -290,7 +290,7 @@ protected:
         return entry;
     }
 
-    pd_status read_lag(pd_entry entry, LagOutputs& out, std::uint32_t from_hw = 0) {
+    pd_status read_lag(pd_entry entry, LagOutputs& out, uint32_t from_hw = 0) {
         return p4_pd_velmar_switch_lagGroup_get_entry(session, device, entry, from_hw, &out.key, &out.priority,
                                                       &out.has_mbr, &out.has_grp, &out.grp, &out.mbr, &out.is_default);
     }
@@ -319,14 +319,14 @@ TEST_F(IndirectReadback, KeyPriorityAndCall) {
 TEST_F(IndirectReadback, MemberGroupOrNeither) {
     const pd_entry entry = add_pointer();
     const struct {
-        std::uint8_t kind, has_mbr, has_grp;
-        std::uint32_t mbr, grp;
+        uint8_t kind, has_mbr, has_grp;
+        uint32_t mbr, grp;
     } cases[] = {{PIPE_KIND_MEMBER, 1, 0, 0x55, 0xA5A5A5A5},
                  {PIPE_KIND_GROUP, 0, 1, 0xA5A5A5A5, 0x77},
                  {PIPE_KIND_ACTION_DATA, 0, 0, 0xA5A5A5A5, 0xA5A5A5A5},
                  {0, 0, 0, 0xA5A5A5A5, 0xA5A5A5A5}};
     for (const auto& expected : cases) {
-        vl_model::set_answer_hook([&](auto&, pipe_action_record& answer, std::uint32_t& action_hdl) {
+        vl_model::set_answer_hook([&](auto&, pipe_action_record& answer, uint32_t& action_hdl) {
             answer.kind = expected.kind;
             answer.member_hdl = 0x55;
             answer.group_hdl = 0x77;
@@ -383,7 +383,7 @@ TEST_F(ReadbackDeathTest, DebugModeLogsTheFramesAndStops) {
 }
 
 TEST(Decoders, PrefixLengthIsToldByTrailingZeros) {
-    std::uint8_t key[17] = {1}, mask[17] = {0xFF, 0xFF, 0xF0};
+    uint8_t key[17] = {1}, mask[17] = {0xFF, 0xFF, 0xF0};
     pipe_match_record match = {key, mask, 0, 0, 40, 5, 0};
     p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t v4 = {};
     unbuild_mask_ipv4ShortMaskLpm(&match, &v4);
@@ -396,14 +396,14 @@ TEST(Decoders, PrefixLengthIsToldByTrailingZeros) {
     for (unsigned length = 0; length <= 128; ++length) {
         std::memset(mask, 0, sizeof mask);
         for (unsigned bit = 0; bit < length; ++bit)
-            mask[1 + bit / 8] |= static_cast<std::uint8_t>(0x80 >> bit % 8);
+            mask[1 + bit / 8] |= static_cast<uint8_t>(0x80 >> bit % 8);
         unbuild_mask_ipv6Partition(&match, &v6);
         EXPECT_EQ(v6.ingIpv6_dip_prefix_length, length) << "whatever the VRF's mask bytes hold";
     }
 }
 
 TEST(Decoders, KeysClearTheWholeRecordAndTrimNothing) {
-    std::uint8_t key[] = {0, 0, 1, 2, 3, 4}, mask[6] = {};
+    uint8_t key[] = {0, 0, 1, 2, 3, 4}, mask[6] = {};
     const pipe_match_record match = {key, mask, 0xBEEF, 0, 48, 6, 0};
     p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_t v4;
     std::memset(&v4, 0xFF, sizeof v4);
@@ -414,7 +414,7 @@ TEST(Decoders, KeysClearTheWholeRecordAndTrimNothing) {
     expected.ingIpv4_dip = 0x01020304;
     EXPECT_EQ(std::memcmp(&v4, &expected, sizeof v4), 0);
 
-    std::uint8_t narrow[] = {0xFF, 0xFF};
+    uint8_t narrow[] = {0xFF, 0xFF};
     const pipe_match_record port = {narrow, mask, 0, 0, 9, 2, 0};
     p4_pd_velmar_switch_qosPortProperties_match_spec_t wide = {};
     unbuild_key_qosPortProperties(&port, &wide);
@@ -422,7 +422,7 @@ TEST(Decoders, KeysClearTheWholeRecordAndTrimNothing) {
 }
 
 TEST(Decoders, ActionSpecsAndTheirResources) {
-    std::uint8_t data[] = {0, 5, 0, 0x28};
+    uint8_t data[] = {0, 5, 0, 0x28};
     const pipe_action_data action = {.data_bits = 32, .data_len = 4, .reserved = 0, .data = data};
     p4_pd_velmar_switch_meterPdpClass_action_spec_t meter = {};
     const pd_resource_index pairs[] = {{0x4000005, 9}, {0x5000003, 10}};

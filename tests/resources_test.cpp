@@ -13,7 +13,7 @@
 namespace {
 
 using namespace support;
-using Words = std::vector<std::uint64_t>;
+using Words = std::vector<uint64_t>;
 
 struct Seen {
     std::string function;
@@ -26,11 +26,11 @@ pipe_status answer;  // of every call
 std::string refused; // but of the function that refuses, with status 5
 std::function<void(pipe_counter_record&)> fill_counter;
 std::function<void(pipe_meter_spec&)> fill_meter;
-std::int32_t values_per_cell;
-std::function<std::uint32_t(pipe_stful_query*, std::int32_t)> fill_cells; // returns how many cells were read
+int32_t values_per_cell;
+std::function<uint32_t(pipe_stful_query*, int32_t)> fill_cells; // returns how many cells were read
 
-std::uint64_t as_word(pipe_dev_tgt target) {
-    std::uint64_t word;
+uint64_t as_word(pipe_dev_tgt target) {
+    uint64_t word;
     std::memcpy(&word, &target, sizeof word);
     return word;
 }
@@ -38,7 +38,7 @@ std::uint64_t as_word(pipe_dev_tgt target) {
 template <class Record>
 Bytes bytes_of(const Record* record) {
     if (record == nullptr) return {};
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(record);
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(record);
     return Bytes(bytes, bytes + sizeof *record);
 }
 
@@ -88,12 +88,12 @@ protected:
     }
 };
 
-constexpr std::uint64_t session = 9;
-constexpr std::uint64_t callback = 0x1111, cookie = 0x2222;
+constexpr uint64_t session = 9;
+constexpr uint64_t callback = 0x1111, cookie = 0x2222;
 
 struct CounterCase {
     const char* name;
-    std::uint32_t handle;
+    uint32_t handle;
     bool direct;
 };
 constexpr CounterCase counters[] = {
@@ -110,17 +110,17 @@ constexpr CounterCase counters[] = {
 
 TEST_F(Resources, CountersSwapTheirWordsAndSyncOnBitZero) {
     fill_counter = [](pipe_counter_record& record) {
-        const std::uint64_t words[2] = {10, 20};
+        const uint64_t words[2] = {10, 20};
         std::memcpy(&record, words, sizeof words);
     };
     for (const auto& [name, handle, direct] : counters) {
         SCOPED_TRACE(name);
-        const std::uint64_t where = direct ? device : target_word;
+        const uint64_t where = direct ? device : target_word;
         const char* const sync = direct ? "pipe_mgr_direct_stat_ent_database_sync" : "pipe_mgr_stat_ent_database_sync";
         const char* const query = direct ? "pipe_mgr_mat_ent_direct_stat_query" : "pipe_mgr_stat_ent_query";
         const std::string read = exported(std::string("counter_read_") + name);
-        std::uint64_t value[2] = {};
-        for (const std::uint32_t flags : {0u, 2u, 3u}) {
+        uint64_t value[2] = {};
+        for (const uint32_t flags : {0u, 2u, 3u}) {
             seen.clear();
             ASSERT_EQ(
                 call(read, {dirty(session), direct ? dirty(device) : where, dirty(77), dirty(flags), word(value)}), 0u);
@@ -148,7 +148,7 @@ TEST_F(Resources, CountersSwapTheirWordsAndSyncOnBitZero) {
         const Bytes sent = expect_forwarded(std::string("counter_write_") + name, {session, target_word, 77, 1, 2},
                                             direct ? "pipe_mgr_mat_ent_direct_stat_set" : "pipe_mgr_stat_ent_set",
                                             {session, target_word, handle, 77});
-        const std::uint64_t swapped[2] = {2, 1};
+        const uint64_t swapped[2] = {2, 1};
         EXPECT_EQ(sent, bytes_of(&swapped));
         expect_forwarded(std::string("counter_hw_sync_") + name, {session, target_word, callback, cookie},
                          direct ? "pipe_mgr_direct_stat_database_sync" : "pipe_mgr_stat_database_sync",
@@ -156,14 +156,14 @@ TEST_F(Resources, CountersSwapTheirWordsAndSyncOnBitZero) {
     }
 }
 
-pipe_meter_spec meter_in(const Bytes& bytes, std::size_t offset = 0) {
+pipe_meter_spec meter_in(const Bytes& bytes, size_t offset = 0) {
     pipe_meter_spec spec;
     EXPECT_GE(bytes.size(), offset + sizeof spec);
     std::memcpy(&spec, bytes.data() + offset, sizeof spec);
     return spec;
 }
 
-void expect_meter(const pipe_meter_spec& sent, std::uint32_t type, std::uint32_t unit) {
+void expect_meter(const pipe_meter_spec& sent, uint32_t type, uint32_t unit) {
     EXPECT_EQ(sent.type, type);
     EXPECT_EQ(sent.committed_unit, unit);
     EXPECT_EQ(sent.peak_unit, unit);
@@ -183,7 +183,7 @@ TEST_F(Resources, MetersOfThePipeline) {
     EXPECT_EQ(slot.tag, 1u);
     expect_meter(meter_in(sent, offsetof(pipe_resource_slot, spec)), 1, 0);
 
-    const std::pair<const char*, std::uint32_t> indirect[] = {
+    const std::pair<const char*, uint32_t> indirect[] = {
         {"ingressMirrorMeter", 0x5000002}, {"egressMirrorMeter", 0x5000005}, {"pdpMeter", 0x5000003}};
     fill_meter = [](pipe_meter_spec& read) {
         EXPECT_EQ(read.type | read.committed_rate | read.peak_burst, 0u) << "zeroed before";
@@ -224,12 +224,12 @@ TEST_F(Resources, MetersOfThePipeline) {
 
 // By the resource's handle, also where the other operations name the match table.
 TEST_F(Resources, ByteCountAdjustments) {
-    const std::pair<const char*, std::uint32_t> meters[] = {{"stormControlMeter", 0x5000001},
-                                                            {"ingressMirrorMeter", 0x5000002},
-                                                            {"egressMirrorMeter", 0x5000005},
-                                                            {"pdpMeter", 0x5000003}};
+    const std::pair<const char*, uint32_t> meters[] = {{"stormControlMeter", 0x5000001},
+                                                       {"ingressMirrorMeter", 0x5000002},
+                                                       {"egressMirrorMeter", 0x5000005},
+                                                       {"pdpMeter", 0x5000003}};
     for (const auto& [name, handle] : meters) {
-        std::uint32_t adjustment = 0;
+        uint32_t adjustment = 0;
         expect_forwarded(std::string("meter_bytecount_adjust_set_") + name, {session, target_word, 20},
                          "pipe_mgr_meter_set_bytecount_adjust", {session, target_word, handle, 20});
         expect_forwarded(std::string("meter_bytecount_adjust_get_") + name, {session, target_word, word(&adjustment)},
@@ -239,7 +239,7 @@ TEST_F(Resources, ByteCountAdjustments) {
 }
 
 TEST_F(Resources, OnlyAMeterTypeThatIsNoneIsLoggedAndIsSentAsColourAware) {
-    for (const std::uint32_t type : {0u, 1u, 9u})
+    for (const uint32_t type : {0u, 1u, 9u})
         for (const char* const name : {"stormControlMeter", "ingressMirrorMeter", "egressMirrorMeter", "pdpMeter"}) {
             SCOPED_TRACE(name);
             const bool direct = name == std::string("stormControlMeter");
@@ -248,7 +248,7 @@ TEST_F(Resources, OnlyAMeterTypeThatIsNoneIsLoggedAndIsSentAsColourAware) {
             EXPECT_EQ(call(exported(std::string("meter_set_") + name),
                            {session, direct ? device : target_word, 1, word(&spec)}),
                       0u);
-            std::size_t lines = 0;
+            size_t lines = 0;
             for (const vl_model::Call& call : vl_model::take_calls())
                 lines += call.function == "bf_sys_log_and_trace";
             vl_model::record_calls(false);
@@ -309,7 +309,7 @@ TEST_F(Resources, WredSpecsGoThroughACopy) {
 
 struct RegisterCase {
     const char* name;
-    std::uint32_t handle;
+    uint32_t handle;
     unsigned bytes; // of a value
 };
 constexpr RegisterCase registers[] = {
@@ -322,12 +322,12 @@ constexpr RegisterCase registers[] = {
 void fill_elements(pipe_stful_query& query, unsigned cell) {
     for (unsigned element = 0; element < query.count; ++element)
         for (unsigned byte = 0; byte < 16; ++byte)
-            query.elements[element].bytes[byte] = static_cast<std::uint8_t>(cell << 6 | element << 4 | byte);
+            query.elements[element].bytes[byte] = static_cast<uint8_t>(cell << 6 | element << 4 | byte);
 }
 
 TEST_F(Resources, RegisterReadsUseTheDriversCount) {
     values_per_cell = 4;
-    fill_cells = [](pipe_stful_query* query, std::int32_t) {
+    fill_cells = [](pipe_stful_query* query, int32_t) {
         EXPECT_EQ(query->count, 4u);
         fill_elements(*query, 1);
         query->count = 2;
@@ -336,8 +336,8 @@ TEST_F(Resources, RegisterReadsUseTheDriversCount) {
     for (const auto& [name, handle, bytes] : registers) {
         SCOPED_TRACE(name);
         Bytes values(4 * bytes, 0xEE);
-        std::uint32_t count = 0;
-        for (const std::uint32_t flags : {2u, 3u}) {
+        uint32_t count = 0;
+        for (const uint32_t flags : {2u, 3u}) {
             seen.clear();
             ASSERT_EQ(call(exported(std::string("register_read_") + name),
                            {session, target_word, dirty(21), dirty(flags), word(values.data()), word(&count)}),
@@ -357,7 +357,7 @@ TEST_F(Resources, RegisterRangesLeaveNoGaps) {
     for (const auto& [name, handle, bytes] : registers) {
         SCOPED_TRACE(name);
         values_per_cell = 2;
-        fill_cells = [](pipe_stful_query* queries, std::int32_t count) {
+        fill_cells = [](pipe_stful_query* queries, int32_t count) {
             EXPECT_EQ(count, 3);
             for (unsigned i = 0; i < 3; ++i)
                 fill_elements(queries[i], i);
@@ -366,16 +366,16 @@ TEST_F(Resources, RegisterRangesLeaveNoGaps) {
             return 2u;            // of three
         };
         Bytes values(6 * bytes, 0xEE);
-        std::uint32_t cells = 0, count = 0;
-        const auto read = [&, name = name, handle = handle](std::uint32_t first, std::int32_t asked) {
+        uint32_t cells = 0, count = 0;
+        const auto read = [&, name = name, handle = handle](uint32_t first, int32_t asked) {
             seen.clear();
             const pd_status status = call(exported(std::string("register_range_read_") + name),
-                                          {session, target_word, dirty(first), dirty(static_cast<std::uint32_t>(asked)),
+                                          {session, target_word, dirty(first), dirty(static_cast<uint32_t>(asked)),
                                            dirty(3), word(&cells), word(values.data()), word(&count)});
             EXPECT_EQ(seen.size(), 2u) << "the driver is called whatever is asked";
             if (!seen.empty()) seen.erase(seen.begin());
             expect_only("pipe_stful_ent_query_range",
-                        {session, target_word, handle, first, static_cast<std::uint32_t>(asked), 1});
+                        {session, target_word, handle, first, static_cast<uint32_t>(asked), 1});
             return status;
         };
         ASSERT_EQ(read(100, 3), 0u);
@@ -386,8 +386,8 @@ TEST_F(Resources, RegisterRangesLeaveNoGaps) {
             EXPECT_EQ(values[i], i < 3 * bytes ? first_bytes[i / bytes] + i % bytes : 0xEE) << i;
 
         // No cell read, and no cell asked for.
-        fill_cells = [](pipe_stful_query*, std::int32_t) { return 0u; };
-        for (const std::int32_t asked : {3, 0, -1}) {
+        fill_cells = [](pipe_stful_query*, int32_t) { return 0u; };
+        for (const int32_t asked : {3, 0, -1}) {
             count = cells = 99;
             EXPECT_EQ(read(0, asked), 0u);
             EXPECT_EQ(count | cells, 0u);
@@ -397,14 +397,14 @@ TEST_F(Resources, RegisterRangesLeaveNoGaps) {
 
 TEST_F(Resources, FailedRegisterReadsWriteAndLeakNothing) {
     values_per_cell = 2;
-    std::uint32_t values[4] = {42, 42, 42, 42}, count = 42, cells = 42;
+    uint32_t values[4] = {42, 42, 42, 42}, count = 42, cells = 42;
     const auto read = [&] {
         return p4_pd_velmar_switch_register_read_seqNumber(session, target, 0, 0, values, &count);
     };
     const auto read_range = [&] {
         return p4_pd_velmar_switch_register_range_read_seqNumber(session, target, 0, 2, 0, &cells, values, &count);
     };
-    const auto expect_untouched = [&](std::size_t calls) {
+    const auto expect_untouched = [&](size_t calls) {
         EXPECT_EQ(values[0] & values[3] & count & cells, 42u);
         EXPECT_EQ(seen.size(), calls);
         EXPECT_EQ(vl_model::live_allocations(), 0u);
@@ -427,7 +427,7 @@ TEST_F(Resources, FailedRegisterReadsWriteAndLeakNothing) {
     EXPECT_EQ(read(), +PD_STATUS_NO_MEMORY);
     expect_untouched(1);
     for (const unsigned failing : {1u, 2u}) {
-        const std::size_t before = vl_model::allocations_made();
+        const size_t before = vl_model::allocations_made();
         vl_model::fail_allocation(failing);
         EXPECT_EQ(read_range(), +PD_STATUS_NO_MEMORY);
         expect_untouched(1);
@@ -438,7 +438,7 @@ TEST_F(Resources, FailedRegisterReadsWriteAndLeakNothing) {
 TEST_F(Resources, RegisterWritesAndResets) {
     for (const auto& [name, handle, bytes] : registers) {
         SCOPED_TRACE(name);
-        const std::uint8_t value[8] = {0x80, 1, 2, 3, 4, 5, 6, 7};
+        const uint8_t value[8] = {0x80, 1, 2, 3, 4, 5, 6, 7};
         const Bytes sent = bytes == 1 ? Bytes{1} : Bytes(value, value + bytes);
         const auto forward = [&, name = name, handle = handle, bytes = bytes](const char* operation, Words words,
                                                                               const char* function, Words args) {
@@ -460,11 +460,11 @@ TEST_F(Resources, RegistersByHandle) {
     pipe_stful_element element{};
     element.bytes[0] = 0x80;
     pipe_stful_query query{};
-    fill_cells = [&](const pipe_stful_query* passed, std::int32_t) {
+    fill_cells = [&](const pipe_stful_query* passed, int32_t) {
         EXPECT_EQ(passed, &query);
         return 1u;
     };
-    constexpr std::uint64_t reg = 0x600000c, table = 0x1000040;
+    constexpr uint64_t reg = 0x600000c, table = 0x1000040;
     expect_forwarded("register_read_indirect", {session, target_word, reg, 3, 0xFE, word(&query)},
                      "pipe_stful_ent_query", {session, target_word, reg, 3, 0});
     expect_forwarded("register_read_direct", {session, target_word, table, 3, 0xFF, word(&query)},
@@ -488,10 +488,10 @@ TEST_F(Resources, RegistersByHandle) {
                      "pipe_stful_direct_database_sync", {session, target_word, table, callback, cookie});
 
     pd_register_value value;
-    for (std::uint8_t i = 0; i < 16; ++i)
-        value.bytes[i] = static_cast<std::uint8_t>(0xF0 + i);
+    for (uint8_t i = 0; i < 16; ++i)
+        value.bytes[i] = static_cast<uint8_t>(0xF0 + i);
     // Eight bits of the device; the value travels in two registers.
-    std::uint64_t halves[2];
+    uint64_t halves[2];
     std::memcpy(halves, value.bytes, sizeof halves);
     const Bytes sent = expect_forwarded("register_write_direct", {session, 0x101, table, 3, halves[0], halves[1]},
                                         "pipe_mgr_mat_ent_set_resource", {session, 1, table, 3, 1, 0});
@@ -508,15 +508,15 @@ TEST_F(Resources, RegistersByHandle) {
 TEST_F(Resources, AListEndsWithTheRecord) {
     pipe_action_record records[2] = {};
     for (pipe_action_record& record : records)
-        std::fill_n(reinterpret_cast<std::uint32_t*>(&record), sizeof record / 4, PIPE_SLOT_ATTACHED);
+        std::fill_n(reinterpret_cast<uint32_t*>(&record), sizeof record / 4, PIPE_SLOT_ATTACHED);
     records[0].resource_count = PIPE_MAX_SLOTS + 1;
     vl_pd::ResourceList list;
     ASSERT_TRUE(list.build_pd_res_spec(records[0]));
     EXPECT_EQ(list.count(), +PIPE_MAX_SLOTS);
 }
 
-std::uint64_t as_word(pipe_sync_cb function) {
-    return reinterpret_cast<std::uintptr_t>(function);
+uint64_t as_word(pipe_sync_cb function) {
+    return reinterpret_cast<uintptr_t>(function);
 }
 
 } // namespace
@@ -524,7 +524,7 @@ std::uint64_t as_word(pipe_sync_cb function) {
 extern "C" {
 
 // More than any machine has is given as an empty block, so that who asks for it goes on.
-void* bf_sys_calloc(std::size_t count, std::size_t size) {
+void* bf_sys_calloc(size_t count, size_t size) {
     static const auto calloc_of_driver = reinterpret_cast<decltype(&bf_sys_calloc)>(dlsym(RTLD_NEXT, "bf_sys_calloc"));
     return calloc_of_driver(count > PTRDIFF_MAX ? 0 : count, size);
 }
@@ -545,25 +545,25 @@ pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, 
                                                void* c) {
     return note("pipe_mgr_direct_stat_database_sync", {s, as_word(d), t, as_word(f), word(c)});
 }
-pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, const std::uint32_t* indices,
-                                    std::uint32_t count, pipe_counter_record* const* records) {
+pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, const uint32_t* indices,
+                                    uint32_t count, pipe_counter_record* const* records) {
     EXPECT_EQ(count, 1u);
     EXPECT_EQ(records[0]->count_a | records[0]->count_b, 0u) << "zeroed before";
     if (fill_counter) fill_counter(*records[0]);
     return note("pipe_mgr_stat_ent_query", {s, as_word(d), h, indices[0]});
 }
-pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index,
+pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
                                   const pipe_counter_record* record) {
     return note("pipe_mgr_stat_ent_set", {s, as_word(d), h, index}, bytes_of(record));
 }
-pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index) {
+pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index) {
     return note("pipe_mgr_stat_ent_database_sync", {s, as_word(d), h, index});
 }
 pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, pipe_sync_cb f, void* c) {
     return note("pipe_mgr_stat_database_sync", {s, as_word(d), h, as_word(f), word(c)});
 }
 pipe_status pipe_mgr_mat_ent_set_resource(pipe_sess_hdl s, pipe_dev_id d, pipe_tbl_hdl t, pipe_ent_hdl e,
-                                          const pipe_resource_slot* slots, std::uint32_t count, std::uint32_t flags) {
+                                          const pipe_resource_slot* slots, uint32_t count, uint32_t flags) {
     return note("pipe_mgr_mat_ent_set_resource", {s, d, t, e, count, flags}, bytes_of(slots));
 }
 pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl t, pipe_ent_hdl e,
@@ -571,61 +571,60 @@ pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_
     if (fill_meter) fill_meter(*spec);
     return note("pipe_mgr_meter_read_entry", {s, as_word(d), t, e});
 }
-pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index,
-                                   const pipe_meter_spec* spec, std::uint32_t flags) {
+pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
+                                   const pipe_meter_spec* spec, uint32_t flags) {
     return note("pipe_mgr_meter_ent_set", {s, as_word(d), h, index, flags}, bytes_of(spec));
 }
-pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index,
-                                          pipe_meter_spec* spec, std::uint32_t flags) {
+pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
+                                          pipe_meter_spec* spec, uint32_t flags) {
     if (fill_meter) fill_meter(*spec);
     return note("pipe_mgr_meter_read_entry_idx", {s, as_word(d), h, index, flags});
 }
-pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t value) {
+pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t value) {
     return note("pipe_mgr_meter_set_bytecount_adjust", {s, as_word(d), h, value});
 }
-pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t* value) {
+pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t* value) {
     *value = 20;
     return note("pipe_mgr_meter_get_bytecount_adjust", {s, as_word(d), h});
 }
-pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index,
-                                  const pipe_wred_spec* spec, std::uint32_t flags) {
+pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
+                                  const pipe_wred_spec* spec, uint32_t flags) {
     return note("pipe_mgr_wred_ent_set", {s, as_word(d), h, index, flags}, bytes_of(spec));
 }
-pipe_status pipe_mgr_wred_read_entry_idx(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index,
-                                         pipe_wred_spec* spec, std::uint32_t flags) {
+pipe_status pipe_mgr_wred_read_entry_idx(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
+                                         pipe_wred_spec* spec, uint32_t flags) {
     EXPECT_EQ(spec->words[0] | spec->words[1], 0u);
     *spec = {{0xAB, 0xCD}};
     return note("pipe_mgr_wred_read_entry_idx", {s, as_word(d), h, index, flags});
 }
-pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::int32_t* size) {
+pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, int32_t* size) {
     *size = values_per_cell;
     return note("pipe_stful_query_get_sizes", {s, as_word(d), h});
 }
-pipe_status pipe_stful_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index,
-                                 pipe_stful_query* query, std::uint32_t from_hw) {
+pipe_status pipe_stful_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
+                                 pipe_stful_query* query, uint32_t from_hw) {
     if (fill_cells) fill_cells(query, 1);
     return note("pipe_stful_ent_query", {s, as_word(d), h, index, from_hw});
 }
-pipe_status pipe_stful_ent_query_range(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t first,
-                                       std::int32_t count, pipe_stful_query* queries, std::uint32_t* cells,
-                                       std::uint32_t from_hw) {
+pipe_status pipe_stful_ent_query_range(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t first, int32_t count,
+                                       pipe_stful_query* queries, uint32_t* cells, uint32_t from_hw) {
     *cells = fill_cells ? fill_cells(queries, count) : 0;
-    return note("pipe_stful_ent_query_range", {s, as_word(d), h, first, static_cast<std::uint32_t>(count), from_hw});
+    return note("pipe_stful_ent_query_range", {s, as_word(d), h, first, static_cast<uint32_t>(count), from_hw});
 }
 pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl t, pipe_ent_hdl e,
-                                        pipe_stful_query* query, std::uint32_t from_hw) {
+                                        pipe_stful_query* query, uint32_t from_hw) {
     if (fill_cells) fill_cells(query, 1);
     return note("pipe_stful_direct_ent_query", {s, as_word(d), t, e, from_hw});
 }
-pipe_status pipe_stful_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t index,
-                               const pipe_stful_element* element, std::uint32_t flags) {
+pipe_status pipe_stful_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
+                               const pipe_stful_element* element, uint32_t flags) {
     return note("pipe_stful_ent_set", {s, as_word(d), h, index, flags}, bytes_of(element));
 }
 pipe_status pipe_stful_table_reset(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, const pipe_stful_element* element) {
     return note("pipe_stful_table_reset", {s, as_word(d), h}, bytes_of(element));
 }
-pipe_status pipe_stful_table_reset_range(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, std::uint32_t first,
-                                         std::uint32_t count, const pipe_stful_element* element) {
+pipe_status pipe_stful_table_reset_range(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t first,
+                                         uint32_t count, const pipe_stful_element* element) {
     return note("pipe_stful_table_reset_range", {s, as_word(d), h, first, count}, bytes_of(element));
 }
 pipe_status pipe_stful_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, pipe_sync_cb f, void* c) {

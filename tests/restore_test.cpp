@@ -12,8 +12,8 @@ class Restore : public ProfileTest {
 protected:
     // Hands a row to the library. Its session is no open one: only the shadow is asked.
     static constexpr pd_session row_session = 0x55;
-    void row(std::uint32_t data_table, std::uint32_t action_hdl, pd_group group, pd_member member,
-             std::uint32_t resource_count, const Lines& expected) {
+    void row(uint32_t data_table, uint32_t action_hdl, pd_group group, pd_member member, uint32_t resource_count,
+             const Lines& expected) {
         calls();
         const vl_model_row passed = {row_session, device, data_table, action_hdl, group, member, resource_count};
         EXPECT_EQ(vl_model_replay_row(&passed), VL_MODEL_OK);
@@ -22,7 +22,7 @@ protected:
 };
 
 TEST_F(Restore, FiveWordsReachTheDriverWhole) {
-    for (const std::uint64_t i : {1u, 2u, 3u, 4u, 5u})
+    for (const uint64_t i : {1u, 2u, 3u, 4u, 5u})
         names["a" + std::to_string(i)] = 0x1111111111111111 * i;
     expect_forwarded("restore_virtual_dev_state", "a1 a2 a3 a4 a5",
                      "pipe_mgr_hitless_ha_restore_virtual_dev_state a1 a2 a3 a4 a5 *");
@@ -108,7 +108,7 @@ TEST_F(Restore, Rows) {
                       applied = "p4_pd_ms_grp_update_res dev grp mbr state"; // by the shadow, to the member's group
     ASSERT_EQ(p4_pd_velmar_switch_restore_virtual_dev_state(device, session, 0, 0, 0), 0u);
     for_profiles([&] {
-        const std::uint32_t adt = profile->data_table, own = action(0).handle;
+        const uint32_t adt = profile->data_table, own = action(0).handle;
         names["own"] = own;
         row(adt, own, 0, 0, 0, {});
         row(adt, own, group, 0, 0, {new_grp});
@@ -145,7 +145,7 @@ TEST_F(Restore, Rows) {
             vl_model::fail_call(failing, 1, 72);
             row(adt, own, group, member, 1, {join, ask, set_grp, apply, applied});
         }
-        for (const std::uint32_t foreign : {0u, 0x2000018u, 0x200001bu, 0x2000031u, 0x1000046u, 0x3000002u}) {
+        for (const uint32_t foreign : {0u, 0x2000018u, 0x200001bu, 0x2000031u, 0x1000046u, 0x3000002u}) {
             row(foreign, own, 0, member, 1, {});
             row(foreign, own, group, member, 1, {});
         }

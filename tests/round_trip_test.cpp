@@ -17,8 +17,8 @@ class RoundTrip : public LibraryTest {
 protected:
     std::mt19937 random{20240611};
 
-    std::uint32_t random_value(unsigned bits) {
-        const std::uint32_t value = static_cast<std::uint32_t>(random());
+    uint32_t random_value(unsigned bits) {
+        const uint32_t value = static_cast<uint32_t>(random());
         return bits >= 32 ? value : value & ((1u << bits) - 1);
     }
 
@@ -26,7 +26,7 @@ protected:
     Bytes random_match_spec(const catalog::Table& table) {
         const catalog::KeyLayout layout = catalog::key_layout(table);
         Bytes spec(layout.record_size);
-        for (std::size_t i = 0; i < layout.field_count; ++i) {
+        for (size_t i = 0; i < layout.field_count; ++i) {
             const KeyField& field = table.key.begin()[i];
             const FieldLayout& place = layout.fields[i];
             fill(spec, place.record_offset, place.record_bytes, field.bits);
@@ -39,7 +39,7 @@ protected:
     Bytes random_action_spec(const catalog::Action& action) {
         const catalog::ActionLayout layout = catalog::action_layout(action);
         Bytes spec(layout.record_size);
-        for (std::size_t i = 0; i < layout.param_count; ++i)
+        for (size_t i = 0; i < layout.param_count; ++i)
             fill(spec, layout.params[i].record_offset, layout.params[i].record_bytes, layout.params[i].bits);
         return spec;
     }
@@ -47,17 +47,17 @@ protected:
     void fill(Bytes& record, unsigned offset, unsigned bytes, unsigned bits) {
         if (bytes > 4)
             for (unsigned i = 0; i < bytes; ++i)
-                record[offset + i] = static_cast<std::uint8_t>(random());
+                record[offset + i] = static_cast<uint8_t>(random());
         else
             put(record, offset, bytes, random_value(bits));
     }
 
-    static void put(Bytes& record, unsigned offset, unsigned bytes, std::uint32_t value) {
+    static void put(Bytes& record, unsigned offset, unsigned bytes, uint32_t value) {
         std::memcpy(record.data() + offset, &value, bytes);
     }
 
-    static std::uint32_t get(const Bytes& record, unsigned offset, unsigned bytes) {
-        std::uint32_t value = 0;
+    static uint32_t get(const Bytes& record, unsigned offset, unsigned bytes) {
+        uint32_t value = 0;
         std::memcpy(&value, record.data() + offset, bytes);
         return value;
     }
@@ -66,19 +66,19 @@ protected:
 // The record that a read gives for one that was added: values under their masks or prefixes.
 Bytes cleared_by_encoding(const catalog::Table& table, Bytes spec) {
     const catalog::KeyLayout layout = catalog::key_layout(table);
-    for (std::size_t i = 0; i < layout.field_count; ++i) {
+    for (size_t i = 0; i < layout.field_count; ++i) {
         const KeyField& field = table.key.begin()[i];
         const FieldLayout& place = layout.fields[i];
         if (field.match == Match::ternary)
             for (unsigned b = 0; b < place.record_bytes; ++b)
                 spec[place.record_offset + b] &= spec[place.partner_offset + b];
         if (field.match != Match::lpm) continue;
-        std::uint16_t length;
+        uint16_t length;
         std::memcpy(&length, spec.data() + place.partner_offset, sizeof length);
         for (unsigned bit = length; bit < field.bits; ++bit) {
             // A 32-bit value stands in the machine's order, a 128-bit one in network order.
             const unsigned byte = field.bits == 32 ? 3 - bit / 8 : bit / 8;
-            spec[place.record_offset + byte] &= static_cast<std::uint8_t>(~(0x80u >> (bit % 8)));
+            spec[place.record_offset + byte] &= static_cast<uint8_t>(~(0x80u >> (bit % 8)));
         }
     }
     return spec;
@@ -86,14 +86,14 @@ Bytes cleared_by_encoding(const catalog::Table& table, Bytes spec) {
 
 Bytes indices_cut(const catalog::Action& action, Bytes spec) {
     const catalog::ActionLayout layout = catalog::action_layout(action);
-    for (std::size_t i = 0; i < layout.param_count; ++i)
+    for (size_t i = 0; i < layout.param_count; ++i)
         if (layout.params[i].role == catalog::Role::slot_index)
             std::memset(spec.data() + layout.params[i].record_offset + 2, 0, 2);
     return spec;
 }
 
 TEST_F(RoundTrip, EveryKeyedTableWithEveryAction) {
-    constexpr std::uint8_t untouched = 0xA5;
+    constexpr uint8_t untouched = 0xA5;
     const pd_meter_spec meter = {1, 2, 3, 4, PD_METER_TYPE_COLOR_AWARE};
     for (const catalog::Table* table : direct_tables()) {
         const catalog::KeyLayout layout = catalog::key_layout(*table);
@@ -105,10 +105,10 @@ TEST_F(RoundTrip, EveryKeyedTableWithEveryAction) {
                 SCOPED_TRACE(base + binding.action);
                 const Bytes key = random_match_spec(*table);
                 const Bytes spec = random_action_spec(action);
-                const std::uint32_t priority = random_value(32);
-                std::uint32_t entry = 0;
+                const uint32_t priority = random_value(32);
+                uint32_t entry = 0;
                 // 32-bit arguments arrive with garbage above them, as the calling convention allows.
-                std::vector<std::uint64_t> words = {dirty(session), target_word, word(key.data())};
+                std::vector<uint64_t> words = {dirty(session), target_word, word(key.data())};
                 if (masked) words.push_back(dirty(priority));
                 if (!spec.empty()) words.push_back(word(spec.data()));
                 if (table->name == std::string("l2LookupMiss")) words.push_back(word(&meter));
@@ -116,18 +116,18 @@ TEST_F(RoundTrip, EveryKeyedTableWithEveryAction) {
                 words.push_back(word(&entry));
                 ASSERT_EQ(call(base + "table_add_with_" + binding.action, words), 0u);
 
-                std::uint32_t found = 0;
+                uint32_t found = 0;
                 words = {session, target_word, word(key.data())};
                 if (masked) words.push_back(priority);
-                std::vector<std::uint64_t> by_key = words;
+                std::vector<uint64_t> by_key = words;
                 words.push_back(word(&found));
                 ASSERT_EQ(call(base + "match_spec_to_entry_hdl", words), 0u);
                 EXPECT_EQ(found, entry);
 
                 Bytes read_key(layout.record_size, untouched);
                 Bytes read_spec(spec.size() + 4, untouched);
-                std::uint32_t read_priority = 0, action_id = 0;
-                std::uint8_t is_default = untouched;
+                uint32_t read_priority = 0, action_id = 0;
+                uint8_t is_default = untouched;
                 char name[61];
                 words = {dirty(session), dirty(device), dirty(entry), dirty(0), word(read_key.data())};
                 if (masked) words.push_back(word(&read_priority));
@@ -146,7 +146,7 @@ TEST_F(RoundTrip, EveryKeyedTableWithEveryAction) {
                 EXPECT_EQ(value_of_entry(*table, session, entry),
                           "((" + text_of(table->name + std::string("_match_spec_value"), {word(read_key.data())}) +
                               text_of(binding.action + std::string("_value"), words) + "),(" +
-                              std::to_string(masked ? static_cast<std::int32_t>(priority) : 0) + ",True))");
+                              std::to_string(masked ? static_cast<int32_t>(priority) : 0) + ",True))");
 
                 ASSERT_EQ(call(base + "table_delete_by_match_spec", by_key), 0u);
                 EXPECT_EQ(call(base + "table_delete_by_match_spec", by_key), VL_MODEL_NOT_FOUND);
@@ -162,8 +162,8 @@ TEST_F(RoundTrip, KeysOfIndirectTables) {
         SCOPED_TRACE(table->name);
         const catalog::KeyLayout layout = catalog::key_layout(*table);
         const Bytes key = random_match_spec(*table);
-        std::uint32_t entry = 0;
-        std::vector<std::uint64_t> words = {session, target_word, word(key.data())};
+        uint32_t entry = 0;
+        std::vector<uint64_t> words = {session, target_word, word(key.data())};
         if (catalog::has_priority(*table)) words.push_back(5);
         words.push_back(word(&entry));
         EXPECT_EQ(call(exported(table->name) + "_match_spec_to_entry_hdl", words), VL_MODEL_NOT_FOUND);
@@ -172,9 +172,9 @@ TEST_F(RoundTrip, KeysOfIndirectTables) {
         EXPECT_EQ(look_up.match->key_bits, layout.bits);
         Bytes expected;
         for (unsigned shift = 8 * layout.bytes; shift > 0; shift -= 8) {
-            std::uint32_t value = get(key, 0, layout.fields[0].record_bytes);
+            uint32_t value = get(key, 0, layout.fields[0].record_bytes);
             if (catalog::has_priority(*table)) value &= get(key, layout.fields[0].partner_offset, 4);
-            expected.push_back(static_cast<std::uint8_t>(value >> (shift - 8)));
+            expected.push_back(static_cast<uint8_t>(value >> (shift - 8)));
         }
         EXPECT_EQ(hex(look_up.match->key), hex(expected));
         EXPECT_EQ(look_up.match->priority, catalog::has_priority(*table) ? 5 : 0);
@@ -185,22 +185,21 @@ TEST_F(RoundTrip, WalkingAndCountingReachTheDriverOfEveryTable) {
     for (const catalog::Table* table : all_tables()) {
         SCOPED_TRACE(table->name);
         const std::string base = exported(table->name) + "_";
-        std::uint32_t count = 99;
+        uint32_t count = 99;
         EXPECT_EQ(call(base + "get_entry_count", {dirty(session), target_word, word(&count)}), 0u);
         EXPECT_EQ(count, 0u);
-        EXPECT_EQ(only_call().args, (std::vector<std::uint64_t>{session, target_word, table->handle, 0, word(&count)}));
-        std::uint32_t handle = 99;
+        EXPECT_EQ(only_call().args, (std::vector<uint64_t>{session, target_word, table->handle, 0, word(&count)}));
+        uint32_t handle = 99;
         EXPECT_EQ(call(base + "get_first_entry_handle", {session, target_word, word(&handle)}), VL_MODEL_NOT_FOUND);
-        EXPECT_EQ(only_call().args, (std::vector<std::uint64_t>{session, table->handle, target_word, word(&handle)}));
+        EXPECT_EQ(only_call().args, (std::vector<uint64_t>{session, table->handle, target_word, word(&handle)}));
         call(base + "get_next_entry_handles", {session, target_word, dirty(7), dirty(1), word(&handle)});
-        EXPECT_EQ(only_call().args,
-                  (std::vector<std::uint64_t>{session, table->handle, target_word, 7, 1, word(&handle)}));
+        EXPECT_EQ(only_call().args, (std::vector<uint64_t>{session, table->handle, target_word, 7, 1, word(&handle)}));
     }
 }
 
 TEST_F(RoundTrip, AWalkVisitsEveryEntryOnce) {
-    constexpr std::uint32_t count = 100;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    constexpr uint32_t count = 100;
+    for (uint32_t i = 0; i < count; ++i) {
         p4_pd_velmar_switch_ipv4Host_match_spec_t key = {.l3Info_vrfId = 1, .ingIpv4_dip = i};
         pd_entry entry;
         ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_table_add_with_onMiss(session, target, &key, &entry), 0u);
@@ -208,10 +207,10 @@ TEST_F(RoundTrip, AWalkVisitsEveryEntryOnce) {
     std::vector<bool> seen(count);
     pd_entry batch[8];
     ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_get_first_entry_handle(session, target, &batch[0]), 0u);
-    std::uint32_t visited = 0;
+    uint32_t visited = 0;
     const auto visit = [&](pd_entry entry) {
         p4_pd_velmar_switch_ipv4Host_match_spec_t key;
-        std::uint8_t is_default;
+        uint8_t is_default;
         ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_get_entry(session, device, entry, 0, &key, nullptr, nullptr, nullptr,
                                                          &is_default),
                   0u);

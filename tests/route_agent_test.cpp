@@ -62,9 +62,8 @@ TEST(RouteAgentRanges, AreReadWithANextHopPerCountry) {
     ASSERT_TRUE(read_range_list(ipv4, "v4", Family::ipv4, next_hops, routes, messages));
     ASSERT_TRUE(read_range_list(ipv6, "v6", Family::ipv6, next_hops, routes, messages));
     std::ostringstream seen;
-    for (const Route& route : routes) {
+    for (const Route& route : routes)
         seen << to_text(route.prefix) << ' ' << route.next_hop << ' ' << route.country[0] << route.country[1] << '\n';
-    }
     EXPECT_EQ(seen.str(), "1.0.0.0/24 1 AU\n1.0.1.0/24 2 CN\n1.0.2.0/23 2 CN\n1.0.4.0/32 1 AU\n"
                           "2001:4:112::/48 2 CN\n2001:5::/128 3 ??\n");
     EXPECT_EQ(messages.str(), "");
@@ -142,9 +141,8 @@ TEST(RouteAgentLines, MessagesArePrintable) {
         {"\x9F \xFF \xE2\x82", "\\x9f \\xff \\xe2\\x82"},
         {"\\x1b", "\\\\x1b"},
     };
-    for (const auto& [text, expected] : texts) {
+    for (const auto& [text, expected] : texts)
         EXPECT_EQ(printable(text), expected);
-    }
 }
 
 TEST(RouteAgentLines, WhatIsNoListOfRoutesIsRefused) {
@@ -162,18 +160,16 @@ TEST(RouteAgentLines, WhatIsNoListOfRoutesIsRefused) {
     EXPECT_EQ(messages_of({'\xFE', '\xFF', '\0', '1', '\0', '\n', 'x', '\n'}), utf16);
     EXPECT_EQ(messages_of({':', ':', ' ', '1', '\n', '#', '\0', '\n', 'x', '\n'}),
               "list:2: the line has a NUL byte; a list is text\n");
-    for (const char* empty : {"", "# no route\n\n"}) {
+    for (const char* empty : {"", "# no route\n\n"})
         EXPECT_EQ(messages_of(empty), "list: there is no route in this list\n");
-    }
 
     EXPECT_EQ(messages_of("::/0"), "list:1: no next hop behind the prefix\n"); // a last line without an end
 
     const std::string longest = "::/0 1 #" + std::string(longest_line - 8, '#');
     EXPECT_EQ(messages_of(longest), "");
     EXPECT_EQ(messages_of(longest + "\n10.0.0.0/8 1\n"), "");
-    for (const char* end : {"#", "#\nx\n"}) {
+    for (const char* end : {"#", "#\nx\n"})
         EXPECT_EQ(messages_of("\n" + longest + end), "list:2: the line is longer than 4096 bytes\n");
-    }
 }
 
 TEST(RouteAgentPlan, PrefixLengthChoosesTheTable) {
@@ -192,11 +188,10 @@ TEST(RouteAgentPlan, PrefixLengthChoosesTheTable) {
     EXPECT_EQ(table(Family::ipv6, 128), TableId::ipv6Host);
 }
 
-std::vector<Route> routes_in_partitions(std::size_t count) {
+std::vector<Route> routes_in_partitions(size_t count) {
     std::vector<Route> routes;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (size_t i = 0; i < count; ++i)
         routes.push_back({.prefix = {{i << 8, 0}, 65, Family::ipv6}, .next_hop = 1});
-    }
     return routes;
 }
 
@@ -222,11 +217,10 @@ TEST(RouteAgentPlan, PartitionGoesWithItsLastRoute) {
 }
 
 // Hosts 0.0.0.0 on, each with a next hop of its own, from the highest down.
-std::vector<Route> routes_with_next_hops(std::uint32_t count) {
+std::vector<Route> routes_with_next_hops(uint32_t count) {
     std::vector<Route> routes;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = 0; i < count; ++i)
         routes.push_back({.prefix = {from_ipv4(i), 32, Family::ipv4}, .next_hop = 0xFFFFFFFF - i});
-    }
     return routes;
 }
 
@@ -239,12 +233,11 @@ TEST(RouteAgentPlan, GroupsAreNumberedUpToTheirLimitAndComeInThreeLoads) {
     EXPECT_FALSE(make_plan(routes_with_next_hops(1024), reason));
     EXPECT_NE(reason.find("more than 1023 different next hops"), std::string::npos) << reason;
 
-    const auto loads = [&](std::uint32_t count) {
+    const auto loads = [&](uint32_t count) {
         std::string text;
         const Plan plan = make_plan(routes_with_next_hops(count), reason).value();
-        for (const EcmpGroup& group : plan.groups) {
+        for (const EcmpGroup& group : plan.groups)
             text += std::to_string(group.load);
-        }
         return text;
     };
     EXPECT_EQ(loads(0), "");
@@ -286,16 +279,15 @@ protected:
         return numbers_of(table, 6).back();
     }
 
-    std::vector<int> numbers_of(const std::string& table, std::size_t count) const {
+    std::vector<int> numbers_of(const std::string& table, size_t count) const {
         std::istringstream text(out);
         for (std::string line; std::getline(text, line);) {
             std::erase(line, ',');
             if (line.rfind(table + " ", 0) == 0) {
                 std::istringstream words(line.substr(table.size()));
                 std::vector<int> numbers(count);
-                for (int& number : numbers) {
+                for (int& number : numbers)
                     words >> number;
-                }
                 return numbers;
             }
         }
@@ -325,13 +317,13 @@ TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
     EXPECT_EQ(run(one_of_each), 0) << messages << out;
 
     struct Sent {
-        std::vector<std::uint8_t> key;
-        std::uint32_t partition;
-        std::uint32_t priority; // bits of the address behind the prefix
-        std::uint32_t action;
-        std::vector<std::uint8_t> data;
+        std::vector<uint8_t> key;
+        uint32_t partition;
+        uint32_t priority; // bits of the address behind the prefix
+        uint32_t action;
+        std::vector<uint8_t> data;
     };
-    const std::map<std::uint64_t, Sent> expected = {
+    const std::map<uint64_t, Sent> expected = {
         {0x1000023, {{1, 10, 1, 2, 3}, 0, 0, 0x20000069, {0, 0, 0, 3}}},
         {0x1000037, {{1, 10, 0, 0, 0}, 0, 24, 0x20000080, {0, 0, 0, 1}}},
         {0x1000033, {{0, 0, 10, 0, 16, 0}, 0, 12, 0x20000085, {0, 0, 0, 2}}},
@@ -344,12 +336,10 @@ TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
         {0x1000026,
          {{1, 0x20, 1, 0x0d, 0xb8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0}, 0, 64, 0x20000067, {0, 0, 0, 0, 0, 0, 0, 0}}},
     };
-    constexpr std::uint64_t ecmp_group = 0x1000046;
-    std::size_t adds = 0;
+    constexpr uint64_t ecmp_group = 0x1000046;
+    size_t adds = 0;
     for (const vl_model::Call& call : vl_model::take_calls()) {
-        if (call.function != "pipe_mgr_mat_ent_add" || call.args.at(2) == ecmp_group) {
-            continue;
-        }
+        if (call.function != "pipe_mgr_mat_ent_add" || call.args.at(2) == ecmp_group) continue;
         ++adds;
         const Sent& sent = expected.at(call.args.at(2));
         EXPECT_EQ(call.match->key, sent.key) << std::hex << call.args[2];
@@ -370,9 +360,8 @@ TEST_F(RouteAgentRun, GroupsGrowAcrossBothRestarts) {
     for (const vl_model::Call& call : vl_model::take_calls()) {
         if (call.function == "pipe_mgr_adt_ent_add") {
             story += '+';
-            for (const std::uint8_t byte : call.action->data) {
+            for (const uint8_t byte : call.action->data)
                 story += std::to_string(byte) + '.';
-            }
             story.back() = ' ';
         } else if (call.function == "pipe_mgr_mat_ent_add" && call.args.at(2) == 0x1000046) {
             EXPECT_EQ(call.action->kind, 4);
@@ -393,9 +382,8 @@ TEST_F(RouteAgentRun, GroupsGrowAcrossBothRestarts) {
 
 TEST_F(RouteAgentRun, ReportTellsWhatStands) {
     std::string list;
-    for (int i = 0; i < 1001; ++i) { // more than one batch of a walk
+    for (int i = 0; i < 1001; ++i) // more than one batch of a walk
         list += "10." + std::to_string(i / 256) + "." + std::to_string(i % 256) + ".0/24 1\n";
-    }
     list += "10.16.0.0/24 1\n10.0.0.1 2\n10.0.0.2 2\n10.0.0.3 2\n10.0.0.4 3\n";
     EXPECT_EQ(run(list), 0) << messages << out;
     EXPECT_EQ(row("ipv4FinalResolve0"), (std::vector{1002, 1002, 0, 501, 501}));
@@ -418,9 +406,8 @@ TEST_F(RouteAgentRun, BadListIsToldInFullAndProgramsNothing) {
     EXPECT_EQ(out, "");
 
     std::string hopeless;
-    for (int i = 0; i < 30; ++i) {
+    for (int i = 0; i < 30; ++i)
         hopeless += "x\n";
-    }
     EXPECT_EQ(run(hopeless), 2);
     EXPECT_TRUE(said("<stdin>:20: "));
     EXPECT_FALSE(said("<stdin>:21: "));
@@ -486,7 +473,7 @@ TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {
     for (const auto& [function, nth, message] : refusals) {
         vl_model::fail_call(function, nth, VL_MODEL_NO_MEMORY);
         EXPECT_EQ(run(list), 1) << function;
-        const std::size_t at = messages.find(std::string("\n") + message);
+        const size_t at = messages.find(std::string("\n") + message);
         ASSERT_NE(at, std::string::npos) << message << '\n' << messages;
         const std::string line = messages.substr(at + 1, messages.find('\n', at + 1) - at);
         EXPECT_NE(line.find(" was refused with status 2, NO_MEMORY"), std::string::npos) << line;
@@ -497,55 +484,49 @@ TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {
 }
 
 TEST_F(RouteAgentRun, ReadingsThatDifferAreCountedAndShown) {
-    constexpr std::uint32_t set_ecmp = 0x20000069; // of ipv4Host
+    constexpr uint32_t set_ecmp = 0x20000069; // of ipv4Host
     const std::string list = "10.1.2.3 5\n10.1.2.4 6\n";
     const auto run_with = [&](const vl_model::AnswerHook& hook) {
         vl_model::set_answer_hook(hook);
         EXPECT_EQ(run(list), 1) << messages;
         EXPECT_NE(out.find("\nNOT as meant: there were differences.\n"), std::string::npos) << out;
     };
-    run_with([](pipe_match_record&, pipe_action_record& action, std::uint32_t& action_hdl) {
-        if (action_hdl == set_ecmp) {
-            action.action.data[3] ^= 2;
-        }
+    run_with([](pipe_match_record&, pipe_action_record& action, uint32_t& action_hdl) {
+        if (action_hdl == set_ecmp) action.action.data[3] ^= 2;
     });
     EXPECT_TRUE(said("ECMP group 1), read 10.1.2.3/32 under 1, p4_pd_velmar_switch_setEcmp (")) << messages;
     EXPECT_TRUE(said("ECMP group 3)\n")) << messages;
     EXPECT_EQ(row("ipv4Host"), (std::vector{2, 0, 0, 1, 1}));
-    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t& action_hdl) {
+    run_with([](pipe_match_record& match, pipe_action_record&, uint32_t& action_hdl) {
         match.key_bytes[0] = action_hdl == set_ecmp ? 2 : match.key_bytes[0];
     });
     EXPECT_TRUE(said("read 10.1.2.3/32 under 2")) << messages;
-    run_with([](pipe_match_record& match, pipe_action_record&, std::uint32_t& action_hdl) {
+    run_with([](pipe_match_record& match, pipe_action_record&, uint32_t& action_hdl) {
         match.key_len = action_hdl == set_ecmp ? 0 : match.key_len;
     });
     EXPECT_TRUE(said("read the default entry")) << messages;
     // setNextHop2 instead of setEcmp, in the second walk alone.
     int reads = 0;
-    run_with([&reads](pipe_match_record&, pipe_action_record&, std::uint32_t& action_hdl) {
-        if (action_hdl == set_ecmp && ++reads == 3) {
-            action_hdl = 0x2000006b;
-        }
+    run_with([&reads](pipe_match_record&, pipe_action_record&, uint32_t& action_hdl) {
+        if (action_hdl == set_ecmp && ++reads == 3) action_hdl = 0x2000006b;
     });
     EXPECT_TRUE(said("setNextHop2")) << messages;
     EXPECT_EQ(row("ipv4Host"), (std::vector{2, 2, 0, 1, 1}));
     // A member instead of the group, behind both restarts.
     int group_reads = 0;
-    run_with([&group_reads](pipe_match_record& match, pipe_action_record& action, std::uint32_t&) {
-        if (action.kind == 4 && ++group_reads > 4 && match.key_bytes[1] == 1) {
-            action.kind = 2;
-        }
+    run_with([&group_reads](pipe_match_record& match, pipe_action_record& action, uint32_t&) {
+        if (action.kind == 4 && ++group_reads > 4 && match.key_bytes[1] == 1) action.kind = 2;
     });
     EXPECT_TRUE(said("ecmpGroup: entry 1 points at no group")) << messages;
     EXPECT_TRUE(said("ecmpGroup: the walk leaves out group 1")) << messages;
     EXPECT_TRUE(said("ECMP groups: no entry leads to group handle ")) << messages;
     vl_model::set_answer_hook({});
 
-    vl_model::set_member_answer_hook([](pipe_action_data& data, std::uint32_t&) { data.data[0] ^= 4; });
+    vl_model::set_member_answer_hook([](pipe_action_data& data, uint32_t&) { data.data[0] ^= 4; });
     EXPECT_EQ(run(list), 1);
     EXPECT_TRUE(said("group 1: meant 3 paths, from 5 of table 0 on, read 5 of table 4, 5 of table 5")) << messages;
     EXPECT_EQ(row("ECMP members"), (std::vector{11, 0, 0, 6, 5}));
-    vl_model::set_member_answer_hook([](pipe_action_data&, std::uint32_t& action_hdl) { action_hdl = 0x200000b6; });
+    vl_model::set_member_answer_hook([](pipe_action_data&, uint32_t& action_hdl) { action_hdl = 0x200000b6; });
     EXPECT_EQ(run(list), 1);
     EXPECT_TRUE(said(" has another action, number 1\n")) << messages;
     vl_model::set_member_answer_hook({});
@@ -603,12 +584,11 @@ TEST_F(RouteAgentRun, HardwareThatDiffersFromThePlacementIsFound) {
     EXPECT_EQ(in_hardware("ipv4Host"), 1);
     EXPECT_EQ(in_hardware("ecmpGroup"), 1);
 
-    vl_model::set_placed_entry_answer_hook([](pipe_match_record& match, pipe_action_record& action, std::uint32_t&) {
-        if (action.kind == 4) {
+    vl_model::set_placed_entry_answer_hook([](pipe_match_record& match, pipe_action_record& action, uint32_t&) {
+        if (action.kind == 4)
             match.key_bytes[1] ^= 8;
-        } else {
+        else
             action.action.data[3] ^= 1;
-        }
     });
     EXPECT_EQ(run(list), 1);
     vl_model::set_placed_entry_answer_hook({});

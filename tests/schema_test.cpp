@@ -6,7 +6,7 @@ namespace {
 
 using namespace support;
 
-std::string by_handle(std::uint32_t handle) {
+std::string by_handle(uint32_t handle) {
     return text_of("cli_schema", {dirty(handle)});
 }
 
@@ -31,8 +31,8 @@ TEST(Schemas, TablesAndProfiles) {
 }
 
 TEST(Schemas, HandlesOfNobodyHaveTheEmptyOne) {
-    for (const std::uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x2000018u, 0x200001bu, 0x2000031u,
-                                       0x3000001u, 0x20000004u, 0xFFFFFFFFu})
+    for (const uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x2000018u, 0x200001bu, 0x2000031u,
+                                  0x3000001u, 0x20000004u, 0xFFFFFFFFu})
         EXPECT_EQ(by_handle(handle), "()") << handle;
 }
 

@@ -9,7 +9,7 @@
 namespace {
 
 using namespace support;
-using Words = std::vector<std::uint64_t>;
+using Words = std::vector<uint64_t>;
 
 struct Seen {
     std::string function;
@@ -18,10 +18,10 @@ struct Seen {
 };
 
 std::vector<Seen> seen;
-pipe_status answer;                           // of every call
-std::string refused;                          // but of the function that refuses, with status 5
-std::uint32_t driver_input, driver_algorithm; // what the driver says that a calculation has
-std::uint32_t driver_count;
+pipe_status answer;                      // of every call
+std::string refused;                     // but of the function that refuses, with status 5
+uint32_t driver_input, driver_algorithm; // what the driver says that a calculation has
+uint32_t driver_count;
 std::vector<pipe_hash_attribute> driver_attributes;
 
 pipe_status note(const char* function, Words args, Bytes bytes = {}) {
@@ -59,11 +59,11 @@ protected:
     }
 };
 
-constexpr std::uint64_t session = 9;
-constexpr std::uint64_t callback = 0x1111, cookie = 0x2222;
+constexpr uint64_t session = 9;
+constexpr uint64_t callback = 0x1111, cookie = 0x2222;
 
 TEST_F(Services, DigestRegistrationsCutTheDevice) {
-    const std::pair<const char*, std::uint32_t> digests[] = {
+    const std::pair<const char*, uint32_t> digests[] = {
         {"macLearningDigest", 0x9000000}, {"vtepLearningDigest", 0x9000001}, {"pktTracerDigest", 0x9000002}};
     for (const auto& [name, handle] : digests) {
         const std::string base = exported(name);
@@ -80,7 +80,7 @@ TEST_F(Services, DigestFieldsStandOneBehindTheOther) {
     EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("vtepLearningDigest"), 36u);
     EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("pktTracerDigest"), 9u);
     EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("macLearning"), 0u);
-    const std::uint8_t entry[36] = {};
+    const uint8_t entry[36] = {};
     const struct {
         const char* digest;
         const char* field;
@@ -104,7 +104,7 @@ TEST_F(Services, DigestFieldsStandOneBehindTheOther) {
                   {"pktTracerDigest", "pktTracerMd_ucast_egress_port", 5, 2},
                   {"pktTracerDigest", "egrMd_routed", 7, 1},
                   {"pktTracerDigest", "ig_intr_md_for_dprsr_drop_ctl", 8, 1}};
-    std::uint32_t size = 0;
+    uint32_t size = 0;
     for (const auto& field : fields) {
         EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_field(entry, field.digest, field.field, &size),
                   entry + field.offset)
@@ -117,15 +117,15 @@ TEST_F(Services, DigestFieldsStandOneBehindTheOther) {
 }
 
 TEST_F(Services, ValueSets) {
-    const std::pair<const char*, std::uint64_t> sets[] = {{"egr_cpu_port", 506},       {"vxlan_ports", 507},
-                                                          {"vxlan_ports_32bVni", 508}, {"allow_ntags", 509},
-                                                          {"allow_vlan0", 510},        {"fabric_port", 511}};
+    const std::pair<const char*, uint64_t> sets[] = {{"egr_cpu_port", 506},       {"vxlan_ports", 507},
+                                                     {"vxlan_ports_32bVni", 508}, {"allow_ntags", 509},
+                                                     {"allow_vlan0", 510},        {"fabric_port", 511}};
     // A target is four words of which the last counts with eight bits: sixteen bytes, in two registers.
-    const std::uint64_t low = 11ull << 32 | 3, high = 0xABCDEF0455555555;
+    const uint64_t low = 11ull << 32 | 3, high = 0xABCDEF0455555555;
     for (const auto& [name, id] : sets) {
         SCOPED_TRACE(name);
         const std::string base = exported("pvs_") + name + "_";
-        std::uint32_t out = 0, mask = 0;
+        uint32_t out = 0, mask = 0;
         const auto forward = [&, id = id](const char* operation, const Words& words, const char* function, Words args) {
             args.insert(args.begin(), {session, 3, id});
             expect_forwarded(base + operation, words, function, args);
@@ -158,8 +158,8 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
     for (const catalog::HashCalculation& row : catalog::hash_calculations) {
         SCOPED_TRACE(row.name);
         const std::string base = exported("hash_calc_") + row.name + "_";
-        std::uint32_t out = 42;
-        std::uint64_t seed = 0;
+        uint32_t out = 42;
+        uint64_t seed = 0;
         const auto forward = [&](const char* operation, Words words, const char* function, Words args) {
             words.insert(words.begin(), {session, device});
             args.insert(args.begin(), {session, device, row.handle});
@@ -172,7 +172,7 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
         forward("seed_set", {0x123456789A}, "seed_set", {0x123456789A});
         forward("seed_get", {word(&seed)}, "seed_get", {});
         EXPECT_EQ(seed, 0x55u);
-        std::uint8_t hash[4];
+        uint8_t hash[4];
         forward("calculate_hash_value", {0, 0, 0, word(hash), dirty(4)}, "calculate", {0, word(hash), 4});
 
         // What isn't this calculation's is refused, and a refusal of the driver looks alike.
@@ -194,7 +194,7 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
 }
 
 TEST_F(Services, HashAttributes) {
-    constexpr std::uint64_t calc = 0x8000009, input = 0x21000009;
+    constexpr uint64_t calc = 0x8000009, input = 0x21000009;
     const auto set = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_set");
     const auto get = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_get");
     const auto get_count = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_count_get");
@@ -210,10 +210,9 @@ TEST_F(Services, HashAttributes) {
     ASSERT_EQ(seen.size(), 1u);
     EXPECT_EQ(seen[0].args[4], 2u);
     ASSERT_EQ(seen[0].bytes.size(), 64u);
-    std::uint32_t sent[16];
+    uint32_t sent[16];
     std::memcpy(sent, seen[0].bytes.data(), sizeof sent);
-    const std::uint32_t expected[16] = {5,          0, 0, 6,          6,          0, 7,          0,
-                                        0xEEEEEEEE, 0, 0, 0xEEEEEEEF, 0xEEEEEEEE, 0, 0xEEEEEEEE, 0};
+    const uint32_t expected[16] = {5, 0, 0, 6, 6, 0, 7, 0, 0xEEEEEEEE, 0, 0, 0xEEEEEEEF, 0xEEEEEEEE, 0, 0xEEEEEEEE, 0};
     EXPECT_EQ(std::memcmp(sent, expected, sizeof sent), 0);
     seen.clear();
 
@@ -227,7 +226,7 @@ TEST_F(Services, HashAttributes) {
                           .reserved_20 = 9,
                           .attr_value = 3,
                           .reserved_28 = 9}};
-    std::uint32_t count = 42;
+    uint32_t count = 42;
     EXPECT_EQ(call(get, {session, device, 0, 2, word(attributes), word(&count)}), 0u);
     EXPECT_EQ(count, 1u);
     EXPECT_EQ(attributes[0].input_field, 1u);
@@ -254,7 +253,7 @@ TEST_F(Services, HashAttributes) {
     EXPECT_EQ(call(get, {session, device, 0, 0, 0, word(&count)}), 0u);
     EXPECT_EQ(seen.size(), 1u);
     EXPECT_EQ(count, 0u);
-    for (const std::uint32_t other : {0x21000001u, 0u}) {
+    for (const uint32_t other : {0x21000001u, 0u}) {
         driver_input = other;
         refused = other == 0 ? "input_get" : "";
         EXPECT_EQ(call(get_count, {session, device, 1, word(&count)}), 0u);
@@ -281,15 +280,15 @@ TEST_F(Services, HashAttributes) {
 
 // A field of up to 32 bits is an integer, a wider one the address of its bytes; the first is the top of the stream.
 TEST_F(Services, HashesOfFieldValues) {
-    const std::uint8_t wide[] = {0x01, 0x80, 0x00, 0x00, 0x01};
+    const uint8_t wide[] = {0x01, 0x80, 0x00, 0x00, 0x01};
     pd_hash_attribute fields[3];
     std::memset(fields, 0xEE, sizeof fields);
     fields[0].attr_bytes = wide;
     fields[1].attr_value = 0xAABBCCDD;
     fields[2].attr_value = 5;
-    const std::uint32_t widths[] = {33, 32, 3};
+    const uint32_t widths[] = {33, 32, 3};
     const struct {
-        std::uint32_t count, length;
+        uint32_t count, length;
         const char* stream;
     } cases[] = {{3, 9, "0c 00 00 00 0d 55 de 66 ed"},
                  {2, 9, "01 80 00 00 01 aa bb cc dd"},
@@ -297,9 +296,9 @@ TEST_F(Services, HashesOfFieldValues) {
                  {0, 0, ""}};
     for (const auto& [count, length, stream] : cases)
         for (const pipe_status status : {0x87654321u, 0u}) {
-            std::uint8_t hash[3];
+            uint8_t hash[3];
             answer = status;
-            const std::size_t allocations = vl_model::allocations_made();
+            const size_t allocations = vl_model::allocations_made();
             EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashInnerIpv6Hdr_calculate_hash_value(session, device, count,
                                                                                           fields, widths, hash, 3),
                       status);
@@ -309,7 +308,7 @@ TEST_F(Services, HashesOfFieldValues) {
             EXPECT_EQ(hex(seen[0].bytes), stream);
             expect_only("calculate", {session, device, 0x8000007, length, word(hash), 3});
         }
-    for (const std::uint32_t count : {0u, 1u}) {
+    for (const uint32_t count : {0u, 1u}) {
         vl_model::fail_allocation(1); // none is needed for no fields
         EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashInnerIpv6Hdr_calculate_hash_value(session, device, count, fields,
                                                                                       widths, nullptr, 0),
@@ -319,85 +318,80 @@ TEST_F(Services, HashesOfFieldValues) {
 }
 
 template <class Pointer>
-std::uint64_t as_word(Pointer pointer) {
-    return reinterpret_cast<std::uintptr_t>(pointer);
+uint64_t as_word(Pointer pointer) {
+    return reinterpret_cast<uintptr_t>(pointer);
 }
 
 } // namespace
 
 extern "C" {
 
-pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl s, std::uint8_t d, pipe_digest_hdl h,
-                                                      pipe_digest_cb f, void* c) {
+pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl s, uint8_t d, pipe_digest_hdl h, pipe_digest_cb f,
+                                                      void* c) {
     return note("register", {s, d, h, as_word(f), as_word(c)});
 }
-pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl s, std::uint8_t d, pipe_digest_hdl h) {
+pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl s, uint8_t d, pipe_digest_hdl h) {
     return note("deregister", {s, d, h});
 }
 pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl s, pipe_digest_hdl h, pipe_digest_msg* message) {
     return note("ack", {s, h, as_word(message)});
 }
-pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl s, std::uint8_t d, std::uint32_t timeout) {
+pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl s, uint8_t d, uint32_t timeout) {
     return note("timeout", {s, d, timeout});
 }
-pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, std::uint32_t gress,
-                                   std::uint32_t pipe, std::uint8_t parser, std::uint32_t value, std::uint32_t mask,
-                                   pipe_pvs_ent_hdl* out) {
+pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
+                                   uint8_t parser, uint32_t value, uint32_t mask, pipe_pvs_ent_hdl* out) {
     return note("add", {s, d, id, gress, pipe, parser, value, mask, as_word(out)});
 }
 pipe_status pipe_mgr_pvs_entry_modify(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, pipe_pvs_ent_hdl e,
-                                      std::uint32_t value, std::uint32_t mask) {
+                                      uint32_t value, uint32_t mask) {
     return note("modify", {s, d, id, e, value, mask});
 }
 pipe_status pipe_mgr_pvs_entry_delete(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, pipe_pvs_ent_hdl e) {
     return note("delete", {s, d, id, e});
 }
-pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, pipe_pvs_ent_hdl e,
-                                   std::uint32_t* value, std::uint32_t* mask, std::uint32_t* gress, std::uint32_t* pipe,
-                                   std::uint8_t* parser) {
+pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, pipe_pvs_ent_hdl e, uint32_t* value,
+                                   uint32_t* mask, uint32_t* gress, uint32_t* pipe, uint8_t* parser) {
     return note("get", {s, d, id, e, as_word(value), as_word(mask), as_word(gress), as_word(pipe), as_word(parser)});
 }
-pipe_status pipe_mgr_pvs_entry_get_count(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, std::uint32_t gress,
-                                         std::uint32_t pipe, std::uint8_t parser, std::uint8_t from_hw,
-                                         std::uint32_t* out) {
+pipe_status pipe_mgr_pvs_entry_get_count(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
+                                         uint8_t parser, uint8_t from_hw, uint32_t* out) {
     return note("count", {s, d, id, gress, pipe, parser, from_hw, as_word(out)});
 }
-pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, std::uint32_t gress,
-                                          std::uint32_t pipe, std::uint8_t parser, std::uint32_t value,
-                                          std::uint32_t mask, pipe_pvs_ent_hdl* out) {
+pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
+                                          uint8_t parser, uint32_t value, uint32_t mask, pipe_pvs_ent_hdl* out) {
     return note("handle", {s, d, id, gress, pipe, parser, value, mask, as_word(out)});
 }
-pipe_status pipe_mgr_pvs_entry_get_first(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, std::uint32_t gress,
-                                         std::uint32_t pipe, std::uint8_t parser, pipe_pvs_ent_hdl* out) {
+pipe_status pipe_mgr_pvs_entry_get_first(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
+                                         uint8_t parser, pipe_pvs_ent_hdl* out) {
     return note("first", {s, d, id, gress, pipe, parser, as_word(out)});
 }
-pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, std::uint32_t gress,
-                                        std::uint32_t pipe, std::uint8_t parser, pipe_pvs_ent_hdl e, std::uint32_t n,
-                                        pipe_pvs_ent_hdl* out) {
+pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
+                                        uint8_t parser, pipe_pvs_ent_hdl e, uint32_t n, pipe_pvs_ent_hdl* out) {
     return note("next", {s, d, id, gress, pipe, parser, e, n, as_word(out)});
 }
-pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, std::uint32_t property,
-                                      std::uint32_t value, pipe_pvs_property_args args) {
+pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t property, uint32_t value,
+                                      pipe_pvs_property_args args) {
     return note("set_property", {s, d, id, property, value, args.arg});
 }
-pipe_status pipe_mgr_pvs_get_property(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, std::uint32_t property,
-                                      std::uint32_t* value, pipe_pvs_property_args args) {
+pipe_status pipe_mgr_pvs_get_property(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t property,
+                                      uint32_t* value, pipe_pvs_property_args args) {
     *value = 1234;
     return note("get_property", {s, d, id, property, args.arg});
 }
 pipe_status pipe_mgr_hash_calc_algorithm_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, pipe_hash_algo_hdl a,
-                                             std::uint64_t b, std::uint64_t c) {
+                                             uint64_t b, uint64_t c) {
     return note("algorithm_set", {s, d, h, a, b, c});
 }
 pipe_status pipe_mgr_hash_calc_algorithm_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, pipe_hash_algo_hdl* out,
-                                             std::uint64_t b, std::uint64_t c) {
+                                             uint64_t b, uint64_t c) {
     *out = driver_algorithm;
     return note("algorithm_get", {s, d, h, b, c});
 }
-pipe_status pipe_mgr_hash_calc_seed_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, std::uint64_t seed) {
+pipe_status pipe_mgr_hash_calc_seed_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, uint64_t seed) {
     return note("seed_set", {s, d, h, seed});
 }
-pipe_status pipe_mgr_hash_calc_seed_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, std::uint64_t* seed) {
+pipe_status pipe_mgr_hash_calc_seed_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, uint64_t* seed) {
     *seed = 0x55;
     return note("seed_get", {s, d, h});
 }
@@ -409,29 +403,29 @@ pipe_status pipe_mgr_hash_calc_input_get(pipe_sess_hdl s, pipe_dev_id d, pipe_ha
     return note("input_get", {s, d, h});
 }
 pipe_status pipe_mgr_hash_calc_input_field_attribute_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                         pipe_hash_input_hdl i, std::uint32_t count,
+                                                         pipe_hash_input_hdl i, uint32_t count,
                                                          const pipe_hash_attribute* records) {
-    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(records);
+    const auto* const bytes = reinterpret_cast<const uint8_t*>(records);
     return note("attribute_set", {s, d, h, i, count, records == nullptr ? 0u : 1u},
                 records == nullptr ? Bytes{} : Bytes(bytes, bytes + count * sizeof *records));
 }
 pipe_status pipe_mgr_hash_calc_input_field_attribute_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                         pipe_hash_input_hdl i, std::uint32_t room,
-                                                         pipe_hash_attribute* records, std::uint32_t* count) {
+                                                         pipe_hash_input_hdl i, uint32_t room,
+                                                         pipe_hash_attribute* records, uint32_t* count) {
     *count = driver_count;
-    for (std::uint32_t n = 0; n < driver_count; ++n)
+    for (uint32_t n = 0; n < driver_count; ++n)
         records[n] = driver_attributes[n];
     return note("attribute_get", {s, d, h, i, room});
 }
 pipe_status pipe_mgr_hash_calc_input_field_attribute_count_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                               pipe_hash_input_hdl i, std::uint32_t* count) {
+                                                               pipe_hash_input_hdl i, uint32_t* count) {
     EXPECT_EQ(*count, 0u) << "written before the driver is asked";
     *count = driver_count;
     return note("attribute_count", {s, d, h, i});
 }
 pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                    const std::uint8_t* stream, std::uint32_t length,
-                                                    std::uint8_t* hash, std::uint32_t hash_length) {
+                                                    const uint8_t* stream, uint32_t length, uint8_t* hash,
+                                                    uint32_t hash_length) {
     return note("calculate", {s, d, h, length, as_word(hash), hash_length}, Bytes(stream, stream + length));
 }
 }

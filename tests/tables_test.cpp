@@ -12,7 +12,7 @@ using vl_model::Call;
 
 class Defaults : public LibraryTest {
 protected:
-    static constexpr std::uint8_t untouched = 0xA5;
+    static constexpr uint8_t untouched = 0xA5;
 };
 
 bool equal(const vl_model::ActionCopy& left, const vl_model::ActionCopy& right) {
@@ -27,7 +27,7 @@ bool equal(const vl_model::ActionCopy& left, const vl_model::ActionCopy& right) 
 // is sent is the one that an add sends.
 TEST_F(Defaults, EveryTableWithEveryAction) {
     const pd_meter_spec meter = {1, 2, 3, 4, PD_METER_TYPE_COLOR_UNAWARE};
-    std::size_t set = 0, shared = 0;
+    size_t set = 0, shared = 0;
     for (const catalog::Table* table : all_tables()) {
         const std::string base = exported(table->name) + "_";
         for (const catalog::Binding& binding : table->actions) {
@@ -36,13 +36,13 @@ TEST_F(Defaults, EveryTableWithEveryAction) {
             const catalog::Action& action = action_of(binding);
             const catalog::ActionLayout layout = catalog::action_layout(action);
             Bytes spec(layout.record_size);
-            for (std::size_t i = 0; i < spec.size(); ++i)
-                spec[i] = static_cast<std::uint8_t>(i + 1);
-            std::uint32_t entry = 0;
-            std::vector<std::uint64_t> tail;
+            for (size_t i = 0; i < spec.size(); ++i)
+                spec[i] = static_cast<uint8_t>(i + 1);
+            uint32_t entry = 0;
+            std::vector<uint64_t> tail;
             if (!spec.empty()) tail.push_back(word(spec.data()));
             if (table->name == std::string("l2LookupMiss")) tail.push_back(word(&meter));
-            std::vector<std::uint64_t> words = {dirty(session), target_word};
+            std::vector<uint64_t> words = {dirty(session), target_word};
             words.insert(words.end(), tail.begin(), tail.end());
             words.push_back(word(&entry));
             ASSERT_EQ(call(base + "set_default_action_" + binding.action, words), 0u);
@@ -50,13 +50,13 @@ TEST_F(Defaults, EveryTableWithEveryAction) {
             const vl_model::ActionCopy sent_action = *sent.action;
             EXPECT_EQ(sent.function, "pipe_mgr_mat_default_entry_set");
             sent.args[4] = 0; // the record's address
-            EXPECT_EQ(sent.args, (std::vector<std::uint64_t>{session, target_word, table->handle, binding.handle, 0, 0,
-                                                             word(&entry)}));
+            EXPECT_EQ(sent.args,
+                      (std::vector<uint64_t>{session, target_word, table->handle, binding.handle, 0, 0, word(&entry)}));
             ++set;
 
             if (catalog::for_entries(binding)) {
                 const Bytes key(catalog::key_layout(*table).record_size);
-                std::uint32_t added = 0;
+                uint32_t added = 0;
                 words = {session, target_word, word(key.data())};
                 if (catalog::has_priority(*table)) words.push_back(1);
                 words.insert(words.end(), tail.begin(), tail.end());
@@ -78,13 +78,13 @@ TEST_F(Defaults, EveryTableWithEveryAction) {
             EXPECT_EQ(read.args[6], 1u);
             EXPECT_EQ(read.args[7], 0u);
             EXPECT_EQ(read.action->data, Bytes(32));
-            std::uint32_t number = 0;
+            uint32_t number = 0;
             std::memcpy(&number, record.data(), sizeof number);
             EXPECT_EQ(number, catalog::action_number(catalog::velmar_switch, binding.action));
             EXPECT_EQ(Bytes(record.end() - 4, record.end()), Bytes(4, untouched)) << "nothing behind the record";
-            for (std::size_t i = 0; i < layout.param_count; ++i) {
+            for (size_t i = 0; i < layout.param_count; ++i) {
                 const catalog::ParamLayout& param = layout.params[i];
-                std::uint32_t meant = 0, got = 0;
+                uint32_t meant = 0, got = 0;
                 std::memcpy(&meant, spec.data() + param.record_offset, param.record_bytes);
                 std::memcpy(&got, record.data() + 4 + param.record_offset, param.record_bytes);
                 if (param.data_bytes == 3) meant &= 0xFFFFFF;
@@ -97,12 +97,12 @@ TEST_F(Defaults, EveryTableWithEveryAction) {
             EXPECT_EQ(value_of_entry(*table, session, entry),
                       "((()," + text_of(binding.action + std::string("_value"), words) + "),(0,True))");
 
-            std::uint32_t handle = 0;
+            uint32_t handle = 0;
             EXPECT_EQ(call(base + "table_get_default_entry_handle", {session, target_word, word(&handle)}), 0u);
             EXPECT_EQ(handle, entry);
             EXPECT_EQ(call(base + "table_reset_default_entry", {session, target_word}), 0u);
             const Call reset = calls_of("pipe_mgr_mat_tbl_default_entry_reset").front();
-            EXPECT_EQ(reset.args, (std::vector<std::uint64_t>{session, target_word, table->handle, 0}));
+            EXPECT_EQ(reset.args, (std::vector<uint64_t>{session, target_word, table->handle, 0}));
         }
     }
     EXPECT_EQ(set, 158u);
@@ -115,8 +115,8 @@ TEST_F(Defaults, AMissingMeterIsDetached) {
     const vl_model::ActionCopy action = *only_call().action;
     EXPECT_EQ(action.resource_count, 1);
     EXPECT_EQ(action.slots[0].resource_hdl, 0x5000001u);
-    EXPECT_EQ(action.slots[0].tag, std::uint32_t{PIPE_SLOT_DETACHED});
-    for (const std::uint8_t byte : action.slots[0].spec)
+    EXPECT_EQ(action.slots[0].tag, uint32_t{PIPE_SLOT_DETACHED});
+    for (const uint8_t byte : action.slots[0].spec)
         EXPECT_EQ(byte, 0);
 }
 
@@ -137,7 +137,7 @@ TEST_F(Defaults, FailedReadsWriteAndLogNothing) {
     vl_model::set_answer_hook([](auto&, pipe_action_record& action, auto&) { action.kind = PIPE_KIND_GROUP; });
     expect_untouched(PD_STATUS_UNEXPECTED);
     EXPECT_EQ(vl_model::allocations_made(), 0u);
-    vl_model::set_answer_hook([](auto&, pipe_action_record& action, std::uint32_t& action_hdl) {
+    vl_model::set_answer_hook([](auto&, pipe_action_record& action, uint32_t& action_hdl) {
         action.resource_count = 1;
         action_hdl = 0x2000006a; // another table's
     });
@@ -149,8 +149,8 @@ TEST_F(Defaults, FailedReadsWriteAndLogNothing) {
 
 TEST_F(Defaults, OfIndirectTables) {
     const struct {
-        std::uint8_t kind, has_mbr, has_grp;
-        std::uint32_t status, mbr, grp;
+        uint8_t kind, has_mbr, has_grp;
+        uint32_t status, mbr, grp;
     } cases[] = {{PIPE_KIND_MEMBER, 1, 0, 0, 0x55, 0xA5A5A5A5},
                  {PIPE_KIND_GROUP, 0, 1, 0, 0xA5A5A5A5, 0x66},
                  {PIPE_KIND_ACTION_DATA, untouched, untouched, PD_STATUS_UNEXPECTED, 0xA5A5A5A5, 0xA5A5A5A5}};
@@ -161,15 +161,15 @@ TEST_F(Defaults, OfIndirectTables) {
     pd_entry entry;
     ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_set_default_entry(session, target, member, &entry), 0u);
     for (const auto& expected : cases) {
-        vl_model::set_answer_hook([&](auto&, pipe_action_record& action, std::uint32_t& action_hdl) {
+        vl_model::set_answer_hook([&](auto&, pipe_action_record& action, uint32_t& action_hdl) {
             action.kind = expected.kind;
             action.member_hdl = 0x55;
             action.group_hdl = 0x66;
             action_hdl = 0;
         });
         calls();
-        std::uint8_t has_mbr = untouched, has_grp = untouched;
-        std::uint32_t grp = 0xA5A5A5A5, mbr = 0xA5A5A5A5;
+        uint8_t has_mbr = untouched, has_grp = untouched;
+        uint32_t grp = 0xA5A5A5A5, mbr = 0xA5A5A5A5;
         EXPECT_EQ(
             p4_pd_velmar_switch_ecmpGroup_table_get_default_entry(session, target, 1, &has_mbr, &has_grp, &grp, &mbr),
             expected.status);
@@ -186,15 +186,15 @@ TEST_F(Defaults, OfIndirectTables) {
 using Tables = LibraryTest;
 
 TEST_F(Tables, HandlesPrioritiesAndWidthsFollowTheRows) {
-    std::size_t widths = 0, prioritised = 0;
+    size_t widths = 0, prioritised = 0;
     for (const catalog::Table* table : all_tables()) {
         SCOPED_TRACE(table->name);
         const std::string base = exported(table->name) + "_";
-        std::uint32_t handle = 0;
+        uint32_t handle = 0;
         EXPECT_EQ(call(base + "get_mat_table_handle", {word(&handle)}), 0u);
         EXPECT_EQ(handle, table->handle);
         EXPECT_EQ(call(base + "get_mat_table_handle", {0}), 0u);
-        const std::uint32_t priority = call(base + "supports_entry_priority", {});
+        const uint32_t priority = call(base + "supports_entry_priority", {});
         EXPECT_EQ(priority, catalog::has_priority(*table));
         prioritised += priority;
         for (const catalog::KeyField& field : table->key) {
@@ -214,8 +214,8 @@ TEST_F(Tables, HandlesPrioritiesAndWidthsFollowTheRows) {
 
 TEST_F(Tables, Properties) {
     EXPECT_EQ(call(exported("ipv4Host_set_property"), {session, dirty(device), dirty(2), dirty(30), dirty(4)}), 0u);
-    EXPECT_EQ(only_call().args, (std::vector<std::uint64_t>{session, device, 0x1000023, 2, 30, 4}));
-    std::uint32_t value = 1, args = 1;
+    EXPECT_EQ(only_call().args, (std::vector<uint64_t>{session, device, 0x1000023, 2, 30, 4}));
+    uint32_t value = 1, args = 1;
     EXPECT_EQ(p4_pd_velmar_switch_ipv4Host_get_property(session, device, 2, &value, &args), 0u);
     EXPECT_EQ(value, 30u);
     EXPECT_EQ(args, 4u);
@@ -230,16 +230,15 @@ TEST_F(Tables, Properties) {
 }
 
 TEST_F(Tables, UpdateCallbacksGoToTheDriverAsTheyAre) {
-    static std::uint32_t updates;
+    static uint32_t updates;
     updates = 0;
-    const pipe_mat_update_cb on_update = [](pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, pipe_ent_hdl, std::uint32_t,
-                                            void* cookie) { *static_cast<std::uint32_t*>(cookie) += 1; };
+    const pipe_mat_update_cb on_update = [](pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, pipe_ent_hdl, uint32_t,
+                                            void* cookie) { *static_cast<uint32_t*>(cookie) += 1; };
     ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_register_mat_update_cb(
                   session, device, reinterpret_cast<pd_driver_callback>(on_update), &updates),
               0u);
-    EXPECT_EQ(only_call().args,
-              (std::vector<std::uint64_t>{session, device, 0x1000023, reinterpret_cast<std::uintptr_t>(on_update),
-                                          word(&updates)}));
+    EXPECT_EQ(only_call().args, (std::vector<uint64_t>{session, device, 0x1000023,
+                                                       reinterpret_cast<uintptr_t>(on_update), word(&updates)}));
     p4_pd_velmar_switch_ipv4Host_match_spec_t key = {};
     pd_entry entry;
     ASSERT_EQ(p4_pd_velmar_switch_ipv4Host_table_add_with_onMiss(session, target, &key, &entry), 0u);

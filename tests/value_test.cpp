@@ -27,7 +27,7 @@ protected:
         return entry;
     }
 
-    pd_entry add_trap(std::uint32_t priority) {
+    pd_entry add_trap(uint32_t priority) {
         const p4_pd_velmar_switch_trapToCpu_match_spec_t key = {};
         const p4_pd_velmar_switch_trapPacket_action_spec_t action = {.action_cpuReasonCode = 42};
         pd_entry entry = 0;
@@ -72,7 +72,7 @@ TEST_F(Values, MembersAndGroups) {
     pd_entry entry = 0;
     ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_add_entry(session, target, &key, member, &entry), 0u);
     // With handles such as the driver may make.
-    const auto answered = [&](std::uint8_t kind, std::uint32_t handle, const char* table = "ecmpGroup") {
+    const auto answered = [&](uint8_t kind, uint32_t handle, const char* table = "ecmpGroup") {
         vl_model::set_answer_hook([=](auto&, pipe_action_record& action, auto&) {
             action.kind = kind;
             action.member_hdl = action.group_hdl = handle;
@@ -116,7 +116,7 @@ TEST_F(Values, EveryIndirectTableHasItsOwnHandle) {
 }
 
 TEST_F(Values, PrioritiesAreSigned) {
-    const auto tail = [&](std::uint32_t priority) {
+    const auto tail = [&](uint32_t priority) {
         const std::string text = value("trapToCpu", add_trap(priority));
         return text.substr(text.rfind('('));
     };
@@ -134,8 +134,8 @@ TEST_F(Values, PrioritiesAreSigned) {
 
 TEST_F(Values, ReadsPassTheFlagOnAndEightBitsOfTheDevice) {
     const pd_entry entry = add_host();
-    const std::uint64_t wide_device = 0xABCD00 | device;
-    const auto expect_read = [&](std::uint64_t from_hw) {
+    const uint64_t wide_device = 0xABCD00 | device;
+    const auto expect_read = [&](uint64_t from_hw) {
         const vl_model::Call read = calls_of("pipe_mgr_get_entry").back();
         EXPECT_EQ(read.args[0], session);
         EXPECT_EQ(read.args[1], 0x1000023u);
@@ -143,7 +143,7 @@ TEST_F(Values, ReadsPassTheFlagOnAndEightBitsOfTheDevice) {
         EXPECT_EQ(read.args[3], entry);
         EXPECT_EQ(read.args[7], from_hw);
     };
-    for (const std::uint64_t from_hw : {0u, 1u, 0x100u}) {
+    for (const uint64_t from_hw : {0u, 1u, 0x100u}) {
         EXPECT_NE(text_of("ipv4Host_value", {session, wide_device, entry, from_hw}), "");
         expect_read(from_hw & 0xFF);
         EXPECT_NE(text_of("entry_value", {session, wide_device, 0x1000023, entry, from_hw}), "");
@@ -155,10 +155,10 @@ TEST_F(Values, FailedReadsLeaveTheBufferAlone) {
     const pd_entry host = add_host();
     EXPECT_EQ(value("ipv4Host", host + 1), "");
     EXPECT_EQ(value("queueCounters", 1), "");
-    vl_model::set_answer_hook([](auto&, auto&, std::uint32_t& action) { action = 0x20000004; }); // not the table's
+    vl_model::set_answer_hook([](auto&, auto&, uint32_t& action) { action = 0x20000004; }); // not the table's
     EXPECT_EQ(value("ipv4Host", host), "");
     calls();
-    for (const std::uint32_t handle : {0x1000000u, 0x100005eu, 0x1000085u, 0x2000019u, 0xFFFFFFFFu})
+    for (const uint32_t handle : {0x1000000u, 0x100005eu, 0x1000085u, 0x2000019u, 0xFFFFFFFFu})
         EXPECT_EQ(text_of("entry_value", {session, device, handle, host, 0}), "") << handle;
     EXPECT_TRUE(calls().empty()) << "and nothing is read for a handle of nobody";
 }

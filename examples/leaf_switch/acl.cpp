@@ -5,16 +5,16 @@
 namespace leaf_switch {
 namespace {
 
-constexpr std::uint8_t ipv4_packet = 1;
-constexpr std::uint8_t tcp = 6;
-constexpr std::uint16_t telnet_port = 23;
-constexpr std::uint16_t telnet = 1;      // what rules call the port: they match 16-bit names, not the field
-constexpr std::uint8_t server_rules = 1; // the rule list that servers' ports are bound to
+constexpr uint8_t ipv4_packet = 1;
+constexpr uint8_t tcp = 6;
+constexpr uint16_t telnet_port = 23;
+constexpr uint16_t telnet = 1;      // what rules call the port: they match 16-bit names, not the field
+constexpr uint8_t server_rules = 1; // the rule list that servers' ports are bound to
 
 // A rule's result: the low 15 bits number it for its counter, the three above say what it wants.
-constexpr std::uint32_t wish = 0x38000;
-constexpr std::uint32_t wish_drop = 0x38000;
-constexpr std::uint32_t no_telnet_rule = 1;
+constexpr uint32_t wish = 0x38000;
+constexpr uint32_t wish_drop = 0x38000;
+constexpr uint32_t no_telnet_rule = 1;
 
 void drop(Leaf& leaf, const std::string& why, const p4_pd_velmar_switch_finalDropControl_match_spec_t& marked) {
     const pd_entry entry = make(leaf, "the drop " + why, p4_pd_velmar_switch_finalDropControl_table_add_with_dropCount,
@@ -61,7 +61,7 @@ void forbid_telnet(Leaf& leaf) {
     // Bound last, so that no port sees a list before it is complete.
     const p4_pd_velmar_switch_setHaloCrlId2_action_spec_t binding = {.action_crlId = server_rules,
                                                                      .action_defaultResult = 0};
-    for (const std::uint16_t port : server_ports) {
+    for (const uint16_t port : server_ports) {
         const p4_pd_velmar_switch_haloPaclCrlId_match_spec_t key = {.ingMd_v4V6Valid = ipv4_packet,
                                                                     .ig_intr_md_ingress_port = port};
         make(leaf, "the rules of port " + std::to_string(port),

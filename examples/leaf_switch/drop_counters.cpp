@@ -5,7 +5,7 @@ namespace leaf_switch {
 
 std::vector<PacketCount> packet_counts(const Leaf& leaf) {
     // The driver answers from its own copy, which is as old as the last time somebody asked for this.
-    constexpr std::uint32_t up_to_date = 1;
+    constexpr uint32_t up_to_date = 1;
     std::vector<PacketCount> counts;
     for (const CountingEntry& counting : leaf.counting) {
         pd_counter_value value = {};

@@ -8,7 +8,7 @@
 namespace leaf_switch {
 namespace {
 
-using Hash = std::array<std::uint8_t, 4>;
+using Hash = std::array<uint8_t, 4>;
 
 // The hash that choose_hash() gives to packets with ports.
 Hash hash_of(const Leaf& leaf, const Flow& flow) {
@@ -19,7 +19,7 @@ Hash hash_of(const Leaf& leaf, const Flow& flow) {
         {.input_field = 3, .attr_type = 0, .attr_value = flow.source_port},
         {.input_field = 4, .attr_type = 0, .attr_value = flow.destination_port},
     };
-    constexpr std::uint32_t widths[] = {32, 32, 8, 16, 16};
+    constexpr uint32_t widths[] = {32, 32, 8, 16, 16};
     static_assert(std::size(widths) == std::size(fields));
     Hash hash = {};
     expect("working out the hash of a flow",
@@ -32,7 +32,7 @@ Hash hash_of(const Leaf& leaf, const Flow& flow) {
 std::vector<pd_member> active_members(const Leaf& leaf) {
     std::vector<pd_member> active;
     for (const pd_member member : spine_members(leaf)) {
-        std::uint32_t state = 0;
+        uint32_t state = 0;
         expect("reading the state of an ECMP member",
                p4_pd_velmar_switch_ecmpMemberActionProfile_group_member_state_get(leaf.session, leaf.target,
                                                                                   leaf.spines, member, &state));
@@ -43,17 +43,16 @@ std::vector<pd_member> active_members(const Leaf& leaf) {
 
 } // namespace
 
-std::uint32_t predicted_next_hop(const Leaf& leaf, const Flow& flow) {
+uint32_t predicted_next_hop(const Leaf& leaf, const Flow& flow) {
     const std::vector<pd_member> active = active_members(leaf);
     if (active.empty()) throw std::runtime_error("no spine takes packets");
-    std::uint32_t number = 0;
-    for (const std::uint8_t byte : hash_of(leaf, flow)) {
+    uint32_t number = 0;
+    for (const uint8_t byte : hash_of(leaf, flow))
         number = number << 8 | byte;
-    }
     return next_hop_of(leaf, active[number % active.size()]);
 }
 
-std::uint32_t chosen_next_hop(const Leaf& leaf, const Flow& flow) {
+uint32_t chosen_next_hop(const Leaf& leaf, const Flow& flow) {
     const Hash hash = hash_of(leaf, flow);
     pd_member member = 0;
     expect("asking which ECMP member a flow takes",

@@ -9,7 +9,7 @@ namespace {
 
 void resolve_lag(Leaf& leaf) {
     std::vector<pd_member> members;
-    for (const std::uint16_t port : lag_ports) {
+    for (const uint16_t port : lag_ports) {
         const p4_pd_velmar_switch_setLagPort_action_spec_t out = {.action_egrL2AintfPort = port};
         members.push_back(make(leaf, "port " + std::to_string(port) + " of the LAG",
                                p4_pd_velmar_switch_lagPortActionProfile_add_member_with_setLagPort,
@@ -17,7 +17,7 @@ void resolve_lag(Leaf& leaf) {
     }
     // Made after its members, so that it goes before them: a member in a group can't be removed.
     leaf.lag = make(leaf, "the LAG", p4_pd_velmar_switch_lagPortActionProfile_create_group,
-                    p4_pd_velmar_switch_lagPortActionProfile_del_group, std::uint32_t{std::size(lag_ports)});
+                    p4_pd_velmar_switch_lagPortActionProfile_del_group, uint32_t{std::size(lag_ports)});
     for (const pd_member member : members) {
         expect("joining a port to the LAG", p4_pd_velmar_switch_lagPortActionProfile_add_member_to_group(
                                                 leaf.session, leaf.target.dev_id, leaf.lag, member));

@@ -5,7 +5,7 @@
 namespace leaf_switch {
 namespace {
 
-void set_up_vlan(Leaf& leaf, std::uint16_t vlan) {
+void set_up_vlan(Leaf& leaf, uint16_t vlan) {
     // With an SVI, frames to the router's MAC are routed. Without one all of the VLAN's frames are bridged.
     const p4_pd_velmar_switch_vlanProperties_match_spec_t key = {.ingMd_ingL2Domain = vlan};
     const p4_pd_velmar_switch_setVlanProperties_action_spec_t properties = {
@@ -15,7 +15,7 @@ void set_up_vlan(Leaf& leaf, std::uint16_t vlan) {
          p4_pd_velmar_switch_vlanProperties_table_delete, &key, &properties);
 }
 
-void accept_untagged(Leaf& leaf, std::uint16_t port) {
+void accept_untagged(Leaf& leaf, uint16_t port) {
     // There is no tag to look at: a mask of 0 leaves the VLAN id out of the match.
     const p4_pd_velmar_switch_l2DomainLookup_match_spec_t key = {.phase0_switchPort = 1,
                                                                  .phase0_ingVPort = port,
@@ -28,7 +28,7 @@ void accept_untagged(Leaf& leaf, std::uint16_t port) {
          p4_pd_velmar_switch_l2DomainLookup_table_delete, &key, any_priority, &interface);
 }
 
-void accept_tagged_on_lag(Leaf& leaf, std::uint16_t vlan) {
+void accept_tagged_on_lag(Leaf& leaf, uint16_t vlan) {
     const p4_pd_velmar_switch_l2DomainLookup_match_spec_t key = {.phase0_switchPort = 1,
                                                                  .phase0_ingVPort = lag_virtual_port,
                                                                  .vlanHdr_0__valid = 1,
@@ -50,15 +50,14 @@ void set_up_vlans(Leaf& leaf) {
     set_default(leaf, "the properties of other VLANs",
                 p4_pd_velmar_switch_vlanProperties_set_default_action_setVlanProperties,
                 p4_pd_velmar_switch_vlanProperties_table_reset_default_entry, &none);
-    for (const std::uint16_t port : server_ports) {
+    for (const uint16_t port : server_ports)
         accept_untagged(leaf, port);
-    }
     accept_tagged_on_lag(leaf, server_vlan);
     accept_tagged_on_lag(leaf, storage_vlan);
 }
 
 void fill_mac_table(Leaf& leaf) {
-    constexpr std::uint32_t no_ttl = 0; // stays known however long it is silent
+    constexpr uint32_t no_ttl = 0; // stays known however long it is silent
     for (const Host& host : hosts) {
         // Known as a source: its frames ask for no learning.
         const p4_pd_velmar_switch_l2LearningLookup_match_spec_t source = {.ingMd_smacOui = host.mac.oui,

@@ -24,11 +24,9 @@ std::string answer(pd_status status) {
 }
 
 void expect_empty_tables(const Leaf& leaf) {
-    for (const TableCount& table : table_counts(leaf)) {
-        if (table.count != 0) {
+    for (const TableCount& table : table_counts(leaf))
+        if (table.count != 0)
             throw std::runtime_error(std::to_string(table.count) + " left at the end in " + table.name);
-        }
-    }
 }
 
 } // namespace
@@ -37,12 +35,10 @@ Refused::Refused(const std::string& what, pd_status status)
     : std::runtime_error(what + " was refused with status " + std::to_string(status) + ": " + answer(status)) {}
 
 void expect(const std::string& what, pd_status status) {
-    if (status != PD_STATUS_OK) {
-        throw Refused(what, status);
-    }
+    if (status != PD_STATUS_OK) throw Refused(what, status);
 }
 
-void remove_at_shut_down(Leaf& leaf, const std::string& what, Remove* remove, std::uint32_t handle) {
+void remove_at_shut_down(Leaf& leaf, const std::string& what, Remove* remove, uint32_t handle) {
     leaf.undo.emplace_back([what, remove, handle](const Leaf& made) {
         expect("removing " + what, remove(made.session, made.target.dev_id, handle));
     });
@@ -75,9 +71,8 @@ Leaf bring_up() {
     try {
         for (const auto step : {start, map_ports, recognise_vxlan, set_up_vlans, fill_mac_table, limit_broadcasts,
                                 learn_stations, bundle_ports, open_vrf, add_next_hops, choose_hash, join_spines,
-                                add_routes, forbid_telnet, decide_drops, trap_to_cpu}) {
+                                add_routes, forbid_telnet, decide_drops, trap_to_cpu})
             step(leaf);
-        }
     } catch (...) {
         try {
             shut_down(leaf);

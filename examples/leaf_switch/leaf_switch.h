@@ -19,8 +19,8 @@ namespace leaf_switch {
 // An entry of a table whose entries count their packets.
 struct CountingEntry {
     std::string what; // the packets that it counts
-    pd_status (*read)(pd_session, pd_device, pd_entry, std::uint32_t flags, pd_counter_value*);
-    pd_status (*table)(std::uint32_t*); // the function that gives the table's handle
+    pd_status (*read)(pd_session, pd_device, pd_entry, uint32_t flags, pd_counter_value*);
+    pd_status (*table)(uint32_t*); // the function that gives the table's handle
     pd_entry entry;
 };
 
@@ -53,66 +53,66 @@ void shut_down(Leaf& leaf);
 
 struct TableCount {
     const char* name;
-    std::uint32_t count;
+    uint32_t count;
 };
 
 // Of every table that the switch uses, and of members and groups of its action profiles.
 std::vector<TableCount> table_counts(const Leaf& leaf);
 
 // The members of a group, in the driver's order, as what their actions say: next hops or ports.
-std::vector<std::uint32_t> spine_next_hops(const Leaf& leaf);
-std::vector<std::uint32_t> lag_ports_in_use(const Leaf& leaf);
+std::vector<uint32_t> spine_next_hops(const Leaf& leaf);
+std::vector<uint32_t> lag_ports_in_use(const Leaf& leaf);
 
 // What follows changes and reads a switch that stands, and throws Refused like all else.
 
 // learning.cpp: the stations that the switch was told of by digests.
 struct Station {
     Mac mac;
-    std::uint16_t vlan;
-    std::uint32_t interface;
+    uint16_t vlan;
+    uint32_t interface;
     friend bool operator==(const Station&, const Station&) = default;
 };
 std::vector<Station> learned_stations(const Leaf& leaf); // by VLAN and MAC
 // Forgets those that the driver has named as silent for too long, and tells how many.
-std::size_t forget_silent(const Leaf& leaf);
+size_t forget_silent(const Leaf& leaf);
 
 // storm_control.cpp
-void set_broadcast_limit(const Leaf& leaf, std::uint16_t server_port, const pd_meter_spec& limit);
-pd_meter_spec broadcast_limit(const Leaf& leaf, std::uint16_t server_port);
+void set_broadcast_limit(const Leaf& leaf, uint16_t server_port, const pd_meter_spec& limit);
+pd_meter_spec broadcast_limit(const Leaf& leaf, uint16_t server_port);
 
 // drop_counters.cpp
 struct PacketCount {
     std::string what;
-    std::uint64_t packets;
-    std::uint64_t bytes;
+    uint64_t packets;
+    uint64_t bytes;
 };
 std::vector<PacketCount> packet_counts(const Leaf& leaf);
 
 // vxlan_ports.cpp: the UDP ports whose packets the parser takes for VXLAN.
-std::vector<std::uint16_t> vxlan_ports(const Leaf& leaf);
+std::vector<uint16_t> vxlan_ports(const Leaf& leaf);
 
 // ecmp_prediction.cpp: what the agent works out for itself, and what the driver answers when it is asked.
 struct Flow {
-    std::uint32_t source;
-    std::uint32_t destination;
-    std::uint8_t protocol;
-    std::uint16_t source_port;
-    std::uint16_t destination_port;
+    uint32_t source;
+    uint32_t destination;
+    uint8_t protocol;
+    uint16_t source_port;
+    uint16_t destination_port;
 };
-std::uint32_t predicted_next_hop(const Leaf& leaf, const Flow& flow);
-std::uint32_t chosen_next_hop(const Leaf& leaf, const Flow& flow);
+uint32_t predicted_next_hop(const Leaf& leaf, const Flow& flow);
+uint32_t chosen_next_hop(const Leaf& leaf, const Flow& flow);
 
 // snapshot.cpp: how one field of a packet looks from stage to stage.
-inline constexpr std::uint8_t first_snapshot_stage = 4;
-inline constexpr std::uint8_t last_snapshot_stage = 7;
-inline constexpr std::size_t snapshot_field = 2; // where in the records the field stands, 16 bits wide
+inline constexpr uint8_t first_snapshot_stage = 4;
+inline constexpr uint8_t last_snapshot_stage = 7;
+inline constexpr size_t snapshot_field = 2; // where in the records the field stands, 16 bits wide
 struct Capture {
     unsigned trigger_stage;
-    std::vector<std::uint16_t> field; // one value for each stage, from first_snapshot_stage on
+    std::vector<uint16_t> field; // one value for each stage, from first_snapshot_stage on
 };
-std::uint32_t arm_snapshot(const Leaf& leaf, std::uint16_t field);
-std::optional<Capture> read_snapshot(std::uint32_t snapshot); // nothing before the trigger has matched
-void delete_snapshot(std::uint32_t snapshot);
+uint32_t arm_snapshot(const Leaf& leaf, uint16_t field);
+std::optional<Capture> read_snapshot(uint32_t snapshot); // nothing before the trigger has matched
+void delete_snapshot(uint32_t snapshot);
 
 // Shows all of that at work, with traffic of our own making (traffic.h). Throws also if a prediction was wrong.
 void take_tour(const Leaf& leaf, std::ostream& out);

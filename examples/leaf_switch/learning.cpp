@@ -15,9 +15,9 @@ namespace leaf_switch {
 
 // What the callbacks work with.
 struct Learning {
-    using Name = std::tuple<std::uint16_t, std::uint32_t, std::uint32_t>; // VLAN, and the halves of the MAC
+    using Name = std::tuple<uint16_t, uint32_t, uint32_t>; // VLAN, and the halves of the MAC
     struct Known {
-        std::uint32_t interface;
+        uint32_t interface;
         pd_entry source; // a handle is 0 when its entry is gone
         pd_entry destination;
     };
@@ -31,10 +31,10 @@ namespace {
 constexpr const char* digest = "macLearningDigest";
 
 // What a miss of l2LearningLookup asks for.
-constexpr std::uint8_t learn_macs = 1;
+constexpr uint8_t learn_macs = 1;
 
-constexpr std::uint32_t look_interval = 1'000; // the driver's unit is the millisecond
-constexpr std::uint32_t time_to_live = 300'000;
+constexpr uint32_t look_interval = 1'000; // the driver's unit is the millisecond
+constexpr uint32_t time_to_live = 300'000;
 
 Learning::Name name_of(const Station& station) {
     return {station.vlan, station.mac.oui, station.mac.station};
@@ -97,35 +97,33 @@ pd_status learn(Learning& learning, pd_session session, const Station& station) 
         status = add_entries(session, learning.target, station, known);
     }
     // A destination without a source would stay for ever. All is done anew with the station's next frame.
-    if (status != PD_STATUS_OK && remove_entries(learning, session, known) == PD_STATUS_OK) {
+    if (status != PD_STATUS_OK && remove_entries(learning, session, known) == PD_STATUS_OK)
         learning.stations.erase(name_of(station));
-    }
     return status;
 }
 
 // The bytes of a field are the driver's, and come as they stand in the packet.
-std::uint32_t field_of(const std::uint8_t* entry, const char* field) {
-    std::uint32_t size = 0;
+uint32_t field_of(const uint8_t* entry, const char* field) {
+    uint32_t size = 0;
     const void* bytes = p4_pd_velmar_switch_get_digest_entry_field(entry, digest, field, &size);
-    std::uint32_t value = 0;
-    for (std::uint32_t i = 0; i < size; ++i) {
-        value = value << 8 | static_cast<const std::uint8_t*>(bytes)[i];
-    }
+    uint32_t value = 0;
+    for (uint32_t i = 0; i < size; ++i)
+        value = value << 8 | static_cast<const uint8_t*>(bytes)[i];
     return value;
 }
 
-Station station_in(const std::uint8_t* entry) {
+Station station_in(const uint8_t* entry) {
     return {.mac = {.oui = field_of(entry, "ingMd_smacOui"), .station = field_of(entry, "ingMd_smacStation")},
-            .vlan = static_cast<std::uint16_t>(field_of(entry, "ingMd_ingL2Domain")),
+            .vlan = static_cast<uint16_t>(field_of(entry, "ingMd_ingL2Domain")),
             .interface = field_of(entry, "ingMd_ingL2Aintf")};
 }
 
 // Gives the first status that isn't success, but goes through all of the message, and gives it back in any case.
 pd_status on_digest(pd_session session, pipe_digest_msg* message, void* cookie) noexcept {
-    const std::uint32_t size = p4_pd_velmar_switch_get_digest_entry_size(digest);
+    const uint32_t size = p4_pd_velmar_switch_get_digest_entry_size(digest);
     pd_status first = PD_STATUS_OK;
-    for (std::uint32_t i = 0; i < message->entry_count; ++i) {
-        const Station station = station_in(message->entries + std::size_t{i} * size);
+    for (uint32_t i = 0; i < message->entry_count; ++i) {
+        const Station station = station_in(message->entries + size_t{i} * size);
         const pd_status status = learn(*static_cast<Learning*>(cookie), session, station);
         if (first == PD_STATUS_OK) first = status;
     }
@@ -134,7 +132,7 @@ pd_status on_digest(pd_session session, pipe_digest_msg* message, void* cookie) 
 }
 
 // Has nobody to tell of a refusal, and so leaves the removing to forget_silent().
-void on_time_out(pd_device, std::uint32_t, pd_entry entry, void* cookie) noexcept {
+void on_time_out(pd_device, uint32_t, pd_entry entry, void* cookie) noexcept {
     static_cast<Learning*>(cookie)->silent.push_back(entry);
 }
 
@@ -221,9 +219,9 @@ std::vector<Station> learned_stations(const Leaf& leaf) {
     return stations;
 }
 
-std::size_t forget_silent(const Leaf& leaf) {
+size_t forget_silent(const Leaf& leaf) {
     Learning& learning = *leaf.learning;
-    std::size_t forgotten = 0;
+    size_t forgotten = 0;
     // Forgetting takes the entry out of the list. One that spoke since it timed out comes back with its next frame.
     for (const pd_entry entry : std::vector(learning.silent)) {
         const auto station = std::find_if(learning.stations.begin(), learning.stations.end(),

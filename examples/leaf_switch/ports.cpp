@@ -7,12 +7,12 @@ namespace leaf_switch {
 namespace {
 
 struct Role {
-    std::uint16_t virtual_port;
-    std::uint16_t native_vlan;
-    std::uint8_t switch_port; // 1 bridges and routes, 0 routes alone
+    uint16_t virtual_port;
+    uint16_t native_vlan;
+    uint8_t switch_port; // 1 bridges and routes, 0 routes alone
 };
 
-void map_port(Leaf& leaf, std::uint16_t port, const Role& role) {
+void map_port(Leaf& leaf, uint16_t port, const Role& role) {
     const p4_pd_velmar_switch_ingressPortMapping_match_spec_t key = {.ig_intr_md_ingress_port = port};
     const p4_pd_velmar_switch_setPhase0_action_spec_t phase0 = {.action_ingVPort = role.virtual_port,
                                                                 .action_nativeAintf = role.native_vlan,
@@ -26,15 +26,12 @@ void map_port(Leaf& leaf, std::uint16_t port, const Role& role) {
 } // namespace
 
 void map_ports(Leaf& leaf) {
-    for (const std::uint16_t port : server_ports) {
+    for (const uint16_t port : server_ports)
         map_port(leaf, port, {.virtual_port = port, .native_vlan = server_vlan, .switch_port = 1});
-    }
-    for (const std::uint16_t port : lag_ports) {
+    for (const uint16_t port : lag_ports)
         map_port(leaf, port, {.virtual_port = lag_virtual_port, .native_vlan = no_vlan, .switch_port = 1});
-    }
-    for (const Uplink& uplink : uplinks) {
+    for (const Uplink& uplink : uplinks)
         map_port(leaf, uplink.port, {.virtual_port = uplink.port, .native_vlan = uplink.own_vlan, .switch_port = 0});
-    }
 }
 
 } // namespace leaf_switch

@@ -6,9 +6,9 @@
 namespace leaf_switch {
 namespace {
 
-constexpr std::uint8_t route_ipv4 = 1;
+constexpr uint8_t route_ipv4 = 1;
 
-void route_untagged(Leaf& leaf, std::uint16_t vlan) {
+void route_untagged(Leaf& leaf, uint16_t vlan) {
     const p4_pd_velmar_switch_untaggedPktToL3_match_spec_t key = {.phase0_nativeAintf = vlan};
     const p4_pd_velmar_switch_setVrfPropertiesUntaggedPkt_action_spec_t properties = {
         .action_vrfIdHi = 0, .action_vrfId = vrf, .action_ipRouting = route_ipv4, .action_natProfile = 0};
@@ -17,7 +17,7 @@ void route_untagged(Leaf& leaf, std::uint16_t vlan) {
          p4_pd_velmar_switch_untaggedPktToL3_table_delete, &key, &properties);
 }
 
-void route_tagged(Leaf& leaf, std::uint16_t vlan) {
+void route_tagged(Leaf& leaf, uint16_t vlan) {
     const p4_pd_velmar_switch_taggedPktToL3_match_spec_t key = {.vlanHdr_0__vlanId = vlan};
     const p4_pd_velmar_switch_setVrfPropertiesTaggedPkt_action_spec_t properties = {
         .action_vrfIdHi = 0, .action_vrfId = vrf, .action_ipRouting = route_ipv4, .action_natProfile = 0};
@@ -26,7 +26,7 @@ void route_tagged(Leaf& leaf, std::uint16_t vlan) {
          p4_pd_velmar_switch_taggedPktToL3_table_delete, &key, &properties);
 }
 
-void add_next_hop(Leaf& leaf, std::uint32_t number, std::uint32_t interface, const Mac& mac, std::uint16_t vlan) {
+void add_next_hop(Leaf& leaf, uint32_t number, uint32_t interface, const Mac& mac, uint16_t vlan) {
     const std::string name = "next hop " + std::to_string(number);
     // Where the packet leaves ...
     const p4_pd_velmar_switch_routerNextHop0_match_spec_t way_key = {.l3_nextHop = number};
@@ -46,9 +46,8 @@ void add_next_hop(Leaf& leaf, std::uint32_t number, std::uint32_t interface, con
 
 void open_vrf(Leaf& leaf) {
     route_untagged(leaf, server_vlan);
-    for (const Uplink& uplink : uplinks) {
+    for (const Uplink& uplink : uplinks)
         route_untagged(leaf, uplink.own_vlan);
-    }
     route_tagged(leaf, server_vlan);
     route_tagged(leaf, storage_vlan);
 
@@ -63,12 +62,10 @@ void open_vrf(Leaf& leaf) {
 }
 
 void add_next_hops(Leaf& leaf) {
-    for (const Uplink& uplink : uplinks) {
+    for (const Uplink& uplink : uplinks)
         add_next_hop(leaf, uplink.next_hop, uplink.port, uplink.spine, uplink.own_vlan);
-    }
-    for (const Host& host : hosts) {
+    for (const Host& host : hosts)
         add_next_hop(leaf, host.next_hop, host.interface, host.mac, host.vlan);
-    }
 }
 
 void choose_hash(Leaf& leaf) {
@@ -99,7 +96,7 @@ void join_spines(Leaf& leaf) {
                                p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_with_setEcmpNextHop,
                                p4_pd_velmar_switch_ecmpMemberActionProfile_del_member, &hop));
     }
-    constexpr std::uint32_t room = 8; // for spines that come later
+    constexpr uint32_t room = 8; // for spines that come later
     leaf.spines = make(leaf, "the ECMP group", p4_pd_velmar_switch_ecmpMemberActionProfile_create_group,
                        p4_pd_velmar_switch_ecmpMemberActionProfile_del_group, room);
     for (const pd_member member : members) {

@@ -40,20 +40,20 @@ void expect(const std::string& what, pd_status status);
 
 // summary.cpp: the members of the ECMP group, in the driver's order, and what one of them says.
 std::vector<pd_member> spine_members(const Leaf& leaf);
-std::uint32_t next_hop_of(const Leaf& leaf, pd_member member);
+uint32_t next_hop_of(const Leaf& leaf, pd_member member);
 // vxlan_ports.cpp
-pd_status count_vxlan_ports(pd_session session, pd_dev_tgt target, std::uint32_t* count);
+pd_status count_vxlan_ports(pd_session session, pd_dev_tgt target, uint32_t* count);
 
-using Remove = pd_status(pd_session, pd_device, std::uint32_t);
+using Remove = pd_status(pd_session, pd_device, uint32_t);
 using Reset = pd_status(pd_session, pd_dev_tgt);
-void remove_at_shut_down(Leaf& leaf, const std::string& what, Remove* remove, std::uint32_t handle);
+void remove_at_shut_down(Leaf& leaf, const std::string& what, Remove* remove, uint32_t handle);
 void reset_at_shut_down(Leaf& leaf, const std::string& what, Reset* reset);
 
 // All functions that make something have one shape: session and device first, then what is made (key, priority, action
 // record), then the new handle's place. So have all that remove by handle: entries, members and groups.
 template <class Add, class... Arguments>
-std::uint32_t make(Leaf& leaf, const std::string& what, Add* add, Remove* remove, Arguments... arguments) {
-    std::uint32_t handle = 0;
+uint32_t make(Leaf& leaf, const std::string& what, Add* add, Remove* remove, Arguments... arguments) {
+    uint32_t handle = 0;
     expect("adding " + what, add(leaf.session, leaf.target, arguments..., &handle));
     remove_at_shut_down(leaf, what, remove, handle);
     return handle;
@@ -69,6 +69,6 @@ void set_default(Leaf& leaf, const std::string& what, Set* set, Reset* reset, Ar
 
 // In masked tables entries that match the same packet are ordered by priority. The switch has no such entries, or such
 // that do the same: any priority will do.
-inline constexpr std::uint32_t any_priority = 1;
+inline constexpr uint32_t any_priority = 1;
 
 } // namespace leaf_switch

@@ -12,7 +12,7 @@ constexpr pd_meter_spec usual_limit = {.committed_rate = 1000,
                                        .peak_burst = 128,
                                        .meter_type = PD_METER_TYPE_COLOR_UNAWARE};
 
-p4_pd_velmar_switch_l2LookupMiss_match_spec_t broadcasts_of(std::uint16_t port) {
+p4_pd_velmar_switch_l2LookupMiss_match_spec_t broadcasts_of(uint16_t port) {
     return {.egrMd_dmacOui = broadcast_mac.oui,
             .egrMd_dmacOui_mask = all_of_half,
             .egrMd_dmacStation = broadcast_mac.station,
@@ -21,7 +21,7 @@ p4_pd_velmar_switch_l2LookupMiss_match_spec_t broadcasts_of(std::uint16_t port) 
             .ig_intr_md_ingress_port_mask = 0x7F};
 }
 
-pd_entry entry_of(const Leaf& leaf, std::uint16_t port) {
+pd_entry entry_of(const Leaf& leaf, uint16_t port) {
     p4_pd_velmar_switch_l2LookupMiss_match_spec_t key = broadcasts_of(port);
     pd_entry entry = 0;
     expect("finding the broadcasts of port " + std::to_string(port),
@@ -34,7 +34,7 @@ pd_entry entry_of(const Leaf& leaf, std::uint16_t port) {
 
 void limit_broadcasts(Leaf& leaf) {
     // The meter comes with the entry: there is no moment in which a port has none.
-    for (const std::uint16_t port : server_ports) {
+    for (const uint16_t port : server_ports) {
         const p4_pd_velmar_switch_l2LookupMiss_match_spec_t key = broadcasts_of(port);
         make(leaf, "broadcasts of port " + std::to_string(port),
              p4_pd_velmar_switch_l2LookupMiss_table_add_with_l2LookupBcastHit,
@@ -42,13 +42,13 @@ void limit_broadcasts(Leaf& leaf) {
     }
 }
 
-void set_broadcast_limit(const Leaf& leaf, std::uint16_t server_port, const pd_meter_spec& limit) {
+void set_broadcast_limit(const Leaf& leaf, uint16_t server_port, const pd_meter_spec& limit) {
     expect("limiting the broadcasts of port " + std::to_string(server_port),
            p4_pd_velmar_switch_meter_set_stormControlMeter(leaf.session, leaf.target.dev_id,
                                                            entry_of(leaf, server_port), &limit));
 }
 
-pd_meter_spec broadcast_limit(const Leaf& leaf, std::uint16_t server_port) {
+pd_meter_spec broadcast_limit(const Leaf& leaf, uint16_t server_port) {
     pd_meter_spec limit = {};
     expect("reading the limit of port " + std::to_string(server_port),
            p4_pd_velmar_switch_meter_read_stormControlMeter(leaf.session, leaf.target, entry_of(leaf, server_port),

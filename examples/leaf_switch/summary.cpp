@@ -11,7 +11,7 @@ namespace {
 
 struct Counted {
     const char* name;
-    pd_status (*count)(pd_session, pd_dev_tgt, std::uint32_t*);
+    pd_status (*count)(pd_session, pd_dev_tgt, uint32_t*);
 };
 
 // In the pipeline's order. A table that a step fills belongs here, or the shutdown can't tell that it is empty.
@@ -51,8 +51,8 @@ constexpr Counted counted[] = {
 struct Profile {
     const char* name;
     pd_status (*first)(pd_session, pd_device, pd_group, pd_member*);
-    pd_status (*next)(pd_session, pd_device, pd_group, pd_member, std::uint32_t, pd_member*);
-    pd_status (*read)(pd_session, pd_device, pd_member, std::uint32_t, void*);
+    pd_status (*next)(pd_session, pd_device, pd_group, pd_member, uint32_t, pd_member*);
+    pd_status (*read)(pd_session, pd_device, pd_member, uint32_t, void*);
 };
 
 constexpr Profile ecmp_profile = {"the ECMP group", p4_pd_velmar_switch_ecmpMemberActionProfile_get_first_group_member,
@@ -89,19 +89,17 @@ Spec read_member(const Leaf& leaf, const Profile& profile, pd_member member) {
     return spec;
 }
 
-std::string dotted(std::uint32_t address) {
+std::string dotted(uint32_t address) {
     std::string text;
-    for (int shift = 24; shift >= 0; shift -= 8) {
+    for (int shift = 24; shift >= 0; shift -= 8)
         text += std::to_string(address >> shift & 0xFF) + (shift > 0 ? "." : "");
-    }
     return text;
 }
 
-void print_list(std::ostream& out, const char* title, std::span<const std::uint32_t> numbers) {
+void print_list(std::ostream& out, const char* title, std::span<const uint32_t> numbers) {
     out << title;
-    for (const std::uint32_t number : numbers) {
+    for (const uint32_t number : numbers)
         out << ' ' << number;
-    }
     out << '\n';
 }
 
@@ -114,7 +112,7 @@ void print_host_route(const Leaf& leaf, const Host& host, std::ostream& out) {
            p4_pd_velmar_switch_ipv4Host_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry));
     char action[61] = {};
     p4_pd_velmar_switch_setNextHop_action_spec_t hop = {};
-    std::uint8_t is_default = 0;
+    uint8_t is_default = 0;
     expect("reading " + name, p4_pd_velmar_switch_ipv4Host_get_entry(leaf.session, leaf.target.dev_id, entry, 0, &key,
                                                                      action, &hop, nullptr, &is_default));
     out << "ipv4Host, " << dotted(key.ingIpv4_dip) << " in VRF " << unsigned{key.l3Info_vrfId} << ": " << action << ' '
@@ -133,7 +131,7 @@ void print_last_decision(const Leaf& leaf, std::ostream& out) {
 std::vector<TableCount> table_counts(const Leaf& leaf) {
     std::vector<TableCount> counts;
     for (const Counted& table : counted) {
-        std::uint32_t count = 0;
+        uint32_t count = 0;
         expect(std::string("counting ") + table.name, table.count(leaf.session, leaf.target, &count));
         counts.push_back({table.name, count});
     }
@@ -144,20 +142,19 @@ std::vector<pd_member> spine_members(const Leaf& leaf) {
     return members_of(leaf, ecmp_profile, leaf.spines);
 }
 
-std::uint32_t next_hop_of(const Leaf& leaf, pd_member member) {
+uint32_t next_hop_of(const Leaf& leaf, pd_member member) {
     return read_member<p4_pd_velmar_switch_setEcmpNextHop_action_spec_t>(leaf, ecmp_profile, member).action_nextHop;
 }
 
-std::vector<std::uint32_t> spine_next_hops(const Leaf& leaf) {
-    std::vector<std::uint32_t> hops;
-    for (const pd_member member : spine_members(leaf)) {
+std::vector<uint32_t> spine_next_hops(const Leaf& leaf) {
+    std::vector<uint32_t> hops;
+    for (const pd_member member : spine_members(leaf))
         hops.push_back(next_hop_of(leaf, member));
-    }
     return hops;
 }
 
-std::vector<std::uint32_t> lag_ports_in_use(const Leaf& leaf) {
-    std::vector<std::uint32_t> ports;
+std::vector<uint32_t> lag_ports_in_use(const Leaf& leaf) {
+    std::vector<uint32_t> ports;
     for (const pd_member member : members_of(leaf, lag_profile, leaf.lag)) {
         const auto spec = read_member<p4_pd_velmar_switch_setLagPort_action_spec_t>(leaf, lag_profile, member);
         ports.push_back(spec.action_egrL2AintfPort);
@@ -167,9 +164,8 @@ std::vector<std::uint32_t> lag_ports_in_use(const Leaf& leaf) {
 
 void print_summary(const Leaf& leaf, std::ostream& out) {
     out << "What stands:\n";
-    for (const TableCount& table : table_counts(leaf)) {
+    for (const TableCount& table : table_counts(leaf))
         out << "  " << std::left << std::setw(36) << table.name << std::right << std::setw(3) << table.count << '\n';
-    }
     print_list(out, "ECMP group, next hops:", spine_next_hops(leaf));
     print_list(out, "LAG, ports:", lag_ports_in_use(leaf));
     print_host_route(leaf, hosts[0], out);

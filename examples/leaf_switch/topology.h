@@ -11,49 +11,49 @@ namespace leaf_switch {
 
 // Tables match a MAC address as two halves.
 struct Mac {
-    std::uint32_t oui;
-    std::uint32_t station;
+    uint32_t oui;
+    uint32_t station;
     friend bool operator==(const Mac&, const Mac&) = default;
 };
 
-inline constexpr std::uint32_t all_of_half = 0xFFFFFF; // the mask that matches such a half whole
+inline constexpr uint32_t all_of_half = 0xFFFFFF; // the mask that matches such a half whole
 inline constexpr Mac broadcast_mac = {0xFFFFFF, 0xFFFFFF};
 inline constexpr Mac router_mac = {0x020000, 0x000001};
 
-constexpr std::uint32_t ipv4(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) {
+constexpr uint32_t ipv4(uint32_t a, uint32_t b, uint32_t c, uint32_t d) {
     return a << 24 | b << 16 | c << 8 | d;
 }
 
-inline constexpr std::uint16_t server_vlan = 10;
-inline constexpr std::uint16_t storage_vlan = 20;
-inline constexpr std::uint16_t no_vlan = 0;
+inline constexpr uint16_t server_vlan = 10;
+inline constexpr uint16_t storage_vlan = 20;
+inline constexpr uint16_t no_vlan = 0;
 
-inline constexpr std::uint16_t server_ports[] = {1, 2, 3, 4};
-inline constexpr std::uint16_t lag_ports[] = {5, 6};
-inline constexpr std::uint16_t cpu_port = 64;
-inline constexpr std::uint16_t vxlan_udp_port = 4789;
+inline constexpr uint16_t server_ports[] = {1, 2, 3, 4};
+inline constexpr uint16_t lag_ports[] = {5, 6};
+inline constexpr uint16_t cpu_port = 64;
+inline constexpr uint16_t vxlan_udp_port = 4789;
 
 // An interface is where frames come in and leave. A port's interface has the port's number; the top four of the 20 bits
 // are 0 there and tell other kinds, of which this switch has LAGs alone.
-inline constexpr std::uint32_t all_of_interface = 0xFFFFF;
-inline constexpr std::uint32_t interface_kind = 0xF0000;
-inline constexpr std::uint32_t learned_kinds = 0xC0000; // of the kind's bits, those that are 0 in ports and LAGs
-inline constexpr std::uint32_t lag_interface = 0x20001;
+inline constexpr uint32_t all_of_interface = 0xFFFFF;
+inline constexpr uint32_t interface_kind = 0xF0000;
+inline constexpr uint32_t learned_kinds = 0xC0000; // of the kind's bits, those that are 0 in ports and LAGs
+inline constexpr uint32_t lag_interface = 0x20001;
 
 // The LAG's ports share a virtual port: whatever comes in by either came in by the LAG.
-inline constexpr std::uint16_t lag_virtual_port = 0x201;
+inline constexpr uint16_t lag_virtual_port = 0x201;
 
-inline constexpr std::uint8_t vrf = 1;
-inline constexpr std::uint32_t switch_address = ipv4(10, 0, 10, 1);
+inline constexpr uint8_t vrf = 1;
+inline constexpr uint32_t switch_address = ipv4(10, 0, 10, 1);
 
 // ECMP groups and next hops are numbered from one space, so a group must not have a next hop's number.
-inline constexpr std::uint32_t spines_ecmp = 200;
+inline constexpr uint32_t spines_ecmp = 200;
 
 // A routed port is a VLAN of its own that no other port is in.
 struct Uplink {
-    std::uint16_t port;
-    std::uint16_t own_vlan;
-    std::uint32_t next_hop;
+    uint16_t port;
+    uint16_t own_vlan;
+    uint32_t next_hop;
     Mac spine;
 };
 
@@ -64,11 +64,11 @@ inline constexpr Uplink uplinks[] = {
 
 struct Host {
     const char* name;
-    std::uint32_t address;
+    uint32_t address;
     Mac mac;
-    std::uint16_t vlan;
-    std::uint32_t interface;
-    std::uint32_t next_hop;
+    uint16_t vlan;
+    uint32_t interface;
+    uint32_t next_hop;
 };
 
 inline constexpr Host hosts[] = {

@@ -16,11 +16,9 @@ constexpr Station backup = {{0x020000, 0x000041}, storage_vlan, lag_interface};
 std::string colons(const Mac& mac) {
     constexpr char digits[] = "0123456789abcdef";
     std::string text;
-    for (const std::uint32_t half : {mac.oui, mac.station}) {
-        for (int shift = 16; shift >= 0; shift -= 8) {
+    for (const uint32_t half : {mac.oui, mac.station})
+        for (int shift = 16; shift >= 0; shift -= 8)
             text += {digits[half >> (shift + 4) & 0xF], digits[half >> shift & 0xF], ':'};
-        }
-    }
     text.pop_back();
     return text;
 }
@@ -34,25 +32,25 @@ void print_stations(const Leaf& leaf, std::ostream& out) {
 
 void show_learning(const Leaf& leaf, std::ostream& out) {
     const Station newcomers[] = {desk, printer, backup};
-    const std::size_t unknown = send_frames(leaf, newcomers);
+    const size_t unknown = send_frames(leaf, newcomers);
     out << "Learning: " << unknown << " unknown stations sent frames, and now are known\n";
     print_stations(leaf, out);
 
     // Twice this time is more than a time to live, once is less.
-    constexpr std::uint32_t seconds = 200;
+    constexpr uint32_t seconds = 200;
     pass_time(seconds);
     Station moved = desk;
     moved.interface = 2;
     const Station still_there[] = {moved, backup};
-    const std::size_t elsewhere = send_frames(leaf, still_there);
+    const size_t elsewhere = send_frames(leaf, still_there);
     pass_time(seconds);
-    const std::size_t forgotten = forget_silent(leaf);
+    const size_t forgotten = forget_silent(leaf);
     out << "After " << 2 * seconds << " s, in which stations moved: " << elsewhere << ", and were silent: " << forgotten
         << '\n';
     print_stations(leaf, out);
 }
 
-void print_limit(const Leaf& leaf, std::uint16_t port, std::ostream& out) {
+void print_limit(const Leaf& leaf, uint16_t port, std::ostream& out) {
     const pd_meter_spec limit = broadcast_limit(leaf, port);
     out << "  port " << port << ": " << limit.committed_rate << ", bursts of " << limit.committed_burst << "; at most "
         << limit.peak_rate << ", bursts of " << limit.peak_burst << '\n';
@@ -83,23 +81,22 @@ void show_counts(const Leaf& leaf, std::ostream& out) {
 
 void show_vxlan_ports(const Leaf& leaf, std::ostream& out) {
     out << "The parser takes for VXLAN what goes to UDP port";
-    for (const std::uint16_t port : vxlan_ports(leaf)) {
+    for (const uint16_t port : vxlan_ports(leaf))
         out << ' ' << port;
-    }
     out << '\n';
 }
 
 void show_ecmp_prediction(const Leaf& leaf, std::ostream& out) {
-    constexpr std::uint8_t tcp = 6;
+    constexpr uint8_t tcp = 6;
     constexpr unsigned flows = 1000;
-    std::map<std::uint32_t, unsigned> taken;
+    std::map<uint32_t, unsigned> taken;
     for (unsigned i = 0; i < flows; ++i) {
         const Flow flow = {.source = hosts[0].address,
                            .destination = ipv4(192, 0, 2, 1),
                            .protocol = tcp,
-                           .source_port = static_cast<std::uint16_t>(49152 + i),
+                           .source_port = static_cast<uint16_t>(49152 + i),
                            .destination_port = 443};
-        const std::uint32_t predicted = predicted_next_hop(leaf, flow);
+        const uint32_t predicted = predicted_next_hop(leaf, flow);
         if (predicted != chosen_next_hop(leaf, flow)) {
             throw std::runtime_error("a flow from port " + std::to_string(flow.source_port) +
                                      " takes another way than was predicted");
@@ -107,25 +104,23 @@ void show_ecmp_prediction(const Leaf& leaf, std::ostream& out) {
         ++taken[predicted];
     }
     out << "ECMP: of " << flows << " flows";
-    for (const auto& [next_hop, count] : taken) {
+    for (const auto& [next_hop, count] : taken)
         out << (next_hop == taken.begin()->first ? " " : ", ") << count << " take next hop " << next_hop;
-    }
     out << "; all as predicted\n";
 }
 
 void show_snapshot(const Leaf& leaf, std::ostream& out) {
-    constexpr std::uint16_t trigger = 0x0017;
-    const std::uint16_t on_its_way[] = {0x0017, 0x0017, 0x0001, 0x0001};
-    const std::uint32_t snapshot = arm_snapshot(leaf, trigger);
+    constexpr uint16_t trigger = 0x0017;
+    const uint16_t on_its_way[] = {0x0017, 0x0017, 0x0001, 0x0001};
+    const uint32_t snapshot = arm_snapshot(leaf, trigger);
     send_through_snapshot(snapshot, first_snapshot_stage, on_its_way);
     const std::optional<Capture> capture = read_snapshot(snapshot);
     delete_snapshot(snapshot);
     if (!capture) throw std::runtime_error("the snapshot took nothing");
     out << "Snapshot: the trigger matched in stage " << capture->trigger_stage << "; the field in stages "
         << unsigned{first_snapshot_stage} << " to " << unsigned{last_snapshot_stage} << ":";
-    for (const std::uint16_t field : capture->field) {
+    for (const uint16_t field : capture->field)
         out << " 0x" << std::hex << std::setfill('0') << std::setw(4) << field << std::dec << std::setfill(' ');
-    }
     out << '\n';
 }
 

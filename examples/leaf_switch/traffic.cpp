@@ -11,8 +11,8 @@
 namespace leaf_switch {
 namespace {
 
-std::uint32_t handle_of(pd_status (*table)(std::uint32_t*)) {
-    std::uint32_t handle = 0;
+uint32_t handle_of(pd_status (*table)(uint32_t*)) {
+    uint32_t handle = 0;
     expect("asking for a table's handle", table(&handle));
     return handle;
 }
@@ -34,18 +34,17 @@ bool hit_source(const Leaf& leaf, const Station& station) {
     return true;
 }
 
-void append(std::vector<std::uint8_t>& bytes, std::uint32_t value, unsigned size) {
-    while (size-- > 0) {
-        bytes.push_back(static_cast<std::uint8_t>(value >> 8 * size));
-    }
+void append(std::vector<uint8_t>& bytes, uint32_t value, unsigned size) {
+    while (size-- > 0)
+        bytes.push_back(static_cast<uint8_t>(value >> 8 * size));
 }
 
 } // namespace
 
-std::size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
-    constexpr std::uint32_t mac_learning_digest = 0x9000000;
-    std::vector<std::uint8_t> entries;
-    std::uint32_t unknown = 0;
+size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
+    constexpr uint32_t mac_learning_digest = 0x9000000;
+    std::vector<uint8_t> entries;
+    uint32_t unknown = 0;
     for (const Station& sender : senders) {
         if (hit_source(leaf, sender)) continue;
         append(entries, sender.mac.oui, 4);
@@ -61,7 +60,7 @@ std::size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
     return unknown;
 }
 
-void send_packets(const Leaf& leaf, const std::string& what, std::uint64_t packets, std::uint64_t bytes) {
+void send_packets(const Leaf& leaf, const std::string& what, uint64_t packets, uint64_t bytes) {
     const auto counting = std::find_if(leaf.counting.begin(), leaf.counting.end(),
                                        [&](const CountingEntry& candidate) { return candidate.what == what; });
     if (counting == leaf.counting.end()) throw std::runtime_error("nobody counts packets " + what);
@@ -69,18 +68,18 @@ void send_packets(const Leaf& leaf, const std::string& what, std::uint64_t packe
            vl_model_counter_add(leaf.target.dev_id, handle_of(counting->table), counting->entry, packets, bytes));
 }
 
-void send_through_snapshot(std::uint32_t snapshot, unsigned trigger_stage, std::span<const std::uint16_t> field) {
-    constexpr std::uint32_t pipe = 0;
-    std::vector<std::uint8_t> stages(field.size() * BF_SNAPSHOT_RECORD_SIZE);
-    for (std::size_t i = 0; i < field.size(); ++i) {
-        stages[i * BF_SNAPSHOT_RECORD_SIZE + snapshot_field] = static_cast<std::uint8_t>(field[i] >> 8);
-        stages[i * BF_SNAPSHOT_RECORD_SIZE + snapshot_field + 1] = static_cast<std::uint8_t>(field[i]);
+void send_through_snapshot(uint32_t snapshot, unsigned trigger_stage, std::span<const uint16_t> field) {
+    constexpr uint32_t pipe = 0;
+    std::vector<uint8_t> stages(field.size() * BF_SNAPSHOT_RECORD_SIZE);
+    for (size_t i = 0; i < field.size(); ++i) {
+        stages[i * BF_SNAPSHOT_RECORD_SIZE + snapshot_field] = static_cast<uint8_t>(field[i] >> 8);
+        stages[i * BF_SNAPSHOT_RECORD_SIZE + snapshot_field + 1] = static_cast<uint8_t>(field[i]);
     }
-    expect("matching a trigger", vl_model_snapshot_match(snapshot, pipe, static_cast<std::uint8_t>(trigger_stage),
-                                                         stages.data(), static_cast<std::uint32_t>(field.size())));
+    expect("matching a trigger", vl_model_snapshot_match(snapshot, pipe, static_cast<uint8_t>(trigger_stage),
+                                                         stages.data(), static_cast<uint32_t>(field.size())));
 }
 
-void pass_time(std::uint32_t seconds) {
+void pass_time(uint32_t seconds) {
     expect("moving the clock", vl_model_clock_advance(seconds * 1000));
 }
 

@@ -10,14 +10,14 @@
 namespace leaf_switch {
 
 // Each station sends a frame, and those that the switch doesn't know come in one digest. Tells how many they were.
-std::size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
+size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
 
 // Packets hit the entry that counts what is named so.
-void send_packets(const Leaf& leaf, const std::string& what, std::uint64_t packets, std::uint64_t bytes);
+void send_packets(const Leaf& leaf, const std::string& what, uint64_t packets, uint64_t bytes);
 
 // A packet matches the trigger in a stage, with these values of the watched field from the first stage on.
-void send_through_snapshot(std::uint32_t snapshot, unsigned trigger_stage, std::span<const std::uint16_t> field);
+void send_through_snapshot(uint32_t snapshot, unsigned trigger_stage, std::span<const uint16_t> field);
 
-void pass_time(std::uint32_t seconds);
+void pass_time(uint32_t seconds);
 
 } // namespace leaf_switch

@@ -6,11 +6,11 @@ namespace leaf_switch {
 namespace {
 
 // The CPU sees the reason in the packet's header, and tells by it who is to handle the packet.
-constexpr std::uint8_t reason_arp = 1;
-constexpr std::uint8_t reason_bgp = 2;
+constexpr uint8_t reason_arp = 1;
+constexpr uint8_t reason_bgp = 2;
 
-constexpr std::uint8_t tcp = 6;
-constexpr std::uint16_t bgp_port = 179;
+constexpr uint8_t tcp = 6;
+constexpr uint16_t bgp_port = 179;
 
 void count(Leaf& leaf, const std::string& what, pd_entry entry) {
     leaf.counting.push_back({what, p4_pd_velmar_switch_counter_read_trapToCpuCount,

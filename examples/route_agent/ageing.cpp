@@ -10,11 +10,11 @@ namespace route_agent {
 namespace {
 
 // The driver's mode in which it tells of entries that ran out of time. Its times are milliseconds.
-constexpr std::uint32_t notify_mode = 1;
-constexpr std::uint32_t look_interval = 1'000;
-constexpr std::uint32_t time_to_live = 10'000;
+constexpr uint32_t notify_mode = 1;
+constexpr uint32_t look_interval = 1'000;
+constexpr uint32_t time_to_live = 10'000;
 // One step is less than a time to live, two are more.
-constexpr std::uint32_t clock_step = 9'000;
+constexpr uint32_t clock_step = 9'000;
 
 // What a table that ages its entries has for it.
 struct HostTable {
@@ -48,12 +48,12 @@ constexpr HostTable host_tables[] = {
 };
 
 // Every fourth route gets no packets.
-bool gets_packets(std::size_t row) {
+bool gets_packets(size_t row) {
     return row % 4 != 2;
 }
 
 // The driver calls this in the middle of its own work: it only takes down the handle.
-void on_time_out(pd_device, std::uint32_t, pd_entry handle, void* cookie) noexcept {
+void on_time_out(pd_device, uint32_t, pd_entry handle, void* cookie) noexcept {
     static_cast<std::vector<pd_entry>*>(cookie)->push_back(handle);
 }
 
@@ -102,21 +102,17 @@ void Ageing::switch_on() {
 }
 
 void Ageing::expect_none_named() {
-    if (!named_.empty()) {
-        work().differs(grouped(named_.size()) + " entries timed out before their time");
-    }
+    if (!named_.empty()) work().differs(grouped(named_.size()) + " entries timed out before their time");
 }
 
 // Packets are no calls of the agent, and count for nothing.
 void Ageing::send_packets() {
-    const std::size_t table = index_of(host_.id);
-    std::uint32_t table_handle = 0;
+    const size_t table = index_of(host_.id);
+    uint32_t table_handle = 0;
     check(host_.handle(&table_handle), "asking for a table's handle");
-    for (const Placed& placed : run_.placed[table]) {
-        if (gets_packets(placed.row)) {
+    for (const Placed& placed : run_.placed[table])
+        if (gets_packets(placed.row))
             check(vl_model_entry_hit(run_.device.target.dev_id, table_handle, placed.handle), "sending a packet");
-        }
-    }
 }
 
 void Ageing::check_hits() {
@@ -125,12 +121,11 @@ void Ageing::check_hits() {
     rows.done(host_.update_hit_state(device.session, device.target.dev_id, nullptr, nullptr), "updating hit states");
     for (const Placed& placed : rows.placed) {
         const Entry& entry = rows.entries[placed.row];
-        std::uint32_t hit = 0;
+        uint32_t hit = 0;
         rows.done(host_.get_hit_state(device.session, device.target.dev_id, placed.handle, &hit),
                   "reading the hit state of", entry);
-        if ((hit != 0) != gets_packets(placed.row)) {
+        if ((hit != 0) != gets_packets(placed.row))
             rows.differs("the hit state of " + to_text(entry.prefix) + " is " + std::to_string(hit));
-        }
     }
 }
 
@@ -144,18 +139,14 @@ void Ageing::remove_named() {
             continue;
         }
         const Entry& entry = rows.entries[placed->row];
-        if (gets_packets(placed->row)) {
-            rows.differs(to_text(entry.prefix) + " timed out, though a packet hit it");
-        }
+        if (gets_packets(placed->row)) rows.differs(to_text(entry.prefix) + " timed out, though a packet hit it");
         rows.done(host_.remove(device.session, device.target.dev_id, handle), "removing", entry);
         rows.rows[placed->row] = RowState::aged;
         ++rows.tally.aged;
     }
-    for (std::size_t row = 0; row < rows.entries.size(); ++row) {
-        if (!gets_packets(row) && rows.rows[row] == RowState::standing) {
+    for (size_t row = 0; row < rows.entries.size(); ++row)
+        if (!gets_packets(row) && rows.rows[row] == RowState::standing)
             rows.differs(to_text(rows.entries[row].prefix) + " got no packet and didn't time out");
-        }
-    }
 }
 
 void Ageing::switch_off() {
@@ -171,9 +162,8 @@ void move_clock() {
 void age_hosts(Run& run) {
     run.progress.begin_phase("ageing host routes");
     std::deque<Ageing> tables;
-    for (const HostTable& host : host_tables) {
+    for (const HostTable& host : host_tables)
         tables.emplace_back(run, host).switch_on();
-    }
     move_clock();
     for (Ageing& table : tables) {
         table.expect_none_named();

@@ -49,9 +49,7 @@ bool open(std::ifstream& file, const std::string& path, std::ostream& messages) 
         messages << printable(path) << ": is a directory\n";
         return false;
     }
-    if (!file) {
-        messages << printable(path) << ": can't be opened: " << std::strerror(errno) << '\n';
-    }
+    if (!file) messages << printable(path) << ": can't be opened: " << std::strerror(errno) << '\n';
     return static_cast<bool>(file);
 }
 
@@ -64,21 +62,15 @@ std::optional<std::vector<Route>> load_allocations(std::ostream& messages) {
             messages << "The allocations come with Debian's package tor-geoipdb.\n";
             return std::nullopt;
         }
-        if (!read_range_list(file, source.path, source.family, next_hops, routes, messages)) {
-            return std::nullopt;
-        }
+        if (!read_range_list(file, source.path, source.family, next_hops, routes, messages)) return std::nullopt;
     }
     return routes;
 }
 
 std::optional<std::vector<Route>> load_list(const std::string& path, const std::string& name, const Streams& streams) {
-    if (path == "-") {
-        return read_route_list(streams.in, name, streams.messages);
-    }
+    if (path == "-") return read_route_list(streams.in, name, streams.messages);
     std::ifstream file;
-    if (!open(file, path, streams.messages)) {
-        return std::nullopt;
-    }
+    if (!open(file, path, streams.messages)) return std::nullopt;
     return read_route_list(file, name, streams.messages);
 }
 
@@ -96,9 +88,7 @@ bool attempt(Progress& progress, Step&& step) {
 
 int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
     Device device;
-    if (!attempt(progress, [&] { device = open_device(); })) {
-        return exit_not_as_meant;
-    }
+    if (!attempt(progress, [&] { device = open_device(); })) return exit_not_as_meant;
     Run run(device, plan, progress);
     const bool finished = attempt(progress, [&] {
         program(run, 0);
@@ -154,9 +144,7 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
     progress.end_phase(); // what loading has to say begins on a line of its own
     std::optional<std::vector<Route>> routes =
         own_list ? load_list(arguments[0], name, streams) : load_allocations(streams.messages);
-    if (!routes) {
-        return exit_bad_input;
-    }
+    if (!routes) return exit_bad_input;
     std::string reason;
     const std::optional<Plan> plan = make_plan(*routes, reason);
     if (!plan) {

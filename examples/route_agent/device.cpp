@@ -9,12 +9,8 @@ namespace {
 
 // Statuses are the driver's, but for two that the library alone has.
 std::string status_text(pd_status status) {
-    if (status == PD_STATUS_UNEXPECTED) {
-        return "UNEXPECTED (the driver's answer can't come from this pipeline)";
-    }
-    if (status == PD_STATUS_MISMATCH) {
-        return "MISMATCH (another action than the member's)";
-    }
+    if (status == PD_STATUS_UNEXPECTED) return "UNEXPECTED (the driver's answer can't come from this pipeline)";
+    if (status == PD_STATUS_MISMATCH) return "MISMATCH (another action than the member's)";
     return std::string(vl_model_status_name(status)) + " (" + vl_model_status_text(status) + ")";
 }
 
@@ -24,9 +20,7 @@ Refused::Refused(const std::string& what, pd_status status)
     : std::runtime_error(what + " was refused with status " + std::to_string(status) + ", " + status_text(status)) {}
 
 void check(pd_status status, const char* what) {
-    if (status != PD_STATUS_OK) {
-        throw Refused(what, status);
-    }
+    if (status != PD_STATUS_OK) throw Refused(what, status);
 }
 
 Device open_device() {

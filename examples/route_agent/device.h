@@ -12,7 +12,7 @@ namespace route_agent {
 struct Device {
     pd_session session = 0;
     pd_dev_tgt target = {.dev_id = 0, .pipe_id = PD_ALL_PIPES, .reserved = 0};
-    std::uint8_t vrf = 1; // the one VRF that has all routes
+    uint8_t vrf = 1; // the one VRF that has all routes
 };
 
 // A call that the driver, or the library, did not do. The message has the status by name and text.

@@ -17,10 +17,10 @@ FoundMembers read_members(EcmpWork& work) {
     };
     const auto next = [&](pd_member member, std::span<pd_member> members) {
         return p4_pd_velmar_switch_ecmpMemberActionProfile_get_next_members(
-            device.session, device.target, member, static_cast<std::uint32_t>(members.size()), members.data());
+            device.session, device.target, member, static_cast<uint32_t>(members.size()), members.data());
     };
     walk(work.members, work.members.tally.added, first, next, [&](pd_member member) {
-        constexpr std::uint8_t read_from_hw = 1;
+        constexpr uint8_t read_from_hw = 1;
         pd_action_record record{};
         work.members.done(p4_pd_velmar_switch_ecmpMemberActionProfile_get_member(device.session, device.target.dev_id,
                                                                                  member, read_from_hw, &record),
@@ -47,7 +47,7 @@ FoundGroup read_group(EcmpWork& work, pd_group handle, FoundMembers& loose) {
     };
     const auto next = [&](pd_member member, std::span<pd_member> members) {
         return p4_pd_velmar_switch_ecmpMemberActionProfile_get_next_group_members(
-            device.session, device.target.dev_id, handle, member, static_cast<std::uint32_t>(members.size()),
+            device.session, device.target.dev_id, handle, member, static_cast<uint32_t>(members.size()),
             members.data());
     };
     walk(work.groups, work.members.tally.added, first, next, [&](pd_member member) {
@@ -59,7 +59,7 @@ FoundGroup read_group(EcmpWork& work, pd_group handle, FoundMembers& loose) {
                                 ", which is unknown or in another group");
         }
     });
-    std::uint32_t count = 0;
+    uint32_t count = 0;
     work.groups.done(p4_pd_velmar_switch_ecmpMemberActionProfile_get_selector_group_member_count(
                          device.session, device.target, handle, &count),
                      "counting the members of handle", handle);
@@ -79,13 +79,12 @@ std::map<pd_group, FoundGroup> read_groups_by_handle(EcmpWork& work) {
     };
     const auto next = [&](pd_group group, std::span<pd_group> groups) {
         return p4_pd_velmar_switch_ecmpMemberActionProfile_get_next_groups(
-            device.session, device.target, group, static_cast<std::uint32_t>(groups.size()), groups.data());
+            device.session, device.target, group, static_cast<uint32_t>(groups.size()), groups.data());
     };
     walk(work.groups, work.groups.tally.added, first, next,
          [&](pd_group group) { found[group] = read_group(work, group, loose); });
-    for (const auto& [member, path] : loose) {
+    for (const auto& [member, path] : loose)
         work.members.differs("member " + std::to_string(member) + ", " + to_text(path) + ", is in no group");
-    }
     return found;
 }
 
@@ -100,14 +99,14 @@ FoundGroups read_groups(EcmpWork& work) {
     };
     const auto next = [&](pd_entry entry, std::span<pd_entry> entries) {
         return p4_pd_velmar_switch_ecmpGroup_get_next_entry_handles(
-            device.session, device.target, entry, static_cast<std::uint32_t>(entries.size()), entries.data());
+            device.session, device.target, entry, static_cast<uint32_t>(entries.size()), entries.data());
     };
     walk(work.entries, work.entries.tally.added, first, next, [&](pd_entry entry) {
-        constexpr std::uint32_t read_from_hw = 1;
+        constexpr uint32_t read_from_hw = 1;
         p4_pd_velmar_switch_ecmpGroup_match_spec_t key{};
-        std::uint8_t has_member = 0;
-        std::uint8_t has_group = 0;
-        std::uint8_t is_default = 0;
+        uint8_t has_member = 0;
+        uint8_t has_group = 0;
+        uint8_t is_default = 0;
         pd_group group = 0;
         pd_member member = 0;
         work.entries.done(p4_pd_velmar_switch_ecmpGroup_get_entry(device.session, device.target.dev_id, entry,
@@ -122,9 +121,8 @@ FoundGroups read_groups(EcmpWork& work) {
                                  " points at no group, an unknown one or that of another entry");
         }
     });
-    for (const auto& [handle, group] : loose) {
+    for (const auto& [handle, group] : loose)
         work.groups.differs("no entry leads to group handle " + std::to_string(handle));
-    }
     return found;
 }
 

@@ -32,7 +32,7 @@ struct EcmpWork {
 // next-hop table of its own has under this number.
 struct Path {
     unsigned next_hop_table = 0;
-    std::uint32_t next_hop = 0;
+    uint32_t next_hop = 0;
 
     friend auto operator<=>(const Path&, const Path&) = default;
 };
@@ -41,7 +41,7 @@ inline std::string to_text(const Path& path) {
     return std::to_string(path.next_hop) + " of table " + std::to_string(path.next_hop_table);
 }
 
-inline std::size_t number_of(std::size_t row) {
+inline size_t number_of(size_t row) {
     return row + 1;
 }
 
@@ -49,10 +49,10 @@ inline std::size_t number_of(std::size_t row) {
 struct FoundGroup {
     pd_group handle = 0;
     std::map<Path, pd_member> paths;
-    std::size_t member_count = 0; // more than paths, if two members say the same
+    size_t member_count = 0; // more than paths, if two members say the same
 };
 
-using FoundGroups = std::map<std::uint32_t, FoundGroup>; // by number
+using FoundGroups = std::map<uint32_t, FoundGroup>; // by number
 
 // Reads members, groups and entries. What belongs to no entry's group counts as a difference, and is left out.
 FoundGroups read_groups(EcmpWork& work);

@@ -10,8 +10,8 @@
 namespace route_agent {
 namespace {
 
-std::uint32_t driver_count(Work& work) {
-    std::uint32_t count = 0;
+uint32_t driver_count(Work& work) {
+    uint32_t count = 0;
     work.done(work.table.count(work.run.device, count), "counting the entries");
     return count;
 }
@@ -21,22 +21,19 @@ bool reads_equal(Work& work, pd_entry handle, const Entry& entry) {
     Content content;
     work.done(work.table.read(work.run.device, handle, content), "reading", entry);
     const Content meant = work.table.meant(work.run.device, entry);
-    if (content == meant) {
-        return true;
-    }
+    if (content == meant) return true;
     work.differs("meant " + to_text(meant) + ", read " + to_text(content));
     return false;
 }
 
 // Every entry that stands must come up in the walk, once, and read as meant. Returns how many did.
-std::size_t check_standing(Work& work) {
+size_t check_standing(Work& work) {
     const Device& device = work.run.device;
-    const std::size_t meant_count = work.count(RowState::standing);
-    if (const std::uint32_t count = driver_count(work); count != meant_count) {
+    const size_t meant_count = work.count(RowState::standing);
+    if (const uint32_t count = driver_count(work); count != meant_count)
         work.differs("the driver counts " + grouped(count) + " entries, meant are " + grouped(meant_count));
-    }
     std::vector<bool> seen(work.entries.size(), false);
-    std::size_t equal = 0;
+    size_t equal = 0;
     const auto first = [&](pd_entry& handle) { return work.table.first(device, handle); };
     const auto next = [&](pd_entry handle, std::span<pd_entry> handles) {
         return work.table.next(device, handle, handles);
@@ -60,54 +57,45 @@ std::size_t check_standing(Work& work) {
         }
         work.run.progress.step();
     });
-    for (std::size_t row = 0; row < seen.size(); ++row) {
-        if (!seen[row] && work.rows[row] == RowState::standing) {
+    for (size_t row = 0; row < seen.size(); ++row)
+        if (!seen[row] && work.rows[row] == RowState::standing)
             work.differs("the walk leaves out " + to_text(work.entries[row].prefix));
-        }
-    }
     return equal;
 }
 
 void check_gone(Work& work) {
-    for (std::size_t row = 0; row < work.entries.size(); ++row) {
-        if (work.rows[row] == RowState::standing) {
-            continue;
-        }
+    for (size_t row = 0; row < work.entries.size(); ++row) {
+        if (work.rows[row] == RowState::standing) continue;
         const Entry& entry = work.entries[row];
         pd_entry handle = 0;
         const pd_status status = work.table.find(work.run.device, entry, handle);
-        if (!work.done_unless(VL_MODEL_NOT_FOUND, status, "looking for", entry)) {
+        if (!work.done_unless(VL_MODEL_NOT_FOUND, status, "looking for", entry))
             work.differs(to_text(entry.prefix) + " was deleted and is still found");
-        }
         work.run.progress.step();
     }
 }
 
-std::size_t count_rows(const Run& run, RowState state) {
-    std::size_t count = 0;
-    for (const std::vector<RowState>& rows : run.rows) {
-        count += static_cast<std::size_t>(std::ranges::count(rows, state));
-    }
+size_t count_rows(const Run& run, RowState state) {
+    size_t count = 0;
+    for (const std::vector<RowState>& rows : run.rows)
+        count += static_cast<size_t>(std::ranges::count(rows, state));
     return count;
 }
 
 } // namespace
 
 void program(Run& run, unsigned load) {
-    std::size_t count = 0;
-    for (const std::vector<Entry>& entries : run.plan.tables) {
-        count += static_cast<std::size_t>(std::ranges::count(entries, load, &Entry::load));
-    }
+    size_t count = 0;
+    for (const std::vector<Entry>& entries : run.plan.tables)
+        count += static_cast<size_t>(std::ranges::count(entries, load, &Entry::load));
     run.progress.begin_phase(load == 0 ? "programming" : "going on programming", count);
     add_groups(run, load); // before the routes that lead to them
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.placed.reserve(work.entries.size());
-        for (std::uint32_t row = 0; row < work.entries.size(); ++row) {
+        for (uint32_t row = 0; row < work.entries.size(); ++row) {
             const Entry& entry = work.entries[row];
-            if (entry.load != load) {
-                continue;
-            }
+            if (entry.load != load) continue;
             pd_entry handle = 0;
             work.done(work.table.add(run.device, entry, handle), "adding", entry);
             work.placed.push_back({handle, row});
@@ -125,7 +113,7 @@ void read_back(Run& run) {
     run.ecmp.entries.read_equal = equal.entries.read_equal;
     run.ecmp.groups.read_equal = equal.groups.read_equal;
     run.ecmp.members.read_equal = equal.members.read_equal;
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.tally.read_equal = check_standing(work);
     }
@@ -133,14 +121,13 @@ void read_back(Run& run) {
 
 void remove_every_second(Run& run) {
     const Selection selection = select_every_second(run.plan);
-    std::size_t count = 0;
-    for (const std::vector<bool>& marks : selection) {
-        count += static_cast<std::size_t>(std::ranges::count(marks, true));
-    }
+    size_t count = 0;
+    for (const std::vector<bool>& marks : selection)
+        count += static_cast<size_t>(std::ranges::count(marks, true));
     run.progress.begin_phase("removing", count);
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
-        for (std::size_t row = 0; row < work.entries.size(); ++row) {
+        for (size_t row = 0; row < work.entries.size(); ++row) {
             if (selection[i][row] && work.rows[row] == RowState::standing) {
                 work.done(work.table.remove(run.device, work.entries[row]), "deleting", work.entries[row]);
                 work.rows[row] = RowState::deleted;
@@ -157,7 +144,7 @@ void verify_rest(Run& run) {
                                               count_rows(run, RowState::deleted));
     learn_groups(run);
     check_groups_gone(run);
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         check_standing(work);
         check_gone(work);
@@ -167,21 +154,18 @@ void verify_rest(Run& run) {
 void compare_with_hardware(Run& run) {
     run.progress.begin_phase("comparing with the hardware", count_rows(run, RowState::standing));
     compare_groups_with_hardware(run);
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.tally.in_hardware = 0;
         std::string difference;
         for (const Placed& placed : work.placed) {
-            if (work.rows[placed.row] != RowState::standing) {
-                continue;
-            }
+            if (work.rows[placed.row] != RowState::standing) continue;
             const Entry& entry = work.entries[placed.row];
             work.done(work.table.compare_with_hardware(run.device, placed.handle, difference), "comparing", entry);
-            if (difference.empty()) {
+            if (difference.empty())
                 ++work.tally.in_hardware;
-            } else {
+            else
                 work.differs(to_text(entry.prefix) + " in hardware: " + difference);
-            }
             run.progress.step();
         }
     }
@@ -189,20 +173,19 @@ void compare_with_hardware(Run& run) {
 
 void count_left(Run& run) {
     count_groups_left(run);
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.tally.left = driver_count(work);
     }
 }
 
 bool all_as_meant(const Run& run) {
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         const Tally& tally = run.tallies[i];
-        const std::size_t planned = run.plan.tables[i].size();
+        const size_t planned = run.plan.tables[i].size();
         if (tally.differences != 0 || tally.added != planned || tally.read_equal != planned ||
-            tally.left + tally.deleted + tally.aged != planned || tally.in_hardware != tally.left) {
+            tally.left + tally.deleted + tally.aged != planned || tally.in_hardware != tally.left)
             return false;
-        }
     }
     return groups_as_meant(run);
 }

@@ -11,7 +11,7 @@ void program(Run& run, unsigned load);
 
 // How the library's shadow of the ECMP profile comes back: from the device state that the driver logged before, or from
 // the driver's tables.
-enum class RestoreBy : std::uint8_t { log, replay };
+enum class RestoreBy : uint8_t { log, replay };
 
 // The agent starts again on a switch that goes on: neither it nor the library knows the members and groups there.
 // Restores what both need to go on, and checks it against the plan.

@@ -7,18 +7,14 @@
 namespace route_agent {
 namespace {
 
-using GroupNumbers = std::unordered_map<std::uint32_t, std::uint16_t>; // by next hop
+using GroupNumbers = std::unordered_map<uint32_t, uint16_t>; // by next hop
 
 // False if the numbers run out.
 bool number_groups(const std::vector<Route>& routes, std::vector<EcmpGroup>& groups, GroupNumbers& numbers) {
     for (const Route& route : routes) {
-        const auto [at, is_new] = numbers.try_emplace(route.next_hop, static_cast<std::uint16_t>(groups.size() + 1));
-        if (!is_new) {
-            continue;
-        }
-        if (groups.size() == max_ecmp_groups) {
-            return false;
-        }
+        const auto [at, is_new] = numbers.try_emplace(route.next_hop, static_cast<uint16_t>(groups.size() + 1));
+        if (!is_new) continue;
+        if (groups.size() == max_ecmp_groups) return false;
         groups.push_back({.next_hop = route.next_hop, .country = route.country});
     }
     return true;
@@ -27,10 +23,9 @@ bool number_groups(const std::vector<Route>& routes, std::vector<EcmpGroup>& gro
 // A tenth of the groups comes with each of the later loads, but never the first group. Lists of three next hops and
 // more have groups in all loads.
 void spread_over_loads(std::vector<EcmpGroup>& groups) {
-    const std::size_t late = groups.empty() ? 0 : std::min((groups.size() + 9) / 10, (groups.size() - 1) / 2);
-    for (std::size_t i = groups.size() - 2 * late; i < groups.size(); ++i) {
+    const size_t late = groups.empty() ? 0 : std::min((groups.size() + 9) / 10, (groups.size() - 1) / 2);
+    for (size_t i = groups.size() - 2 * late; i < groups.size(); ++i)
         groups[i].load = i < groups.size() - late ? 1 : 2;
-    }
 }
 
 // Fills the first level from the second, whose routes are sorted: those of a partition stand together. False if the
@@ -40,11 +35,9 @@ bool add_partitions(Plan& plan, const TwoLevels& scheme) {
     for (Entry& route : plan.tables[index_of(scheme.second)]) {
         const Prefix prefix = network_of(route.prefix.family, route.prefix.address, scheme.first_length);
         if (partitions.empty() || partitions.back().prefix != prefix) {
-            if (partitions.size() == max_partitions) {
-                return false;
-            }
+            if (partitions.size() == max_partitions) return false;
             partitions.push_back(
-                {.prefix = prefix, .partition = static_cast<std::uint16_t>(partitions.size()), .load = route.load});
+                {.prefix = prefix, .partition = static_cast<uint16_t>(partitions.size()), .load = route.load});
         }
         Entry& partition = partitions.back();
         route.partition = partition.partition;
@@ -64,21 +57,18 @@ std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& rea
         return std::nullopt;
     }
     spread_over_loads(plan.groups);
-    PerTable<std::size_t> sizes{};
-    for (const Route& route : routes) {
+    PerTable<size_t> sizes{};
+    for (const Route& route : routes)
         ++sizes[index_of(table_for(route.prefix))];
-    }
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i)
         plan.tables[i].reserve(sizes[i]);
-    }
     for (const Route& route : routes) {
-        const std::uint16_t number = numbers.at(route.next_hop);
+        const uint16_t number = numbers.at(route.next_hop);
         plan.tables[index_of(table_for(route.prefix))].push_back(
             {.prefix = route.prefix, .group = number, .load = plan.groups[number - 1u].load});
     }
-    for (std::vector<Entry>& entries : plan.tables) {
+    for (std::vector<Entry>& entries : plan.tables)
         std::ranges::sort(entries, {}, &Entry::prefix);
-    }
     for (const TwoLevels& scheme : two_level_schemes) {
         if (!add_partitions(plan, scheme)) {
             const Prefix& route = plan.tables[index_of(scheme.second)].front().prefix;
@@ -93,21 +83,18 @@ std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& rea
 
 Selection select_every_second(const Plan& plan) {
     Selection selection;
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         selection[i].assign(plan.tables[i].size(), false);
-        for (std::size_t row = 1; row < selection[i].size(); row += 2) {
+        for (size_t row = 1; row < selection[i].size(); row += 2)
             selection[i][row] = true;
-        }
     }
     for (const TwoLevels& scheme : two_level_schemes) {
         std::vector<bool>& empty = selection[index_of(scheme.first)];
         empty.assign(empty.size(), true);
         const std::vector<Entry>& routes = plan.tables[index_of(scheme.second)];
-        for (std::size_t row = 0; row < routes.size(); ++row) {
-            if (!selection[index_of(scheme.second)][row]) {
+        for (size_t row = 0; row < routes.size(); ++row)
+            if (!selection[index_of(scheme.second)][row])
                 empty[routes[row].partition] = false; // a partition's number is its row
-            }
-        }
     }
     return selection;
 }

@@ -19,16 +19,16 @@ inline constexpr unsigned load_count = 3;
 // An entry of a route table: a route, or in a first level the partition that holds the routes of a prefix.
 struct Entry {
     Prefix prefix;
-    std::uint16_t group = 0;     // number of the ECMP group; 0 in a first level
-    std::uint16_t partition = 0; // in both levels of a two-level scheme
-    std::uint8_t load = 0;       // a partition comes with its first route
+    uint16_t group = 0;     // number of the ECMP group; 0 in a first level
+    uint16_t partition = 0; // in both levels of a two-level scheme
+    uint8_t load = 0;       // a partition comes with its first route
 };
 
 // A next hop of the list: what the routes of a country, or of a number in the user's list, lead to.
 struct EcmpGroup {
-    std::uint32_t next_hop = 0;
+    uint32_t next_hop = 0;
     Country country{};
-    std::uint8_t load = 0;
+    uint8_t load = 0;
 };
 
 struct Plan {
@@ -37,7 +37,7 @@ struct Plan {
 };
 
 // A group comes with 2 to 4 paths and gets another one in each later load.
-constexpr unsigned path_count(const EcmpGroup& group, std::size_t number, unsigned load) {
+constexpr unsigned path_count(const EcmpGroup& group, size_t number, unsigned load) {
     return 2 + static_cast<unsigned>(number % 3) + load - group.load;
 }
 

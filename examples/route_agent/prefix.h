@@ -10,7 +10,7 @@
 
 namespace route_agent {
 
-enum class Family : std::uint8_t { ipv4, ipv6 };
+enum class Family : uint8_t { ipv4, ipv6 };
 
 constexpr unsigned address_bits(Family family) {
     return family == Family::ipv4 ? 32 : 128;
@@ -22,8 +22,8 @@ constexpr const char* family_name(Family family) {
 
 // An IPv4 address stands in the top 32 bits, above zeros, so that a prefix length means the same in both families.
 struct Address {
-    std::uint64_t high = 0;
-    std::uint64_t low = 0;
+    uint64_t high = 0;
+    uint64_t low = 0;
 
     friend constexpr auto operator<=>(const Address&, const Address&) = default;
 };
@@ -48,25 +48,25 @@ constexpr Address next_address(Address a) {
 // The top `length` bits, 128 at most.
 constexpr Address mask_of(unsigned length) {
     // A shift by the whole width of a word is undefined, hence the cases.
-    const auto top = [](unsigned bits) { return bits == 0 ? 0 : ~std::uint64_t{0} << (64 - bits); };
-    return length <= 64 ? Address{top(length), 0} : Address{~std::uint64_t{0}, top(length - 64)};
+    const auto top = [](unsigned bits) { return bits == 0 ? 0 : ~uint64_t{0} << (64 - bits); };
+    return length <= 64 ? Address{top(length), 0} : Address{~uint64_t{0}, top(length - 64)};
 }
 
-constexpr Address from_ipv4(std::uint32_t bits) {
-    return {std::uint64_t{bits} << 32, 0};
+constexpr Address from_ipv4(uint32_t bits) {
+    return {uint64_t{bits} << 32, 0};
 }
 
-constexpr std::uint32_t to_ipv4(Address address) {
-    return static_cast<std::uint32_t>(address.high >> 32);
+constexpr uint32_t to_ipv4(Address address) {
+    return static_cast<uint32_t>(address.high >> 32);
 }
 
 // Sixteen bytes in network order.
-Address from_ipv6(const std::uint8_t* bytes);
-void to_ipv6(Address address, std::uint8_t* bytes);
+Address from_ipv6(const uint8_t* bytes);
+void to_ipv6(Address address, uint8_t* bytes);
 
 struct Prefix {
     Address address;
-    std::uint8_t length = 0;
+    uint8_t length = 0;
     Family family = Family::ipv4;
 
     friend constexpr auto operator<=>(const Prefix&, const Prefix&) = default;
@@ -74,7 +74,7 @@ struct Prefix {
 
 // The prefix of that length around the address.
 constexpr Prefix network_of(Family family, Address address, unsigned length) {
-    return {address & mask_of(length), static_cast<std::uint8_t>(length), family};
+    return {address & mask_of(length), static_cast<uint8_t>(length), family};
 }
 
 std::optional<Address> parse_address(Family family, std::string_view text);
@@ -90,14 +90,11 @@ void split_range(Family family, Address first, Address last, Sink&& sink) {
         const int zeros = first.low != 0 ? std::countr_zero(first.low) : 64 + std::countr_zero(first.high);
         // The largest block that may begin here, halved until it ends inside the range.
         unsigned length = 128 - static_cast<unsigned>(zeros);
-        while ((first | ~mask_of(length)) > last) {
+        while ((first | ~mask_of(length)) > last)
             ++length;
-        }
-        sink(Prefix{first, static_cast<std::uint8_t>(length), family});
+        sink(Prefix{first, static_cast<uint8_t>(length), family});
         const Address end = first | ~mask_of(length);
-        if (end == last) {
-            return;
-        }
+        if (end == last) return;
         first = next_address(end);
     }
 }

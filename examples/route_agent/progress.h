@@ -18,12 +18,10 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     // A phase of 0 steps is one whose length isn't known.
-    void begin_phase(const std::string& name, std::size_t steps = 0);
+    void begin_phase(const std::string& name, size_t steps = 0);
     void step() {
         // Looking at the clock costs as much as some of the steps.
-        if ((++done_ & 0xFFF) == 0) {
-            show_if_due();
-        }
+        if ((++done_ & 0xFFF) == 0) show_if_due();
     }
     void end_phase();
 
@@ -39,13 +37,13 @@ private:
     std::ostream& out_;
     bool is_terminal_;
     std::string phase_;
-    std::size_t steps_ = 0;
-    std::size_t done_ = 0;
-    std::size_t drawn_ = 0; // width of the bar on the screen
+    size_t steps_ = 0;
+    size_t done_ = 0;
+    size_t drawn_ = 0; // width of the bar on the screen
     Clock::time_point shown_;
 };
 
 // With a comma before every three digits: "1,156,976".
-std::string grouped(std::size_t number);
+std::string grouped(size_t number);
 
 } // namespace route_agent

@@ -13,7 +13,7 @@
 namespace route_agent {
 
 // Countries have next hops from 1 on, in the order in which they first occur.
-using CountryNextHops = std::map<Country, std::uint32_t>;
+using CountryNextHops = std::map<Country, uint32_t>;
 
 // Appends the prefixes of all ranges. False if a line is bad; the messages then say what is wrong.
 bool read_range_list(std::istream& in, const std::string& name, Family family, CountryNextHops& next_hops,

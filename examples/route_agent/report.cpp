@@ -11,17 +11,15 @@ namespace {
 
 std::string rate(const Tally& tally) {
     const double seconds = std::chrono::duration<double>(tally.busy).count();
-    return tally.calls == 0 || seconds <= 0
-               ? "-"
-               : grouped(static_cast<std::size_t>(static_cast<double>(tally.calls) / seconds));
+    return tally.calls == 0 || seconds <= 0 ? "-"
+                                            : grouped(static_cast<size_t>(static_cast<double>(tally.calls) / seconds));
 }
 
 void print_row(std::ostream& out, const char* name, const std::array<std::string, 6>& counts,
                const std::string& rate_text) {
     out << std::left << std::setw(24) << name << std::right;
-    for (const std::string& count : counts) {
+    for (const std::string& count : counts)
         out << std::setw(12) << count;
-    }
     out << std::setw(14) << rate_text << '\n';
 }
 
@@ -53,7 +51,7 @@ Tally without_calls(Tally tally) {
 void print_report(std::ostream& out, const Run& run) {
     print_row(out, "table", {"added", "read equal", "aged", "deleted", "left", "in hardware"}, "calls/s");
     Tally total;
-    for (std::size_t i = 0; i < table_count; ++i) {
+    for (size_t i = 0; i < table_count; ++i) {
         print_row(out, route_table(static_cast<TableId>(i)).name, run.tallies[i]);
         add(total, run.tallies[i]);
     }

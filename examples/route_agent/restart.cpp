@@ -23,9 +23,7 @@ using StateLog = std::unique_ptr<char, FreeText>;
 
 StateLog take_log(const Device& device) {
     StateLog log(vl_model_state_log(device.target.dev_id));
-    if (log == nullptr) {
-        throw Refused("logging the device state", PD_STATUS_NO_MEMORY);
-    }
+    if (log == nullptr) throw Refused("logging the device state", PD_STATUS_NO_MEMORY);
     return log;
 }
 
@@ -38,9 +36,8 @@ void restore_by_replay(const Device& device) {
 // Shows what becomes of adding what a group has already. With the shadow the driver says so; without it the library
 // can't even ask the driver.
 void try_adds(Run& run, const std::string& when, pd_status expected) {
-    if (const std::optional<pd_status> status = add_again(run, expected)) {
+    if (const std::optional<pd_status> status = add_again(run, expected))
         run.progress.message(when + ", adding to a group gives " + vl_model_status_name(*status));
-    }
 }
 
 } // namespace
@@ -55,11 +52,10 @@ void restart(Run& run, RestoreBy by) {
 
     learn_groups(run); // reading doesn't need the shadow
     try_adds(run, "without the shadow", VL_MODEL_NOT_FOUND);
-    if (log != nullptr) {
+    if (log != nullptr)
         check(vl_model_state_restore(device.target.dev_id, log.get()), "restoring by the device state log");
-    } else {
+    else
         restore_by_replay(device);
-    }
     try_adds(run, "with the shadow restored", VL_MODEL_EXISTS); // neither way reports what it couldn't restore
 }
 

@@ -12,7 +12,7 @@ using Country = std::array<char, 2>; // zeros where a list has none
 
 struct Route {
     Prefix prefix;
-    std::uint32_t next_hop = 0;
+    uint32_t next_hop = 0;
     Country country{};
 };
 

@@ -12,7 +12,7 @@ namespace {
 template <class KeyRecord>
 struct Ipv6PrefixKey {
     using Key = KeyRecord;
-    static Key key(std::uint8_t vrf, const Entry& entry) {
+    static Key key(uint8_t vrf, const Entry& entry) {
         Key key{};
         key.l3Info_vrfId = vrf;
         to_ipv6(entry.prefix.address, key.ingIpv6_dip);
@@ -21,7 +21,7 @@ struct Ipv6PrefixKey {
     }
     static void take_key(const Key& key, Content& content) {
         content.scope = key.l3Info_vrfId;
-        content.prefix = {from_ipv6(key.ingIpv6_dip), static_cast<std::uint8_t>(key.ingIpv6_dip_prefix_length),
+        content.prefix = {from_ipv6(key.ingIpv6_dip), static_cast<uint8_t>(key.ingIpv6_dip_prefix_length),
                           Family::ipv6};
     }
 };
@@ -35,7 +35,7 @@ struct EcmpAction {
     static void take_action(const Action& action, Content& content) {
         content.ecmp_group = action.action_ecmpGroup;
     }
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setEcmp;
+    static constexpr uint32_t action_id = p4_pd_velmar_switch_action_setEcmp;
 };
 
 // In tables that know next hops alone the route leads to the next hop with the group's number, and this one to the
@@ -73,7 +73,7 @@ struct PartitionAction {
 
 struct Ipv4Host : EcmpAction {
     using Key = p4_pd_velmar_switch_ipv4Host_match_spec_t;
-    static Key key(std::uint8_t vrf, const Entry& entry) {
+    static Key key(uint8_t vrf, const Entry& entry) {
         return {.l3Info_vrfId = vrf, .ingIpv4_dip = to_ipv4(entry.prefix.address)};
     }
     static void take_key(const Key& key, Content& content) {
@@ -95,14 +95,14 @@ struct Ipv4Host : EcmpAction {
 
 struct Ipv4ShortMaskLpm : EcmpAction {
     using Key = p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t;
-    static Key key(std::uint8_t vrf, const Entry& entry) {
+    static Key key(uint8_t vrf, const Entry& entry) {
         return {.l3Info_vrfId = vrf,
                 .ingIpv4_dip = to_ipv4(entry.prefix.address),
                 .ingIpv4_dip_prefix_length = entry.prefix.length};
     }
     static void take_key(const Key& key, Content& content) {
         content.scope = key.l3Info_vrfId;
-        content.prefix = {from_ipv4(key.ingIpv4_dip), static_cast<std::uint8_t>(key.ingIpv4_dip_prefix_length),
+        content.prefix = {from_ipv4(key.ingIpv4_dip), static_cast<uint8_t>(key.ingIpv4_dip_prefix_length),
                           Family::ipv4};
     }
 
@@ -120,19 +120,19 @@ struct Ipv4ShortMaskLpm : EcmpAction {
 
 struct Ipv4FinalResolve0 : NextHopAction<p4_pd_velmar_switch_setNextHop0First_action_spec_t> {
     using Key = p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_t;
-    static Key key(std::uint8_t, const Entry& entry) {
+    static Key key(uint8_t, const Entry& entry) {
         return {.fibV4ResultX_partIdx = entry.partition,
                 .ingIpv4_dip = to_ipv4(entry.prefix.address),
                 .ingIpv4_dip_prefix_length = entry.prefix.length};
     }
     static void take_key(const Key& key, Content& content) {
         content.scope = key.fibV4ResultX_partIdx;
-        content.prefix = {from_ipv4(key.ingIpv4_dip), static_cast<std::uint8_t>(key.ingIpv4_dip_prefix_length),
+        content.prefix = {from_ipv4(key.ingIpv4_dip), static_cast<uint8_t>(key.ingIpv4_dip_prefix_length),
                           Family::ipv4};
     }
 
     static constexpr const char* name = "ipv4FinalResolve0";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setNextHop0First;
+    static constexpr uint32_t action_id = p4_pd_velmar_switch_action_setNextHop0First;
     static constexpr auto add = p4_pd_velmar_switch_ipv4FinalResolve0_table_add_with_setNextHop0First;
     static constexpr auto find = p4_pd_velmar_switch_ipv4FinalResolve0_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv4FinalResolve0_table_delete_by_match_spec;
@@ -146,19 +146,19 @@ struct Ipv4FinalResolve0 : NextHopAction<p4_pd_velmar_switch_setNextHop0First_ac
 
 struct Ipv4Partition0 : PartitionAction<p4_pd_velmar_switch_setIpv4PrtResultXFirst_action_spec_t> {
     using Key = p4_pd_velmar_switch_ipv4Partition0_match_spec_t;
-    static Key key(std::uint8_t vrf, const Entry& entry) {
+    static Key key(uint8_t vrf, const Entry& entry) {
         return {.l3Info_vrfId = vrf,
                 .ingIpv4_dipAndVrf = to_ipv4(entry.prefix.address),
                 .ingIpv4_dipAndVrf_prefix_length = entry.prefix.length};
     }
     static void take_key(const Key& key, Content& content) {
         content.scope = key.l3Info_vrfId;
-        content.prefix = {from_ipv4(key.ingIpv4_dipAndVrf),
-                          static_cast<std::uint8_t>(key.ingIpv4_dipAndVrf_prefix_length), Family::ipv4};
+        content.prefix = {from_ipv4(key.ingIpv4_dipAndVrf), static_cast<uint8_t>(key.ingIpv4_dipAndVrf_prefix_length),
+                          Family::ipv4};
     }
 
     static constexpr const char* name = "ipv4Partition0";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setIpv4PrtResultXFirst;
+    static constexpr uint32_t action_id = p4_pd_velmar_switch_action_setIpv4PrtResultXFirst;
     static constexpr auto add = p4_pd_velmar_switch_ipv4Partition0_table_add_with_setIpv4PrtResultXFirst;
     static constexpr auto find = p4_pd_velmar_switch_ipv4Partition0_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv4Partition0_table_delete_by_match_spec;
@@ -172,7 +172,7 @@ struct Ipv4Partition0 : PartitionAction<p4_pd_velmar_switch_setIpv4PrtResultXFir
 
 struct Ipv6Host : EcmpAction {
     using Key = p4_pd_velmar_switch_ipv6Host_match_spec_t;
-    static Key key(std::uint8_t vrf, const Entry& entry) {
+    static Key key(uint8_t vrf, const Entry& entry) {
         Key key{};
         key.l3Info_vrfId = vrf;
         to_ipv6(entry.prefix.address, key.ingIpv6_dip);
@@ -220,7 +220,7 @@ struct Ipv6Partition : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6Partition_match_spe
     }
 
     static constexpr const char* name = "ipv6Partition";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setIpv6PrtIdxEcmp;
+    static constexpr uint32_t action_id = p4_pd_velmar_switch_action_setIpv6PrtIdxEcmp;
     static constexpr auto add = p4_pd_velmar_switch_ipv6Partition_table_add_with_setIpv6PrtIdxEcmp;
     static constexpr auto find = p4_pd_velmar_switch_ipv6Partition_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv6Partition_table_delete_by_match_spec;
@@ -234,7 +234,7 @@ struct Ipv6Partition : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6Partition_match_spe
 
 struct Ipv6LgMaskFinalResolve0 : NextHopAction<p4_pd_velmar_switch_setV6NextHop0First_action_spec_t> {
     using Key = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_match_spec_t;
-    static Key key(std::uint8_t, const Entry& entry) {
+    static Key key(uint8_t, const Entry& entry) {
         Key key{};
         key.fibV6ResultX_partIdx = entry.partition;
         to_ipv6(entry.prefix.address, key.ingIpv6_dip);
@@ -243,12 +243,12 @@ struct Ipv6LgMaskFinalResolve0 : NextHopAction<p4_pd_velmar_switch_setV6NextHop0
     }
     static void take_key(const Key& key, Content& content) {
         content.scope = key.fibV6ResultX_partIdx;
-        content.prefix = {from_ipv6(key.ingIpv6_dip), static_cast<std::uint8_t>(key.ingIpv6_dip_prefix_length),
+        content.prefix = {from_ipv6(key.ingIpv6_dip), static_cast<uint8_t>(key.ingIpv6_dip_prefix_length),
                           Family::ipv6};
     }
 
     static constexpr const char* name = "ipv6LgMaskFinalResolve0";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setV6NextHop0First;
+    static constexpr uint32_t action_id = p4_pd_velmar_switch_action_setV6NextHop0First;
     static constexpr auto add = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_table_add_with_setV6NextHop0First;
     static constexpr auto find = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv6LgMaskFinalResolve0_table_delete_by_match_spec;
@@ -263,7 +263,7 @@ struct Ipv6LgMaskFinalResolve0 : NextHopAction<p4_pd_velmar_switch_setV6NextHop0
 struct Ipv6LgMaskPartition0 : Ipv6PrefixKey<p4_pd_velmar_switch_ipv6LgMaskPartition0_match_spec_t>,
                               PartitionAction<p4_pd_velmar_switch_setIpv6PrtResultXFirst_action_spec_t> {
     static constexpr const char* name = "ipv6LgMaskPartition0";
-    static constexpr std::uint32_t action_id = p4_pd_velmar_switch_action_setIpv6PrtResultXFirst;
+    static constexpr uint32_t action_id = p4_pd_velmar_switch_action_setIpv6PrtResultXFirst;
     static constexpr auto add = p4_pd_velmar_switch_ipv6LgMaskPartition0_table_add_with_setIpv6PrtResultXFirst;
     static constexpr auto find = p4_pd_velmar_switch_ipv6LgMaskPartition0_match_spec_to_entry_hdl;
     static constexpr auto remove = p4_pd_velmar_switch_ipv6LgMaskPartition0_table_delete_by_match_spec;
@@ -296,19 +296,17 @@ pd_status remove_entry(const Device& device, const Entry& entry) {
 
 template <class Table>
 pd_status read_entry(const Device& device, pd_entry handle, Content& content) {
-    constexpr std::uint32_t read_from_hw = 1;
+    constexpr uint32_t read_from_hw = 1;
     typename Table::Key key{};
     typename Table::Action action{}; // no action of a route table has a larger record than the one that is used here
-    std::uint8_t is_default = 0;
+    uint8_t is_default = 0;
     content = {};
     const pd_status status = Table::read(device.session, device.target.dev_id, handle, read_from_hw, &key, nullptr,
                                          &action, &content.action, &is_default);
     if (status == PD_STATUS_OK) {
         content.is_default = is_default != 0;
         Table::take_key(key, content);
-        if (content.action == Table::action_id) {
-            Table::take_action(action, content);
-        }
+        if (content.action == Table::action_id) Table::take_action(action, content);
     }
     return status;
 }
@@ -323,7 +321,7 @@ Content meant_content(const Device& device, const Entry& entry) {
 }
 
 template <class Table>
-pd_status count_entries(const Device& device, std::uint32_t& count) {
+pd_status count_entries(const Device& device, uint32_t& count) {
     return Table::count(device.session, device.target, &count);
 }
 
@@ -334,22 +332,18 @@ pd_status first_entry(const Device& device, pd_entry& handle) {
 
 template <class Table>
 pd_status next_entries(const Device& device, pd_entry handle, std::span<pd_entry> handles) {
-    return Table::next(device.session, device.target, handle, static_cast<std::uint32_t>(handles.size()),
-                       handles.data());
+    return Table::next(device.session, device.target, handle, static_cast<uint32_t>(handles.size()), handles.data());
 }
 
 template <class Table>
 pd_status compare_with_hardware(const Device& device, pd_entry handle, std::string& difference) {
     const void* placement = nullptr;
     const pd_status status = Table::placement(device.session, device.target, 0, handle, &placement);
-    if (status != PD_STATUS_OK) {
-        return status;
-    }
+    if (status != PD_STATUS_OK) return status;
     char message[longest_difference + 1] = "";
     difference.clear();
-    if (Table::equal_to_hardware(device.session, device.target.dev_id, 0, handle, placement, message) == 0) {
+    if (Table::equal_to_hardware(device.session, device.target.dev_id, 0, handle, placement, message) == 0)
         difference = message;
-    }
     return PD_STATUS_OK;
 }
 

@@ -13,7 +13,7 @@ namespace route_agent {
 // All that an entry of the pipeline says, in terms that fit every route table. What a table lacks is 0.
 struct Content {
     bool is_default = false;
-    std::uint32_t action = 0; // by number
+    uint32_t action = 0; // by number
     // The key: the VRF, or the partition in a second level, and the prefix.
     unsigned scope = 0;
     Prefix prefix;
@@ -21,8 +21,8 @@ struct Content {
     unsigned result_priority = 0;
     unsigned partition = 0;
     unsigned next_hop_table = 0;
-    std::uint32_t next_hop = 0;
-    std::uint32_t ecmp_group = 0;
+    uint32_t next_hop = 0;
+    uint32_t ecmp_group = 0;
 
     friend bool operator==(const Content&, const Content&) = default;
 };
@@ -30,7 +30,7 @@ struct Content {
 std::string to_text(const Content& content);
 
 // Characters that the library writes at most to tell a difference.
-inline constexpr std::size_t longest_difference = 65;
+inline constexpr size_t longest_difference = 65;
 
 struct RouteTable {
     const char* name;
@@ -38,7 +38,7 @@ struct RouteTable {
     pd_status (*find)(const Device&, const Entry&, pd_entry&);
     pd_status (*remove)(const Device&, const Entry&); // by key
     pd_status (*read)(const Device&, pd_entry, Content&);
-    pd_status (*count)(const Device&, std::uint32_t&);
+    pd_status (*count)(const Device&, uint32_t&);
     pd_status (*first)(const Device&, pd_entry&);
     pd_status (*next)(const Device&, pd_entry, std::span<pd_entry>);
     // Whether the hardware holds the entry as the driver's placement data says; if not, the text tells the difference.

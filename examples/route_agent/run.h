@@ -13,14 +13,14 @@ namespace route_agent {
 
 // What came of one table, or of the groups or members of the ECMP profile.
 struct Tally {
-    std::size_t added = 0;
-    std::size_t read_equal = 0; // when all loads are programmed
-    std::size_t aged = 0;       // removed because no packet hit them
-    std::size_t deleted = 0;
-    std::size_t left = 0;        // that the driver counts at the end
-    std::size_t in_hardware = 0; // that the hardware holds as placed, at the end
-    std::size_t differences = 0; // in all phases
-    std::size_t calls = 0;
+    size_t added = 0;
+    size_t read_equal = 0; // when all loads are programmed
+    size_t aged = 0;       // removed because no packet hit them
+    size_t deleted = 0;
+    size_t left = 0;        // that the driver counts at the end
+    size_t in_hardware = 0; // that the hardware holds as placed, at the end
+    size_t differences = 0; // in all phases
+    size_t calls = 0;
     std::chrono::steady_clock::duration busy{}; // in the phases' loops over this table
 };
 
@@ -31,12 +31,12 @@ struct EcmpTallies {
     Tally members;
 };
 
-enum class RowState : std::uint8_t { to_come, standing, aged, deleted };
+enum class RowState : uint8_t { to_come, standing, aged, deleted };
 
 // Where the driver put an entry of the plan.
 struct Placed {
     pd_entry handle;
-    std::uint32_t row;
+    uint32_t row;
 };
 
 // A group of the plan on the switch.
@@ -54,9 +54,8 @@ struct Run {
           plan(of_plan),
           progress(shown_on),
           groups(of_plan.groups.size()) {
-        for (std::size_t i = 0; i < table_count; ++i) {
+        for (size_t i = 0; i < table_count; ++i)
             rows[i].assign(plan.tables[i].size(), RowState::to_come);
-        }
     }
 
     const Device& device;

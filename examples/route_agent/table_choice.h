@@ -12,7 +12,7 @@ namespace route_agent {
 
 // By the pipeline's names. A second level stands before its first level: entries are added in this order, and a
 // partition becomes reachable only when its routes are in place.
-enum class TableId : std::uint8_t {
+enum class TableId : uint8_t {
     ipv4Host,
     ipv4ShortMaskLpm,
     ipv4FinalResolve0,
@@ -24,14 +24,14 @@ enum class TableId : std::uint8_t {
     ipv6LgMaskPartition0,
 };
 
-inline constexpr std::size_t table_count = 9;
+inline constexpr size_t table_count = 9;
 
 // One value of any type per table.
 template <class Value>
 using PerTable = std::array<Value, table_count>;
 
-constexpr std::size_t index_of(TableId table) {
-    return static_cast<std::size_t>(table);
+constexpr size_t index_of(TableId table) {
+    return static_cast<size_t>(table);
 }
 
 struct TwoLevels {
@@ -46,10 +46,10 @@ inline constexpr TwoLevels two_level_schemes[] = {
 };
 
 // Partitions are numbered with 16 bits.
-inline constexpr std::size_t max_partitions = 65536;
+inline constexpr size_t max_partitions = 65536;
 
 // ECMP groups are numbered from 1 with the 10 bits of a next hop that choose one.
-inline constexpr std::size_t max_ecmp_groups = 1023;
+inline constexpr size_t max_ecmp_groups = 1023;
 
 constexpr TableId table_for(const Prefix& prefix) {
     if (prefix.family == Family::ipv4) {

@@ -6,16 +6,15 @@
 namespace route_agent {
 namespace {
 
-constexpr std::size_t most_differences_told = 10; // per tally
+constexpr size_t most_differences_told = 10; // per tally
 
 } // namespace
 
 void Account::differs(const std::string& how) {
-    if (++tally.differences <= most_differences_told) {
+    if (++tally.differences <= most_differences_told)
         run.progress.message(std::string(name) + ": " + how);
-    } else if (tally.differences == most_differences_told + 1) {
+    else if (tally.differences == most_differences_told + 1)
         run.progress.message(std::string(name) + ": more differences, which are only counted");
-    }
 }
 
 const Placed* Work::row_of(pd_entry handle) const {
@@ -23,8 +22,8 @@ const Placed* Work::row_of(pd_entry handle) const {
     return found != placed.end() && found->handle == handle ? &*found : nullptr;
 }
 
-std::size_t Work::count(RowState state) const {
-    return static_cast<std::size_t>(std::ranges::count(rows, state));
+size_t Work::count(RowState state) const {
+    return static_cast<size_t>(std::ranges::count(rows, state));
 }
 
 } // namespace route_agent

@@ -19,7 +19,7 @@ inline std::string subject_text(const char* text) {
     return text;
 }
 
-inline std::string subject_text(std::size_t number) {
+inline std::string subject_text(size_t number) {
     return std::to_string(number);
 }
 
@@ -31,17 +31,14 @@ public:
     // Counts the call and demands that it succeeded.
     void done(pd_status status, const char* what) {
         ++tally.calls;
-        if (status != PD_STATUS_OK) {
-            throw Refused(std::string(name) + ": " + what, status);
-        }
+        if (status != PD_STATUS_OK) throw Refused(std::string(name) + ": " + what, status);
     }
     // The same for a call that concerns something: an entry, or what a text or a number says.
     template <class Subject>
     void done(pd_status status, const char* what, const Subject& subject) {
         ++tally.calls;
-        if (status != PD_STATUS_OK) {
+        if (status != PD_STATUS_OK)
             throw Refused(std::string(name) + ": " + what + " " + subject_text(subject), status);
-        }
     }
     // Counts a call that may fail with `other`; true if it did.
     template <class Subject>
@@ -78,7 +75,7 @@ private:
 // A route table in the hands of a phase.
 class Work : public Account {
 public:
-    Work(Run& of_run, std::size_t index)
+    Work(Run& of_run, size_t index)
         : Account(of_run, route_table(static_cast<TableId>(index)).name, of_run.tallies[index]),
           table(route_table(static_cast<TableId>(index))),
           entries(of_run.plan.tables[index]),
@@ -89,7 +86,7 @@ public:
     // The row that has the handle, or null.
     const Placed* row_of(pd_entry handle) const;
     // How many rows are in a state.
-    std::size_t count(RowState state) const;
+    size_t count(RowState state) const;
 
     const RouteTable& table;
     const std::vector<Entry>& entries;
@@ -100,24 +97,21 @@ private:
     Stopwatch stopwatch_;
 };
 
-inline constexpr std::size_t handles_per_walk_call = 512;
+inline constexpr size_t handles_per_walk_call = 512;
 
 // Calls `visit(handle)` for all handles that the driver lists, but no more than `most`. `first(handle)` and
 // `next(handle, handles)` are the calls that ask for them.
 template <class First, class Next, class Visit>
-void walk(Account& account, std::size_t most, First&& first, Next&& next, Visit&& visit) {
-    std::uint32_t handle = 0;
-    if (account.done_unless(VL_MODEL_NOT_FOUND, first(handle), "asking for", "the first handle")) {
+void walk(Account& account, size_t most, First&& first, Next&& next, Visit&& visit) {
+    uint32_t handle = 0;
+    if (account.done_unless(VL_MODEL_NOT_FOUND, first(handle), "asking for", "the first handle"))
         return; // the list is empty
-    }
-    std::array<std::uint32_t, handles_per_walk_call> batch{};
+    std::array<uint32_t, handles_per_walk_call> batch{};
     batch.front() = handle;
-    std::span<const std::uint32_t> handles(batch.data(), 1);
-    for (std::size_t walked = 0;;) {
-        for (const std::uint32_t listed : handles) {
-            if (listed == PD_HDL_END) {
-                return;
-            }
+    std::span<const uint32_t> handles(batch.data(), 1);
+    for (size_t walked = 0;;) {
+        for (const uint32_t listed : handles) {
+            if (listed == PD_HDL_END) return;
             if (walked++ == most) {
                 account.differs("the walk goes on after " + grouped(most) + " handles; not followed");
                 return;

@@ -8,18 +8,18 @@ namespace vl_pd::action_names {
 
 namespace {
 
-constexpr std::uint32_t count = std::size(catalog::actions);
+constexpr uint32_t count = std::size(catalog::actions);
 constexpr const char* const (&names)[count] = p4_pd_velmar_switch_action_name_strings;
 
 } // namespace
 
-const char* to_string(std::uint32_t number) noexcept {
+const char* to_string(uint32_t number) noexcept {
     return number < count ? names[number] : nullptr;
 }
 
-std::uint32_t to_enum(const char* name) noexcept {
+uint32_t to_enum(const char* name) noexcept {
     if (name == nullptr) return count;
-    std::uint32_t number = 0;
+    uint32_t number = 0;
     while (number < count && std::strcmp(names[number], name) != 0)
         ++number;
     return number;

@@ -9,9 +9,9 @@
 namespace vl_pd::action_names {
 
 // Null for a number that no action has.
-const char* to_string(std::uint32_t number) noexcept;
+const char* to_string(uint32_t number) noexcept;
 
 // The count of actions for null and for a name that no action has.
-std::uint32_t to_enum(const char* name) noexcept;
+uint32_t to_enum(const char* name) noexcept;
 
 } // namespace vl_pd::action_names

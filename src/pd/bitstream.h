@@ -16,48 +16,48 @@ namespace vl_pd {
 class Bitstream {
 public:
     // `bytes` outlives the stream. finish() has filled it from its end as far as the values reach.
-    Bitstream(std::uint8_t* bytes, std::size_t length) : unset_end_(bytes + length) {}
+    Bitstream(uint8_t* bytes, size_t length) : unset_end_(bytes + length) {}
 
     // `source` has whole bytes for `width` bits, most significant first.
-    void prepend_to_bytestream(const std::uint8_t* source, std::uint32_t width) {
+    void prepend_to_bytestream(const uint8_t* source, uint32_t width) {
         *this = prepended_with_bytes(*this, source, width);
     }
 
     // The same for an integer; `width` is up to 32.
-    void prepend_integer(std::uint32_t value, std::uint32_t width) {
-        std::uint64_t bits = value;
+    void prepend_integer(uint32_t value, uint32_t width) {
+        uint64_t bits = value;
         if (bits >> width != 0) [[unlikely]] {
-            const std::uint32_t room = whole_bytes(used_ + width) - used_;
-            bits &= (std::uint64_t{1} << std::min(whole_bytes(width), room)) - 1;
+            const uint32_t room = whole_bytes(used_ + width) - used_;
+            bits &= (uint64_t{1} << std::min(whole_bytes(width), room)) - 1;
         }
         pending_ |= bits << used_;
         used_ += width;
         if (used_ < word_bits) return;
-        unset_end_ -= sizeof(std::uint32_t);
-        bytes::store_big_endian<sizeof(std::uint32_t)>(unset_end_, static_cast<std::uint32_t>(pending_));
+        unset_end_ -= sizeof(uint32_t);
+        bytes::store_big_endian<sizeof(uint32_t)>(unset_end_, static_cast<uint32_t>(pending_));
         pending_ >>= word_bits;
         used_ -= word_bits;
     }
 
     // Stores what is left. Nothing may be prepended after it.
     void finish() {
-        for (std::uint32_t done = 0; done < used_; done += 8)
-            *--unset_end_ = static_cast<std::uint8_t>(pending_ >> done);
+        for (uint32_t done = 0; done < used_; done += 8)
+            *--unset_end_ = static_cast<uint8_t>(pending_ >> done);
     }
 
 private:
-    static constexpr std::uint32_t word_bits = 32;
+    static constexpr uint32_t word_bits = 32;
 
-    static constexpr std::uint32_t whole_bytes(std::uint32_t width) {
+    static constexpr uint32_t whole_bytes(uint32_t width) {
         return (width + 7) / 8 * 8;
     }
 
     // By value: a stream whose address a function knows doesn't stay in registers.
-    static Bitstream prepended_with_bytes(Bitstream stream, const std::uint8_t* source, std::uint32_t width);
+    static Bitstream prepended_with_bytes(Bitstream stream, const uint8_t* source, uint32_t width);
 
-    std::uint8_t* unset_end_;   // of the bytes that aren't stored yet
-    std::uint64_t pending_ = 0; // what belongs there, with any surplus of the topmost value
-    std::uint32_t used_ = 0;    // bits of `pending_` without surplus: below word_bits between calls
+    uint8_t* unset_end_;   // of the bytes that aren't stored yet
+    uint64_t pending_ = 0; // what belongs there, with any surplus of the topmost value
+    uint32_t used_ = 0;    // bits of `pending_` without surplus: below word_bits between calls
 };
 
 } // namespace vl_pd

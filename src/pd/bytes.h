@@ -16,12 +16,12 @@ namespace vl_pd::bytes {
 
 static_assert(std::endian::native == std::endian::little);
 
-using Byte = std::uint8_t;
+using Byte = uint8_t;
 
 // 128 bits in two words, each in the machine's order: `high` holds the first eight bytes of the array.
 struct Wide {
-    std::uint64_t high;
-    std::uint64_t low;
+    uint64_t high;
+    uint64_t low;
 
     friend Wide operator&(Wide left, Wide right) {
         return {left.high & right.high, left.low & right.low};
@@ -30,7 +30,7 @@ struct Wide {
 
 // 16 bytes in the order in which they stand: enough for masking, which doesn't mind.
 struct Block {
-    std::uint64_t words[2];
+    uint64_t words[2];
 
     friend Block operator&(Block left, Block right) {
         return {{left.words[0] & right.words[0], left.words[1] & right.words[1]}};
@@ -57,34 +57,34 @@ template <class Record>
 VL_INLINE void clear(Record& record) {
     static_assert(sizeof record % sizeof(Vector) == 0);
     Vector* const vectors = reinterpret_cast<Vector*>(&record);
-    unroll<sizeof record / sizeof(Vector)>([=]<std::size_t i>()
+    unroll<sizeof record / sizeof(Vector)>([=]<size_t i>()
                                                VL_INLINE_LAMBDA { _mm_store_si128(vectors + i, _mm_setzero_si128()); });
 }
 
 // An integer of a record.
 template <unsigned size>
-std::uint32_t load(const Byte* from) {
+uint32_t load(const Byte* from) {
     static_assert(size == 1 || size == 2 || size == 4);
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     std::memcpy(&value, from, size);
     return value;
 }
 
 template <unsigned size>
-void store(Byte* to, std::uint32_t value) {
+void store(Byte* to, uint32_t value) {
     static_assert(size == 1 || size == 2 || size == 4);
     std::memcpy(to, &value, size);
 }
 
 // The `size` low-order bytes of a value, most significant first.
 template <unsigned size>
-void store_big_endian(Byte* to, std::uint32_t value) {
+void store_big_endian(Byte* to, uint32_t value) {
     static_assert(size >= 1 && size <= 4);
     if constexpr (size == 3) {
         store_big_endian<2>(to, value >> 8);
         to[2] = static_cast<Byte>(value);
     } else if constexpr (size == 2) {
-        const std::uint16_t swapped = __builtin_bswap16(static_cast<std::uint16_t>(value));
+        const uint16_t swapped = __builtin_bswap16(static_cast<uint16_t>(value));
         std::memcpy(to, &swapped, size);
     } else {
         value = __builtin_bswap32(value) >> (32 - 8 * size);
@@ -94,27 +94,27 @@ void store_big_endian(Byte* to, std::uint32_t value) {
 }
 
 template <unsigned size>
-std::uint32_t load_big_endian(const Byte* from) {
+uint32_t load_big_endian(const Byte* from) {
     static_assert(size >= 1 && size <= 4);
     if constexpr (size == 3) return load_big_endian<2>(from) << 8 | from[2];
     if constexpr (size == 2) {
-        std::uint16_t half = 0;
+        uint16_t half = 0;
         std::memcpy(&half, from, size);
         return __builtin_bswap16(half);
     }
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     std::memcpy(&value, from, size);
     return __builtin_bswap32(value) >> (32 - 8 * size);
 }
 
 inline Wide load_wide(const Byte* from) {
-    std::uint64_t words[2];
+    uint64_t words[2];
     std::memcpy(words, from, sizeof words);
     return {__builtin_bswap64(words[0]), __builtin_bswap64(words[1])};
 }
 
 inline void store_wide(Byte* to, Wide value) {
-    const std::uint64_t words[2] = {__builtin_bswap64(value.high), __builtin_bswap64(value.low)};
+    const uint64_t words[2] = {__builtin_bswap64(value.high), __builtin_bswap64(value.low)};
     std::memcpy(to, words, sizeof words);
 }
 

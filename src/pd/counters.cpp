@@ -8,7 +8,7 @@ namespace vl_pd::counters {
 
 namespace {
 
-constexpr std::uint32_t from_hardware = 1;
+constexpr uint32_t from_hardware = 1;
 
 pd_counter_value to_agent(const pipe_counter_record& record) {
     return {.count_a = record.count_a, .count_b = record.count_b};
@@ -20,8 +20,8 @@ pipe_counter_record to_driver_record(pd_counter_value value) {
 
 } // namespace
 
-pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
-                      std::uint32_t flags, pd_counter_value* value) noexcept {
+pd_status read_direct(uint32_t table, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t flags,
+                      pd_counter_value* value) noexcept {
     if ((flags & from_hardware) != 0) {
         const pd_status refused = pipe_mgr_direct_stat_ent_database_sync(sess_hdl, dev_id, table, entry_hdl);
         if (refused != PD_STATUS_OK) return refused;
@@ -33,8 +33,8 @@ pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_device dev_id
     return PD_STATUS_OK;
 }
 
-pd_status read_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
-                        std::uint32_t flags, pd_counter_value* value) noexcept {
+pd_status read_indirect(uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, uint32_t flags,
+                        pd_counter_value* value) noexcept {
     if ((flags & from_hardware) != 0) {
         const pd_status refused = pipe_mgr_stat_ent_database_sync(sess_hdl, to_driver(dev_tgt), counter, index);
         if (refused != PD_STATUS_OK) return refused;
@@ -48,25 +48,25 @@ pd_status read_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt d
     return PD_STATUS_OK;
 }
 
-pd_status write_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
+pd_status write_direct(uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
                        pd_counter_value value) noexcept {
     const pipe_counter_record record = to_driver_record(value);
     return pipe_mgr_mat_ent_direct_stat_set(sess_hdl, to_driver(dev_tgt), table, entry_hdl, &record);
 }
 
-pd_status write_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status write_indirect(uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                          pd_counter_value value) noexcept {
     const pipe_counter_record record = to_driver_record(value);
     return pipe_mgr_stat_ent_set(sess_hdl, to_driver(dev_tgt), counter, index, &record);
 }
 
-pd_status sync_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
+pd_status sync_direct(uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
                       void* cookie) noexcept {
     return pipe_mgr_direct_stat_database_sync(sess_hdl, to_driver(dev_tgt), table,
                                               reinterpret_cast<pipe_sync_cb>(callback), cookie);
 }
 
-pd_status sync_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
+pd_status sync_indirect(uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
                         void* cookie) noexcept {
     return pipe_mgr_stat_database_sync(sess_hdl, to_driver(dev_tgt), counter, reinterpret_cast<pipe_sync_cb>(callback),
                                        cookie);

@@ -12,19 +12,19 @@ namespace vl_pd::counters {
 
 // Bit 0 of flags brings the cell up to date from the hardware first; no other bit is looked at. A failure of either
 // step leaves the value unwritten.
-pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
-                      std::uint32_t flags, pd_counter_value* value) noexcept;
-pd_status read_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
-                        std::uint32_t flags, pd_counter_value* value) noexcept;
+pd_status read_direct(uint32_t table, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t flags,
+                      pd_counter_value* value) noexcept;
+pd_status read_indirect(uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, uint32_t flags,
+                        pd_counter_value* value) noexcept;
 
-pd_status write_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
+pd_status write_direct(uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
                        pd_counter_value value) noexcept;
-pd_status write_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status write_indirect(uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                          pd_counter_value value) noexcept;
 
-pd_status sync_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
+pd_status sync_direct(uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
                       void* cookie) noexcept;
-pd_status sync_indirect(std::uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
+pd_status sync_indirect(uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_driver_callback callback,
                         void* cookie) noexcept;
 
 } // namespace vl_pd::counters

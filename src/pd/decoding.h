@@ -19,7 +19,7 @@ VL_INLINE void unbuild_key(const pipe_match_record& match, void* match_spec) {
     std::memset(record, 0, layout.record_size);
     const Byte* const key_bytes =
         match.key_bytes; // loaded once: what is written below could be the match record itself
-    unroll<layout.field_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+    unroll<layout.field_count>([&]<size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::FieldLayout field = layout.fields[i];
         const Byte* const key = key_bytes + field.key_position;
         Byte* const place = record + field.record_offset;
@@ -34,15 +34,15 @@ VL_INLINE void unbuild_key(const pipe_match_record& match, void* match_spec) {
 
 // Bits of a 32 or 128-bit prefix mask that stand before its trailing zeros.
 template <unsigned bits>
-VL_INLINE std::uint32_t prefix_length(const Byte* mask) {
+VL_INLINE uint32_t prefix_length(const Byte* mask) {
     if constexpr (bits == 32) {
-        const std::uint32_t word = bytes::load_big_endian<4>(mask);
-        return 32 - static_cast<std::uint32_t>(std::countr_zero(word));
+        const uint32_t word = bytes::load_big_endian<4>(mask);
+        return 32 - static_cast<uint32_t>(std::countr_zero(word));
     } else {
         static_assert(bits == 128);
         const bytes::Wide words = bytes::load_wide(mask);
         const int zeros = words.low != 0 ? std::countr_zero(words.low) : 64 + std::countr_zero(words.high);
-        return 128 - static_cast<std::uint32_t>(zeros);
+        return 128 - static_cast<uint32_t>(zeros);
     }
 }
 
@@ -52,7 +52,7 @@ VL_INLINE void unbuild_mask(const pipe_match_record& match, void* match_spec) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     Byte* const record = static_cast<Byte*>(match_spec);
     const Byte* const mask_bytes = match.mask_bytes;
-    unroll<layout.field_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+    unroll<layout.field_count>([&]<size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::FieldLayout field = layout.fields[i];
         const Byte* const mask = mask_bytes + field.key_position;
         Byte* const place = record + field.partner_offset;
@@ -68,21 +68,21 @@ VL_INLINE void unbuild_mask(const pipe_match_record& match, void* match_spec) {
 }
 
 // The index parameter of an action whose data doesn't hold it. The last pair of the resource counts.
-inline std::uint32_t find_index(std::uint32_t resource_hdl, const pd_resource_index* resources, std::uint32_t count) {
-    std::uint32_t index = count == 0 ? PD_NO_INDEX : 0;
-    for (std::uint32_t i = 0; i < count; ++i)
+inline uint32_t find_index(uint32_t resource_hdl, const pd_resource_index* resources, uint32_t count) {
+    uint32_t index = count == 0 ? PD_NO_INDEX : 0;
+    for (uint32_t i = 0; i < count; ++i)
         if (resources[i].resource_hdl == resource_hdl) index = resources[i].index;
     return index;
 }
 
 template <ActionRef A>
-VL_INLINE void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources,
-                                   std::uint32_t count, void* action_spec) {
+VL_INLINE void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources, uint32_t count,
+                                   void* action_spec) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
     Byte* const record = static_cast<Byte*>(action_spec);
     std::memset(record, 0, layout.record_size);
     [[maybe_unused]] const Byte* const data = action.data;
-    unroll<layout.param_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+    unroll<layout.param_count>([&]<size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::ParamLayout param = layout.params[i];
         Byte* const place = record + param.record_offset;
         if constexpr (param.role == catalog::Role::slot_index) {

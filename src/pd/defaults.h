@@ -20,16 +20,16 @@ pd_status set(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* action_spec, 
                                           &action.record, no_flags, entry_hdl);
 }
 
-inline pd_status read(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t table, std::uint32_t read_from_hw,
+inline pd_status read(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t table, uint32_t read_from_hw,
                       pipe_action_record& action, pipe_act_hdl& action_hdl) noexcept {
     return pipe_mgr_table_get_default_entry(sess_hdl, to_driver(dev_tgt), table, &action, &action_hdl,
-                                            static_cast<std::uint8_t>(read_from_hw), 1, 0);
+                                            static_cast<uint8_t>(read_from_hw), 1, 0);
 }
 
 // Writes the action's number and, behind it, its parameters. Unlike a read by handle it writes and logs nothing where
 // the driver's answer can't come from this pipeline.
 template <TableRef T>
-pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t read_from_hw, void* action_record) noexcept {
+pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t read_from_hw, void* action_record) noexcept {
     bytes::Byte data[readback::data_capacity]{};
     pipe_action_record action{};
     action.action.data = data;
@@ -48,8 +48,8 @@ pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t read_from_h
 }
 
 template <TableRef T>
-pd_status get_indirect(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t read_from_hw, std::uint8_t* has_mbr,
-                       std::uint8_t* has_grp, pd_group* grp_hdl, pd_member* mbr_hdl) noexcept {
+pd_status get_indirect(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t read_from_hw, uint8_t* has_mbr,
+                       uint8_t* has_grp, pd_group* grp_hdl, pd_member* mbr_hdl) noexcept {
     pipe_action_record action{};
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = read(sess_hdl, dev_tgt, T->handle, read_from_hw, action, action_hdl);

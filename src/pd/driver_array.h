@@ -12,7 +12,7 @@ template <class Element>
 class DriverArray {
 public:
     DriverArray() = default;
-    explicit DriverArray(std::size_t count) noexcept {
+    explicit DriverArray(size_t count) noexcept {
         allocate(count);
     }
     DriverArray(const DriverArray&) = delete;
@@ -22,14 +22,14 @@ public:
     }
 
     // Once, for an array that is declared before another one and so freed after it.
-    void allocate(std::size_t count) noexcept {
+    void allocate(size_t count) noexcept {
         elements_ = static_cast<Element*>(bf_sys_calloc(count, sizeof(Element)));
     }
 
     Element* get() const {
         return elements_;
     }
-    Element& operator[](std::size_t i) const {
+    Element& operator[](size_t i) const {
         return elements_[i];
     }
 

@@ -26,7 +26,7 @@ template <ActionRef A>
 inline constexpr catalog::ActionLayout action_layout = catalog::action_layout(*A);
 
 // The flags word of the driver's calls.
-inline constexpr std::uint32_t no_flags = 0;
+inline constexpr uint32_t no_flags = 0;
 
 // A driver match record with the buffers that it names. It is filled in place and can't move.
 template <TableRef T>
@@ -52,13 +52,13 @@ struct ActionRecord {
 };
 
 // Key bytes carry the bits above a field's width, if the caller set them; mask bytes of masked tables never do.
-constexpr std::uint32_t width_mask(unsigned bits) {
-    return bits == 32 ? ~std::uint32_t{0} : (std::uint32_t{1} << bits) - 1;
+constexpr uint32_t width_mask(unsigned bits) {
+    return bits == 32 ? ~uint32_t{0} : (uint32_t{1} << bits) - 1;
 }
 
 // One field of a masked table. The key is cut by the mask as the caller gave it, before the mask itself is cut to the
 // field's width; values stay in registers until both are.
-template <TableRef T, std::size_t i>
+template <TableRef T, size_t i>
 VL_INLINE void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
     constexpr bool has_mask = field.partner_bytes != 0;
@@ -66,7 +66,7 @@ VL_INLINE void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask)
     Byte* const field_mask = mask + field.key_position;
     if constexpr (field.bits > 32) {
         const bytes::Block value = bytes::load_block(match_spec + field.record_offset);
-        bytes::Block value_mask{{~std::uint64_t{0}, ~std::uint64_t{0}}};
+        bytes::Block value_mask{{~uint64_t{0}, ~uint64_t{0}}};
         if constexpr (has_mask) value_mask = bytes::load_block(match_spec + field.partner_offset);
         bytes::store_block(field_key, value & value_mask);
         bytes::store_block(field_mask, value_mask);
@@ -78,15 +78,15 @@ VL_INLINE void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask)
         *field_key = value & value_mask;
         *field_mask = value_mask & static_cast<Byte>(width_mask(field.bits));
     } else {
-        const std::uint32_t value = bytes::load<field.record_bytes>(match_spec + field.record_offset);
-        std::uint32_t value_mask = ~std::uint32_t{0};
+        const uint32_t value = bytes::load<field.record_bytes>(match_spec + field.record_offset);
+        uint32_t value_mask = ~uint32_t{0};
         if constexpr (has_mask) value_mask = bytes::load<field.partner_bytes>(match_spec + field.partner_offset);
         bytes::store_big_endian<field.key_bytes>(field_key, value & value_mask);
         bytes::store_big_endian<field.key_bytes>(field_mask, value_mask & width_mask(field.bits));
     }
 }
 
-template <TableRef T, std::size_t i>
+template <TableRef T, size_t i>
 VL_INLINE void build_exact_field(const Byte* match_spec, Byte* key) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
     if constexpr (field.bits > 32)
@@ -97,18 +97,18 @@ VL_INLINE void build_exact_field(const Byte* match_spec, Byte* key) {
 }
 
 // A mask of the first `length` bits; length is at most the width.
-inline std::uint32_t prefix_mask(std::uint32_t length) {
-    return static_cast<std::uint32_t>(~std::uint64_t{0} << (32 - length));
+inline uint32_t prefix_mask(uint32_t length) {
+    return static_cast<uint32_t>(~uint64_t{0} << (32 - length));
 }
 
-inline bytes::Wide wide_prefix_mask(std::uint32_t length) {
-    return {.high = length < 64 ? ~(~std::uint64_t{0} >> length) : ~std::uint64_t{0},
-            .low = length > 64 ? ~std::uint64_t{0} << (128 - length) : 0};
+inline bytes::Wide wide_prefix_mask(uint32_t length) {
+    return {.high = length < 64 ? ~(~uint64_t{0} >> length) : ~uint64_t{0},
+            .low = length > 64 ? ~uint64_t{0} << (128 - length) : 0};
 }
 
 // The prefix field, under a mask of `length` bits.
 template <const catalog::FieldLayout& field>
-VL_INLINE void build_prefix_field(const Byte* match_spec, std::uint32_t length, Byte* key, Byte* mask) {
+VL_INLINE void build_prefix_field(const Byte* match_spec, uint32_t length, Byte* key, Byte* mask) {
     static_assert(field.bits == 32 || field.bits == 128);
     const Byte* const value = match_spec + field.record_offset;
     if constexpr (field.bits == 32) {
@@ -125,15 +125,14 @@ VL_INLINE void build_prefix_field(const Byte* match_spec, std::uint32_t length, 
 // longer prefixes come first. A length beyond the field leaves key and mask whole, and is told by a priority that no
 // prefix has.
 template <TableRef T>
-VL_INLINE std::uint32_t build_prefix_key(const Byte* match_spec, Byte* key, Byte* mask) {
+VL_INLINE uint32_t build_prefix_key(const Byte* match_spec, Byte* key, Byte* mask) {
     static constexpr catalog::KeyLayout layout = key_layout<T>;
     static constexpr catalog::FieldLayout prefix = layout.fields[layout.field_count - 1];
-    const std::uint32_t length = bytes::load<prefix.partner_bytes>(match_spec + prefix.partner_offset);
+    const uint32_t length = bytes::load<prefix.partner_bytes>(match_spec + prefix.partner_offset);
     if constexpr (T->partitioned)
         std::memset(key, 0, prefix.key_position);
     else
-        unroll<layout.field_count - 1>([&]<std::size_t i>()
-                                           VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
+        unroll<layout.field_count - 1>([&]<size_t i>() VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
 
     // Out of range is the rare case and a branch of its own, so that the masks of the others need no clamping.
     if (length > prefix.bits) [[unlikely]] {
@@ -148,29 +147,29 @@ VL_INLINE std::uint32_t build_prefix_key(const Byte* match_spec, Byte* key, Byte
 
 // Fills key and mask bytes and returns the entry's priority. `priority` is the caller's, and counts in masked tables.
 template <TableRef T>
-VL_INLINE std::uint32_t build_key_and_mask(const Byte* match_spec, [[maybe_unused]] std::uint32_t priority, Byte* key,
-                                           Byte* mask) {
+VL_INLINE uint32_t build_key_and_mask(const Byte* match_spec, [[maybe_unused]] uint32_t priority, Byte* key,
+                                      Byte* mask) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     constexpr catalog::KeyShape shape = catalog::key_shape(*T);
     if constexpr (shape == catalog::KeyShape::prefix) {
         return build_prefix_key<T>(match_spec, key, mask);
     } else if constexpr (shape == catalog::KeyShape::masked) {
-        unroll<layout.field_count>([&]<std::size_t i>()
+        unroll<layout.field_count>([&]<size_t i>()
                                        VL_INLINE_LAMBDA { build_masked_field<T, i>(match_spec, key, mask); });
         return priority;
     } else {
         // All ones, also above the width of a narrow field.
         std::memset(mask, 0xFF, layout.bytes);
-        unroll<layout.field_count>([&]<std::size_t i>() VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
+        unroll<layout.field_count>([&]<size_t i>() VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
         return 0;
     }
 }
 
 template <TableRef T>
-VL_INLINE void build_match_spec(const void* match_spec, std::uint32_t priority, MatchRecord<T>& out) {
+VL_INLINE void build_match_spec(const void* match_spec, uint32_t priority, MatchRecord<T>& out) {
     constexpr catalog::KeyLayout layout = key_layout<T>;
     const Byte* const record = static_cast<const Byte*>(match_spec);
-    std::uint32_t partition = 0;
+    uint32_t partition = 0;
     if constexpr (T->partitioned) partition = bytes::load<2>(record + layout.fields[0].record_offset);
     out.record = {.key_bytes = out.key,
                   .mask_bytes = out.mask,
@@ -187,9 +186,9 @@ enum class Operation { add, modify, set_default };
 template <ActionRef A>
 VL_INLINE void build_action_data([[maybe_unused]] const Byte* action_spec, [[maybe_unused]] Byte* data) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
-    unroll<layout.param_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+    unroll<layout.param_count>([&]<size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::ParamLayout param = layout.params[i];
-        std::uint32_t value = 0; // an index that isn't data leaves its bytes zero
+        uint32_t value = 0; // an index that isn't data leaves its bytes zero
         if constexpr (param.role != catalog::Role::slot_index)
             value = bytes::load<param.record_bytes>(action_spec + param.record_offset);
         bytes::store_big_endian<param.data_bytes>(data + param.data_position, value);
@@ -198,8 +197,8 @@ VL_INLINE void build_action_data([[maybe_unused]] const Byte* action_spec, [[may
 
 // The place of the parameter that is an index into the table's resource, or the parameter count.
 template <ActionRef A>
-consteval std::size_t index_param() {
-    std::size_t i = 0;
+consteval size_t index_param() {
+    size_t i = 0;
     while (i < action_layout<A>.param_count && action_layout<A>.params[i].role == catalog::Role::data)
         ++i;
     return i;
@@ -210,7 +209,7 @@ template <TableRef T, ActionRef A, Operation operation>
 VL_INLINE void build_slot(const Byte* action_spec, const pd_meter_spec* meter_spec, pipe_resource_slot& slot) {
     constexpr catalog::AttachedResource resource = catalog::resource_of(catalog::velmar_switch, *T);
     constexpr const catalog::Binding* binding = catalog::find_binding(T->actions, A->name);
-    constexpr std::size_t index = index_param<A>();
+    constexpr size_t index = index_param<A>();
     slot.resource_hdl = resource.handle;
     if constexpr (resource.addressing == catalog::direct && resource.kind == catalog::ResourceKind::meter) {
         if (meter_spec == nullptr) {
@@ -224,7 +223,7 @@ VL_INLINE void build_slot(const Byte* action_spec, const pd_meter_spec* meter_sp
         slot.tag = PIPE_SLOT_ATTACHED;
     } else if constexpr (index < action_layout<A>.param_count) {
         constexpr catalog::ParamLayout param = action_layout<A>.params[index];
-        const std::uint32_t value = bytes::load<param.record_bytes>(action_spec + param.record_offset);
+        const uint32_t value = bytes::load<param.record_bytes>(action_spec + param.record_offset);
         slot.index = operation == Operation::modify ? value : value & 0xFFFF;
         slot.tag = PIPE_SLOT_ATTACHED;
     } else if constexpr (binding->constant_index != 0) {

@@ -16,11 +16,11 @@ using encoding::no_flags;
 using encoding::Operation;
 
 template <TableRef T, ActionRef A>
-inline constexpr std::uint32_t action_handle = catalog::find_binding(T->actions, A->name)->handle;
+inline constexpr uint32_t action_handle = catalog::find_binding(T->actions, A->name)->handle;
 
 template <TableRef T, ActionRef A>
-VL_INLINE pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
-                        const void* action_spec, const pd_meter_spec* meter_spec, std::uint32_t ttl,
+VL_INLINE pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, uint32_t priority,
+                        const void* action_spec, const pd_meter_spec* meter_spec, uint32_t ttl,
                         pd_entry* entry_hdl) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
@@ -41,7 +41,7 @@ VL_INLINE pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry
 
 template <TableRef T, ActionRef A>
 VL_INLINE pd_status modify_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
-                                         std::uint32_t priority, const void* action_spec,
+                                         uint32_t priority, const void* action_spec,
                                          const pd_meter_spec* meter_spec) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
@@ -58,14 +58,14 @@ VL_INLINE pd_status remove(pd_session sess_hdl, pd_device dev_id, pd_entry entry
 
 template <TableRef T>
 VL_INLINE pd_status remove_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
-                                         std::uint32_t priority) noexcept {
+                                         uint32_t priority) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     return pipe_mgr_mat_ent_del_by_match_spec(sess_hdl, to_driver(dev_tgt), T->handle, &match.record, no_flags);
 }
 
 template <TableRef T>
-VL_INLINE pd_status find(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
+VL_INLINE pd_status find(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, uint32_t priority,
                          pd_entry* entry_hdl) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);

@@ -10,7 +10,7 @@ namespace vl_pd {
 
 inline constexpr std::string_view name_prefix = "p4_pd_velmar_switch_";
 
-template <std::size_t size>
+template <size_t size>
 constexpr std::array<char, size + 1> join_names(std::string_view first, std::string_view second,
                                                 std::string_view third = {}) {
     std::array<char, size + 1> joined{};

@@ -5,9 +5,9 @@
 
 namespace vl_pd::groups {
 
-pd_status remove_from(std::uint32_t selector, p4_pd_ms_state* shadow, pd_session sess_hdl, pd_device dev_id,
+pd_status remove_from(uint32_t selector, p4_pd_ms_state* shadow, pd_session sess_hdl, pd_device dev_id,
                       pd_group grp_hdl) noexcept {
-    std::uint32_t count = 0;
+    uint32_t count = 0;
     pd_status refused = pipe_mgr_get_sel_grp_mbr_count(sess_hdl, on_device(dev_id), selector, grp_hdl, &count);
     if (refused != PD_STATUS_OK) return refused;
     if (count == 0) {
@@ -17,9 +17,9 @@ pd_status remove_from(std::uint32_t selector, p4_pd_ms_state* shadow, pd_session
     }
 
     const DriverArray<pd_member> members(count);
-    const DriverArray<std::uint8_t> states(count); // the driver fills it, nobody reads it
+    const DriverArray<uint8_t> states(count); // the driver fills it, nobody reads it
     if (members.get() == nullptr || states.get() == nullptr) return PD_STATUS_NO_MEMORY;
-    std::uint32_t returned = 0;
+    uint32_t returned = 0;
     refused = pipe_mgr_sel_grp_mbrs_get(sess_hdl, dev_id, selector, grp_hdl, count, members.get(), states.get(),
                                         &returned, no_flags);
     if (refused != PD_STATUS_OK) return refused;

@@ -17,7 +17,7 @@ using catalog::ProfileRef;
 using encoding::no_flags;
 
 template <ProfileRef P>
-pd_status create(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t max_grp_size, pd_group* grp_hdl) noexcept {
+pd_status create(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t max_grp_size, pd_group* grp_hdl) noexcept {
     const pd_status refused = pipe_mgr_sel_grp_add(sess_hdl, to_driver(dev_tgt), P->selector, 0, max_grp_size,
                                                    PIPE_SEL_GRP_MARK, grp_hdl, no_flags);
     if (refused != PD_STATUS_OK) return refused;
@@ -49,7 +49,7 @@ pd_status remove_member(pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl,
 
 // Deletes a group of the selector. The shadow wants the members, and the driver can list them only while the group
 // exists, so they are fetched first. Returns the shadow's status, once the driver has agreed.
-pd_status remove_from(std::uint32_t selector, p4_pd_ms_state* shadow, pd_session sess_hdl, pd_device dev_id,
+pd_status remove_from(uint32_t selector, p4_pd_ms_state* shadow, pd_session sess_hdl, pd_device dev_id,
                       pd_group grp_hdl) noexcept;
 
 template <ProfileRef P>
@@ -62,7 +62,7 @@ pd_status refuse_member_state() noexcept;
 
 template <ProfileRef P>
 pd_status set_member_state(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_member mbr_hdl,
-                           std::uint32_t mbr_state) noexcept {
+                           uint32_t mbr_state) noexcept {
     switch (mbr_state) {
     case P4_PD_GRP_MBR_STATE_ACTIVE:
         return pipe_mgr_sel_grp_mbr_enable(sess_hdl, to_driver(dev_tgt), P->selector, grp_hdl, mbr_hdl, no_flags);
@@ -76,8 +76,8 @@ pd_status set_member_state(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp
 // Lets through the two states that agents know, and writes nothing else.
 template <ProfileRef P>
 pd_status get_member_state(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_member mbr_hdl,
-                           std::uint32_t* mbr_state) noexcept {
-    std::uint32_t driver_state = 0;
+                           uint32_t* mbr_state) noexcept {
+    uint32_t driver_state = 0;
     const pd_status status =
         pipe_mgr_sel_grp_mbr_state_get(sess_hdl, to_driver(dev_tgt), P->selector, grp_hdl, mbr_hdl, &driver_state);
     if (status != PD_STATUS_OK) return status;
@@ -102,7 +102,7 @@ pd_status get_first(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group* grp_hdl) 
 }
 
 template <ProfileRef P>
-pd_status get_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, std::uint32_t n,
+pd_status get_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, uint32_t n,
                    pd_group* next_grp_hdls) noexcept {
     return pipe_mgr_get_next_entry_handles(sess_hdl, P->selector, to_driver(dev_tgt), grp_hdl, n, next_grp_hdls);
 }
@@ -113,36 +113,36 @@ pd_status get_first_member(pd_session sess_hdl, pd_device dev_id, pd_group grp_h
 }
 
 template <ProfileRef P>
-pd_status get_next_members(pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl, pd_member mbr_hdl, std::uint32_t n,
+pd_status get_next_members(pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl, pd_member mbr_hdl, uint32_t n,
                            pd_member* next_mbr_hdls) noexcept {
     return pipe_mgr_get_next_group_members(sess_hdl, P->selector, dev_id, grp_hdl, mbr_hdl, n, next_mbr_hdls);
 }
 
 template <ProfileRef P>
-pd_status get_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t* count) noexcept {
+pd_status get_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t* count) noexcept {
     return pipe_mgr_get_entry_count(sess_hdl, to_driver(dev_tgt), P->selector, 0, count);
 }
 
 template <ProfileRef P>
-pd_status get_member_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, std::uint32_t* count) noexcept {
+pd_status get_member_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, uint32_t* count) noexcept {
     return pipe_mgr_get_sel_grp_mbr_count(sess_hdl, to_driver(dev_tgt), P->selector, grp_hdl, count);
 }
 
 template <ProfileRef P>
-pd_status get_word_active_member_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t word,
-                                       std::uint32_t* count) noexcept {
+pd_status get_word_active_member_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t word,
+                                       uint32_t* count) noexcept {
     return pipe_mgr_get_word_llp_active_member_count(sess_hdl, to_driver(dev_tgt), P->selector, word, count);
 }
 
 template <ProfileRef P>
-pd_status get_word_active_members(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t word, std::uint32_t count,
+pd_status get_word_active_members(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t word, uint32_t count,
                                   pd_member* mbr_hdls) noexcept {
     return pipe_mgr_get_word_llp_active_members(sess_hdl, to_driver(dev_tgt), P->selector, word, count, mbr_hdls);
 }
 
 template <ProfileRef P>
-pd_status get_member_from_hash(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, const std::uint8_t* hash,
-                               std::uint32_t hash_len, pd_member* mbr_hdl) noexcept {
+pd_status get_member_from_hash(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, const uint8_t* hash,
+                               uint32_t hash_len, pd_member* mbr_hdl) noexcept {
     return pipe_mgr_sel_grp_mbr_get_from_hash(sess_hdl, to_driver(dev_tgt), P->selector, grp_hdl, hash, hash_len,
                                               mbr_hdl);
 }

@@ -12,29 +12,28 @@ namespace vl_pd::hash {
 using Row = catalog::HashCalculation;
 
 // An enumeration value other than 0 goes to the driver as handle 0, for it to refuse.
-pd_status algorithm_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t algorithm) noexcept;
-pd_status input_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t input) noexcept;
+pd_status algorithm_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t algorithm) noexcept;
+pd_status input_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t input) noexcept;
 
 // PD_STATUS_INVALID, with nothing written, if what the driver says isn't this calculation's: also if it refuses.
-pd_status algorithm_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t* algorithm) noexcept;
-pd_status input_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t* input) noexcept;
+pd_status algorithm_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t* algorithm) noexcept;
+pd_status input_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t* input) noexcept;
 
-pd_status seed_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint64_t seed) noexcept;
-pd_status seed_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint64_t* seed) noexcept;
+pd_status seed_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint64_t seed) noexcept;
+pd_status seed_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint64_t* seed) noexcept;
 
 // A count of 0 clears the attributes.
-pd_status input_field_attribute_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t input,
-                                    std::uint32_t count, const pd_hash_attribute* attributes) noexcept;
+pd_status input_field_attribute_set(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t input,
+                                    uint32_t count, const pd_hash_attribute* attributes) noexcept;
 // Both write 0 to the count before they ask for it: the first at once, the second after the check of the input.
-pd_status input_field_attribute_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t input,
-                                    std::uint32_t max_count, pd_hash_attribute* attributes,
-                                    std::uint32_t* count) noexcept;
-pd_status input_field_attribute_count_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t input,
-                                          std::uint32_t* count) noexcept;
+pd_status input_field_attribute_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t input,
+                                    uint32_t max_count, pd_hash_attribute* attributes, uint32_t* count) noexcept;
+pd_status input_field_attribute_count_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t input,
+                                          uint32_t* count) noexcept;
 
 // Hashes the values of `count` fields, packed to one bit stream with the first at the top. widths[i] is in bits.
-pd_status calculate_hash_value(const Row& calc, pd_session sess_hdl, pd_device dev_id, std::uint32_t count,
-                               const pd_hash_attribute* fields, const std::uint32_t* widths, std::uint8_t* hash,
-                               std::uint32_t hash_len) noexcept;
+pd_status calculate_hash_value(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t count,
+                               const pd_hash_attribute* fields, const uint32_t* widths, uint8_t* hash,
+                               uint32_t hash_len) noexcept;
 
 } // namespace vl_pd::hash

@@ -13,12 +13,12 @@ static_assert(sizeof(pd_idle_params) == 48 && offsetof(pd_idle_params, params_a)
               offsetof(pd_idle_params, params_b) == 16 && offsetof(pd_idle_params, params_c) == 24 &&
               offsetof(pd_idle_params, params_d) == 32 && offsetof(pd_idle_params, params_flag) == 40);
 
-constexpr std::uint32_t off = 0;
-constexpr std::uint32_t on = 1;
+constexpr uint32_t off = 0;
+constexpr uint32_t on = 1;
 
 } // namespace
 
-pd_status enable(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, const pd_idle_params& params) noexcept {
+pd_status enable(pd_session sess_hdl, pd_device dev_id, uint32_t table, const pd_idle_params& params) noexcept {
     pipe_idle_params driver_params{};
     driver_params.mode = params.mode;
     driver_params.params_a = params.params_a;
@@ -30,11 +30,11 @@ pd_status enable(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, con
     return pipe_mgr_idle_tmo_set_enable(sess_hdl, dev_id, table, on);
 }
 
-pd_status disable(pd_session sess_hdl, pd_device dev_id, std::uint32_t table) noexcept {
+pd_status disable(pd_session sess_hdl, pd_device dev_id, uint32_t table) noexcept {
     return pipe_mgr_idle_tmo_set_enable(sess_hdl, dev_id, table, off);
 }
 
-pd_status get_params(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, pd_idle_params* params) noexcept {
+pd_status get_params(pd_session sess_hdl, pd_device dev_id, uint32_t table, pd_idle_params* params) noexcept {
     pipe_idle_params driver_params{};
     const pd_status refused = pipe_mgr_idle_get_params(sess_hdl, dev_id, table, &driver_params);
     if (refused != PD_STATUS_OK) return refused;
@@ -48,34 +48,32 @@ pd_status get_params(pd_session sess_hdl, pd_device dev_id, std::uint32_t table,
     return PD_STATUS_OK;
 }
 
-pd_status register_timeout_callback(pd_session sess_hdl, pd_device dev_id, std::uint32_t table,
-                                    pd_driver_callback callback, void* cookie) noexcept {
+pd_status register_timeout_callback(pd_session sess_hdl, pd_device dev_id, uint32_t table, pd_driver_callback callback,
+                                    void* cookie) noexcept {
     return pipe_mgr_idle_register_tmo_cb(sess_hdl, dev_id, table, reinterpret_cast<pipe_idle_tmo_cb>(callback), cookie);
 }
 
-pd_status set_ttl(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, pd_entry entry_hdl,
-                  std::uint32_t ttl) noexcept {
+pd_status set_ttl(pd_session sess_hdl, pd_device dev_id, uint32_t table, pd_entry entry_hdl, uint32_t ttl) noexcept {
     return pipe_mgr_mat_ent_set_idle_ttl(sess_hdl, dev_id, table, entry_hdl, ttl, 0, 0);
 }
 
-pd_status get_ttl(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, pd_entry entry_hdl,
-                  std::uint32_t* ttl) noexcept {
+pd_status get_ttl(pd_session sess_hdl, pd_device dev_id, uint32_t table, pd_entry entry_hdl, uint32_t* ttl) noexcept {
     return pipe_mgr_mat_ent_get_idle_ttl(sess_hdl, dev_id, table, entry_hdl, ttl);
 }
 
-pd_status reset_ttl(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, pd_entry entry_hdl) noexcept {
+pd_status reset_ttl(pd_session sess_hdl, pd_device dev_id, uint32_t table, pd_entry entry_hdl) noexcept {
     return pipe_mgr_mat_ent_reset_idle_ttl(sess_hdl, dev_id, table, entry_hdl);
 }
 
-pd_status update_hit_state(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, pd_driver_callback callback,
+pd_status update_hit_state(pd_session sess_hdl, pd_device dev_id, uint32_t table, pd_driver_callback callback,
                            void* cookie) noexcept {
     return pipe_mgr_idle_time_update_hit_state(sess_hdl, dev_id, table,
                                                reinterpret_cast<pipe_idle_hit_state_cb>(callback), cookie);
 }
 
-pd_status get_hit_state(pd_session sess_hdl, pd_device dev_id, std::uint32_t table, pd_entry entry_hdl,
-                        std::uint32_t* hit_state) noexcept {
-    std::uint32_t driver_state = 0;
+pd_status get_hit_state(pd_session sess_hdl, pd_device dev_id, uint32_t table, pd_entry entry_hdl,
+                        uint32_t* hit_state) noexcept {
+    uint32_t driver_state = 0;
     const pd_status status = pipe_mgr_idle_time_get_hit_state(sess_hdl, dev_id, table, entry_hdl, &driver_state);
     *hit_state = driver_state;
     return status;

@@ -23,10 +23,10 @@ struct Pointer {
 };
 
 template <TableRef T, Target target>
-VL_INLINE pd_status build_pointer(pd_device dev_id, std::uint32_t target_hdl, Pointer& out) {
+VL_INLINE pd_status build_pointer(pd_device dev_id, uint32_t target_hdl, Pointer& out) {
     p4_pd_ms_state* const state = shadow<catalog::profile_of(T)>();
     bytes::clear(out.record);
-    std::uint32_t count = 0;
+    uint32_t count = 0;
     void* resources = nullptr; // no entry of these tables carries any; the component is asked all the same
     if constexpr (target == Target::member) {
         out.record.kind = PIPE_KIND_MEMBER;
@@ -45,8 +45,8 @@ VL_INLINE pd_status build_pointer(pd_device dev_id, std::uint32_t target_hdl, Po
 }
 
 template <TableRef T, Target target>
-VL_INLINE pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, std::uint32_t priority,
-                        std::uint32_t target_hdl, pd_entry* entry_hdl) noexcept {
+VL_INLINE pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, uint32_t priority,
+                        uint32_t target_hdl, pd_entry* entry_hdl) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     Pointer pointer;
@@ -57,8 +57,7 @@ VL_INLINE pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* mat
 }
 
 template <TableRef T, Target target>
-VL_INLINE pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
-                           std::uint32_t target_hdl) noexcept {
+VL_INLINE pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t target_hdl) noexcept {
     Pointer pointer;
     const pd_status unknown = build_pointer<T, target>(dev_id, target_hdl, pointer);
     if (unknown != PD_STATUS_OK) return unknown;
@@ -68,7 +67,7 @@ VL_INLINE pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_entry entry
 
 template <TableRef T, Target target>
 VL_INLINE pd_status modify_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
-                                         std::uint32_t priority, std::uint32_t target_hdl) noexcept {
+                                         uint32_t priority, uint32_t target_hdl) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     Pointer pointer;
@@ -79,7 +78,7 @@ VL_INLINE pd_status modify_by_match_spec(pd_session sess_hdl, pd_dev_tgt dev_tgt
 }
 
 template <TableRef T, Target target>
-VL_INLINE pd_status set_default(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t target_hdl,
+VL_INLINE pd_status set_default(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t target_hdl,
                                 pd_entry* entry_hdl) noexcept {
     Pointer pointer;
     const pd_status unknown = build_pointer<T, target>(dev_tgt.dev_id, target_hdl, pointer);

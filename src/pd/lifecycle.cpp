@@ -14,7 +14,7 @@
 #include "vl_driver/system.h"
 #include "vl_pd/velmar_switch.h"
 
-std::uint32_t bf_drv_hdl;
+uint32_t bf_drv_hdl;
 
 namespace vl_pd::lifecycle {
 
@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* client_name = "p4_pd_velmar_switch_pd";
 constexpr const char* program_name = "velmar_switch";
-constexpr std::uint32_t client_priority = 2;
+constexpr uint32_t client_priority = 2;
 
 constexpr const char* program_key = "name";
 constexpr const char* profiles_key = "act_profs";
@@ -42,7 +42,7 @@ pipe_status dev_log(pipe_dev_id dev_id, cJSON* object) {
     cJSON_AddStringToObject(object, program_key, program_name);
     cJSON* const logs = cJSON_CreateArray();
     cJSON_AddItemToObject(object, profiles_key, logs);
-    for (std::size_t i = 0; i < std::size(shadows); ++i) {
+    for (size_t i = 0; i < std::size(shadows); ++i) {
         cJSON* const log = cJSON_CreateObject();
         cJSON_AddItemToArray(logs, log);
         cJSON_AddStringToObject(log, profile_name_key, catalog::profiles[i].name);
@@ -57,7 +57,7 @@ pipe_status dev_restore(pipe_dev_id dev_id, cJSON* object) {
     for (cJSON* log = logs ? logs->child : nullptr; log != nullptr; log = log->next) {
         const cJSON* const name = cJSON_GetObjectItem(log, profile_name_key);
         if (name == nullptr || name->valuestring == nullptr) continue;
-        for (std::size_t i = 0; i < std::size(shadows); ++i)
+        for (size_t i = 0; i < std::size(shadows); ++i)
             if (std::strcmp(name->valuestring, catalog::profiles[i].name) == 0)
                 p4_pd_ms_restore_state(dev_id, shadows[i], log);
     }
@@ -94,7 +94,7 @@ pd_status cleanup() noexcept {
 
 void device_state_cleanup() noexcept {}
 
-p4_pd_ms_state* shadow_of(std::size_t profile) noexcept {
+p4_pd_ms_state* shadow_of(size_t profile) noexcept {
     return shadows[profile];
 }
 

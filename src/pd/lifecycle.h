@@ -15,6 +15,6 @@ void device_state_cleanup() noexcept;
 
 // The shadow of a profile, by the profile's place in catalog::profiles. Null before init(). One state serves all
 // devices.
-p4_pd_ms_state* shadow_of(std::size_t profile) noexcept;
+p4_pd_ms_state* shadow_of(size_t profile) noexcept;
 
 } // namespace vl_pd::lifecycle

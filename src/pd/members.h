@@ -12,7 +12,7 @@ using catalog::ProfileRef;
 using encoding::no_flags;
 
 template <ProfileRef P, ActionRef A>
-inline constexpr std::uint32_t action_handle = catalog::find_binding(P->actions, A->name)->handle;
+inline constexpr uint32_t action_handle = catalog::find_binding(P->actions, A->name)->handle;
 
 template <ProfileRef P, ActionRef A>
 pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* action_spec, pd_member* mbr_hdl) noexcept {
@@ -56,17 +56,16 @@ inline constexpr auto get_member_name =
 
 // Reads the driver, not the shadow, which holds no data.
 template <ProfileRef P>
-pd_status get(pd_session, pd_device dev_id, pd_member mbr_hdl, std::uint32_t read_from_hw,
-              void* action_record) noexcept {
+pd_status get(pd_session, pd_device dev_id, pd_member mbr_hdl, uint32_t read_from_hw, void* action_record) noexcept {
     bytes::Byte data[readback::data_capacity]{};
     pipe_action_data action{.data_bits = 0, .data_len = readback::data_capacity, .reserved = 0, .data = data};
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = pipe_mgr_get_action_data_entry(P->data_table, on_all_pipes(dev_id), mbr_hdl, &action,
-                                                             &action_hdl, static_cast<std::uint8_t>(read_from_hw));
+                                                             &action_hdl, static_cast<uint8_t>(read_from_hw));
     if (refused != PD_STATUS_OK) return refused;
     const bool known = visit_action<P>(action_hdl, [&]<ActionRef A>() VL_INLINE_LAMBDA {
         if constexpr (encoding::action_layout<A>.param_count != 0) {
-            std::uint32_t count = 0;
+            uint32_t count = 0;
             void* resources = nullptr; // no profile's action carries any; the component is asked all the same
             p4_pd_ms_mbr_get_res(shadow<P>(), dev_id, mbr_hdl, &count, &resources);
         }
@@ -83,13 +82,13 @@ pd_status get_first(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member* mbr_hdl)
 }
 
 template <ProfileRef P>
-pd_status get_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl, std::uint32_t n,
+pd_status get_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl, uint32_t n,
                    pd_member* next_mbr_hdls) noexcept {
     return pipe_mgr_get_next_entry_handles(sess_hdl, P->data_table, to_driver(dev_tgt), mbr_hdl, n, next_mbr_hdls);
 }
 
 template <ProfileRef P>
-pd_status get_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t* count) noexcept {
+pd_status get_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t* count) noexcept {
     return pipe_mgr_get_entry_count(sess_hdl, to_driver(dev_tgt), P->data_table, 0, count);
 }
 

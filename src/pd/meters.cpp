@@ -11,11 +11,11 @@ namespace vl_pd::meters {
 
 namespace {
 
-constexpr std::uint32_t no_flags = 0;
+constexpr uint32_t no_flags = 0;
 
 } // namespace
 
-std::uint32_t get_bytes_meter_type(std::uint32_t meter_type) noexcept {
+uint32_t get_bytes_meter_type(uint32_t meter_type) noexcept {
     switch (meter_type) {
     case PD_METER_TYPE_COLOR_AWARE:
         return PIPE_METER_COLOR_AWARE;
@@ -27,7 +27,7 @@ std::uint32_t get_bytes_meter_type(std::uint32_t meter_type) noexcept {
     }
 }
 
-pipe_meter_spec driver_form(const pd_meter_spec& spec, std::uint32_t driver_type, std::uint32_t unit) noexcept {
+pipe_meter_spec driver_form(const pd_meter_spec& spec, uint32_t driver_type, uint32_t unit) noexcept {
     pipe_meter_spec driver_spec{};
     driver_spec.type = driver_type;
     driver_spec.committed_unit = unit;
@@ -44,15 +44,15 @@ pipe_meter_spec bytes_meter(const pd_meter_spec& spec) noexcept {
 }
 
 pd_meter_spec agent_form(const pipe_meter_spec& driver_spec) noexcept {
-    return {.committed_rate = static_cast<std::uint32_t>(driver_spec.committed_rate),
-            .committed_burst = static_cast<std::uint32_t>(driver_spec.committed_burst),
-            .peak_rate = static_cast<std::uint32_t>(driver_spec.peak_rate),
-            .peak_burst = static_cast<std::uint32_t>(driver_spec.peak_burst),
+    return {.committed_rate = static_cast<uint32_t>(driver_spec.committed_rate),
+            .committed_burst = static_cast<uint32_t>(driver_spec.committed_burst),
+            .peak_rate = static_cast<uint32_t>(driver_spec.peak_rate),
+            .peak_burst = static_cast<uint32_t>(driver_spec.peak_burst),
             .meter_type = driver_spec.type};
 }
 
-pd_status set_direct(std::uint32_t table, std::uint32_t meter, pd_session sess_hdl, pd_device dev_id,
-                     pd_entry entry_hdl, const pd_meter_spec* meter_spec) noexcept {
+pd_status set_direct(uint32_t table, uint32_t meter, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
+                     const pd_meter_spec* meter_spec) noexcept {
     const pipe_meter_spec driver_spec = bytes_meter(*meter_spec);
     pipe_resource_slot slot{};
     slot.resource_hdl = meter;
@@ -61,7 +61,7 @@ pd_status set_direct(std::uint32_t table, std::uint32_t meter, pd_session sess_h
     return pipe_mgr_mat_ent_set_resource(sess_hdl, dev_id, table, entry_hdl, &slot, 1, no_flags);
 }
 
-pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
+pd_status read_direct(uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
                       pd_meter_spec* meter_spec) noexcept {
     pipe_meter_spec driver_spec{};
     const pd_status refused = pipe_mgr_meter_read_entry(sess_hdl, to_driver(dev_tgt), table, entry_hdl, &driver_spec);
@@ -70,13 +70,13 @@ pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_t
     return PD_STATUS_OK;
 }
 
-pd_status set_indirect(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status set_indirect(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                        const pd_meter_spec* meter_spec) noexcept {
     const pipe_meter_spec driver_spec = bytes_meter(*meter_spec);
     return pipe_mgr_meter_ent_set(sess_hdl, to_driver(dev_tgt), meter, index, &driver_spec, no_flags);
 }
 
-pd_status read_indirect(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status read_indirect(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                         pd_meter_spec* meter_spec) noexcept {
     pipe_meter_spec driver_spec{};
     const pd_status refused =
@@ -86,23 +86,21 @@ pd_status read_indirect(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev
     return PD_STATUS_OK;
 }
 
-pd_status set_bytecount_adjust(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt,
-                               std::uint32_t adjustment) noexcept {
+pd_status set_bytecount_adjust(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adjustment) noexcept {
     return pipe_mgr_meter_set_bytecount_adjust(sess_hdl, to_driver(dev_tgt), meter, adjustment);
 }
 
-pd_status get_bytecount_adjust(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt,
-                               std::uint32_t* adjustment) noexcept {
+pd_status get_bytecount_adjust(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t* adjustment) noexcept {
     return pipe_mgr_meter_get_bytecount_adjust(sess_hdl, to_driver(dev_tgt), meter, adjustment);
 }
 
-pd_status set_wred(std::uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status set_wred(uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                    const pd_wred_spec* wred_spec) noexcept {
     const auto copy = std::bit_cast<pipe_wred_spec>(*wred_spec);
     return pipe_mgr_wred_ent_set(sess_hdl, to_driver(dev_tgt), wred, index, &copy, no_flags);
 }
 
-pd_status read_wred(std::uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status read_wred(uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                     pd_wred_spec* wred_spec) noexcept {
     pipe_wred_spec copy{};
     const pd_status refused = pipe_mgr_wred_read_entry_idx(sess_hdl, to_driver(dev_tgt), wred, index, &copy, no_flags);

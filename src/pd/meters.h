@@ -14,10 +14,10 @@ namespace vl_pd::meters {
 
 // The driver's meter type for the caller's. Packets are taken to reach the meter with a colour already. A type outside
 // the enumeration is a logged assertion, after which the meter is colour aware.
-std::uint32_t get_bytes_meter_type(std::uint32_t meter_type) noexcept;
+uint32_t get_bytes_meter_type(uint32_t meter_type) noexcept;
 
 // The driver's form of a meter spec, by a meter type and a unit that are the driver's already. Reserved words are zero.
-pipe_meter_spec driver_form(const pd_meter_spec& spec, std::uint32_t driver_type, std::uint32_t unit) noexcept;
+pipe_meter_spec driver_form(const pd_meter_spec& spec, uint32_t driver_type, uint32_t unit) noexcept;
 
 // The same for the meters of the pipeline, all of which count bytes.
 pipe_meter_spec bytes_meter(const pd_meter_spec& spec) noexcept;
@@ -26,26 +26,24 @@ pipe_meter_spec bytes_meter(const pd_meter_spec& spec) noexcept;
 pd_meter_spec agent_form(const pipe_meter_spec& driver_spec) noexcept;
 
 // The direct meter of a table. `meter` is its resource handle.
-pd_status set_direct(std::uint32_t table, std::uint32_t meter, pd_session sess_hdl, pd_device dev_id,
-                     pd_entry entry_hdl, const pd_meter_spec* meter_spec) noexcept;
-pd_status read_direct(std::uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
+pd_status set_direct(uint32_t table, uint32_t meter, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
+                     const pd_meter_spec* meter_spec) noexcept;
+pd_status read_direct(uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl,
                       pd_meter_spec* meter_spec) noexcept;
 
-pd_status set_indirect(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status set_indirect(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                        const pd_meter_spec* meter_spec) noexcept;
-pd_status read_indirect(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status read_indirect(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                         pd_meter_spec* meter_spec) noexcept;
 
 // By resource handle, for direct meters too.
-pd_status set_bytecount_adjust(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt,
-                               std::uint32_t adjustment) noexcept;
-pd_status get_bytecount_adjust(std::uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt,
-                               std::uint32_t* adjustment) noexcept;
+pd_status set_bytecount_adjust(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adjustment) noexcept;
+pd_status get_bytecount_adjust(uint32_t meter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t* adjustment) noexcept;
 
 // A WRED spec is copied, and never looked into.
-pd_status set_wred(std::uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status set_wred(uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                    const pd_wred_spec* wred_spec) noexcept;
-pd_status read_wred(std::uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t index,
+pd_status read_wred(uint32_t wred, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index,
                     pd_wred_spec* wred_spec) noexcept;
 
 } // namespace vl_pd::meters

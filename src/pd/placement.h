@@ -30,11 +30,11 @@ inline constexpr auto function_name =
 
 // Bytes of the catalog's largest key. The driver writes the key of whatever entry the data is of, also where the caller
 // took another table for its own.
-inline constexpr std::size_t key_capacity = [] {
-    std::size_t largest = 0;
+inline constexpr size_t key_capacity = [] {
+    size_t largest = 0;
     for (const catalog::Seam& seam : catalog::seams)
         for (const catalog::Table& table : seam.tables)
-            largest = std::max<std::size_t>(largest, catalog::key_layout(table).bytes);
+            largest = std::max<size_t>(largest, catalog::key_layout(table).bytes);
     return largest;
 }();
 
@@ -65,8 +65,8 @@ struct PlacedEntry {
 
 // PD_STATUS_INVALID: the action isn't the table's; the key outputs are written then, the action record isn't.
 template <TableRef T>
-VL_INLINE pd_status decode_entry(const void* plcmt_data, void* match_spec, std::uint32_t* priority, void* action_record,
-                                 std::uint8_t* is_default) noexcept {
+VL_INLINE pd_status decode_entry(const void* plcmt_data, void* match_spec, uint32_t* priority, void* action_record,
+                                 uint8_t* is_default) noexcept {
     PlacedEntry<T> entry;
     if (const pd_status refused = entry.read(plcmt_data); refused != PD_STATUS_OK) return refused;
     ResourceList resources;
@@ -86,9 +86,9 @@ VL_INLINE pd_status decode_entry(const void* plcmt_data, void* match_spec, std::
 
 // Mind the order of the outputs: a read of the same table has the flags in front, and the group before the member.
 template <TableRef T>
-VL_INLINE pd_status decode_indirect_entry(const void* plcmt_data, void* match_spec, std::uint32_t* priority,
-                                          pd_member* mbr_hdl, pd_group* grp_hdl, std::uint8_t* has_mbr,
-                                          std::uint8_t* has_grp, std::uint8_t* is_default) noexcept {
+VL_INLINE pd_status decode_indirect_entry(const void* plcmt_data, void* match_spec, uint32_t* priority,
+                                          pd_member* mbr_hdl, pd_group* grp_hdl, uint8_t* has_mbr, uint8_t* has_grp,
+                                          uint8_t* is_default) noexcept {
     PlacedEntry<T> entry;
     if (const pd_status refused = entry.read(plcmt_data); refused != PD_STATUS_OK) return refused;
     readback::write_key<T>(entry.match, match_spec, priority, is_default);
@@ -124,7 +124,7 @@ pd_status decode_full_member(pd_device dev_id, pd_member mbr_hdl, const void* pl
                              void* action_record) noexcept {
     return decode_member_data<P, full_member_suffix>(plcmt_data, action_record, [&] {
         if (shadow<P>() == nullptr) return;
-        std::uint32_t count = 0;
+        uint32_t count = 0;
         void* resources = nullptr;
         p4_pd_ms_mbr_get_res(shadow<P>(), dev_id, mbr_hdl, &count, &resources);
     });

@@ -25,11 +25,11 @@ using decoding::unbuild_key;
 using decoding::unbuild_mask;
 
 // Room for the action data of every table.
-inline constexpr std::size_t data_capacity = 32;
+inline constexpr size_t data_capacity = 32;
 
 // Bytes of a table's key; C++ has no empty arrays.
 template <TableRef T>
-inline constexpr std::size_t key_room = key_layout<T>.bytes == 0 ? 1 : key_layout<T>.bytes;
+inline constexpr size_t key_room = key_layout<T>.bytes == 0 ? 1 : key_layout<T>.bytes;
 
 template <ActionRef A>
 inline constexpr bool fits_buffers = action_layout<A>.bytes <= data_capacity&& action_layout<A>.record_size <=
@@ -52,8 +52,7 @@ VL_INLINE void prepare(pipe_match_record& match, Byte* key, Byte* mask) {
 }
 
 template <TableRef T>
-VL_INLINE void write_key(const pipe_match_record& match, void* match_spec, std::uint32_t* priority,
-                         std::uint8_t* is_default) {
+VL_INLINE void write_key(const pipe_match_record& match, void* match_spec, uint32_t* priority, uint8_t* is_default) {
     constexpr catalog::KeyShape shape = catalog::key_shape(*T);
     if constexpr (shape != catalog::KeyShape::keyless) {
         const bool has_key = match.key_bytes != nullptr && match.key_len != 0;
@@ -70,23 +69,23 @@ VL_INLINE void write_key(const pipe_match_record& match, void* match_spec, std::
 
 // With the terminator.
 template <ActionRef A>
-inline constexpr std::size_t full_name_size = name_prefix.size() + std::string_view(A->name).size() + 1;
+inline constexpr size_t full_name_size = name_prefix.size() + std::string_view(A->name).size() + 1;
 
 // Writes an action as one record: its number, and from byte 4 on its parameters, if it has any.
 template <ActionRef A>
 VL_INLINE void write_action_record(const pipe_action_data& action, const pd_resource_index* resources,
-                                   std::uint32_t resource_count, void* action_record) {
+                                   uint32_t resource_count, void* action_record) {
     static_assert(fits_buffers<A>);
-    constexpr std::uint32_t number = A.number;
+    constexpr uint32_t number = A.number;
     std::memcpy(action_record, &number, sizeof number);
     if constexpr (action_layout<A>.param_count != 0)
         unbuild_action_spec<A>(action, resources, resource_count, static_cast<Byte*>(action_record) + sizeof number);
 }
 
 template <TableRef T>
-VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
-                              void* match_spec, std::uint32_t* priority, char* action_name, void* action_spec,
-                              std::uint32_t* action_id, std::uint8_t* is_default) noexcept {
+VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw,
+                              void* match_spec, uint32_t* priority, char* action_name, void* action_spec,
+                              uint32_t* action_id, uint8_t* is_default) noexcept {
     Byte key[key_room<T>]{};
     Byte mask[key_room<T>]{};
     Byte data[data_capacity]{};
@@ -99,7 +98,7 @@ VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry en
     pipe_act_hdl action_hdl = 0;
 
     const pd_status refused = pipe_mgr_get_entry(sess_hdl, T->handle, on_all_pipes(dev_id), entry_hdl, &match, &action,
-                                                 &action_hdl, static_cast<std::uint8_t>(read_from_hw), 1, 0);
+                                                 &action_hdl, static_cast<uint8_t>(read_from_hw), 1, 0);
     if (refused != PD_STATUS_OK) return refused;
     if (action.kind != PIPE_KIND_ACTION_DATA) {
         assertion_failed(Condition::zero, get_entry_name<T>.data(), __LINE__);
@@ -122,8 +121,8 @@ VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry en
 }
 
 // What an entry of an indirect table points at. The handle that it doesn't hold isn't written.
-inline void write_target(const pipe_action_record& action, std::uint8_t* has_mbr, std::uint8_t* has_grp,
-                         pd_group* grp_hdl, pd_member* mbr_hdl) {
+inline void write_target(const pipe_action_record& action, uint8_t* has_mbr, uint8_t* has_grp, pd_group* grp_hdl,
+                         pd_member* mbr_hdl) {
     *has_mbr = action.kind == PIPE_KIND_MEMBER;
     *has_grp = action.kind == PIPE_KIND_GROUP;
     if (*has_mbr) *mbr_hdl = action.member_hdl;
@@ -131,10 +130,9 @@ inline void write_target(const pipe_action_record& action, std::uint8_t* has_mbr
 }
 
 template <TableRef T>
-VL_INLINE pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
-                                       std::uint32_t read_from_hw, void* match_spec, std::uint32_t* priority,
-                                       std::uint8_t* has_mbr, std::uint8_t* has_grp, pd_group* grp_hdl,
-                                       pd_member* mbr_hdl, std::uint8_t* is_default) noexcept {
+VL_INLINE pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw,
+                                       void* match_spec, uint32_t* priority, uint8_t* has_mbr, uint8_t* has_grp,
+                                       pd_group* grp_hdl, pd_member* mbr_hdl, uint8_t* is_default) noexcept {
     Byte key[key_layout<T>.bytes]{};
     Byte mask[key_layout<T>.bytes]{};
     pipe_match_record match{};
@@ -144,7 +142,7 @@ VL_INLINE pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd
     pipe_act_hdl action_hdl = 0;
 
     const pd_status refused = pipe_mgr_get_entry(sess_hdl, T->handle, on_all_pipes(dev_id), entry_hdl, &match, &action,
-                                                 &action_hdl, static_cast<std::uint8_t>(read_from_hw), 1, 0);
+                                                 &action_hdl, static_cast<uint8_t>(read_from_hw), 1, 0);
     if (refused != PD_STATUS_OK) return refused;
     write_target(action, has_mbr, has_grp, grp_hdl, mbr_hdl);
     write_key<T>(match, match_spec, priority, is_default);
@@ -152,7 +150,7 @@ VL_INLINE pd_status get_indirect_entry(pd_session sess_hdl, pd_device dev_id, pd
 }
 
 template <TableRef T>
-VL_INLINE pd_status get_entry_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, std::uint32_t* count) noexcept {
+VL_INLINE pd_status get_entry_count(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t* count) noexcept {
     return pipe_mgr_get_entry_count(sess_hdl, to_driver(dev_tgt), T->handle, 0, count);
 }
 
@@ -163,7 +161,7 @@ VL_INLINE pd_status get_first_entry_handle(pd_session sess_hdl, pd_dev_tgt dev_t
 }
 
 template <TableRef T>
-VL_INLINE pd_status get_next_entry_handles(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl, std::uint32_t n,
+VL_INLINE pd_status get_next_entry_handles(pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl, uint32_t n,
                                            pd_entry* next_entry_hdls) noexcept {
     return pipe_mgr_get_next_entry_handles(sess_hdl, T->handle, to_driver(dev_tgt), entry_hdl, n, next_entry_hdls);
 }

@@ -28,7 +28,7 @@ public:
     const pd_resource_index* pairs() const {
         return pairs_;
     }
-    std::uint32_t count() const {
+    uint32_t count() const {
         return count_;
     }
 
@@ -36,7 +36,7 @@ private:
     bool list_slots(const pipe_action_record& record) noexcept;
 
     pd_resource_index* pairs_ = nullptr;
-    std::uint32_t count_ = 0;
+    uint32_t count_ = 0;
 };
 
 } // namespace vl_pd

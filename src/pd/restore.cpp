@@ -38,8 +38,8 @@ bool restore_row(p4_pd_ms_state* shadow, pipe_sess_hdl sess_hdl, pipe_dev_id dev
 
 void ha_restore_state_from_adt_sel(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl adt_hdl,
                                    pipe_act_hdl action, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl,
-                                   std::uint32_t resource_count) {
-    for (std::size_t i = 0; i < std::size(catalog::profiles); ++i) {
+                                   uint32_t resource_count) {
+    for (size_t i = 0; i < std::size(catalog::profiles); ++i) {
         if (catalog::profiles[i].data_table != adt_hdl) continue;
         p4_pd_ms_state* const shadow = lifecycle::shadow_of(i);
         if (!restore_row(shadow, sess_hdl, dev_id, action, grp_hdl, mbr_hdl)) return;
@@ -52,8 +52,7 @@ void ha_restore_state_from_adt_sel(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
 
 } // namespace
 
-pd_status restore_virtual_dev_state(std::uint64_t a1, std::uint64_t a2, std::uint64_t a3, std::uint64_t a4,
-                                    std::uint64_t a5) noexcept {
+pd_status restore_virtual_dev_state(uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5) noexcept {
     return pipe_mgr_hitless_ha_restore_virtual_dev_state(a1, a2, a3, a4, a5, ha_restore_state_from_adt_sel);
 }
 

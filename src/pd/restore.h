@@ -8,7 +8,6 @@
 namespace vl_pd::restore {
 
 // The five words are between agent and driver.
-pd_status restore_virtual_dev_state(std::uint64_t a1, std::uint64_t a2, std::uint64_t a3, std::uint64_t a4,
-                                    std::uint64_t a5) noexcept;
+pd_status restore_virtual_dev_state(uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5) noexcept;
 
 } // namespace vl_pd::restore

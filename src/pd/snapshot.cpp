@@ -18,17 +18,17 @@ static_assert(PD_SNAPSHOT_RECORD_SIZE == catalog::snapshot_record_size &&
               PD_SNAPSHOT_MAX_STAGES == catalog::snapshot_max_stages);
 
 // Bit 1 of a snapshot's handle tells which layout its records have.
-const catalog::SnapshotLayout& layout_of(std::uint32_t snapshot_hdl) {
+const catalog::SnapshotLayout& layout_of(uint32_t snapshot_hdl) {
     return catalog::snapshot_layouts[snapshot_hdl >> 1 & 1];
 }
 
 pd_snapshot_record to_network_order(pd_snapshot_record record, const catalog::SnapshotLayout& layout) {
-    for (const std::uint16_t offset : layout.two_byte_fields) {
-        std::uint8_t* const field = record.bytes + offset;
+    for (const uint16_t offset : layout.two_byte_fields) {
+        uint8_t* const field = record.bytes + offset;
         bytes::store_big_endian<2>(field, bytes::load<2>(field));
     }
-    for (const std::uint16_t offset : layout.four_byte_fields) {
-        std::uint8_t* const field = record.bytes + offset;
+    for (const uint16_t offset : layout.four_byte_fields) {
+        uint8_t* const field = record.bytes + offset;
         bytes::store_big_endian<4>(field, bytes::load<4>(field));
     }
     return record;
@@ -36,19 +36,19 @@ pd_snapshot_record to_network_order(pd_snapshot_record record, const catalog::Sn
 
 } // namespace
 
-pd_status create(pd_dev_tgt dev_tgt, std::uint32_t start_stage, std::uint32_t end_stage, std::uint32_t direction,
-                 std::uint32_t* snapshot_hdl) noexcept {
-    const auto target = std::bit_cast<std::uint64_t>(dev_tgt);
-    return bf_snapshot_create(static_cast<std::uint32_t>(target), static_cast<std::uint32_t>(target >> 32),
-                              static_cast<std::uint8_t>(start_stage), static_cast<std::uint8_t>(end_stage), direction,
+pd_status create(pd_dev_tgt dev_tgt, uint32_t start_stage, uint32_t end_stage, uint32_t direction,
+                 uint32_t* snapshot_hdl) noexcept {
+    const auto target = std::bit_cast<uint64_t>(dev_tgt);
+    return bf_snapshot_create(static_cast<uint32_t>(target), static_cast<uint32_t>(target >> 32),
+                              static_cast<uint8_t>(start_stage), static_cast<uint8_t>(end_stage), direction,
                               snapshot_hdl);
 }
 
-pd_status remove(std::uint32_t snapshot_hdl) noexcept {
+pd_status remove(uint32_t snapshot_hdl) noexcept {
     return bf_snapshot_delete(snapshot_hdl);
 }
 
-pd_status capture_trigger_set(std::uint32_t snapshot_hdl, const pd_snapshot_record* value,
+pd_status capture_trigger_set(uint32_t snapshot_hdl, const pd_snapshot_record* value,
                               const pd_snapshot_record* mask) noexcept {
     const catalog::SnapshotLayout& layout = layout_of(snapshot_hdl);
     const pd_snapshot_record service_value = to_network_order(*value, layout);
@@ -56,19 +56,19 @@ pd_status capture_trigger_set(std::uint32_t snapshot_hdl, const pd_snapshot_reco
     return bf_snapshot_capture_trigger_set(snapshot_hdl, &service_value, &service_mask);
 }
 
-pd_status capture_data_get(std::uint32_t snapshot_hdl, std::uint32_t pipe, pd_snapshot_record* stages,
-                           bf_snapshot_capture_ctrl* capture_ctrl, std::uint32_t* count) noexcept {
+pd_status capture_data_get(uint32_t snapshot_hdl, uint32_t pipe, pd_snapshot_record* stages,
+                           bf_snapshot_capture_ctrl* capture_ctrl, uint32_t* count) noexcept {
     *count = 0;
-    std::uint32_t total_size = 0;
-    std::uint32_t stage_size = 0;
+    uint32_t total_size = 0;
+    uint32_t stage_size = 0;
     bf_snapshot_capture_phv_fields_dict_size(snapshot_hdl, &total_size, &stage_size);
-    const DriverArray<std::uint8_t> capture(total_size);
+    const DriverArray<uint8_t> capture(total_size);
     if (capture.get() == nullptr) return PD_STATUS_NO_MEMORY;
     const pd_status status = bf_snapshot_capture_get(snapshot_hdl, pipe, capture.get(), capture_ctrl, count);
     // The service reports a stage size of a record or more. Without one there is no stage to copy.
-    const std::uint32_t stage_count = stage_size == 0 ? 0 : total_size / stage_size;
-    for (std::uint32_t stage = 0; stage < std::min<std::uint32_t>(stage_count, PD_SNAPSHOT_MAX_STAGES); ++stage)
-        std::memcpy(&stages[stage], capture.get() + std::size_t{stage} * stage_size, sizeof stages[stage]);
+    const uint32_t stage_count = stage_size == 0 ? 0 : total_size / stage_size;
+    for (uint32_t stage = 0; stage < std::min<uint32_t>(stage_count, PD_SNAPSHOT_MAX_STAGES); ++stage)
+        std::memcpy(&stages[stage], capture.get() + size_t{stage} * stage_size, sizeof stages[stage]);
     return status;
 }
 

@@ -10,16 +10,16 @@ struct bf_snapshot_capture_ctrl;
 namespace vl_pd::snapshot {
 
 // Of the stages 8 bits count.
-pd_status create(pd_dev_tgt dev_tgt, std::uint32_t start_stage, std::uint32_t end_stage, std::uint32_t direction,
-                 std::uint32_t* snapshot_hdl) noexcept;
-pd_status remove(std::uint32_t snapshot_hdl) noexcept;
+pd_status create(pd_dev_tgt dev_tgt, uint32_t start_stage, uint32_t end_stage, uint32_t direction,
+                 uint32_t* snapshot_hdl) noexcept;
+pd_status remove(uint32_t snapshot_hdl) noexcept;
 
 // The caller's records are in the machine's byte order and stay as they are; the service gets copies in network order.
-pd_status capture_trigger_set(std::uint32_t snapshot_hdl, const pd_snapshot_record* value,
+pd_status capture_trigger_set(uint32_t snapshot_hdl, const pd_snapshot_record* value,
                               const pd_snapshot_record* mask) noexcept;
 
 // Fills `stages` (room for PD_SNAPSHOT_MAX_STAGES) in order, whatever the service said: after a failure with zeros.
-pd_status capture_data_get(std::uint32_t snapshot_hdl, std::uint32_t pipe, pd_snapshot_record* stages,
-                           bf_snapshot_capture_ctrl* capture_ctrl, std::uint32_t* count) noexcept;
+pd_status capture_data_get(uint32_t snapshot_hdl, uint32_t pipe, pd_snapshot_record* stages,
+                           bf_snapshot_capture_ctrl* capture_ctrl, uint32_t* count) noexcept;
 
 } // namespace vl_pd::snapshot

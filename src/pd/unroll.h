@@ -20,9 +20,9 @@
 namespace vl_pd {
 
 // Calls visit.operator()<0>() to visit.operator()<count - 1>().
-template <std::size_t count, class Visit>
+template <size_t count, class Visit>
 VL_INLINE void unroll([[maybe_unused]] Visit visit) {
-    [&]<std::size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
+    [&]<size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
         (visit.template operator()<i>(), ...);
     }
     (std::make_index_sequence<count>());

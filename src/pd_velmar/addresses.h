@@ -10,22 +10,20 @@
 
 namespace vl_pd::addresses {
 
-int print_mac_exact(char* buffer, const char* label, std::uint32_t oui, std::uint32_t station) noexcept;
+int print_mac_exact(char* buffer, const char* label, uint32_t oui, uint32_t station) noexcept;
 // The mask is shown unless it is all ones; a mask of zero has nothing to say.
-int print_mac_ternary(char* buffer, const char* label, std::uint32_t oui, std::uint32_t oui_mask, std::uint32_t station,
-                      std::uint32_t station_mask) noexcept;
+int print_mac_ternary(char* buffer, const char* label, uint32_t oui, uint32_t oui_mask, uint32_t station,
+                      uint32_t station_mask) noexcept;
 
-int print_v4addr_exact(char* buffer, const char* label, std::uint32_t address) noexcept;
+int print_v4addr_exact(char* buffer, const char* label, uint32_t address) noexcept;
 // Of prefix_length 16 bits count.
-int print_v4addr_lpm(char* buffer, const char* label, std::uint32_t address, std::uint32_t prefix_length) noexcept;
+int print_v4addr_lpm(char* buffer, const char* label, uint32_t address, uint32_t prefix_length) noexcept;
 // The mask is shown as the length of its leading run of ones. The address is shown whole.
-int print_v4addr_ternary(char* buffer, const char* label, std::uint32_t address, std::uint32_t mask) noexcept;
+int print_v4addr_ternary(char* buffer, const char* label, uint32_t address, uint32_t mask) noexcept;
 
-int print_v6addr_exact(char* buffer, const char* label, const std::uint8_t* address) noexcept;
-int print_v6addr_lpm(char* buffer, const char* label, const std::uint8_t* address,
-                     std::uint32_t prefix_length) noexcept;
+int print_v6addr_exact(char* buffer, const char* label, const uint8_t* address) noexcept;
+int print_v6addr_lpm(char* buffer, const char* label, const uint8_t* address, uint32_t prefix_length) noexcept;
 // The mask is shown as an address of its own.
-int print_v6addr_ternary(char* buffer, const char* label, const std::uint8_t* address,
-                         const std::uint8_t* mask) noexcept;
+int print_v6addr_ternary(char* buffer, const char* label, const uint8_t* address, const uint8_t* mask) noexcept;
 
 } // namespace vl_pd::addresses

@@ -17,20 +17,20 @@ struct Column {
     const char* name_suffix;
     const char* pd_name; // of the field, as the record has it
     const char* pd_suffix;
-    std::uint32_t bits;
-    std::uint32_t digits;    // hexadecimal, of a value
+    uint32_t bits;
+    uint32_t digits;         // hexadecimal, of a value
     catalog::FieldMask mask; // the bits that the table really matches
     bool narrowed;           // whether they are fewer than the field has
     catalog::Tag tag;
-    std::uint32_t record_offset;
-    std::uint32_t record_bytes;
+    uint32_t record_offset;
+    uint32_t record_bytes;
 
     constexpr bool wide() const {
         return bits > 32;
     }
     // Of columns that aren't wide.
-    constexpr std::uint32_t word_mask() const {
-        return static_cast<std::uint32_t>(mask.low);
+    constexpr uint32_t word_mask() const {
+        return static_cast<uint32_t>(mask.low);
     }
 };
 
@@ -75,8 +75,8 @@ constexpr Column of_partner(const catalog::KeyField& field, const catalog::Field
     return column;
 }
 
-constexpr std::size_t count(const catalog::Table& table) {
-    std::size_t sum = table.key.size();
+constexpr size_t count(const catalog::Table& table) {
+    size_t sum = table.key.size();
     for (const catalog::KeyField& field : table.key)
         sum += field.match != catalog::Match::exact;
     return sum;
@@ -85,7 +85,7 @@ constexpr std::size_t count(const catalog::Table& table) {
 } // namespace columns_detail
 
 // The value of a column, or of a parameter, that isn't wide.
-inline std::uint32_t load_word(const bytes::Byte* record, const auto& column) {
+inline uint32_t load_word(const bytes::Byte* record, const auto& column) {
     const bytes::Byte* const from = record + column.record_offset;
     switch (column.record_bytes) {
     case 1:
@@ -100,8 +100,8 @@ inline std::uint32_t load_word(const bytes::Byte* record, const auto& column) {
 template <catalog::TableRef T>
 inline constexpr auto columns = [] {
     std::array<Column, columns_detail::count(*T)> all{};
-    std::size_t end = 0;
-    for (std::size_t i = 0; i < T->key.size(); ++i) {
+    size_t end = 0;
+    for (size_t i = 0; i < T->key.size(); ++i) {
         const catalog::KeyField& field = T->key.begin()[i];
         const catalog::FieldLayout& place = encoding::key_layout<T>.fields[i];
         all[end++] = columns_detail::of_field(field, place);

@@ -11,7 +11,7 @@ namespace {
 using text::put;
 
 // " differs 0x1 vs 0x2"
-int values_differ(const char* message, char* out, std::uint32_t pd, std::uint32_t hw) {
+int values_differ(const char* message, char* out, uint32_t pd, uint32_t hw) {
     out = text::put_hex(put(out, " differs 0x"), pd);
     out = text::put_hex(put(out, " vs 0x"), hw);
     text::finish(message, out);
@@ -49,17 +49,17 @@ int match_columns(std::span<const Column> columns, const void* pd_record, const 
             text::finish(message, put(put_column_name(message, column), " differs"));
             return 0;
         }
-        const std::uint32_t left = load_word(pd, column) & column.word_mask();
-        const std::uint32_t right = load_word(hw, column) & column.word_mask();
+        const uint32_t left = load_word(pd, column) & column.word_mask();
+        const uint32_t right = load_word(hw, column) & column.word_mask();
         if (left != right) return values_differ(message, put_column_name(message, column), left, right);
     }
     return 1;
 }
 
-int action_specs(std::uint32_t action, const void* pd_record, const void* hw_record, char* message) noexcept {
+int action_specs(uint32_t action, const void* pd_record, const void* hw_record, char* message) noexcept {
     for (const ParamColumn& param : param_columns(action)) {
-        const std::uint32_t left = load_word(static_cast<const Byte*>(pd_record), param) & param.mask;
-        const std::uint32_t right = load_word(static_cast<const Byte*>(hw_record), param) & param.mask;
+        const uint32_t left = load_word(static_cast<const Byte*>(pd_record), param) & param.mask;
+        const uint32_t right = load_word(static_cast<const Byte*>(hw_record), param) & param.mask;
         if (left == right) continue;
         char* const out = put(put(message, "aspec action_"), std::string_view(param.name));
         return values_differ(message, out, left, right);
@@ -67,7 +67,7 @@ int action_specs(std::uint32_t action, const void* pd_record, const void* hw_rec
     return 1;
 }
 
-int actions_differ(std::uint32_t pd, std::uint32_t hw, char* message) noexcept {
+int actions_differ(uint32_t pd, uint32_t hw, char* message) noexcept {
     char* out = text::put_hex(put(message, "actions differ 0x"), pd);
     out = text::put_hex(put(out, ", vs 0x"), hw);
     text::finish(message, out);

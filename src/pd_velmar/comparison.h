@@ -16,12 +16,12 @@ using bytes::Byte;
 using catalog::TableRef;
 
 int match_columns(std::span<const Column> columns, const void* pd, const void* hw, char* message) noexcept;
-int action_specs(std::uint32_t action, const void* pd, const void* hw, char* message) noexcept;
+int action_specs(uint32_t action, const void* pd, const void* hw, char* message) noexcept;
 
 // The message of a difference that the table's or function's name alone explains; 0.
 int differ(char* message, const char* before, const char* name = "", const char* after = "") noexcept;
 
-int actions_differ(std::uint32_t pd, std::uint32_t hw, char* message) noexcept;
+int actions_differ(uint32_t pd, uint32_t hw, char* message) noexcept;
 
 // What an entry of an indirect table points at.
 struct Target {

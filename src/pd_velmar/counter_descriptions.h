@@ -24,7 +24,7 @@ template <TableRef T>
 consteval std::span<const Piece> pieces_of() {
     for (const Vocabulary& each : vocabularies) {
         if (each.table != T->name) continue;
-        std::size_t field = 0;
+        size_t field = 0;
         for (const Piece& piece : each.pieces) {
             if (field >= T->key.size() || !catalog::same(T->key.begin()[field].pd_name, piece.field))
                 pieces_and_key_fields_differ();
@@ -38,27 +38,27 @@ consteval std::span<const Piece> pieces_of() {
 }
 
 template <TableRef T>
-consteval std::size_t field_number(const char* pd_name) {
-    std::size_t number = 0;
+consteval size_t field_number(const char* pd_name) {
+    size_t number = 0;
     while (!catalog::same(T->key.begin()[number].pd_name, pd_name))
         ++number;
     return number;
 }
 
-consteval unsigned digits_of(std::uint32_t ones) {
+consteval unsigned digits_of(uint32_t ones) {
     return (static_cast<unsigned>(std::bit_width(ones)) + 3) / 4;
 }
 
 // A field of the record; the mask of one that has none is all ones.
 struct Matched {
-    std::uint32_t value;
-    std::uint32_t mask;
+    uint32_t value;
+    uint32_t mask;
 };
 
-template <TableRef T, std::size_t number>
+template <TableRef T, size_t number>
 Matched load_field(const Byte* record) {
     constexpr catalog::FieldLayout field = encoding::key_layout<T>.fields[number];
-    Matched loaded{bytes::load<field.record_bytes>(record + field.record_offset), ~std::uint32_t{0}};
+    Matched loaded{bytes::load<field.record_bytes>(record + field.record_offset), ~uint32_t{0}};
     if constexpr (field.partner_bytes != 0)
         loaded.mask = bytes::load<field.partner_bytes>(record + field.partner_offset);
     return loaded;
@@ -69,21 +69,21 @@ inline char* put_label(char* out, const char* label) {
 }
 
 // "Ttl 0x40 "
-template <std::uint32_t ones>
-char* put_exact(char* out, const char* label, std::uint32_t value) {
+template <uint32_t ones>
+char* put_exact(char* out, const char* label, uint32_t value) {
     out = text::put(put_label(out, label), " 0x");
     return text::put(text::put_hex<digits_of(ones)>(out, value & ones), " ");
 }
 
 // "Ttl & 0xf0 0x40 "
-template <std::uint32_t ones>
+template <uint32_t ones>
 char* put_under_mask(char* out, const char* label, Matched field) {
     out = text::put_hex(text::put(put_label(out, label), " & 0x"), field.mask);
     out = text::put_hex<digits_of(ones)>(text::put(out, " 0x"), field.value & ones);
     return text::put(out, " ");
 }
 
-template <std::uint32_t ones>
+template <uint32_t ones>
 char* put_number(char* out, const char* label, Matched field) {
     if (field.mask == 0) return out;
     if (field.mask == ones) return put_exact<ones>(out, label, field.value);
@@ -96,7 +96,7 @@ inline char* put_flag(char* out, const char* label, Matched field) {
     return text::put(put_label(out, label), " ");
 }
 
-template <std::uint32_t ones>
+template <uint32_t ones>
 char* put_mapped(char* out, const char* label, std::initializer_list<Word> words, Matched field) {
     if ((field.mask & ones) != 0)
         for (const Word& word : words)
@@ -105,11 +105,11 @@ char* put_mapped(char* out, const char* label, std::initializer_list<Word> words
 }
 
 // The three bits of the ACL's verdict. A drop with log has a name; no verdict is a blank.
-template <std::uint32_t verdict>
+template <uint32_t verdict>
 char* put_acl_result(char* out, const char* label, Matched field) {
     if (field.mask == 0) return out;
     if ((field.mask & verdict) != 0) {
-        const std::uint32_t matched = field.mask & field.value & verdict;
+        const uint32_t matched = field.mask & field.value & verdict;
         if (matched == 0) return text::put(out, " ");
         if (matched == verdict) return text::put(out, "PACL/RACL Drop+/Log  ");
     } else if (field.mask == 7) {
@@ -118,29 +118,29 @@ char* put_acl_result(char* out, const char* label, Matched field) {
     return put_under_mask<verdict>(out, label, field);
 }
 
-inline constexpr std::uint32_t flood_interface = 0x10000; // of no port: not worth a word either
-inline constexpr std::uint32_t invalid_port = 0x1ff;
+inline constexpr uint32_t flood_interface = 0x10000; // of no port: not worth a word either
+inline constexpr uint32_t invalid_port = 0x1ff;
 
-template <std::uint32_t ones>
+template <uint32_t ones>
 char* put_egress_interface(char* out, const char* label, Matched field) {
     if ((field.mask & ones) != 0) {
-        const std::uint32_t matched = field.mask & field.value & ones;
+        const uint32_t matched = field.mask & field.value & ones;
         if (matched == 0 || matched == flood_interface) return text::put(out, " ");
         if (matched == invalid_port) return text::put(out, "Invalid Port  ");
     }
     return put_number<ones>(out, label, field);
 }
 
-template <std::uint32_t ones>
+template <uint32_t ones>
 char* put_multicast_group(char* out, const char* label, Matched field) {
     if (field.mask != 0 && (field.mask & field.value) == 0) return text::put(out, " ");
     return put_number<ones>(out, label, field);
 }
 
-template <TableRef T, std::size_t i>
+template <TableRef T, size_t i>
 char* put_piece(char* out, [[maybe_unused]] const Byte* record) {
     constexpr const Piece& piece = pieces_of<T>()[i];
-    constexpr std::size_t number = field_number<T>(piece.field);
+    constexpr size_t number = field_number<T>(piece.field);
     constexpr catalog::FieldLayout place = encoding::key_layout<T>.fields[number];
     if constexpr (piece.form == Form::silent) {
         return out;
@@ -178,8 +178,7 @@ char* put_piece(char* out, [[maybe_unused]] const Byte* record) {
 template <TableRef T>
 int match_spec(const void* record, char* buffer) noexcept {
     char* out = buffer;
-    unroll<pieces_of<T>().size()>(
-        [&]<std::size_t i>() { out = put_piece<T, i>(out, static_cast<const Byte*>(record)); });
+    unroll<pieces_of<T>().size()>([&]<size_t i>() { out = put_piece<T, i>(out, static_cast<const Byte*>(record)); });
     return out == buffer ? 0 : text::finish(buffer, out);
 }
 

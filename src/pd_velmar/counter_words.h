@@ -9,7 +9,7 @@
 
 namespace vl_pd::descriptions {
 
-enum class Form : std::uint8_t {
+enum class Form : uint8_t {
     silent, // in the key, but not worth a word
     exact,  // always: the label and the value
     number, // unless the mask is zero: the label, the mask unless it is all ones, and the value
@@ -24,7 +24,7 @@ enum class Form : std::uint8_t {
 };
 
 struct Word {
-    std::uint32_t value;
+    uint32_t value;
     const char* text;
 };
 
@@ -33,7 +33,7 @@ struct Piece {
     Form form;
     const char* label = "";
     // Values are cut to these bits, and a mask of just these is all ones. They give the digits.
-    std::uint32_t ones = 0;
+    uint32_t ones = 0;
     std::initializer_list<Word> words = {};
 };
 

@@ -17,20 +17,20 @@ const catalog::Digest* find_digest(const char* name) {
 
 } // namespace
 
-std::uint32_t entry_size(const char* digest) noexcept {
+uint32_t entry_size(const char* digest) noexcept {
     const catalog::Digest* const row = find_digest(digest);
-    std::uint32_t size = 0;
+    uint32_t size = 0;
     if (row != nullptr)
         for (const catalog::DigestField& field : row->fields)
             size += field.bytes;
     return size;
 }
 
-const void* field(const void* entry, const char* digest, const char* field_name, std::uint32_t* size) noexcept {
+const void* field(const void* entry, const char* digest, const char* field_name, uint32_t* size) noexcept {
     *size = 0;
     const catalog::Digest* const row = find_digest(digest);
     if (row == nullptr) return nullptr;
-    const auto* at = static_cast<const std::uint8_t*>(entry);
+    const auto* at = static_cast<const uint8_t*>(entry);
     for (const catalog::DigestField& field : row->fields) {
         if (std::strcmp(field.pd_name, field_name) == 0) {
             *size = field.bytes;

@@ -6,9 +6,9 @@
 namespace vl_pd::digest_fields {
 
 // Bytes of one entry; 0 for a name that is no digest's.
-std::uint32_t entry_size(const char* digest) noexcept;
+uint32_t entry_size(const char* digest) noexcept;
 
 // The address of a field in an entry, and the size of its slot. Null and 0 for a digest or field that isn't known.
-const void* field(const void* entry, const char* digest, const char* field_name, std::uint32_t* size) noexcept;
+const void* field(const void* entry, const char* digest, const char* field_name, uint32_t* size) noexcept;
 
 } // namespace vl_pd::digest_fields

@@ -10,10 +10,10 @@ namespace vl_pd {
 
 namespace {
 
-constexpr std::size_t action_count = std::size(catalog::actions);
+constexpr size_t action_count = std::size(catalog::actions);
 
-constexpr std::size_t param_count = [] {
-    std::size_t count = 0;
+constexpr size_t param_count = [] {
+    size_t count = 0;
     for (const catalog::Action& action : catalog::actions)
         count += action.params.size();
     return count;
@@ -21,29 +21,29 @@ constexpr std::size_t param_count = [] {
 
 struct Directory {
     std::array<ParamColumn, param_count> params{};
-    std::array<std::uint16_t, action_count + 1> first{};
+    std::array<uint16_t, action_count + 1> first{};
 };
 
 constexpr Directory directory = [] {
     Directory made;
-    std::size_t end = 0;
-    for (std::size_t number = 0; number < action_count; ++number) {
-        made.first[number] = static_cast<std::uint16_t>(end);
+    size_t end = 0;
+    for (size_t number = 0; number < action_count; ++number) {
+        made.first[number] = static_cast<uint16_t>(end);
         const catalog::ActionLayout layout = catalog::action_layout(catalog::actions[number]);
-        for (std::size_t i = 0; i < layout.param_count; ++i)
+        for (size_t i = 0; i < layout.param_count; ++i)
             made.params[end++] = {.name = catalog::actions[number].params.begin()[i].name,
                                   .digits = (layout.params[i].bits + 3) / 4,
                                   .mask = encoding::width_mask(layout.params[i].bits),
                                   .record_offset = layout.params[i].record_offset,
                                   .record_bytes = layout.params[i].record_bytes};
     }
-    made.first[action_count] = static_cast<std::uint16_t>(end);
+    made.first[action_count] = static_cast<uint16_t>(end);
     return made;
 }();
 
 } // namespace
 
-std::span<const ParamColumn> param_columns(std::uint32_t action) noexcept {
+std::span<const ParamColumn> param_columns(uint32_t action) noexcept {
     assert(action < action_count && "unknown action");
     const ParamColumn* const params = directory.params.data();
     return {params + directory.first[action], params + directory.first[action + 1]};

@@ -8,13 +8,13 @@ namespace vl_pd {
 
 struct ParamColumn {
     const char* name;
-    std::uint32_t digits; // hexadecimal
-    std::uint32_t mask;   // the bits of its width
-    std::uint32_t record_offset;
-    std::uint32_t record_bytes;
+    uint32_t digits; // hexadecimal
+    uint32_t mask;   // the bits of its width
+    uint32_t record_offset;
+    uint32_t record_bytes;
 };
 
 // Empty for an action without parameters.
-std::span<const ParamColumn> param_columns(std::uint32_t action) noexcept;
+std::span<const ParamColumn> param_columns(uint32_t action) noexcept;
 
 } // namespace vl_pd

@@ -12,13 +12,13 @@ using catalog::TableRef;
 
 // "cannot decode plcmt_data for p4_pd_velmar_switch_<name><suffix>"
 void print_failure(int fd, const char* name, const char* suffix) noexcept;
-void print_keyless_title(int fd, std::uint32_t indent, const char* table) noexcept;
+void print_keyless_title(int fd, uint32_t indent, const char* table) noexcept;
 // The action's full name, and its parameters.
-void print_action(int fd, std::uint32_t indent, std::uint32_t action, const void* action_spec) noexcept;
+void print_action(int fd, uint32_t indent, uint32_t action, const void* action_spec) noexcept;
 
 // The decoder's status. What the writes give is dropped.
 template <TableRef T>
-pd_status print(auto decode, int fd, std::uint32_t indent, const void* plcmt_data) noexcept {
+pd_status print(auto decode, int fd, uint32_t indent, const void* plcmt_data) noexcept {
     Entry<T> entry;
     if (const pd_status refused = decode_entry<T>(decode, plcmt_data, entry); refused != PD_STATUS_OK) {
         print_failure(fd, T->name, "");
@@ -42,7 +42,7 @@ int value(auto decode, const void* plcmt_data, char* buffer) noexcept {
 }
 
 template <ProfileRef P>
-pd_status print_member(auto decode, int fd, std::uint32_t indent, const void* plcmt_data) noexcept {
+pd_status print_member(auto decode, int fd, uint32_t indent, const void* plcmt_data) noexcept {
     NumberedAction<P> action;
     if (const pd_status refused = decode(plcmt_data, &action); refused != PD_STATUS_OK) {
         print_failure(fd, P->name, "_adt_plcmt_data_print");

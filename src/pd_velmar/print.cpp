@@ -18,7 +18,7 @@ int print_column(int fd, int indent, const Column& column, const Byte* record) {
         return dprintf(fd, "%*c %s%s: 0x%s\n", indent, ' ', column.pd_name, column.pd_suffix,
                        text::decode(digits, record + column.record_offset));
     }
-    const std::uint32_t value = load_word(record, column) & column.word_mask();
+    const uint32_t value = load_word(record, column) & column.word_mask();
     const int digits = static_cast<int>(column.digits);
     if (column.narrowed)
         return dprintf(fd, "%*c %s%s mask 0x%x: 0x%0*x\n", indent, ' ', column.pd_name, column.pd_suffix,
@@ -28,7 +28,7 @@ int print_column(int fd, int indent, const Column& column, const Byte* record) {
 
 } // namespace
 
-int match_lines(int fd, std::uint32_t indent, const char* table, std::span<const Column> columns,
+int match_lines(int fd, uint32_t indent, const char* table, std::span<const Column> columns,
                 const void* record) noexcept {
     const int width = static_cast<int>(indent);
     int result = dprintf(fd, "%*sp4_pd_velmar_switch_%s_match_spec_t:\n", width, "", table);
@@ -37,7 +37,7 @@ int match_lines(int fd, std::uint32_t indent, const char* table, std::span<const
     return result;
 }
 
-int param_lines(int fd, std::uint32_t indent, std::uint32_t action, const void* record) noexcept {
+int param_lines(int fd, uint32_t indent, uint32_t action, const void* record) noexcept {
     int result = 0;
     for (const ParamColumn& param : param_columns(action))
         result =

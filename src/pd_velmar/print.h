@@ -9,14 +9,14 @@
 
 namespace vl_pd::print {
 
-int match_lines(int fd, std::uint32_t indent, const char* table, std::span<const Column> columns,
+int match_lines(int fd, uint32_t indent, const char* table, std::span<const Column> columns,
                 const void* record) noexcept;
 
 // The lines of an action's parameters, by the action's number.
-int param_lines(int fd, std::uint32_t indent, std::uint32_t action, const void* record) noexcept;
+int param_lines(int fd, uint32_t indent, uint32_t action, const void* record) noexcept;
 
 template <catalog::TableRef T>
-int match_spec(int fd, std::uint32_t indent, const void* record) noexcept {
+int match_spec(int fd, uint32_t indent, const void* record) noexcept {
     return match_lines(fd, indent, T->name, columns<T>, record);
 }
 

@@ -8,11 +8,11 @@ namespace vl_pd {
 
 // Bytes of the largest record among the actions of a table or profile.
 template <auto row>
-inline constexpr std::size_t action_spec_size = [] {
-    std::size_t size = 0;
+inline constexpr size_t action_spec_size = [] {
+    size_t size = 0;
     for (const catalog::Binding& binding : row->actions) {
-        const std::size_t number = catalog::action_number(catalog::velmar_switch, binding.action);
-        const std::size_t needed = catalog::action_layout(catalog::actions[number]).record_size;
+        const size_t number = catalog::action_number(catalog::velmar_switch, binding.action);
+        const size_t needed = catalog::action_layout(catalog::actions[number]).record_size;
         if (needed > size) size = needed;
     }
     return size;
@@ -21,7 +21,7 @@ inline constexpr std::size_t action_spec_size = [] {
 // An action's number with its record behind it, as decoders write them.
 template <auto row>
 struct NumberedAction {
-    std::uint32_t number = 0;
+    uint32_t number = 0;
     bytes::Byte spec[action_spec_size<row> + 1];
 };
 
@@ -31,10 +31,10 @@ template <catalog::TableRef T>
 struct Entry {
     alignas(4) bytes::Byte match_spec[encoding::key_layout<T>.record_size + 1];
     NumberedAction<T> action;
-    std::uint32_t priority = 0;
-    std::uint8_t is_default = 0;
-    std::uint8_t has_mbr = 0;
-    std::uint8_t has_grp = 0;
+    uint32_t priority = 0;
+    uint8_t is_default = 0;
+    uint8_t has_mbr = 0;
+    uint8_t has_grp = 0;
     pd_group grp_hdl = 0;
     pd_member mbr_hdl = 0;
 
@@ -45,12 +45,12 @@ struct Entry {
 
 // `get_entry` is the exported function of the table. dev_id is cut to the 8 bits that text and comparison pass on.
 template <catalog::TableRef T, class... Outputs>
-pd_status read_entry(pd_status (*get_entry)(pd_session, pd_device, pd_entry, std::uint32_t, Outputs...) noexcept,
-                     pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
+pd_status read_entry(pd_status (*get_entry)(pd_session, pd_device, pd_entry, uint32_t, Outputs...) noexcept,
+                     pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw,
                      Entry<T>& entry) {
     const auto read = [&](auto... outputs) {
-        return get_entry(sess_hdl, static_cast<std::uint8_t>(dev_id), entry_hdl,
-                         static_cast<std::uint8_t>(read_from_hw), static_cast<Outputs>(outputs)...);
+        return get_entry(sess_hdl, static_cast<uint8_t>(dev_id), entry_hdl, static_cast<uint8_t>(read_from_hw),
+                         static_cast<Outputs>(outputs)...);
     };
     void* const key = entry.match_spec;
     char* const no_name = nullptr;

@@ -20,7 +20,7 @@ using catalog::TableRef;
 
 // Where a production puts its text: first into a length, then into room of that length.
 struct Measure {
-    std::size_t length = 0;
+    size_t length = 0;
 
     constexpr void put(std::string_view text) {
         length += text.size();
@@ -36,7 +36,7 @@ struct Writer {
     }
 };
 
-constexpr void put_number(auto& out, std::uint32_t number) {
+constexpr void put_number(auto& out, uint32_t number) {
     if (number >= 10) put_number(out, number / 10);
     const char digit[] = {static_cast<char>('0' + number % 10)};
     out.put({digit, 1});
@@ -117,7 +117,7 @@ constexpr void put_action_schema(auto& out, const catalog::Action& action) {
 // By name, whatever the order of the handles.
 constexpr void put_action_list(auto& out, catalog::List<catalog::Binding> bindings) {
     std::string_view last;
-    for (std::size_t i = 0; i < bindings.size(); ++i) {
+    for (size_t i = 0; i < bindings.size(); ++i) {
         const char* next = nullptr;
         for (const catalog::Binding& binding : bindings) {
             const std::string_view name = binding.action;
@@ -142,7 +142,7 @@ inline constexpr std::string_view handle_tuples =
 // The text of a production, with a terminator.
 template <class Produce>
 consteval auto make_text(Produce) {
-    constexpr std::size_t length = [] {
+    constexpr size_t length = [] {
         Measure measure;
         Produce{}(measure);
         return measure.length;
@@ -178,7 +178,7 @@ inline constexpr auto profile_text = make_text([](auto& out) {
     out.put(")");
 });
 
-template <std::size_t size>
+template <size_t size>
 constexpr std::string_view view(const std::array<char, size>& text) {
     return {text.data(), size - 1};
 }

@@ -13,7 +13,7 @@ namespace vl_pd::text {
 using bytes::Byte;
 
 // A literal; its length is known while compiling.
-template <std::size_t size>
+template <size_t size>
 char* put(char* out, const char (&literal)[size]) {
     std::memcpy(out, literal, size - 1);
     return out + size - 1;
@@ -28,41 +28,41 @@ enum class Case { lower, upper };
 
 // Eight hexadecimal digits as eight characters, the most significant one in the lowest byte.
 template <Case letters>
-std::uint64_t hex_characters(std::uint32_t value) {
+uint64_t hex_characters(uint32_t value) {
     // One nibble into each byte.
-    std::uint64_t nibbles = value;
+    uint64_t nibbles = value;
     nibbles = (nibbles | nibbles << 16) & 0x0000FFFF0000FFFF;
     nibbles = (nibbles | nibbles << 8) & 0x00FF00FF00FF00FF;
     nibbles = (nibbles | nibbles << 4) & 0x0F0F0F0F0F0F0F0F;
     // 1 where the nibble is a letter.
-    const std::uint64_t letter = (nibbles + 0x0606060606060606) >> 4 & 0x0101010101010101;
-    constexpr std::uint64_t step = (letters == Case::lower ? 'a' : 'A') - ('0' + 10);
+    const uint64_t letter = (nibbles + 0x0606060606060606) >> 4 & 0x0101010101010101;
+    constexpr uint64_t step = (letters == Case::lower ? 'a' : 'A') - ('0' + 10);
     return __builtin_bswap64(nibbles + 0x3030303030303030 + letter * step);
 }
 
 // The low `digits` digits, with leading zeros.
 template <unsigned digits>
-char* put_hex(char* out, std::uint32_t value) {
+char* put_hex(char* out, uint32_t value) {
     static_assert(digits >= 1 && digits <= 8);
-    const std::uint64_t characters = hex_characters<Case::lower>(value) >> (64 - 8 * digits);
+    const uint64_t characters = hex_characters<Case::lower>(value) >> (64 - 8 * digits);
     std::memcpy(out, &characters, digits);
     return out + digits;
 }
 
 // Without leading zeros.
-inline char* put_hex(char* out, std::uint32_t value) {
+inline char* put_hex(char* out, uint32_t value) {
     const unsigned digits = (35 - static_cast<unsigned>(std::countl_zero(value | 1))) / 4;
-    const std::uint64_t characters = hex_characters<Case::lower>(value) >> (64 - 8 * digits);
+    const uint64_t characters = hex_characters<Case::lower>(value) >> (64 - 8 * digits);
     std::memcpy(out, &characters, digits);
     return out + digits;
 }
 
-inline constexpr std::size_t wide_digits = 32;
+inline constexpr size_t wide_digits = 32;
 
 // 16 bytes in the order in which they stand, in upper case.
 inline char* put_wide_hex(char* out, const Byte* value) {
     for (unsigned i = 0; i < 16; i += 4) {
-        const std::uint64_t characters = hex_characters<Case::upper>(bytes::load_big_endian<4>(value + i));
+        const uint64_t characters = hex_characters<Case::upper>(bytes::load_big_endian<4>(value + i));
         std::memcpy(out + 2 * i, &characters, sizeof characters);
     }
     return out + wide_digits;
@@ -82,19 +82,19 @@ inline char* decodev(char* out, const Byte* value) {
     return put(put_wide_hex(put(out, "0x"), value), ",");
 }
 
-inline char* put_decimal(char* out, std::uint32_t value) {
+inline char* put_decimal(char* out, uint32_t value) {
     char digits[10];
     char* begin = digits + sizeof digits;
     do
         *--begin = static_cast<char>('0' + value % 10);
     while ((value /= 10) != 0);
-    return put(out, {begin, static_cast<std::size_t>(digits + sizeof digits - begin)});
+    return put(out, {begin, static_cast<size_t>(digits + sizeof digits - begin)});
 }
 
-inline char* put_signed(char* out, std::int32_t value) {
-    if (value >= 0) return put_decimal(out, static_cast<std::uint32_t>(value));
+inline char* put_signed(char* out, int32_t value) {
+    if (value >= 0) return put_decimal(out, static_cast<uint32_t>(value));
     *out = '-';
-    return put_decimal(out + 1, 0 - static_cast<std::uint32_t>(value));
+    return put_decimal(out + 1, 0 - static_cast<uint32_t>(value));
 }
 
 // Terminates the text and returns its length.

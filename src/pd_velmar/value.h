@@ -20,12 +20,12 @@ using catalog::TableRef;
 template <TableRef T>
 char* put_match_spec(char* out, const Byte* record) {
     out = text::put(out, "( ");
-    unroll<columns<T>.size()>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+    unroll<columns<T>.size()>([&]<size_t i>() VL_INLINE_LAMBDA {
         constexpr Column column = columns<T>[i];
         if constexpr (column.wide()) {
             out = text::decodev(out, record + column.record_offset);
         } else {
-            const std::uint32_t value = bytes::load<column.record_bytes>(record + column.record_offset);
+            const uint32_t value = bytes::load<column.record_bytes>(record + column.record_offset);
             out = text::put_hex<column.digits>(text::put(out, "0x"), value & column.word_mask());
             out = text::put(out, ",");
         }
@@ -39,7 +39,7 @@ char* put_action(char* out, [[maybe_unused]] const Byte* record) {
     out = text::put(out, "('");
     out = text::put(out, std::string_view(A->name));
     out = text::put(out, "',(");
-    unroll<layout.param_count>([&]<std::size_t i>() VL_INLINE_LAMBDA {
+    unroll<layout.param_count>([&]<size_t i>() VL_INLINE_LAMBDA {
         constexpr catalog::ParamLayout param = layout.params[i];
         out = text::put(out, "0x");
         out = text::put_hex<(param.bits + 3) / 4>(out, bytes::load<param.record_bytes>(record + param.record_offset) &
@@ -51,7 +51,7 @@ char* put_action(char* out, [[maybe_unused]] const Byte* record) {
 
 // The action of a table or profile that has this number, with its parameters. Readers and decoders give no other.
 template <auto row>
-char* put_numbered_action(char* out, std::uint32_t number, const Byte* record) {
+char* put_numbered_action(char* out, uint32_t number, const Byte* record) {
     [[maybe_unused]] const bool known =
         visit_numbered_action<row>(number, [&]<ActionRef A>() VL_INLINE_LAMBDA { out = put_action<A>(out, record); });
     assert(known && "unknown action");
@@ -59,7 +59,7 @@ char* put_numbered_action(char* out, std::uint32_t number, const Byte* record) {
 }
 
 // The handle of an indirect entry, or nothing. A member hides a group.
-inline char* put_target(char* out, std::uint8_t has_mbr, pd_member mbr_hdl, std::uint8_t has_grp, pd_group grp_hdl) {
+inline char* put_target(char* out, uint8_t has_mbr, pd_member mbr_hdl, uint8_t has_grp, pd_group grp_hdl) {
     if (has_mbr != 0)
         out = text::put_hex(text::put(out, "('setMbrHdl',(0x"), mbr_hdl);
     else if (has_grp != 0)
@@ -94,14 +94,14 @@ int action(const void* record, char* buffer) noexcept {
 
 // 0, with nothing written, if the entry can't be read.
 template <TableRef T>
-int entry(auto get_entry, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, std::uint32_t read_from_hw,
+int entry(auto get_entry, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw,
           char* buffer) noexcept {
     Entry<T> read;
     if (read_entry<T>(get_entry, sess_hdl, dev_id, entry_hdl, read_from_hw, read) != PD_STATUS_OK) return 0;
     char* out = put_key_and_action<T>(text::put(buffer, "(("), read);
     out = text::put(out, "),(");
     if constexpr (catalog::has_priority(*T))
-        out = text::put_signed(out, static_cast<std::int32_t>(read.priority));
+        out = text::put_signed(out, static_cast<int32_t>(read.priority));
     else
         out = text::put(out, "0");
     return text::finish(buffer, text::put(out, ",True))"));

@@ -79,29 +79,28 @@ const catalog::Action& action_of(const catalog::Binding& binding) {
     return catalog::actions[catalog::action_number(catalog::velmar_switch, binding.action)];
 }
 
-std::uint32_t call(const std::string& name, std::initializer_list<std::uint64_t> words) {
-    return call(name, std::vector<std::uint64_t>(words));
+uint32_t call(const std::string& name, std::initializer_list<uint64_t> words) {
+    return call(name, std::vector<uint64_t>(words));
 }
 
-std::uint32_t call(const std::string& name, const std::vector<std::uint64_t>& words) {
+uint32_t call(const std::string& name, const std::vector<uint64_t>& words) {
     void* const symbol = dlsym(RTLD_DEFAULT, name.c_str());
     if (symbol == nullptr) {
         ADD_FAILURE() << "the library doesn't export " << name;
-        return ~std::uint32_t{0};
+        return ~uint32_t{0};
     }
-    constexpr std::size_t most = 12;
-    std::uint64_t w[most] = {};
+    constexpr size_t most = 12;
+    uint64_t w[most] = {};
     EXPECT_LE(words.size(), most);
     std::copy(words.begin(), words.end(), w);
-    using Function =
-        std::uint32_t (*)(std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t,
-                          std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t, std::uint64_t);
+    using Function = uint32_t (*)(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t,
+                                  uint64_t, uint64_t, uint64_t, uint64_t);
     return reinterpret_cast<Function>(symbol)(w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8], w[9], w[10], w[11]);
 }
 
 std::string hex(const Bytes& bytes) {
     std::string text;
-    for (const std::uint8_t byte : bytes) {
+    for (const uint8_t byte : bytes) {
         char digits[4];
         std::snprintf(digits, sizeof digits, "%02x ", byte);
         text += digits;

@@ -17,14 +17,14 @@
 
 namespace support {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = std::vector<uint8_t>;
 
 inline constexpr pd_device device = 3;
 inline constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = 2, .reserved = 0x1234};
 // The target's eight bytes as a recorded call shows them.
-inline constexpr std::uint64_t target_word = std::uint64_t{0x12340002} << 32 | device;
+inline constexpr uint64_t target_word = uint64_t{0x12340002} << 32 | device;
 // What reads by handle send: the device on all pipes, and nothing else.
-inline constexpr std::uint64_t all_pipes_word = std::uint64_t{0xFFFF} << 32 | device;
+inline constexpr uint64_t all_pipes_word = uint64_t{0xFFFF} << 32 | device;
 
 // The library started on a fresh driver with one device and one session, every call recorded.
 class LibraryTest : public testing::Test {
@@ -53,17 +53,17 @@ const catalog::Action& action_of(const catalog::Binding& binding);
 // Calls an exported function by its name, with each argument in a 64-bit word as x86-64 passes it: integers and
 // pointers as they are, a pd_dev_tgt as its eight bytes. Words hold garbage above 32-bit integers where the caller puts
 // it there.
-std::uint32_t call(const std::string& name, std::initializer_list<std::uint64_t> words);
-std::uint32_t call(const std::string& name, const std::vector<std::uint64_t>& words);
+uint32_t call(const std::string& name, std::initializer_list<uint64_t> words);
+uint32_t call(const std::string& name, const std::vector<uint64_t>& words);
 
 template <class Pointee>
-std::uint64_t word(Pointee* pointer) {
-    return reinterpret_cast<std::uintptr_t>(pointer);
+uint64_t word(Pointee* pointer) {
+    return reinterpret_cast<uintptr_t>(pointer);
 }
 
 // An argument with dirt where a callee mustn't look.
-constexpr std::uint64_t dirty(std::uint32_t value) {
-    return std::uint64_t{0xDEADBEEF} << 32 | value;
+constexpr uint64_t dirty(uint32_t value) {
+    return uint64_t{0xDEADBEEF} << 32 | value;
 }
 
 inline std::string exported(const std::string& name) {

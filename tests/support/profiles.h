@@ -27,7 +27,7 @@ protected:
     }
 
     // What the words of a line stand for. A name without a value is an argument that isn't there.
-    std::map<std::string, std::optional<std::uint64_t>> names = {
+    std::map<std::string, std::optional<uint64_t>> names = {
         {"sess", session}, {"tgt", target_word}, {"dev", device}, {"all_pipes", all_pipes_word}, {"*", ~0ull}};
     const catalog::Profile* profile = nullptr;
 
@@ -44,10 +44,10 @@ protected:
         names["adt"] = next.data_table;
         names["sel"] = next.selector;
         names["tbl"] = table_named(next.table).handle;
-        names["state"] = states_.at(static_cast<std::size_t>(&next - catalog::profiles));
+        names["state"] = states_.at(static_cast<size_t>(&next - catalog::profiles));
     }
 
-    const catalog::Binding& action(std::size_t i) const {
+    const catalog::Binding& action(size_t i) const {
         return profile->actions.begin()[i];
     }
 
@@ -59,10 +59,10 @@ protected:
         return run_export(profile->table + ("_" + operation), arguments);
     }
     pd_status run_export(const std::string& name, const std::string& arguments) {
-        std::vector<std::uint64_t> words;
+        std::vector<uint64_t> words;
         for (const std::string& name_or_number : split(arguments))
             if (const auto value = value_of(name_or_number))
-                words.push_back(*value >> 32 == 0 ? dirty(static_cast<std::uint32_t>(*value)) : *value);
+                words.push_back(*value >> 32 == 0 ? dirty(static_cast<uint32_t>(*value)) : *value);
         return call(exported(name), words);
     }
 
@@ -74,12 +74,12 @@ protected:
         for (const vl_model::Call& call : made)
             made_lines.push_back(line_of(call.function, call.args));
         made.resize(std::max(made.size(), expected.size()));
-        for (std::size_t i = 0; i < expected.size(); ++i) {
+        for (size_t i = 0; i < expected.size(); ++i) {
             const Lines words = split(expected[i]);
-            std::vector<std::uint64_t>& args = made[i].args;
+            std::vector<uint64_t>& args = made[i].args;
             args.resize(std::max(args.size(), words.size() - 1));
-            std::vector<std::uint64_t> wanted;
-            for (std::size_t j = 1; j < words.size(); ++j)
+            std::vector<uint64_t> wanted;
+            for (size_t j = 1; j < words.size(); ++j)
                 wanted.push_back(words[j] == "*" && args[j - 1] != 0 ? args[j - 1] : value_of(words[j]).value());
             expected_lines.push_back(line_of(words[0], wanted));
         }
@@ -97,11 +97,11 @@ protected:
 
     // The same for a list of a profile's operations, each with its arguments and the call; beside them the operation
     // that tells a handle without a call.
-    template <std::size_t count>
+    template <size_t count>
     void expect_profile_forwards(const char* const (&operations)[count][3], const char* handle_operation,
-                                 std::uint32_t catalog::Profile::*handle) {
-        constexpr std::uint32_t untouched = 0xA5A5A5A5;
-        std::uint32_t out = untouched, cookie = 0;
+                                 uint32_t catalog::Profile::*handle) {
+        constexpr uint32_t untouched = 0xA5A5A5A5;
+        uint32_t out = untouched, cookie = 0;
         names["out"] = word(&out);
         names["cookie"] = word(&cookie);
         for_profiles([&] {
@@ -122,7 +122,7 @@ protected:
     }
 
     // These are no subject of the test, and leave no calls behind.
-    pd_member add_member(std::size_t i = 0) {
+    pd_member add_member(size_t i = 0) {
         pd_member member = 0;
         names["made"] = word(&member);
         name_spec(action(i));
@@ -145,8 +145,8 @@ protected:
         return reinterpret_cast<p4_pd_ms_state*>(*names["state"]);
     }
     // What the shadow says of a group, 0 if it knows no action.
-    std::uint32_t action_of_group(pd_group group) {
-        std::uint32_t action_hdl = 0;
+    uint32_t action_of_group(pd_group group) {
+        uint32_t action_hdl = 0;
         p4_pd_ms_get_grp_act(state(), device, group, &action_hdl);
         calls();
         return action_hdl;
@@ -160,10 +160,10 @@ protected:
     }
 
 private:
-    static std::string line_of(const std::string& function, const std::vector<std::uint64_t>& args) {
+    static std::string line_of(const std::string& function, const std::vector<uint64_t>& args) {
         std::ostringstream line;
         line << function << std::hex;
-        for (const std::uint64_t arg : args)
+        for (const uint64_t arg : args)
             line << ' ' << arg;
         return line.str();
     }
@@ -171,18 +171,18 @@ private:
         std::istringstream words(line);
         return {std::istream_iterator<std::string>(words), {}};
     }
-    std::optional<std::uint64_t> value_of(const std::string& name_or_number) const {
+    std::optional<uint64_t> value_of(const std::string& name_or_number) const {
         if (name_or_number[0] >= '0' && name_or_number[0] <= '9') return std::stoull(name_or_number, nullptr, 0);
         return names.at(name_or_number);
     }
 
-    std::vector<std::uint64_t> states_;
+    std::vector<uint64_t> states_;
 };
 
 // The records that the driver saw hold nothing but what their fields say.
 inline void expect_clear_rest(const vl_model::ActionCopy& action) {
-    const auto* const slots = reinterpret_cast<const std::uint8_t*>(action.slots.data());
-    EXPECT_TRUE(std::all_of(slots, slots + sizeof action.slots, [](std::uint8_t byte) { return byte == 0; }));
+    const auto* const slots = reinterpret_cast<const uint8_t*>(action.slots.data());
+    EXPECT_TRUE(std::all_of(slots, slots + sizeof action.slots, [](uint8_t byte) { return byte == 0; }));
     EXPECT_EQ(action.reserved, decltype(action.reserved){});
     EXPECT_EQ(action.resource_count, 0);
 }

@@ -20,7 +20,7 @@ std::string written(Write write) {
         ADD_FAILURE() << "a length of " << length;
         return {};
     }
-    const std::string text(buffer, static_cast<std::size_t>(length));
+    const std::string text(buffer, static_cast<size_t>(length));
     EXPECT_EQ(text.find_first_of(std::string{untouched, '\0'}), text.npos) << "the length is that of the text";
     const char* behind = buffer + length;
     if (length != 0) {
@@ -32,7 +32,7 @@ std::string written(Write write) {
 }
 
 // The text of an exported writer, called by its name with the buffer as the last argument.
-inline std::string text_of(const std::string& name, std::vector<std::uint64_t> words) {
+inline std::string text_of(const std::string& name, std::vector<uint64_t> words) {
     return written([&](char* buffer) {
         words.push_back(word(buffer));
         return call(exported(name), words);

@@ -10,18 +10,18 @@ namespace support {
 
 View software, hardware;
 const void* decoded_blob;
-std::vector<std::uint64_t> read_args;
+std::vector<uint64_t> read_args;
 
 namespace {
 
-bool all_zero(const void* from, std::size_t size) {
-    const auto* const bytes = static_cast<const std::uint8_t*>(from);
-    return std::all_of(bytes, bytes + size, [](std::uint8_t byte) { return byte == 0; });
+bool all_zero(const void* from, size_t size) {
+    const auto* const bytes = static_cast<const uint8_t*>(from);
+    return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == 0; });
 }
 
-pipe_status answer(const View& view, pipe_action_data& data, std::uint32_t& action_hdl) {
+pipe_status answer(const View& view, pipe_action_data& data, uint32_t& action_hdl) {
     if (view.status != 0) return view.status;
-    std::uint8_t* const buffer = data.data;
+    uint8_t* const buffer = data.data;
     if (buffer != nullptr) std::copy(view.data.begin(), view.data.end(), buffer);
     data = view.action.action;
     data.data = buffer;
@@ -29,7 +29,7 @@ pipe_status answer(const View& view, pipe_action_data& data, std::uint32_t& acti
     return 0;
 }
 
-pipe_status answer(const View& view, pipe_match_record& match, pipe_action_record& action, std::uint32_t& action_hdl) {
+pipe_status answer(const View& view, pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl) {
     const pipe_match_record buffers = match;
     const pipe_action_data data = action.action;
     if (view.status != 0) return view.status;
@@ -47,8 +47,8 @@ pipe_status answer(const View& view, pipe_match_record& match, pipe_action_recor
 
 } // namespace
 
-void View::set_target(unsigned kind, std::uint32_t handle) {
-    action.kind = static_cast<std::uint8_t>(kind);
+void View::set_target(unsigned kind, uint32_t handle) {
+    action.kind = static_cast<uint8_t>(kind);
     action.member_hdl = kind == PIPE_KIND_MEMBER ? handle : 0x77777777;
     action.group_hdl = kind == PIPE_KIND_GROUP ? handle : 0x77777777;
 }
@@ -56,7 +56,7 @@ void View::set_target(unsigned kind, std::uint32_t handle) {
 View random_view(std::mt19937& random, const catalog::Table* table, const catalog::Binding* binding) {
     const auto bytes = [&](unsigned count) {
         Bytes made(count);
-        std::generate(made.begin(), made.end(), [&] { return static_cast<std::uint8_t>(random()); });
+        std::generate(made.begin(), made.end(), [&] { return static_cast<uint8_t>(random()); });
         return made;
     };
     View view;
@@ -64,9 +64,9 @@ View random_view(std::mt19937& random, const catalog::Table* table, const catalo
         const catalog::KeyLayout layout = catalog::key_layout(*table);
         view.key = bytes(layout.bytes);
         view.mask = bytes(layout.bytes);
-        view.match.key_len = static_cast<std::uint16_t>(layout.bytes);
-        view.match.priority = static_cast<std::uint32_t>(random());
-        view.match.partition_index = static_cast<std::uint32_t>(random());
+        view.match.key_len = static_cast<uint16_t>(layout.bytes);
+        view.match.priority = static_cast<uint32_t>(random());
+        view.match.partition_index = static_cast<uint32_t>(random());
     }
     if (binding == nullptr) return view;
     view.action_hdl = binding->handle;
@@ -75,20 +75,20 @@ View random_view(std::mt19937& random, const catalog::Table* table, const catalo
     if (table == nullptr) return view;
     view.action.resource_count = 1;
     view.action.slots[0].resource_hdl = catalog::resource_of(catalog::velmar_switch, *table).handle;
-    view.action.slots[0].index = static_cast<std::uint32_t>(random());
+    view.action.slots[0].index = static_cast<uint32_t>(random());
     view.action.slots[0].tag = PIPE_SLOT_ATTACHED;
     return view;
 }
 
-std::uint32_t Outputs::number() const {
-    std::uint32_t value = 0;
+uint32_t Outputs::number() const {
+    uint32_t value = 0;
     std::memcpy(&value, action.data(), sizeof value);
     return value;
 }
 
 pd_status decode(const catalog::Table& table, Outputs& out) {
     const int blob = 0;
-    std::vector<std::uint64_t> words = {word(&blob)};
+    std::vector<uint64_t> words = {word(&blob)};
     if (!is_keyless(table)) words.push_back(word(out.key.data()));
     if (catalog::has_priority(table)) words.push_back(word(&out.priority));
     if (catalog::is_indirect(table))
@@ -102,7 +102,7 @@ pd_status decode(const catalog::Table& table, Outputs& out) {
 }
 
 pd_status read(const catalog::Table& table, Outputs& out) {
-    std::vector<std::uint64_t> words = {1, device, 9, 0};
+    std::vector<uint64_t> words = {1, device, 9, 0};
     if (!is_keyless(table)) words.push_back(word(out.key.data()));
     if (catalog::has_priority(table)) words.push_back(word(&out.priority));
     if (catalog::is_indirect(table))
@@ -127,7 +127,7 @@ pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* blob, pipe_match_recor
     const bool has_buffers = match->key_bytes != nullptr;
     EXPECT_TRUE(!has_buffers || all_zero(match->key_bytes, software.key.size()));
     EXPECT_TRUE(!has_buffers || all_zero(match->mask_bytes, software.mask.size()));
-    const auto* const record = reinterpret_cast<const std::uint8_t*>(action);
+    const auto* const record = reinterpret_cast<const uint8_t*>(action);
     EXPECT_TRUE(all_zero(record, 12) && all_zero(record + 24, sizeof *action - 24)) << "but for the pointer";
     EXPECT_TRUE(all_zero(action->action.data, 32));
     return answer(software, *match, *action, *action_hdl);
@@ -142,14 +142,14 @@ pipe_status pipe_mgr_plcmt_adt_data_get_entry(const void* blob, pipe_action_data
 
 pipe_status pipe_mgr_get_entry(pipe_sess_hdl session, pipe_tbl_hdl table, pipe_dev_tgt dev_tgt, pipe_ent_hdl entry,
                                pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* action_hdl,
-                               std::uint8_t read_from_hw, std::uint32_t always_1, std::uint32_t always_0) {
+                               uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
     read_args = {session, table,        dev_tgt.dev_id, dev_tgt.pipe_id, dev_tgt.reserved,
                  entry,   read_from_hw, always_1,       always_0};
     return answer(hardware, *match, *action, *action_hdl);
 }
 
 pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl, pipe_dev_tgt, pipe_mbr_hdl, pipe_action_data* data,
-                                           pipe_act_hdl* action_hdl, std::uint8_t) {
+                                           pipe_act_hdl* action_hdl, uint8_t) {
     return answer(hardware, *data, *action_hdl);
 }
 }

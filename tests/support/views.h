@@ -13,11 +13,11 @@ struct View {
     pipe_status status = 0;
     pipe_match_record match{};
     pipe_action_record action{};
-    std::uint32_t action_hdl = 0;
+    uint32_t action_hdl = 0;
     Bytes key, mask, data;
     bool key_null = false;
 
-    void set_target(unsigned kind, std::uint32_t handle);
+    void set_target(unsigned kind, uint32_t handle);
 };
 
 // What placement data decodes to, and what reads give. The decoders fail the test unless they get zeroed records with
@@ -26,7 +26,7 @@ extern View software, hardware;
 
 // The last blob that was decoded; and the arguments of the last read of an entry, without the pointers.
 extern const void* decoded_blob;
-extern std::vector<std::uint64_t> read_args;
+extern std::vector<uint64_t> read_args;
 
 // An entry with a random key, or a member where `table` is null; with this action, if any, random data and an attached
 // slot of the table's resource.
@@ -36,11 +36,11 @@ View random_view(std::mt19937& random, const catalog::Table* table, const catalo
 struct Outputs {
     Bytes key = Bytes(128, 0xA5);
     Bytes action = Bytes(64, 0xA5); // the number, and the parameters behind it
-    std::uint32_t priority = 0xA5A5A5A5, mbr = 0xA5A5A5A5, grp = 0xA5A5A5A5;
-    std::uint8_t has_mbr = 0xA5, has_grp = 0xA5, is_default = 0xA5;
+    uint32_t priority = 0xA5A5A5A5, mbr = 0xA5A5A5A5, grp = 0xA5A5A5A5;
+    uint8_t has_mbr = 0xA5, has_grp = 0xA5, is_default = 0xA5;
     bool operator==(const Outputs&) const = default;
 
-    std::uint32_t number() const; // of the action
+    uint32_t number() const; // of the action
     Bytes spec() const {
         return {action.begin() + 4, action.end()};
     }

@@ -91,7 +91,7 @@ constexpr FormatName formats[] = {{"text", Format::text}, {"json", Format::json}
 }
 
 // The row with this name.
-template <class Row, std::size_t count>
+template <class Row, size_t count>
 const Row& choose(const Row (&rows)[count], const char* kind, const std::string& name) {
     std::vector<std::string> all;
     for (const Row& row : rows) {
@@ -106,8 +106,8 @@ const Row& choose(const Row (&rows)[count], const char* kind, const std::string&
     refuse(what);
 }
 
-std::uint32_t number(const char* option, std::string_view text, std::uint32_t most) {
-    std::uint32_t value = 0;
+uint32_t number(const char* option, std::string_view text, uint32_t most) {
+    uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || value > most)
         refuse(std::string(option) + " takes a number from 0 to " + std::to_string(most) + ", not " +

@@ -15,14 +15,14 @@ struct Arguments {
     std::optional<std::string> name; // of what the command is about, if not of all
     std::optional<Format> format;
     std::optional<std::string> driver; // the embedded one if none is named
-    std::optional<std::uint32_t> session;
-    std::uint32_t device = 0;
+    std::optional<uint32_t> session;
+    uint32_t device = 0;
     bool demo = false;
     std::optional<std::string> routes;
     bool from_hw = false;
     bool time = false;
-    std::optional<std::uint32_t> corrupt; // how many entries
-    std::optional<std::uint32_t> seed;
+    std::optional<uint32_t> corrupt; // how many entries
+    std::optional<uint32_t> seed;
 };
 
 extern const char usage[];

@@ -17,15 +17,15 @@ inline char* put(char* out, std::string_view text) {
     return out + text.size();
 }
 
-inline char* put_decimal(char* out, std::uint32_t number) {
+inline char* put_decimal(char* out, uint32_t number) {
     return std::to_chars(out, out + 10, number).ptr;
 }
 
 // The rest takes hexadecimal digits of a value string.
 
 // The number that at most eight digits say.
-inline std::uint32_t number_of(std::string_view digits) {
-    std::uint32_t number = 0;
+inline uint32_t number_of(std::string_view digits) {
+    uint32_t number = 0;
     std::from_chars(digits.data(), digits.data() + digits.size(), number, 16);
     return number;
 }
@@ -41,7 +41,7 @@ inline char* put_hex(char* out, std::string_view digits) {
 }
 
 inline char* put_v4addr(char* out, std::string_view digits) {
-    const std::uint32_t address = number_of(digits);
+    const uint32_t address = number_of(digits);
     for (unsigned shift = 32; shift != 0;) {
         shift -= 8;
         out = put_decimal(out, address >> shift & 0xFF);
@@ -54,7 +54,7 @@ inline char* put_v4addr(char* out, std::string_view digits) {
 // that are zero.
 inline char* put_v6addr(char* out, std::string_view digits) {
     constexpr unsigned count = 8;
-    std::array<std::uint32_t, count> groups{};
+    std::array<uint32_t, count> groups{};
     for (unsigned i = 0; i < count; ++i)
         groups[i] = number_of(digits.substr(4 * i, 4));
     unsigned run_begin = count;

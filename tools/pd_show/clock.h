@@ -6,20 +6,20 @@
 
 namespace pd_show {
 
-inline std::uint64_t ticks() {
+inline uint64_t ticks() {
     return __builtin_ia32_rdtsc();
 }
 
 // Of calls of one kind.
 struct TimeSpent {
-    std::uint64_t calls = 0;
-    std::uint64_t ticks = 0; // the clock's own included
+    uint64_t calls = 0;
+    uint64_t ticks = 0; // the clock's own included
 };
 
 // Calls `work` and adds its time.
 template <class Work>
 auto timed(TimeSpent& spent, Work&& work) {
-    const std::uint64_t start = ticks();
+    const uint64_t start = ticks();
     const auto result = work();
     spent.ticks += ticks() - start;
     ++spent.calls;

@@ -20,9 +20,9 @@ unsigned digit_value(char digit) {
 // A value string with the bits that count alone. Of the fields the library leaves 128-bit ones as they are.
 std::string narrowed(const Table& table, std::string_view text) {
     std::string value(text);
-    constexpr std::size_t key = sizeof "((( " - 1;
+    constexpr size_t key = sizeof "((( " - 1;
     for (const Column& column : table.key.all)
-        for (std::size_t i = 0; column.bits == 128 && i < column.digits && !value.empty(); ++i) {
+        for (size_t i = 0; column.bits == 128 && i < column.digits && !value.empty(); ++i) {
             char& digit = value[key + column.position + i];
             digit = "0123456789ABCDEF"[digit_value(digit) & digit_value(column.covered[i])];
         }
@@ -61,11 +61,11 @@ void corrupt_hardware(const Work& work) {
         work.place.library.driver_function<decltype(vl_model_hardware_corrupt)>("vl_model_hardware_corrupt");
     if (corrupt == nullptr) throw Problem(exit_bad_usage, "this driver's hardware can't be damaged");
     const Walk walk(work.place, work.complaints);
-    std::uint32_t count = 0;
+    uint32_t count = 0;
     for (const Table& table : work.pipeline.tables)
         count += walk.count(table).value_or(0);
     std::vector<vl_model_corruption> damages(std::min(*work.arguments.corrupt, count));
-    const auto wanted = static_cast<std::uint32_t>(damages.size());
+    const auto wanted = static_cast<uint32_t>(damages.size());
     const pd_status status =
         corrupt(work.place.target.dev_id, work.arguments.seed.value_or(1), wanted, damages.data(), &count);
     if (status != PD_STATUS_OK)
@@ -74,7 +74,7 @@ void corrupt_hardware(const Work& work) {
     damages.resize(count);
 
     std::string lines;
-    std::size_t seen = 0;
+    size_t seen = 0;
     Values values(work.place);
     for (const vl_model_corruption& damage : damages) {
         const auto found = std::ranges::find(work.pipeline.tables, damage.tbl_hdl, &Table::handle);

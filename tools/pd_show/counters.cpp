@@ -12,10 +12,10 @@
 namespace pd_show {
 namespace {
 
-constexpr std::uint32_t most_cells = 65536;
+constexpr uint32_t most_cells = 65536;
 
-using ReadDirect = pd_status(pd_session, pd_device, pd_entry, std::uint32_t, pd_counter_value*) noexcept;
-using ReadIndirect = pd_status(pd_session, pd_dev_tgt, std::uint32_t, std::uint32_t, pd_counter_value*) noexcept;
+using ReadDirect = pd_status(pd_session, pd_device, pd_entry, uint32_t, pd_counter_value*) noexcept;
+using ReadIndirect = pd_status(pd_session, pd_dev_tgt, uint32_t, uint32_t, pd_counter_value*) noexcept;
 
 std::string count_line(const pd_counter_value& value, const std::string& what) {
     char counts[64];
@@ -66,8 +66,8 @@ public:
     void indirect(const std::string& of_what, const Counter& counter) const {
         work_.out.put(heading(counter.name, of_what, "index"));
         const auto read = work_.place.library.function<ReadIndirect>("counter_read_" + counter.name);
-        std::uint32_t index = 0;
-        std::uint32_t idle = 0;
+        uint32_t index = 0;
+        uint32_t idle = 0;
         for (; index < most_cells; ++index) {
             pd_counter_value value{};
             const pd_status status = read(work_.place.session, work_.place.target, index, work_.place.from_hw, &value);
@@ -90,7 +90,7 @@ private:
         char text[longest_text];
         const Place& place = work_.place;
         const int length = describe_(place.session, place.target.dev_id, table.handle, handle, text);
-        if (length > 0) description.assign(text, static_cast<std::size_t>(length));
+        if (length > 0) description.assign(text, static_cast<size_t>(length));
         description.erase(description.find_last_not_of(' ') + 1);
         return length > 0 || !values_.read(table, handle, true).empty();
     }

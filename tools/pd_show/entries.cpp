@@ -36,7 +36,7 @@ public:
           form_(form_of(work)) {}
 
     void table(const Table& table) {
-        const std::optional<std::uint32_t> count = walk_.count(table);
+        const std::optional<uint32_t> count = walk_.count(table);
         form_->begin_table(table, count.value_or(0));
         walk_.entries(table, count, [&](pd_entry handle) { entry(table, handle, false); });
         const pd_entry default_entry = walk_.default_entry(table);
@@ -51,7 +51,7 @@ public:
         work_.out.flush();
     }
 
-    std::size_t shown() const {
+    size_t shown() const {
         return shown_;
     }
     TimeSpent text_time() const {
@@ -77,13 +77,13 @@ private:
     Walk walk_;
     Values values_;
     std::unique_ptr<Form> form_;
-    std::size_t shown_ = 0;
+    size_t shown_ = 0;
     TimeSpent text_time_;
 };
 
 // What it costs to look at the clock twice, in ticks. The least of many times: others had an interruption in them.
-std::uint64_t clock_cost() {
-    std::uint64_t least = UINT64_MAX;
+uint64_t clock_cost() {
+    uint64_t least = UINT64_MAX;
     for (unsigned i = 0; i < 10000; ++i) {
         TimeSpent spent;
         timed(spent, [] { return 0; });
@@ -94,8 +94,7 @@ std::uint64_t clock_cost() {
 
 // Looking at the clock costs as much outside of what is timed as in it. That is an estimate, and what took less time
 // than its error is told as none.
-void tell_times(std::size_t shown, double seconds, TimeSpent all, TimeSpent driver, TimeSpent text,
-                std::uint64_t output) {
+void tell_times(size_t shown, double seconds, TimeSpent all, TimeSpent driver, TimeSpent text, uint64_t output) {
     const auto cost = static_cast<double>(clock_cost());
     const auto without_clock = [&](TimeSpent spent, double times) {
         return std::max(0.0, static_cast<double>(spent.ticks) - times * cost * static_cast<double>(spent.calls));

@@ -15,7 +15,7 @@ public:
     virtual ~Form() = default;
 
     virtual void begin() {}
-    virtual void begin_table(const Table& table, std::uint32_t count) = 0;
+    virtual void begin_table(const Table& table, uint32_t count) = 0;
     // `value` is the entry's value string. False if it can't be understood.
     virtual bool entry(pd_entry handle, bool is_default, std::string_view value) = 0;
     virtual void end() {}

@@ -59,19 +59,19 @@ public:
         cut(text.get());
     }
 
-    std::size_t room() const {
+    size_t room() const {
         return room_;
     }
 
     char* put(char* out, pd_entry handle, const EntryText& entry) const {
-        for (std::size_t i = 0; i < places_.size(); ++i)
+        for (size_t i = 0; i < places_.size(); ++i)
             out = put_place(pd_show::put(out, texts_[i]), places_[i], handle, entry);
         return pd_show::put(out, texts_.back());
     }
 
 private:
     enum class Kind { handle, priority, target, value, mask, length };
-    static constexpr std::size_t most_per_place = 48;
+    static constexpr size_t most_per_place = 48;
 
     struct Place {
         Kind kind;
@@ -108,7 +108,7 @@ private:
     void cut(std::string_view text) {
         room_ = text.size() + places_.size() * most_per_place;
         for (;;) {
-            const std::size_t at = text.find(mark);
+            const size_t at = text.find(mark);
             texts_.emplace_back(std::string(text.substr(0, at)));
             if (at == std::string_view::npos) return;
             text.remove_prefix(at + 1);
@@ -144,7 +144,7 @@ private:
     const Table& table_;
     std::vector<Place> places_;
     std::vector<std::string> texts_; // in front of each place, and behind the last one
-    std::size_t room_ = 0;
+    size_t room_ = 0;
 };
 
 class JsonForm : public Form {
@@ -155,7 +155,7 @@ public:
         out_.put("[");
     }
 
-    void begin_table(const Table& table, std::uint32_t) override {
+    void begin_table(const Table& table, uint32_t) override {
         table_ = &table;
         entry_ = {};
         shapes_.clear();

@@ -31,7 +31,7 @@ private:
         skip_blanks();
         if (take("(")) return parenthesis();
         if (take("'")) {
-            const std::size_t length = rest_.find('\'');
+            const size_t length = rest_.find('\'');
             if (length == std::string_view::npos) refuse();
             Literal literal = word(Literal::Kind::text, length);
             rest_.remove_prefix(1);
@@ -40,7 +40,7 @@ private:
         if (take("None")) return {};
         for (const char* truth : {"True", "False"})
             if (take(truth)) return {.kind = Literal::Kind::boolean, .text = truth, .items = {}};
-        const std::size_t length = rest_.find_first_not_of("0123456789abcdefx");
+        const size_t length = rest_.find_first_not_of("0123456789abcdefx");
         if (length == 0 || rest_.empty()) refuse();
         return word(Literal::Kind::number, std::min(length, rest_.size()));
     }
@@ -64,7 +64,7 @@ private:
         return tuple;
     }
 
-    Literal word(Literal::Kind kind, std::size_t length) {
+    Literal word(Literal::Kind kind, size_t length) {
         Literal literal{.kind = kind, .text = std::string(rest_.substr(0, length)), .items = {}};
         rest_.remove_prefix(length);
         return literal;
@@ -91,7 +91,7 @@ const std::vector<Literal>& Literal::tuple() const {
     return items;
 }
 
-const Literal& Literal::at(std::size_t position) const {
+const Literal& Literal::at(size_t position) const {
     if (kind != Kind::tuple || position >= items.size()) refuse();
     return items[position];
 }
@@ -105,7 +105,7 @@ unsigned Literal::number() const {
     const bool hex = text.starts_with("0x");
     const char* const begin = text.data() + (hex ? 2 : 0);
     const char* const end = text.data() + text.size();
-    std::uint32_t value = 0;
+    uint32_t value = 0;
     const auto [last, error] = std::from_chars(begin, end, value, hex ? 16 : 10);
     if (kind != Kind::number || error != std::errc() || last != end) refuse();
     return value;

@@ -12,7 +12,7 @@ struct Literal {
 
     // These throw Problem if the literal is of another kind, or has no such item.
     const std::vector<Literal>& tuple() const;
-    const Literal& at(std::size_t position) const;
+    const Literal& at(size_t position) const;
     const std::string& name() const;
     unsigned number() const; // of at most 32 bits
     bool truth() const;

@@ -15,7 +15,7 @@ namespace pd_show {
 
 void Output::put(std::string_view text) {
     while (!text.empty()) {
-        const std::size_t part = std::min(text.size(), capacity);
+        const size_t part = std::min(text.size(), capacity);
         char* const out = room(part);
         std::memcpy(out, text.data(), part);
         put_to(out + part);
@@ -24,11 +24,11 @@ void Output::put(std::string_view text) {
 }
 
 void Output::flush() {
-    const std::uint64_t start = ticks();
-    for (std::size_t written = 0; written < used_;) {
+    const uint64_t start = ticks();
+    for (size_t written = 0; written < used_;) {
         const ssize_t result = write(STDOUT_FILENO, buffer_.get() + written, used_ - written);
         if (result >= 0)
-            written += static_cast<std::size_t>(result);
+            written += static_cast<size_t>(result);
         else if (errno != EINTR)
             throw Problem(exit_failed, std::string("the output can't be written: ") + std::strerror(errno));
     }
@@ -36,7 +36,7 @@ void Output::flush() {
     ticks_ += ticks() - start;
 }
 
-void Output::make_room(std::size_t size) {
+void Output::make_room(size_t size) {
     if (size > capacity) throw Problem(exit_failed, "a line is too long");
     flush();
 }

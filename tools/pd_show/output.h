@@ -11,29 +11,29 @@ namespace pd_show {
 class Output {
 public:
     // Room for at least `size` characters, which `put_to` tells the end of.
-    char* room(std::size_t size) {
+    char* room(size_t size) {
         if (size > capacity - used_) make_room(size);
         return buffer_.get() + used_;
     }
     void put_to(const char* end) {
-        used_ = static_cast<std::size_t>(end - buffer_.get());
+        used_ = static_cast<size_t>(end - buffer_.get());
     }
     void put(std::string_view text);
     void flush();
 
     // In ticks, of writing to the system.
-    std::uint64_t time_spent() const {
+    uint64_t time_spent() const {
         return ticks_;
     }
 
 private:
-    static constexpr std::size_t capacity = std::size_t{1} << 18;
+    static constexpr size_t capacity = size_t{1} << 18;
 
-    void make_room(std::size_t size);
+    void make_room(size_t size);
 
     std::unique_ptr<char[]> buffer_{new char[capacity]};
-    std::size_t used_ = 0;
-    std::uint64_t ticks_ = 0;
+    size_t used_ = 0;
+    uint64_t ticks_ = 0;
 };
 
 } // namespace pd_show

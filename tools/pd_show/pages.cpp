@@ -12,15 +12,15 @@
 namespace pd_show {
 namespace {
 
-constexpr std::size_t line_length = 110;
+constexpr size_t line_length = 110;
 
-std::string hex(std::uint32_t number) {
+std::string hex(uint32_t number) {
     char digits[11];
     std::snprintf(digits, sizeof digits, "0x%x", number);
     return digits;
 }
 
-std::string filled(std::string text, std::size_t width) {
+std::string filled(std::string text, size_t width) {
     text.resize(std::max(text.size(), width), ' ');
     return text;
 }
@@ -29,8 +29,8 @@ std::string filled(std::string text, std::size_t width) {
 std::string list_line(const char* title, const std::vector<std::string>& words) {
     const std::string margin(14, ' ');
     std::string text = filled(std::string("    ") + title, margin.size());
-    std::size_t column = text.size();
-    for (std::size_t i = 0; i < words.size(); ++i) {
+    size_t column = text.size();
+    for (size_t i = 0; i < words.size(); ++i) {
         const std::string word = words[i] + (i + 1 < words.size() ? ", " : "");
         if (column + word.size() > line_length && column > margin.size()) {
             while (text.back() == ' ')
@@ -71,7 +71,7 @@ std::string counter_text(const Counter& counter) {
 
 std::string entries_text(const Work& work, const Table& table) {
     if (table.key.all.empty()) return "only a default entry";
-    const std::optional<std::uint32_t> count = Walk(work.place, work.complaints).count(table);
+    const std::optional<uint32_t> count = Walk(work.place, work.complaints).count(table);
     return count ? std::to_string(*count) : "unknown";
 }
 
@@ -79,16 +79,16 @@ using Row = std::vector<std::string>;
 
 // Columns as wide as what is in them.
 std::string grid(const std::vector<Row>& rows) {
-    std::vector<std::size_t> widths;
+    std::vector<size_t> widths;
     for (const Row& row : rows) {
         widths.resize(std::max(widths.size(), row.size()));
-        for (std::size_t i = 0; i < row.size(); ++i)
+        for (size_t i = 0; i < row.size(); ++i)
             widths[i] = std::max(widths[i], row[i].size());
     }
     std::string text;
     for (const Row& row : rows) {
         std::string line = "   ";
-        for (std::size_t i = 0; i < row.size(); ++i)
+        for (size_t i = 0; i < row.size(); ++i)
             line.append(" ").append(filled(row[i], widths[i])).append(" ");
         line.erase(line.find_last_not_of(' ') + 1);
         text += line + "\n";
@@ -99,7 +99,7 @@ std::string grid(const std::vector<Row>& rows) {
 std::string key_grid(const Table& table) {
     std::vector<Row> rows = {{"name", "in records", "bits", "match", "shown as", "bits that count"}};
     for (const Field& field : table.key.fields) {
-        for (const std::size_t value : {field.value, field.station}) {
+        for (const size_t value : {field.value, field.station}) {
             if (value == Field::none) continue;
             const Column& column = table.key.all[value];
             rows.push_back({column.name, column.full_name, std::to_string(column.bits), match_text(field),

@@ -19,13 +19,13 @@
 namespace pd_show {
 namespace {
 
-constexpr std::size_t longest_schema = 16384; // far more than the library has
+constexpr size_t longest_schema = 16384; // far more than the library has
 
-Literal schema_of(const Library& library, std::uint32_t handle) {
+Literal schema_of(const Library& library, uint32_t handle) {
     const auto cli_schema = library.function<decltype(p4_pd_velmar_switch_cli_schema)>("cli_schema");
     std::vector<char> buffer(longest_schema);
     const int length = cli_schema(handle, buffer.data());
-    return parse_literal({buffer.data(), static_cast<std::size_t>(length)});
+    return parse_literal({buffer.data(), static_cast<size_t>(length)});
 }
 
 std::string tag_of(const Literal& literal) {
@@ -33,7 +33,7 @@ std::string tag_of(const Literal& literal) {
 }
 
 // The mask as digits of the column's width, in the letters that value strings have.
-std::string padded(std::string digits, std::size_t width, unsigned bits) {
+std::string padded(std::string digits, size_t width, unsigned bits) {
     digits.insert(0, width - std::min(width, digits.size()), '0');
     if (bits == 128)
         for (char& digit : digits)
@@ -41,7 +41,7 @@ std::string padded(std::string digits, std::size_t width, unsigned bits) {
     return digits;
 }
 
-std::string all_ones(std::size_t width, unsigned bits) {
+std::string all_ones(size_t width, unsigned bits) {
     constexpr char top[] = {'f', '1', '3', '7'};
     std::string digits(width, bits == 128 ? 'F' : 'f');
     if (bits % 4 != 0) digits.front() = top[bits % 4];
@@ -79,12 +79,12 @@ std::string mac_label(const std::string& oui, const std::string& station) {
 }
 
 void find_fields(Columns& columns) {
-    const auto role = [&](std::size_t i, Column::Role wanted) {
+    const auto role = [&](size_t i, Column::Role wanted) {
         return i < columns.all.size() && columns.all[i].role == wanted;
     };
-    for (std::size_t i = 0; i < columns.all.size();) {
+    for (size_t i = 0; i < columns.all.size();) {
         Field field;
-        const auto take_mask = [&](std::size_t& into) {
+        const auto take_mask = [&](size_t& into) {
             if (role(i, Column::Role::mask)) into = i++;
         };
         field.label = columns.all[i].name;
@@ -110,7 +110,7 @@ void find_fields(Columns& columns) {
 
 // Numbers are shown by way of 32 bits, and addresses have the width that their text has room for.
 void check_widths(const Columns& columns) {
-    const auto check = [&](std::size_t number, unsigned least, unsigned most) {
+    const auto check = [&](size_t number, unsigned least, unsigned most) {
         if (number == Field::none) return;
         const Column& column = columns.all[number];
         if (column.bits < least || column.bits > most)
@@ -122,7 +122,7 @@ void check_widths(const Columns& columns) {
         const bool is_v6addr = field.display == Field::Display::v6addr;
         const unsigned least = is_mac ? 24 : is_v6addr ? 128 : 1;
         const unsigned most = is_mac ? 24 : is_v6addr ? 128 : 32;
-        for (const std::size_t number : {field.value, field.mask, field.station, field.station_mask})
+        for (const size_t number : {field.value, field.mask, field.station, field.station_mask})
             check(number, least, most);
         check(field.length, 1, 32);
     }
@@ -137,7 +137,7 @@ Columns key_columns(const Literal& schema) {
         column.bits = tuple.at(2).number();
         column.tag = tag_of(tuple.at(4));
         column.role = role_of(column, columns);
-        const std::size_t digits = (column.bits + 3) / 4;
+        const size_t digits = (column.bits + 3) / 4;
         column.covered = padded(tuple.at(3).hex_digits(), digits, column.bits);
         column.narrowed = column.covered != all_ones(digits, column.bits);
         append(columns, std::move(column));
@@ -167,7 +167,7 @@ std::vector<Action> actions_of(const Literal& schema) {
     return actions;
 }
 
-Table describe_table(const Library& library, std::uint32_t handle, const Literal& schema) {
+Table describe_table(const Library& library, uint32_t handle, const Literal& schema) {
     Table table;
     table.handle = handle;
     table.name = schema.at(0).at(0).name();
@@ -188,7 +188,7 @@ Table describe_table(const Library& library, std::uint32_t handle, const Literal
 
 Pipeline describe_pipeline(const Library& library) {
     Pipeline pipeline;
-    for (std::uint32_t handle = catalog::table_handles.first; handle <= catalog::table_handles.last; ++handle) {
+    for (uint32_t handle = catalog::table_handles.first; handle <= catalog::table_handles.last; ++handle) {
         const Literal schema = schema_of(library, handle);
         if (!schema.tuple().empty()) pipeline.tables.push_back(describe_table(library, handle, schema));
     }

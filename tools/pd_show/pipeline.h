@@ -20,32 +20,32 @@ struct Column {
     unsigned bits = 0;
     std::string tag; // empty if untagged
     Role role = Role::value;
-    std::string covered;      // the bits that really count, as a value string would show them
-    bool narrowed = false;    // whether they are fewer than the column has
-    std::size_t digits = 0;   // hexadecimal
-    std::size_t position = 0; // of the first digit, from the begin of the values
+    std::string covered;   // the bits that really count, as a value string would show them
+    bool narrowed = false; // whether they are fewer than the column has
+    size_t digits = 0;     // hexadecimal
+    size_t position = 0;   // of the first digit, from the begin of the values
 };
 
 // What people take for one field: a column or several that belong together. The numbers are those of columns.
 struct Field {
     enum class Display { hex, dec, mac, v4addr, v6addr };
-    static constexpr std::size_t none = SIZE_MAX;
+    static constexpr size_t none = SIZE_MAX;
 
     std::string label;
     Display display = Display::hex;
-    std::size_t value = none;
-    std::size_t mask = none;
-    std::size_t length = none;
+    size_t value = none;
+    size_t mask = none;
+    size_t length = none;
     // The low half of a MAC address; the columns above are those of the high half.
-    std::size_t station = none;
-    std::size_t station_mask = none;
+    size_t station = none;
+    size_t station_mask = none;
 };
 
 // Columns in the order of value strings.
 struct Columns {
     std::vector<Column> all;
     std::vector<Field> fields;
-    std::size_t length = 0; // of the values as text
+    size_t length = 0; // of the values as text
 };
 
 struct Action {
@@ -61,7 +61,7 @@ struct Counter {
 
 struct Table {
     std::string name;
-    std::uint32_t handle = 0;
+    uint32_t handle = 0;
     bool indirect = false;
     bool has_priority = false;
     Columns key;

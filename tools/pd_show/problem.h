@@ -40,9 +40,9 @@ public:
     }
 
 private:
-    static constexpr std::size_t most_shown = 20;
+    static constexpr size_t most_shown = 20;
     std::vector<std::string> shown_;
-    std::size_t count_ = 0;
+    size_t count_ = 0;
 };
 
 } // namespace pd_show

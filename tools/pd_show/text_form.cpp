@@ -10,8 +10,8 @@
 namespace pd_show {
 namespace {
 
-constexpr std::size_t most_per_value = 48; // an IPv6 address, or what is shorter
-constexpr std::size_t most_beside = 192;   // handles, priority, words
+constexpr size_t most_per_value = 48; // an IPv6 address, or what is shorter
+constexpr size_t most_beside = 192;   // handles, priority, words
 
 // A field with what stands in front of its value.
 struct Shown {
@@ -22,7 +22,7 @@ struct Shown {
 struct ShownColumns {
     const Columns* columns;
     std::vector<Shown> fields;
-    std::size_t room = 0;
+    size_t room = 0;
 };
 
 ShownColumns shown(const Columns& columns) {
@@ -62,12 +62,12 @@ class TextForm : public Form {
 public:
     explicit TextForm(Output& out) : out_(out) {}
 
-    void begin_table(const Table& table, std::uint32_t count) override {
+    void begin_table(const Table& table, uint32_t count) override {
         table_ = &table;
         entry_ = {};
         key_ = shown(table.key);
         actions_.clear();
-        std::size_t most = 0;
+        size_t most = 0;
         for (const Action& action : table.actions) {
             actions_.push_back({" -> " + action.name, shown(action.params)});
             most = std::max(most, actions_.back().name.size() + actions_.back().params.room);
@@ -95,7 +95,7 @@ private:
     char* put_target(char* out, const EntryText& entry) const {
         switch (entry.target) {
         case EntryText::Target::action: {
-            const ShownAction& action = actions_[static_cast<std::size_t>(entry.action - table_->actions.data())];
+            const ShownAction& action = actions_[static_cast<size_t>(entry.action - table_->actions.data())];
             out = put(out, action.name);
             for (const Shown& each : action.params.fields)
                 out = put_value(put(out, each.label), *each.field, *action.params.columns, entry.params);
@@ -115,7 +115,7 @@ private:
     const Table* table_ = nullptr;
     ShownColumns key_{};
     std::vector<ShownAction> actions_; // as in the table
-    std::size_t room_ = 0;
+    size_t room_ = 0;
     EntryText entry_;
 };
 
@@ -123,7 +123,7 @@ class ValueForm : public Form {
 public:
     explicit ValueForm(Output& out) : out_(out) {}
 
-    void begin_table(const Table& table, std::uint32_t) override {
+    void begin_table(const Table& table, uint32_t) override {
         out_.put("# " + table.name + "\n");
     }
 

@@ -20,15 +20,15 @@ public:
         return true;
     }
     std::string_view take_until(char end) {
-        const void* const found = std::memchr(at_, end, static_cast<std::size_t>(end_ - at_));
+        const void* const found = std::memchr(at_, end, static_cast<size_t>(end_ - at_));
         const char* const last = found == nullptr ? end_ : static_cast<const char*>(found);
-        const std::string_view taken(at_, static_cast<std::size_t>(last - at_));
+        const std::string_view taken(at_, static_cast<size_t>(last - at_));
         at_ = last;
         return taken;
     }
     // The values of the columns; null if they aren't there.
     const char* take_values(const Columns& columns) {
-        if (columns.length > static_cast<std::size_t>(end_ - at_)) return nullptr;
+        if (columns.length > static_cast<size_t>(end_ - at_)) return nullptr;
         for (const Column& column : columns.all) {
             const char* const digits = at_ + column.position;
             if (digits[-2] != '0' || digits[-1] != 'x' || digits[column.digits] != ',') return nullptr;
@@ -43,7 +43,7 @@ public:
 
 private:
     bool starts_with(std::string_view expected) const {
-        return static_cast<std::size_t>(end_ - at_) >= expected.size() &&
+        return static_cast<size_t>(end_ - at_) >= expected.size() &&
                std::memcmp(at_, expected.data(), expected.size()) == 0;
     }
 
@@ -85,16 +85,16 @@ bool take_target(Cursor& cursor, const Table& table, EntryText& entry) {
     return !entry.handle.empty() && entry.handle.size() <= 8 && cursor.take(",))");
 }
 
-bool only_zeros(const char* digits, std::size_t count) {
+bool only_zeros(const char* digits, size_t count) {
     constexpr std::string_view zeros = "00000000000000000000000000000000";
     return std::memcmp(digits, zeros.data(), count) == 0;
 }
 
-std::string_view digits_of(const Columns& columns, std::size_t column, const char* values) {
+std::string_view digits_of(const Columns& columns, size_t column, const char* values) {
     return {values + columns.all[column].position, columns.all[column].digits};
 }
 
-char* put_shown(char* out, Field::Display display, const Columns& columns, std::size_t column, std::size_t station,
+char* put_shown(char* out, Field::Display display, const Columns& columns, size_t column, size_t station,
                 const char* values) {
     const std::string_view digits = digits_of(columns, column, values);
     switch (display) {
@@ -135,7 +135,7 @@ char* put_mask(char* out, const Field& field, const Columns& columns, const char
 }
 
 bool matches_anything(const Field& field, const Columns& columns, const char* values) {
-    for (const std::size_t mask : {field.mask, field.station_mask}) {
+    for (const size_t mask : {field.mask, field.station_mask}) {
         if (mask == Field::none) continue;
         const std::string_view digits = digits_of(columns, mask, values);
         if (!only_zeros(digits.data(), digits.size())) return false;
@@ -144,7 +144,7 @@ bool matches_anything(const Field& field, const Columns& columns, const char* va
 }
 
 bool matches_whole(const Field& field, const Columns& columns, const char* values) {
-    for (const std::size_t mask : {field.mask, field.station_mask})
+    for (const size_t mask : {field.mask, field.station_mask})
         if (mask != Field::none && digits_of(columns, mask, values) != columns.all[mask].covered) return false;
     return true;
 }

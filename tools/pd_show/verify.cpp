@@ -15,8 +15,8 @@ namespace pd_show {
 namespace {
 
 // The functions of tables with a counter differ in the record alone that they take the address of.
-using Decode = pd_status(const void*, void*, void*, std::uint8_t*) noexcept;
-using DecodeWithPriority = pd_status(const void*, void*, std::uint32_t*, void*, std::uint8_t*) noexcept;
+using Decode = pd_status(const void*, void*, void*, uint8_t*) noexcept;
+using DecodeWithPriority = pd_status(const void*, void*, uint32_t*, void*, uint8_t*) noexcept;
 using Describe = int(const void*, char*) noexcept;
 
 struct Difference {
@@ -28,10 +28,10 @@ struct Difference {
 
 struct Tally {
     const Table* table;
-    std::optional<std::uint32_t> entries; // nothing if they can't be counted
+    std::optional<uint32_t> entries; // nothing if they can't be counted
     pd_entry default_entry;
-    std::size_t compared = 0;
-    std::size_t different = 0;
+    size_t compared = 0;
+    size_t different = 0;
 };
 
 class Comparison {
@@ -49,7 +49,7 @@ public:
     }
 
     void run() {
-        std::size_t steps = 0;
+        size_t steps = 0;
         for (const Tally& tally : tallies_)
             steps += tally.entries.value_or(0) + (tally.default_entry != PD_HDL_END ? 1 : 0);
         TerminalProgress progress;
@@ -63,7 +63,7 @@ public:
         work_.out.put("     compared    different\n");
         Tally others{};
         Tally all{};
-        std::size_t other_tables = 0;
+        size_t other_tables = 0;
         for (const Tally& tally : tallies_) {
             const bool alone = tally.entries == 0 && tally.different == 0 && tallies_.size() > 1;
             if (alone) {
@@ -131,8 +131,8 @@ private:
         const Library& library = work_.place.library;
         alignas(std::max_align_t) char key[longest_text];
         alignas(std::max_align_t) char action[longest_text];
-        std::uint32_t priority = 0;
-        std::uint8_t is_default = 0;
+        uint32_t priority = 0;
+        uint8_t is_default = 0;
         const std::string decode = table.name + "_get_entry_from_plcmt_data";
         const pd_status status =
             table.has_priority
@@ -141,7 +141,7 @@ private:
         if (status != PD_STATUS_OK) return {};
         char text[longest_text];
         const int length = library.function<Describe>(table.name + "_match_spec_stringify_for_counter")(key, text);
-        std::string description(text, static_cast<std::size_t>(std::max(length, 0)));
+        std::string description(text, static_cast<size_t>(std::max(length, 0)));
         description.erase(description.find_last_not_of(' ') + 1);
         return description;
     }

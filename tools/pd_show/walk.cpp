@@ -13,12 +13,12 @@ Walk::Walk(const Place& place, Complaints& complaints)
       next_(place.library.function<decltype(p4_pd_velmar_switch_entry_hdl_next)>("entry_hdl_next")),
       default_(place.library.function<decltype(p4_pd_velmar_switch_entry_hdl_default)>("entry_hdl_default")) {}
 
-std::optional<std::uint32_t> Walk::count(const Table& table) const {
+std::optional<uint32_t> Walk::count(const Table& table) const {
     if (table.key.all.empty()) return 0;
     // All tables' functions are of one type.
     const auto get_count = place_.library.function<decltype(p4_pd_velmar_switch_ipv4Host_get_entry_count)>(
         table.name + "_get_entry_count");
-    std::uint32_t count = 0;
+    uint32_t count = 0;
     if (!done(table, "counting the entries", get_count(place_.session, place_.target, &count))) return {};
     return count;
 }
@@ -30,16 +30,16 @@ pd_entry Walk::default_entry(const Table& table) const {
     return done(table, "asking for the default entry", status) ? handle : PD_HDL_END;
 }
 
-std::size_t Walk::first(const Table& table, Handles& handles) const {
+size_t Walk::first(const Table& table, Handles& handles) const {
     const pd_status status = first_(place_.session, place_.target, table.handle, handles.data());
     return done(table, "asking for the first entry", status) && handles[0] != PD_HDL_END ? 1 : 0;
 }
 
-std::size_t Walk::next(const Table& table, pd_entry last, Handles& handles) const {
-    const pd_status status = next_(place_.session, place_.target, table.handle, last,
-                                   static_cast<std::uint32_t>(handles.size()), handles.data());
+size_t Walk::next(const Table& table, pd_entry last, Handles& handles) const {
+    const pd_status status =
+        next_(place_.session, place_.target, table.handle, last, static_cast<uint32_t>(handles.size()), handles.data());
     if (!done(table, "asking for the next entries", status)) return 0;
-    return static_cast<std::size_t>(std::ranges::find(handles, PD_HDL_END) - handles.begin());
+    return static_cast<size_t>(std::ranges::find(handles, PD_HDL_END) - handles.begin());
 }
 
 bool Walk::done(const Table& table, const char* what, pd_status status) const {

@@ -14,26 +14,26 @@
 
 namespace pd_show {
 
-constexpr std::size_t longest_text = 4096; // far more than the library has, of any text or record of an entry
+constexpr size_t longest_text = 4096; // far more than the library has, of any text or record of an entry
 
 class Walk {
 public:
     Walk(const Place& place, Complaints& complaints);
 
     // How many entries the table has; a keyless one has none. A refusal is a complaint.
-    std::optional<std::uint32_t> count(const Table& table) const;
+    std::optional<uint32_t> count(const Table& table) const;
     // The default entry, or PD_HDL_END if there is none.
     pd_entry default_entry(const Table& table) const;
 
     // Calls `visit(handle)` for all entries but the default one. That they aren't as many as were counted is a
     // complaint.
     template <class Visit>
-    void entries(const Table& table, std::optional<std::uint32_t> counted, Visit&& visit) const {
+    void entries(const Table& table, std::optional<uint32_t> counted, Visit&& visit) const {
         if (counted.value_or(0) == 0) return; // drivers differ in what they say of the first entry of an empty table
         Handles handles{};
-        std::size_t visited = 0;
-        for (std::size_t listed = first(table, handles); listed != 0;) {
-            for (std::size_t i = 0; i < listed; ++i)
+        size_t visited = 0;
+        for (size_t listed = first(table, handles); listed != 0;) {
+            for (size_t i = 0; i < listed; ++i)
                 visit(handles[i]);
             visited += listed;
             listed = next(table, handles[listed - 1], handles);
@@ -44,11 +44,11 @@ public:
     }
 
 private:
-    static constexpr std::size_t handles_per_call = 256;
+    static constexpr size_t handles_per_call = 256;
     using Handles = std::array<pd_entry, handles_per_call>;
 
-    std::size_t first(const Table& table, Handles& handles) const;
-    std::size_t next(const Table& table, pd_entry last, Handles& handles) const;
+    size_t first(const Table& table, Handles& handles) const;
+    size_t next(const Table& table, pd_entry last, Handles& handles) const;
     // Whether the call was done.
     bool done(const Table& table, const char* what, pd_status status) const;
 
@@ -68,7 +68,7 @@ public:
     std::string_view read(const Table& table, pd_entry handle, bool from_hw) {
         const int length =
             entry_value_(place_.session, place_.target.dev_id, table.handle, handle, from_hw, text_.data());
-        return length > 0 ? std::string_view(text_.data(), static_cast<std::size_t>(length)) : std::string_view();
+        return length > 0 ? std::string_view(text_.data(), static_cast<size_t>(length)) : std::string_view();
     }
 
 private:

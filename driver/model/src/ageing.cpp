@@ -7,9 +7,7 @@
 namespace vl_model {
 
 Ageing::Record& Ageing::record(pipe_ent_hdl ent_hdl) {
-    if (records_.size() <= ent_hdl) {
-        records_.resize(std::size_t{ent_hdl} + 1);
-    }
+    if (records_.size() <= ent_hdl) records_.resize(size_t{ent_hdl} + 1);
     return records_[ent_hdl];
 }
 
@@ -18,9 +16,7 @@ const Ageing::Record* Ageing::find(pipe_ent_hdl ent_hdl) const {
 }
 
 uint32_t Ageing::effective_ttl(const Record& entry) const {
-    if (!on_ || active_.mode != PIPE_IDLE_MODE_NOTIFY) {
-        return entry.ttl;
-    }
+    if (!on_ || active_.mode != PIPE_IDLE_MODE_NOTIFY) return entry.ttl;
     const uint64_t ttl = entry.has_own_ttl ? entry.ttl : active_.params_c;
     const uint32_t longest = active_.params_b != 0 ? active_.params_b : UINT32_MAX;
     return static_cast<uint32_t>(std::min<uint64_t>(ttl, longest));
@@ -34,9 +30,7 @@ void Ageing::enqueue(pipe_ent_hdl ent_hdl, Record& entry) {
         return;
     }
     const uint64_t deadline = entry.started + ttl;
-    if (entry.queued <= deadline) {
-        return;
-    }
+    if (entry.queued <= deadline) return;
     drop_stale();
     buckets_[deadline].push_back(ent_hdl);
     ++listed_;
@@ -53,16 +47,13 @@ void Ageing::clear_buckets() {
     buckets_.clear();
     listed_ = 0;
     queued_ = 0;
-    for (Record& entry : records_) {
+    for (Record& entry : records_)
         entry.queued = never;
-    }
 }
 
 // Entries that come and go while the clock stands still must not fill the memory.
 void Ageing::drop_stale() {
-    if (listed_ < 2 * queued_ + 1024) {
-        return;
-    }
+    if (listed_ < 2 * queued_ + 1024) return;
     listed_ = 0;
     for (auto bucket = buckets_.begin(); bucket != buckets_.end();) {
         std::vector<pipe_ent_hdl>& handles = bucket->second;
@@ -100,9 +91,7 @@ void Ageing::switch_off() {
 }
 
 void Ageing::start(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now) {
-    if (!on_ && ttl == 0) {
-        return;
-    }
+    if (!on_ && ttl == 0) return;
     Record& entry = record(ent_hdl);
     entry.started = now;
     entry.ttl = ttl;
@@ -144,9 +133,8 @@ void Ageing::hit(pipe_ent_hdl ent_hdl, uint64_t now) {
 }
 
 void Ageing::update_hit_states() {
-    for (Record& entry : records_) {
+    for (Record& entry : records_)
         entry.hit_state = std::exchange(entry.hit, false);
-    }
 }
 
 bool Ageing::hit_state(pipe_ent_hdl ent_hdl) const {
@@ -162,9 +150,7 @@ void Ageing::expire(uint64_t now, std::vector<IdleEntry>& expired) {
         listed_ -= bucket.mapped().size();
         for (const pipe_ent_hdl ent_hdl : bucket.mapped()) {
             Record& entry = records_[ent_hdl];
-            if (entry.queued != bucket.key()) {
-                continue;
-            }
+            if (entry.queued != bucket.key()) continue;
             dequeue(entry);
             const uint64_t deadline = entry.started + effective_ttl(entry);
             if (deadline > looked_at) {

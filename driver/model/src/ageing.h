@@ -1,8 +1,7 @@
 // The idle time of one table's entries. Deadlines stand in buckets, and an entry that a packet hit moves on only when
 // its old deadline comes: neither a hit nor a step of the clock looks at entries whose time hasn't come. A table whose
 // idle time was never used costs nothing. Callers hold the model's mutex.
-#ifndef VL_MODEL_SRC_AGEING_H
-#define VL_MODEL_SRC_AGEING_H
+#pragma once
 
 #include <cstddef>
 #include <cstdint>
@@ -83,10 +82,8 @@ private:
     std::vector<Record> records_; // by handle, as far as needed
     // An entry whose record names another bucket is stale in this one.
     std::map<uint64_t, std::vector<pipe_ent_hdl>> buckets_;
-    std::size_t listed_ = 0; // in buckets, with stale ones
-    std::size_t queued_ = 0; // records that name a bucket
+    size_t listed_ = 0; // in buckets, with stale ones
+    size_t queued_ = 0; // records that name a bucket
 };
 
 } // namespace vl_model
-
-#endif

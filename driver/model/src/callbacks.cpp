@@ -48,14 +48,10 @@ RunningCall::~RunningCall() {
 }
 
 void end(const std::shared_ptr<Registration>& registration) noexcept {
-    if (registration == nullptr) {
-        return;
-    }
+    if (registration == nullptr) return;
     std::unique_lock lock(calls().mutex);
     registration->ended = true;
-    if (callbacks_on_this_thread == 0) {
-        calls().ended.wait(lock, [&] { return registration->running == 0; });
-    }
+    if (callbacks_on_this_thread == 0) calls().ended.wait(lock, [&] { return registration->running == 0; });
 }
 
 } // namespace vl_model

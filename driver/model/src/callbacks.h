@@ -1,8 +1,7 @@
 // Registered callbacks. A registration that has ended gets no more calls, and whoever ends it waits for those that run,
 // so that the agent may free its cookie. Callbacks run without the model's mutex; the calls of registrations are counted
 // under a mutex of their own, which may be taken while the model's is held.
-#ifndef VL_MODEL_SRC_CALLBACKS_H
-#define VL_MODEL_SRC_CALLBACKS_H
+#pragma once
 
 #include <cstdint>
 #include <memory>
@@ -64,13 +63,9 @@ struct Subscriber {
     template <class... Args>
     void tell(Args... args) const {
         if (registration != nullptr) {
-            if (const RunningCall running{registration}) {
-                callback(args..., cookie);
-            }
+            if (const RunningCall running{registration}) callback(args..., cookie);
         }
     }
 };
 
 } // namespace vl_model
-
-#endif

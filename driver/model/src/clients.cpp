@@ -32,9 +32,7 @@ pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbac
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         const auto client = find_client(m, handle);
-        if (client == m.clients.end() || client->callbacks.*which == nullptr) {
-            return VL_MODEL_OK;
-        }
+        if (client == m.clients.end() || client->callbacks.*which == nullptr) return VL_MODEL_OK;
         callback = client->callbacks.*which;
         running.emplace(client->registration);
     }
@@ -45,9 +43,7 @@ pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbac
 std::optional<std::vector<Client>> clients_for_device(pipe_dev_id dev_id) {
     Model& m = model();
     const std::lock_guard lock(m.mutex);
-    if (!m.devices.contains(dev_id)) {
-        return std::nullopt;
-    }
+    if (!m.devices.contains(dev_id)) return std::nullopt;
     std::vector<Client> clients = m.clients;
     std::stable_sort(clients.begin(), clients.end(),
                      [](const Client& a, const Client& b) { return a.priority < b.priority; });
@@ -58,15 +54,12 @@ std::optional<std::vector<Client>> clients_for_device(pipe_dev_id dev_id) {
 
 pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
     const auto body = [&]() -> pipe_status {
-        if (client_name == nullptr || hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (client_name == nullptr || hdl == nullptr) return VL_MODEL_INVALID;
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         // The device state log tells clients apart by name.
-        if (std::any_of(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.name == client_name; })) {
+        if (std::any_of(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.name == client_name; }))
             return VL_MODEL_EXISTS;
-        }
         m.clients.push_back({.handle = m.last_client + 1,
                              .name = client_name,
                              .callbacks = {},
@@ -81,17 +74,13 @@ pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
 pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv_client_callbacks* callbacks,
                                              uint32_t priority) {
     const auto body = [&]() -> pipe_status {
-        if (callbacks == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (callbacks == nullptr) return VL_MODEL_INVALID;
         std::shared_ptr<Registration> registration = std::make_shared<Registration>();
         {
             Model& m = model();
             const std::lock_guard lock(m.mutex);
             const auto client = find_client(m, hdl);
-            if (client == m.clients.end()) {
-                return VL_MODEL_UNKNOWN_CLIENT;
-            }
+            if (client == m.clients.end()) return VL_MODEL_UNKNOWN_CLIENT;
             client->callbacks = *callbacks;
             client->priority = priority;
             client->registration.swap(registration);
@@ -109,9 +98,7 @@ pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
             Model& m = model();
             const std::lock_guard lock(m.mutex);
             const auto client = find_client(m, hdl);
-            if (client == m.clients.end()) {
-                return VL_MODEL_UNKNOWN_CLIENT;
-            }
+            if (client == m.clients.end()) return VL_MODEL_UNKNOWN_CLIENT;
             ended = std::move(client->registration);
             m.clients.erase(client);
         }
@@ -124,30 +111,23 @@ pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
 uint32_t vl_model_device_state_drop(uint32_t dev_id) {
     const auto body = [&]() -> pipe_status {
         const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
-        if (!clients) {
-            return VL_MODEL_UNKNOWN_DEVICE;
-        }
-        for (const Client& client : *clients) {
+        if (!clients) return VL_MODEL_UNKNOWN_DEVICE;
+        for (const Client& client : *clients)
             call_client(client.handle, &bf_drv_client_callbacks::device_remove, dev_id);
-        }
         return VL_MODEL_OK;
     };
     return run_guarded(body);
 }
 
 uint32_t vl_model_device_remove(uint32_t dev_id) {
-    if (const uint32_t status = vl_model_device_state_drop(dev_id)) {
-        return status;
-    }
+    if (const uint32_t status = vl_model_device_state_drop(dev_id)) return status;
     // Destroyed at the end: until end() has waited, a callback may look at its messages.
     std::unique_ptr<Device> device;
     {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         const auto found = m.devices.find(dev_id);
-        if (found == m.devices.end()) {
-            return VL_MODEL_UNKNOWN_DEVICE;
-        }
+        if (found == m.devices.end()) return VL_MODEL_UNKNOWN_DEVICE;
         device = std::move(found->second);
         m.devices.erase(found);
         m.placements.remove_device(dev_id);
@@ -160,15 +140,11 @@ char* vl_model_state_log(uint32_t dev_id) {
     const auto body = [&]() -> char* {
         const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
         const Json root(cJSON_CreateObject());
-        if (!clients || root == nullptr) {
-            return nullptr;
-        }
+        if (!clients || root == nullptr) return nullptr;
         for (const Client& client : *clients) {
             if (client.callbacks.state_log != nullptr) {
                 cJSON* object = cJSON_AddObjectToObject(root.get(), client.name.c_str());
-                if (object == nullptr) {
-                    return nullptr;
-                }
+                if (object == nullptr) return nullptr;
                 call_client(client.handle, &bf_drv_client_callbacks::state_log, dev_id, object);
             }
         }
@@ -184,13 +160,9 @@ char* vl_model_state_log(uint32_t dev_id) {
 uint32_t vl_model_state_restore(uint32_t dev_id, const char* json) {
     const auto body = [&]() -> pipe_status {
         const Json root(json != nullptr ? cJSON_Parse(json) : nullptr);
-        if (root == nullptr || !cJSON_IsObject(root.get())) {
-            return VL_MODEL_INVALID;
-        }
+        if (root == nullptr || !cJSON_IsObject(root.get())) return VL_MODEL_INVALID;
         const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
-        if (!clients) {
-            return VL_MODEL_UNKNOWN_DEVICE;
-        }
+        if (!clients) return VL_MODEL_UNKNOWN_DEVICE;
         pipe_status result = VL_MODEL_OK;
         for (const Client& client : *clients) {
             cJSON* object = cJSON_GetObjectItemCaseSensitive(root.get(), client.name.c_str());

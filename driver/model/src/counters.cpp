@@ -21,9 +21,7 @@ pipe_status with_direct_cell(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl
                              Body&& body) {
     return with_direct(sess_hdl, target, tbl_hdl,
                        [&](const Table& table, Cells<pipe_counter_record>& cells) -> pipe_status {
-                           if (!has_row(table, ent_hdl)) {
-                               return VL_MODEL_NOT_FOUND;
-                           }
+                           if (!has_row(table, ent_hdl)) return VL_MODEL_NOT_FOUND;
                            body(cells);
                            return VL_MODEL_OK;
                        });
@@ -49,9 +47,7 @@ void add_to(pipe_counter_record& record, uint64_t packets, uint64_t bytes) {
 pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                pipe_ent_hdl ent_hdl, pipe_counter_record* record) {
     const auto body = [&]() -> pipe_status {
-        if (record == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (record == nullptr) return VL_MODEL_INVALID;
         return with_direct_cell(sess_hdl, dev_id, tbl_hdl, ent_hdl,
                                 [&](const auto& cells) { *record = cells.software(ent_hdl); });
     };
@@ -61,9 +57,7 @@ pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl sess_hdl, pipe_dev_
 pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, const pipe_counter_record* record) {
     const auto body = [&]() -> pipe_status {
-        if (record == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (record == nullptr) return VL_MODEL_INVALID;
         return with_direct_cell(sess_hdl, dev_tgt, tbl_hdl, ent_hdl, [&](auto& cells) { cells.set(ent_hdl, *record); });
     };
     return boundary("pipe_mgr_mat_ent_direct_stat_set", body, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(record));
@@ -99,22 +93,15 @@ pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt
     // All indices are looked at before the first record is written.
     const auto read = [&](const Counter& counter) -> pipe_status {
         for (uint32_t i = 0; i < count; ++i) {
-            if (records[i] == nullptr) {
-                return VL_MODEL_INVALID;
-            }
-            if (indices[i] >= counter.description.cell_count) {
-                return VL_MODEL_OUT_OF_RANGE;
-            }
+            if (records[i] == nullptr) return VL_MODEL_INVALID;
+            if (indices[i] >= counter.description.cell_count) return VL_MODEL_OUT_OF_RANGE;
         }
-        for (uint32_t i = 0; i < count; ++i) {
+        for (uint32_t i = 0; i < count; ++i)
             *records[i] = counter.cells.software(indices[i]);
-        }
         return VL_MODEL_OK;
     };
     const auto body = [&]() -> pipe_status {
-        if (count == 0 || indices == nullptr || records == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (count == 0 || indices == nullptr || records == nullptr) return VL_MODEL_INVALID;
         return with_device(sess_hdl, dev_tgt,
                            [&](const Device& device) { return on_array(device.counters, stat_hdl, read); });
     };
@@ -125,9 +112,7 @@ pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt
 pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl, uint32_t index,
                                   const pipe_counter_record* record) {
     const auto body = [&]() -> pipe_status {
-        if (record == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (record == nullptr) return VL_MODEL_INVALID;
         return with_cell(sess_hdl, dev_tgt, stat_hdl, index, [&](auto& cells) { cells.set(index, *record); });
     };
     return boundary("pipe_mgr_stat_ent_set", body, sess_hdl, dev_tgt, stat_hdl, index, input(record));
@@ -164,17 +149,11 @@ uint32_t vl_model_counter_add(uint32_t dev_id, uint32_t hdl, uint32_t cell, uint
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
         Device* device = find_device(dev_id, status);
-        if (device == nullptr) {
-            return status;
-        }
+        if (device == nullptr) return status;
         if (const auto table = device->tables.find(hdl); table != device->tables.end()) {
             Counter* counter = table->second->counter;
-            if (counter == nullptr) {
-                return VL_MODEL_NOT_SUPPORTED;
-            }
-            if (!has_row(*table->second, cell)) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (counter == nullptr) return VL_MODEL_NOT_SUPPORTED;
+            if (!has_row(*table->second, cell)) return VL_MODEL_NOT_FOUND;
             add_to(counter->cells.hardware(cell), packets, bytes);
             return VL_MODEL_OK;
         }

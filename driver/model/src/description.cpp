@@ -11,9 +11,7 @@ namespace {
 template <class Resource>
 bool attach(Device& device, Resource* Table::*place, Resource& resource) {
     const auto table = device.tables.find(resource.description.match_table);
-    if (table == device.tables.end() || (*table->second).*place != nullptr) {
-        return false;
-    }
+    if (table == device.tables.end() || (*table->second).*place != nullptr) return false;
     (*table->second).*place = &resource;
     return true;
 }
@@ -22,22 +20,14 @@ bool attach(Device& device, Resource* Table::*place, Resource& resource) {
 template <class Resource, class Attach>
 bool add_all(std::map<pipe_tbl_hdl, Resource>& resources, const vl_model_resource* descriptions, uint32_t count,
              std::unordered_set<uint32_t>& handles, Attach&& attach_direct) {
-    if (count != 0 && descriptions == nullptr) {
-        return false;
-    }
+    if (count != 0 && descriptions == nullptr) return false;
     for (uint32_t i = 0; i < count; ++i) {
         const uint32_t handle = descriptions[i].handle;
-        if (handle == 0 || !handles.insert(handle).second) {
-            return false;
-        }
+        if (handle == 0 || !handles.insert(handle).second) return false;
         Resource& resource = resources[handle];
         resource.description = descriptions[i];
-        if (resource.description.cell_count == 0) {
-            resource.description.cell_count = VL_MODEL_DEFAULT_CELLS;
-        }
-        if (resource.description.match_table != 0 && !attach_direct(resource)) {
-            return false;
-        }
+        if (resource.description.cell_count == 0) resource.description.cell_count = VL_MODEL_DEFAULT_CELLS;
+        if (resource.description.match_table != 0 && !attach_direct(resource)) return false;
     }
     return true;
 }
@@ -63,28 +53,20 @@ bool add_resources(Device& device, const vl_model_pipeline& pipeline) {
 bool add_services(Device& device, const vl_model_pipeline& pipeline) {
     if ((pipeline.digest_count != 0 && pipeline.digests == nullptr) ||
         (pipeline.value_set_count != 0 && pipeline.value_sets == nullptr) ||
-        (pipeline.hash_calculation_count != 0 && pipeline.hash_calculations == nullptr)) {
+        (pipeline.hash_calculation_count != 0 && pipeline.hash_calculations == nullptr))
         return false;
-    }
     for (uint32_t i = 0; i < pipeline.digest_count; ++i) {
         const vl_model_digest& digest = pipeline.digests[i];
         const auto [added, is_new] = device.digests.try_emplace(digest.handle);
-        if (digest.handle == 0 || digest.entry_size == 0 || !is_new) {
-            return false;
-        }
+        if (digest.handle == 0 || digest.entry_size == 0 || !is_new) return false;
         added->second.entry_size = digest.entry_size;
     }
-    for (uint32_t i = 0; i < pipeline.value_set_count; ++i) {
-        if (!device.value_sets.try_emplace(pipeline.value_sets[i]).second) {
-            return false;
-        }
-    }
+    for (uint32_t i = 0; i < pipeline.value_set_count; ++i)
+        if (!device.value_sets.try_emplace(pipeline.value_sets[i]).second) return false;
     for (uint32_t i = 0; i < pipeline.hash_calculation_count; ++i) {
         const vl_model_hash_calculation& calc = pipeline.hash_calculations[i];
         const auto [added, is_new] = device.hash_calculations.try_emplace(calc.handle);
-        if (calc.handle == 0 || calc.input == 0 || !is_known_algorithm(calc.algorithm) || !is_new) {
-            return false;
-        }
+        if (calc.handle == 0 || calc.input == 0 || !is_known_algorithm(calc.algorithm) || !is_new) return false;
         added->second.description = calc;
         added->second.algorithm = calc.algorithm;
     }

@@ -28,13 +28,9 @@ pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, ui
                                                       pipe_digest_hdl digest_hdl, pipe_digest_cb callback,
                                                       void* cookie) {
     const auto body = [&]() -> pipe_status {
-        if (callback == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (callback == nullptr) return VL_MODEL_INVALID;
         return with_digest(sess_hdl, dev_id, digest_hdl, [&](Digest& digest) -> pipe_status {
-            if (digest.subscriber.callback != nullptr) {
-                return VL_MODEL_EXISTS;
-            }
+            if (digest.subscriber.callback != nullptr) return VL_MODEL_EXISTS;
             digest.sess_hdl = sess_hdl;
             // It replaces none.
             static_cast<void>(digest.subscriber.replace(callback, cookie));
@@ -63,16 +59,12 @@ pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl
     const auto body = [&]() -> pipe_status {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
-        if (!m.sessions.contains(sess_hdl)) {
-            return VL_MODEL_UNKNOWN_SESSION;
-        }
+        if (!m.sessions.contains(sess_hdl)) return VL_MODEL_UNKNOWN_SESSION;
         pipe_status status = VL_MODEL_UNKNOWN_RESOURCE;
         for (auto& [dev_id, device] : m.devices) {
             const auto digest = device->digests.find(digest_hdl);
             if (digest != device->digests.end()) {
-                if (digest->second.messages.erase(msg) != 0) {
-                    return VL_MODEL_OK;
-                }
+                if (digest->second.messages.erase(msg) != 0) return VL_MODEL_OK;
                 status = VL_MODEL_NOT_FOUND;
             }
         }
@@ -93,19 +85,15 @@ pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl sess_hdl, uint8_t dev_id
 
 uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8_t* entries, uint32_t count) {
     const auto body = [&]() -> pipe_status {
-        if (entries == nullptr || count == 0) {
-            return VL_MODEL_INVALID;
-        }
+        if (entries == nullptr || count == 0) return VL_MODEL_INVALID;
         pipe_sess_hdl sess_hdl = 0;
         Subscriber<pipe_digest_cb> subscriber;
         std::optional<RunningCall> running;
         pipe_digest_msg* message = nullptr;
         const pipe_status status = on_digest(dev_id, digest_hdl, [&](Digest& digest) -> pipe_status {
-            if (digest.subscriber.callback == nullptr) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (digest.subscriber.callback == nullptr) return VL_MODEL_NOT_FOUND;
             auto raised = std::make_unique<DigestMessage>();
-            raised->entries.assign(entries, entries + std::size_t{count} * digest.entry_size);
+            raised->entries.assign(entries, entries + size_t{count} * digest.entry_size);
             raised->message.dev_tgt = all_pipes(dev_id);
             raised->message.entry_count = count;
             raised->message.entries = raised->entries.data();
@@ -122,9 +110,7 @@ uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8
 }
 
 uint32_t vl_model_digest_unacked(uint32_t dev_id, uint32_t digest_hdl, uint32_t* count) {
-    if (count == nullptr) {
-        return VL_MODEL_INVALID;
-    }
+    if (count == nullptr) return VL_MODEL_INVALID;
     return on_digest(dev_id, digest_hdl, [&](const Digest& digest) -> pipe_status {
         *count = static_cast<uint32_t>(digest.messages.size());
         return VL_MODEL_OK;
@@ -132,13 +118,9 @@ uint32_t vl_model_digest_unacked(uint32_t dev_id, uint32_t digest_hdl, uint32_t*
 }
 
 uint32_t vl_model_learning_timeout(uint32_t dev_id, uint32_t* timeout) {
-    if (timeout == nullptr) {
-        return VL_MODEL_INVALID;
-    }
+    if (timeout == nullptr) return VL_MODEL_INVALID;
     const std::lock_guard lock(model().mutex);
     pipe_status status = VL_MODEL_OK;
-    if (const Device* device = find_device(dev_id, status)) {
-        *timeout = device->learning_timeout;
-    }
+    if (const Device* device = find_device(dev_id, status)) *timeout = device->learning_timeout;
     return status;
 }

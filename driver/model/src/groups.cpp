@@ -35,12 +35,9 @@ pipe_status change_selector(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_t
         memory = selector.memory_updates;
         return body(selector, change);
     });
-    if (status != VL_MODEL_OK) {
-        return status;
-    }
-    for (const Position& position : change.positions) {
+    if (status != VL_MODEL_OK) return status;
+    for (const Position& position : change.positions)
         memory.tell(sess_hdl, dev_tgt, change.grp_hdl, position.mbr_hdl, position.index, position.active ? 1U : 0U);
-    }
     updates.tell(sess_hdl, dev_tgt, sel_hdl, change.grp_hdl, change.mbr_hdl, change.update);
     return VL_MODEL_OK;
 }
@@ -51,13 +48,9 @@ pipe_status change_membership(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe
                               pipe_mbr_hdl mbr_hdl, Body&& body) {
     return change_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector, GroupChange& change) -> pipe_status {
         Group* group = selector.groups.find(grp_hdl);
-        if (group == nullptr) {
-            return VL_MODEL_NOT_FOUND;
-        }
+        if (group == nullptr) return VL_MODEL_NOT_FOUND;
         const auto membership = group->positions.find(mbr_hdl);
-        if (membership == group->positions.end()) {
-            return VL_MODEL_NOT_FOUND;
-        }
+        if (membership == group->positions.end()) return VL_MODEL_NOT_FOUND;
         change.grp_hdl = grp_hdl;
         change.mbr_hdl = mbr_hdl;
         change.positions.reserve(1);
@@ -80,12 +73,8 @@ pipe_status set_member_state(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_
 // The fallback counts as a use of the member.
 void set_fallback(Selector& selector, pipe_mbr_hdl mbr_hdl) {
     RowMap<Member>& members = selector.data_table.members;
-    if (mbr_hdl != 0) {
-        ++members.find(mbr_hdl)->uses;
-    }
-    if (selector.fallback != 0) {
-        --members.find(selector.fallback)->uses;
-    }
+    if (mbr_hdl != 0) ++members.find(mbr_hdl)->uses;
+    if (selector.fallback != 0) --members.find(selector.fallback)->uses;
     selector.fallback = mbr_hdl;
 }
 
@@ -95,9 +84,8 @@ pipe_status pipe_mgr_sel_grp_add(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
                                  uint32_t max_grp_size, uint32_t mark, pipe_grp_hdl* grp_hdl, uint32_t flags) {
     const auto add = [&](Selector& selector, GroupChange& change) -> pipe_status {
         pipe_grp_hdl& last = model().last_group;
-        if (selector.groups.count() >= selector.capacity || last == before_groups + most_profile_handles) {
+        if (selector.groups.count() >= selector.capacity || last == before_groups + most_profile_handles)
             return VL_MODEL_TABLE_FULL;
-        }
         change.positions.reserve(1);
         const Group& group = selector.add_group(last + 1, max_grp_size);
         change.grp_hdl = ++last;
@@ -117,21 +105,14 @@ pipe_status pipe_mgr_sel_grp_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
                                  uint32_t flags) {
     const auto remove = [&](Selector& selector, GroupChange& change) -> pipe_status {
         Group* group = selector.groups.find(grp_hdl);
-        if (group == nullptr) {
-            return VL_MODEL_NOT_FOUND;
-        }
-        if (group->uses != 0) {
-            return VL_MODEL_IN_USE;
-        }
+        if (group == nullptr) return VL_MODEL_NOT_FOUND;
+        if (group->uses != 0) return VL_MODEL_IN_USE;
         change.grp_hdl = grp_hdl;
         change.update = PIPE_UPDATE_DELETED;
         const uint32_t first = group->words.front() * VL_MODEL_SELECTOR_WORD_SLOTS;
         change.positions.push_back({0, first, false});
-        for (const auto& [mbr_hdl, position] : group->positions) {
-            if (position != first) {
-                change.positions.push_back({0, position, false});
-            }
-        }
+        for (const auto& [mbr_hdl, position] : group->positions)
+            if (position != first) change.positions.push_back({0, position, false});
         forget_placement(group->placement);
         selector.remove_group(grp_hdl);
         return VL_MODEL_OK;
@@ -145,18 +126,10 @@ pipe_status pipe_mgr_sel_grp_mbr_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
     const auto add = [&](Selector& selector, GroupChange& change) -> pipe_status {
         Group* group = selector.groups.find(grp_hdl);
         const Member* member = selector.data_table.members.find(mbr_hdl);
-        if (group == nullptr || member == nullptr) {
-            return VL_MODEL_NOT_FOUND;
-        }
-        if (member->action_hdl != act_hdl) {
-            return VL_MODEL_FOREIGN_ACTION;
-        }
-        if (group->positions.contains(mbr_hdl)) {
-            return VL_MODEL_EXISTS;
-        }
-        if (group->max_size != 0 && group->positions.size() >= group->max_size) {
-            return VL_MODEL_GROUP_FULL;
-        }
+        if (group == nullptr || member == nullptr) return VL_MODEL_NOT_FOUND;
+        if (member->action_hdl != act_hdl) return VL_MODEL_FOREIGN_ACTION;
+        if (group->positions.contains(mbr_hdl)) return VL_MODEL_EXISTS;
+        if (group->max_size != 0 && group->positions.size() >= group->max_size) return VL_MODEL_GROUP_FULL;
         change.grp_hdl = grp_hdl;
         change.mbr_hdl = mbr_hdl;
         change.update = PIPE_UPDATE_ADDED;
@@ -198,9 +171,7 @@ pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
                                           pipe_mbr_hdl mbr_hdl, uint32_t flags) {
     const auto body = [&]() -> pipe_status {
         return with_selector(sess_hdl, dev_tgt, sel_hdl, [&](Selector& selector) -> pipe_status {
-            if (selector.data_table.members.find(mbr_hdl) == nullptr) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (selector.data_table.members.find(mbr_hdl) == nullptr) return VL_MODEL_NOT_FOUND;
             set_fallback(selector, mbr_hdl);
             return VL_MODEL_OK;
         });

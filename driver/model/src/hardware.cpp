@@ -15,15 +15,11 @@ uint32_t with_row(uint32_t dev_id, uint32_t tbl_hdl, uint32_t handle, Body&& bod
     const std::lock_guard lock(model().mutex);
     pipe_status status = VL_MODEL_OK;
     Device* device = find_device(dev_id, status);
-    if (device == nullptr) {
-        return status;
-    }
+    if (device == nullptr) return status;
     const auto on_row = [&](auto& table) -> uint32_t {
         return has_row(table, handle) ? body(table) : uint32_t{VL_MODEL_NOT_FOUND};
     };
-    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end()) {
-        return on_row(*table->second);
-    }
+    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end()) return on_row(*table->second);
     const auto table = device->data_tables.find(tbl_hdl);
     return table != device->data_tables.end() ? on_row(table->second) : uint32_t{VL_MODEL_UNKNOWN_TABLE};
 }
@@ -46,9 +42,8 @@ Damage choose_damage(const Table& table, const EntryView& entry, std::mt19937_64
         {.what = VL_MODEL_MEMBER_BIT, .bits = entry.kind == PIPE_KIND_MEMBER ? 32U : 0U},
     };
     Damage choice{};
-    while (choice.bits == 0) {
+    while (choice.bits == 0)
         choice = choices[random() % std::size(choices)];
-    }
     return choice;
 }
 
@@ -61,9 +56,7 @@ vl_model_corruption corrupt(Table& table, pipe_ent_hdl ent_hdl, std::mt19937_64&
     const Damage damage = choose_damage(table, entry, random);
     const auto bit = static_cast<uint32_t>(random() % damage.bits);
     std::optional<EntryImage> image;
-    if (damage.what != VL_MODEL_LOST) {
-        image = image_of(entry);
-    }
+    if (damage.what != VL_MODEL_LOST) image = image_of(entry);
     switch (damage.what) {
     case VL_MODEL_LOST:
         break;
@@ -92,9 +85,8 @@ uint32_t intact_entries(const Table& table) {
 // In the order of handles, so that the seed alone decides.
 std::vector<Table*> sorted_tables(const Device& device) {
     std::vector<Table*> tables;
-    for (const auto& [handle, table] : device.tables) {
+    for (const auto& [handle, table] : device.tables)
         tables.push_back(table.get());
-    }
     std::sort(tables.begin(), tables.end(),
               [](const Table* a, const Table* b) { return a->description.handle < b->description.handle; });
     return tables;
@@ -108,14 +100,10 @@ uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
     const uint32_t status = with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
         EntryView view;
         const uint32_t found = find_view(table, ent_hdl, true, view);
-        if (found == VL_MODEL_OK) {
-            image = image_of(view);
-        }
+        if (found == VL_MODEL_OK) image = image_of(view);
         return found;
     });
-    if (status != VL_MODEL_OK) {
-        return status;
-    }
+    if (status != VL_MODEL_OK) return status;
     {
         const WithinCallback within;
         edit(image);
@@ -140,31 +128,22 @@ using namespace vl_model;
 uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t count, vl_model_corruption* corrupted,
                                    uint32_t* corrupted_count) {
     const auto body = [&]() -> pipe_status {
-        if (corrupted_count == nullptr || (corrupted == nullptr && count != 0)) {
-            return VL_MODEL_INVALID;
-        }
+        if (corrupted_count == nullptr || (corrupted == nullptr && count != 0)) return VL_MODEL_INVALID;
         *corrupted_count = 0;
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
         const Device* device = find_device(dev_id, status);
-        if (device == nullptr) {
-            return status;
-        }
+        if (device == nullptr) return status;
         const std::vector<Table*> tables = sorted_tables(*device);
         uint64_t left = 0;
-        for (const Table* table : tables) {
+        for (const Table* table : tables)
             left += intact_entries(*table);
-        }
         // One pass: each entry is taken with the chance that the missing ones have among those that are left.
         std::mt19937_64 random(seed);
         for (Table* table : tables) {
             for (pipe_ent_hdl entry = table->entries.first(); entry != 0; entry = table->entries.next(entry)) {
-                if (*corrupted_count == count) {
-                    return VL_MODEL_OK;
-                }
-                if (table->hardware.contains(entry)) {
-                    continue;
-                }
+                if (*corrupted_count == count) return VL_MODEL_OK;
+                if (table->hardware.contains(entry)) continue;
                 if (random() % left < count - *corrupted_count) {
                     corrupted[*corrupted_count] = corrupt(*table, entry, random);
                     ++*corrupted_count;

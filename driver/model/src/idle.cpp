@@ -23,9 +23,7 @@ template <class Body>
 pipe_status with_ageing_entry(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl,
                               Body&& body) {
     return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table& table, Ageing& ageing) -> pipe_status {
-        if (!table.entries.has(ent_hdl)) {
-            return VL_MODEL_NOT_FOUND;
-        }
+        if (!table.entries.has(ent_hdl)) return VL_MODEL_NOT_FOUND;
         body(ageing);
         return VL_MODEL_OK;
     });
@@ -51,14 +49,11 @@ std::vector<TimeOut> take_time_outs(const Model& m) {
     for (const auto& [dev_id, device] : m.devices) {
         for (const auto& [tbl_hdl, table] : device->tables) {
             Ageing* ageing = table->ageing.get();
-            if (ageing == nullptr || !ageing->is_on() || ageing->time_outs.callback == nullptr) {
-                continue;
-            }
+            if (ageing == nullptr || !ageing->is_on() || ageing->time_outs.callback == nullptr) continue;
             expired.clear();
             ageing->expire(m.now, expired);
-            for (const IdleEntry& entry : expired) {
+            for (const IdleEntry& entry : expired)
                 time_outs.push_back({entry.deadline, dev_id, tbl_hdl, entry.ent_hdl});
-            }
         }
     }
     std::sort(time_outs.begin(), time_outs.end());
@@ -74,9 +69,7 @@ void tell(const TimeOut& time_out) {
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
         Table* table = find_table(time_out.dev_id, time_out.tbl_hdl, status);
-        if (table == nullptr || table->ageing == nullptr || !table->ageing->is_expired(time_out.ent_hdl)) {
-            return;
-        }
+        if (table == nullptr || table->ageing == nullptr || !table->ageing->is_expired(time_out.ent_hdl)) return;
         subscriber = table->ageing->time_outs;
         running.emplace(subscriber.registration);
         if (!*running) {
@@ -103,13 +96,9 @@ pipe_status pipe_mgr_idle_set_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
 pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params* params) {
     const auto body = [&]() -> pipe_status {
-        if (params == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (params == nullptr) return VL_MODEL_INVALID;
         return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table&, const Ageing& ageing) -> pipe_status {
-            if (!ageing.params) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (!ageing.params) return VL_MODEL_NOT_FOUND;
             *params = *ageing.params;
             return VL_MODEL_OK;
         });
@@ -121,16 +110,12 @@ pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev
                                          uint32_t enable) {
     const auto body = [&]() -> pipe_status {
         return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table& table, Ageing& ageing) -> pipe_status {
-            if (enable > 1) {
-                return VL_MODEL_INVALID;
-            }
+            if (enable > 1) return VL_MODEL_INVALID;
             if (enable == 0) {
                 ageing.switch_off();
                 return VL_MODEL_OK;
             }
-            if (!ageing.params) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (!ageing.params) return VL_MODEL_NOT_FOUND;
             ageing.switch_on(model().now, table.entries);
             return VL_MODEL_OK;
         });
@@ -165,9 +150,7 @@ pipe_status pipe_mgr_mat_ent_set_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id de
 pipe_status pipe_mgr_mat_ent_get_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t* ttl) {
     const auto body = [&]() -> pipe_status {
-        if (ttl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (ttl == nullptr) return VL_MODEL_INVALID;
         return with_ageing_entry(sess_hdl, dev_id, tbl_hdl, ent_hdl,
                                  [&](const Ageing& ageing) { *ttl = ageing.ttl(ent_hdl); });
     };
@@ -203,9 +186,7 @@ pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev
 pipe_status pipe_mgr_idle_time_get_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, uint32_t* hit_state) {
     const auto body = [&]() -> pipe_status {
-        if (hit_state == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (hit_state == nullptr) return VL_MODEL_INVALID;
         return with_ageing_entry(sess_hdl, dev_id, tbl_hdl, ent_hdl, [&](const Ageing& ageing) {
             *hit_state = ageing.hit_state(ent_hdl) ? PIPE_IDLE_HIT : PIPE_IDLE_NOT_HIT;
         });
@@ -218,15 +199,9 @@ uint32_t vl_model_entry_hit(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl)
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
         Table* table = find_table(dev_id, tbl_hdl, status);
-        if (table == nullptr) {
-            return status;
-        }
-        if (table->ageing == nullptr) {
-            return VL_MODEL_NOT_SUPPORTED;
-        }
-        if (!table->entries.has(ent_hdl)) {
-            return VL_MODEL_NOT_FOUND;
-        }
+        if (table == nullptr) return status;
+        if (table->ageing == nullptr) return VL_MODEL_NOT_SUPPORTED;
+        if (!table->entries.has(ent_hdl)) return VL_MODEL_NOT_FOUND;
         table->ageing->hit(ent_hdl, model().now);
         return VL_MODEL_OK;
     };
@@ -242,9 +217,8 @@ uint32_t vl_model_clock_advance(uint32_t milliseconds) {
             m.now += milliseconds;
             time_outs = take_time_outs(m);
         }
-        for (const TimeOut& time_out : time_outs) {
+        for (const TimeOut& time_out : time_outs)
             tell(time_out);
-        }
         return VL_MODEL_OK;
     };
     return run_guarded(body);

@@ -32,9 +32,7 @@ public:
     }
     // False if the handle is there already.
     bool add(uint32_t handle) {
-        if (places_.contains(handle)) {
-            return false;
-        }
+        if (places_.contains(handle)) return false;
         const auto place = order_.insert(order_.end(), handle);
         try {
             places_.emplace(handle, place);
@@ -47,9 +45,7 @@ public:
     // False if the handle isn't there.
     bool remove(uint32_t handle) {
         const auto found = places_.find(handle);
-        if (found == places_.end()) {
-            return false;
-        }
+        if (found == places_.end()) return false;
         order_.erase(found->second);
         places_.erase(found);
         return true;
@@ -87,9 +83,8 @@ static std::deque<p4_pd_ms_state>& member_states() {
 }
 
 void clear_member_states() {
-    for (p4_pd_ms_state& state : member_states()) {
+    for (p4_pd_ms_state& state : member_states())
         state.devices.clear();
-    }
 }
 
 } // namespace vl_model
@@ -100,21 +95,16 @@ namespace {
 
 pipe_status join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
     const auto group = shadow.groups.find(grp_hdl);
-    if (group == shadow.groups.end()) {
-        return VL_MODEL_NOT_FOUND;
-    }
+    if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
     Arrivals& members = group->second.members;
-    if (!members.add(mbr_hdl)) {
-        return VL_MODEL_EXISTS;
-    }
+    if (!members.add(mbr_hdl)) return VL_MODEL_EXISTS;
     try {
         shadow.groups_of[mbr_hdl].add(grp_hdl);
     } catch (...) {
         members.remove(mbr_hdl);
         if (const auto groups = shadow.groups_of.find(mbr_hdl);
-            groups != shadow.groups_of.end() && groups->second.empty()) {
+            groups != shadow.groups_of.end() && groups->second.empty())
             shadow.groups_of.erase(groups);
-        }
         throw;
     }
     return VL_MODEL_OK;
@@ -123,25 +113,19 @@ pipe_status join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hd
 void forget_group_of(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
     const auto groups = shadow.groups_of.find(mbr_hdl);
     groups->second.remove(grp_hdl);
-    if (groups->second.empty()) {
-        shadow.groups_of.erase(groups);
-    }
+    if (groups->second.empty()) shadow.groups_of.erase(groups);
 }
 
 // Runs `body` on the device's part of a state, which comes to be with the first call that names it.
 template <class Body>
 pipe_status with_shadow(p4_pd_ms_state* state, pipe_dev_id dev_id, bool is_valid, Body&& body) {
-    if (state == nullptr || !is_valid) {
-        return VL_MODEL_INVALID;
-    }
+    if (state == nullptr || !is_valid) return VL_MODEL_INVALID;
     const std::lock_guard lock(model().mutex);
     return body(state->devices[dev_id]);
 }
 
 pipe_status no_resources(const p4_pd_ms_state* state, uint32_t* count, void** res) {
-    if (state == nullptr || count == nullptr || res == nullptr) {
-        return VL_MODEL_INVALID;
-    }
+    if (state == nullptr || count == nullptr || res == nullptr) return VL_MODEL_INVALID;
     *count = 0;
     *res = nullptr;
     return VL_MODEL_OK;
@@ -151,18 +135,14 @@ pipe_status no_resources(const p4_pd_ms_state* state, uint32_t* count, void** re
 template <class Map, class Get>
 pipe_status read_action(const Map& map, uint32_t handle, Get get, pipe_act_hdl& act_hdl) {
     const auto found = map.find(handle);
-    if (found == map.end() || !get(found->second)) {
-        return VL_MODEL_NOT_FOUND;
-    }
+    if (found == map.end() || !get(found->second)) return VL_MODEL_NOT_FOUND;
     act_hdl = *get(found->second);
     return VL_MODEL_OK;
 }
 
 // A handle from JSON: a whole number from 1 to 0xFFFFFFFF. cJSON's integer view stops at 31 bits.
 std::optional<uint32_t> handle_of(const cJSON* item) {
-    if (!cJSON_IsNumber(item) || !(item->valuedouble >= 1 && item->valuedouble <= UINT32_MAX)) {
-        return std::nullopt;
-    }
+    if (!cJSON_IsNumber(item) || !(item->valuedouble >= 1 && item->valuedouble <= UINT32_MAX)) return std::nullopt;
     const auto handle = static_cast<uint32_t>(item->valuedouble);
     return handle == item->valuedouble ? std::optional(handle) : std::nullopt;
 }
@@ -216,9 +196,7 @@ void restore_group(DeviceShadow& shadow, const cJSON* item) {
         action = logged ? logged : action;
         const cJSON* member = nullptr;
         cJSON_ArrayForEach(member, cJSON_GetObjectItemCaseSensitive(item, "members")) {
-            if (const auto mbr_hdl = handle_of(member)) {
-                join(shadow, *mbr_hdl, *handle);
-            }
+            if (const auto mbr_hdl = handle_of(member)) join(shadow, *mbr_hdl, *handle);
         }
     }
 }
@@ -251,9 +229,7 @@ pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
     const auto body = [&]() -> pipe_status {
         return with_shadow(state, dev_id, mbr_hdl != 0 && act_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
             const auto member = shadow.members.find(mbr_hdl);
-            if (member == shadow.members.end()) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (member == shadow.members.end()) return VL_MODEL_NOT_FOUND;
             member->second = act_hdl;
             return VL_MODEL_OK;
         });
@@ -279,9 +255,8 @@ pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
             const auto groups = shadow.groups_of.find(mbr_hdl);
             const bool was_in_group = groups != shadow.groups_of.end();
             if (was_in_group) {
-                for (const pipe_grp_hdl grp_hdl : groups->second) {
+                for (const pipe_grp_hdl grp_hdl : groups->second)
                     shadow.groups.at(grp_hdl).members.remove(mbr_hdl);
-                }
                 shadow.groups_of.erase(groups);
             }
             return shadow.members.erase(mbr_hdl) != 0 || was_in_group ? VL_MODEL_OK : VL_MODEL_NOT_FOUND;
@@ -306,12 +281,9 @@ pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
         const bool is_valid = grp_hdl != 0 && (count == 0 || mbr_hdls != nullptr);
         return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
             const auto group = shadow.groups.find(grp_hdl);
-            if (group == shadow.groups.end()) {
-                return VL_MODEL_NOT_FOUND;
-            }
-            for (const pipe_mbr_hdl mbr_hdl : group->second.members) {
+            if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
+            for (const pipe_mbr_hdl mbr_hdl : group->second.members)
                 forget_group_of(shadow, mbr_hdl, grp_hdl);
-            }
             shadow.groups.erase(group);
             return VL_MODEL_OK;
         });
@@ -334,9 +306,7 @@ pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* st
     const auto body = [&]() -> pipe_status {
         return with_shadow(state, dev_id, mbr_hdl != 0 && grp_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
             const auto group = shadow.groups.find(grp_hdl);
-            if (group == shadow.groups.end() || !group->second.members.remove(mbr_hdl)) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (group == shadow.groups.end() || !group->second.members.remove(mbr_hdl)) return VL_MODEL_NOT_FOUND;
             forget_group_of(shadow, mbr_hdl, grp_hdl);
             return VL_MODEL_OK;
         });
@@ -349,9 +319,7 @@ pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
     const auto body = [&]() -> pipe_status {
         return with_shadow(state, dev_id, grp_hdl != 0 && act_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
             const auto group = shadow.groups.find(grp_hdl);
-            if (group == shadow.groups.end()) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
             group->second.action = act_hdl;
             return VL_MODEL_OK;
         });
@@ -390,14 +358,10 @@ pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id
         const bool is_valid = mbr_hdl != 0 && fn != nullptr;
         pipe_status result = with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
             const auto found = shadow.groups_of.find(mbr_hdl);
-            if (found != shadow.groups_of.end()) {
-                groups.assign(found->second.begin(), found->second.end());
-            }
+            if (found != shadow.groups_of.end()) groups.assign(found->second.begin(), found->second.end());
             return VL_MODEL_OK;
         });
-        if (result != VL_MODEL_OK) {
-            return result;
-        }
+        if (result != VL_MODEL_OK) return result;
         const WithinCallback within;
         for (const pipe_grp_hdl grp_hdl : groups) {
             const pipe_status status = fn(dev_id, grp_hdl, mbr_hdl, cookie);
@@ -427,21 +391,16 @@ pipe_status p4_pd_ms_log_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON*
             for (const auto& [mbr_hdl, action] : shadow.members) {
                 cJSON* item = json.object_in(members);
                 json.number(item, "member", mbr_hdl);
-                if (action) {
-                    json.number(item, "action", *action);
-                }
+                if (action) json.number(item, "action", *action);
             }
             cJSON* groups = json.list(object, "groups");
             for (const auto& [grp_hdl, group] : shadow.groups) {
                 cJSON* item = json.object_in(groups);
                 json.number(item, "group", grp_hdl);
-                if (group.action) {
-                    json.number(item, "action", *group.action);
-                }
+                if (group.action) json.number(item, "action", *group.action);
                 cJSON* list = json.list(item, "members");
-                for (const pipe_mbr_hdl mbr_hdl : group.members) {
+                for (const pipe_mbr_hdl mbr_hdl : group.members)
                     json.number_in(list, mbr_hdl);
-                }
             }
             return json.good() ? VL_MODEL_OK : VL_MODEL_NO_MEMORY;
         });
@@ -467,9 +426,7 @@ pipe_status p4_pd_ms_restore_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJ
 
 pipe_status p4_pd_ms_destroy_state_for_dev(p4_pd_ms_state* state, pipe_dev_id dev_id) {
     const auto body = [&]() -> pipe_status {
-        if (state == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (state == nullptr) return VL_MODEL_INVALID;
         const std::lock_guard lock(model().mutex);
         state->devices.erase(dev_id);
         return VL_MODEL_OK;

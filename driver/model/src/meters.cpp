@@ -38,20 +38,14 @@ Spec spec_at(const std::unordered_map<uint32_t, Spec>& specs, uint32_t index) {
 }
 
 pipe_status read_attached(const Table& table, pipe_ent_hdl ent_hdl, pipe_meter_spec& spec) {
-    if (table.meter == nullptr) {
-        return VL_MODEL_NOT_SUPPORTED;
-    }
+    if (table.meter == nullptr) return VL_MODEL_NOT_SUPPORTED;
     EntryView entry;
-    if (const pipe_status status = find_view(table, ent_hdl, false, entry)) {
-        return status;
-    }
+    if (const pipe_status status = find_view(table, ent_hdl, false, entry)) return status;
     const auto* end = entry.slots + entry.slot_count;
     const auto* slot = std::find_if(entry.slots, end, [&](const pipe_resource_slot& candidate) {
         return candidate.resource_hdl == table.meter->description.handle && candidate.tag == PIPE_SLOT_ATTACHED;
     });
-    if (slot == end) {
-        return VL_MODEL_NOT_FOUND;
-    }
+    if (slot == end) return VL_MODEL_NOT_FOUND;
     spec = meter_spec_of(*slot);
     return VL_MODEL_OK;
 }
@@ -61,9 +55,7 @@ pipe_status read_attached(const Table& table, pipe_ent_hdl ent_hdl, pipe_meter_s
 pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                       pipe_ent_hdl ent_hdl, pipe_meter_spec* spec) {
     const auto body = [&]() -> pipe_status {
-        if (spec == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (spec == nullptr) return VL_MODEL_INVALID;
         const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl,
                                               [&](const Table& table) { return read_attached(table, ent_hdl, *spec); });
         run_hook(status, &Hooks::meter, *spec);
@@ -75,12 +67,8 @@ pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_t
 pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl, uint32_t index,
                                    const pipe_meter_spec* spec, uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        if (spec == nullptr) {
-            return VL_MODEL_INVALID;
-        }
-        if (!is_sound(*spec)) {
-            return VL_MODEL_BAD_DATA;
-        }
+        if (spec == nullptr) return VL_MODEL_INVALID;
+        if (!is_sound(*spec)) return VL_MODEL_BAD_DATA;
         return with_specs(sess_hdl, dev_tgt, &Device::meters, meter_hdl, index,
                           [&](auto& specs) { specs[index] = *spec; });
     };
@@ -90,9 +78,7 @@ pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
 pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                           uint32_t index, pipe_meter_spec* spec, uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        if (spec == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (spec == nullptr) return VL_MODEL_INVALID;
         const pipe_status status = with_specs(sess_hdl, dev_tgt, &Device::meters, meter_hdl, index,
                                               [&](const auto& specs) { *spec = spec_at(specs, index); });
         run_hook(status, &Hooks::meter, *spec);
@@ -112,9 +98,7 @@ pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev
 pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t* adjustment) {
     const auto body = [&]() -> pipe_status {
-        if (adjustment == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (adjustment == nullptr) return VL_MODEL_INVALID;
         return with_meter(sess_hdl, dev_tgt, meter_hdl,
                           [&](const Meter& meter) { *adjustment = meter.bytecount_adjust; });
     };
@@ -124,9 +108,7 @@ pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev
 pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl wred_hdl, uint32_t index,
                                   const pipe_wred_spec* spec, uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        if (spec == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (spec == nullptr) return VL_MODEL_INVALID;
         return with_specs(sess_hdl, dev_tgt, &Device::wred_blocks, wred_hdl, index,
                           [&](auto& specs) { specs[index] = *spec; });
     };
@@ -136,9 +118,7 @@ pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, 
 pipe_status pipe_mgr_wred_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl wred_hdl,
                                          uint32_t index, pipe_wred_spec* spec, uint32_t flags) {
     const auto body = [&]() -> pipe_status {
-        if (spec == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (spec == nullptr) return VL_MODEL_INVALID;
         return with_specs(sess_hdl, dev_tgt, &Device::wred_blocks, wred_hdl, index,
                           [&](const auto& specs) { *spec = spec_at(specs, index); });
     };

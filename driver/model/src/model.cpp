@@ -14,24 +14,20 @@ constexpr uint32_t max_capacity = UINT32_C(0x7FFFFFFF); // handles with the top 
 
 uint16_t max_data_len(const vl_model_table& description) {
     uint16_t max = 0;
-    for (uint32_t i = 0; i < description.action_count; ++i) {
+    for (uint32_t i = 0; i < description.action_count; ++i)
         max = std::max(max, description.actions[i].data_len);
-    }
     return max;
 }
 
 bool is_sound(const vl_model_table& table) {
     if (table.handle == 0 || (table.action_count != 0 && table.actions == nullptr) || table.match > VL_MODEL_PREFIX ||
-        (table.match == VL_MODEL_KEYLESS) != (table.key_len == 0)) {
+        (table.match == VL_MODEL_KEYLESS) != (table.key_len == 0))
         return false;
-    }
     std::unordered_set<uint32_t> seen;
     bool has_initial = table.initial_default == 0;
     for (uint32_t i = 0; i < table.action_count; ++i) {
         const vl_model_action& action = table.actions[i];
-        if (action.handle == 0 || !seen.insert(action.handle).second) {
-            return false;
-        }
+        if (action.handle == 0 || !seen.insert(action.handle).second) return false;
         has_initial = has_initial || action.handle == table.initial_default;
     }
     return has_initial;
@@ -41,20 +37,15 @@ bool is_sound(const vl_model_table& table) {
 // that it allows its entries. False if they contradict what the device has.
 bool add_profile(Device& device, Table& table) {
     const vl_model_table& description = table.description;
-    if (description.data_table == 0) {
-        return description.selector == 0;
-    }
+    if (description.data_table == 0) return description.selector == 0;
     DataTable& data_table = device.data_tables[description.data_table];
     table.data_table = &data_table;
     for (const vl_model_action& action : table.actions) {
         const auto is_same = [&](const vl_model_action& other) { return other.handle == action.handle; };
-        if (action.for_entries != 0 && std::none_of(data_table.actions.begin(), data_table.actions.end(), is_same)) {
+        if (action.for_entries != 0 && std::none_of(data_table.actions.begin(), data_table.actions.end(), is_same))
             data_table.actions.push_back(action);
-        }
     }
-    if (description.selector == 0) {
-        return true;
-    }
+    if (description.selector == 0) return true;
     Selector& selector = device.selectors.try_emplace(description.selector, data_table).first->second;
     table.selector = &selector;
     return &selector.data_table == &data_table;
@@ -90,13 +81,9 @@ Table::Table(const vl_model_table& from)
       entries(from.key_len, max_data_len(from)) {
     description.name = name.c_str();
     description.actions = actions.data();
-    if (description.capacity == 0) {
-        description.capacity = VL_MODEL_DEFAULT_CAPACITY;
-    }
+    if (description.capacity == 0) description.capacity = VL_MODEL_DEFAULT_CAPACITY;
     description.capacity = std::min(description.capacity, max_capacity);
-    if (description.idle_time != 0) {
-        ageing = std::make_unique<Ageing>();
-    }
+    if (description.idle_time != 0) ageing = std::make_unique<Ageing>();
     reset_default_entry();
 }
 
@@ -134,17 +121,11 @@ void Table::set_default_entry(std::optional<EntryImage> image) {
     const auto uses_of = [&](const std::optional<EntryImage>& entry) {
         return entry ? target_uses(entry->kind, entry->member_hdl, entry->group_hdl) : nullptr;
     };
-    if (uint32_t* uses = uses_of(image)) {
-        ++*uses;
-    }
-    if (uint32_t* uses = uses_of(default_entry)) {
-        --*uses;
-    }
+    if (uint32_t* uses = uses_of(image)) ++*uses;
+    if (uint32_t* uses = uses_of(default_entry)) --*uses;
     default_entry = std::move(image);
     forget_copies(default_handle());
-    if (!default_entry) {
-        forget_cells(default_handle());
-    }
+    if (!default_entry) forget_cells(default_handle());
 }
 
 void Table::forget_copies(pipe_ent_hdl ent_hdl) {
@@ -153,33 +134,25 @@ void Table::forget_copies(pipe_ent_hdl ent_hdl) {
 }
 
 void Table::forget_cells(pipe_ent_hdl ent_hdl) const {
-    if (counter != nullptr) {
-        counter->cells.forget(ent_hdl);
-    }
-    if (stateful != nullptr) {
-        for (auto& cells : stateful->pipes) {
+    if (counter != nullptr) counter->cells.forget(ent_hdl);
+    if (stateful != nullptr)
+        for (auto& cells : stateful->pipes)
             cells.forget(ent_hdl);
-        }
-    }
 }
 
 void end_registrations(Device& device) noexcept {
     for (auto& [tbl_hdl, table] : device.tables) {
         end(table->updates.registration);
-        if (table->ageing != nullptr) {
-            end(table->ageing->time_outs.registration);
-        }
+        if (table->ageing != nullptr) end(table->ageing->time_outs.registration);
     }
-    for (auto& [adt_hdl, table] : device.data_tables) {
+    for (auto& [adt_hdl, table] : device.data_tables)
         end(table.updates.registration);
-    }
     for (auto& [sel_hdl, selector] : device.selectors) {
         end(selector.updates.registration);
         end(selector.memory_updates.registration);
     }
-    for (auto& [digest_hdl, digest] : device.digests) {
+    for (auto& [digest_hdl, digest] : device.digests)
         end(digest.subscriber.registration);
-    }
 }
 
 Device* find_device(Target target, pipe_status& status) {
@@ -199,9 +172,7 @@ Device* find_device(Target target, pipe_status& status) {
 
 Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status) {
     Device* device = find_device(dev_id, status);
-    if (device == nullptr) {
-        return nullptr;
-    }
+    if (device == nullptr) return nullptr;
     const auto table = device->tables.find(tbl_hdl);
     if (table == device->tables.end()) {
         status = VL_MODEL_UNKNOWN_TABLE;
@@ -215,25 +186,18 @@ Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status)
 using namespace vl_model;
 
 uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline) {
-    if (pipeline == nullptr || (pipeline->table_count != 0 && pipeline->tables == nullptr)) {
-        return VL_MODEL_INVALID;
-    }
+    if (pipeline == nullptr || (pipeline->table_count != 0 && pipeline->tables == nullptr)) return VL_MODEL_INVALID;
     try {
         auto device = std::make_unique<Device>();
         device->pipeline = pipeline->name != nullptr ? pipeline->name : "";
         for (uint32_t i = 0; i < pipeline->table_count; ++i) {
             const vl_model_table& table = pipeline->tables[i];
-            if (!is_sound(table) || device->tables.contains(table.handle)) {
-                return VL_MODEL_INVALID;
-            }
+            if (!is_sound(table) || device->tables.contains(table.handle)) return VL_MODEL_INVALID;
             const auto added = device->tables.emplace(table.handle, std::make_unique<Table>(table)).first;
-            if (!add_profile(*device, *added->second)) {
-                return VL_MODEL_INVALID;
-            }
+            if (!add_profile(*device, *added->second)) return VL_MODEL_INVALID;
         }
-        if (has_shared_handles(*device) || !add_resources(*device, *pipeline) || !add_services(*device, *pipeline)) {
+        if (has_shared_handles(*device) || !add_resources(*device, *pipeline) || !add_services(*device, *pipeline))
             return VL_MODEL_INVALID;
-        }
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         return m.devices.try_emplace(dev_id, std::move(device)).second ? VL_MODEL_OK : VL_MODEL_EXISTS;
@@ -243,9 +207,7 @@ uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline)
 }
 
 uint32_t vl_model_session_open(uint32_t* sess_hdl) {
-    if (sess_hdl == nullptr) {
-        return VL_MODEL_INVALID;
-    }
+    if (sess_hdl == nullptr) return VL_MODEL_INVALID;
     try {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
@@ -267,19 +229,16 @@ uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t
     const std::lock_guard lock(model().mutex);
     pipe_status status = VL_MODEL_OK;
     Device* device = find_device(dev_id, status);
-    if (device == nullptr) {
-        return status;
-    }
+    if (device == nullptr) return status;
     capacity = std::min(capacity, max_capacity);
-    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end()) {
+    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end())
         table->second->description.capacity = capacity;
-    } else if (const auto members = device->data_tables.find(tbl_hdl); members != device->data_tables.end()) {
+    else if (const auto members = device->data_tables.find(tbl_hdl); members != device->data_tables.end())
         members->second.capacity = capacity;
-    } else if (const auto groups = device->selectors.find(tbl_hdl); groups != device->selectors.end()) {
+    else if (const auto groups = device->selectors.find(tbl_hdl); groups != device->selectors.end())
         groups->second.capacity = capacity;
-    } else {
+    else
         status = VL_MODEL_UNKNOWN_TABLE;
-    }
     return status;
 }
 
@@ -308,12 +267,10 @@ void vl_model_reset(void) {
         log_sink = m.log_sink.replace(nullptr);
         m.debug_mode = false;
     }
-    for (const auto& [dev_id, device] : devices) {
+    for (const auto& [dev_id, device] : devices)
         end_registrations(*device);
-    }
-    for (const Client& client : clients) {
+    for (const Client& client : clients)
         end(client.registration);
-    }
     end(restore_callback);
     end(log_sink);
     reset_watch();

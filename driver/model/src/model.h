@@ -1,7 +1,6 @@
 // What the embedded driver holds: sessions, devices with their tables, clients, allocations, the log sink, the clock.
 // One mutex guards it all; callbacks of agents, clients and tests run without it.
-#ifndef VL_MODEL_SRC_MODEL_H
-#define VL_MODEL_SRC_MODEL_H
+#pragma once
 
 #include <array>
 #include <map>
@@ -148,7 +147,7 @@ struct Model {
     std::vector<Client> clients; // in the order of registration
 
     std::unordered_set<void*> allocations;
-    std::size_t allocations_made = 0;
+    size_t allocations_made = 0;
     std::vector<unsigned> allocation_faults; // calls still to come before each fires
 
     Subscriber<vl_model_log_sink> log_sink;
@@ -188,9 +187,7 @@ template <class Body>
 pipe_status with_device(pipe_sess_hdl sess_hdl, Target target, Body&& body) {
     Model& m = model();
     const std::lock_guard lock(m.mutex);
-    if (!m.sessions.contains(sess_hdl)) {
-        return VL_MODEL_UNKNOWN_SESSION;
-    }
+    if (!m.sessions.contains(sess_hdl)) return VL_MODEL_UNKNOWN_SESSION;
     pipe_status status = VL_MODEL_OK;
     Device* device = find_device(target, status);
     return device == nullptr ? status : body(*device);
@@ -230,5 +227,3 @@ pipe_status with_group(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl sel_h
 void clear_member_states();
 
 } // namespace vl_model
-
-#endif

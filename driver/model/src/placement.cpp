@@ -11,9 +11,7 @@ namespace {
 // `placement` is the row's number of it, 0 while it has none.
 const void* blob_of(uint32_t& placement, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, uint32_t handle) {
     PlacementStore& placements = model().placements;
-    if (placement == 0) {
-        placement = placements.add(dev_id, tbl_hdl, handle);
-    }
+    if (placement == 0) placement = placements.add(dev_id, tbl_hdl, handle);
     return placements.blob(placement);
 }
 
@@ -23,14 +21,10 @@ pipe_status with_placement(const void* plcmt_data, Tables&& tables, Body&& body)
     Model& m = model();
     const std::lock_guard lock(m.mutex);
     const Placement* placement = m.placements.find(plcmt_data);
-    if (placement == nullptr) {
-        return VL_MODEL_NOT_FOUND;
-    }
+    if (placement == nullptr) return VL_MODEL_NOT_FOUND;
     pipe_status status = VL_MODEL_OK;
     const Device* device = find_device(placement->dev_id, status);
-    if (device == nullptr) {
-        return status;
-    }
+    if (device == nullptr) return status;
     const auto table = tables(*device).find(placement->tbl_hdl);
     return table == tables(*device).end() ? pipe_status{VL_MODEL_NOT_FOUND} : body(table->second, placement->handle);
 }
@@ -42,13 +36,9 @@ constexpr uint16_t any_room = UINT16_MAX; // the caller's buffers have it
 pipe_status pipe_mgr_plcmt_mat_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                         pipe_ent_hdl ent_hdl, const void** plcmt_data) {
     const auto body = [&]() -> pipe_status {
-        if (plcmt_data == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (plcmt_data == nullptr) return VL_MODEL_INVALID;
         return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
-            if (!has_row(table, ent_hdl)) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (!has_row(table, ent_hdl)) return VL_MODEL_NOT_FOUND;
             *plcmt_data = blob_of(table.placement(ent_hdl), dev_tgt.dev_id, tbl_hdl, ent_hdl);
             return VL_MODEL_OK;
         });
@@ -59,14 +49,10 @@ pipe_status pipe_mgr_plcmt_mat_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 pipe_status pipe_mgr_plcmt_adt_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl,
                                         pipe_mbr_hdl mbr_hdl, const void** plcmt_data) {
     const auto body = [&]() -> pipe_status {
-        if (plcmt_data == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (plcmt_data == nullptr) return VL_MODEL_INVALID;
         return with_data_table(sess_hdl, dev_tgt, adt_hdl, [&](DataTable& table) -> pipe_status {
             Member* member = table.members.find(mbr_hdl);
-            if (member == nullptr) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (member == nullptr) return VL_MODEL_NOT_FOUND;
             *plcmt_data = blob_of(member->placement, dev_tgt.dev_id, adt_hdl, mbr_hdl);
             return VL_MODEL_OK;
         });
@@ -77,9 +63,7 @@ pipe_status pipe_mgr_plcmt_adt_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_grp_hdl grp_hdl, const void** plcmt_data) {
     const auto body = [&]() -> pipe_status {
-        if (plcmt_data == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (plcmt_data == nullptr) return VL_MODEL_INVALID;
         return with_group(sess_hdl, dev_tgt, sel_hdl, grp_hdl, [&](Selector&, Group& group) -> pipe_status {
             *plcmt_data = blob_of(group.placement, dev_tgt.dev_id, sel_hdl, grp_hdl);
             return VL_MODEL_OK;
@@ -103,9 +87,8 @@ pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* plcmt_data, pipe_match
         return status;
     };
     const auto body = [&]() -> pipe_status {
-        if (plcmt_data == nullptr || match == nullptr || action == nullptr || act_hdl == nullptr) {
+        if (plcmt_data == nullptr || match == nullptr || action == nullptr || act_hdl == nullptr)
             return VL_MODEL_INVALID;
-        }
         const pipe_status status = with_placement(plcmt_data, tables, decode);
         run_hook(status, &Hooks::placed_entry, *match, *action, *act_hdl);
         return status;
@@ -127,9 +110,7 @@ pipe_status pipe_mgr_plcmt_adt_data_get_entry(const void* plcmt_data, pipe_actio
         return status;
     };
     const auto body = [&]() -> pipe_status {
-        if (plcmt_data == nullptr || data == nullptr || act_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (plcmt_data == nullptr || data == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
         const pipe_status status = with_placement(plcmt_data, tables, decode);
         run_hook(status, &Hooks::placed_member, *data, *act_hdl);
         return status;

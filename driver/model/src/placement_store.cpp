@@ -41,18 +41,13 @@ void PlacementStore::remove(uint32_t number) {
 void PlacementStore::remove_device(pipe_dev_id dev_id) {
     for (uint32_t number = 1; number <= places_.size(); ++number) {
         const Placement& place = places_[number - 1];
-        if (place.tbl_hdl != 0 && place.dev_id == dev_id) {
-            remove(number);
-        }
+        if (place.tbl_hdl != 0 && place.dev_id == dev_id) remove(number);
     }
 }
 
 void PlacementStore::remove_all() {
-    for (uint32_t number = 1; number <= places_.size(); ++number) {
-        if (places_[number - 1].tbl_hdl != 0) {
-            remove(number);
-        }
-    }
+    for (uint32_t number = 1; number <= places_.size(); ++number)
+        if (places_[number - 1].tbl_hdl != 0) remove(number);
 }
 
 const void* PlacementStore::blob(uint32_t number) const {
@@ -63,9 +58,7 @@ const void* PlacementStore::blob(uint32_t number) const {
 const Placement* PlacementStore::find(const void* blob) const {
     const uint64_t word = reinterpret_cast<uintptr_t>(blob);
     const auto number = static_cast<uint32_t>(word);
-    if ((word & blob_bit) == 0 || number == 0 || number > places_.size()) {
-        return nullptr;
-    }
+    if ((word & blob_bit) == 0 || number == 0 || number > places_.size()) return nullptr;
     const Placement& place = places_[number - 1];
     return place.tbl_hdl != 0 && place.use == (word >> 32 & last_use) ? &place : nullptr;
 }

@@ -1,8 +1,7 @@
 // The placement data that is given out. A blob is no memory but the number of a place here and of the use of that
 // place, made an address: an entry pays four bytes for it, and one that isn't valid any more is known without a look at
 // what it leads to. Callers hold the model's mutex.
-#ifndef VL_MODEL_SRC_PLACEMENT_STORE_H
-#define VL_MODEL_SRC_PLACEMENT_STORE_H
+#pragma once
 
 #include <cstdint>
 #include <deque>
@@ -37,5 +36,3 @@ private:
 };
 
 } // namespace vl_model
-
-#endif

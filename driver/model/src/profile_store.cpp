@@ -54,9 +54,8 @@ Group& Selector::add_group(pipe_grp_hdl grp_hdl, uint32_t max_size) {
 
 void Selector::remove_group(pipe_grp_hdl grp_hdl) {
     const Group& group = *groups.find(grp_hdl);
-    for (const auto& [mbr_hdl, position] : group.positions) {
+    for (const auto& [mbr_hdl, position] : group.positions)
         --data_table.members.find(mbr_hdl)->uses;
-    }
     for (const uint32_t word : group.words) {
         words[word] = {};
         free_words.set(word);
@@ -65,9 +64,7 @@ void Selector::remove_group(pipe_grp_hdl grp_hdl) {
 }
 
 uint32_t Selector::join(pipe_grp_hdl grp_hdl, Group& group, pipe_mbr_hdl mbr_hdl) {
-    if (group.open_words.empty()) {
-        take_word(grp_hdl, group);
-    }
+    if (group.open_words.empty()) take_word(grp_hdl, group);
     const auto open = group.open_words.begin();
     SelectorWord& word = words[*open];
     const auto slot = static_cast<uint32_t>(std::countr_one(word.used));
@@ -76,9 +73,7 @@ uint32_t Selector::join(pipe_grp_hdl grp_hdl, Group& group, pipe_mbr_hdl mbr_hdl
     word.used |= bit_of(position);
     word.active |= bit_of(position);
     word.members[slot] = mbr_hdl;
-    if (word.used == UINT32_MAX) {
-        group.open_words.erase(open);
-    }
+    if (word.used == UINT32_MAX) group.open_words.erase(open);
     ++data_table.members.find(mbr_hdl)->uses;
     return position;
 }

@@ -1,7 +1,6 @@
 // Members of action data tables and groups of selectors, as a device holds them: rows by handle, who uses whom, and the
 // words of a selector's memory. Callers check actions and handles first, and hold the model's mutex.
-#ifndef VL_MODEL_SRC_PROFILE_STORE_H
-#define VL_MODEL_SRC_PROFILE_STORE_H
+#pragma once
 
 #include <algorithm>
 #include <array>
@@ -127,5 +126,3 @@ private:
 };
 
 } // namespace vl_model
-
-#endif

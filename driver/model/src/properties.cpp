@@ -18,14 +18,10 @@ Property* find_property(Table& table, uint32_t property) {
 pipe_status pipe_mgr_tbl_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                       uint32_t property, uint32_t* value, uint32_t* args) {
     const auto body = [&]() -> pipe_status {
-        if (value == nullptr || args == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (value == nullptr || args == nullptr) return VL_MODEL_INVALID;
         return with_table(sess_hdl, dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
             const Property* found = find_property(table, property);
-            if (found == nullptr) {
-                return VL_MODEL_INVALID;
-            }
+            if (found == nullptr) return VL_MODEL_INVALID;
             *value = found->value;
             *args = found->args;
             return VL_MODEL_OK;
@@ -39,9 +35,7 @@ pipe_status pipe_mgr_tbl_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
     const auto body = [&]() -> pipe_status {
         return with_table(sess_hdl, dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
             Property* found = find_property(table, property);
-            if (found == nullptr) {
-                return VL_MODEL_INVALID;
-            }
+            if (found == nullptr) return VL_MODEL_INVALID;
             *found = {.value = value, .args = args};
             return VL_MODEL_OK;
         });

@@ -12,24 +12,19 @@ namespace {
 
 template <class Rows>
 pipe_status find_view_in(const Rows& table, uint32_t handle, bool from_hw, EntryView& view) {
-    if (!has_row(table, handle)) {
-        return VL_MODEL_NOT_FOUND;
-    }
+    if (!has_row(table, handle)) return VL_MODEL_NOT_FOUND;
     if (from_hw && !table.hardware.empty()) {
         const auto differing = table.hardware.find(handle);
         if (differing != table.hardware.end()) {
-            if (!differing->second) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (!differing->second) return VL_MODEL_NOT_FOUND;
             view = view_of(*differing->second);
             return VL_MODEL_OK;
         }
     }
-    if constexpr (std::is_same_v<Rows, DataTable>) {
+    if constexpr (std::is_same_v<Rows, DataTable>)
         view = view_of(*table.members.find(handle));
-    } else {
+    else
         view = handle == table.default_handle() ? view_of(*table.default_entry) : table.entries.view(handle);
-    }
     return VL_MODEL_OK;
 }
 
@@ -52,12 +47,8 @@ pipe_status find_view(const DataTable& table, pipe_mbr_hdl mbr_hdl, bool from_hw
 }
 
 void read_match(const Table& table, const EntryView& entry, pipe_match_record& match) {
-    if (match.key_bytes != nullptr && entry.key_len != 0) {
-        std::memcpy(match.key_bytes, entry.key, entry.key_len);
-    }
-    if (match.mask_bytes != nullptr && entry.key_len != 0) {
-        std::memcpy(match.mask_bytes, entry.mask, entry.key_len);
-    }
+    if (match.key_bytes != nullptr && entry.key_len != 0) std::memcpy(match.key_bytes, entry.key, entry.key_len);
+    if (match.mask_bytes != nullptr && entry.key_len != 0) std::memcpy(match.mask_bytes, entry.mask, entry.key_len);
     match.partition_index = entry.partition_index;
     match.priority = entry.priority;
     match.key_bits = entry.key_len != 0 ? table.description.key_bits : uint16_t{0};
@@ -70,17 +61,14 @@ void read_action(const EntryView& entry, uint16_t room, pipe_action_record& acti
     read_data(entry, room, action.action);
     action.member_hdl = entry.member_hdl;
     action.group_hdl = entry.group_hdl;
-    for (std::size_t i = 0; i < PIPE_MAX_SLOTS; ++i) {
+    for (size_t i = 0; i < PIPE_MAX_SLOTS; ++i)
         action.slots[i] = i < entry.slot_count ? entry.slots[i] : pipe_resource_slot{};
-    }
     act_hdl = entry.action_hdl;
 }
 
 void read_data(const EntryView& row, uint16_t room, pipe_action_data& data) {
     const uint16_t len = data.data != nullptr ? std::min(room, row.data_len) : uint16_t{0};
-    if (len != 0) {
-        std::memcpy(data.data, row.data, len);
-    }
+    if (len != 0) std::memcpy(data.data, row.data, len);
     data.data_bits = row.data_bits;
     data.data_len = len;
 }
@@ -95,13 +83,9 @@ namespace {
 pipe_status read_entry(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, pipe_match_record* match,
                        pipe_action_record& action, pipe_act_hdl& act_hdl) {
     EntryView entry;
-    if (const pipe_status status = find_view(table, ent_hdl, from_hw, entry)) {
-        return status;
-    }
+    if (const pipe_status status = find_view(table, ent_hdl, from_hw, entry)) return status;
     if (match != nullptr) {
-        if (entry.key_len > match->key_len) {
-            return VL_MODEL_BAD_KEY;
-        }
+        if (entry.key_len > match->key_len) return VL_MODEL_BAD_KEY;
         read_match(table, entry, *match);
     }
     read_action(entry, action.action.data_len, action, act_hdl);
@@ -114,9 +98,7 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
                                pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* act_hdl,
                                uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
     const auto body = [&]() -> pipe_status {
-        if (match == nullptr || action == nullptr || act_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (match == nullptr || action == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
         const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             return read_entry(table, ent_hdl, read_from_hw != 0, match, *action, *act_hdl);
         });
@@ -131,9 +113,7 @@ pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tg
                                              pipe_action_record* action, pipe_act_hdl* act_hdl, uint8_t read_from_hw,
                                              uint32_t always_1, uint32_t always_0) {
     const auto body = [&]() -> pipe_status {
-        if (action == nullptr || act_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (action == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
         const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             return read_entry(table, table.default_handle(), read_from_hw != 0, nullptr, *action, *act_hdl);
         });
@@ -152,13 +132,9 @@ pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl adt_hdl, pipe_dev_tgt de
         const std::lock_guard lock(model().mutex);
         pipe_status status = VL_MODEL_OK;
         const Device* device = find_device(dev_tgt, status);
-        if (device == nullptr) {
-            return status;
-        }
+        if (device == nullptr) return status;
         const auto table = device->data_tables.find(adt_hdl);
-        if (table == device->data_tables.end()) {
-            return VL_MODEL_UNKNOWN_TABLE;
-        }
+        if (table == device->data_tables.end()) return VL_MODEL_UNKNOWN_TABLE;
         EntryView member;
         status = find_view(table->second, mbr_hdl, read_from_hw != 0, member);
         if (status == VL_MODEL_OK) {
@@ -168,9 +144,7 @@ pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl adt_hdl, pipe_dev_tgt de
         return status;
     };
     const auto body = [&]() -> pipe_status {
-        if (data == nullptr || act_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (data == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
         const pipe_status status = read();
         run_hook(status, &Hooks::member, *data, *act_hdl);
         return status;

@@ -1,7 +1,6 @@
 // Rows as the software or the hardware has them, and the way into a caller's action data. Callers hold the model's
 // mutex.
-#ifndef VL_MODEL_SRC_READBACK_H
-#define VL_MODEL_SRC_READBACK_H
+#pragma once
 
 #include "model.h"
 
@@ -22,5 +21,3 @@ void read_action(const EntryView& entry, uint16_t room, pipe_action_record& acti
 void read_data(const EntryView& row, uint16_t room, pipe_action_data& data);
 
 } // namespace vl_model
-
-#endif

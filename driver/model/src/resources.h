@@ -1,7 +1,6 @@
 // Counters, meters, WRED blocks and registers as a device holds them, and how a handle and an index find a cell. Only
 // cells that were touched take memory, so that the length of an array costs nothing. Callers hold the model's mutex.
-#ifndef VL_MODEL_SRC_RESOURCES_H
-#define VL_MODEL_SRC_RESOURCES_H
+#pragma once
 
 #include <cstdint>
 #include <unordered_map>
@@ -30,14 +29,11 @@ public:
     }
     void sync(uint32_t cell) {
         const auto found = touched_.find(cell);
-        if (found != touched_.end()) {
-            found->second.software = found->second.hardware;
-        }
+        if (found != touched_.end()) found->second.software = found->second.hardware;
     }
     void sync_all() {
-        for (auto& [cell, copies] : touched_) {
+        for (auto& [cell, copies] : touched_)
             copies.software = copies.hardware;
-        }
     }
     void fill(const Value& value) {
         touched_.clear();
@@ -110,5 +106,3 @@ struct PipeRange {
 PipeRange pipes_of(const Register& stateful, uint16_t pipe_id);
 
 } // namespace vl_model
-
-#endif

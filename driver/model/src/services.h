@@ -1,6 +1,5 @@
 // Digests, value sets, hash calculations and snapshots as a device holds them. Callers hold the model's mutex.
-#ifndef VL_MODEL_SRC_SERVICES_H
-#define VL_MODEL_SRC_SERVICES_H
+#pragma once
 
 #include <cstdint>
 #include <map>
@@ -72,5 +71,3 @@ struct Snapshot {
 };
 
 } // namespace vl_model
-
-#endif

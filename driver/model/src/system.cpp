@@ -29,7 +29,7 @@ std::string formatted(const char* format, va_list args) {
     va_list again;
     va_copy(again, args);
     const int len = std::vsnprintf(nullptr, 0, format, args);
-    std::string line(len > 0 ? static_cast<std::size_t>(len) : 0, '\0');
+    std::string line(len > 0 ? static_cast<size_t>(len) : 0, '\0');
     std::vsnprintf(line.data(), line.size() + 1, format, again);
     va_end(again);
     return line;
@@ -41,9 +41,7 @@ void* bf_sys_calloc(size_t count, size_t size) {
     const auto body = [&]() -> void* {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
-        if (is_allocation_refused(m)) {
-            return nullptr;
-        }
+        if (is_allocation_refused(m)) return nullptr;
         // An empty block is a block of its own too, not null, which stands for a refusal.
         void* memory = count == 0 || size == 0 ? std::calloc(1, 1) : std::calloc(count, size);
         if (memory != nullptr) {
@@ -62,9 +60,7 @@ void* bf_sys_calloc(size_t count, size_t size) {
 
 void bf_sys_free(void* memory) {
     const auto body = [&]() -> pipe_status {
-        if (memory == nullptr) {
-            return VL_MODEL_OK;
-        }
+        if (memory == nullptr) return VL_MODEL_OK;
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         if (m.allocations.erase(memory) == 0) {
@@ -146,13 +142,13 @@ void clear_faults() {
     m.allocation_faults.clear();
 }
 
-std::size_t live_allocations() {
+size_t live_allocations() {
     Model& m = model();
     const std::lock_guard lock(m.mutex);
     return m.allocations.size();
 }
 
-std::size_t allocations_made() {
+size_t allocations_made() {
     Model& m = model();
     const std::lock_guard lock(m.mutex);
     return m.allocations_made;

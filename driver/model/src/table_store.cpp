@@ -24,7 +24,7 @@ uint64_t mix(uint64_t hash, uint64_t word) {
     return hash ^ (hash >> 29);
 }
 
-uint64_t mix_bytes(uint64_t hash, const uint8_t* bytes, std::size_t len) {
+uint64_t mix_bytes(uint64_t hash, const uint8_t* bytes, size_t len) {
     for (; len >= sizeof(uint64_t); bytes += sizeof(uint64_t), len -= sizeof(uint64_t)) {
         uint64_t word;
         std::memcpy(&word, bytes, sizeof(word));
@@ -38,9 +38,8 @@ uint64_t mix_bytes(uint64_t hash, const uint8_t* bytes, std::size_t len) {
         std::memcpy(&back, bytes + len - sizeof(back), sizeof(back));
         rest = uint64_t{back} << 32 | front;
     } else {
-        for (; len != 0; ++bytes, --len) {
+        for (; len != 0; ++bytes, --len)
             rest = rest << 8 | *bytes;
-        }
     }
     return mix(hash, rest);
 }
@@ -92,18 +91,16 @@ EntryView view_of(const EntryImage& image) {
     };
 }
 
-std::array<pipe_resource_slot, PIPE_MAX_SLOTS>
-merged_slots(const pipe_action_record& action, const pipe_resource_slot* old_slots, std::size_t old_count) {
+std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
+                                                            const pipe_resource_slot* old_slots, size_t old_count) {
     std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged;
     std::copy(std::begin(action.slots), std::end(action.slots), merged.begin());
-    for (std::size_t i = 0; i < action.resource_count; ++i) {
+    for (size_t i = 0; i < action.resource_count; ++i) {
         if (merged[i].tag == PIPE_SLOT_UNCHANGED) {
             const auto* old = std::find_if(old_slots, old_slots + old_count, [&](const pipe_resource_slot& slot) {
                 return slot.resource_hdl == merged[i].resource_hdl;
             });
-            if (old != old_slots + old_count) {
-                merged[i] = *old;
-            }
+            if (old != old_slots + old_count) merged[i] = *old;
         }
     }
     return merged;
@@ -112,12 +109,9 @@ merged_slots(const pipe_action_record& action, const pipe_resource_slot* old_slo
 bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
               const pipe_resource_slot& slot) {
     uint8_t place = 0;
-    while (place < resource_count && slots[place].resource_hdl != slot.resource_hdl) {
+    while (place < resource_count && slots[place].resource_hdl != slot.resource_hdl)
         ++place;
-    }
-    if (place == slots.size()) {
-        return false;
-    }
+    if (place == slots.size()) return false;
     slots[place] = slot;
     resource_count = std::max(resource_count, static_cast<uint8_t>(place + 1));
     return true;
@@ -126,9 +120,7 @@ bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& re
 void LiveSet::reserve(uint32_t position) {
     for (auto& level : words_) {
         position /= 64;
-        if (level.size() <= position) {
-            level.resize(position + 1);
-        }
+        if (level.size() <= position) level.resize(position + 1);
     }
 }
 
@@ -142,9 +134,7 @@ void LiveSet::set(uint32_t position) {
 void LiveSet::clear(uint32_t position) {
     for (auto& level : words_) {
         level[position / 64] &= ~(UINT64_C(1) << position % 64);
-        if (level[position / 64] != 0) {
-            return;
-        }
+        if (level[position / 64] != 0) return;
         position /= 64;
     }
 }
@@ -154,13 +144,12 @@ bool LiveSet::has(uint32_t position) const {
 }
 
 uint32_t LiveSet::next(uint32_t from) const {
-    for (std::size_t level = 0; level < levels && from / 64 < words_[level].size(); ++level) {
+    for (size_t level = 0; level < levels && from / 64 < words_[level].size(); ++level) {
         const uint64_t rest = words_[level][from / 64] >> from % 64;
         if (rest != 0) {
             from += static_cast<uint32_t>(std::countr_zero(rest));
-            while (level != 0) {
+            while (level != 0)
                 from = from * 64 + static_cast<uint32_t>(std::countr_zero(words_[--level][from]));
-            }
             return from;
         }
         from = from / 64 + 1;
@@ -173,9 +162,8 @@ TableStore::TableStore(uint16_t key_len, uint16_t max_data_len)
       record_size_((sizeof(Head) + 2U * key_len + max_data_len + alignof(Head) - 1) / alignof(Head) * alignof(Head)) {}
 
 TableStore::~TableStore() {
-    for (uint32_t handle = first(); handle != 0; handle = next(handle)) {
+    for (uint32_t handle = first(); handle != 0; handle = next(handle))
         delete[] head(handle).slots;
-    }
 }
 
 uint8_t* TableStore::record(uint32_t handle) const {
@@ -192,7 +180,7 @@ uint8_t* TableStore::key(uint32_t handle) const {
 }
 
 uint8_t* TableStore::data(uint32_t handle) const {
-    return key(handle) + 2 * std::size_t{key_len_};
+    return key(handle) + 2 * size_t{key_len_};
 }
 
 uint32_t TableStore::hash(const pipe_match_record& match) const {
@@ -203,58 +191,50 @@ uint32_t TableStore::hash(const pipe_match_record& match) const {
 }
 
 uint32_t TableStore::find(const pipe_match_record& match, uint32_t wanted) const {
-    if (count_ == 0) {
-        return 0;
-    }
-    const std::size_t mask = index_.size() - 1;
-    for (std::size_t i = wanted & mask; index_[i] != 0; i = (i + 1) & mask) {
+    if (count_ == 0) return 0;
+    const size_t mask = index_.size() - 1;
+    for (size_t i = wanted & mask; index_[i] != 0; i = (i + 1) & mask) {
         if (hash_of_slot(index_[i]) == wanted) {
             const uint32_t handle = handle_of_slot(index_[i]);
             const Head& h = head(handle);
             const uint8_t* bytes = key(handle);
             if (h.partition_index == match.partition_index && h.priority == match.priority &&
                 std::memcmp(bytes, match.key_bytes, key_len_) == 0 &&
-                std::memcmp(bytes + key_len_, match.mask_bytes, key_len_) == 0) {
+                std::memcmp(bytes + key_len_, match.mask_bytes, key_len_) == 0)
                 return handle;
-            }
         }
     }
     return 0;
 }
 
 void TableStore::insert_into_index(IndexSlot slot) {
-    const std::size_t mask = index_.size() - 1;
-    std::size_t i = hash_of_slot(slot) & mask;
-    while (index_[i] != 0) {
+    const size_t mask = index_.size() - 1;
+    size_t i = hash_of_slot(slot) & mask;
+    while (index_[i] != 0)
         i = (i + 1) & mask;
-    }
     index_[i] = slot;
 }
 
 void TableStore::grow_index() {
-    std::vector<IndexSlot> old(std::max<std::size_t>(16, index_.size() * 2));
+    std::vector<IndexSlot> old(std::max<size_t>(16, index_.size() * 2));
     old.swap(index_);
-    for (const IndexSlot slot : old) {
-        if (slot != 0) {
-            insert_into_index(slot);
-        }
-    }
+    for (const IndexSlot slot : old)
+        if (slot != 0) insert_into_index(slot);
 }
 
 namespace {
 
 struct KeptSlots {
     std::unique_ptr<pipe_resource_slot[]> slots;
-    std::size_t count = 0;
+    size_t count = 0;
 };
 
 // Most entries have one slot or none: the zero ones at the end are not kept.
 KeptSlots kept_slots(const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots) {
     KeptSlots kept;
     kept.count = slots.size();
-    while (kept.count != 0 && is_zero(slots[kept.count - 1])) {
+    while (kept.count != 0 && is_zero(slots[kept.count - 1]))
         --kept.count;
-    }
     if (kept.count != 0) {
         kept.slots = std::make_unique_for_overwrite<pipe_resource_slot[]>(kept.count);
         std::copy_n(slots.begin(), kept.count, kept.slots.get());
@@ -271,13 +251,9 @@ bool has_slots(const pipe_action_record& action) {
 
 uint32_t TableStore::add(const pipe_match_record& match, uint32_t hash, uint32_t action_hdl,
                          const pipe_action_record& action) {
-    if (count_ + 1 > index_.size() / 8 * 5) {
-        grow_index();
-    }
+    if (count_ + 1 > index_.size() / 8 * 5) grow_index();
     KeptSlots kept;
-    if (has_slots(action)) {
-        kept = kept_slots(merged_slots(action, nullptr, 0));
-    }
+    if (has_slots(action)) kept = kept_slots(merged_slots(action, nullptr, 0));
     if (free_.empty() && high_water_ == chunks_.size() * chunk_records) {
         free_.reserve(high_water_ + chunk_records);
         live_.reserve(high_water_ + chunk_records);
@@ -310,9 +286,7 @@ bool TableStore::has(uint32_t handle) const {
 void TableStore::set_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action) {
     const Head& h = head(handle);
     KeptSlots kept;
-    if (has_slots(action)) {
-        kept = kept_slots(merged_slots(action, h.slots, h.slot_count));
-    }
+    if (has_slots(action)) kept = kept_slots(merged_slots(action, h.slots, h.slot_count));
     write_action(handle, action_hdl, action, std::move(kept.slots), kept.count);
 }
 
@@ -326,7 +300,7 @@ void TableStore::set_slots(uint32_t handle, const std::array<pipe_resource_slot,
 }
 
 void TableStore::write_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action,
-                              std::unique_ptr<pipe_resource_slot[]> slots, std::size_t slot_count) {
+                              std::unique_ptr<pipe_resource_slot[]> slots, size_t slot_count) {
     Head& h = head(handle);
     delete[] std::exchange(h.slots, slots.release());
     h.slot_count = static_cast<uint8_t>(slot_count);
@@ -337,31 +311,28 @@ void TableStore::write_action(uint32_t handle, uint32_t action_hdl, const pipe_a
     h.data_len = action.action.data_len;
     h.kind = action.kind;
     h.resource_count = action.resource_count;
-    if (h.data_len != 0) {
-        std::memcpy(data(handle), action.action.data, h.data_len);
-    }
+    if (h.data_len != 0) std::memcpy(data(handle), action.action.data, h.data_len);
 }
 
-std::size_t TableStore::index_position(uint32_t handle) const {
+size_t TableStore::index_position(uint32_t handle) const {
     pipe_match_record match{};
     match.key_bytes = key(handle);
     match.mask_bytes = key(handle) + key_len_;
     match.partition_index = head(handle).partition_index;
     match.priority = head(handle).priority;
-    const std::size_t mask = index_.size() - 1;
-    std::size_t i = hash(match) & mask;
-    while (handle_of_slot(index_[i]) != handle) {
+    const size_t mask = index_.size() - 1;
+    size_t i = hash(match) & mask;
+    while (handle_of_slot(index_[i]) != handle)
         i = (i + 1) & mask;
-    }
     return i;
 }
 
 void TableStore::remove(uint32_t handle) {
     // Close the gap: a later slot of the run moves up unless that would put it before its home position.
-    const std::size_t mask = index_.size() - 1;
-    std::size_t gap = index_position(handle);
-    for (std::size_t i = (gap + 1) & mask; index_[i] != 0; i = (i + 1) & mask) {
-        const std::size_t home = hash_of_slot(index_[i]) & mask;
+    const size_t mask = index_.size() - 1;
+    size_t gap = index_position(handle);
+    for (size_t i = (gap + 1) & mask; index_[i] != 0; i = (i + 1) & mask) {
+        const size_t home = hash_of_slot(index_[i]) & mask;
         if (((i - home) & mask) >= ((i - gap) & mask)) {
             index_[gap] = index_[i];
             gap = i;

@@ -1,8 +1,7 @@
 // The entries of one match table: records of one size in chunks that never move, found by key through an open-addressed
 // index, and by handle as a position. An entry costs key, mask and the table's largest action data, plus some 60 bytes.
 // Callers check keys and actions against the table first, and hold the model's mutex.
-#ifndef VL_MODEL_SRC_TABLE_STORE_H
-#define VL_MODEL_SRC_TABLE_STORE_H
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -21,7 +20,7 @@ struct EntryView {
     const uint8_t* mask = nullptr;
     const uint8_t* data = nullptr;
     const pipe_resource_slot* slots = nullptr;
-    std::size_t slot_count = 0; // slots beyond are all zero
+    size_t slot_count = 0; // slots beyond are all zero
     uint32_t partition_index = 0;
     uint32_t priority = 0;
     uint32_t action_hdl = 0;
@@ -39,7 +38,7 @@ EntryView view_of(const EntryImage& image);
 
 // The slots of an action as they are kept: an unchanged one is what the entry had for that resource.
 std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
-                                                            const pipe_resource_slot* old_slots, std::size_t old_count);
+                                                            const pipe_resource_slot* old_slots, size_t old_count);
 
 // Puts a slot in the place of the one of the same resource, or behind the last one in use. False if there is no room.
 bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
@@ -58,7 +57,7 @@ public:
     uint32_t next(uint32_t from) const;
 
 private:
-    static constexpr std::size_t levels = 6; // one word at the top of 2^32 positions
+    static constexpr size_t levels = 6; // one word at the top of 2^32 positions
     std::vector<uint64_t> words_[levels];
 };
 
@@ -118,14 +117,14 @@ private:
     Head& head(uint32_t handle) const;
     uint8_t* key(uint32_t handle) const;
     uint8_t* data(uint32_t handle) const;
-    std::size_t index_position(uint32_t handle) const;
+    size_t index_position(uint32_t handle) const;
     void grow_index();
     void insert_into_index(IndexSlot slot);
     void write_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action,
-                      std::unique_ptr<pipe_resource_slot[]> slots, std::size_t slot_count);
+                      std::unique_ptr<pipe_resource_slot[]> slots, size_t slot_count);
 
     uint16_t key_len_;
-    std::size_t record_size_;
+    size_t record_size_;
     uint32_t count_ = 0;
     uint32_t high_water_ = 0;
     std::vector<std::unique_ptr<uint8_t[]>> chunks_;
@@ -135,5 +134,3 @@ private:
 };
 
 } // namespace vl_model
-
-#endif

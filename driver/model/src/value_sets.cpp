@@ -31,9 +31,8 @@ pipe_pvs_ent_hdl next_in(const ValueSet& set, const ValueSetPlace& place, pipe_p
 
 pipe_pvs_ent_hdl find_entry(const ValueSet& set, const ValueSetEntry& wanted) {
     pipe_pvs_ent_hdl ent_hdl = next_in(set, wanted.place, 0);
-    while (ent_hdl != 0 && *set.entries.find(ent_hdl) != wanted) {
+    while (ent_hdl != 0 && *set.entries.find(ent_hdl) != wanted)
         ent_hdl = next_in(set, wanted.place, ent_hdl);
-    }
     return ent_hdl;
 }
 
@@ -47,18 +46,12 @@ pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
                                    uint32_t pipe, uint8_t parser, uint32_t value, uint32_t mask,
                                    pipe_pvs_ent_hdl* ent_hdl) {
     const auto body = [&]() -> pipe_status {
-        if (ent_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (ent_hdl == nullptr) return VL_MODEL_INVALID;
         return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](ValueSet& set) -> pipe_status {
             const ValueSetEntry entry{.place = {gress, pipe, parser}, .value = value, .mask = mask};
-            if (find_entry(set, entry) != 0) {
-                return VL_MODEL_EXISTS;
-            }
+            if (find_entry(set, entry) != 0) return VL_MODEL_EXISTS;
             pipe_pvs_ent_hdl& last = model().last_value_set_entry;
-            if (last + 1 == PIPE_HDL_END) {
-                return VL_MODEL_TABLE_FULL;
-            }
+            if (last + 1 == PIPE_HDL_END) return VL_MODEL_TABLE_FULL;
             set.entries.add(last + 1, ValueSetEntry(entry));
             *ent_hdl = ++last;
             return VL_MODEL_OK;
@@ -73,9 +66,7 @@ pipe_status pipe_mgr_pvs_entry_modify(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
     const auto modify = [&](const ValueSet& set, ValueSetEntry& entry) -> pipe_status {
         const ValueSetEntry wanted{.place = entry.place, .value = value, .mask = mask};
         const pipe_pvs_ent_hdl same = find_entry(set, wanted);
-        if (same != 0 && same != ent_hdl) {
-            return VL_MODEL_EXISTS;
-        }
+        if (same != 0 && same != ent_hdl) return VL_MODEL_EXISTS;
         entry = wanted;
         return VL_MODEL_OK;
     };
@@ -99,21 +90,13 @@ pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
     const auto read = [&](const ValueSet&, const ValueSetEntry& entry) -> pipe_status {
         *value = entry.value;
         *mask = entry.mask;
-        if (gress != nullptr) {
-            *gress = entry.place.gress;
-        }
-        if (pipe != nullptr) {
-            *pipe = entry.place.pipe;
-        }
-        if (parser != nullptr) {
-            *parser = entry.place.parser;
-        }
+        if (gress != nullptr) *gress = entry.place.gress;
+        if (pipe != nullptr) *pipe = entry.place.pipe;
+        if (parser != nullptr) *parser = entry.place.parser;
         return VL_MODEL_OK;
     };
     const auto body = [&]() -> pipe_status {
-        if (value == nullptr || mask == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (value == nullptr || mask == nullptr) return VL_MODEL_INVALID;
         return with_entry(sess_hdl, dev_id, pvs_id, ent_hdl, read);
     };
     return boundary("pipe_mgr_pvs_entry_get", body, sess_hdl, dev_id, pvs_id, ent_hdl, value, mask, gress, pipe,
@@ -123,15 +106,12 @@ pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
 pipe_status pipe_mgr_pvs_entry_get_count(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t gress,
                                          uint32_t pipe, uint8_t parser, uint8_t read_from_hw, uint32_t* count) {
     const auto body = [&]() -> pipe_status {
-        if (count == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (count == nullptr) return VL_MODEL_INVALID;
         return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](const ValueSet& set) -> pipe_status {
             const ValueSetPlace place{gress, pipe, parser};
             *count = 0;
-            for (pipe_pvs_ent_hdl found = next_in(set, place, 0); found != 0; found = next_in(set, place, found)) {
+            for (pipe_pvs_ent_hdl found = next_in(set, place, 0); found != 0; found = next_in(set, place, found))
                 ++*count;
-            }
             return VL_MODEL_OK;
         });
     };
@@ -143,15 +123,11 @@ pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl sess_hdl, pipe_dev_id de
                                           uint32_t gress, uint32_t pipe, uint8_t parser, uint32_t value, uint32_t mask,
                                           pipe_pvs_ent_hdl* ent_hdl) {
     const auto body = [&]() -> pipe_status {
-        if (ent_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (ent_hdl == nullptr) return VL_MODEL_INVALID;
         return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](const ValueSet& set) -> pipe_status {
             const pipe_pvs_ent_hdl found =
                 find_entry(set, {.place = {gress, pipe, parser}, .value = value, .mask = mask});
-            if (found == 0) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (found == 0) return VL_MODEL_NOT_FOUND;
             *ent_hdl = found;
             return VL_MODEL_OK;
         });
@@ -163,14 +139,10 @@ pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl sess_hdl, pipe_dev_id de
 pipe_status pipe_mgr_pvs_entry_get_first(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t gress,
                                          uint32_t pipe, uint8_t parser, pipe_pvs_ent_hdl* ent_hdl) {
     const auto body = [&]() -> pipe_status {
-        if (ent_hdl == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (ent_hdl == nullptr) return VL_MODEL_INVALID;
         return with_set(sess_hdl, {dev_id, pipe}, pvs_id, [&](const ValueSet& set) -> pipe_status {
             const pipe_pvs_ent_hdl first = next_in(set, {gress, pipe, parser}, 0);
-            if (first == 0) {
-                return VL_MODEL_NOT_FOUND;
-            }
+            if (first == 0) return VL_MODEL_NOT_FOUND;
             *ent_hdl = first;
             return VL_MODEL_OK;
         });
@@ -182,9 +154,7 @@ pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
                                         uint32_t pipe, uint8_t parser, pipe_pvs_ent_hdl ent_hdl, uint32_t count,
                                         pipe_pvs_ent_hdl* ent_hdls) {
     const auto walk = [&](const ValueSet& set) -> pipe_status {
-        if (!set.entries.was_given_out(ent_hdl)) {
-            return VL_MODEL_NOT_FOUND;
-        }
+        if (!set.entries.was_given_out(ent_hdl)) return VL_MODEL_NOT_FOUND;
         pipe_pvs_ent_hdl last = ent_hdl;
         for (uint32_t i = 0; i < count; ++i) {
             last = next_in(set, {gress, pipe, parser}, last);
@@ -197,9 +167,7 @@ pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
         return VL_MODEL_OK;
     };
     const auto body = [&]() -> pipe_status {
-        if (ent_hdls == nullptr && count != 0) {
-            return VL_MODEL_INVALID;
-        }
+        if (ent_hdls == nullptr && count != 0) return VL_MODEL_INVALID;
         return with_set(sess_hdl, {dev_id, pipe}, pvs_id, walk);
     };
     return boundary("pipe_mgr_pvs_entry_get_next", body, sess_hdl, dev_id, pvs_id, gress, pipe, parser, ent_hdl, count,
@@ -210,9 +178,7 @@ pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
                                       uint32_t value, pipe_pvs_property_args args) {
     const auto body = [&]() -> pipe_status {
         return with_set(sess_hdl, dev_id, pvs_id, [&](ValueSet& set) -> pipe_status {
-            if (!has_property(property)) {
-                return VL_MODEL_INVALID;
-            }
+            if (!has_property(property)) return VL_MODEL_INVALID;
             set.properties[{property, args.arg}] = value;
             return VL_MODEL_OK;
         });
@@ -223,13 +189,9 @@ pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 pipe_status pipe_mgr_pvs_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t property,
                                       uint32_t* value, pipe_pvs_property_args args) {
     const auto body = [&]() -> pipe_status {
-        if (value == nullptr) {
-            return VL_MODEL_INVALID;
-        }
+        if (value == nullptr) return VL_MODEL_INVALID;
         return with_set(sess_hdl, dev_id, pvs_id, [&](const ValueSet& set) -> pipe_status {
-            if (!has_property(property)) {
-                return VL_MODEL_INVALID;
-            }
+            if (!has_property(property)) return VL_MODEL_INVALID;
             const auto found = set.properties.find({property, args.arg});
             *value = found == set.properties.end() ? 0 : found->second;
             return VL_MODEL_OK;

@@ -105,9 +105,8 @@ uint64_t note_call(Call&& call) {
 void note_status(uint64_t number, uint32_t status) {
     Watch& w = watch();
     const std::lock_guard lock(w.mutex);
-    if (number >= w.first_number && number - w.first_number < w.calls.size()) {
+    if (number >= w.first_number && number - w.first_number < w.calls.size())
         w.calls[number - w.first_number].status = status;
-    }
 }
 
 template <class Hook>
@@ -181,11 +180,11 @@ void reset_watch() {
     end(hooks.stateful.registration);
 }
 
-void copy_array(Call& call, const uint32_t* handles, std::size_t count) {
+void copy_array(Call& call, const uint32_t* handles, size_t count) {
     call.handles.assign(handles, handles + count);
 }
 
-void copy_array(Call& call, const uint8_t* bytes, std::size_t count) {
+void copy_array(Call& call, const uint8_t* bytes, size_t count) {
     call.bytes.assign(bytes, bytes + count);
 }
 
@@ -193,12 +192,8 @@ void copy_record(Call& call, const pipe_match_record& record) {
     MatchCopy& copy = call.match.emplace();
     copy.key_null = record.key_bytes == nullptr;
     copy.mask_null = record.mask_bytes == nullptr;
-    if (!copy.key_null) {
-        copy.key.assign(record.key_bytes, record.key_bytes + record.key_len);
-    }
-    if (!copy.mask_null) {
-        copy.mask.assign(record.mask_bytes, record.mask_bytes + record.key_len);
-    }
+    if (!copy.key_null) copy.key.assign(record.key_bytes, record.key_bytes + record.key_len);
+    if (!copy.mask_null) copy.mask.assign(record.mask_bytes, record.mask_bytes + record.key_len);
     copy.partition_index = record.partition_index;
     copy.priority = record.priority;
     copy.key_bits = record.key_bits;
@@ -211,9 +206,7 @@ void copy_record(Call& call, const pipe_action_data& data) {
     copy.data_bits = data.data_bits;
     copy.data_len = data.data_len;
     copy.data_null = data.data == nullptr;
-    if (!copy.data_null) {
-        copy.data.assign(data.data, data.data + data.data_len);
-    }
+    if (!copy.data_null) copy.data.assign(data.data, data.data + data.data_len);
     std::memcpy(&copy.reserved[sizeof(pipe_action_record::reserved)], &data.reserved, sizeof(data.reserved));
 }
 

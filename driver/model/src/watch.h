@@ -1,7 +1,6 @@
 // The gate that every boundary function passes: armed faults and the record of calls. Nothing is looked at but one flag
 // while a test uses neither. Relies on the boundary's records only.
-#ifndef VL_MODEL_SRC_WATCH_H
-#define VL_MODEL_SRC_WATCH_H
+#pragma once
 
 #include <atomic>
 #include <cstdint>
@@ -42,9 +41,7 @@ template <class Hook, class... Answer>
 void run_hook(pipe_status status, Subscriber<Hook> Hooks::*hook, Answer&... answer) {
     if (status == VL_MODEL_OK && watching.load(std::memory_order_relaxed)) {
         const Subscriber<Hook> set = hooks().*hook;
-        if (const RunningCall running{set.registration}) {
-            set.callback(answer...);
-        }
+        if (const RunningCall running{set.registration}) set.callback(answer...);
     }
 }
 
@@ -72,23 +69,23 @@ struct LogLine {
 template <class Item>
 struct ArrayArgument {
     const Item* items;
-    std::size_t count;
+    size_t count;
 };
 
 // A record or an array of the caller's, which is kept among the call's inputs.
 template <class Item>
 struct InputArgument {
     const Item* items;
-    std::size_t count;
+    size_t count;
 };
 
 template <class Item>
-InputArgument<Item> input(const Item* items, std::size_t count = 1) {
+InputArgument<Item> input(const Item* items, size_t count = 1) {
     return {items, count};
 }
 
-void copy_array(Call& call, const uint32_t* handles, std::size_t count);
-void copy_array(Call& call, const uint8_t* bytes, std::size_t count);
+void copy_array(Call& call, const uint32_t* handles, size_t count);
+void copy_array(Call& call, const uint8_t* bytes, size_t count);
 
 void copy_record(Call& call, const pipe_match_record& record);
 void copy_record(Call& call, const pipe_action_record& record);
@@ -97,9 +94,7 @@ void copy_record(Call& call, const pipe_action_data& data);
 template <class Item>
 void note_argument(Call& call, const ArrayArgument<Item>& arg) {
     call.args.push_back(reinterpret_cast<uintptr_t>(arg.items));
-    if (arg.items != nullptr) {
-        copy_array(call, arg.items, arg.count);
-    }
+    if (arg.items != nullptr) copy_array(call, arg.items, arg.count);
 }
 
 template <class Item>
@@ -119,9 +114,7 @@ void note_argument(Call& call, const Arg& arg) {
         using Pointee = std::remove_cv_t<std::remove_pointer_t<Arg>>;
         if constexpr (std::is_same_v<Pointee, pipe_match_record> || std::is_same_v<Pointee, pipe_action_record> ||
                       std::is_same_v<Pointee, pipe_action_data>) {
-            if (arg != nullptr) {
-                copy_record(call, *arg);
-            }
+            if (arg != nullptr) copy_record(call, *arg);
         }
     } else if constexpr (std::is_integral_v<Arg>) {
         call.args.push_back(static_cast<std::make_unsigned_t<Arg>>(arg));
@@ -135,11 +128,10 @@ void note_argument(Call& call, const Arg& arg) {
 
 template <class Result>
 Result refusal(uint32_t status) {
-    if constexpr (std::is_pointer_v<Result>) {
+    if constexpr (std::is_pointer_v<Result>)
         return nullptr;
-    } else {
+    else
         return static_cast<Result>(status);
-    }
 }
 
 // No exception may cross the boundary: its callers are C.
@@ -165,11 +157,10 @@ template <class Body, class... Args>
     const std::optional<uint32_t> fault = take_fault(function);
     const Result result = fault ? refusal<Result>(*fault) : run_guarded(body);
     if (number) {
-        if constexpr (std::is_same_v<Result, pipe_status>) {
+        if constexpr (std::is_same_v<Result, pipe_status>)
             note_status(*number, result);
-        } else {
+        else
             note_status(*number, fault.value_or(VL_MODEL_OK));
-        }
     }
     return result;
 }
@@ -177,12 +168,9 @@ template <class Body, class... Args>
 // What each boundary function consists of: its name as the boundary has it, its work, its arguments in their order.
 template <class Body, class... Args>
 auto boundary(const char* function, Body&& body, const Args&... args) -> decltype(body()) {
-    if (watching.load(std::memory_order_relaxed)) [[unlikely]] {
+    if (watching.load(std::memory_order_relaxed)) [[unlikely]]
         return run_watched(function, body, args...);
-    }
     return run_guarded(body);
 }
 
 } // namespace vl_model
-
-#endif

@@ -1,8 +1,7 @@
 // Steering and watching the embedded driver from tests: faults, allocations, recorded calls, answers and a hardware
 // that differs from the software. Relies on the boundary's records. Costs the driver one branch per call while nothing
 // is used.
-#ifndef VL_MODEL_OBSERVE_H
-#define VL_MODEL_OBSERVE_H
+#pragma once
 
 #include <array>
 #include <cstddef>
@@ -34,10 +33,10 @@ void fail_allocation(unsigned nth);
 void clear_faults();
 
 // Blocks that came from bf_sys_calloc and have not gone to bf_sys_free. Freeing anything else stops the process.
-std::size_t live_allocations();
+size_t live_allocations();
 
 // Successful bf_sys_calloc calls since the start or vl_model_reset.
-std::size_t allocations_made();
+size_t allocations_made();
 
 struct MatchCopy {
     std::vector<uint8_t> key; // empty where the caller's pointer was null
@@ -83,12 +82,11 @@ struct Call {
 
 // A record of a call's inputs; all zero where the input has no such record.
 template <class Record>
-Record input_record(const Call& call, std::size_t input = 0, std::size_t position = 0) {
+Record input_record(const Call& call, size_t input = 0, size_t position = 0) {
     static_assert(std::is_trivially_copyable_v<Record>);
     Record record{};
-    if (input < call.inputs.size() && call.inputs[input].size() >= (position + 1) * sizeof(Record)) {
+    if (input < call.inputs.size() && call.inputs[input].size() >= (position + 1) * sizeof(Record))
         std::memcpy(&record, &call.inputs[input][position * sizeof(Record)], sizeof(Record));
-    }
     return record;
 }
 
@@ -153,5 +151,3 @@ uint32_t drop_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl);
 } // namespace vl_model
 
 #pragma GCC visibility pop
-
-#endif
