@@ -4,7 +4,7 @@
 #include "hand_written.h"
 
 #include "hand_written_bytes.h"
-#include "pd/bytes.h"
+#include "codec/bytes.h"
 #include "vl_driver/tables.h"
 
 namespace by_hand {

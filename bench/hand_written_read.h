@@ -6,7 +6,7 @@
 
 #include "hand_written.h"
 #include "hand_written_bytes.h"
-#include "pd/bytes.h"
+#include "codec/bytes.h"
 #include "vl_driver/system.h"
 #include "vl_driver/tables.h"
 

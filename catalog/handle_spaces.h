@@ -1,4 +1,4 @@
-// The ranges in which the handles of each kind lie. A handle in a range needn't be anybody's.
+// The handles that the device allows for each kind of row. The top byte of a handle tells its kind.
 #pragma once
 
 #include <cstdint>
@@ -14,17 +14,20 @@ struct HandleSpace {
     }
 };
 
-inline constexpr HandleSpace table_handles{0x1000001, 0x1000084};
-inline constexpr HandleSpace data_table_handles{0x2000019, 0x2000030};
-inline constexpr HandleSpace selector_handles{0x3000001, 0x3000005};
-inline constexpr HandleSpace counter_handles{0x4000001, 0x4000009};
-inline constexpr HandleSpace meter_handles{0x5000001, 0x5000005};
-inline constexpr HandleSpace register_handles{0x6000001, 0x600000e};
-inline constexpr HandleSpace hash_handles{0x8000000, 0x800000d};
-inline constexpr HandleSpace digest_handles{0x9000000, 0x9000002};
-inline constexpr HandleSpace binding_handles{0x20000000, 0x20000160};
-inline constexpr HandleSpace hash_input_handles{0x21000000, 0x2100000d};
-inline constexpr HandleSpace hash_algorithm_handles{0x23000000, 0x23000002};
-inline constexpr HandleSpace value_set_ids{506, 511};
+constexpr HandleSpace handles_of_kind(uint32_t kind) {
+    return {kind << 24, kind << 24 | 0xFFFFFF};
+}
+
+inline constexpr HandleSpace table_handles = handles_of_kind(0x01);
+inline constexpr HandleSpace data_table_handles = handles_of_kind(0x02);
+inline constexpr HandleSpace selector_handles = handles_of_kind(0x03);
+inline constexpr HandleSpace counter_handles = handles_of_kind(0x04);
+inline constexpr HandleSpace meter_handles = handles_of_kind(0x05); // WRED blocks too
+inline constexpr HandleSpace register_handles = handles_of_kind(0x06);
+inline constexpr HandleSpace hash_handles = handles_of_kind(0x08);
+inline constexpr HandleSpace digest_handles = handles_of_kind(0x09);
+inline constexpr HandleSpace binding_handles = handles_of_kind(0x20);
+inline constexpr HandleSpace hash_input_handles = handles_of_kind(0x21);
+inline constexpr HandleSpace hash_algorithm_handles = handles_of_kind(0x23);
 
 } // namespace catalog

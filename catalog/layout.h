@@ -1,8 +1,8 @@
-// What follows from the rows: table classes, and where each value stands in keys, action data and records.
+// What follows from the rows: table classes, and the place of each value in keys, action data and records.
 //
-// Three byte strings are laid out here. Key bytes follow the key order and action data the order of the parameters,
-// each value filling whole bytes. Records are C structs: fields in record order, each at the next multiple of its size,
-// except that 128-bit fields are byte arrays, which begin at an even offset.
+// Key bytes follow the key order, action data the order of the parameters; each value fills whole bytes. Records are C
+// structs: their fields follow the record order, each at the next multiple of its size. A 128-bit field is an array of
+// bytes, which begins at the next even offset.
 #pragma once
 
 #include <array>
@@ -26,7 +26,7 @@ constexpr KeyShape key_shape(const Table& table) {
     return has_match(table, Match::ternary) ? KeyShape::masked : KeyShape::exact;
 }
 
-// Entries of masked tables, and of no others, have a priority that the caller gives.
+// Whether the caller gives an entry its priority. Only masked tables have such entries.
 constexpr bool has_priority(const Table& table) {
     return key_shape(table) == KeyShape::masked;
 }
@@ -50,9 +50,7 @@ constexpr unsigned record_bytes(unsigned bits) {
 }
 
 constexpr unsigned record_bytes(const KeyField& field) {
-    // Agents hold a next hop in 32 bits everywhere, also where a key takes only its low 16.
-    if (same(field.pd_name, "l3_nextHop")) return 4;
-    return record_bytes(field.bits);
+    return record_bytes(field.record_bits != 0 ? field.record_bits : field.bits);
 }
 
 constexpr unsigned record_alignment(unsigned bytes) {
@@ -61,7 +59,7 @@ constexpr unsigned record_alignment(unsigned bytes) {
 
 inline constexpr unsigned prefix_length_bytes = 2;
 
-// Of the partner right behind a field in the record: its mask, or its prefix length. 0 if it has none.
+// Bytes of a field's partner, which follows the field in the record: its mask or its prefix length. 0 without one.
 constexpr unsigned partner_bytes(const KeyField& field) {
     switch (field.match) {
     case Match::ternary:

@@ -1,7 +1,7 @@
-// The row types of the pipeline catalog.
+// The row types of a program's catalog.
 //
-// A row says what the P4 program decides and nothing that follows from it: key positions, record offsets, byte counts
-// and table classes are derived in layout.h. Rows are constants that the generator, the library and the tests share.
+// A row says what the P4 program decides, and nothing that follows from it: layout.h derives key positions, record
+// offsets, byte counts and table classes. Rows are constants that the generator, the library and the tests share.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 
 namespace catalog {
 
-// Rows hold their lists in place: the arrays behind them are as static as the rows themselves.
+// A list inside a row. The array behind it lives as long as the row.
 template <class Row>
 using List = std::initializer_list<Row>;
 
@@ -39,7 +39,7 @@ struct Rows {
     }
 };
 
-// Names are compared far more often than they are equal, and while compiling, where each step counts.
+// Whether two names are equal. Most are not, and each step counts while compiling.
 constexpr bool same(const char* left, const char* right) {
     while (*left != 0 && *left == *right)
         ++left, ++right;
@@ -54,8 +54,8 @@ enum class Tag : uint8_t { untagged, mac, v4addr, v6addr, port, vport, dec };
 // Whether an action may be taken by entries, by the default entry, or by both.
 enum class Use : uint8_t { entry, entry_or_default, default_only };
 
-// Where a parameter's value travels: in the action data, or as the index of the resource slot of the action's table.
-// An index that isn't data as well leaves its bytes in the action data zero.
+// Where a parameter's value travels: in the action data, in the resource slot of the action's table as an index, or in
+// both. The bytes of a mere slot index are zero in the action data.
 enum class Role : uint8_t { data, slot_index, data_and_slot_index };
 
 // A resource has one cell for each entry of its table (direct), or is an array that actions address by index.
@@ -64,7 +64,7 @@ enum class Addressing : uint8_t { direct, indirect };
 // What a register cell holds: a flag, a 32-bit word, or two of them.
 enum class Cell : uint8_t { flag, word, word_pair };
 
-// The bits of a key field that a table really matches. Readers look through it; a key always carries the whole field.
+// The bits of a key field that a table really matches. Texts and comparisons show these bits; a key carries them all.
 struct FieldMask {
     uint64_t high = ~uint64_t{0};
     uint64_t low = ~uint64_t{0};
@@ -75,12 +75,13 @@ struct FieldMask {
 };
 
 struct KeyField {
-    const char* name;    // as texts show it
-    const char* pd_name; // as the record has it
+    const char* name;    // in texts
+    const char* pd_name; // in the record
     unsigned bits;
     Match match = Match::exact;
     Tag tag = Tag::untagged;
     FieldMask mask = {};
+    unsigned record_bits = 0; // of the field in the record, if it is wider there than in the key
 };
 
 struct Param {
@@ -109,7 +110,7 @@ struct Table {
     uint32_t handle;
     const char* summary;
     bool idle_time = false;
-    bool ttl_on_add = false;             // an entry's first time-to-live comes with its add
+    bool ttl_on_add = false;             // an add takes the entry's first time-to-live
     bool partitioned = false;            // the first key field names a partition and isn't matched
     List<KeyField> key = {};             // in key order
     List<const char*> record_order = {}; // PD names, where the record has them in another order than the key
@@ -140,7 +141,7 @@ struct Register {
     const char* table = nullptr;
 };
 
-// Slots of one digest entry, packed in this order. A slot can be wider than its field.
+// A slot of a digest entry. Slots are packed in this order; a slot can be wider than its field.
 struct DigestField {
     const char* pd_name;
     unsigned bytes;
@@ -162,6 +163,47 @@ struct HashCalculation {
     uint32_t handle;
     uint32_t input;
     uint32_t algorithm;
+};
+
+// How one key field of a counted table is described in words.
+enum class Form : uint8_t {
+    silent, // not at all
+    exact,  // always: the label and the value
+    number, // unless the mask is zero: the label, the mask unless it is all ones, and the value
+    flag,   // unless bit 0 of the mask is clear: the label, with "!" before it if bit 0 of the value is clear
+    mapped, // a word for the masked value, or a number if there is none
+    mac,    // a MAC address in two fields, this one and the next
+    v4addr,
+    v6addr,
+    acl_result, // the last three have rules of their own
+    egress_interface,
+    multicast_group,
+};
+
+struct Word {
+    uint32_t value;
+    const char* text;
+};
+
+struct Piece {
+    const char* field;
+    Form form;
+    const char* label = "";
+    // The bits of the value that are shown, which give the count of digits. A mask of just these bits is all ones.
+    uint32_t ones = 0;
+    List<Word> words = {};
+};
+
+// The description of a counted table's key, piece by piece.
+struct CounterWords {
+    const char* table;
+    List<Piece> pieces;
+};
+
+// The offsets of the fields of a snapshot record whose bytes turn.
+struct SnapshotLayout {
+    List<uint16_t> two_byte_fields;
+    List<uint16_t> four_byte_fields;
 };
 
 } // namespace catalog

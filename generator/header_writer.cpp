@@ -11,16 +11,22 @@ using namespace catalog;
 
 namespace {
 
-std::string opening(const Exports& exports, std::string_view name, std::string_view subject) {
-    std::string guard = "VL_PD_" + std::string(exports.rows->program) + "_" + std::string(name) + "_H";
+constexpr std::string_view ending = "\nPD_END_DECLS\n\n#endif\n";
+
+// The comment and the guard of a header.
+std::string guarded(const Exports& exports, std::string_view name, std::string_view subject) {
+    std::string guard = std::string("VL_PD_").append(exports.rows->name).append("_").append(name).append("_H");
     for (char& letter : guard)
         letter = static_cast<char>(std::toupper(static_cast<unsigned char>(letter)));
-    return "/* " + std::string(subject) + " Made from the catalog; see " + exports.rows->program +
-           ".h for what the functions do. */\n#ifndef " + guard + "\n#define " + guard + "\n\n";
+    std::string text = std::string("/* ").append(subject).append(" Made from the catalog; see ");
+    text.append(exports.rows->name).append(".h for what the functions do. */\n#ifndef ").append(guard);
+    return text.append("\n#define ").append(guard).append("\n\n");
 }
 
-constexpr std::string_view declarations_begin = "PD_BEGIN_DECLS\n\n";
-constexpr std::string_view ending = "PD_END_DECLS\n\n#endif\n";
+std::string opening(const Exports& exports, std::string_view name, std::string_view subject,
+                    std::string_view include = "vl_pd/types.h") {
+    return guarded(exports, name, subject).append("#include \"").append(include).append("\"\n\nPD_BEGIN_DECLS\n\n");
+}
 
 std::string record_type(unsigned bytes) {
     if (bytes > 4) return "pd_bytes" + std::to_string(bytes);
@@ -90,6 +96,18 @@ std::string action_spec(const Catalog& rows, const Action& action) {
     return text + "} " + type + ";\n\n";
 }
 
+// The numbers of the actions, and the records of those that have parameters.
+std::string action_types(const Catalog& rows) {
+    const std::string enumeration = std::string(rows.prefix) + "action";
+    std::string text = "enum " + enumeration + " {\n";
+    for (size_t number = 0; number < rows.actions.size(); ++number)
+        text += "    " + enumeration + "_" + rows.actions[number].name + " = " + std::to_string(number) + ",\n";
+    text += "    " + enumeration + "_count = " + std::to_string(rows.actions.size()) + "\n};\n\n";
+    for (const Action& action : rows.actions)
+        if (action.params.size() != 0) text += action_spec(rows, action);
+    return text;
+}
+
 std::string declaration(const Member& member) {
     return member.signature() + " PD_NOEXCEPT;\n";
 }
@@ -108,73 +126,57 @@ const char* shape_text(KeyShape shape) {
     return "";
 }
 
+std::string table_title(const Catalog& rows, const Table& table) {
+    std::string text =
+        std::string("\n/* ") + table.name + " (" + shape_text(key_shape(table)) + "): " + table.summary + " */\n\n";
+    return key_shape(table) == KeyShape::keyless ? text : text + match_spec(rows, table);
+}
+
 } // namespace
 
-std::string write_resources_header(const Exports& exports) {
-    std::string text = opening(exports, "resources",
-                               "Counters, meters, WRED blocks, registers, digests, value sets and hash calculations.");
-    text += "#include \"vl_pd/types.h\"\n\n";
-    text += declarations_begin;
-    for (const Member& member : exports.resources)
-        text += declaration(member);
-    return text + "\n" + std::string(ending);
-}
-
-std::string write_program_header(const Exports& exports) {
-    std::string text = opening(exports, "program", "What belongs to the program as a whole.");
-    text += "#include \"vl_pd/types.h\"\n\n";
-    text += declarations_begin;
-    for (const Data& data : exports.data)
-        text += "extern " + data.declaration + ";\n";
-    text += "\n";
-    for (const Member& member : exports.program)
-        text += declaration(member);
-    return text + "\n" + std::string(ending);
-}
-
-std::string write_actions_header(const Exports& exports) {
+std::string write_header(const Exports& exports, const File& file) {
     const Catalog& rows = *exports.rows;
-    const std::string enumeration = prefix(rows) + "action";
-    std::string text = opening(exports, "actions", "Actions: their numbers, and the records of their parameters.");
-    text += "#include \"vl_pd/types.h\"\n\n";
-    text += declarations_begin;
-    text += "enum " + enumeration + " {\n";
-    for (size_t number = 0; number < rows.actions.size(); ++number)
-        text += "    " + enumeration + "_" + rows.actions[number].name + " = " + std::to_string(number) + ",\n";
-    text += "    " + enumeration + "_count = " + std::to_string(rows.actions.size()) + "\n};\n\n";
-    for (const Action& action : rows.actions)
-        if (action.params.size() != 0) text += action_spec(rows, action);
-    for (const Member& member : exports.actions)
-        text += declaration(member);
-    return text + "\n" + std::string(ending);
-}
-
-std::string write_profiles_header(const Exports& exports) {
-    const Catalog& rows = *exports.rows;
-    std::string text = opening(exports, "profiles", "Action profiles: members and selector groups.");
-    text += "#include \"vl_pd/" + std::string(rows.program) + "/actions.h\"\n\n";
-    text += declarations_begin;
-    for (const ProfileExports& exported : exports.profiles)
-        for (const Member& member : exported.members)
+    const std::string actions_header = std::string("vl_pd/") + rows.name + "/actions.h";
+    if (file.seam != nullptr) {
+        std::string text = opening(exports, file.seam->name, file.seam->summary, actions_header);
+        const Table* last = nullptr;
+        for (const Member& member : exports.members) {
+            if (member.seam != file.seam) continue;
+            if (member.table != last) text += table_title(rows, *member.table);
+            last = member.table;
             text += declaration(member);
-    return text + "\n" + std::string(ending);
-}
-
-std::string write_seam_header(const Exports& exports, const SeamExports& seam) {
-    const Catalog& rows = *exports.rows;
-    std::string text = opening(exports, seam.seam->name, seam.seam->summary);
-    text += "#include \"vl_pd/" + std::string(rows.program) + "/actions.h\"\n\n";
-    text += declarations_begin;
-    for (const TableExports& exported : seam.tables) {
-        const Table& table = *exported.table;
-        text +=
-            std::string("/* ") + table.name + " (" + shape_text(key_shape(table)) + "): " + table.summary + " */\n\n";
-        if (key_shape(table) != KeyShape::keyless) text += match_spec(rows, table);
-        for (const Member& member : exported.members)
-            text += declaration(member);
-        text += "\n";
+        }
+        return text.append(ending);
     }
-    return text + std::string(ending);
+    std::string text;
+    switch (file.shard) {
+    case Shard::program:
+        text = opening(exports, "program", "What belongs to the program as a whole.");
+        for (const Data& data : exports.data)
+            text += "extern " + data.declaration + ";\n";
+        text += "\n";
+        break;
+    case Shard::actions:
+        text = opening(exports, "actions", "Actions: their numbers, and the records of their parameters.");
+        text += action_types(rows);
+        break;
+    case Shard::profiles:
+        text = opening(exports, "profiles", "Action profiles: members and selector groups.", actions_header);
+        break;
+    default:
+        text = opening(exports, "resources",
+                       "Counters, meters, WRED blocks, registers, digests, value sets and hash calculations.");
+    }
+    for (const Member& member : exports.members)
+        if (member.shard == file.shard) text += declaration(member);
+    return text.append(ending);
+}
+
+std::string write_functions_header(const Exports& exports) {
+    std::string text = guarded(exports, "functions", "All functions of the program.");
+    for (const File& file : files(*exports.rows))
+        if (file.text == Text::header) text += "#include \"" + file.path.substr(file.path.find('/') + 1) + "\"\n";
+    return text + "\n#endif\n";
 }
 
 } // namespace generator

@@ -1,8 +1,8 @@
-// Writes everything that is made from the catalog below one folder:
+// Writes everything that is made from the catalog of the program below one folder:
 //
 //   pd_generator OUTPUT_FOLDER
 //
-// A file is rewritten only if its text changes, so that what depends on it isn't built again for nothing.
+// A file is written only if its text changes, so that nothing is built again without need.
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -10,6 +10,7 @@
 #include <iterator>
 #include <stdexcept>
 
+#include "catalog/rows.h"
 #include "generator/writers.h"
 
 namespace {
@@ -25,38 +26,33 @@ void write_if_changed(const std::filesystem::path& path, const std::string& text
     if (!out.flush()) throw std::runtime_error("cannot write " + path.string());
 }
 
-void write_all(const std::filesystem::path& folder) {
-    using namespace generator;
-    const catalog::Catalog& rows = catalog::velmar_switch;
-    const Exports exports = name_exports(rows);
-    const std::filesystem::path headers = folder / "include" / "vl_pd";
-    const std::filesystem::path parts = headers / rows.program;
-    const std::filesystem::path sources = folder / "src";
-
-    write_if_changed(parts / "program.h", write_program_header(exports));
-    write_if_changed(parts / "actions.h", write_actions_header(exports));
-    write_if_changed(parts / "profiles.h", write_profiles_header(exports));
-    write_if_changed(parts / "resources.h", write_resources_header(exports));
-    write_if_changed(sources / "program.cpp", write_program_source(exports));
-    write_if_changed(sources / "actions.cpp", write_actions_source(exports, Shard::actions));
-    write_if_changed(sources / "action_texts.cpp", write_actions_source(exports, Shard::action_texts));
-    write_if_changed(sources / "functions_by_handle.cpp", write_functions_by_handle(exports));
-    write_if_changed(sources / "profiles.cpp", write_profiles_source(exports));
-    write_if_changed(sources / "resources.cpp", write_resources_source(exports));
-    for (const SeamExports& seam : exports.seams) {
-        const std::string name = seam.seam->name;
-        write_if_changed(parts / (name + ".h"), write_seam_header(exports, seam));
-        write_if_changed(sources / ("entries_" + name + ".cpp"), write_seam_source(exports, seam, Shard::entries));
-        write_if_changed(sources / ("tables_" + name + ".cpp"), write_seam_source(exports, seam, Shard::tables));
-        write_if_changed(sources / ("readback_" + name + ".cpp"), write_seam_source(exports, seam, Shard::readback));
-        write_if_changed(sources / ("texts_" + name + ".cpp"), write_seam_source(exports, seam, Shard::texts));
-        write_if_changed(sources / ("placement_" + name + ".cpp"), write_seam_source(exports, seam, Shard::placement));
+std::string text_of(const generator::Exports& exports, const generator::File& file) {
+    using generator::Text;
+    switch (file.text) {
+    case Text::header:
+        return write_header(exports, file);
+    case Text::functions_header:
+        return write_functions_header(exports);
+    case Text::pipeline:
+        return generator::write_pipeline_description(*exports.rows);
+    case Text::source:
+        return write_source(exports, file);
+    case Text::row_constants:
+        return write_row_constants(exports);
+    case Text::functions_by_handle:
+        return write_functions_by_handle(exports);
+    case Text::record_asserts:
+        return write_record_asserts(exports);
+    case Text::version_script:
+        return write_version_script(exports);
+    case Text::export_list:
+        return write_export_list(exports);
+    case Text::row_list:
+        return write_row_list(exports);
+    case Text::totals:
+        return write_totals(exports);
     }
-    write_if_changed(sources / "record_asserts.cpp", write_record_asserts(exports));
-    write_if_changed(folder / "exports.map", write_version_script(exports));
-    write_if_changed(folder / "exports.txt", write_export_list(exports));
-    write_if_changed(folder / "rows.txt", write_row_list(exports));
-    write_if_changed(headers / (std::string(rows.program) + "_pipeline.h"), write_pipeline_description(rows));
+    return {};
 }
 
 } // namespace
@@ -67,7 +63,9 @@ int main(int argc, char** argv) {
         return 2;
     }
     try {
-        write_all(argv[1]);
+        const generator::Exports exports = generator::name_exports(catalog::program);
+        for (const generator::File& file : generator::files(catalog::program))
+            write_if_changed(std::filesystem::path(argv[1]) / file.path, text_of(exports, file));
     } catch (const std::exception& failure) {
         std::fprintf(stderr, "%s: %s\n", argv[0], failure.what());
         return 1;

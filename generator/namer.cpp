@@ -1,4 +1,4 @@
-// Walks the rows in catalog order and expands each family's snippets for the rows it runs over.
+// Expands each family's snippets for the rows that the family runs over.
 #include "generator/namer.h"
 
 #include <cstdio>
@@ -14,7 +14,7 @@ namespace {
 
 Context program_context(const Catalog& rows) {
     Context context;
-    context.set("p", prefix(rows));
+    context.set("p", rows.prefix);
     context.set("dimension", std::string("[").append(std::to_string(rows.actions.size())).append("]"));
     return context;
 }
@@ -26,7 +26,7 @@ Context table_context(const Catalog& rows, const Table& table) {
     context.set("table_handle", hex(table.handle));
     context.flag("keyed", key_shape(table) != KeyShape::keyless);
     context.flag("priority", has_priority(table));
-    context.flag("indirect", profile_of(rows, table) != nullptr);
+    context.flag("indirect", profile_of(rows, table) != not_found);
     return context;
 }
 
@@ -48,9 +48,9 @@ Context field_context(const Catalog& rows, const Table& table, const KeyField& f
 
 Context binding_context(const Catalog& rows, const Table& table, const Binding& binding) {
     Context context = table_context(rows, table);
-    add_action(context, rows, rows.actions[action_number(rows, binding.action)]);
+    add_action(context, rows, rows.actions[number_of(rows.actions, binding.action)]);
     const AttachedResource resource = resource_of(rows, table);
-    context.flag("meter", resource.kind == ResourceKind::meter && resource.addressing == direct);
+    context.flag("meter", resource.kind == ResourceKind::meter && resource.addressing == Addressing::direct);
     context.flag("ttl", table.ttl_on_add);
     return context;
 }
@@ -63,92 +63,6 @@ Context profile_context(const Catalog& rows, const Profile& profile) {
     return context;
 }
 
-Context profile_binding_context(const Catalog& rows, const Profile& profile, const Binding& binding) {
-    Context context = profile_context(rows, profile);
-    add_action(context, rows, rows.actions[action_number(rows, binding.action)]);
-    return context;
-}
-
-Context action_context(const Catalog& rows, const Action& action) {
-    Context context = program_context(rows);
-    add_action(context, rows, action);
-    return context;
-}
-
-// Whether the table counts each of its entries.
-bool has_counter(const Catalog& rows, const Table& table) {
-    const AttachedResource resource = resource_of(rows, table);
-    return resource.kind == ResourceKind::counter && resource.addressing == direct;
-}
-
-Member expand_member(const Family& family, Context context) {
-    const std::string name = expand(family.name, context);
-    context.set("name", name);
-    return {.family = &family,
-            .name = name,
-            .result = expand(family.result, context),
-            .arguments = expand(family.arguments, context),
-            .body = expand(family.body, context),
-            .definition = expand(family.definition, context)};
-}
-
-void add_table_members(std::vector<Member>& members, const Family& family, const Catalog& rows, const Table& table) {
-    const KeyShape shape = key_shape(table);
-    switch (family.over) {
-    case Over::every_table:
-        break;
-    case Over::keyed_table:
-        if (shape == KeyShape::keyless) return;
-        break;
-    case Over::masked_table:
-        if (shape != KeyShape::masked && shape != KeyShape::prefix) return;
-        break;
-    case Over::entry_binding:
-        for (const Binding& binding : table.actions)
-            if (for_entries(binding)) members.push_back(expand_member(family, binding_context(rows, table, binding)));
-        return;
-    case Over::default_binding:
-        for (const Binding& binding : table.actions)
-            if (for_default(binding)) members.push_back(expand_member(family, binding_context(rows, table, binding)));
-        return;
-    case Over::key_field:
-        for (const KeyField& field : table.key)
-            members.push_back(expand_member(family, field_context(rows, table, field)));
-        return;
-    case Over::idle_table:
-        if (!table.idle_time) return;
-        break;
-    case Over::indirect_table:
-        if (profile_of(rows, table) == nullptr) return;
-        break;
-    case Over::counted_table:
-        if (!has_counter(rows, table)) return;
-        break;
-    case Over::program:
-    case Over::every_action:
-    case Over::action_with_params:
-    case Over::profile:
-    case Over::profile_binding:
-    case Over::counter:
-    case Over::meter:
-    case Over::wred_block:
-    case Over::named_register:
-    case Over::digest:
-    case Over::value_set:
-    case Over::hash_calculation:
-        return;
-    }
-    members.push_back(expand_member(family, table_context(rows, table)));
-}
-
-void add_profile_members(std::vector<Member>& members, const Family& family, const Catalog& rows,
-                         const Profile& profile) {
-    if (family.over == Over::profile) members.push_back(expand_member(family, profile_context(rows, profile)));
-    if (family.over != Over::profile_binding) return;
-    for (const Binding& binding : profile.actions)
-        members.push_back(expand_member(family, profile_binding_context(rows, profile, binding)));
-}
-
 Context resource_context(const Catalog& rows, const char* name, uint32_t handle) {
     Context context = program_context(rows);
     context.set("resource", name);
@@ -156,67 +70,191 @@ Context resource_context(const Catalog& rows, const char* name, uint32_t handle)
     return context;
 }
 
-// A direct resource is named by its match table in most operations.
+// Most operations name a direct resource by its match table.
 Context cell_context(const Catalog& rows, const Resource& row) {
     Context context = resource_context(rows, row.name, row.handle);
-    context.flag("direct", row.addressing == direct);
-    for (const Seam& seam : rows.seams)
-        for (const Table& table : seam.tables)
-            if (row.addressing == direct && same(table.name, row.table)) context.set("table_handle", hex(table.handle));
+    const bool direct = row.addressing == Addressing::direct;
+    context.flag("direct", direct);
+    if (direct) context.set("table_handle", hex(tables(rows)[number_of(tables(rows), row.table)].handle));
     return context;
 }
 
 Context register_context(const Catalog& rows, const Register& row) {
-    Context context = resource_context(rows, row.name, row.handle);
-    switch (row.cell) {
-    case Cell::flag:
-        context.set("cell", "flag");
-        context.set("cell_type", "uint8_t");
-        break;
-    case Cell::word:
-        context.set("cell", "word");
-        context.set("cell_type", "uint32_t");
-        break;
-    case Cell::word_pair:
-        context.set("cell", "word_pair");
-        context.set("cell_type", "pd_register_pair");
-        break;
-    }
-    return context;
-}
-
-Context hash_context(const Catalog& rows, const HashCalculation& row) {
-    Context context = program_context(rows);
-    context.set("calc", row.name);
-    return context;
-}
-
-void add_resource_members(std::vector<Member>& members, const Family& family, const Catalog& rows) {
-    const auto add_each = [&](const auto& space, auto context_of) {
-        for (const auto& row : space)
-            members.push_back(expand_member(family, context_of(row)));
+    struct Form {
+        const char* cell;
+        const char* type;
     };
-    const auto cell = [&](const Resource& row) { return cell_context(rows, row); };
-    const auto plain = [&](const auto& row) { return resource_context(rows, row.name, row.handle); };
-    switch (family.over) {
-    case Over::counter:
-        return add_each(rows.counters, cell);
-    case Over::meter:
-        return add_each(rows.meters, cell);
-    case Over::wred_block:
-        return add_each(rows.wred_blocks, cell);
-    case Over::named_register:
-        return add_each(rows.registers, [&](const Register& row) { return register_context(rows, row); });
-    case Over::digest:
-        return add_each(rows.digests, plain);
-    case Over::value_set:
-        return add_each(rows.value_sets, [&](const ValueSet& row) { return resource_context(rows, row.name, row.id); });
-    case Over::hash_calculation:
-        return add_each(rows.hash_calculations, [&](const HashCalculation& row) { return hash_context(rows, row); });
+    constexpr Form forms[] = {{"flag", "uint8_t"}, {"word", "uint32_t"}, {"word_pair", "pd_register_pair"}};
+    Context context = resource_context(rows, row.name, row.handle);
+    const Form& form = forms[static_cast<size_t>(row.cell)];
+    context.set("cell", form.cell);
+    context.set("cell_type", form.type);
+    return context;
+}
+
+// Whether the table counts each of its entries.
+bool has_counter(const Catalog& rows, const Table& table) {
+    const AttachedResource resource = resource_of(rows, table);
+    return resource.kind == ResourceKind::counter && resource.addressing == Addressing::direct;
+}
+
+// "uint32_t *a, int b" gives "a, b".
+std::string argument_names(std::string_view arguments) {
+    if (arguments == "void") return "";
+    std::string names;
+    while (!arguments.empty()) {
+        const size_t end = std::min(arguments.find(','), arguments.size());
+        const std::string_view argument = arguments.substr(0, end);
+        names.append(names.empty() ? "" : ", ").append(argument.substr(argument.find_last_of(" *") + 1));
+        arguments.remove_prefix(std::min(end + 2, arguments.size()));
+    }
+    return names;
+}
+
+Shard shard_of(const Area& area, const Member& member) {
+    if (member.table != nullptr) return area.shard;
+    if (member.profile != nullptr) return Shard::profiles;
+    switch (member.family->over) {
+    case Over::program:
+        return Shard::program;
+    case Over::every_action:
+    case Over::action_with_params:
+        return Shard::actions;
     default:
-        return;
+        return Shard::resources;
     }
 }
+
+class Namer {
+public:
+    explicit Namer(Exports& exports) : exports_(exports), rows_(*exports.rows) {}
+
+    // Adds the members of the families that run over the program, its actions, profiles or resources.
+    void add_common_members() {
+        each_family([&](const Area& area, const Family& family) {
+            const auto add_each = [&](const auto& space, auto context_of) {
+                for (const auto& row : space)
+                    add(area, family, context_of(row), {});
+            };
+            const auto action = [&](const Action& row) {
+                Context context = program_context(rows_);
+                add_action(context, rows_, row);
+                return context;
+            };
+            const auto plain = [&](const auto& row) { return resource_context(rows_, row.name, row.handle); };
+            const auto cell = [&](const Resource& row) { return cell_context(rows_, row); };
+            switch (family.over) {
+            case Over::program:
+                return add(area, family, program_context(rows_), {});
+            case Over::every_action:
+                return add_each(rows_.actions, action);
+            case Over::action_with_params:
+                for (const Action& row : rows_.actions)
+                    if (row.params.size() != 0) add(area, family, action(row), {});
+                return;
+            case Over::counter:
+                return add_each(rows_.counters, cell);
+            case Over::meter:
+                return add_each(rows_.meters, cell);
+            case Over::wred_block:
+                return add_each(rows_.wred_blocks, cell);
+            case Over::named_register:
+                return add_each(rows_.registers, [&](const Register& row) { return register_context(rows_, row); });
+            case Over::digest:
+                return add_each(rows_.digests, plain);
+            case Over::value_set:
+                return add_each(rows_.value_sets,
+                                [&](const ValueSet& row) { return resource_context(rows_, row.name, row.id); });
+            case Over::hash_calculation:
+                return add_each(rows_.hash_calculations, [&](const HashCalculation& row) {
+                    Context context = program_context(rows_);
+                    context.set("calc", row.name);
+                    return context;
+                });
+            default:
+                return;
+            }
+        });
+    }
+
+    void add_profile_members(const Profile& profile) {
+        const Member owner{.profile = &profile};
+        each_family([&](const Area& area, const Family& family) {
+            if (family.over == Over::profile) add(area, family, profile_context(rows_, profile), owner);
+            if (family.over != Over::profile_binding) return;
+            for (const Binding& binding : profile.actions) {
+                Context context = profile_context(rows_, profile);
+                add_action(context, rows_, rows_.actions[number_of(rows_.actions, binding.action)]);
+                add(area, family, context, owner);
+            }
+        });
+    }
+
+    void add_table_members(const Seam& seam, const Table& table) {
+        const Member owner{.seam = &seam, .table = &table};
+        const KeyShape shape = key_shape(table);
+        each_family([&](const Area& area, const Family& family) {
+            const auto add_if = [&](bool wanted) {
+                if (wanted) add(area, family, table_context(rows_, table), owner);
+            };
+            const auto add_bindings = [&](bool (*wanted)(const Binding&)) {
+                for (const Binding& binding : table.actions)
+                    if (wanted(binding)) add(area, family, binding_context(rows_, table, binding), owner);
+            };
+            switch (family.over) {
+            case Over::every_table:
+                return add_if(true);
+            case Over::keyed_table:
+                return add_if(shape != KeyShape::keyless);
+            case Over::masked_table:
+                return add_if(shape == KeyShape::masked || shape == KeyShape::prefix);
+            case Over::idle_table:
+                return add_if(table.idle_time);
+            case Over::indirect_table:
+                return add_if(profile_of(rows_, table) != not_found);
+            case Over::counted_table:
+                return add_if(has_counter(rows_, table));
+            case Over::entry_binding:
+                return add_bindings(for_entries);
+            case Over::default_binding:
+                return add_bindings(for_default);
+            case Over::key_field:
+                for (const KeyField& field : table.key)
+                    add(area, family, field_context(rows_, table, field), owner);
+                return;
+            default:
+                return;
+            }
+        });
+    }
+
+private:
+    static void each_family(auto visit) {
+        for (const std::span<const Area> list : areas)
+            for (const Area& area : list)
+                for (const Family& family : area.families)
+                    visit(area, family);
+    }
+
+    // `owner` has the rows that the member belongs to.
+    void add(const Area& area, const Family& family, Context context, const Member& owner) {
+        Member member = owner;
+        member.family = &family;
+        member.area = &area;
+        member.shard = shard_of(area, member);
+        member.name = expand(family.name, context);
+        member.result = family.result;
+        member.arguments = expand(family.arguments, context);
+        context.set("name", member.name);
+        context.set("args", argument_names(member.arguments));
+        member.call = expand(family.call, context);
+        member.definition = expand(family.definition, context);
+        exports_.members.push_back(member);
+    }
+
+    Exports& exports_;
+    const Catalog& rows_;
+};
 
 } // namespace
 
@@ -225,34 +263,12 @@ std::string Member::signature() const {
     return result + (pointer ? "" : " ") + name + "(" + arguments + ")";
 }
 
-std::vector<const Member*> Exports::functions() const {
-    std::vector<const Member*> all;
-    for (const Member& member : program)
-        all.push_back(&member);
-    for (const Member& member : actions)
-        all.push_back(&member);
-    for (const ProfileExports& profile : profiles)
-        for (const Member& member : profile.members)
-            all.push_back(&member);
-    for (const Member& member : resources)
-        all.push_back(&member);
-    for (const SeamExports& seam : seams)
-        for (const TableExports& table : seam.tables)
-            for (const Member& member : table.members)
-                all.push_back(&member);
-    return all;
-}
-
-std::string prefix(const Catalog& rows) {
-    return std::string("p4_pd_") + rows.program + "_";
-}
-
 std::string match_spec_name(const Catalog& rows, const Table& table) {
-    return prefix(rows) + table.name + "_match_spec_t";
+    return std::string(rows.prefix) + table.name + "_match_spec_t";
 }
 
 std::string action_spec_name(const Catalog& rows, const Action& action) {
-    return prefix(rows) + action.name + "_action_spec_t";
+    return std::string(rows.prefix) + action.name + "_action_spec_t";
 }
 
 std::string partner_suffix(const KeyField& field) {
@@ -266,33 +282,17 @@ std::string hex(uint32_t value) {
 }
 
 Exports name_exports(const Catalog& rows) {
-    Exports exports{
-        .rows = &rows, .data = {}, .program = {}, .actions = {}, .profiles = {}, .resources = {}, .seams = {}};
-    const Context program = program_context(rows);
+    Exports exports{.rows = &rows, .data = {}, .members = {}};
+    const Context context = program_context(rows);
     for (const ExportedData& data : exported_data)
-        exports.data.push_back({expand(data.name, program), expand(data.declaration, program)});
-    for (const Family& family : families) {
-        if (family.over == Over::program) exports.program.push_back(expand_member(family, program));
-        if (family.over != Over::every_action && family.over != Over::action_with_params) continue;
-        for (const Action& action : rows.actions)
-            if (family.over == Over::every_action || action.params.size() != 0)
-                exports.actions.push_back(expand_member(family, action_context(rows, action)));
-    }
-    for (const Profile& profile : rows.profiles) {
-        ProfileExports& named = exports.profiles.emplace_back(ProfileExports{&profile, {}});
-        for (const Family& family : families)
-            add_profile_members(named.members, family, rows, profile);
-    }
-    for (const Family& family : families)
-        add_resource_members(exports.resources, family, rows);
-    for (const Seam& seam : rows.seams) {
-        SeamExports& named = exports.seams.emplace_back(SeamExports{&seam, {}});
-        for (const Table& table : seam.tables) {
-            TableExports& table_exports = named.tables.emplace_back(TableExports{&table, {}});
-            for (const Family& family : families)
-                add_table_members(table_exports.members, family, rows, table);
-        }
-    }
+        exports.data.push_back({expand(data.name, context), expand(data.declaration, context)});
+    Namer namer(exports);
+    namer.add_common_members();
+    for (const Profile& profile : rows.profiles)
+        namer.add_profile_members(profile);
+    for (const Seam& seam : rows.seams)
+        for (const Table& table : seam.tables)
+            namer.add_table_members(seam, table);
     return exports;
 }
 

@@ -11,11 +11,18 @@ namespace generator {
 
 struct Member {
     const Family* family = nullptr;
-    std::string name;
-    std::string result;
-    std::string arguments;
-    std::string body;
-    std::string definition; // empty for a function with a body
+    const Area* area = nullptr;
+    Shard shard = Shard::program;
+    // The rows that the member belongs to, if there are any.
+    const catalog::Seam* seam = nullptr;
+    const catalog::Table* table = nullptr;
+    const catalog::Profile* profile = nullptr;
+
+    std::string name = {};
+    std::string result = {};
+    std::string arguments = {};
+    std::string call = {};
+    std::string definition = {}; // empty for a function that forwards
 
     // "pd_status p4_...(pd_session sess_hdl, ...)"
     std::string signature() const;
@@ -26,39 +33,17 @@ struct Data {
     std::string declaration;
 };
 
-struct TableExports {
-    const catalog::Table* table;
-    std::vector<Member> members;
-};
-
-struct SeamExports {
-    const catalog::Seam* seam;
-    std::vector<TableExports> tables;
-};
-
-struct ProfileExports {
-    const catalog::Profile* profile;
-    std::vector<Member> members;
-};
-
+// Members follow the order of the rows, and for one row that of the families.
 struct Exports {
     const catalog::Catalog* rows;
     std::vector<Data> data;
-    std::vector<Member> program;
-    std::vector<Member> actions;
-    std::vector<ProfileExports> profiles;
-    std::vector<Member> resources; // all rows that are neither table, action nor profile
-    std::vector<SeamExports> seams;
-
-    // All functions, in no particular order.
-    std::vector<const Member*> functions() const;
+    std::vector<Member> members;
 };
 
-std::string prefix(const catalog::Catalog& rows);
 std::string match_spec_name(const catalog::Catalog& rows, const catalog::Table& table);
 std::string action_spec_name(const catalog::Catalog& rows, const catalog::Action& action);
 
-// What the name of a field's partner has behind the field's own: "_mask" or "_prefix_length".
+// The end of the name of a field's partner: "_mask" or "_prefix_length".
 std::string partner_suffix(const catalog::KeyField& field);
 
 // "0x1000023"

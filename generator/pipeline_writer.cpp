@@ -40,7 +40,7 @@ constexpr const char* default_size = "0";
 
 // The actions of a profile serve entries and the default entry alike.
 std::string action_line(const Catalog& rows, const Binding& binding, bool in_profile) {
-    const ActionLayout layout = action_layout(rows.actions[action_number(rows, binding.action)]);
+    const ActionLayout layout = action_layout(rows.actions[number_of(rows.actions, binding.action)]);
     return row({hex(binding.handle), std::to_string(layout.bits), std::to_string(layout.bytes),
                 in_profile || for_entries(binding) ? "1" : "0", in_profile || for_default(binding) ? "1" : "0"});
 }
@@ -56,8 +56,9 @@ uint32_t initial_default(const Table& table) {
 
 std::string table_line(const Catalog& rows, const Table& table, const std::string& actions) {
     const KeyLayout layout = key_layout(table);
-    const Profile* profile = profile_of(rows, table);
-    const size_t action_count = profile ? profile->actions.size() : table.actions.size();
+    const size_t profile_number = profile_of(rows, table);
+    const Profile* profile = profile_number == not_found ? nullptr : &rows.profiles[profile_number];
+    const size_t action_count = actions_of(rows, table).size();
     return row({hex(table.handle), quoted(table.name), match_name(key_shape(table)), std::to_string(layout.bits),
                 std::to_string(layout.bytes), actions, std::to_string(action_count), hex(initial_default(table)),
                 hex(resource_of(rows, table).handle), hex(profile ? profile->data_table : 0),
@@ -79,11 +80,8 @@ Section section(const std::string& program, const std::string& type, const std::
 }
 
 std::string resource_line(const Catalog& rows, uint32_t handle, Addressing addressing, const char* table_name) {
-    uint32_t match_table = 0;
-    if (addressing == direct && table_name)
-        for (const Seam& seam : rows.seams)
-            for (const Table& table : seam.tables)
-                if (same(table.name, table_name)) match_table = table.handle;
+    const bool has_table = addressing == Addressing::direct && table_name != nullptr;
+    const uint32_t match_table = has_table ? tables(rows)[number_of(tables(rows), table_name)].handle : 0;
     return row({hex(handle), hex(match_table), default_size});
 }
 
@@ -91,14 +89,14 @@ Section resource_section(const Catalog& rows, const std::string& name, const Row
     std::string lines;
     for (const Resource& row : resources)
         lines += resource_line(rows, row.handle, row.addressing, row.table);
-    return section(rows.program, "vl_model_resource", name, lines, resources.size());
+    return section(rows.name, "vl_model_resource", name, lines, resources.size());
 }
 
 Section register_section(const Catalog& rows) {
     std::string lines;
     for (const Register& row : rows.registers)
-        lines += resource_line(rows, row.handle, indirect, row.table);
-    return section(rows.program, "vl_model_resource", "register", lines, rows.registers.size());
+        lines += resource_line(rows, row.handle, Addressing::indirect, row.table);
+    return section(rows.name, "vl_model_resource", "register", lines, rows.registers.size());
 }
 
 Section digest_section(const Catalog& rows) {
@@ -109,41 +107,37 @@ Section digest_section(const Catalog& rows) {
             size += field.bytes;
         lines += row({hex(digest.handle), std::to_string(size)});
     }
-    return section(rows.program, "vl_model_digest", "digest", lines, rows.digests.size());
+    return section(rows.name, "vl_model_digest", "digest", lines, rows.digests.size());
 }
 
 Section value_set_section(const Catalog& rows) {
     std::string lines;
     for (const ValueSet& row : rows.value_sets)
         lines += "    " + std::to_string(row.id) + ",\n";
-    return section(rows.program, "uint32_t", "value_set", lines, rows.value_sets.size());
+    return section(rows.name, "uint32_t", "value_set", lines, rows.value_sets.size());
 }
 
 Section hash_calculation_section(const Catalog& rows) {
     std::string lines;
     for (const HashCalculation& calculation : rows.hash_calculations)
         lines += row({hex(calculation.handle), hex(calculation.input), hex(calculation.algorithm)});
-    return section(rows.program, "vl_model_hash_calculation", "hash_calculation", lines, rows.hash_calculations.size());
+    return section(rows.name, "vl_model_hash_calculation", "hash_calculation", lines, rows.hash_calculations.size());
 }
 
 } // namespace
 
 std::string write_pipeline_description(const Catalog& rows) {
-    const std::string program = rows.program;
+    const std::string program = rows.name;
     std::string actions;
     std::string tables = "static const vl_model_table " + program + "_tables[] = {\n";
-    size_t count = 0;
-    for (const Seam& seam : rows.seams)
-        for (const Table& table : seam.tables) {
-            const std::string name = program + "_" + table.name + "_actions";
-            const Profile* profile = profile_of(rows, table);
-            actions += "static const vl_model_action " + name + "[] = {\n";
-            for (const Binding& binding : profile ? profile->actions : table.actions)
-                actions += action_line(rows, binding, profile != nullptr);
-            actions += "};\n";
-            tables += table_line(rows, table, name);
-            ++count;
-        }
+    for (const Table& table : catalog::tables(rows)) {
+        const std::string name = program + "_" + table.name + "_actions";
+        actions += "static const vl_model_action " + name + "[] = {\n";
+        for (const Binding& binding : actions_of(rows, table))
+            actions += action_line(rows, binding, profile_of(rows, table) != not_found);
+        actions += "};\n";
+        tables += table_line(rows, table, name);
+    }
     tables += "};\n\n";
     std::string members;
     for (const Section& part :
@@ -155,10 +149,13 @@ std::string write_pipeline_description(const Catalog& rows) {
     }
     return "/* Made from the catalog: what the embedded driver is told about " + program +
            " when a device is added. Values\n * stand in the order of the members. */\n#ifndef "
-           "VL_PD_PIPELINE_H\n#define VL_PD_PIPELINE_H\n\n"
+           "VL_PD_" +
+           program + "_PIPELINE_H\n#define VL_PD_" + program +
+           "_PIPELINE_H\n\n"
            "#include \"vl_model/control.h\"\n\n" +
            actions + "\n" + tables + "static const vl_model_pipeline " + program + "_pipeline = {\n    " +
-           quoted(program) + ",\n    " + program + "_tables, " + std::to_string(count) + members + "};\n\n#endif\n";
+           quoted(program) + ",\n    " + program + "_tables, " + std::to_string(catalog::tables(rows).size()) +
+           members + "};\n\n#endif\n";
 }
 
 } // namespace generator

@@ -39,7 +39,9 @@ bool Context::holds(std::string_view name) const {
 std::string expand(std::string_view snippet, const Context& context) {
     std::string text;
     for (size_t at = 0; at < snippet.size(); ++at) {
-        if (snippet[at] == '{') {
+        if (snippet.substr(at, 2) == "{{" || snippet.substr(at, 2) == "}}") {
+            text += snippet[at++];
+        } else if (snippet[at] == '{') {
             const size_t close = snippet.find('}', at);
             if (close == std::string_view::npos) refuse("an unclosed name", snippet);
             text += context.value(snippet.substr(at + 1, close - at - 1));

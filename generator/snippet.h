@@ -3,6 +3,7 @@
 //   {name}              the value of `name`
 //   [flag?text]         `text` where `flag` holds, else nothing
 //   [flag?text|other]   `text` where `flag` holds, else `other`
+//   {{ }}               braces
 //
 // Choices may be nested. A name or flag that the context doesn't know is an error: a misspelt hole must not become an
 // empty one.

@@ -1,44 +1,43 @@
-// What the generator writes, each as one text. None of them holds behaviour: functions forward, asserts compare.
+// What the generator writes, each file as one text. No text holds behaviour: functions forward, asserts compare.
 #pragma once
 
 #include <string>
 
+#include "generator/files.h"
 #include "generator/namer.h"
 
 namespace generator {
 
-// Public headers: the program's functions, action records and functions, profiles, resources, and each seam's
-// tables.
-std::string write_program_header(const Exports& exports);
-std::string write_actions_header(const Exports& exports);
-std::string write_profiles_header(const Exports& exports);
-std::string write_resources_header(const Exports& exports);
-std::string write_seam_header(const Exports& exports, const SeamExports& seam);
+// Public headers: the declarations of a shard, or of a seam's tables with their records; and one that includes them all.
+std::string write_header(const Exports& exports, const File& file);
+std::string write_functions_header(const Exports& exports);
 
-// One-line definitions. A shard of tables is written for one seam.
-std::string write_program_source(const Exports& exports);
-std::string write_actions_source(const Exports& exports, Shard shard);
-std::string write_profiles_source(const Exports& exports);
-std::string write_resources_source(const Exports& exports);
-std::string write_seam_source(const Exports& exports, const SeamExports& seam, Shard shard);
+// Functions of one line each, of one seam or of all.
+std::string write_source(const Exports& exports, const File& file);
 
-// The exported functions that a handle is dispatched to, as constant data.
+// The rows as constants, by which the functions name them.
+std::string write_row_constants(const Exports& exports);
+
+// The exported functions that are reached by handle, as constant data.
 std::string write_functions_by_handle(const Exports& exports);
 
 // Compares the offsets and sizes that the compiler gives the records with those that the encoders use.
 std::string write_record_asserts(const Exports& exports);
 
-// The linker's version script: these names and no others.
+// The linker's version script, which names the exports and nothing else.
 std::string write_version_script(const Exports& exports);
 
-// Every exported name with its signature, sorted: "name<tab>result (arguments)", or a data word's declaration.
+// Every exported name with its signature, sorted: "name<tab>result (arguments)", or the declaration of a data word.
 std::string write_export_list(const Exports& exports);
 
-// What agents and drivers know of the rows beside names: the layout of every record, the handle of every table, action,
+// What agents and drivers know of the rows besides names: the layout of each record, the handle of each table, action,
 // resource and hash calculation, and the sizes of keys and data. Sorted: "subject<tab>facts".
 std::string write_row_list(const Exports& exports);
 
-// The pipeline as the embedded driver wants it described.
+// How many rows of each kind there are: "kind<tab>count".
+std::string write_totals(const Exports& exports);
+
+// The pipeline as the embedded driver takes it.
 std::string write_pipeline_description(const catalog::Catalog& rows);
 
 } // namespace generator

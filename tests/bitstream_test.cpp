@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <random>
 
-#include "pd/bitstream.h"
+#include "pd/services/bitstream.h"
 
 namespace {
 

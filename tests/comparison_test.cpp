@@ -136,7 +136,7 @@ protected:
         if (keys != equal) return keys;
         if (catalog::is_indirect(table)) return target_difference(pd, hw);
         if (pd.number() != hw.number()) return format("actions differ 0x%x, vs 0x%x", pd.number(), hw.number());
-        return first_difference(items_of(catalog::actions[pd.number()]), pd.spec(), hw.spec());
+        return first_difference(items_of(catalog::program.actions[pd.number()]), pd.spec(), hw.spec());
     }
     void expect_expected(const catalog::Table& table) {
         ASSERT_EQ(compare(table), expected(table));
@@ -218,7 +218,7 @@ TEST_F(Comparison, EveryBitOfTheRecords) {
     for (const catalog::Table* table : keyed_tables())
         every_bit(std::string(table->name) + "_match_specs_are_equal", items_of(*table),
                   catalog::key_layout(*table).record_size);
-    for (const catalog::Action& action : catalog::actions)
+    for (const catalog::Action& action : catalog::program.actions)
         if (action.params.size() != 0)
             every_bit(std::string(action.name) + "_action_specs_are_equal", items_of(action),
                       catalog::action_layout(action).record_size);
@@ -252,7 +252,7 @@ TEST_F(Comparison, DefaultEntries) {
 
 TEST_F(Comparison, MembersAndGroups) {
     constexpr uint32_t handles[] = {0, 5, 6, 0xFFFFFFFF};
-    for (const catalog::Profile& profile : catalog::profiles) {
+    for (const catalog::Profile& profile : catalog::program.profiles) {
         const catalog::Table& table = table_named(profile.table);
         SCOPED_TRACE(table.name);
         same_entry(table);

@@ -134,7 +134,7 @@ private:
         if (each.has("_modify_member_with_"))
             return std::string(each.name).replace(each.name.find("_modify_"), 8, "_add_");
         const std::string row = row_of(each.name);
-        for (const catalog::Profile& profile : catalog::profiles)
+        for (const catalog::Profile& profile : catalog::program.profiles)
             if (row == profile.table && what != "entry_hdl") return profile.name + what;
         return row + what;
     }

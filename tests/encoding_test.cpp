@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "pd/bytes.h"
+#include "codec/bytes.h"
 
 namespace {
 

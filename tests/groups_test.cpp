@@ -114,7 +114,7 @@ TEST_F(Groups, WhatARefusedStepLeaves) {
 }
 
 TEST_F(Groups, TheMemberThatJoinedLastGivesTheAction) {
-    use(catalog::profiles[4]);
+    use(catalog::program.profiles[4]);
     const pd_member port = add_member(0), tunnel = add_member(2);
     EXPECT_EQ(action_of_group(add_group({port, tunnel})), 0x200000feu);
     EXPECT_EQ(action_of_group(add_group({tunnel, port})), 0x200000fcu);

@@ -99,7 +99,7 @@ TEST_F(Indirect, EveryOperationOnEveryTable) {
 }
 
 TEST_F(Indirect, TheRoadOfAnEcmpGroup) {
-    use(catalog::profiles[1]);
+    use(catalog::program.profiles[1]);
     uint32_t members[3], group = 0, entry = 0, found[3] = {};
     p4_pd_velmar_switch_setEcmpNextHop_action_spec_t hop = {.action_nextHopTable = 2, .action_nextHop = 0x10000};
     for (uint32_t& member : members) {

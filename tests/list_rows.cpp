@@ -1,7 +1,7 @@
 // Prints the rows that texts are made from as Python literals, one a line: the catalog for check_literals.py.
 #include <cstdio>
 
-#include "catalog/catalog.h"
+#include "catalog/rows.h"
 
 namespace {
 
@@ -30,20 +30,18 @@ void print_field(const KeyField& field) {
 } // namespace
 
 int main() {
-    for (const Seam& seam : velmar_switch.seams)
-        for (const Table& table : seam.tables) {
-            std::printf("('table','%s',%u,%s,[", table.name, table.handle,
-                        profile_of(velmar_switch, table) != nullptr ? "True" : "False");
-            for (const KeyField& field : table.key)
-                print_field(field);
-            std::printf("],");
-            print_actions(table.actions);
-        }
-    for (const Profile& profile : velmar_switch.profiles) {
+    for (const Table& table : tables(program)) {
+        std::printf("('table','%s',%u,%s,[", table.name, table.handle, is_indirect(table) ? "True" : "False");
+        for (const KeyField& field : table.key)
+            print_field(field);
+        std::printf("],");
+        print_actions(table.actions);
+    }
+    for (const Profile& profile : program.profiles) {
         std::printf("('profile','%s',%u,", profile.name, profile.data_table);
         print_actions(profile.actions);
     }
-    for (const Action& action : velmar_switch.actions) {
+    for (const Action& action : program.actions) {
         std::printf("('action','%s',[", action.name);
         for (const Param& param : action.params) {
             std::printf("('%s',%u,", param.name, param.bits);

@@ -64,7 +64,7 @@ protected:
 
 TEST_F(Members, EveryActionOfEveryProfile) {
     for (const Row& row : rows) {
-        use(catalog::profiles[row.profile]);
+        use(catalog::program.profiles[row.profile]);
         SCOPED_TRACE(std::string(profile->name) + " " + row.action);
         pd_member member = 0;
         names["out"] = word(&member);
@@ -164,9 +164,10 @@ TEST_F(Members, FailedReadsWriteNothing) {
         EXPECT_EQ(get(), 46u);
         EXPECT_EQ(record, Bytes(20, untouched));
         EXPECT_EQ(functions_called(), Lines{"pipe_mgr_get_action_data_entry"});
-        const size_t other = profile == catalog::profiles ? 1 : 0;
+        const size_t other = profile == catalog::program.profiles.begin() ? 1 : 0;
         vl_model::set_member_answer_hook([&](auto&, uint32_t& action_hdl) {
-            action_hdl = catalog::profiles[other].actions.begin()[1].handle; // also a NoAction, but not this one
+            action_hdl =
+                catalog::program.profiles[other].actions.begin()[1].handle; // also a NoAction, but not this one
         });
         EXPECT_EQ(get(), PD_STATUS_UNEXPECTED);
         vl_model::set_member_answer_hook({});

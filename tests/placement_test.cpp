@@ -39,7 +39,7 @@ protected:
         expect_untouched(decoded.key, layout.record_size);
         size_t action_size = 0;
         if (!catalog::is_indirect(table) && when_decoded == 0)
-            action_size = 4 + catalog::action_layout(catalog::actions[decoded.number()]).record_size;
+            action_size = 4 + catalog::action_layout(catalog::program.actions[decoded.number()]).record_size;
         expect_untouched(decoded.action, action_size);
     }
 
@@ -167,7 +167,7 @@ TEST_F(Placement, Members) {
         // Members of the other profiles, and a member of none.
         std::vector<View> foreign(1);
         foreign[0].action_hdl = profile->actions.begin()->handle ^ 0x1000;
-        for (const catalog::Profile& other : catalog::profiles)
+        for (const catalog::Profile& other : catalog::program.profiles)
             for (const catalog::Binding& binding : other.actions)
                 if (&other != profile) foreign.push_back(random_view(random, nullptr, &binding));
         for (const View& view : foreign) {
@@ -184,7 +184,7 @@ TEST_F(Placement, Members) {
     });
     // A library whose shadows could not be made is as one that has not been started.
     vl_model_reset();
-    for (unsigned i = 1; i <= std::size(catalog::profiles); ++i)
+    for (unsigned i = 1; i <= catalog::program.profiles.size(); ++i)
         vl_model::fail_call("p4_pd_ms_init_state", i, 1);
     p4_pd_velmar_switch_init();
     vl_model::record_calls(true);
@@ -217,7 +217,7 @@ TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
     };
     for (const catalog::Table* table : all_tables())
         expect_passed(table->name + std::string("_get"), "entry", table->handle);
-    for (const catalog::Profile& each : catalog::profiles) {
+    for (const catalog::Profile& each : catalog::program.profiles) {
         expect_passed(each.name + std::string("_get"), "member", each.data_table);
         expect_passed(each.name + std::string("_sel_get"), "group", each.selector);
     }

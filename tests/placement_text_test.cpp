@@ -83,7 +83,8 @@ protected:
         std::string key = std::string(indent, ' ') + exported(table.name) + ":\n", action;
         if (!is_keyless(table))
             key = printed(std::string(table.name) + "_match_spec_print", {indent, word(out.key.data())}).text;
-        if (!catalog::is_indirect(table)) action = action_lines(catalog::actions[out.number()], out.spec(), indent);
+        if (!catalog::is_indirect(table))
+            action = action_lines(catalog::program.actions[out.number()], out.spec(), indent);
         EXPECT_EQ(print(table, indent), (Printed{key + action, 0}));
         expect_value(table);
         if (is_keyless(table)) return;
@@ -110,7 +111,7 @@ TEST_F(PlacementText, EveryTableAndAction) {
 }
 
 TEST_F(PlacementText, Members) {
-    for (const catalog::Profile& profile : catalog::profiles)
+    for (const catalog::Profile& profile : catalog::program.profiles)
         for (const catalog::Binding& binding : profile.actions) {
             software = random_view(random, nullptr, &binding);
             Bytes record(64);
@@ -139,7 +140,7 @@ TEST_F(PlacementText, InFull) {
     EXPECT_EQ(value(group), "(( 0x0123,),('setMbrHdl',(0x5,)))");
     software.set_target(0, 0);
     EXPECT_EQ(value(group), "(( 0x0123,),)");
-    const catalog::Profile& ecmp = catalog::profiles[1];
+    const catalog::Profile& ecmp = catalog::program.profiles[1];
     software = random_view(random, nullptr, ecmp.actions.begin());
     software.data = {1, 8, 7, 6, 5};
     EXPECT_EQ(value(ecmp), "('setEcmpNextHop',(0x01,0x08070605,)),");
@@ -152,7 +153,7 @@ TEST_F(PlacementText, FailuresAndHandlesOfNobody) {
         EXPECT_EQ(value(*table), "");
         EXPECT_EQ(print(*table, 3), (Printed{line + table->name + "\n", 77}));
     }
-    for (const catalog::Profile& profile : catalog::profiles) {
+    for (const catalog::Profile& profile : catalog::program.profiles) {
         EXPECT_EQ(value(profile), "");
         EXPECT_EQ(print(profile, 3), (Printed{line + profile.name + "_adt_plcmt_data_print\n", 77}));
     }

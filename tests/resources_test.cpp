@@ -7,7 +7,7 @@
 #include <cstring>
 #include <functional>
 
-#include "pd/resource_list.h"
+#include "pd/tables/resource_list.h"
 #include "vl_driver/driver.h"
 
 namespace {

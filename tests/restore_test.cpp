@@ -124,7 +124,7 @@ TEST_F(Restore, Rows) {
         row(adt, 0x20000001, group, member, 1, {join, ask, set_grp});
         EXPECT_EQ(action_of_group(group), own);
 
-        for (const catalog::Profile& other : catalog::profiles) {
+        for (const catalog::Profile& other : catalog::program.profiles) {
             for (const catalog::Binding& binding : other.actions) {
                 const bool is_own = &other == profile;
                 row(adt, binding.handle, group, member, 0x100,

@@ -137,7 +137,7 @@ TEST_F(RoundTrip, EveryKeyedTableWithEveryAction) {
                 EXPECT_EQ(is_default, 0);
                 EXPECT_EQ(read_priority, masked ? priority : 0);
                 EXPECT_EQ(name, exported(binding.action));
-                EXPECT_EQ(action_id, catalog::action_number(catalog::velmar_switch, binding.action));
+                EXPECT_EQ(action_id, catalog::number_of(catalog::program.actions, binding.action));
                 Bytes expected_spec = indices_cut(action, spec);
                 expected_spec.insert(expected_spec.end(), 4, untouched);
                 EXPECT_EQ(hex(read_spec), hex(expected_spec)) << "and nothing behind the record is written";
@@ -158,7 +158,7 @@ TEST_F(RoundTrip, EveryKeyedTableWithEveryAction) {
 // The keys of the five indirect tables, by the key alone.
 TEST_F(RoundTrip, KeysOfIndirectTables) {
     for (const catalog::Table* table : keyed_tables()) {
-        if (catalog::profile_of(catalog::velmar_switch, *table) == nullptr) continue;
+        if (!catalog::is_indirect(*table)) continue;
         SCOPED_TRACE(table->name);
         const catalog::KeyLayout layout = catalog::key_layout(*table);
         const Bytes key = random_match_spec(*table);

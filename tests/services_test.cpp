@@ -155,7 +155,7 @@ TEST_F(Services, ValueSets) {
 }
 
 TEST_F(Services, HashAlgorithmSeedAndInput) {
-    for (const catalog::HashCalculation& row : catalog::hash_calculations) {
+    for (const catalog::HashCalculation& row : catalog::program.hash_calculations) {
         SCOPED_TRACE(row.name);
         const std::string base = exported("hash_calc_") + row.name + "_";
         uint32_t out = 42;

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <set>
 
-#include "catalog/snapshot_layouts.h"
+#include "catalog/rows.h"
 #include "vl_driver/snapshot.h"
 
 namespace {
@@ -43,7 +43,7 @@ TEST(SnapshotLayouts, FieldsDoNotOverlap) {
         unsigned last;
     } expected[] = {{90, 41, 651}, {55, 38, 441}};
     for (size_t i = 0; i < 2; ++i) {
-        const catalog::SnapshotLayout& layout = catalog::snapshot_layouts[i];
+        const catalog::SnapshotLayout& layout = catalog::program.snapshot_layouts[i];
         EXPECT_EQ(layout.two_byte_fields.size(), expected[i].two);
         EXPECT_EQ(layout.four_byte_fields.size(), expected[i].four);
         std::set<unsigned> bytes;
@@ -71,7 +71,7 @@ TEST(Snapshot, TriggersTurnByTheLayoutOfTheHandle) {
         service = {};
         service.status = handle;
         EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_trigger_set(handle, &value, &mask), handle);
-        const catalog::SnapshotLayout& layout = catalog::snapshot_layouts[(handle & 2) != 0];
+        const catalog::SnapshotLayout& layout = catalog::program.snapshot_layouts[(handle & 2) != 0];
         EXPECT_EQ(service.value, turned(value, layout));
         EXPECT_EQ(service.mask, turned(mask, layout));
         EXPECT_NE(service.caller_value, &value) << "the caller's records stay as they are";

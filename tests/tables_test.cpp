@@ -80,7 +80,7 @@ TEST_F(Defaults, EveryTableWithEveryAction) {
             EXPECT_EQ(read.action->data, Bytes(32));
             uint32_t number = 0;
             std::memcpy(&number, record.data(), sizeof number);
-            EXPECT_EQ(number, catalog::action_number(catalog::velmar_switch, binding.action));
+            EXPECT_EQ(number, catalog::number_of(catalog::program.actions, binding.action));
             EXPECT_EQ(Bytes(record.end() - 4, record.end()), Bytes(4, untouched)) << "nothing behind the record";
             for (size_t i = 0; i < layout.param_count; ++i) {
                 const catalog::ParamLayout& param = layout.params[i];

@@ -104,7 +104,7 @@ TEST_F(Values, MembersAndGroups) {
 }
 
 TEST_F(Values, EveryIndirectTableHasItsOwnHandle) {
-    for (const catalog::Profile& profile : catalog::profiles) {
+    for (const catalog::Profile& profile : catalog::program.profiles) {
         SCOPED_TRACE(profile.table);
         calls();
         EXPECT_EQ(value(profile.table, 1), "") << "there is no such entry";

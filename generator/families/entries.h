@@ -7,161 +7,110 @@ namespace generator {
 
 // clang-format off
 inline constexpr Family entries_families[] = {
-    {.over = Over::entry_binding, .shard = Shard::entries,
-     .name = "{p}{table}_table_add_with_{action}",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
-                  "priority, ]"
-                  "[params?const {action_spec} *action_spec, ][meter?const pd_meter_spec *meter_spec, ]"
-                  "[ttl?uint32_t ttl, ]pd_entry *entry_hdl",
-     .body = "return entries::add<t::{table}, a::{action}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0], "
-             "[params?action_spec|nullptr], [meter?meter_spec|nullptr], [ttl?ttl|0], entry_hdl);"},
-
-    {.over = Over::entry_binding, .shard = Shard::entries,
-     .name = "{p}{table}_table_modify_with_{action}",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl"
+    {.over = Over::entry_binding, .name = "{p}{table}_table_add_with_{action}",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
+                  "[priority?uint32_t priority, ][params?const {action_spec} *action_spec, ]"
+                  "[meter?const pd_meter_spec *meter_spec, ][ttl?uint32_t ttl, ]pd_entry *entry_hdl",
+     .call = "entries::add<t::{table}, a::{action}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0], "
+             "[params?action_spec|nullptr], [meter?meter_spec|nullptr], [ttl?ttl|0], entry_hdl)"},
+    {.over = Over::entry_binding, .name = "{p}{table}_table_modify_with_{action}",
+     .arguments = "pd_session sess_hdl, pd_device dev_id, "
+                  "pd_entry entry_hdl[params?, const {action_spec} *action_spec]"
+                  "[meter?, const pd_meter_spec *meter_spec]",
+     .call = "entries::modify<t::{table}, a::{action}>(sess_hdl, dev_id, entry_hdl, [params?action_spec|nullptr], "
+             "[meter?meter_spec|nullptr])"},
+    {.over = Over::entry_binding, .name = "{p}{table}_table_modify_with_{action}_by_match_spec",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, "
+                  "const {match_spec} *match_spec[priority?, uint32_t priority]"
                   "[params?, const {action_spec} *action_spec][meter?, const pd_meter_spec *meter_spec]",
-     .body = "return entries::modify<t::{table}, a::{action}>(sess_hdl, dev_id, entry_hdl, "
-             "[params?action_spec|nullptr], [meter?meter_spec|nullptr]);"},
-
-    {.over = Over::entry_binding, .shard = Shard::entries,
-     .name = "{p}{table}_table_modify_with_{action}_by_match_spec",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t "
-                  "priority]"
-                  "[params?, const {action_spec} *action_spec][meter?, const pd_meter_spec *meter_spec]",
-     .body = "return entries::modify_by_match_spec<t::{table}, a::{action}>(sess_hdl, dev_tgt, match_spec, "
-             "[priority?priority|0], [params?action_spec|nullptr], [meter?meter_spec|nullptr]);"},
-
-    {.over = Over::keyed_table, .shard = Shard::entries,
-     .name = "{p}{table}_table_delete",
-     .result = "pd_status",
+     .call = "entries::modify_by_match_spec<t::{table}, a::{action}>(sess_hdl, dev_tgt, match_spec, "
+             "[priority?priority|0], [params?action_spec|nullptr], [meter?meter_spec|nullptr])"},
+    {.over = Over::keyed_table, .name = "{p}{table}_table_delete",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl",
-     .body = "return entries::remove<t::{table}>(sess_hdl, dev_id, entry_hdl);"},
+     .call = "entries::remove({table_handle}, {args})"},
+    {.over = Over::keyed_table, .name = "{p}{table}_table_delete_by_match_spec",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, "
+                  "const {match_spec} *match_spec[priority?, uint32_t priority]",
+     .call = "entries::remove_by_match_spec<t::{table}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0])"},
+    {.over = Over::keyed_table, .name = "{p}{table}_match_spec_to_entry_hdl",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, "
+                  "const {match_spec} *match_spec[priority?, uint32_t priority], pd_entry *entry_hdl",
+     .call = "entries::find<t::{table}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0], entry_hdl)"},
+};
 
-    {.over = Over::keyed_table, .shard = Shard::entries,
-     .name = "{p}{table}_table_delete_by_match_spec",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t "
-                  "priority]",
-     .body = "return entries::remove_by_match_spec<t::{table}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0]);"},
-
-    {.over = Over::keyed_table, .shard = Shard::entries,
-     .name = "{p}{table}_match_spec_to_entry_hdl",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec[priority?, uint32_t "
-                  "priority], "
-                  "pd_entry *entry_hdl",
-     .body = "return entries::find<t::{table}>(sess_hdl, dev_tgt, match_spec, [priority?priority|0], entry_hdl);"},
-
-    {.over = Over::every_table, .shard = Shard::readback,
-     .name = "{p}{table}_get_entry",
-     .result = "pd_status",
+inline constexpr Family reading_families[] = {
+    {.over = Over::every_table, .name = "{p}{table}_get_entry",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw, "
-                  "[keyed?{match_spec} *match_spec, ][priority?uint32_t *priority, ]"
-                  "[indirect?uint8_t *has_mbr, uint8_t *has_grp, pd_group *grp_hdl, pd_member *mbr_hdl"
-                  "|char *action_name, void *action_spec, uint32_t *action_id][keyed?, uint8_t *is_default]",
-     .body = "return [indirect?readback::get_indirect_entry|readback::get_entry]<t::{table}>(sess_hdl, dev_id, "
-             "entry_hdl, "
-             "read_from_hw, [keyed?match_spec|nullptr], [priority?priority|nullptr], "
-             "[indirect?has_mbr, has_grp, grp_hdl, mbr_hdl|action_name, action_spec, action_id], "
-             "[keyed?is_default|nullptr]);"},
-
-    {.over = Over::every_table, .shard = Shard::readback,
-     .name = "{p}{table}_get_entry_count",
-     .result = "pd_status",
+                  "[keyed?{match_spec} *match_spec, ][priority?uint32_t *priority, ][indirect?uint8_t *has_mbr, "
+                  "uint8_t *has_grp, pd_group *grp_hdl, pd_member *mbr_hdl|char *action_name, void *action_spec, "
+                  "uint32_t *action_id][keyed?, uint8_t *is_default]",
+     .call = "reading::get_entry<t::{table}>(sess_hdl, dev_id, entry_hdl, read_from_hw, "
+             "{{[keyed?.match_spec = match_spec, ][priority?.priority = priority, ][keyed?.is_default = is_default, ]"
+             "[indirect?.has_mbr = has_mbr, .has_grp = has_grp, .grp_hdl = grp_hdl, .mbr_hdl = mbr_hdl|"
+             ".action_name = action_name, .action_number = action_id, .action_spec = action_spec]}})"},
+    {.over = Over::every_table, .name = "{p}{table}_get_entry_count",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t *count",
-     .body = "return readback::get_entry_count<t::{table}>(sess_hdl, dev_tgt, count);"},
-
-    {.over = Over::every_table, .shard = Shard::readback,
-     .name = "{p}{table}_get_first_entry_handle",
-     .result = "pd_status",
+     .call = "reading::get_count({table_handle}, {args})"},
+    {.over = Over::every_table, .name = "{p}{table}_get_first_entry_handle",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry *entry_hdl",
-     .body = "return readback::get_first_entry_handle<t::{table}>(sess_hdl, dev_tgt, entry_hdl);"},
-
-    {.over = Over::every_table, .shard = Shard::readback,
-     .name = "{p}{table}_get_next_entry_handles",
-     .result = "pd_status",
+     .call = "reading::get_first({table_handle}, {args})"},
+    {.over = Over::every_table, .name = "{p}{table}_get_next_entry_handles",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl, uint32_t n, pd_entry *next_entry_hdls",
-     .body = "return readback::get_next_entry_handles<t::{table}>(sess_hdl, dev_tgt, entry_hdl, n, next_entry_hdls);"},
-
-    {.over = Over::keyed_table, .shard = Shard::readback,
-     .name = "unbuild_key_{table}",
+     .call = "reading::get_next({table_handle}, {args})"},
+    {.over = Over::keyed_table, .name = "unbuild_key_{table}",
      .result = "void",
      .arguments = "const struct pipe_match_record *match_record, {match_spec} *match_spec",
-     .body = "readback::unbuild_key<t::{table}>(*match_record, match_spec);"},
-
-    {.over = Over::masked_table, .shard = Shard::readback,
-     .name = "unbuild_mask_{table}",
+     .call = "decoding::unbuild_key<t::{table}>(*match_record, match_spec)"},
+    {.over = Over::masked_table, .name = "unbuild_mask_{table}",
      .result = "void",
      .arguments = "const struct pipe_match_record *match_record, {match_spec} *match_spec",
-     .body = "readback::unbuild_mask<t::{table}>(*match_record, match_spec);"},
-
-    {.over = Over::action_with_params, .shard = Shard::actions,
-     .name = "unbuild_action_spec_{action}",
+     .call = "decoding::unbuild_mask<t::{table}>(*match_record, match_spec)"},
+    {.over = Over::action_with_params, .name = "unbuild_action_spec_{action}",
      .result = "void",
      .arguments = "const struct pipe_action_data *action_data, const pd_resource_index *resources, "
                   "uint32_t resource_count, {action_spec} *action_spec",
-     .body = "readback::unbuild_action_spec<a::{action}>(*action_data, resources, resource_count, action_spec);"},
+     .call = "decoding::unbuild_action_spec<a::{action}>(*action_data, resources, resource_count, action_spec)"},
+};
 
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_add_entry",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
-                  "priority, ]pd_member mbr_hdl, pd_entry *entry_hdl",
-     .body = "return indirect::add<t::{table}, indirect::Target::member>(sess_hdl, dev_tgt, match_spec, "
-             "[priority?priority|0], mbr_hdl, entry_hdl);"},
-
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_modify_entry",
-     .result = "pd_status",
+inline constexpr Family indirect_families[] = {
+    {.over = Over::indirect_table, .name = "{p}{table}_add_entry",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
+                  "[priority?uint32_t priority, ]pd_member mbr_hdl, pd_entry *entry_hdl",
+     .call = "indirect::add<t::{table}>(indirect::Kind::member, sess_hdl, dev_tgt, match_spec, "
+             "[priority?priority|0], mbr_hdl, entry_hdl)"},
+    {.over = Over::indirect_table, .name = "{p}{table}_modify_entry",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, pd_member mbr_hdl",
-     .body = "return indirect::modify<t::{table}, indirect::Target::member>(sess_hdl, dev_id, entry_hdl, mbr_hdl);"},
-
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_modify_entry_by_match_spec",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
-                  "priority, ]pd_member mbr_hdl",
-     .body = "return indirect::modify_by_match_spec<t::{table}, indirect::Target::member>(sess_hdl, dev_tgt, "
-             "match_spec, [priority?priority|0], mbr_hdl);"},
-
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_set_default_entry",
-     .result = "pd_status",
+     .call = "indirect::modify<t::{table}>(indirect::Kind::member, {args})"},
+    {.over = Over::indirect_table, .name = "{p}{table}_modify_entry_by_match_spec",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
+                  "[priority?uint32_t priority, ]pd_member mbr_hdl",
+     .call = "indirect::modify_by_match_spec<t::{table}>(indirect::Kind::member, sess_hdl, dev_tgt, match_spec, "
+             "[priority?priority|0], mbr_hdl)"},
+    {.over = Over::indirect_table, .name = "{p}{table}_set_default_entry",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl, pd_entry *entry_hdl",
-     .body = "return indirect::set_default<t::{table}, indirect::Target::member>(sess_hdl, dev_tgt, mbr_hdl, "
-             "entry_hdl);"},
-
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_add_entry_with_selector",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
-                  "priority, ]pd_group grp_hdl, pd_entry *entry_hdl",
-     .body = "return indirect::add<t::{table}, indirect::Target::group>(sess_hdl, dev_tgt, match_spec, "
-             "[priority?priority|0], grp_hdl, entry_hdl);"},
-
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_modify_entry_with_selector",
-     .result = "pd_status",
+     .call = "indirect::set_default<t::{table}>(indirect::Kind::member, {args})"},
+    {.over = Over::indirect_table, .name = "{p}{table}_add_entry_with_selector",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
+                  "[priority?uint32_t priority, ]pd_group grp_hdl, pd_entry *entry_hdl",
+     .call = "indirect::add<t::{table}>(indirect::Kind::group, sess_hdl, dev_tgt, match_spec, [priority?priority|0], "
+             "grp_hdl, entry_hdl)"},
+    {.over = Over::indirect_table, .name = "{p}{table}_modify_entry_with_selector",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, pd_group grp_hdl",
-     .body = "return indirect::modify<t::{table}, indirect::Target::group>(sess_hdl, dev_id, entry_hdl, grp_hdl);"},
-
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_modify_entry_with_selector_by_match_spec",
-     .result = "pd_status",
-     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, [priority?uint32_t "
-                  "priority, ]pd_group grp_hdl",
-     .body = "return indirect::modify_by_match_spec<t::{table}, indirect::Target::group>(sess_hdl, dev_tgt, "
-             "match_spec, [priority?priority|0], grp_hdl);"},
-
-    {.over = Over::indirect_table, .shard = Shard::entries,
-     .name = "{p}{table}_set_default_entry_with_selector",
-     .result = "pd_status",
+     .call = "indirect::modify<t::{table}>(indirect::Kind::group, {args})"},
+    {.over = Over::indirect_table, .name = "{p}{table}_modify_entry_with_selector_by_match_spec",
+     .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
+                  "[priority?uint32_t priority, ]pd_group grp_hdl",
+     .call = "indirect::modify_by_match_spec<t::{table}>(indirect::Kind::group, sess_hdl, dev_tgt, match_spec, "
+             "[priority?priority|0], grp_hdl)"},
+    {.over = Over::indirect_table, .name = "{p}{table}_set_default_entry_with_selector",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_entry *entry_hdl",
-     .body = "return indirect::set_default<t::{table}, indirect::Target::group>(sess_hdl, dev_tgt, grp_hdl, "
-             "entry_hdl);"},
+     .call = "indirect::set_default<t::{table}>(indirect::Kind::group, {args})"},
+};
+
+inline constexpr Area entries_areas[] = {
+    {"pd/tables/entries.h", entries_families, Shard::entries},
+    {"pd/tables/reading.h", reading_families, Shard::readback},
+    {"pd/tables/indirect.h", indirect_families, Shard::entries},
 };
 // clang-format on
 

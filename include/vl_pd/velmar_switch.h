@@ -523,18 +523,6 @@
 #define VL_PD_VELMAR_SWITCH_H
 
 #include "vl_pd/types.h"
-
-#include "vl_pd/velmar_switch/actions.h"
-#include "vl_pd/velmar_switch/profiles.h"
-#include "vl_pd/velmar_switch/program.h"
-#include "vl_pd/velmar_switch/resources.h"
-
-#include "vl_pd/velmar_switch/acl.h"
-#include "vl_pd/velmar_switch/egress_rewrite.h"
-#include "vl_pd/velmar_switch/ingress_classification.h"
-#include "vl_pd/velmar_switch/layer2.h"
-#include "vl_pd/velmar_switch/layer3.h"
-#include "vl_pd/velmar_switch/mirror_cpu.h"
-#include "vl_pd/velmar_switch/qos_telemetry.h"
+#include "vl_pd/velmar_switch/functions.h"
 
 #endif

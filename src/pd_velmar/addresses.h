@@ -1,5 +1,5 @@
-// Addresses in their human form, behind a label. Each function returns the length of its text, whose terminator it
-// adds, or 0 if there is nothing to say; the buffer is then untouched. Every text ends in a blank, but for
+// Addresses as people write them, after a label. Each function adds a terminator and returns the length of its text. It
+// returns 0 and leaves the buffer untouched if there is nothing to say. Each text ends in a blank, except that of
 // print_v6addr_exact.
 //
 // The halves of a MAC address are 24-bit values. IPv4 addresses are in the machine's byte order, IPv6 addresses 16
@@ -16,7 +16,7 @@ int print_mac_ternary(char* buffer, const char* label, uint32_t oui, uint32_t ou
                       uint32_t station_mask) noexcept;
 
 int print_v4addr_exact(char* buffer, const char* label, uint32_t address) noexcept;
-// Of prefix_length 16 bits count.
+// The low 16 bits of prefix_length count.
 int print_v4addr_lpm(char* buffer, const char* label, uint32_t address, uint32_t prefix_length) noexcept;
 // The mask is shown as the length of its leading run of ones. The address is shown whole.
 int print_v4addr_ternary(char* buffer, const char* label, uint32_t address, uint32_t mask) noexcept;

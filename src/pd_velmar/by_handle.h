@@ -1,5 +1,5 @@
-// Texts and comparisons for callers that hold the handle of a table or profile as data: which function a handle stands
-// for, and what is answered for one that is nobody's.
+// What is reached by handle, for callers that hold the handle of a table, profile or meter as data: walks, texts,
+// comparisons and meters. A handle that no row has gets an answer of its own in each function.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace vl_pd::by_handle {
 
-// The exported functions of a table. The lists are made from the catalog; both are sorted by handle.
+// The exported functions of a table. The generator makes both lists, sorted by handle.
 struct TableFunctions {
     uint32_t handle;
     int (*schema)(char* buffer) noexcept;
@@ -31,28 +31,42 @@ struct ProfileFunctions {
 extern const std::span<const TableFunctions> table_functions;
 extern const std::span<const ProfileFunctions> profile_functions;
 
-// Null for a handle that is no table's, or no profile's.
-const TableFunctions* table(uint32_t handle) noexcept;
-const ProfileFunctions* profile(uint32_t handle) noexcept;
+// Walks. A handle that no table has ends the walk: the end mark and status 0. A handle that no profile has gives the end
+// mark and PD_STATUS_MISMATCH. Otherwise the answer is that of the table's or profile's own function.
+pd_status entry_hdl_first(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry* entry_hdl) noexcept;
+pd_status entry_hdl_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry entry_hdl, uint32_t n,
+                         pd_entry* next_entry_hdls) noexcept;
+pd_status entry_hdl_default(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry* entry_hdl) noexcept;
+pd_status member_hdl_first(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adt_hdl, pd_member* mbr_hdl) noexcept;
+pd_status member_hdl_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adt_hdl, pd_member mbr_hdl, uint32_t n,
+                          pd_member* next_mbr_hdls) noexcept;
 
 // The schema of a table or profile; "()" for any other handle.
 int cli_schema(uint32_t handle, char* buffer) noexcept;
 
-// These are 0, with nothing written, for a handle that is no table's, and the second for a table without a counter.
+// Both return 0 and write nothing for a handle that no table has; the second also for a table without a counter.
 int entry_value(pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl, uint32_t read_from_hw,
                 char* buffer) noexcept;
 int stringify_counter_matchspec(pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl,
                                 char* buffer) noexcept;
 
-// For a handle that is nobody's the prints write a line that says so, and return what that write returns; the values
-// are 0, with nothing written.
+// For a handle that no row has, the prints write a line that says so, and return the result of that write. The values
+// return 0 and write nothing.
 pd_status plcmt_data_print(int fd, uint32_t indent, uint32_t tbl_hdl, const void* plcmt_data) noexcept;
 pd_status adt_plcmt_data_print(int fd, uint32_t indent, uint32_t adt_hdl, const void* plcmt_data) noexcept;
 int plcmt_data_value(uint32_t tbl_hdl, const void* plcmt_data, char* buffer) noexcept;
 int adt_plcmt_data_value(uint32_t adt_hdl, const void* plcmt_data, char* buffer) noexcept;
 
-// 0 with the message "unknown table" for a handle that is no table's.
+// For a handle that no table has: 0, and the message "unknown table".
 int plcmt_data_eq_to_hw(pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl,
                         const void* plcmt_data, char* message) noexcept;
+
+// Set any meter, of bytes or of packets. The caller says whether packets reach the meter with a colour; the low 8 bits
+// of has_pre_color count. PD_STATUS_INVALID, without a driver call: the meter type is none of the enumeration's, or is
+// colour aware where packets have no colour.
+pd_status bytes_meter_set(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t handle, uint32_t index,
+                          const pd_meter_spec* meter_spec, uint32_t has_pre_color) noexcept;
+pd_status packets_meter_set(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t handle, uint32_t index,
+                            const pd_meter_spec* meter_spec, uint32_t has_pre_color) noexcept;
 
 } // namespace vl_pd::by_handle

@@ -1,26 +1,24 @@
-// A table's key as texts show it and comparisons walk it: each field in key order, its mask or prefix length behind it.
+// Keys and parameters as texts show them and comparisons walk them. A key's columns are its fields in key order, each
+// followed by its mask or prefix length. The columns of an action are its parameters.
 #pragma once
 
 #include <array>
 #include <cstdint>
+#include <span>
 
-#include "pd/encoding.h"
+#include "codec/encoding.h"
 
 namespace vl_pd {
 
-// Whether the table's entries point into an action profile.
-template <catalog::TableRef T>
-inline constexpr bool is_indirect = catalog::is_indirect(*T);
-
 struct Column {
-    const char* name; // of the field, as schemas have it
+    const char* name; // of the field, in schemas
     const char* name_suffix;
-    const char* pd_name; // of the field, as the record has it
+    const char* pd_name; // of the field, in the record
     const char* pd_suffix;
     uint32_t bits;
     uint32_t digits;         // hexadecimal, of a value
     catalog::FieldMask mask; // the bits that the table really matches
-    bool narrowed;           // whether they are fewer than the field has
+    bool narrowed;           // fewer bits than the field has
     catalog::Tag tag;
     uint32_t record_offset;
     uint32_t record_bytes;
@@ -28,7 +26,7 @@ struct Column {
     constexpr bool wide() const {
         return bits > 32;
     }
-    // Of columns that aren't wide.
+    // Only for a column that isn't wide.
     constexpr uint32_t word_mask() const {
         return static_cast<uint32_t>(mask.low);
     }
@@ -57,7 +55,7 @@ constexpr Column of_field(const catalog::KeyField& field, const catalog::FieldLa
             .record_bytes = place.record_bytes};
 }
 
-// Partners have no tag, whatever their field has.
+// A mask or prefix length has no tag, even if its field has one.
 constexpr Column of_partner(const catalog::KeyField& field, const catalog::FieldLayout& place) {
     Column column = of_field(field, place);
     const bool prefix = field.match == catalog::Match::lpm;
@@ -109,5 +107,16 @@ inline constexpr auto columns = [] {
     }
     return all;
 }();
+
+struct ParamColumn {
+    const char* name;
+    uint32_t digits; // hexadecimal
+    uint32_t mask;   // the bits of its width
+    uint32_t record_offset;
+    uint32_t record_bytes;
+};
+
+// The parameters of an action, by its number. Walked in a loop, where code for each action isn't worth its size.
+std::span<const ParamColumn> param_columns(uint32_t action) noexcept;
 
 } // namespace vl_pd

@@ -1,7 +1,6 @@
 // The walks over columns and parameters, and the messages.
 #include "pd_velmar/comparison.h"
 
-#include "pd_velmar/param_columns.h"
 #include "pd_velmar/text_writer.h"
 
 namespace vl_pd::comparison {

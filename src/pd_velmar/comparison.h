@@ -1,14 +1,15 @@
-// Does what the software believes of an entry still stand in the hardware? The software's side is placement data, the
-// hardware's a read of the same entry; the answer is 1, or 0 with a line of text that names the first difference.
+// Compares what the software believes of an entry with what the hardware holds. The software's side is placement data;
+// the hardware's side is a read of the same entry. The answer is 1, or 0 with a line of text that names the first
+// difference.
 //
-// Fields are compared in key order, each through its field mask; priority and attached resources are not. In every
-// message the software's value comes first. On 1 the message isn't touched.
+// Fields are compared in key order, each through its field mask. Priority and attached resources aren't compared. In
+// messages the software's value comes first. An answer of 1 leaves the message as it was.
 #pragma once
 
 #include <cstring>
 #include <span>
 
-#include "pd_velmar/read_entry.h"
+#include "pd_velmar/entry.h"
 
 namespace vl_pd::comparison {
 
@@ -18,7 +19,7 @@ using catalog::TableRef;
 int match_columns(std::span<const Column> columns, const void* pd, const void* hw, char* message) noexcept;
 int action_specs(uint32_t action, const void* pd, const void* hw, char* message) noexcept;
 
-// The message of a difference that the table's or function's name alone explains; 0.
+// Writes a message that a name alone explains, and returns 0.
 int differ(char* message, const char* before, const char* name = "", const char* after = "") noexcept;
 
 int actions_differ(uint32_t pd, uint32_t hw, char* message) noexcept;
@@ -32,7 +33,7 @@ struct Target {
     pd_group grp_hdl;
 };
 
-// A member is compared by handle, a group only by its presence; a hardware that names nobody passes as nobody.
+// Compares a member by its handle, and a group only by its presence. A handle of 0 from the hardware passes.
 int targets(const Target& pd, const Target& hw, char* message) noexcept;
 
 template <TableRef T>
@@ -41,10 +42,10 @@ int match_specs(const void* pd, const void* hw, char* message) noexcept {
 }
 
 template <TableRef T>
-int keys(const Entry<T>& pd, const Entry<T>& hw, char* message) {
+int keys_equal(const Entry<T>& pd, const Entry<T>& hw, char* message) {
     if constexpr (T->key.size() == 0) return 1;
     if (pd.is_default == 0) {
-        // Both readers clear whole records, so most entries are seen to be equal at one look.
+        // Readers clear whole records, so one look is enough for most equal entries.
         if (std::memcmp(pd.match_spec, hw.match_spec, encoding::key_layout<T>.record_size) == 0) return 1;
         return match_specs<T>(pd.match_spec, hw.match_spec, message);
     }
@@ -60,18 +61,15 @@ Target target_of(const Entry<T>& entry) {
             .grp_hdl = entry.grp_hdl};
 }
 
-// `decode` and `get_entry` are the exported functions of the table.
 template <TableRef T>
-int entry(auto decode, auto get_entry, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl,
-          const void* plcmt_data, char* message) noexcept {
+int entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, const void* plcmt_data, char* message) noexcept {
     Entry<T> pd;
-    if (decode_entry<T>(decode, plcmt_data, pd) != PD_STATUS_OK)
-        return differ(message, "Failed to decode plcmt_data in table ", T->name);
+    if (pd.decode(plcmt_data) != PD_STATUS_OK) return differ(message, "Failed to decode plcmt_data in table ", T->name);
     Entry<T> hw;
-    if (read_entry<T>(get_entry, sess_hdl, dev_id, entry_hdl, 1, hw) != PD_STATUS_OK)
-        return differ(message, "p4_pd_velmar_switch_", T->name, "_get_entry failed");
-    if (!keys<T>(pd, hw, message)) return 0;
-    if constexpr (is_indirect<T>) return targets(target_of<T>(pd), target_of<T>(hw), message);
+    if (hw.read(sess_hdl, dev_id, entry_hdl, 1) != PD_STATUS_OK)
+        return differ(message, catalog::program.prefix, T->name, "_get_entry failed");
+    if (!keys_equal<T>(pd, hw, message)) return 0;
+    if constexpr (catalog::is_indirect(*T)) return targets(target_of<T>(pd), target_of<T>(hw), message);
     if (pd.action.number != hw.action.number) return actions_differ(pd.action.number, hw.action.number, message);
     return action_specs(pd.action.number, pd.action.spec, hw.action.spec, message);
 }

@@ -1,39 +1,27 @@
-// Descriptions: what an entry of a counted table counts, in words for people. See counter_words.h for the words.
+// Descriptions: what an entry of a counted table counts, in words for people. The words are rows of the catalog.
 //
-// Values are cut to the width of their field. Masks are compared and shown as they are.
+// Values are cut to the width of their field. Masks are compared and shown whole.
 #pragma once
 
 #include <bit>
 #include <span>
 
 #include "pd_velmar/addresses.h"
-#include "pd_velmar/counter_words.h"
-#include "pd_velmar/read_entry.h"
+#include "pd_velmar/entry.h"
 #include "pd_velmar/text_writer.h"
 
 namespace vl_pd::descriptions {
 
 using bytes::Byte;
+using catalog::Form;
+using catalog::Piece;
 using catalog::TableRef;
 
-// Never defined: a table without words doesn't compile, and the compiler's message tells why.
-void no_words_for_this_table();
-void pieces_and_key_fields_differ();
-
+// The pieces of a table's description. A counted table has words, which follow its key: the catalog's rules say so.
 template <TableRef T>
 consteval std::span<const Piece> pieces_of() {
-    for (const Vocabulary& each : vocabularies) {
-        if (each.table != T->name) continue;
-        size_t field = 0;
-        for (const Piece& piece : each.pieces) {
-            if (field >= T->key.size() || !catalog::same(T->key.begin()[field].pd_name, piece.field))
-                pieces_and_key_fields_differ();
-            field += piece.form == Form::mac ? 2 : 1;
-        }
-        if (field != T->key.size()) pieces_and_key_fields_differ();
-        return each.pieces;
-    }
-    no_words_for_this_table();
+    for (const catalog::CounterWords& words : catalog::program.counter_words)
+        if (catalog::same(words.table, T->name)) return {words.pieces.begin(), words.pieces.size()};
     return {};
 }
 
@@ -49,7 +37,7 @@ consteval unsigned digits_of(uint32_t ones) {
     return (static_cast<unsigned>(std::bit_width(ones)) + 3) / 4;
 }
 
-// A field of the record; the mask of one that has none is all ones.
+// The value and mask of a field in the record. A field without a mask has one of all ones.
 struct Matched {
     uint32_t value;
     uint32_t mask;
@@ -97,14 +85,14 @@ inline char* put_flag(char* out, const char* label, Matched field) {
 }
 
 template <uint32_t ones>
-char* put_mapped(char* out, const char* label, std::initializer_list<Word> words, Matched field) {
+char* put_mapped(char* out, const char* label, catalog::List<catalog::Word> words, Matched field) {
     if ((field.mask & ones) != 0)
-        for (const Word& word : words)
+        for (const catalog::Word& word : words)
             if (word.value == (field.mask & field.value & ones)) return put_label(out, word.text);
     return put_number<ones>(out, label, field);
 }
 
-// The three bits of the ACL's verdict. A drop with log has a name; no verdict is a blank.
+// The three bits of the ACL's verdict. A drop with log has a name; the verdict 0 is a blank.
 template <uint32_t verdict>
 char* put_acl_result(char* out, const char* label, Matched field) {
     if (field.mask == 0) return out;
@@ -118,7 +106,7 @@ char* put_acl_result(char* out, const char* label, Matched field) {
     return put_under_mask<verdict>(out, label, field);
 }
 
-inline constexpr uint32_t flood_interface = 0x10000; // of no port: not worth a word either
+inline constexpr uint32_t flood_interface = 0x10000; // it belongs to no port, and is a blank
 inline constexpr uint32_t invalid_port = 0x1ff;
 
 template <uint32_t ones>
@@ -174,20 +162,20 @@ char* put_piece(char* out, [[maybe_unused]] const Byte* record) {
     }
 }
 
-// A key that has nothing to say leaves the buffer as it was, without a terminator.
+// If no field has anything to say, the buffer stays as it was, without a terminator.
 template <TableRef T>
 int match_spec(const void* record, char* buffer) noexcept {
     char* out = buffer;
-    unroll<pieces_of<T>().size()>([&]<size_t i>() { out = put_piece<T, i>(out, static_cast<const Byte*>(record)); });
+    unroll<pieces_of<T>().size()>([&](auto i) { out = put_piece<T, i>(out, static_cast<const Byte*>(record)); });
     return out == buffer ? 0 : text::finish(buffer, out);
 }
 
-// Reads the hardware: what is counted there is of interest. 0 if the entry can't be read.
+// Reads the entry from the hardware, where packets are counted. 0 if that fails.
 template <TableRef T>
-int entry(auto get_entry, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, char* buffer) noexcept {
-    Entry<T> read;
-    if (read_entry<T>(get_entry, sess_hdl, dev_id, entry_hdl, 1, read) != PD_STATUS_OK) return 0;
-    return match_spec<T>(read.match_spec, buffer);
+int entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, char* buffer) noexcept {
+    Entry<T> entry;
+    if (entry.read(sess_hdl, dev_id, entry_hdl, 1) != PD_STATUS_OK) return 0;
+    return match_spec<T>(entry.match_spec, buffer);
 }
 
 } // namespace vl_pd::descriptions

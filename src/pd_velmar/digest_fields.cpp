@@ -1,16 +1,16 @@
-// Offsets follow from the rows: slots stand one behind the other.
+// The slots of an entry follow each other without gaps.
 #include "pd_velmar/digest_fields.h"
 
 #include <cstring>
 
-#include "catalog/notifications.h"
+#include "catalog/rows.h"
 
 namespace vl_pd::digest_fields {
 
 namespace {
 
 const catalog::Digest* find_digest(const char* name) {
-    for (const catalog::Digest& digest : catalog::digests)
+    for (const catalog::Digest& digest : catalog::program.digests)
         if (std::strcmp(digest.name, name) == 0) return &digest;
     return nullptr;
 }

@@ -1,9 +1,8 @@
-// Prints aren't on anybody's fast path: a loop over rows, and the C library's formats.
+// The lines. Speed doesn't matter here, so they are loops over columns with the C library's formats.
 #include "pd_velmar/print.h"
 
 #include <cstdio>
 
-#include "pd_velmar/param_columns.h"
 #include "pd_velmar/text_writer.h"
 
 namespace vl_pd::print {
@@ -31,7 +30,7 @@ int print_column(int fd, int indent, const Column& column, const Byte* record) {
 int match_lines(int fd, uint32_t indent, const char* table, std::span<const Column> columns,
                 const void* record) noexcept {
     const int width = static_cast<int>(indent);
-    int result = dprintf(fd, "%*sp4_pd_velmar_switch_%s_match_spec_t:\n", width, "", table);
+    int result = dprintf(fd, "%*s%s%s_match_spec_t:\n", width, "", catalog::program.prefix, table);
     for (const Column& column : columns)
         result = print_column(fd, width, column, static_cast<const Byte*>(record));
     return result;
@@ -44,6 +43,19 @@ int param_lines(int fd, uint32_t indent, uint32_t action, const void* record) no
             dprintf(fd, "%*c action_%s: 0x%0*x\n", static_cast<int>(indent), ' ', param.name,
                     static_cast<int>(param.digits), load_word(static_cast<const Byte*>(record), param) & param.mask);
     return result;
+}
+
+void action_lines(int fd, uint32_t indent, uint32_t action, const void* record) noexcept {
+    dprintf(fd, "%*s%s:\n", static_cast<int>(indent), "", action_names::to_string(action));
+    param_lines(fd, indent, action, record);
+}
+
+void keyless_title(int fd, uint32_t indent, const char* table) noexcept {
+    dprintf(fd, "%*s%s%s:\n", static_cast<int>(indent), "", catalog::program.prefix, table);
+}
+
+void decoder_failure(int fd, const char* name, const char* suffix) noexcept {
+    dprintf(fd, "cannot decode plcmt_data for %s%s%s\n", catalog::program.prefix, name, suffix);
 }
 
 } // namespace vl_pd::print

@@ -1,7 +1,7 @@
 // Schemas: tables, actions and profiles described as Python literals.
 //
-// The texts are constants, made from the rows while compiling by the productions below; a table's is a join of them.
-// Blanks and trailing commas are part of the form: readers may compare schemas as text.
+// The texts are constants. The productions below make them from the rows while compiling, and a table's schema is a join
+// of several. Blanks and trailing commas belong to the form, because readers may compare schemas as text.
 #pragma once
 
 #include <array>
@@ -9,8 +9,8 @@
 #include <span>
 #include <string_view>
 
-#include "pd/visit_action.h"
 #include "pd_velmar/columns.h"
+#include "pd_velmar/text_writer.h"
 
 namespace vl_pd::schema {
 
@@ -18,7 +18,7 @@ using catalog::ActionRef;
 using catalog::ProfileRef;
 using catalog::TableRef;
 
-// Where a production puts its text: first into a length, then into room of that length.
+// A production runs twice: first it measures its text, then it writes into an array of that length.
 struct Measure {
     size_t length = 0;
 
@@ -114,7 +114,7 @@ constexpr void put_action_schema(auto& out, const catalog::Action& action) {
     out.put("))");
 }
 
-// By name, whatever the order of the handles.
+// In the order of names, not of handles.
 constexpr void put_action_list(auto& out, catalog::List<catalog::Binding> bindings) {
     std::string_view last;
     for (size_t i = 0; i < bindings.size(); ++i) {
@@ -123,7 +123,7 @@ constexpr void put_action_list(auto& out, catalog::List<catalog::Binding> bindin
             const std::string_view name = binding.action;
             if (name > last && (next == nullptr || name < next)) next = binding.action;
         }
-        put_action_schema(out, catalog::actions[catalog::action_number(catalog::velmar_switch, next)]);
+        put_action_schema(out, catalog::program.actions[catalog::number_of(catalog::program.actions, next)]);
         out.put(",");
         last = next;
     }
@@ -159,13 +159,13 @@ inline constexpr auto match_text = make_text([](auto& out) { put_match_schema(ou
 template <ActionRef A>
 inline constexpr auto action_text = make_text([](auto& out) { put_action_schema(out, *A); });
 
-// Up to the key, and behind it.
+// The parts of a table's schema before and after its key.
 template <TableRef T>
-inline constexpr auto head_text = make_text([](auto& out) { put_table_head(out, *T, is_indirect<T>); });
+inline constexpr auto head_text = make_text([](auto& out) { put_table_head(out, *T, catalog::is_indirect(*T)); });
 
 template <TableRef T>
 inline constexpr auto tail_text = make_text([](auto& out) {
-    if (is_indirect<T>) return out.put(handle_tuples);
+    if (catalog::is_indirect(*T)) return out.put(handle_tuples);
     out.put(T->key.size() == 0 ? "(),(" : ",(");
     put_action_list(out, T->actions);
     out.put("))");
@@ -183,9 +183,14 @@ constexpr std::string_view view(const std::array<char, size>& text) {
     return {text.data(), size - 1};
 }
 
-// Writes the parts and a terminator; returns their length. Told lengths that are known while compiling, the compiler
-// would copy by a string instruction, several times slower than the C library's copy.
-int join(char* buffer, std::initializer_list<std::string_view> parts) noexcept;
+// Writes the parts and a terminator; returns the length of the text. Not inlined: for lengths that it knows, the compiler
+// copies by a string instruction, which is several times slower than the C library's copy.
+[[gnu::noinline]] inline int join(char* buffer, std::initializer_list<std::string_view> parts) noexcept {
+    char* end = buffer;
+    for (const std::string_view part : parts)
+        end = text::put(end, part);
+    return text::finish(buffer, end);
+}
 
 template <TableRef T>
 const char* match_spec() noexcept {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string_view>
 
-#include "pd/bytes.h"
+#include "codec/bytes.h"
 
 namespace vl_pd::text {
 

@@ -1,26 +1,27 @@
 // Value strings: entries, keys and actions as Python literals, in the columns that the schemas announce.
 //
-// Digits and punctuation are known while compiling; what is written is straight-line code into the caller's buffer.
+// The counts of digits and the punctuation are known while compiling, so that the code that writes has no branches.
 #pragma once
 
 #include <cassert>
 
-#include "pd/visit_action.h"
-#include "pd_velmar/columns.h"
-#include "pd_velmar/read_entry.h"
+#include "codec/actions.h"
+#include "pd/placement.h"
+#include "pd_velmar/entry.h"
 #include "pd_velmar/text_writer.h"
 
 namespace vl_pd::value {
 
 using bytes::Byte;
 using catalog::ActionRef;
+using catalog::ProfileRef;
 using catalog::TableRef;
 
-// Wide values are shown whole, all others through the field mask.
+// Shows wide values whole, and all others through the field mask.
 template <TableRef T>
 char* put_match_spec(char* out, const Byte* record) {
     out = text::put(out, "( ");
-    unroll<columns<T>.size()>([&]<size_t i>() VL_INLINE_LAMBDA {
+    unroll<columns<T>.size()>([&](auto i) VL_INLINE_LAMBDA {
         constexpr Column column = columns<T>[i];
         if constexpr (column.wide()) {
             out = text::decodev(out, record + column.record_offset);
@@ -39,7 +40,7 @@ char* put_action(char* out, [[maybe_unused]] const Byte* record) {
     out = text::put(out, "('");
     out = text::put(out, std::string_view(A->name));
     out = text::put(out, "',(");
-    unroll<layout.param_count>([&]<size_t i>() VL_INLINE_LAMBDA {
+    unroll<layout.param_count>([&](auto i) VL_INLINE_LAMBDA {
         constexpr catalog::ParamLayout param = layout.params[i];
         out = text::put(out, "0x");
         out = text::put_hex<(param.bits + 3) / 4>(out, bytes::load<param.record_bytes>(record + param.record_offset) &
@@ -49,16 +50,16 @@ char* put_action(char* out, [[maybe_unused]] const Byte* record) {
     return text::put(out, ")),");
 }
 
-// The action of a table or profile that has this number, with its parameters. Readers and decoders give no other.
+// Writes the action of a table or profile that has this number. Readers give no other number.
 template <auto row>
 char* put_numbered_action(char* out, uint32_t number, const Byte* record) {
     [[maybe_unused]] const bool known =
-        visit_numbered_action<row>(number, [&]<ActionRef A>() VL_INLINE_LAMBDA { out = put_action<A>(out, record); });
+        visit_numbered_action<row>(number, [&](auto action) { out = put_action<action.value>(out, record); });
     assert(known && "unknown action");
     return out;
 }
 
-// The handle of an indirect entry, or nothing. A member hides a group.
+// Writes the handle of an indirect entry, or nothing. A member hides a group.
 inline char* put_target(char* out, uint8_t has_mbr, pd_member mbr_hdl, uint8_t has_grp, pd_group grp_hdl) {
     if (has_mbr != 0)
         out = text::put_hex(text::put(out, "('setMbrHdl',(0x"), mbr_hdl);
@@ -69,14 +70,14 @@ inline char* put_target(char* out, uint8_t has_mbr, pd_member mbr_hdl, uint8_t h
     return text::put(out, ",))");
 }
 
-// The first half of an entry: its key, or the empty tuple in its place, and its action or handle.
+// Writes the first half of an entry: its key, or the empty tuple instead, and its action or handle.
 template <TableRef T>
 char* put_key_and_action(char* out, const Entry<T>& entry) {
     if (entry.has_key())
         out = put_match_spec<T>(out, entry.match_spec);
     else
         out = text::put(out, "(),");
-    if constexpr (is_indirect<T>)
+    if constexpr (catalog::is_indirect(*T))
         return put_target(out, entry.has_mbr, entry.mbr_hdl, entry.has_grp, entry.grp_hdl);
     else
         return put_numbered_action<T>(out, entry.action.number, entry.action.spec);
@@ -94,17 +95,32 @@ int action(const void* record, char* buffer) noexcept {
 
 // 0, with nothing written, if the entry can't be read.
 template <TableRef T>
-int entry(auto get_entry, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw,
-          char* buffer) noexcept {
-    Entry<T> read;
-    if (read_entry<T>(get_entry, sess_hdl, dev_id, entry_hdl, read_from_hw, read) != PD_STATUS_OK) return 0;
-    char* out = put_key_and_action<T>(text::put(buffer, "(("), read);
+int entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw, char* buffer) noexcept {
+    Entry<T> entry;
+    if (entry.read(sess_hdl, dev_id, entry_hdl, read_from_hw) != PD_STATUS_OK) return 0;
+    char* out = put_key_and_action<T>(text::put(buffer, "(("), entry);
     out = text::put(out, "),(");
     if constexpr (catalog::has_priority(*T))
-        out = text::put_signed(out, static_cast<int32_t>(read.priority));
+        out = text::put_signed(out, static_cast<int32_t>(entry.priority));
     else
         out = text::put(out, "0");
     return text::finish(buffer, text::put(out, ",True))"));
+}
+
+// The same from placement data, without priority. 0, with nothing written, if the driver can't decode it.
+template <TableRef T>
+int placed_entry(const void* plcmt_data, char* buffer) noexcept {
+    Entry<T> entry;
+    if (entry.decode(plcmt_data) != PD_STATUS_OK) return 0;
+    char* const out = put_key_and_action<T>(text::put(buffer, "("), entry);
+    return text::finish(buffer, text::put(out, ")"));
+}
+
+template <ProfileRef P>
+int placed_member(const void* plcmt_data, char* buffer) noexcept {
+    NumberedAction<P> action;
+    if (placement::decode_member<P>(plcmt_data, &action) != PD_STATUS_OK) return 0;
+    return text::finish(buffer, put_numbered_action<P>(buffer, action.number, action.spec));
 }
 
 } // namespace vl_pd::value

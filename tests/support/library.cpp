@@ -50,7 +50,7 @@ std::vector<std::string> LibraryTest::log_lines() {
 
 std::vector<const catalog::Table*> all_tables() {
     std::vector<const catalog::Table*> tables;
-    for (const catalog::Seam& seam : catalog::seams)
+    for (const catalog::Seam& seam : catalog::program.seams)
         for (const catalog::Table& table : seam.tables)
             tables.push_back(&table);
     return tables;
@@ -76,7 +76,7 @@ const catalog::Table& table_named(const char* name) {
 }
 
 const catalog::Action& action_of(const catalog::Binding& binding) {
-    return catalog::actions[catalog::action_number(catalog::velmar_switch, binding.action)];
+    return catalog::program.actions[catalog::number_of(catalog::program.actions, binding.action)];
 }
 
 uint32_t call(const std::string& name, std::initializer_list<uint64_t> words) {

@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "catalog/catalog.h"
 #include "catalog/layout.h"
+#include "catalog/rows.h"
 #include "vl_model/control.h"
 #include "vl_model/observe.hpp"
 #include "vl_pd/velmar_switch.h"

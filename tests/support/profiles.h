@@ -33,7 +33,7 @@ protected:
 
     template <class Body>
     void for_profiles(Body body) {
-        for (const catalog::Profile& each : catalog::profiles) {
+        for (const catalog::Profile& each : catalog::program.profiles) {
             SCOPED_TRACE(each.name);
             use(each);
             body();
@@ -44,7 +44,7 @@ protected:
         names["adt"] = next.data_table;
         names["sel"] = next.selector;
         names["tbl"] = table_named(next.table).handle;
-        names["state"] = states_.at(static_cast<size_t>(&next - catalog::profiles));
+        names["state"] = states_.at(static_cast<size_t>(&next - catalog::program.profiles.begin()));
     }
 
     const catalog::Binding& action(size_t i) const {

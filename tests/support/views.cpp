@@ -74,7 +74,7 @@ View random_view(std::mt19937& random, const catalog::Table* table, const catalo
     view.action.kind = PIPE_KIND_ACTION_DATA;
     if (table == nullptr) return view;
     view.action.resource_count = 1;
-    view.action.slots[0].resource_hdl = catalog::resource_of(catalog::velmar_switch, *table).handle;
+    view.action.slots[0].resource_hdl = catalog::resource_of(catalog::program, *table).handle;
     view.action.slots[0].index = static_cast<uint32_t>(random());
     view.action.slots[0].tag = PIPE_SLOT_ATTACHED;
     return view;

@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "catalog/handle_spaces.h"
-#include "catalog/profiles.h"
-#include "catalog/resources.h"
+#include "catalog/rows.h"
 #include "pd_show/literal.h"
 #include "pd_show/near_names.h"
 #include "pd_show/problem.h"
@@ -176,7 +175,7 @@ Table describe_table(const Library& library, uint32_t handle, const Literal& sch
     for (const Column& column : table.key.all)
         table.has_priority |= column.role == Column::Role::mask;
     if (!table.indirect) table.actions = actions_of(schema.at(2));
-    for (const catalog::Profile& profile : catalog::profiles) {
+    for (const catalog::Profile& profile : catalog::program.profiles) {
         if (table.name != profile.table) continue;
         table.profile = profile.name;
         table.actions = actions_of(schema_of(library, profile.data_table));
@@ -188,11 +187,12 @@ Table describe_table(const Library& library, uint32_t handle, const Literal& sch
 
 Pipeline describe_pipeline(const Library& library) {
     Pipeline pipeline;
-    for (uint32_t handle = catalog::table_handles.first; handle <= catalog::table_handles.last; ++handle) {
-        const Literal schema = schema_of(library, handle);
-        if (!schema.tuple().empty()) pipeline.tables.push_back(describe_table(library, handle, schema));
-    }
-    for (const catalog::Resource& row : catalog::counters) {
+    std::set<uint32_t> handles;
+    for (const catalog::Table& row : catalog::tables(catalog::program))
+        handles.insert(row.handle);
+    for (const uint32_t handle : handles)
+        pipeline.tables.push_back(describe_table(library, handle, schema_of(library, handle)));
+    for (const catalog::Resource& row : catalog::program.counters) {
         const Counter counter{.name = row.name, .direct = row.addressing == catalog::Addressing::direct};
         std::vector<Counter>* place = &pipeline.counters_without_table;
         for (Table& table : pipeline.tables)

@@ -1,0 +1,48 @@
+// The pipeline velmar_switch: its rows, its prefix, and the seams in which its tables belong together.
+#pragma once
+
+#include "catalog/catalog.h"
+#include "catalog/velmar_switch/actions.h"
+#include "catalog/velmar_switch/counter_words.h"
+#include "catalog/velmar_switch/hash_calculations.h"
+#include "catalog/velmar_switch/notifications.h"
+#include "catalog/velmar_switch/profiles.h"
+#include "catalog/velmar_switch/resources.h"
+#include "catalog/velmar_switch/snapshot_layouts.h"
+#include "catalog/velmar_switch/tables/acl.h"
+#include "catalog/velmar_switch/tables/egress_rewrite.h"
+#include "catalog/velmar_switch/tables/ingress_classification.h"
+#include "catalog/velmar_switch/tables/layer2.h"
+#include "catalog/velmar_switch/tables/layer3.h"
+#include "catalog/velmar_switch/tables/mirror_cpu.h"
+#include "catalog/velmar_switch/tables/qos_telemetry.h"
+
+namespace velmar_switch {
+
+inline constexpr Seam seams[] = {
+    {"ingress_classification", "The head of ingress: from the port to layer-2 domain, VRF and tunnel state.",
+     ingress_classification},
+    {"layer2", "Layer 2: learning, look-up, the miss, pruning and remapping.", layer2},
+    {"layer3", "Layer 3: routes, next hops, ECMP and LAG selection, IPv4 multicast.", layer3},
+    {"acl", "The ACL engine, classification, flow steering and the last ingress decision.", acl},
+    {"qos_telemetry", "QoS, WRED, and the flow, queue and drop reports.", qos_telemetry},
+    {"egress_rewrite", "Egress: encapsulation, multicast copies, membership and drop checks.", egress_rewrite},
+    {"mirror_cpu", "Mirroring, sFlow sampling, and the packet path to and from the CPU.", mirror_cpu},
+};
+
+inline constexpr Catalog program{.name = "velmar_switch",
+                                 .prefix = "p4_pd_velmar_switch_",
+                                 .actions = actions,
+                                 .seams = seams,
+                                 .profiles = profiles,
+                                 .counters = counters,
+                                 .meters = meters,
+                                 .wred_blocks = wred_blocks,
+                                 .registers = registers,
+                                 .digests = digests,
+                                 .value_sets = value_sets,
+                                 .hash_calculations = hash_calculations,
+                                 .counter_words = counter_words,
+                                 .snapshot_layouts = snapshot_layouts};
+
+} // namespace velmar_switch

@@ -1,0 +1,39 @@
+// The actions of a table or of a profile: the handle of an action, and the way back from a handle to the action.
+#pragma once
+
+#include "catalog/rows.h"
+#include "codec/unroll.h"
+
+namespace vl_pd {
+
+// The handle of an action in a table or a profile.
+template <auto row, catalog::ActionRef A>
+inline constexpr uint32_t action_handle = catalog::find_binding(row->actions, A->name) -> handle;
+
+// The i-th action of a table or a profile.
+template <auto row, size_t i>
+inline constexpr catalog::ActionRef action_of = catalog::action(row->actions.begin()[i].action);
+
+// Calls visit(constant<A>) for the first action of the table or profile for which wanted(constant<i>) holds; i is its
+// place in the row. False if it holds for none.
+template <auto row, class Wanted, class Visit>
+VL_INLINE bool visit_first(Wanted wanted, Visit visit) {
+    return [&]<size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
+        return ((wanted(constant<i>) && (visit(constant<action_of<row, i>>), true)) || ...);
+    }
+    (std::make_index_sequence<row->actions.size()>());
+}
+
+// The same for the action that has this handle, or this number.
+template <auto row, class Visit>
+VL_INLINE bool visit_action(uint32_t action_hdl, Visit visit) {
+    return visit_first<row>([=](auto i) VL_INLINE_LAMBDA { return row->actions.begin()[i].handle == action_hdl; },
+                            visit);
+}
+
+template <auto row, class Visit>
+VL_INLINE bool visit_numbered_action(uint32_t number, Visit visit) {
+    return visit_first<row>([=](auto i) VL_INLINE_LAMBDA { return action_of<row, i>.number == number; }, visit);
+}
+
+} // namespace vl_pd
