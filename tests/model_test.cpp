@@ -475,4 +475,42 @@ TEST_F(ModelTest, AnswerHookHasTheLastWord) {
     EXPECT_EQ(read(hosts, handle)->action_hdl, drop);
 }
 
+TEST_F(ModelTest, TestsAnswerCallsInPlaceOfTheDriver) {
+    const uint32_t handle = add_host(1);
+    const auto get = [&](uint32_t& found) {
+        return pipe_mgr_table_get_default_entry_handle(session, device, hosts, &found);
+    };
+    vl_model::record_calls(true);
+    uint32_t found = 0;
+    vl_model::answer_calls_with("pipe_mgr_table_get_default_entry_handle", 0, vl_model::output(3, 77U));
+    EXPECT_EQ(get(found), 0U);
+    EXPECT_EQ(found, 77U);
+    vl_model::answer_calls("pipe_mgr_*", [](const vl_model::AnsweredCall& call) { return call.args.size(); });
+    vl_model::answer_calls("pipe_mgr_mat_ent_*", [](auto& call) { return call.action ? call.action->data[0] : 9U; });
+    EXPECT_EQ(get(found), 0U) << "the name alone is longer than its beginning";
+    EXPECT_EQ(add(hosts, host(2), drop, Action({6}), &found), 6U);
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, handle, 0), 9U);
+    vl_model::fail_call("pipe_mgr_mat_ent_del", 1, 99);
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, handle, 0), 99U);
+    vl_model::answer_calls("pipe_mgr_table_get_default_entry_handle", {});
+    EXPECT_EQ(get(found), 4U);
+    const std::vector<vl_model::Call> calls = vl_model::take_calls();
+    vl_model::record_calls(false);
+    ASSERT_EQ(calls.size(), 6U);
+    EXPECT_EQ(calls[2].function, "pipe_mgr_mat_ent_add");
+    EXPECT_EQ(calls[2].status, 6U);
+
+    // An answer may leave the call to the driver, and call the driver itself.
+    vl_model::answer_calls("bf_sys_calloc", [](const vl_model::AnsweredCall& call) {
+        return call.args[0] == 5 ? reinterpret_cast<uintptr_t>(bf_sys_calloc(1, 1)) : call.driver();
+    });
+    vl_model::answer_calls("pipe_mgr_mat_ent_*", [](auto& call) { return call.driver(); });
+    const size_t live = vl_model::live_allocations();
+    bf_sys_free(bf_sys_calloc(5, 1));
+    EXPECT_EQ(vl_model::live_allocations(), live);
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, handle, 0), VL_MODEL_OK);
+    vl_model_reset();
+    EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, handle, 0), VL_MODEL_UNKNOWN_SESSION);
+}
+
 } // namespace

@@ -48,9 +48,7 @@ pipe_status pipe_mgr_sel_grp_mbr_state_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
     };
     const auto body = [&]() -> pipe_status {
         if (state == nullptr) return VL_MODEL_INVALID;
-        const pipe_status status = with_group(sess_hdl, dev_tgt, sel_hdl, grp_hdl, read);
-        run_hook(status, &Hooks::state, *state);
-        return status;
+        return with_group(sess_hdl, dev_tgt, sel_hdl, grp_hdl, read);
     };
     return boundary("pipe_mgr_sel_grp_mbr_state_get", body, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, state);
 }
@@ -82,9 +80,7 @@ pipe_status pipe_mgr_sel_grp_mbrs_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
     };
     const auto body = [&]() -> pipe_status {
         if (count == nullptr || (room != 0 && (mbr_hdls == nullptr || states == nullptr))) return VL_MODEL_INVALID;
-        const pipe_status status = with_group(sess_hdl, dev_id, sel_hdl, grp_hdl, read);
-        run_hook(status, &Hooks::group, mbr_hdls, states, *count);
-        return status;
+        return with_group(sess_hdl, dev_id, sel_hdl, grp_hdl, read);
     };
     return boundary("pipe_mgr_sel_grp_mbrs_get", body, sess_hdl, dev_id, sel_hdl, grp_hdl, room, mbr_hdls, states,
                     count, flags);

@@ -56,10 +56,8 @@ pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_t
                                       pipe_ent_hdl ent_hdl, pipe_meter_spec* spec) {
     const auto body = [&]() -> pipe_status {
         if (spec == nullptr) return VL_MODEL_INVALID;
-        const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl,
-                                              [&](const Table& table) { return read_attached(table, ent_hdl, *spec); });
-        run_hook(status, &Hooks::meter, *spec);
-        return status;
+        return with_table(sess_hdl, dev_tgt, tbl_hdl,
+                          [&](const Table& table) { return read_attached(table, ent_hdl, *spec); });
     };
     return boundary("pipe_mgr_meter_read_entry", body, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, spec);
 }
@@ -79,10 +77,8 @@ pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
                                           uint32_t index, pipe_meter_spec* spec, uint32_t flags) {
     const auto body = [&]() -> pipe_status {
         if (spec == nullptr) return VL_MODEL_INVALID;
-        const pipe_status status = with_specs(sess_hdl, dev_tgt, &Device::meters, meter_hdl, index,
-                                              [&](const auto& specs) { *spec = spec_at(specs, index); });
-        run_hook(status, &Hooks::meter, *spec);
-        return status;
+        return with_specs(sess_hdl, dev_tgt, &Device::meters, meter_hdl, index,
+                          [&](const auto& specs) { *spec = spec_at(specs, index); });
     };
     return boundary("pipe_mgr_meter_read_entry_idx", body, sess_hdl, dev_tgt, meter_hdl, index, spec, flags);
 }

@@ -89,9 +89,7 @@ pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* plcmt_data, pipe_match
     const auto body = [&]() -> pipe_status {
         if (plcmt_data == nullptr || match == nullptr || action == nullptr || act_hdl == nullptr)
             return VL_MODEL_INVALID;
-        const pipe_status status = with_placement(plcmt_data, tables, decode);
-        run_hook(status, &Hooks::placed_entry, *match, *action, *act_hdl);
-        return status;
+        return with_placement(plcmt_data, tables, decode);
     };
     return boundary("pipe_mgr_plcmt_mat_data_get_entry", body, plcmt_data, match, action, act_hdl);
 }
@@ -111,9 +109,7 @@ pipe_status pipe_mgr_plcmt_adt_data_get_entry(const void* plcmt_data, pipe_actio
     };
     const auto body = [&]() -> pipe_status {
         if (plcmt_data == nullptr || data == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
-        const pipe_status status = with_placement(plcmt_data, tables, decode);
-        run_hook(status, &Hooks::placed_member, *data, *act_hdl);
-        return status;
+        return with_placement(plcmt_data, tables, decode);
     };
     return boundary("pipe_mgr_plcmt_adt_data_get_entry", body, plcmt_data, data, act_hdl);
 }

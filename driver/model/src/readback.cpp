@@ -99,11 +99,9 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
                                uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
     const auto body = [&]() -> pipe_status {
         if (match == nullptr || action == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
-        const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
+        return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             return read_entry(table, ent_hdl, read_from_hw != 0, match, *action, *act_hdl);
         });
-        run_hook(status, &Hooks::entry, *match, *action, *act_hdl);
-        return status;
     };
     return boundary("pipe_mgr_get_entry", body, sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl,
                     read_from_hw, always_1, always_0);
@@ -114,12 +112,9 @@ pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tg
                                              uint32_t always_1, uint32_t always_0) {
     const auto body = [&]() -> pipe_status {
         if (action == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
-        const pipe_status status = with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
+        return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
             return read_entry(table, table.default_handle(), read_from_hw != 0, nullptr, *action, *act_hdl);
         });
-        pipe_match_record none{};
-        run_hook(status, &Hooks::entry, none, *action, *act_hdl);
-        return status;
     };
     return boundary("pipe_mgr_table_get_default_entry", body, sess_hdl, dev_tgt, tbl_hdl, action, act_hdl, read_from_hw,
                     always_1, always_0);
@@ -145,9 +140,7 @@ pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl adt_hdl, pipe_dev_tgt de
     };
     const auto body = [&]() -> pipe_status {
         if (data == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
-        const pipe_status status = read();
-        run_hook(status, &Hooks::member, *data, *act_hdl);
-        return status;
+        return read();
     };
     return boundary("pipe_mgr_get_action_data_entry", body, adt_hdl, dev_tgt, mbr_hdl, data, act_hdl, read_from_hw);
 }

@@ -91,10 +91,7 @@ pipe_status pipe_stful_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
     };
     const auto body = [&]() -> pipe_status {
         if (query == nullptr || !has_room(*query)) return VL_MODEL_INVALID;
-        const pipe_status status = with_cell(sess_hdl, dev_tgt, stful_hdl, index, read);
-        uint32_t cells_read = 1;
-        run_hook(status, &Hooks::stateful, query, cells_read);
-        return status;
+        return with_cell(sess_hdl, dev_tgt, stful_hdl, index, read);
     };
     return boundary("pipe_stful_ent_query", body, sess_hdl, dev_tgt, stful_hdl, index, input(query), from_hw);
 }
@@ -116,9 +113,7 @@ pipe_status pipe_stful_ent_query_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_
         if (count < 0 || (count > 0 && queries == nullptr) || cells_read == nullptr ||
             !std::all_of(queries, queries + query_count, has_room))
             return VL_MODEL_INVALID;
-        const pipe_status status = with_cell(sess_hdl, dev_tgt, stful_hdl, first_index, read);
-        run_hook(status, &Hooks::stateful, queries, *cells_read);
-        return status;
+        return with_cell(sess_hdl, dev_tgt, stful_hdl, first_index, read);
     };
     return boundary("pipe_stful_ent_query_range", body, sess_hdl, dev_tgt, stful_hdl, first_index, count,
                     input(queries, query_count), cells_read, from_hw);
@@ -133,10 +128,7 @@ pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
     };
     const auto body = [&]() -> pipe_status {
         if (query == nullptr || !has_room(*query)) return VL_MODEL_INVALID;
-        const pipe_status status = with_direct(sess_hdl, dev_tgt, tbl_hdl, read);
-        uint32_t cells_read = 1;
-        run_hook(status, &Hooks::stateful, query, cells_read);
-        return status;
+        return with_direct(sess_hdl, dev_tgt, tbl_hdl, read);
     };
     return boundary("pipe_stful_direct_ent_query", body, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(query), from_hw);
 }

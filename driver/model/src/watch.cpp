@@ -1,8 +1,9 @@
-// Faults, recorded calls and the answer hooks. They have a mutex of their own, since a call is noted before the model
+// Faults, recorded calls and answers. They have a mutex of their own, since a call is noted before the model
 // is entered and its callbacks run outside it.
 #include "watch.h"
 
 #include <algorithm>
+#include <map>
 #include <mutex>
 #include <utility>
 
@@ -24,12 +25,10 @@ struct Watch {
     bool recording = false;
     std::vector<Call> calls;
     uint64_t first_number = 0; // of calls[0]: a call can end after its record was taken
-    Hooks hooks;
+    std::map<std::string, Subscriber<Answer>, std::less<>> answers; // by function
 
     void update_flag() {
-        watching = recording || !faults.empty() || hooks.entry.callback || hooks.member.callback ||
-                   hooks.state.callback || hooks.group.callback || hooks.placed_entry.callback ||
-                   hooks.placed_member.callback || hooks.meter.callback || hooks.stateful.callback;
+        watching = recording || !faults.empty() || !answers.empty();
     }
 };
 
@@ -95,10 +94,10 @@ bool is_recording() {
     return w.recording;
 }
 
-uint64_t note_call(Call&& call) {
+uint64_t note_call(const Call& call) {
     Watch& w = watch();
     const std::lock_guard lock(w.mutex);
-    w.calls.push_back(std::move(call));
+    w.calls.push_back(call);
     return w.first_number + w.calls.size() - 1;
 }
 
@@ -109,57 +108,33 @@ void note_status(uint64_t number, uint32_t status) {
         w.calls[number - w.first_number].status = status;
 }
 
-template <class Hook>
-static void set_hook(Subscriber<Hook> Hooks::*place, Hook hook) {
+Subscriber<Answer> find_answer(std::string_view function) {
+    Watch& w = watch();
+    const std::lock_guard lock(w.mutex);
+    if (const auto found = w.answers.find(function); found != w.answers.end()) return found->second;
+    const Subscriber<Answer>* longest = nullptr;
+    // Of names that begin alike, the longer ones come later.
+    for (const auto& [name, answer] : w.answers)
+        if (name.ends_with('*') && function.starts_with(std::string_view(name).substr(0, name.size() - 1)))
+            longest = &answer;
+    return longest != nullptr ? *longest : Subscriber<Answer>{};
+}
+
+void answer_calls(std::string_view function, Answer answer) {
     std::shared_ptr<Registration> replaced;
     {
         Watch& w = watch();
         const std::lock_guard lock(w.mutex);
-        replaced = (w.hooks.*place).replace(std::move(hook));
+        Subscriber<Answer>& place = w.answers[std::string(function)];
+        replaced = place.replace(std::move(answer));
+        if (!place.callback) w.answers.erase(w.answers.find(function));
         w.update_flag();
     }
     end(replaced);
 }
 
-void set_answer_hook(AnswerHook hook) {
-    set_hook(&Hooks::entry, std::move(hook));
-}
-
-void set_member_answer_hook(MemberAnswerHook hook) {
-    set_hook(&Hooks::member, std::move(hook));
-}
-
-void set_state_answer_hook(StateAnswerHook hook) {
-    set_hook(&Hooks::state, std::move(hook));
-}
-
-void set_group_answer_hook(GroupAnswerHook hook) {
-    set_hook(&Hooks::group, std::move(hook));
-}
-
-void set_placed_entry_answer_hook(AnswerHook hook) {
-    set_hook(&Hooks::placed_entry, std::move(hook));
-}
-
-void set_placed_member_answer_hook(MemberAnswerHook hook) {
-    set_hook(&Hooks::placed_member, std::move(hook));
-}
-
-void set_meter_answer_hook(MeterAnswerHook hook) {
-    set_hook(&Hooks::meter, std::move(hook));
-}
-
-void set_register_answer_hook(RegisterAnswerHook hook) {
-    set_hook(&Hooks::stateful, std::move(hook));
-}
-
-Hooks hooks() {
-    const std::lock_guard lock(watch().mutex);
-    return watch().hooks;
-}
-
 void reset_watch() {
-    Hooks hooks;
+    decltype(Watch::answers) answers;
     {
         Watch& w = watch();
         const std::lock_guard lock(w.mutex);
@@ -167,17 +142,81 @@ void reset_watch() {
         w.recording = false;
         w.first_number += w.calls.size();
         w.calls.clear();
-        hooks = std::exchange(w.hooks, {});
+        answers.swap(w.answers);
         w.update_flag();
     }
-    end(hooks.entry.registration);
-    end(hooks.member.registration);
-    end(hooks.state.registration);
-    end(hooks.group.registration);
-    end(hooks.placed_entry.registration);
-    end(hooks.placed_member.registration);
-    end(hooks.meter.registration);
-    end(hooks.stateful.registration);
+    for (const auto& [function, answer] : answers)
+        end(answer.registration);
+}
+
+namespace {
+
+// `apply` hands the outputs of a call to the hook.
+template <class Hook, class Apply>
+void set_hook(std::string_view function, const Hook& hook, Apply apply) {
+    if (!hook) return answer_calls(function, {});
+    answer_calls(function, [=](const AnsweredCall& call) {
+        const uint64_t status = call.driver();
+        if (status == VL_MODEL_OK) apply(hook, call);
+        return status;
+    });
+}
+
+// The outputs of the call, by the indices of their pointers.
+template <class... Outputs, class Hook, class... Indices>
+void set_output_hook(std::string_view function, const Hook& hook, Indices... indices) {
+    set_hook(function, hook, [=](const Hook& set, const AnsweredCall& call) {
+        set(*call.pointer<Outputs>(static_cast<size_t>(indices))...);
+    });
+}
+
+} // namespace
+
+void set_answer_hook(const AnswerHook& hook) {
+    set_output_hook<pipe_match_record, pipe_action_record, uint32_t>("pipe_mgr_get_entry", hook, 4, 5, 6);
+    set_hook("pipe_mgr_table_get_default_entry", hook, [](const AnswerHook& set, const AnsweredCall& call) {
+        pipe_match_record none{};
+        set(none, *call.pointer<pipe_action_record>(3), *call.pointer<uint32_t>(4));
+    });
+}
+
+void set_member_answer_hook(const MemberAnswerHook& hook) {
+    set_output_hook<pipe_action_data, uint32_t>("pipe_mgr_get_action_data_entry", hook, 3, 4);
+}
+
+void set_state_answer_hook(const StateAnswerHook& hook) {
+    set_output_hook<uint32_t>("pipe_mgr_sel_grp_mbr_state_get", hook, 5);
+}
+
+void set_group_answer_hook(const GroupAnswerHook& hook) {
+    set_hook("pipe_mgr_sel_grp_mbrs_get", hook, [](const GroupAnswerHook& set, const AnsweredCall& call) {
+        set(call.pointer<uint32_t>(5), call.pointer<uint8_t>(6), *call.pointer<uint32_t>(7));
+    });
+}
+
+void set_placed_entry_answer_hook(const AnswerHook& hook) {
+    set_output_hook<pipe_match_record, pipe_action_record, uint32_t>("pipe_mgr_plcmt_mat_data_get_entry", hook, 1, 2,
+                                                                     3);
+}
+
+void set_placed_member_answer_hook(const MemberAnswerHook& hook) {
+    set_output_hook<pipe_action_data, uint32_t>("pipe_mgr_plcmt_adt_data_get_entry", hook, 1, 2);
+}
+
+void set_meter_answer_hook(const MeterAnswerHook& hook) {
+    for (const char* const function : {"pipe_mgr_meter_read_entry", "pipe_mgr_meter_read_entry_idx"})
+        set_output_hook<pipe_meter_spec>(function, hook, 4);
+}
+
+void set_register_answer_hook(const RegisterAnswerHook& hook) {
+    for (const char* const function : {"pipe_stful_ent_query", "pipe_stful_direct_ent_query"})
+        set_hook(function, hook, [](const RegisterAnswerHook& set, const AnsweredCall& call) {
+            uint32_t cells_read = 1;
+            set(call.pointer<pipe_stful_query>(4), cells_read);
+        });
+    set_hook("pipe_stful_ent_query_range", hook, [](const RegisterAnswerHook& set, const AnsweredCall& call) {
+        set(call.pointer<pipe_stful_query>(5), *call.pointer<uint32_t>(6));
+    });
 }
 
 void copy_array(Call& call, const uint32_t* handles, size_t count) {

@@ -8,6 +8,7 @@
 #include <new>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <type_traits>
 #include <utility>
 
@@ -19,33 +20,13 @@
 
 namespace vl_model {
 
-// True while a fault is armed, calls are recorded or an answer hook is set.
+// True while a fault is armed, calls are recorded or a test answers calls.
 extern std::atomic<bool> watching;
 
-struct Hooks {
-    Subscriber<AnswerHook> entry;
-    Subscriber<MemberAnswerHook> member;
-    Subscriber<StateAnswerHook> state;
-    Subscriber<GroupAnswerHook> group;
-    Subscriber<AnswerHook> placed_entry;
-    Subscriber<MemberAnswerHook> placed_member;
-    Subscriber<MeterAnswerHook> meter;
-    Subscriber<RegisterAnswerHook> stateful;
-};
+// The answer to calls of the function, with no callback if there is none. A copy: answers run without a lock.
+Subscriber<Answer> find_answer(std::string_view function);
 
-// Copies: hooks run without a lock, and may set others.
-Hooks hooks();
-
-// Runs a hook on a successful call's answer. `answer` are what the hook takes.
-template <class Hook, class... Answer>
-void run_hook(pipe_status status, Subscriber<Hook> Hooks::*hook, Answer&... answer) {
-    if (status == VL_MODEL_OK && watching.load(std::memory_order_relaxed)) {
-        const Subscriber<Hook> set = hooks().*hook;
-        if (const RunningCall running{set.registration}) set.callback(answer...);
-    }
-}
-
-// Back to the start: no faults, no recording, no hooks.
+// Back to the start: no faults, no recording, no answers.
 void reset_watch();
 
 // Disarms the faults of fail_call.
@@ -57,7 +38,7 @@ std::optional<uint32_t> take_fault(const char* function);
 bool is_recording();
 
 // Keeps the call and returns its number for note_status.
-uint64_t note_call(Call&& call);
+uint64_t note_call(const Call& call);
 void note_status(uint64_t number, uint32_t status);
 
 // The formatted line of a log call, which is not among its arguments.
@@ -144,18 +125,48 @@ auto run_guarded(Body& body) -> decltype(body()) {
     }
 }
 
+template <class Result>
+uint64_t word_of(Result result) {
+    if constexpr (std::is_pointer_v<Result>)
+        return reinterpret_cast<uintptr_t>(result);
+    else
+        return static_cast<std::make_unsigned_t<Result>>(result);
+}
+
+template <class Result>
+Result result_of(uint64_t word) {
+    if constexpr (std::is_pointer_v<Result>)
+        return reinterpret_cast<Result>(static_cast<uintptr_t>(word));
+    else
+        return static_cast<Result>(word);
+}
+
+// Gives a test the answer to a call, or runs its body.
+template <class Body>
+auto answered(const Subscriber<Answer>& answer, AnsweredCall& call, Body& body) -> decltype(body()) {
+    if (answer.callback) {
+        if (const RunningCall running{answer.registration}) {
+            call.driver = [&] { return word_of(run_guarded(body)); };
+            return result_of<decltype(body())>(answer.callback(call));
+        }
+    }
+    return body();
+}
+
 template <class Body, class... Args>
 [[gnu::noinline]] auto run_watched(const char* function, Body& body, const Args&... args) -> decltype(body()) {
     using Result = decltype(body());
+    const Subscriber<Answer> answer = find_answer(function);
     std::optional<uint64_t> number;
-    if (is_recording()) {
-        Call call;
+    AnsweredCall call;
+    if (const bool recording = is_recording(); recording || answer.callback) {
         call.function = function;
         (note_argument(call, args), ...);
-        number = note_call(std::move(call));
+        if (recording) number = note_call(call);
     }
     const std::optional<uint32_t> fault = take_fault(function);
-    const Result result = fault ? refusal<Result>(*fault) : run_guarded(body);
+    auto answered_body = [&] { return answered(answer, call, body); };
+    const Result result = fault ? refusal<Result>(*fault) : run_guarded(answered_body);
     if (number) {
         if constexpr (std::is_same_v<Result, pipe_status>)
             note_status(*number, result);

@@ -96,32 +96,79 @@ void record_calls(bool on);
 // What was recorded so far, in the order of the calls' beginning; the list starts anew.
 std::vector<Call> take_calls();
 
-// Runs after a successful pipe_mgr_get_entry or pipe_mgr_table_get_default_entry has filled the caller's records, and
-// may change them. A default entry read by table has no match record: the hook then gets an empty one. An empty
-// function ends it.
+// A call that a test answers, while it runs.
+struct AnsweredCall : Call {
+    // Lets the driver do the call, and returns its result.
+    std::function<uint64_t()> driver;
+
+    // A pointer among the arguments, by its index in args.
+    template <class Pointee>
+    Pointee* pointer(size_t arg) const {
+        return reinterpret_cast<Pointee*>(args.at(arg));
+    }
+};
+
+// Returns what the call returns: a status, an integer or an address. It may call `driver` before or after it reads or
+// writes what the arguments point at, or leave the driver out.
+using Answer = std::function<uint64_t(const AnsweredCall&)>;
+
+// Answers all calls of a boundary function from now on. Instead of a name, `function` may be the beginning of names and
+// a `*`; if several fit, the longest counts. An empty answer ends the answer of the same `function`, vl_model_reset ends
+// all. Recording and faults go on: a call that a fault refuses gets no answer.
+void answer_calls(std::string_view function, Answer answer);
+
+// A value to write where a call's pointer leads; `arg` is the pointer's index in args.
+template <class Value>
+struct Output {
+    size_t arg;
+    Value value;
+};
+
+template <class Value>
+Output<Value> output(size_t arg, Value value) {
+    return {arg, value};
+}
+
+// The same with a fixed status and fixed outputs.
+template <class... Values>
+void answer_calls_with(std::string_view function, uint32_t status, Output<Values>... outputs) {
+    answer_calls(function, [=](const AnsweredCall& call) {
+        ((*call.pointer<Values>(outputs.arg) = outputs.value), ...);
+        return uint64_t{status};
+    });
+}
+
+// Answers that edit what the driver wrote, after its call was successful. Each belongs to the functions that it names;
+// an empty hook ends it.
+
+// pipe_mgr_get_entry and pipe_mgr_table_get_default_entry. A default entry read by table has no match record: the hook
+// gets an empty one.
 using AnswerHook = std::function<void(pipe_match_record&, pipe_action_record&, uint32_t& action_hdl)>;
-void set_answer_hook(AnswerHook hook);
+void set_answer_hook(const AnswerHook& hook);
 
-// The same for a successful pipe_mgr_get_action_data_entry, pipe_mgr_sel_grp_mbr_state_get and
-// pipe_mgr_sel_grp_mbrs_get.
+// pipe_mgr_get_action_data_entry
 using MemberAnswerHook = std::function<void(pipe_action_data&, uint32_t& action_hdl)>;
-void set_member_answer_hook(MemberAnswerHook hook);
+void set_member_answer_hook(const MemberAnswerHook& hook);
+
+// pipe_mgr_sel_grp_mbr_state_get
 using StateAnswerHook = std::function<void(uint32_t& state)>;
-void set_state_answer_hook(StateAnswerHook hook);
+void set_state_answer_hook(const StateAnswerHook& hook);
+
+// pipe_mgr_sel_grp_mbrs_get
 using GroupAnswerHook = std::function<void(uint32_t* mbr_hdls, uint8_t* states, uint32_t& count)>;
-void set_group_answer_hook(GroupAnswerHook hook);
+void set_group_answer_hook(const GroupAnswerHook& hook);
 
-// The same for a successful pipe_mgr_plcmt_mat_data_get_entry and pipe_mgr_plcmt_adt_data_get_entry: apart from the
-// above, so that a test can answer one thing for software and another for hardware.
-void set_placed_entry_answer_hook(AnswerHook hook);
-void set_placed_member_answer_hook(MemberAnswerHook hook);
+// pipe_mgr_plcmt_mat_data_get_entry, and pipe_mgr_plcmt_adt_data_get_entry
+void set_placed_entry_answer_hook(const AnswerHook& hook);
+void set_placed_member_answer_hook(const MemberAnswerHook& hook);
 
-// The same for a successful pipe_mgr_meter_read_entry or pipe_mgr_meter_read_entry_idx, and for a successful
-// pipe_stful_ent_query, pipe_stful_direct_ent_query (both of one cell) or pipe_stful_ent_query_range.
+// pipe_mgr_meter_read_entry and pipe_mgr_meter_read_entry_idx
 using MeterAnswerHook = std::function<void(pipe_meter_spec&)>;
-void set_meter_answer_hook(MeterAnswerHook hook);
+void set_meter_answer_hook(const MeterAnswerHook& hook);
+
+// pipe_stful_ent_query, pipe_stful_direct_ent_query (both of one cell) and pipe_stful_ent_query_range
 using RegisterAnswerHook = std::function<void(pipe_stful_query* queries, uint32_t& cells_read)>;
-void set_register_answer_hook(RegisterAnswerHook hook);
+void set_register_answer_hook(const RegisterAnswerHook& hook);
 
 // An entry or a member as the hardware holds it. Key and mask are empty in a default entry; a member has action data
 // alone.
