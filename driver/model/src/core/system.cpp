@@ -1,0 +1,157 @@
+// The driver's services to its clients: memory that is accounted for, log lines, debug mode.
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "core/boundary.h"
+#include "core/model.h"
+
+using namespace vl_model;
+
+namespace {
+
+// True if an armed fault refuses this allocation.
+bool is_allocation_refused(Model& m) {
+    bool refused = false;
+    std::erase_if(m.allocation_faults, [&](unsigned& countdown) {
+        const bool fires = --countdown == 0;
+        refused = refused || fires;
+        return fires;
+    });
+    return refused;
+}
+
+void write_to_stderr(int module, int level, const char* line, void* /*cookie*/) {
+    std::fprintf(stderr, "driver: module %d level %d: %s\n", module, level, line);
+}
+
+std::string formatted(const char* format, va_list args) {
+    va_list again;
+    va_copy(again, args);
+    const int len = std::vsnprintf(nullptr, 0, format, args);
+    std::string line(len > 0 ? static_cast<size_t>(len) : 0, '\0');
+    std::vsnprintf(line.data(), line.size() + 1, format, again);
+    va_end(again);
+    return line;
+}
+
+} // namespace
+
+void* bf_sys_calloc(size_t count, size_t size) {
+    const auto body = [&]() -> void* {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        if (is_allocation_refused(m)) return nullptr;
+        // An empty block is a block of its own too, not null, which stands for a refusal.
+        void* memory = count == 0 || size == 0 ? std::calloc(1, 1) : std::calloc(count, size);
+        if (memory != nullptr) {
+            try {
+                m.allocations.insert(memory);
+            } catch (const std::bad_alloc&) {
+                std::free(memory);
+                return nullptr;
+            }
+            ++m.allocations_made;
+        }
+        return memory;
+    };
+    return boundary("bf_sys_calloc", body, count, size);
+}
+
+void bf_sys_free(void* memory) {
+    const auto body = [&]() -> pipe_status {
+        if (memory == nullptr) return VL_MODEL_OK;
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        if (m.allocations.erase(memory) == 0) {
+            std::fprintf(stderr, "driver: bf_sys_free of %p, which is not a live block\n", memory);
+            std::abort();
+        }
+        std::free(memory);
+        return VL_MODEL_OK;
+    };
+    boundary("bf_sys_free", body, memory);
+}
+
+int bf_sys_dbg_mode(void) {
+    const auto body = []() -> int {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        return m.debug_mode ? 1 : 0;
+    };
+    return boundary("bf_sys_dbg_mode", body);
+}
+
+int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
+    std::string line;
+    try {
+        va_list args;
+        va_start(args, format);
+        line = formatted(format, args);
+        va_end(args);
+    } catch (const std::bad_alloc&) {
+        return VL_MODEL_NO_MEMORY;
+    }
+    const auto body = [&]() -> int {
+        Model& m = model();
+        vl_model_log_sink sink = write_to_stderr;
+        void* cookie = nullptr;
+        std::optional<RunningCall> running;
+        {
+            const std::lock_guard lock(m.mutex);
+            if (m.log_sink.callback != nullptr) {
+                sink = m.log_sink.callback;
+                cookie = m.log_sink.cookie;
+                running.emplace(m.log_sink.registration);
+            }
+        }
+        sink(module, level, line.c_str(), cookie);
+        return VL_MODEL_OK;
+    };
+    return boundary("bf_sys_log_and_trace", body, module, level, format, LogLine{line});
+}
+
+void vl_model_debug_mode_set(int on) {
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    m.debug_mode = on != 0;
+}
+
+void vl_model_log_sink_set(vl_model_log_sink sink, void* cookie) {
+    std::shared_ptr<Registration> replaced;
+    {
+        Model& m = model();
+        const std::lock_guard lock(m.mutex);
+        replaced = m.log_sink.replace(sink, cookie);
+    }
+    end(replaced);
+}
+
+namespace vl_model {
+
+void fail_allocation(unsigned nth) {
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    m.allocation_faults.push_back(nth);
+}
+
+void clear_faults() {
+    clear_call_faults();
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    m.allocation_faults.clear();
+}
+
+size_t live_allocations() {
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    return m.allocations.size();
+}
+
+size_t allocations_made() {
+    Model& m = model();
+    const std::lock_guard lock(m.mutex);
+    return m.allocations_made;
+}
+
+} // namespace vl_model

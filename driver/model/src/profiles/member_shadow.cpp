@@ -1,0 +1,441 @@
+// The member-selector component: what exists in the action profiles of each device, kept for clients that must name a
+// member's action without having been told it. Maps are ordered, so that equal states give equal JSON.
+//
+// JSON of one state: "members": [{"member": handle, "action": handle}, ...],
+//                    "groups": [{"group": handle, "action": handle, "members": [handle, ...]}, ...]; an action that was
+// never set is left out.
+#include <vl_driver/member_shadow.h>
+
+#include <deque>
+#include <list>
+#include <map>
+#include <unordered_map>
+
+#include <cjson/cJSON.h>
+
+#include "core/boundary.h"
+#include "core/model.h"
+
+namespace {
+
+// Handles in the order in which they came. Each is found and taken out without a look at the others.
+class Arrivals {
+public:
+    bool empty() const {
+        return order_.empty();
+    }
+    auto begin() const {
+        return order_.begin();
+    }
+    auto end() const {
+        return order_.end();
+    }
+    // False if the handle is there already.
+    bool add(uint32_t handle) {
+        if (places_.contains(handle)) return false;
+        const auto place = order_.insert(order_.end(), handle);
+        try {
+            places_.emplace(handle, place);
+        } catch (...) {
+            order_.erase(place);
+            throw;
+        }
+        return true;
+    }
+    // False if the handle isn't there.
+    bool remove(uint32_t handle) {
+        const auto found = places_.find(handle);
+        if (found == places_.end()) return false;
+        order_.erase(found->second);
+        places_.erase(found);
+        return true;
+    }
+
+private:
+    std::list<uint32_t> order_;
+    std::unordered_map<uint32_t, std::list<uint32_t>::iterator> places_;
+};
+
+struct ShadowGroup {
+    std::optional<pipe_act_hdl> action;
+    Arrivals members;
+};
+
+struct DeviceShadow {
+    std::map<pipe_mbr_hdl, std::optional<pipe_act_hdl>> members; // with their actions
+    std::map<pipe_grp_hdl, ShadowGroup> groups;
+    // The other way of membership. A replay can put a member into a group that it doesn't know yet.
+    std::map<pipe_mbr_hdl, Arrivals> groups_of;
+};
+
+} // namespace
+
+struct p4_pd_ms_state {
+    std::map<pipe_dev_id, DeviceShadow> devices;
+};
+
+namespace vl_model {
+
+// Clients hold states by address for ever: a reset only empties them.
+static std::deque<p4_pd_ms_state>& member_states() {
+    static std::deque<p4_pd_ms_state>& instance = *new std::deque<p4_pd_ms_state>;
+    return instance;
+}
+
+void clear_member_states() {
+    for (p4_pd_ms_state& state : member_states())
+        state.devices.clear();
+}
+
+} // namespace vl_model
+
+using namespace vl_model;
+
+namespace {
+
+pipe_status join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
+    const auto group = shadow.groups.find(grp_hdl);
+    if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
+    Arrivals& members = group->second.members;
+    if (!members.add(mbr_hdl)) return VL_MODEL_EXISTS;
+    try {
+        shadow.groups_of[mbr_hdl].add(grp_hdl);
+    } catch (...) {
+        members.remove(mbr_hdl);
+        if (const auto groups = shadow.groups_of.find(mbr_hdl);
+            groups != shadow.groups_of.end() && groups->second.empty())
+            shadow.groups_of.erase(groups);
+        throw;
+    }
+    return VL_MODEL_OK;
+}
+
+void forget_group_of(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
+    const auto groups = shadow.groups_of.find(mbr_hdl);
+    groups->second.remove(grp_hdl);
+    if (groups->second.empty()) shadow.groups_of.erase(groups);
+}
+
+// Runs `body` on the device's part of a state, which comes to be with the first call that names it.
+template <class Body>
+pipe_status with_shadow(p4_pd_ms_state* state, pipe_dev_id dev_id, bool is_valid, Body&& body) {
+    if (state == nullptr || !is_valid) return VL_MODEL_INVALID;
+    const std::lock_guard lock(model().mutex);
+    return body(state->devices[dev_id]);
+}
+
+pipe_status no_resources(const p4_pd_ms_state* state, uint32_t* count, void** res) {
+    if (state == nullptr || count == nullptr || res == nullptr) return VL_MODEL_INVALID;
+    *count = 0;
+    *res = nullptr;
+    return VL_MODEL_OK;
+}
+
+// The action of a member or group, whose map entry gives it through `get`.
+template <class Map, class Get>
+pipe_status read_action(const Map& map, uint32_t handle, Get get, pipe_act_hdl& act_hdl) {
+    const auto found = map.find(handle);
+    if (found == map.end() || !get(found->second)) return VL_MODEL_NOT_FOUND;
+    act_hdl = *get(found->second);
+    return VL_MODEL_OK;
+}
+
+// A handle from JSON: a whole number from 1 to 0xFFFFFFFF. cJSON's integer view stops at 31 bits.
+std::optional<uint32_t> handle_of(const cJSON* item) {
+    if (!cJSON_IsNumber(item) || !(item->valuedouble >= 1 && item->valuedouble <= UINT32_MAX)) return std::nullopt;
+    const auto handle = static_cast<uint32_t>(item->valuedouble);
+    return handle == item->valuedouble ? std::optional(handle) : std::nullopt;
+}
+
+// Writing stops at the first item that memory doesn't suffice for.
+class JsonWriter {
+public:
+    cJSON* list(cJSON* object, const char* name) {
+        return check(cJSON_AddArrayToObject(object, name));
+    }
+    cJSON* object_in(cJSON* array) {
+        return append(array, cJSON_CreateObject());
+    }
+    void number_in(cJSON* array, uint32_t number) {
+        append(array, cJSON_CreateNumber(number));
+    }
+    void number(cJSON* object, const char* name, uint32_t number) {
+        check(cJSON_AddNumberToObject(object, name, number));
+    }
+    bool good() const {
+        return good_;
+    }
+
+private:
+    cJSON* append(cJSON* array, cJSON* item) {
+        if (!cJSON_AddItemToArray(array, item)) {
+            cJSON_Delete(item);
+            item = nullptr;
+        }
+        return check(item);
+    }
+    cJSON* check(cJSON* item) {
+        good_ = good_ && item != nullptr;
+        return item;
+    }
+    bool good_ = true;
+};
+
+void restore_member(DeviceShadow& shadow, const cJSON* item) {
+    if (const auto handle = handle_of(cJSON_GetObjectItemCaseSensitive(item, "member"))) {
+        std::optional<pipe_act_hdl>& action = shadow.members[*handle];
+        const auto logged = handle_of(cJSON_GetObjectItemCaseSensitive(item, "action"));
+        action = logged ? logged : action;
+    }
+}
+
+void restore_group(DeviceShadow& shadow, const cJSON* item) {
+    if (const auto handle = handle_of(cJSON_GetObjectItemCaseSensitive(item, "group"))) {
+        std::optional<pipe_act_hdl>& action = shadow.groups[*handle].action;
+        const auto logged = handle_of(cJSON_GetObjectItemCaseSensitive(item, "action"));
+        action = logged ? logged : action;
+        const cJSON* member = nullptr;
+        cJSON_ArrayForEach(member, cJSON_GetObjectItemCaseSensitive(item, "members")) {
+            if (const auto mbr_hdl = handle_of(member)) join(shadow, *mbr_hdl, *handle);
+        }
+    }
+}
+
+} // namespace
+
+pipe_status p4_pd_ms_init(void) {
+    return boundary("p4_pd_ms_init", []() -> pipe_status { return VL_MODEL_OK; });
+}
+
+p4_pd_ms_state* p4_pd_ms_init_state(void) {
+    const auto body = []() -> p4_pd_ms_state* {
+        const std::lock_guard lock(model().mutex);
+        return &member_states().emplace_back();
+    };
+    return boundary("p4_pd_ms_init_state", body);
+}
+
+pipe_status p4_pd_ms_new_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, mbr_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
+            return shadow.members.try_emplace(mbr_hdl).second ? VL_MODEL_OK : VL_MODEL_EXISTS;
+        });
+    };
+    return boundary("p4_pd_ms_new_mbr", body, sess_hdl, state, dev_id, mbr_hdl);
+}
+
+pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
+                                 pipe_act_hdl act_hdl) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, mbr_hdl != 0 && act_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
+            const auto member = shadow.members.find(mbr_hdl);
+            if (member == shadow.members.end()) return VL_MODEL_NOT_FOUND;
+            member->second = act_hdl;
+            return VL_MODEL_OK;
+        });
+    };
+    return boundary("p4_pd_ms_set_mbr_act", body, state, dev_id, mbr_hdl, act_hdl);
+}
+
+pipe_status p4_pd_ms_get_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
+                                 pipe_act_hdl* act_hdl) {
+    const auto body = [&]() -> pipe_status {
+        const bool is_valid = mbr_hdl != 0 && act_hdl != nullptr;
+        return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
+            return read_action(
+                shadow.members, mbr_hdl, [](const auto& action) { return action; }, *act_hdl);
+        });
+    };
+    return boundary("p4_pd_ms_get_mbr_act", body, state, dev_id, mbr_hdl, act_hdl);
+}
+
+pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, mbr_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
+            const auto groups = shadow.groups_of.find(mbr_hdl);
+            const bool was_in_group = groups != shadow.groups_of.end();
+            if (was_in_group) {
+                for (const pipe_grp_hdl grp_hdl : groups->second)
+                    shadow.groups.at(grp_hdl).members.remove(mbr_hdl);
+                shadow.groups_of.erase(groups);
+            }
+            return shadow.members.erase(mbr_hdl) != 0 || was_in_group ? VL_MODEL_OK : VL_MODEL_NOT_FOUND;
+        });
+    };
+    return boundary("p4_pd_ms_del_mbr", body, sess_hdl, state, dev_id, mbr_hdl);
+}
+
+pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, grp_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
+            return shadow.groups.try_emplace(grp_hdl).second ? VL_MODEL_OK : VL_MODEL_EXISTS;
+        });
+    };
+    return boundary("p4_pd_ms_new_grp", body, sess_hdl, state, dev_id, grp_hdl);
+}
+
+// The shadow's own list of members counts: the driver's, which the caller passes, can lack one that it had lost.
+pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
+                             uint32_t count, const pipe_mbr_hdl* mbr_hdls) {
+    const auto body = [&]() -> pipe_status {
+        const bool is_valid = grp_hdl != 0 && (count == 0 || mbr_hdls != nullptr);
+        return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
+            const auto group = shadow.groups.find(grp_hdl);
+            if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
+            for (const pipe_mbr_hdl mbr_hdl : group->second.members)
+                forget_group_of(shadow, mbr_hdl, grp_hdl);
+            shadow.groups.erase(group);
+            return VL_MODEL_OK;
+        });
+    };
+    return boundary("p4_pd_ms_del_grp", body, sess_hdl, state, dev_id, grp_hdl, count,
+                    ArrayArgument<pipe_mbr_hdl>{mbr_hdls, count});
+}
+
+pipe_status p4_pd_ms_add_mbr_to_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
+                                    pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, mbr_hdl != 0 && grp_hdl != 0,
+                           [&](DeviceShadow& shadow) { return join(shadow, mbr_hdl, grp_hdl); });
+    };
+    return boundary("p4_pd_ms_add_mbr_to_grp", body, sess_hdl, state, dev_id, mbr_hdl, grp_hdl);
+}
+
+pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
+                                      pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, mbr_hdl != 0 && grp_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
+            const auto group = shadow.groups.find(grp_hdl);
+            if (group == shadow.groups.end() || !group->second.members.remove(mbr_hdl)) return VL_MODEL_NOT_FOUND;
+            forget_group_of(shadow, mbr_hdl, grp_hdl);
+            return VL_MODEL_OK;
+        });
+    };
+    return boundary("p4_pd_ms_del_mbr_from_grp", body, sess_hdl, state, dev_id, mbr_hdl, grp_hdl);
+}
+
+pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
+                                 pipe_act_hdl act_hdl) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, grp_hdl != 0 && act_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
+            const auto group = shadow.groups.find(grp_hdl);
+            if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
+            group->second.action = act_hdl;
+            return VL_MODEL_OK;
+        });
+    };
+    return boundary("p4_pd_ms_set_grp_act", body, state, dev_id, grp_hdl, act_hdl);
+}
+
+pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
+                                 pipe_act_hdl* act_hdl) {
+    const auto body = [&]() -> pipe_status {
+        const bool is_valid = grp_hdl != 0 && act_hdl != nullptr;
+        return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
+            return read_action(
+                shadow.groups, grp_hdl, [](const ShadowGroup& group) { return group.action; }, *act_hdl);
+        });
+    };
+    return boundary("p4_pd_ms_get_grp_act", body, state, dev_id, grp_hdl, act_hdl);
+}
+
+pipe_status p4_pd_ms_mbr_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl, uint32_t* count,
+                                 void** res) {
+    return boundary(
+        "p4_pd_ms_mbr_get_res", [&] { return no_resources(state, count, res); }, state, dev_id, mbr_hdl, count, res);
+}
+
+pipe_status p4_pd_ms_grp_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, uint32_t* count,
+                                 void** res) {
+    return boundary(
+        "p4_pd_ms_grp_get_res", [&] { return no_resources(state, count, res); }, state, dev_id, grp_hdl, count, res);
+}
+
+pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
+                                       p4_pd_ms_grp_fn fn, void* cookie) {
+    const auto body = [&]() -> pipe_status {
+        std::vector<pipe_grp_hdl> groups;
+        const bool is_valid = mbr_hdl != 0 && fn != nullptr;
+        pipe_status result = with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
+            const auto found = shadow.groups_of.find(mbr_hdl);
+            if (found != shadow.groups_of.end()) groups.assign(found->second.begin(), found->second.end());
+            return VL_MODEL_OK;
+        });
+        if (result != VL_MODEL_OK) return result;
+        const WithinCallback within;
+        for (const pipe_grp_hdl grp_hdl : groups) {
+            const pipe_status status = fn(dev_id, grp_hdl, mbr_hdl, cookie);
+            result = result != VL_MODEL_OK ? result : status;
+        }
+        return result;
+    };
+    return boundary("p4_pd_ms_mbr_apply_to_grps", body, state, dev_id, mbr_hdl, fn, cookie);
+}
+
+// Members have no resources, so there is nothing that a group could take over but its own existence.
+pipe_status p4_pd_ms_grp_update_res(pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, void* cookie) {
+    const auto body = [&]() -> pipe_status {
+        auto* state = static_cast<p4_pd_ms_state*>(cookie);
+        return with_shadow(state, dev_id, grp_hdl != 0 && mbr_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
+            return shadow.groups.contains(grp_hdl) ? VL_MODEL_OK : VL_MODEL_NOT_FOUND;
+        });
+    };
+    return boundary("p4_pd_ms_grp_update_res", body, dev_id, grp_hdl, mbr_hdl, cookie);
+}
+
+pipe_status p4_pd_ms_log_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, object != nullptr, [&](DeviceShadow& shadow) -> pipe_status {
+            JsonWriter json;
+            cJSON* members = json.list(object, "members");
+            for (const auto& [mbr_hdl, action] : shadow.members) {
+                cJSON* item = json.object_in(members);
+                json.number(item, "member", mbr_hdl);
+                if (action) json.number(item, "action", *action);
+            }
+            cJSON* groups = json.list(object, "groups");
+            for (const auto& [grp_hdl, group] : shadow.groups) {
+                cJSON* item = json.object_in(groups);
+                json.number(item, "group", grp_hdl);
+                if (group.action) json.number(item, "action", *group.action);
+                cJSON* list = json.list(item, "members");
+                for (const pipe_mbr_hdl mbr_hdl : group.members)
+                    json.number_in(list, mbr_hdl);
+            }
+            return json.good() ? VL_MODEL_OK : VL_MODEL_NO_MEMORY;
+        });
+    };
+    return boundary("p4_pd_ms_log_state", body, dev_id, state, object);
+}
+
+pipe_status p4_pd_ms_restore_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
+    const auto body = [&]() -> pipe_status {
+        return with_shadow(state, dev_id, object != nullptr, [&](DeviceShadow& shadow) -> pipe_status {
+            const cJSON* item = nullptr;
+            cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "members")) {
+                restore_member(shadow, item);
+            }
+            cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "groups")) {
+                restore_group(shadow, item);
+            }
+            return VL_MODEL_OK;
+        });
+    };
+    return boundary("p4_pd_ms_restore_state", body, dev_id, state, object);
+}
+
+pipe_status p4_pd_ms_destroy_state_for_dev(p4_pd_ms_state* state, pipe_dev_id dev_id) {
+    const auto body = [&]() -> pipe_status {
+        if (state == nullptr) return VL_MODEL_INVALID;
+        const std::lock_guard lock(model().mutex);
+        state->devices.erase(dev_id);
+        return VL_MODEL_OK;
+    };
+    return boundary("p4_pd_ms_destroy_state_for_dev", body, state, dev_id);
+}
+
+// Every change takes effect at once: there is never a transaction's state to drop.
+pipe_status p4_pd_ms_destroy_txn_state_for_dev(pipe_dev_id dev_id) {
+    return boundary(
+        "p4_pd_ms_destroy_txn_state_for_dev", []() -> pipe_status { return VL_MODEL_OK; }, dev_id);
+}

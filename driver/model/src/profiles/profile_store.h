@@ -1,0 +1,128 @@
+// Members of action data tables and groups of selectors, as a device holds them: rows by handle, who uses whom, and the
+// words of a selector's memory. Callers check actions and handles first, and hold the model's mutex.
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <unordered_map>
+#include <vector>
+
+#include <vl_driver/profiles.h>
+#include <vl_model/control.h>
+#include <vl_model/observe.hpp>
+
+#include "core/callbacks.h"
+#include "tables/table_store.h"
+
+namespace vl_model {
+
+// Rows in ascending order of handles, with the walk that TableStore has.
+template <class Row>
+class RowMap {
+public:
+    uint32_t count() const {
+        return static_cast<uint32_t>(rows_.size());
+    }
+    Row* find(uint32_t handle) {
+        const auto found = rows_.find(handle);
+        return found == rows_.end() ? nullptr : &found->second;
+    }
+    const Row* find(uint32_t handle) const {
+        const auto found = rows_.find(handle);
+        return found == rows_.end() ? nullptr : &found->second;
+    }
+    Row& add(uint32_t handle, Row&& row) {
+        Row& added = rows_.emplace(handle, std::move(row)).first->second;
+        lowest_ = std::min(lowest_, handle);
+        highest_ = std::max(highest_, handle);
+        return added;
+    }
+    void remove(uint32_t handle) {
+        rows_.erase(handle);
+    }
+    uint32_t first() const {
+        return rows_.empty() ? 0 : rows_.begin()->first;
+    }
+    uint32_t next(uint32_t handle) const {
+        const auto found = rows_.upper_bound(handle);
+        return found == rows_.end() ? 0 : found->first;
+    }
+    bool was_given_out(uint32_t handle) const {
+        return handle >= lowest_ && handle <= highest_;
+    }
+
+private:
+    std::map<uint32_t, Row> rows_;
+    uint32_t lowest_ = UINT32_MAX; // ever
+    uint32_t highest_ = 0;
+};
+
+struct Member {
+    pipe_act_hdl action_hdl = 0;
+    uint16_t data_bits = 0;
+    std::vector<uint8_t> data;
+    uint32_t uses = 0;      // by entries, default entries and groups, and as a fallback
+    uint32_t placement = 0; // as an entry's
+};
+
+// A view of a member has no key and no slots.
+EntryView view_of(const Member& member);
+
+struct DataTable {
+    std::vector<vl_model_action> actions; // of all match tables that point here
+    uint32_t capacity = VL_MODEL_DEFAULT_CAPACITY;
+    RowMap<Member> members;
+
+    // Members whose hardware differs from the software, as in Table.
+    std::unordered_map<pipe_mbr_hdl, std::optional<EntryImage>> hardware;
+    Subscriber<pipe_adt_update_cb> updates;
+};
+
+struct Group {
+    uint32_t max_size = 0;           // 0 for no limit
+    uint32_t uses = 0;               // by entries and default entries
+    std::vector<uint32_t> words;     // at least one
+    std::set<uint32_t> open_words{}; // those with a free slot
+    std::map<pipe_mbr_hdl, uint32_t> positions;
+    uint32_t placement = 0; // as an entry's
+};
+
+// One word of a selector's memory. It belongs to one group at most.
+struct SelectorWord {
+    pipe_grp_hdl owner = 0;
+    uint32_t used = 0; // bits of the slots
+    uint32_t active = 0;
+    std::array<pipe_mbr_hdl, VL_MODEL_SELECTOR_WORD_SLOTS> members{};
+};
+
+struct Selector {
+    explicit Selector(DataTable& members) : data_table(members) {}
+
+    DataTable& data_table;
+    uint32_t capacity = VL_MODEL_DEFAULT_CAPACITY;
+    RowMap<Group> groups;
+    std::vector<SelectorWord> words;
+    LiveSet free_words;
+    pipe_mbr_hdl fallback = 0;
+    Subscriber<pipe_sel_update_cb> updates;
+    Subscriber<pipe_sel_tbl_cb> memory_updates;
+
+    Group& add_group(pipe_grp_hdl grp_hdl, uint32_t max_size);
+    void remove_group(pipe_grp_hdl grp_hdl);
+
+    // The member must exist and be none of the group's. Gives its position in the memory: the lowest free one of the
+    // group's words, to which the lowest free word comes if they are full.
+    uint32_t join(pipe_grp_hdl grp_hdl, Group& group, pipe_mbr_hdl mbr_hdl);
+    void leave(Group& group, pipe_mbr_hdl mbr_hdl);
+    void set_active(uint32_t position, bool active);
+    bool is_active(uint32_t position) const;
+
+private:
+    void take_word(pipe_grp_hdl grp_hdl, Group& group);
+};
+
+} // namespace vl_model

@@ -1,0 +1,157 @@
+// A hardware that differs from the software: edited by tests, or damaged at random.
+#include <algorithm>
+#include <random>
+
+#include "core/boundary.h"
+#include "reads/readback.h"
+
+namespace vl_model {
+
+namespace {
+
+// Runs `body` on the match table or data table that has the row.
+template <class Body>
+uint32_t with_row(uint32_t dev_id, uint32_t tbl_hdl, uint32_t handle, Body&& body) {
+    const std::lock_guard lock(model().mutex);
+    pipe_status status = VL_MODEL_OK;
+    Device* device = find_device(dev_id, status);
+    if (device == nullptr) return status;
+    const auto on_row = [&](auto& table) -> uint32_t {
+        return has_row(table, handle) ? body(table) : uint32_t{VL_MODEL_NOT_FOUND};
+    };
+    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end()) return on_row(*table->second);
+    const auto table = device->data_tables.find(tbl_hdl);
+    return table != device->data_tables.end() ? on_row(table->second) : uint32_t{VL_MODEL_UNKNOWN_TABLE};
+}
+
+struct Damage {
+    vl_model_damage what;
+    uint32_t bits; // 0 if the entry has nothing of the sort
+};
+
+// Any sort of damage that the entry can take is as likely as another. Only a ternary table has mask bits in hardware
+// that can each be wrong.
+Damage choose_damage(const Table& table, const EntryView& entry, std::mt19937_64& random) {
+    const uint32_t key_bits = entry.key_len * 8U;
+    const bool has_mask_bits = table.description.match == VL_MODEL_TERNARY;
+    const Damage choices[] = {
+        {.what = VL_MODEL_LOST, .bits = 1},
+        {.what = VL_MODEL_KEY_BIT, .bits = key_bits},
+        {.what = VL_MODEL_MASK_BIT, .bits = has_mask_bits ? key_bits : 0U},
+        {.what = VL_MODEL_DATA_BIT, .bits = entry.data_len * 8U},
+        {.what = VL_MODEL_MEMBER_BIT, .bits = entry.kind == PIPE_KIND_MEMBER ? 32U : 0U},
+    };
+    Damage choice{};
+    while (choice.bits == 0)
+        choice = choices[random() % std::size(choices)];
+    return choice;
+}
+
+void flip(std::vector<uint8_t>& bytes, uint32_t bit) {
+    bytes[bit / 8] = static_cast<uint8_t>(bytes[bit / 8] ^ 1U << bit % 8);
+}
+
+vl_model_corruption corrupt(Table& table, pipe_ent_hdl ent_hdl, std::mt19937_64& random) {
+    const EntryView entry = table.entries.view(ent_hdl);
+    const Damage damage = choose_damage(table, entry, random);
+    const auto bit = static_cast<uint32_t>(random() % damage.bits);
+    std::optional<EntryImage> image;
+    if (damage.what != VL_MODEL_LOST) image = image_of(entry);
+    switch (damage.what) {
+    case VL_MODEL_LOST:
+        break;
+    case VL_MODEL_KEY_BIT:
+        flip(image->key, bit);
+        break;
+    case VL_MODEL_MASK_BIT:
+        flip(image->mask, bit);
+        break;
+    case VL_MODEL_DATA_BIT:
+        flip(image->data, bit);
+        break;
+    case VL_MODEL_MEMBER_BIT:
+        image->member_hdl ^= UINT32_C(1) << bit;
+        break;
+    }
+    table.hardware.emplace(ent_hdl, std::move(image));
+    return {.tbl_hdl = table.description.handle, .ent_hdl = ent_hdl, .what = damage.what, .bit = bit};
+}
+
+uint32_t intact_entries(const Table& table) {
+    const bool default_differs = table.hardware.contains(table.default_handle());
+    return table.entries.count() - static_cast<uint32_t>(table.hardware.size()) + (default_differs ? 1U : 0U);
+}
+
+// In the order of handles, so that the seed alone decides.
+std::vector<Table*> sorted_tables(const Device& device) {
+    std::vector<Table*> tables;
+    for (const auto& [handle, table] : device.tables)
+        tables.push_back(table.get());
+    std::sort(tables.begin(), tables.end(),
+              [](const Table* a, const Table* b) { return a->description.handle < b->description.handle; });
+    return tables;
+}
+
+} // namespace
+
+uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
+                       const std::function<void(EntryImage&)>& edit) {
+    EntryImage image;
+    const uint32_t status = with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
+        EntryView view;
+        const uint32_t found = find_view(table, ent_hdl, true, view);
+        if (found == VL_MODEL_OK) image = image_of(view);
+        return found;
+    });
+    if (status != VL_MODEL_OK) return status;
+    {
+        const WithinCallback within;
+        edit(image);
+    }
+    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
+        table.hardware[ent_hdl] = std::move(image);
+        return VL_MODEL_OK;
+    });
+}
+
+uint32_t drop_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl) {
+    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
+        table.hardware[ent_hdl].reset();
+        return VL_MODEL_OK;
+    });
+}
+
+} // namespace vl_model
+
+using namespace vl_model;
+
+uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t count, vl_model_corruption* corrupted,
+                                   uint32_t* corrupted_count) {
+    const auto body = [&]() -> pipe_status {
+        if (corrupted_count == nullptr || (corrupted == nullptr && count != 0)) return VL_MODEL_INVALID;
+        *corrupted_count = 0;
+        const std::lock_guard lock(model().mutex);
+        pipe_status status = VL_MODEL_OK;
+        const Device* device = find_device(dev_id, status);
+        if (device == nullptr) return status;
+        const std::vector<Table*> tables = sorted_tables(*device);
+        uint64_t left = 0;
+        for (const Table* table : tables)
+            left += intact_entries(*table);
+        // One pass: each entry is taken with the chance that the missing ones have among those that are left.
+        std::mt19937_64 random(seed);
+        for (Table* table : tables) {
+            for (pipe_ent_hdl entry = table->entries.first(); entry != 0; entry = table->entries.next(entry)) {
+                if (*corrupted_count == count) return VL_MODEL_OK;
+                if (table->hardware.contains(entry)) continue;
+                if (random() % left < count - *corrupted_count) {
+                    corrupted[*corrupted_count] = corrupt(*table, entry, random);
+                    ++*corrupted_count;
+                }
+                --left;
+            }
+        }
+        return VL_MODEL_OK;
+    };
+    return run_guarded(body);
+}

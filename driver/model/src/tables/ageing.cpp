@@ -1,0 +1,177 @@
+// See ageing.h. Relies on a clock that never goes back.
+#include "tables/ageing.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace vl_model {
+
+Ageing::Record& Ageing::record(pipe_ent_hdl ent_hdl) {
+    if (records_.size() <= ent_hdl) records_.resize(size_t{ent_hdl} + 1);
+    return records_[ent_hdl];
+}
+
+const Ageing::Record* Ageing::find(pipe_ent_hdl ent_hdl) const {
+    return ent_hdl < records_.size() ? &records_[ent_hdl] : nullptr;
+}
+
+uint32_t Ageing::effective_ttl(const Record& entry) const {
+    if (!on_ || active_.mode != PIPE_IDLE_MODE_NOTIFY) return entry.ttl;
+    const uint64_t ttl = entry.has_own_ttl ? entry.ttl : active_.params_c;
+    const uint32_t longest = active_.params_b != 0 ? active_.params_b : UINT32_MAX;
+    return static_cast<uint32_t>(std::min<uint64_t>(ttl, longest));
+}
+
+// An entry that stands in an earlier bucket already stays there: it is looked at again when that comes.
+void Ageing::enqueue(pipe_ent_hdl ent_hdl, Record& entry) {
+    const uint32_t ttl = on_ && active_.mode == PIPE_IDLE_MODE_NOTIFY ? effective_ttl(entry) : 0;
+    if (ttl == 0) {
+        dequeue(entry);
+        return;
+    }
+    const uint64_t deadline = entry.started + ttl;
+    if (entry.queued <= deadline) return;
+    drop_stale();
+    buckets_[deadline].push_back(ent_hdl);
+    ++listed_;
+    queued_ += entry.queued == never ? 1 : 0;
+    entry.queued = deadline;
+}
+
+void Ageing::dequeue(Record& entry) {
+    queued_ -= entry.queued != never ? 1 : 0;
+    entry.queued = never;
+}
+
+void Ageing::clear_buckets() {
+    buckets_.clear();
+    listed_ = 0;
+    queued_ = 0;
+    for (Record& entry : records_)
+        entry.queued = never;
+}
+
+// Entries that come and go while the clock stands still must not fill the memory.
+void Ageing::drop_stale() {
+    if (listed_ < 2 * queued_ + 1024) return;
+    listed_ = 0;
+    for (auto bucket = buckets_.begin(); bucket != buckets_.end();) {
+        std::vector<pipe_ent_hdl>& handles = bucket->second;
+        std::sort(handles.begin(), handles.end());
+        handles.erase(std::unique(handles.begin(), handles.end()), handles.end());
+        std::erase_if(handles, [&](pipe_ent_hdl ent_hdl) { return records_[ent_hdl].queued != bucket->first; });
+        listed_ += handles.size();
+        bucket = handles.empty() ? buckets_.erase(bucket) : std::next(bucket);
+    }
+}
+
+void Ageing::switch_on(uint64_t now, const TableStore& entries) {
+    clear_buckets();
+    active_ = *params;
+    on_since_ = now;
+    on_ = true;
+    for (pipe_ent_hdl ent_hdl = entries.first(); ent_hdl != 0; ent_hdl = entries.next(ent_hdl)) {
+        Record& entry = record(ent_hdl);
+        entry.started = now;
+        entry.expired = false;
+        entry.hit = false;
+        entry.hit_state = false;
+        enqueue(ent_hdl, entry);
+    }
+}
+
+void Ageing::switch_off() {
+    clear_buckets();
+    on_ = false;
+    for (Record& entry : records_) {
+        entry.expired = false;
+        entry.hit = false;
+        entry.hit_state = false;
+    }
+}
+
+void Ageing::start(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now) {
+    if (!on_ && ttl == 0) return;
+    Record& entry = record(ent_hdl);
+    entry.started = now;
+    entry.ttl = ttl;
+    entry.has_own_ttl = ttl != 0;
+    enqueue(ent_hdl, entry);
+}
+
+void Ageing::forget(pipe_ent_hdl ent_hdl) {
+    if (ent_hdl < records_.size()) {
+        dequeue(records_[ent_hdl]);
+        records_[ent_hdl] = {};
+    }
+}
+
+void Ageing::set_ttl(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now) {
+    Record& entry = record(ent_hdl);
+    entry.ttl = ttl;
+    entry.has_own_ttl = true;
+    restart(ent_hdl, now);
+}
+
+uint32_t Ageing::ttl(pipe_ent_hdl ent_hdl) const {
+    const Record* entry = find(ent_hdl);
+    return effective_ttl(entry != nullptr ? *entry : Record{});
+}
+
+void Ageing::restart(pipe_ent_hdl ent_hdl, uint64_t now) {
+    Record& entry = record(ent_hdl);
+    entry.started = now;
+    entry.expired = false;
+    enqueue(ent_hdl, entry);
+}
+
+void Ageing::hit(pipe_ent_hdl ent_hdl, uint64_t now) {
+    if (on_) {
+        record(ent_hdl).hit = true;
+        restart(ent_hdl, now);
+    }
+}
+
+void Ageing::update_hit_states() {
+    for (Record& entry : records_)
+        entry.hit_state = std::exchange(entry.hit, false);
+}
+
+bool Ageing::hit_state(pipe_ent_hdl ent_hdl) const {
+    const Record* entry = find(ent_hdl);
+    return entry != nullptr && entry->hit_state;
+}
+
+void Ageing::expire(uint64_t now, std::vector<IdleEntry>& expired) {
+    const uint64_t interval = active_.params_a;
+    const uint64_t looked_at = interval != 0 ? now - (now - on_since_) % interval : now;
+    while (!buckets_.empty() && buckets_.begin()->first <= looked_at) {
+        const auto bucket = buckets_.extract(buckets_.begin());
+        listed_ -= bucket.mapped().size();
+        for (const pipe_ent_hdl ent_hdl : bucket.mapped()) {
+            Record& entry = records_[ent_hdl];
+            if (entry.queued != bucket.key()) continue;
+            dequeue(entry);
+            const uint64_t deadline = entry.started + effective_ttl(entry);
+            if (deadline > looked_at) {
+                enqueue(ent_hdl, entry);
+            } else {
+                expired.push_back({deadline, ent_hdl});
+                entry.expired = true;
+            }
+        }
+    }
+}
+
+void Ageing::take_back(pipe_ent_hdl ent_hdl) {
+    Record& entry = record(ent_hdl);
+    entry.expired = false;
+    enqueue(ent_hdl, entry);
+}
+
+bool Ageing::is_expired(pipe_ent_hdl ent_hdl) const {
+    const Record* entry = find(ent_hdl);
+    return entry != nullptr && entry->expired;
+}
+
+} // namespace vl_model

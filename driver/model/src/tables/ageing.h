@@ -1,0 +1,89 @@
+// The idle time of one table's entries. Deadlines stand in buckets, and an entry that a packet hit moves on only when
+// its old deadline comes: neither a hit nor a step of the clock looks at entries whose time hasn't come. A table whose
+// idle time was never used costs nothing. Callers hold the model's mutex.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <vector>
+
+#include <vl_driver/idle.h>
+
+#include "core/callbacks.h"
+#include "tables/table_store.h"
+
+namespace vl_model {
+
+// An entry that has run out of time, and when.
+struct IdleEntry {
+    uint64_t deadline;
+    pipe_ent_hdl ent_hdl;
+};
+
+class Ageing {
+public:
+    std::optional<pipe_idle_params> params; // take effect when idle time is switched on
+    Subscriber<pipe_idle_tmo_cb> time_outs;
+
+    bool is_on() const {
+        return on_;
+    }
+    // Starts the time of all entries.
+    void switch_on(uint64_t now, const TableStore& entries);
+    void switch_off();
+
+    // A new entry. 0 stands for the table's default.
+    void start(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now);
+    void forget(pipe_ent_hdl ent_hdl);
+
+    // 0 for never.
+    void set_ttl(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now);
+    uint32_t ttl(pipe_ent_hdl ent_hdl) const;
+
+    // Starts the entry's time anew, as `hit` does too.
+    void restart(pipe_ent_hdl ent_hdl, uint64_t now);
+    void hit(pipe_ent_hdl ent_hdl, uint64_t now);
+
+    void update_hit_states();
+    bool hit_state(pipe_ent_hdl ent_hdl) const;
+
+    // Appends the entries that have run out of time since the last look and are not told of yet.
+    void expire(uint64_t now, std::vector<IdleEntry>& expired);
+    // The entry will expire again at the next look.
+    void take_back(pipe_ent_hdl ent_hdl);
+    // False again once the entry's time has started anew.
+    bool is_expired(pipe_ent_hdl ent_hdl) const;
+
+private:
+    struct Record {
+        uint64_t started = 0;
+        uint64_t queued = never; // the bucket that has the entry
+        uint32_t ttl = 0;
+        bool has_own_ttl = false;
+        bool expired = false;
+        bool hit = false;       // in hardware
+        bool hit_state = false; // as last read from there
+    };
+    static constexpr uint64_t never = UINT64_MAX;
+
+    Record& record(pipe_ent_hdl ent_hdl);
+    const Record* find(pipe_ent_hdl ent_hdl) const;
+    uint32_t effective_ttl(const Record& entry) const;
+    void enqueue(pipe_ent_hdl ent_hdl, Record& entry);
+    void dequeue(Record& entry);
+    void clear_buckets();
+    void drop_stale();
+
+    bool on_ = false;
+    pipe_idle_params active_{};
+    uint64_t on_since_ = 0;
+    std::vector<Record> records_; // by handle, as far as needed
+    // An entry whose record names another bucket is stale in this one.
+    std::map<uint64_t, std::vector<pipe_ent_hdl>> buckets_;
+    size_t listed_ = 0; // in buckets, with stale ones
+    size_t queued_ = 0; // records that name a bucket
+};
+
+} // namespace vl_model

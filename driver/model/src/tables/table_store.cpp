@@ -1,0 +1,383 @@
+// See table_store.h. Everything that can run out of memory comes before the first change, so that a refused call leaves
+// the table as it was.
+#include "tables/table_store.h"
+
+#include <algorithm>
+#include <bit>
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace vl_model {
+
+namespace {
+
+constexpr uint32_t chunk_records = 512;
+
+bool is_zero(const pipe_resource_slot& slot) {
+    static constexpr pipe_resource_slot zero{};
+    return std::memcmp(&slot, &zero, sizeof(zero)) == 0;
+}
+
+uint64_t mix(uint64_t hash, uint64_t word) {
+    hash = (hash ^ word) * UINT64_C(0x9E3779B97F4A7C15);
+    return hash ^ (hash >> 29);
+}
+
+uint64_t mix_bytes(uint64_t hash, const uint8_t* bytes, size_t len) {
+    for (; len >= sizeof(uint64_t); bytes += sizeof(uint64_t), len -= sizeof(uint64_t)) {
+        uint64_t word;
+        std::memcpy(&word, bytes, sizeof(word));
+        hash = mix(hash, word);
+    }
+    uint64_t rest = 0;
+    if (len >= sizeof(uint32_t)) {
+        uint32_t front;
+        uint32_t back; // overlaps the front, which does no harm
+        std::memcpy(&front, bytes, sizeof(front));
+        std::memcpy(&back, bytes + len - sizeof(back), sizeof(back));
+        rest = uint64_t{back} << 32 | front;
+    } else {
+        for (; len != 0; ++bytes, --len)
+            rest = rest << 8 | *bytes;
+    }
+    return mix(hash, rest);
+}
+
+uint32_t hash_of_slot(uint64_t slot) {
+    return static_cast<uint32_t>(slot >> 32);
+}
+
+uint32_t handle_of_slot(uint64_t slot) {
+    return static_cast<uint32_t>(slot);
+}
+
+} // namespace
+
+EntryImage image_of(const EntryView& view) {
+    EntryImage image;
+    image.key.assign(view.key, view.key + view.key_len);
+    image.mask.assign(view.mask, view.mask + view.key_len);
+    image.data.assign(view.data, view.data + view.data_len);
+    image.partition_index = view.partition_index;
+    image.priority = view.priority;
+    image.action_hdl = view.action_hdl;
+    image.kind = view.kind;
+    image.resource_count = view.resource_count;
+    image.data_bits = view.data_bits;
+    image.member_hdl = view.member_hdl;
+    image.group_hdl = view.group_hdl;
+    std::copy_n(view.slots, view.slot_count, image.slots.begin());
+    return image;
+}
+
+EntryView view_of(const EntryImage& image) {
+    return {
+        .key = image.key.data(),
+        .mask = image.mask.data(),
+        .data = image.data.data(),
+        .slots = image.slots.data(),
+        .slot_count = image.slots.size(),
+        .partition_index = image.partition_index,
+        .priority = image.priority,
+        .action_hdl = image.action_hdl,
+        .member_hdl = image.member_hdl,
+        .group_hdl = image.group_hdl,
+        .key_len = static_cast<uint16_t>(std::min(image.key.size(), image.mask.size())),
+        .data_bits = image.data_bits,
+        .data_len = static_cast<uint16_t>(image.data.size()),
+        .kind = image.kind,
+        .resource_count = image.resource_count,
+    };
+}
+
+std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
+                                                            const pipe_resource_slot* old_slots, size_t old_count) {
+    std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged;
+    std::copy(std::begin(action.slots), std::end(action.slots), merged.begin());
+    for (size_t i = 0; i < action.resource_count; ++i) {
+        if (merged[i].tag == PIPE_SLOT_UNCHANGED) {
+            const auto* old = std::find_if(old_slots, old_slots + old_count, [&](const pipe_resource_slot& slot) {
+                return slot.resource_hdl == merged[i].resource_hdl;
+            });
+            if (old != old_slots + old_count) merged[i] = *old;
+        }
+    }
+    return merged;
+}
+
+bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
+              const pipe_resource_slot& slot) {
+    uint8_t place = 0;
+    while (place < resource_count && slots[place].resource_hdl != slot.resource_hdl)
+        ++place;
+    if (place == slots.size()) return false;
+    slots[place] = slot;
+    resource_count = std::max(resource_count, static_cast<uint8_t>(place + 1));
+    return true;
+}
+
+void LiveSet::reserve(uint32_t position) {
+    for (auto& level : words_) {
+        position /= 64;
+        if (level.size() <= position) level.resize(position + 1);
+    }
+}
+
+void LiveSet::set(uint32_t position) {
+    for (auto& level : words_) {
+        level[position / 64] |= UINT64_C(1) << position % 64;
+        position /= 64;
+    }
+}
+
+void LiveSet::clear(uint32_t position) {
+    for (auto& level : words_) {
+        level[position / 64] &= ~(UINT64_C(1) << position % 64);
+        if (level[position / 64] != 0) return;
+        position /= 64;
+    }
+}
+
+bool LiveSet::has(uint32_t position) const {
+    return position / 64 < words_[0].size() && (words_[0][position / 64] >> position % 64 & 1) != 0;
+}
+
+uint32_t LiveSet::next(uint32_t from) const {
+    for (size_t level = 0; level < levels && from / 64 < words_[level].size(); ++level) {
+        const uint64_t rest = words_[level][from / 64] >> from % 64;
+        if (rest != 0) {
+            from += static_cast<uint32_t>(std::countr_zero(rest));
+            while (level != 0)
+                from = from * 64 + static_cast<uint32_t>(std::countr_zero(words_[--level][from]));
+            return from;
+        }
+        from = from / 64 + 1;
+    }
+    return none;
+}
+
+TableStore::TableStore(uint16_t key_len, uint16_t max_data_len)
+    : key_len_(key_len),
+      record_size_((sizeof(Head) + 2U * key_len + max_data_len + alignof(Head) - 1) / alignof(Head) * alignof(Head)) {}
+
+TableStore::~TableStore() {
+    for (uint32_t handle = first(); handle != 0; handle = next(handle))
+        delete[] head(handle).slots;
+}
+
+uint8_t* TableStore::record(uint32_t handle) const {
+    const uint32_t position = handle - 1;
+    return chunks_[position / chunk_records].get() + position % chunk_records * record_size_;
+}
+
+TableStore::Head& TableStore::head(uint32_t handle) const {
+    return *std::launder(reinterpret_cast<Head*>(record(handle)));
+}
+
+uint8_t* TableStore::key(uint32_t handle) const {
+    return record(handle) + sizeof(Head);
+}
+
+uint8_t* TableStore::data(uint32_t handle) const {
+    return key(handle) + 2 * size_t{key_len_};
+}
+
+uint32_t TableStore::hash(const pipe_match_record& match) const {
+    uint64_t hash = mix(0, uint64_t{match.partition_index} << 32 | match.priority);
+    hash = mix_bytes(hash, match.key_bytes, key_len_);
+    hash = mix_bytes(hash, match.mask_bytes, key_len_);
+    return static_cast<uint32_t>(hash ^ hash >> 32);
+}
+
+uint32_t TableStore::find(const pipe_match_record& match, uint32_t wanted) const {
+    if (count_ == 0) return 0;
+    const size_t mask = index_.size() - 1;
+    for (size_t i = wanted & mask; index_[i] != 0; i = (i + 1) & mask) {
+        if (hash_of_slot(index_[i]) == wanted) {
+            const uint32_t handle = handle_of_slot(index_[i]);
+            const Head& h = head(handle);
+            const uint8_t* bytes = key(handle);
+            if (h.partition_index == match.partition_index && h.priority == match.priority &&
+                std::memcmp(bytes, match.key_bytes, key_len_) == 0 &&
+                std::memcmp(bytes + key_len_, match.mask_bytes, key_len_) == 0)
+                return handle;
+        }
+    }
+    return 0;
+}
+
+void TableStore::insert_into_index(IndexSlot slot) {
+    const size_t mask = index_.size() - 1;
+    size_t i = hash_of_slot(slot) & mask;
+    while (index_[i] != 0)
+        i = (i + 1) & mask;
+    index_[i] = slot;
+}
+
+void TableStore::grow_index() {
+    std::vector<IndexSlot> old(std::max<size_t>(16, index_.size() * 2));
+    old.swap(index_);
+    for (const IndexSlot slot : old)
+        if (slot != 0) insert_into_index(slot);
+}
+
+namespace {
+
+struct KeptSlots {
+    std::unique_ptr<pipe_resource_slot[]> slots;
+    size_t count = 0;
+};
+
+// Most entries have one slot or none: the zero ones at the end are not kept.
+KeptSlots kept_slots(const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots) {
+    KeptSlots kept;
+    kept.count = slots.size();
+    while (kept.count != 0 && is_zero(slots[kept.count - 1]))
+        --kept.count;
+    if (kept.count != 0) {
+        kept.slots = std::make_unique_for_overwrite<pipe_resource_slot[]>(kept.count);
+        std::copy_n(slots.begin(), kept.count, kept.slots.get());
+    }
+    return kept;
+}
+
+bool has_slots(const pipe_action_record& action) {
+    static constexpr pipe_resource_slot none[PIPE_MAX_SLOTS]{};
+    return std::memcmp(action.slots, none, sizeof(none)) != 0;
+}
+
+} // namespace
+
+uint32_t TableStore::add(const pipe_match_record& match, uint32_t hash, uint32_t action_hdl,
+                         const pipe_action_record& action) {
+    if (count_ + 1 > index_.size() / 8 * 5) grow_index();
+    KeptSlots kept;
+    if (has_slots(action)) kept = kept_slots(merged_slots(action, nullptr, 0));
+    if (free_.empty() && high_water_ == chunks_.size() * chunk_records) {
+        free_.reserve(high_water_ + chunk_records);
+        live_.reserve(high_water_ + chunk_records);
+        chunks_.push_back(std::make_unique_for_overwrite<uint8_t[]>(chunk_records * record_size_));
+    }
+
+    uint32_t handle;
+    if (free_.empty()) {
+        handle = ++high_water_;
+    } else {
+        handle = free_.back();
+        free_.pop_back();
+    }
+    Head& h = *new (record(handle)) Head{};
+    h.partition_index = match.partition_index;
+    h.priority = match.priority;
+    std::memcpy(key(handle), match.key_bytes, key_len_);
+    std::memcpy(key(handle) + key_len_, match.mask_bytes, key_len_);
+    write_action(handle, action_hdl, action, std::move(kept.slots), kept.count);
+    insert_into_index(IndexSlot{hash} << 32 | handle);
+    live_.set(handle);
+    ++count_;
+    return handle;
+}
+
+bool TableStore::has(uint32_t handle) const {
+    return live_.has(handle);
+}
+
+void TableStore::set_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action) {
+    const Head& h = head(handle);
+    KeptSlots kept;
+    if (has_slots(action)) kept = kept_slots(merged_slots(action, h.slots, h.slot_count));
+    write_action(handle, action_hdl, action, std::move(kept.slots), kept.count);
+}
+
+void TableStore::set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
+                           uint8_t resource_count) {
+    KeptSlots kept = kept_slots(slots);
+    Head& h = head(handle);
+    delete[] std::exchange(h.slots, kept.slots.release());
+    h.slot_count = static_cast<uint8_t>(kept.count);
+    h.resource_count = resource_count;
+}
+
+void TableStore::write_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action,
+                              std::unique_ptr<pipe_resource_slot[]> slots, size_t slot_count) {
+    Head& h = head(handle);
+    delete[] std::exchange(h.slots, slots.release());
+    h.slot_count = static_cast<uint8_t>(slot_count);
+    h.action_hdl = action_hdl;
+    h.member_hdl = action.member_hdl;
+    h.group_hdl = action.group_hdl;
+    h.data_bits = action.action.data_bits;
+    h.data_len = action.action.data_len;
+    h.kind = action.kind;
+    h.resource_count = action.resource_count;
+    if (h.data_len != 0) std::memcpy(data(handle), action.action.data, h.data_len);
+}
+
+size_t TableStore::index_position(uint32_t handle) const {
+    pipe_match_record match{};
+    match.key_bytes = key(handle);
+    match.mask_bytes = key(handle) + key_len_;
+    match.partition_index = head(handle).partition_index;
+    match.priority = head(handle).priority;
+    const size_t mask = index_.size() - 1;
+    size_t i = hash(match) & mask;
+    while (handle_of_slot(index_[i]) != handle)
+        i = (i + 1) & mask;
+    return i;
+}
+
+void TableStore::remove(uint32_t handle) {
+    // Close the gap: a later slot of the run moves up unless that would put it before its home position.
+    const size_t mask = index_.size() - 1;
+    size_t gap = index_position(handle);
+    for (size_t i = (gap + 1) & mask; index_[i] != 0; i = (i + 1) & mask) {
+        const size_t home = hash_of_slot(index_[i]) & mask;
+        if (((i - home) & mask) >= ((i - gap) & mask)) {
+            index_[gap] = index_[i];
+            gap = i;
+        }
+    }
+    index_[gap] = 0;
+
+    delete[] head(handle).slots;
+    live_.clear(handle);
+    free_.push_back(handle); // has room for all handles
+    --count_;
+}
+
+uint32_t& TableStore::placement(uint32_t handle) {
+    return head(handle).placement;
+}
+
+EntryView TableStore::view(uint32_t handle) const {
+    const Head& h = head(handle);
+    return {
+        .key = key(handle),
+        .mask = key(handle) + key_len_,
+        .data = data(handle),
+        .slots = h.slots,
+        .slot_count = h.slot_count,
+        .partition_index = h.partition_index,
+        .priority = h.priority,
+        .action_hdl = h.action_hdl,
+        .member_hdl = h.member_hdl,
+        .group_hdl = h.group_hdl,
+        .key_len = key_len_,
+        .data_bits = h.data_bits,
+        .data_len = h.data_len,
+        .kind = h.kind,
+        .resource_count = h.resource_count,
+    };
+}
+
+uint32_t TableStore::first() const {
+    return next(0);
+}
+
+uint32_t TableStore::next(uint32_t handle) const {
+    const uint32_t found = live_.next(handle + 1);
+    return found == LiveSet::none ? 0 : found;
+}
+
+} // namespace vl_model
