@@ -1,187 +1,227 @@
-// The gate that every boundary function passes: armed faults and the record of calls. Nothing is looked at but one flag
-// while a test uses neither. Relies on the boundary's records only.
+// The gate that every boundary function passes: refusals, null pointers, and what a test does with calls. While no test
+// does anything, a call costs the look at one flag. Relies on the boundary's records only.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <cstring>
+#include <functional>
 #include <new>
-#include <optional>
 #include <string>
-#include <string_view>
+#include <tuple>
 #include <type_traits>
-#include <utility>
 
 #include <vl_driver/types.h>
 #include <vl_model/control.h>
 #include <vl_model/observe.hpp>
 
-#include "core/callbacks.h"
-
 namespace vl_model {
 
-// True while a fault is armed, calls are recorded or a test answers calls.
-extern std::atomic<bool> watching;
-
-// The answer to calls of the function, with no callback if there is none. A copy: answers run without a lock.
-Subscriber<Answer> find_answer(std::string_view function);
-
-// Back to the start: no faults, no recording, no answers.
-void reset_watch();
-
-// Disarms the faults of fail_call.
-void clear_call_faults();
-
-// Counts the call down on the function's faults; a status if one fires.
-std::optional<uint32_t> take_fault(const char* function);
-
-bool is_recording();
-
-// Keeps the call and returns its number for note_status.
-uint64_t note_call(const Call& call);
-void note_status(uint64_t number, uint32_t status);
-
-// The formatted line of a log call, which is not among its arguments.
-struct LogLine {
-    const std::string& text;
+// Ends a call with a status. Whoever refuses must not have changed anything yet.
+struct Refusal {
+    pipe_status status;
 };
 
-// An array: its address is the argument, and its content is kept beside.
-template <class Item>
-struct ArrayArgument {
-    const Item* items;
+[[noreturn]] inline void refuse(vl_model_status status) {
+    throw Refusal{status};
+}
+
+inline void refuse_if(bool is_refused, vl_model_status status) {
+    if (is_refused) refuse(status);
+}
+
+// What a map has under a key; the call is refused if it has nothing.
+template <class Map>
+auto& found_in(Map& map, const typename Map::key_type& key, vl_model_status refusal) {
+    const auto found = map.find(key);
+    refuse_if(found == map.end(), refusal);
+    return found->second;
+}
+
+// What a function returns whose work is `Body`: work without a result gives a status.
+template <class Body, class Result = std::invoke_result_t<Body>>
+using ResultOf = std::conditional_t<std::is_void_v<Result>, pipe_status, Result>;
+
+// Runs the work of a function that C calls: no exception may leave it. A refusal gives its status, or null where the
+// function returns a pointer.
+template <class Body>
+ResultOf<Body> guarded(Body&& body) {
+    const auto refusal = [](pipe_status status) {
+        if constexpr (std::is_pointer_v<ResultOf<Body>>)
+            return nullptr;
+        else
+            return static_cast<ResultOf<Body>>(status);
+    };
+    try {
+        if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
+            body();
+            return VL_MODEL_OK;
+        } else {
+            return body();
+        }
+    } catch (const Refusal& refused) {
+        return refusal(refused.status);
+    } catch (const std::bad_alloc&) {
+        return refusal(VL_MODEL_NO_MEMORY);
+    }
+}
+
+// Arguments are recorded as vl_model::Call says. A pointer must not be null, unless it leads to a function, to void or
+// to no items. These say more of a pointer:
+
+// Room for the caller's items, which are not recorded.
+struct RoomArgument {
+    const void* items;
     size_t count;
 };
 
-// A record or an array of the caller's, which is kept among the call's inputs.
+// Items that are recorded among the call's inputs.
 template <class Item>
 struct InputArgument {
     const Item* items;
     size_t count;
 };
 
+// Handles or bytes, which have a place of their own in a recorded call.
+template <class Item>
+struct ListArgument {
+    const Item* items;
+    size_t count;
+};
+
+// The line of a log call: recorded, but none of the arguments.
+struct LogLine {
+    const std::string& text;
+};
+
+inline RoomArgument room(const void* items, size_t count) {
+    return {items, count};
+}
+
+inline RoomArgument nullable(const void* pointer) {
+    return {pointer, 0};
+}
+
 template <class Item>
 InputArgument<Item> input(const Item* items, size_t count = 1) {
     return {items, count};
 }
 
-void copy_array(Call& call, const uint32_t* handles, size_t count);
-void copy_array(Call& call, const uint8_t* bytes, size_t count);
+template <class Item>
+InputArgument<Item> nullable_input(const Item* item) {
+    return {item, item != nullptr ? size_t{1} : size_t{0}};
+}
 
+template <class Item>
+ListArgument<Item> list(const Item* items, size_t count) {
+    return {items, count};
+}
+
+template <class Arg>
+bool is_given(const Arg& arg) {
+    if constexpr (requires { arg.items; })
+        return arg.items != nullptr || arg.count == 0;
+    else if constexpr (std::is_pointer_v<Arg>)
+        return std::is_void_v<std::remove_pointer_t<Arg>> || std::is_function_v<std::remove_pointer_t<Arg>> ||
+               arg != nullptr;
+    else
+        return true;
+}
+
+void copy_list(Call& call, const uint32_t* handles, size_t count);
+void copy_list(Call& call, const uint8_t* bytes, size_t count);
 void copy_record(Call& call, const pipe_match_record& record);
 void copy_record(Call& call, const pipe_action_record& record);
 void copy_record(Call& call, const pipe_action_data& data);
 
-template <class Item>
-void note_argument(Call& call, const ArrayArgument<Item>& arg) {
-    call.args.push_back(reinterpret_cast<uintptr_t>(arg.items));
-    if (arg.items != nullptr) copy_array(call, arg.items, arg.count);
+template <class Pointee>
+void note(Call& call, Pointee* pointer) {
+    call.args.push_back(reinterpret_cast<uintptr_t>(pointer));
+    if constexpr (requires { copy_record(call, *pointer); }) {
+        if (pointer != nullptr) copy_record(call, *pointer);
+    }
 }
 
 template <class Item>
-void note_argument(Call& call, const InputArgument<Item>& arg) {
+void note(Call& call, const ListArgument<Item>& arg) {
+    call.args.push_back(reinterpret_cast<uintptr_t>(arg.items));
+    if (arg.items != nullptr) copy_list(call, arg.items, arg.count);
+}
+
+template <class Item>
+void note(Call& call, const InputArgument<Item>& arg) {
     static_assert(std::is_trivially_copyable_v<Item>);
     call.args.push_back(reinterpret_cast<uintptr_t>(arg.items));
     const auto* bytes = reinterpret_cast<const uint8_t*>(arg.items);
     call.inputs.emplace_back(bytes, bytes != nullptr ? bytes + arg.count * sizeof(Item) : nullptr);
 }
 
+inline void note(Call& call, const RoomArgument& arg) {
+    call.args.push_back(reinterpret_cast<uintptr_t>(arg.items));
+}
+
+inline void note(Call& call, const LogLine& line) {
+    call.text = line.text;
+}
+
+// An integer, or a record by value.
 template <class Arg>
-void note_argument(Call& call, const Arg& arg) {
-    if constexpr (std::is_same_v<Arg, LogLine>) {
-        call.text = arg.text;
-    } else if constexpr (std::is_pointer_v<Arg>) {
-        call.args.push_back(reinterpret_cast<uintptr_t>(arg));
-        using Pointee = std::remove_cv_t<std::remove_pointer_t<Arg>>;
-        if constexpr (std::is_same_v<Pointee, pipe_match_record> || std::is_same_v<Pointee, pipe_action_record> ||
-                      std::is_same_v<Pointee, pipe_action_data>) {
-            if (arg != nullptr) copy_record(call, *arg);
-        }
-    } else if constexpr (std::is_integral_v<Arg>) {
+void note(Call& call, const Arg& arg) {
+    if constexpr (std::is_integral_v<Arg>) {
         call.args.push_back(static_cast<std::make_unsigned_t<Arg>>(arg));
     } else {
         static_assert(std::is_trivially_copyable_v<Arg> && sizeof(Arg) % sizeof(uint64_t) == 0);
-        uint64_t words[sizeof(Arg) / sizeof(uint64_t)];
-        std::memcpy(words, &arg, sizeof(Arg));
-        call.args.insert(call.args.end(), std::begin(words), std::end(words));
+        const size_t words = call.args.size();
+        call.args.resize(words + sizeof(Arg) / sizeof(uint64_t));
+        std::memcpy(&call.args[words], &arg, sizeof(Arg));
     }
 }
 
-template <class Result>
-Result refusal(uint32_t status) {
-    if constexpr (std::is_pointer_v<Result>)
-        return nullptr;
-    else
-        return static_cast<Result>(status);
-}
+// True while a fault is armed, calls are recorded or a test answers calls.
+extern std::atomic<bool> watching;
 
-// No exception may cross the boundary: its callers are C.
-template <class Body>
-auto run_guarded(Body& body) -> decltype(body()) {
-    try {
-        return body();
-    } catch (const std::bad_alloc&) {
-        return refusal<decltype(body())>(VL_MODEL_NO_MEMORY);
-    }
-}
+enum class Returns { status, integer, pointer };
 
-template <class Result>
-uint64_t word_of(Result result) {
-    if constexpr (std::is_pointer_v<Result>)
-        return reinterpret_cast<uintptr_t>(result);
-    else
-        return static_cast<std::make_unsigned_t<Result>>(result);
-}
+// Gives tests their say on a call: `note_arguments` fills in the arguments, `work` is what the driver does.
+uint64_t run_watched(const char* function, Returns returns, const std::function<void(Call&)>& note_arguments,
+                     const std::function<uint64_t()>& work);
 
-template <class Result>
-Result result_of(uint64_t word) {
-    if constexpr (std::is_pointer_v<Result>)
-        return reinterpret_cast<Result>(static_cast<uintptr_t>(word));
-    else
-        return static_cast<Result>(word);
-}
+// Ends all faults, recording and answers.
+void reset_watch();
 
-// Gives a test the answer to a call, or runs its body.
-template <class Body>
-auto answered(const Subscriber<Answer>& answer, AnsweredCall& call, Body& body) -> decltype(body()) {
-    if (answer.callback) {
-        if (const RunningCall running{answer.registration}) {
-            call.driver = [&] { return word_of(run_guarded(body)); };
-            return result_of<decltype(body())>(answer.callback(call));
+// A call of a boundary function: its name, and its arguments in their order.
+template <class... Args>
+class BoundaryCall {
+public:
+    explicit BoundaryCall(const char* function, const Args&... args) : function_(function), args_(args...) {}
+
+    // Runs the work of the function and gives what the function returns.
+    template <class Body>
+    ResultOf<Body> operator()(Body&& body) const {
+        using Result = ResultOf<Body>;
+        const auto work = [&] {
+            const auto all_given = [](const auto&... args) { return (is_given(args) && ...); };
+            refuse_if(!std::apply(all_given, args_), VL_MODEL_INVALID);
+            return body();
+        };
+        if (!watching.load(std::memory_order_relaxed)) [[likely]]
+            return guarded(work);
+        const auto note_arguments = [&](Call& call) {
+            std::apply([&](const auto&... args) { (note(call, args), ...); }, args_);
+        };
+        if constexpr (std::is_pointer_v<Result>) {
+            const auto address = [&] { return reinterpret_cast<uintptr_t>(guarded(work)); };
+            return reinterpret_cast<Result>(run_watched(function_, Returns::pointer, note_arguments, address));
+        } else {
+            constexpr auto returns = std::is_same_v<Result, pipe_status> ? Returns::status : Returns::integer;
+            const auto word = [&] { return static_cast<std::make_unsigned_t<Result>>(guarded(work)); };
+            return static_cast<Result>(run_watched(function_, returns, note_arguments, word));
         }
     }
-    return body();
-}
 
-template <class Body, class... Args>
-[[gnu::noinline]] auto run_watched(const char* function, Body& body, const Args&... args) -> decltype(body()) {
-    using Result = decltype(body());
-    const Subscriber<Answer> answer = find_answer(function);
-    std::optional<uint64_t> number;
-    AnsweredCall call;
-    if (const bool recording = is_recording(); recording || answer.callback) {
-        call.function = function;
-        (note_argument(call, args), ...);
-        if (recording) number = note_call(call);
-    }
-    const std::optional<uint32_t> fault = take_fault(function);
-    auto answered_body = [&] { return answered(answer, call, body); };
-    const Result result = fault ? refusal<Result>(*fault) : run_guarded(answered_body);
-    if (number) {
-        if constexpr (std::is_same_v<Result, pipe_status>)
-            note_status(*number, result);
-        else
-            note_status(*number, fault.value_or(VL_MODEL_OK));
-    }
-    return result;
-}
-
-// What each boundary function consists of: its name as the boundary has it, its work, its arguments in their order.
-template <class Body, class... Args>
-auto boundary(const char* function, Body&& body, const Args&... args) -> decltype(body()) {
-    if (watching.load(std::memory_order_relaxed)) [[unlikely]]
-        return run_watched(function, body, args...);
-    return run_guarded(body);
-}
+private:
+    const char* function_;
+    std::tuple<const Args&...> args_;
+};
 
 } // namespace vl_model

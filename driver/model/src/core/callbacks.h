@@ -40,6 +40,14 @@ private:
     WithinCallback within_;
 };
 
+// Calls a callback that a call brought along, if it did.
+template <class Callback>
+void call_once(Callback callback, uint32_t dev_id, void* cookie) {
+    if (callback == nullptr) return;
+    const WithinCallback within;
+    callback(dev_id, cookie);
+}
+
 // Ends a registration, if there is one, and waits for its calls that run, but not within a callback: one that waited
 // for itself, or two that waited for each other, would wait for ever. The model's mutex must be free.
 void end(const std::shared_ptr<Registration>& registration) noexcept;

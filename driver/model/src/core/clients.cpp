@@ -23,6 +23,12 @@ auto find_client(Model& m, bf_drv_client_hdl handle) {
     return std::find_if(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.handle == handle; });
 }
 
+Client& registered_client(bf_drv_client_hdl handle) {
+    const auto client = find_client(model(), handle);
+    refuse_if(client == model().clients.end(), VL_MODEL_UNKNOWN_CLIENT);
+    return *client;
+}
+
 // Calls one of a client's callbacks, as it is registered now. Nobody is called if the client has gone.
 template <class Callback, class... Args>
 pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbacks::*which, Args... args) {
@@ -39,12 +45,10 @@ pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbac
     return callback(args...);
 }
 
-// A copy, since callbacks run without the mutex; nothing if the device is unknown.
-std::optional<std::vector<Client>> clients_for_device(pipe_dev_id dev_id) {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    if (!m.devices.contains(dev_id)) return std::nullopt;
-    std::vector<Client> clients = m.clients;
+// In the order of their priorities. A copy, since callbacks run without the mutex. Refuses an unknown device.
+std::vector<Client> clients_for_device(pipe_dev_id dev_id) {
+    const LockedDevice device(dev_id);
+    std::vector<Client> clients = model().clients;
     std::stable_sort(clients.begin(), clients.end(),
                      [](const Client& a, const Client& b) { return a.priority < b.priority; });
     return clients;
@@ -53,70 +57,54 @@ std::optional<std::vector<Client>> clients_for_device(pipe_dev_id dev_id) {
 } // namespace
 
 pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
-    const auto body = [&]() -> pipe_status {
-        if (client_name == nullptr || hdl == nullptr) return VL_MODEL_INVALID;
+    return BoundaryCall(__func__, client_name, hdl)([&] {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         // The device state log tells clients apart by name.
-        if (std::any_of(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.name == client_name; }))
-            return VL_MODEL_EXISTS;
+        const bool is_taken =
+            std::any_of(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.name == client_name; });
+        refuse_if(is_taken, VL_MODEL_EXISTS);
         m.clients.push_back({.handle = m.last_client + 1,
                              .name = client_name,
                              .callbacks = {},
                              .registration = nullptr,
                              .priority = 0});
         *hdl = ++m.last_client;
-        return VL_MODEL_OK;
-    };
-    return boundary("bf_drv_register", body, client_name, hdl);
+    });
 }
 
 pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv_client_callbacks* callbacks,
                                              uint32_t priority) {
-    const auto body = [&]() -> pipe_status {
-        if (callbacks == nullptr) return VL_MODEL_INVALID;
+    return BoundaryCall(__func__, hdl, callbacks, priority)([&] {
         std::shared_ptr<Registration> registration = std::make_shared<Registration>();
         {
-            Model& m = model();
-            const std::lock_guard lock(m.mutex);
-            const auto client = find_client(m, hdl);
-            if (client == m.clients.end()) return VL_MODEL_UNKNOWN_CLIENT;
-            client->callbacks = *callbacks;
-            client->priority = priority;
-            client->registration.swap(registration);
+            const std::lock_guard lock(model().mutex);
+            Client& client = registered_client(hdl);
+            client.callbacks = *callbacks;
+            client.priority = priority;
+            client.registration.swap(registration);
         }
         end(registration);
-        return VL_MODEL_OK;
-    };
-    return boundary("bf_drv_client_register_callbacks", body, hdl, callbacks, priority);
+    });
 }
 
 pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
-    const auto body = [&]() -> pipe_status {
+    return BoundaryCall(__func__, hdl)([&] {
         std::shared_ptr<Registration> ended;
         {
-            Model& m = model();
-            const std::lock_guard lock(m.mutex);
-            const auto client = find_client(m, hdl);
-            if (client == m.clients.end()) return VL_MODEL_UNKNOWN_CLIENT;
-            ended = std::move(client->registration);
-            m.clients.erase(client);
+            const std::lock_guard lock(model().mutex);
+            ended = std::move(registered_client(hdl).registration);
+            model().clients.erase(find_client(model(), hdl));
         }
         end(ended);
-        return VL_MODEL_OK;
-    };
-    return boundary("bf_drv_deregister", body, hdl);
+    });
 }
 
 uint32_t vl_model_device_state_drop(uint32_t dev_id) {
-    const auto body = [&]() -> pipe_status {
-        const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
-        if (!clients) return VL_MODEL_UNKNOWN_DEVICE;
-        for (const Client& client : *clients)
+    return guarded([&] {
+        for (const Client& client : clients_for_device(dev_id))
             call_client(client.handle, &bf_drv_client_callbacks::device_remove, dev_id);
-        return VL_MODEL_OK;
-    };
-    return run_guarded(body);
+    });
 }
 
 uint32_t vl_model_device_remove(uint32_t dev_id) {
@@ -137,11 +125,11 @@ uint32_t vl_model_device_remove(uint32_t dev_id) {
 }
 
 char* vl_model_state_log(uint32_t dev_id) {
-    const auto body = [&]() -> char* {
-        const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
+    return guarded([&]() -> char* {
+        const std::vector<Client> clients = clients_for_device(dev_id);
         const Json root(cJSON_CreateObject());
-        if (!clients || root == nullptr) return nullptr;
-        for (const Client& client : *clients) {
+        if (root == nullptr) return nullptr;
+        for (const Client& client : clients) {
             if (client.callbacks.state_log != nullptr) {
                 cJSON* object = cJSON_AddObjectToObject(root.get(), client.name.c_str());
                 if (object == nullptr) return nullptr;
@@ -153,18 +141,15 @@ char* vl_model_state_log(uint32_t dev_id) {
         char* text = printed != nullptr ? strdup(printed) : nullptr;
         cJSON_free(printed);
         return text;
-    };
-    return run_guarded(body);
+    });
 }
 
 uint32_t vl_model_state_restore(uint32_t dev_id, const char* json) {
-    const auto body = [&]() -> pipe_status {
+    return guarded([&] {
         const Json root(json != nullptr ? cJSON_Parse(json) : nullptr);
-        if (root == nullptr || !cJSON_IsObject(root.get())) return VL_MODEL_INVALID;
-        const std::optional<std::vector<Client>> clients = clients_for_device(dev_id);
-        if (!clients) return VL_MODEL_UNKNOWN_DEVICE;
+        refuse_if(root == nullptr || !cJSON_IsObject(root.get()), VL_MODEL_INVALID);
         pipe_status result = VL_MODEL_OK;
-        for (const Client& client : *clients) {
+        for (const Client& client : clients_for_device(dev_id)) {
             cJSON* object = cJSON_GetObjectItemCaseSensitive(root.get(), client.name.c_str());
             if (client.callbacks.state_restore != nullptr && object != nullptr) {
                 const pipe_status status =
@@ -173,6 +158,5 @@ uint32_t vl_model_state_restore(uint32_t dev_id, const char* json) {
             }
         }
         return result;
-    };
-    return run_guarded(body);
+    });
 }

@@ -1,65 +1,9 @@
-// Sessions and devices, and the copy of a pipeline's description that a device is made of.
+// Sessions, devices and their tables.
 #include "core/model.h"
 
 #include <algorithm>
-#include <new>
-
-#include "core/boundary.h"
 
 namespace vl_model {
-
-namespace {
-
-constexpr uint32_t max_capacity = UINT32_C(0x7FFFFFFF); // handles with the top bit are default entries'
-
-uint16_t max_data_len(const vl_model_table& description) {
-    uint16_t max = 0;
-    for (uint32_t i = 0; i < description.action_count; ++i)
-        max = std::max(max, description.actions[i].data_len);
-    return max;
-}
-
-bool is_sound(const vl_model_table& table) {
-    if (table.handle == 0 || (table.action_count != 0 && table.actions == nullptr) || table.match > VL_MODEL_PREFIX ||
-        (table.match == VL_MODEL_KEYLESS) != (table.key_len == 0))
-        return false;
-    std::unordered_set<uint32_t> seen;
-    bool has_initial = table.initial_default == 0;
-    for (uint32_t i = 0; i < table.action_count; ++i) {
-        const vl_model_action& action = table.actions[i];
-        if (action.handle == 0 || !seen.insert(action.handle).second) return false;
-        has_initial = has_initial || action.handle == table.initial_default;
-    }
-    return has_initial;
-}
-
-// Makes the data table and the selector of a match table, which other tables may point at too, each with the actions
-// that it allows its entries. False if they contradict what the device has.
-bool add_profile(Device& device, Table& table) {
-    const vl_model_table& description = table.description;
-    if (description.data_table == 0) return description.selector == 0;
-    DataTable& data_table = device.data_tables[description.data_table];
-    table.data_table = &data_table;
-    for (const vl_model_action& action : table.actions) {
-        const auto is_same = [&](const vl_model_action& other) { return other.handle == action.handle; };
-        if (action.for_entries != 0 && std::none_of(data_table.actions.begin(), data_table.actions.end(), is_same))
-            data_table.actions.push_back(action);
-    }
-    if (description.selector == 0) return true;
-    Selector& selector = device.selectors.try_emplace(description.selector, data_table).first->second;
-    table.selector = &selector;
-    return &selector.data_table == &data_table;
-}
-
-// Match tables, data tables and selectors share one space of handles.
-bool has_shared_handles(const Device& device) {
-    const auto is_taken = [&](const auto& entry) { return device.tables.contains(entry.first); };
-    return std::any_of(device.data_tables.begin(), device.data_tables.end(), is_taken) ||
-           std::any_of(device.selectors.begin(), device.selectors.end(),
-                       [&](const auto& entry) { return is_taken(entry) || device.data_tables.contains(entry.first); });
-}
-
-} // namespace
 
 Model& model() {
     // Never destroyed: other objects' destructors may still call the driver.
@@ -68,29 +12,7 @@ Model& model() {
 }
 
 void forget_placement(uint32_t& placement) {
-    if (placement != 0) {
-        model().placements.remove(placement);
-        placement = 0;
-    }
-}
-
-Table::Table(const vl_model_table& from)
-    : name(from.name != nullptr ? from.name : ""),
-      actions(from.actions, from.actions + from.action_count),
-      description(from),
-      entries(from.key_len, max_data_len(from)) {
-    description.name = name.c_str();
-    description.actions = actions.data();
-    if (description.capacity == 0) description.capacity = VL_MODEL_DEFAULT_CAPACITY;
-    description.capacity = std::min(description.capacity, max_capacity);
-    if (description.idle_time != 0) ageing = std::make_unique<Ageing>();
-    reset_default_entry();
-}
-
-const vl_model_action* Table::find_action(pipe_act_hdl act_hdl) const {
-    const auto found = std::find_if(actions.begin(), actions.end(),
-                                    [&](const vl_model_action& action) { return action.handle == act_hdl; });
-    return found == actions.end() ? nullptr : &*found;
+    if (placement != 0) model().placements.remove(std::exchange(placement, 0));
 }
 
 uint32_t* Table::target_uses(uint8_t kind, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) const {
@@ -155,30 +77,15 @@ void end_registrations(Device& device) noexcept {
         end(digest.subscriber.registration);
 }
 
-Device* find_device(Target target, pipe_status& status) {
-    const Model& m = model();
-    const auto device = m.devices.find(target.dev_id);
-    if (device == m.devices.end()) {
-        status = VL_MODEL_UNKNOWN_DEVICE;
-        return nullptr;
-    }
-    if (!device->second->has_pipe(target.pipe)) {
-        status = VL_MODEL_OUT_OF_RANGE;
-        return nullptr;
-    }
-    status = VL_MODEL_OK;
-    return device->second.get();
+Device& LockedDevice::find(Target target) {
+    Device& device = *found_in(model().devices, target.dev_id, VL_MODEL_UNKNOWN_DEVICE);
+    refuse_if(!device.has_pipe(target.pipe), VL_MODEL_OUT_OF_RANGE);
+    return device;
 }
 
-Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status) {
-    Device* device = find_device(dev_id, status);
-    if (device == nullptr) return nullptr;
-    const auto table = device->tables.find(tbl_hdl);
-    if (table == device->tables.end()) {
-        status = VL_MODEL_UNKNOWN_TABLE;
-        return nullptr;
-    }
-    return table->second.get();
+Device& LockedDevice::find(pipe_sess_hdl sess_hdl, Target target) {
+    refuse_if(!model().sessions.contains(sess_hdl), VL_MODEL_UNKNOWN_SESSION);
+    return find(target);
 }
 
 } // namespace vl_model
@@ -186,60 +93,50 @@ Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status)
 using namespace vl_model;
 
 uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline) {
-    if (pipeline == nullptr || (pipeline->table_count != 0 && pipeline->tables == nullptr)) return VL_MODEL_INVALID;
-    try {
-        auto device = std::make_unique<Device>();
-        device->pipeline = pipeline->name != nullptr ? pipeline->name : "";
-        for (uint32_t i = 0; i < pipeline->table_count; ++i) {
-            const vl_model_table& table = pipeline->tables[i];
-            if (!is_sound(table) || device->tables.contains(table.handle)) return VL_MODEL_INVALID;
-            const auto added = device->tables.emplace(table.handle, std::make_unique<Table>(table)).first;
-            if (!add_profile(*device, *added->second)) return VL_MODEL_INVALID;
-        }
-        if (has_shared_handles(*device) || !add_resources(*device, *pipeline) || !add_services(*device, *pipeline))
-            return VL_MODEL_INVALID;
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        return m.devices.try_emplace(dev_id, std::move(device)).second ? VL_MODEL_OK : VL_MODEL_EXISTS;
-    } catch (const std::bad_alloc&) {
-        return VL_MODEL_NO_MEMORY;
-    }
+    return guarded([&] {
+        refuse_if(pipeline == nullptr, VL_MODEL_INVALID);
+        auto device = make_device(*pipeline);
+        const std::lock_guard lock(model().mutex);
+        refuse_if(!model().devices.try_emplace(dev_id, std::move(device)).second, VL_MODEL_EXISTS);
+    });
 }
 
 uint32_t vl_model_session_open(uint32_t* sess_hdl) {
-    if (sess_hdl == nullptr) return VL_MODEL_INVALID;
-    try {
+    return guarded([&] {
+        refuse_if(sess_hdl == nullptr, VL_MODEL_INVALID);
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         m.sessions.insert(m.last_session + 1);
         *sess_hdl = ++m.last_session;
-        return VL_MODEL_OK;
-    } catch (const std::bad_alloc&) {
-        return VL_MODEL_NO_MEMORY;
-    }
+    });
 }
 
 uint32_t vl_model_session_close(uint32_t sess_hdl) {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    return m.sessions.erase(sess_hdl) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_SESSION;
+    const std::lock_guard lock(model().mutex);
+    return model().sessions.erase(sess_hdl) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_SESSION;
 }
 
 uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity) {
-    const std::lock_guard lock(model().mutex);
-    pipe_status status = VL_MODEL_OK;
-    Device* device = find_device(dev_id, status);
-    if (device == nullptr) return status;
-    capacity = std::min(capacity, max_capacity);
-    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end())
-        table->second->description.capacity = capacity;
-    else if (const auto members = device->data_tables.find(tbl_hdl); members != device->data_tables.end())
-        members->second.capacity = capacity;
-    else if (const auto groups = device->selectors.find(tbl_hdl); groups != device->selectors.end())
-        groups->second.capacity = capacity;
-    else
-        status = VL_MODEL_UNKNOWN_TABLE;
-    return status;
+    return guarded([&] {
+        const LockedDevice device(dev_id);
+        capacity = std::min(capacity, most_rows);
+        if (device->tables.contains(tbl_hdl))
+            device->table(tbl_hdl).description.capacity = capacity;
+        else if (device->data_tables.contains(tbl_hdl))
+            device->data_table(tbl_hdl).capacity = capacity;
+        else
+            device->selector(tbl_hdl).capacity = capacity;
+    });
+}
+
+uint32_t vl_model_device_set_pipes(uint32_t dev_id, uint32_t count) {
+    return guarded([&] {
+        refuse_if(count == 0 || count > VL_MODEL_MOST_PIPES, VL_MODEL_INVALID);
+        const LockedDevice device(dev_id);
+        device->pipes = count;
+        for (auto& [handle, stateful] : device->registers)
+            stateful.pipes.resize(count);
+    });
 }
 
 void vl_model_reset(void) {
@@ -263,7 +160,6 @@ void vl_model_reset(void) {
         m.last_snapshot = 0;
         restore_callback = m.restore_callback.replace(nullptr);
         m.allocations_made = 0;
-        m.allocation_faults.clear();
         log_sink = m.log_sink.replace(nullptr);
         m.debug_mode = false;
     }

@@ -1,5 +1,5 @@
 // What the embedded driver holds: sessions, devices with their tables, clients, allocations, the log sink, the clock.
-// One mutex guards it all; callbacks of agents, clients and tests run without it.
+// One mutex guards everything; callbacks of agents, clients and tests run without it.
 #pragma once
 
 #include <array>
@@ -19,6 +19,7 @@
 #include <vl_model/control.h>
 #include <vl_model/observe.hpp>
 
+#include "core/boundary.h"
 #include "core/callbacks.h"
 #include "profiles/profile_store.h"
 #include "reads/placement_store.h"
@@ -29,6 +30,19 @@
 
 namespace vl_model {
 
+// A call is about a device and one of its pipes. A call that names no pipe is about all pipes.
+struct Target {
+    Target(pipe_dev_id id, uint32_t one_pipe = PIPE_ALL_PIPES) : dev_id(id), pipe(one_pipe) {}
+    Target(pipe_dev_tgt dev_tgt) : Target(dev_tgt.dev_id, dev_tgt.pipe_id) {}
+
+    pipe_dev_id dev_id;
+    uint32_t pipe;
+};
+
+inline pipe_dev_tgt all_pipes(pipe_dev_id dev_id) {
+    return {.dev_id = dev_id, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
+}
+
 struct Property {
     uint32_t value = 0;
     uint32_t args = 0;
@@ -37,9 +51,8 @@ struct Property {
 struct Table {
     explicit Table(const vl_model_table& description);
 
-    std::string name;
     std::vector<vl_model_action> actions;
-    vl_model_table description; // with name and actions pointing at the copies above
+    vl_model_table description; // without the name, and with the actions above
     TableStore entries;
     std::optional<EntryImage> default_entry;
     uint32_t default_placement = 0;
@@ -49,42 +62,59 @@ struct Table {
     std::array<Property, VL_MODEL_PROPERTIES> properties{};
     Subscriber<pipe_mat_update_cb> updates;
 
-    // The device's resources with a cell for each entry; null where the table has none. A meter's cells are the slots
-    // of its entries.
+    // The device's resources with a cell for each entry; null where the table has none. A direct meter has no cells: the
+    // slots of the entries hold its specs.
     Counter* counter = nullptr;
     Meter* meter = nullptr;
     Register* stateful = nullptr;
 
-    // Entries, by handle, whose hardware differs from the software: nothing where the hardware has lost the entry. All
-    // others are one and the same in both.
+    // By handle, the hardware of entries that differs from the software: nothing where the hardware has lost the entry.
     std::unordered_map<uint32_t, std::optional<EntryImage>> hardware;
 
     bool is_direct() const {
         return description.data_table == 0 && description.selector == 0;
     }
-    // Never that of an entry, and never PIPE_HDL_END.
+    // The handle of the default entry. No entry has it, and it isn't PIPE_HDL_END.
     pipe_ent_hdl default_handle() const {
         return UINT32_C(0x80000000) | (description.handle & UINT32_C(0x00FFFFFF));
     }
-    const vl_model_action* find_action(pipe_act_hdl act_hdl) const;
+    const vl_model_action* find_action(pipe_act_hdl act_hdl) const {
+        return vl_model::find_action(actions, act_hdl);
+    }
     void reset_default_entry();
-    // The number of the placement data that is given out for an entry, the default entry too; 0 for none.
+    // True for an entry, and for the default entry by its handle.
+    bool has_row(pipe_ent_hdl ent_hdl) const {
+        return ent_hdl == default_handle() ? default_entry.has_value() : entries.has(ent_hdl);
+    }
+    void require_row(pipe_ent_hdl ent_hdl) const {
+        refuse_if(!has_row(ent_hdl), VL_MODEL_NOT_FOUND);
+    }
+    Ageing& ageing_entries() const {
+        refuse_if(ageing == nullptr, VL_MODEL_NOT_SUPPORTED);
+        return *ageing;
+    }
+    // The default entry doesn't age.
+    Ageing& ageing_of(pipe_ent_hdl ent_hdl) const {
+        Ageing& found = ageing_entries();
+        refuse_if(!entries.has(ent_hdl), VL_MODEL_NOT_FOUND);
+        return found;
+    }
+    // The number of the placement data that an entry or the default entry has; 0 for none.
     uint32_t& placement(pipe_ent_hdl ent_hdl) {
         return ent_hdl == default_handle() ? default_placement : entries.placement(ent_hdl);
     }
-    // The software changes or removes an entry that exists: its hardware no longer differs, its placement data ends.
+    // The software changes or removes an entry. Its hardware no longer differs, and its placement data ends.
     void forget_copies(pipe_ent_hdl ent_hdl);
     // The cells of an entry that goes away.
     void forget_cells(pipe_ent_hdl ent_hdl) const;
-    // What the default entry points at counts as used, as with entries.
+    // The default entry uses what it points at, as entries do.
     void set_default_entry(std::optional<EntryImage> image);
 
-    // The count of uses of what an entry points at; null if that is action data.
+    // The count of uses of the member or group that an entry points at; null if the entry has action data.
     uint32_t* target_uses(uint8_t kind, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) const;
 };
 
 struct Device {
-    std::string pipeline;
     uint32_t pipes = VL_MODEL_DEFAULT_PIPES;
     std::unordered_map<pipe_tbl_hdl, std::unique_ptr<Table>> tables;
     std::map<pipe_tbl_hdl, DataTable> data_tables; // in the order of a replay
@@ -104,14 +134,26 @@ struct Device {
     bool has_pipe(uint32_t pipe) const {
         return pipe == PIPE_ALL_PIPES || pipe < pipes;
     }
+
+    // These refuse a handle that the device doesn't know.
+    Table& table(pipe_tbl_hdl tbl_hdl) {
+        return *found_in(tables, tbl_hdl, VL_MODEL_UNKNOWN_TABLE);
+    }
+    DataTable& data_table(pipe_tbl_hdl adt_hdl) {
+        return found_in(data_tables, adt_hdl, VL_MODEL_UNKNOWN_TABLE);
+    }
+    Selector& selector(pipe_tbl_hdl sel_hdl) {
+        return found_in(selectors, sel_hdl, VL_MODEL_UNKNOWN_TABLE);
+    }
+    Group& group(pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl) {
+        return selector(sel_hdl).groups.at(grp_hdl);
+    }
 };
 
-// Makes what the description says of resources and services, for the tables that the device has. False if the
-// description contradicts itself.
-bool add_resources(Device& device, const vl_model_pipeline& pipeline);
-bool add_services(Device& device, const vl_model_pipeline& pipeline);
+// Makes a device of the pipeline's description. Refuses a description that contradicts itself.
+std::unique_ptr<Device> make_device(const vl_model_pipeline& pipeline);
 
-// Ends the registrations of a device that nobody can find any more.
+// Ends the registrations of a device that has been taken out of the model.
 void end_registrations(Device& device) noexcept;
 
 struct Client {
@@ -122,7 +164,9 @@ struct Client {
     uint32_t priority;
 };
 
-// Where the handles of members and groups begin. They are never reused, nor those of another table or device, so that a
+constexpr uint32_t most_rows = UINT32_C(0x7FFFFFFF); // of a table: handles with the top bit are default entries'
+
+// Handles of members and groups begin here. All tables of all devices share them and none is ever reused, so that a
 // handle in the wrong place is refused.
 constexpr pipe_mbr_hdl before_members = UINT32_C(0x10000000);
 constexpr pipe_grp_hdl before_groups = UINT32_C(0x40000000);
@@ -148,7 +192,6 @@ struct Model {
 
     std::unordered_set<void*> allocations;
     size_t allocations_made = 0;
-    std::vector<unsigned> allocation_faults; // calls still to come before each fires
 
     Subscriber<vl_model_log_sink> log_sink;
     bool debug_mode = false;
@@ -156,71 +199,46 @@ struct Model {
 
 Model& model();
 
-// What a row's placement data stood for changes or goes away.
+// Ends the placement data of a row that changes or goes away.
 void forget_placement(uint32_t& placement);
 
-inline pipe_dev_tgt all_pipes(pipe_dev_id dev_id) {
-    return {.dev_id = dev_id, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
-}
+// A device under the model's mutex, for as long as this lives. Refuses a session, device or pipe that doesn't exist.
+class LockedDevice {
+public:
+    // For those who have no session.
+    explicit LockedDevice(Target target) : lock_(model().mutex), device_(find(target)) {}
+    LockedDevice(pipe_sess_hdl sess_hdl, Target target) : lock_(model().mutex), device_(find(sess_hdl, target)) {}
 
-// What a call is about: a device and one of its pipes. A call that names no pipe is about all.
-struct Target {
-    Target(pipe_dev_id id, uint32_t one_pipe = PIPE_ALL_PIPES) : dev_id(id), pipe(one_pipe) {}
-    Target(pipe_dev_tgt dev_tgt) : Target(dev_tgt.dev_id, dev_tgt.pipe_id) {}
+    Device* operator->() const {
+        return &device_;
+    }
+    Device& operator*() const {
+        return device_;
+    }
 
-    pipe_dev_id dev_id;
-    uint32_t pipe;
+private:
+    static Device& find(Target target);
+    static Device& find(pipe_sess_hdl sess_hdl, Target target);
+
+    const std::lock_guard<std::mutex> lock_;
+    Device& device_;
 };
 
-// Null if there is no such device, pipe or table; `status` says why. The mutex must be held.
-Device* find_device(Target target, pipe_status& status);
-Table* find_table(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_status& status);
-
-template <class Body>
-pipe_status on_selector(Device& device, pipe_tbl_hdl sel_hdl, Body&& body) {
-    const auto selector = device.selectors.find(sel_hdl);
-    return selector == device.selectors.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(selector->second);
+// Writes the first handle of a walk; refuses 0, which is none.
+inline void write_first(uint32_t first, uint32_t* hdl) {
+    refuse_if(first == 0, VL_MODEL_NOT_FOUND);
+    *hdl = first;
 }
 
-// Run `body` on a device, match table, data table or selector under the mutex, if session, device, pipe and table exist.
-template <class Body>
-pipe_status with_device(pipe_sess_hdl sess_hdl, Target target, Body&& body) {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    if (!m.sessions.contains(sess_hdl)) return VL_MODEL_UNKNOWN_SESSION;
-    pipe_status status = VL_MODEL_OK;
-    Device* device = find_device(target, status);
-    return device == nullptr ? status : body(*device);
-}
-
-template <class Body>
-pipe_status with_table(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl tbl_hdl, Body&& body) {
-    return with_device(sess_hdl, target, [&](Device& device) -> pipe_status {
-        const auto table = device.tables.find(tbl_hdl);
-        return table == device.tables.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(*table->second);
-    });
-}
-
-template <class Body>
-pipe_status with_data_table(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl adt_hdl, Body&& body) {
-    return with_device(sess_hdl, target, [&](Device& device) -> pipe_status {
-        const auto table = device.data_tables.find(adt_hdl);
-        return table == device.data_tables.end() ? pipe_status{VL_MODEL_UNKNOWN_TABLE} : body(table->second);
-    });
-}
-
-template <class Body>
-pipe_status with_selector(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl sel_hdl, Body&& body) {
-    return with_device(sess_hdl, target,
-                       [&](Device& device) -> pipe_status { return on_selector(device, sel_hdl, body); });
-}
-
-template <class Body>
-pipe_status with_group(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl, Body&& body) {
-    return with_selector(sess_hdl, target, sel_hdl, [&](Selector& selector) -> pipe_status {
-        Group* group = selector.groups.find(grp_hdl);
-        return group == nullptr ? pipe_status{VL_MODEL_NOT_FOUND} : body(selector, *group);
-    });
+// Writes up to n handles that follow `hdl`, and PIPE_HDL_END behind the last one if there is room. `next` gives the
+// handle that follows another, or 0.
+template <class Next>
+void write_following(uint32_t hdl, uint32_t n, uint32_t* hdls, Next&& next) {
+    for (uint32_t i = 0; i < n; ++i) {
+        hdl = next(hdl);
+        hdls[i] = hdl != 0 ? hdl : PIPE_HDL_END;
+        if (hdl == 0) break;
+    }
 }
 
 // Empties the states of the member-selector component. The mutex must be held.

@@ -1,11 +1,12 @@
-// Faults, recorded calls and answers. They have a mutex of their own, since a call is noted before the model
-// is entered and its callbacks run outside it.
-#include "core/boundary.h"
-
+// Faults, recorded calls and answers. They have a mutex of their own: a call is recorded before the model is locked, and
+// answers run without a lock.
 #include <algorithm>
 #include <map>
 #include <mutex>
 #include <utility>
+
+#include "core/boundary.h"
+#include "core/callbacks.h"
 
 namespace vl_model {
 
@@ -26,127 +27,135 @@ struct Watch {
     std::vector<Call> calls;
     uint64_t first_number = 0; // of calls[0]: a call can end after its record was taken
     std::map<std::string, Subscriber<Answer>, std::less<>> answers; // by function
-
-    void update_flag() {
-        watching = recording || !faults.empty() || !answers.empty();
-    }
 };
 
 // Never destroyed: other objects' destructors may still call the driver.
-Watch& watch() {
+Watch& the_watch() {
     static Watch& instance = *new Watch;
     return instance;
 }
 
-} // namespace
-
-void fail_call(std::string_view function, unsigned nth, uint32_t status) {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.faults.push_back({std::string(function), nth, status});
-    w.update_flag();
-}
-
-void clear_call_faults() {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.faults.clear();
-    w.update_flag();
-}
-
-std::optional<uint32_t> take_fault(const char* function) {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    std::optional<uint32_t> status;
-    for (auto fault = w.faults.begin(); fault != w.faults.end();) {
-        if (fault->function != function || --fault->countdown != 0) {
-            ++fault;
-            continue;
+// Runs `body` on the watch under its mutex.
+template <class Body>
+auto with_watch(Body&& body) {
+    Watch& watch = the_watch();
+    const std::lock_guard lock(watch.mutex);
+    const struct FlagUpdate {
+        const Watch& watch;
+        ~FlagUpdate() {
+            watching = watch.recording || !watch.faults.empty() || !watch.answers.empty();
         }
-        status = status.value_or(fault->status);
-        fault = w.faults.erase(fault);
-    }
-    w.update_flag();
+    } update{watch};
+    return body(watch);
+}
+
+std::vector<Call> take_calls(Watch& watch) {
+    watch.first_number += watch.calls.size();
+    return std::exchange(watch.calls, {});
+}
+
+// A status if one of the function's faults fires.
+std::optional<uint32_t> take_fault(Watch& watch, const char* function) {
+    std::optional<uint32_t> status;
+    std::erase_if(watch.faults, [&](Fault& fault) {
+        const bool fires = fault.function == function && --fault.countdown == 0;
+        if (fires && !status) status = fault.status;
+        return fires;
+    });
     return status;
 }
 
-void record_calls(bool on) {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    if (on) {
-        w.first_number += w.calls.size();
-        w.calls.clear();
-    }
-    w.recording = on;
-    w.update_flag();
-}
-
-std::vector<Call> take_calls() {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.first_number += w.calls.size();
-    return std::exchange(w.calls, {});
-}
-
-bool is_recording() {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    return w.recording;
-}
-
-uint64_t note_call(const Call& call) {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    w.calls.push_back(call);
-    return w.first_number + w.calls.size() - 1;
-}
-
-void note_status(uint64_t number, uint32_t status) {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    if (number >= w.first_number && number - w.first_number < w.calls.size())
-        w.calls[number - w.first_number].status = status;
-}
-
-Subscriber<Answer> find_answer(std::string_view function) {
-    Watch& w = watch();
-    const std::lock_guard lock(w.mutex);
-    if (const auto found = w.answers.find(function); found != w.answers.end()) return found->second;
-    const Subscriber<Answer>* longest = nullptr;
+// A copy, since answers run without the mutex. Without a callback if there is none.
+Subscriber<Answer> find_answer(const Watch& watch, std::string_view function) {
+    if (const auto found = watch.answers.find(function); found != watch.answers.end()) return found->second;
+    Subscriber<Answer> longest;
     // Of names that begin alike, the longer ones come later.
-    for (const auto& [name, answer] : w.answers)
+    for (const auto& [name, answer] : watch.answers)
         if (name.ends_with('*') && function.starts_with(std::string_view(name).substr(0, name.size() - 1)))
-            longest = &answer;
-    return longest != nullptr ? *longest : Subscriber<Answer>{};
+            longest = answer;
+    return longest;
 }
 
-void answer_calls(std::string_view function, Answer answer) {
-    std::shared_ptr<Registration> replaced;
-    {
-        Watch& w = watch();
-        const std::lock_guard lock(w.mutex);
-        Subscriber<Answer>& place = w.answers[std::string(function)];
-        replaced = place.replace(std::move(answer));
-        if (!place.callback) w.answers.erase(w.answers.find(function));
-        w.update_flag();
+} // namespace
+
+uint64_t run_watched(const char* function, Returns returns, const std::function<void(Call&)>& note_arguments,
+                     const std::function<uint64_t()>& work) {
+    AnsweredCall call;
+    call.function = function;
+    note_arguments(call);
+    Subscriber<Answer> answer;
+    std::optional<uint64_t> number;
+    std::optional<uint32_t> fault;
+    with_watch([&](Watch& watch) {
+        if (watch.recording) {
+            number = watch.first_number + watch.calls.size();
+            watch.calls.push_back(call);
+        }
+        fault = take_fault(watch, function);
+        answer = find_answer(watch, function);
+    });
+    uint64_t result = 0;
+    std::optional<RunningCall> answering;
+    if (!fault && answer.callback) answering.emplace(answer.registration);
+    if (fault) {
+        result = returns == Returns::pointer ? 0 : *fault;
+    } else if (answering && *answering) {
+        call.driver = work;
+        result = answer.callback(call);
+    } else {
+        answering.reset();
+        result = work();
     }
-    end(replaced);
+    with_watch([&](Watch& watch) {
+        if (number && *number >= watch.first_number && *number - watch.first_number < watch.calls.size())
+            watch.calls[*number - watch.first_number].status =
+                fault.value_or(returns == Returns::status ? static_cast<uint32_t>(result) : 0);
+    });
+    return result;
 }
 
 void reset_watch() {
-    decltype(Watch::answers) answers;
-    {
-        Watch& w = watch();
-        const std::lock_guard lock(w.mutex);
-        w.faults.clear();
-        w.recording = false;
-        w.first_number += w.calls.size();
-        w.calls.clear();
-        answers.swap(w.answers);
-        w.update_flag();
-    }
+    const auto answers = with_watch([](Watch& watch) {
+        watch.faults.clear();
+        watch.recording = false;
+        take_calls(watch);
+        return std::exchange(watch.answers, {});
+    });
     for (const auto& [function, answer] : answers)
         end(answer.registration);
+}
+
+void fail_call(std::string_view function, unsigned nth, uint32_t status) {
+    with_watch([&](Watch& watch) { watch.faults.push_back({std::string(function), nth, status}); });
+}
+
+void fail_allocation(unsigned nth) {
+    fail_call("bf_sys_calloc", nth, VL_MODEL_OK); // a pointer is null all the same
+}
+
+void clear_faults() {
+    with_watch([](Watch& watch) { watch.faults.clear(); });
+}
+
+void record_calls(bool on) {
+    with_watch([&](Watch& watch) {
+        if (on) take_calls(watch);
+        watch.recording = on;
+    });
+}
+
+std::vector<Call> take_calls() {
+    return with_watch([](Watch& watch) { return take_calls(watch); });
+}
+
+void answer_calls(std::string_view function, Answer answer) {
+    const auto replaced = with_watch([&](Watch& watch) {
+        const auto place = watch.answers.try_emplace(std::string(function)).first;
+        auto old = place->second.replace(std::move(answer));
+        if (!place->second.callback) watch.answers.erase(place);
+        return old;
+    });
+    end(replaced);
 }
 
 namespace {
@@ -219,11 +228,11 @@ void set_register_answer_hook(const RegisterAnswerHook& hook) {
     });
 }
 
-void copy_array(Call& call, const uint32_t* handles, size_t count) {
+void copy_list(Call& call, const uint32_t* handles, size_t count) {
     call.handles.assign(handles, handles + count);
 }
 
-void copy_array(Call& call, const uint8_t* bytes, size_t count) {
+void copy_list(Call& call, const uint8_t* bytes, size_t count) {
     call.bytes.assign(bytes, bytes + count);
 }
 

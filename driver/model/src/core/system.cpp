@@ -3,23 +3,11 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "core/boundary.h"
 #include "core/model.h"
 
 using namespace vl_model;
 
 namespace {
-
-// True if an armed fault refuses this allocation.
-bool is_allocation_refused(Model& m) {
-    bool refused = false;
-    std::erase_if(m.allocation_faults, [&](unsigned& countdown) {
-        const bool fires = --countdown == 0;
-        refused = refused || fires;
-        return fires;
-    });
-    return refused;
-}
 
 void write_to_stderr(int module, int level, const char* line, void* /*cookie*/) {
     std::fprintf(stderr, "driver: module %d level %d: %s\n", module, level, line);
@@ -38,29 +26,23 @@ std::string formatted(const char* format, va_list args) {
 } // namespace
 
 void* bf_sys_calloc(size_t count, size_t size) {
-    const auto body = [&]() -> void* {
+    return BoundaryCall(__func__, count, size)([&]() -> void* {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
-        if (is_allocation_refused(m)) return nullptr;
-        // An empty block is a block of its own too, not null, which stands for a refusal.
-        void* memory = count == 0 || size == 0 ? std::calloc(1, 1) : std::calloc(count, size);
+        // Null is a refusal, so that an empty block has an address too.
+        std::unique_ptr<void, decltype(&std::free)> memory(
+            count == 0 || size == 0 ? std::calloc(1, 1) : std::calloc(count, size), std::free);
         if (memory != nullptr) {
-            try {
-                m.allocations.insert(memory);
-            } catch (const std::bad_alloc&) {
-                std::free(memory);
-                return nullptr;
-            }
+            m.allocations.insert(memory.get());
             ++m.allocations_made;
         }
-        return memory;
-    };
-    return boundary("bf_sys_calloc", body, count, size);
+        return memory.release();
+    });
 }
 
 void bf_sys_free(void* memory) {
-    const auto body = [&]() -> pipe_status {
-        if (memory == nullptr) return VL_MODEL_OK;
+    BoundaryCall(__func__, memory)([&] {
+        if (memory == nullptr) return;
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         if (m.allocations.erase(memory) == 0) {
@@ -68,18 +50,14 @@ void bf_sys_free(void* memory) {
             std::abort();
         }
         std::free(memory);
-        return VL_MODEL_OK;
-    };
-    boundary("bf_sys_free", body, memory);
+    });
 }
 
 int bf_sys_dbg_mode(void) {
-    const auto body = []() -> int {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        return m.debug_mode ? 1 : 0;
-    };
-    return boundary("bf_sys_dbg_mode", body);
+    return BoundaryCall<>(__func__)([] {
+        const std::lock_guard lock(model().mutex);
+        return model().debug_mode ? 1 : 0;
+    });
 }
 
 int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
@@ -92,7 +70,7 @@ int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
     } catch (const std::bad_alloc&) {
         return VL_MODEL_NO_MEMORY;
     }
-    const auto body = [&]() -> int {
+    return BoundaryCall(__func__, module, level, format, LogLine{line})([&]() -> int {
         Model& m = model();
         vl_model_log_sink sink = write_to_stderr;
         void* cookie = nullptr;
@@ -107,8 +85,7 @@ int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
         }
         sink(module, level, line.c_str(), cookie);
         return VL_MODEL_OK;
-    };
-    return boundary("bf_sys_log_and_trace", body, module, level, format, LogLine{line});
+    });
 }
 
 void vl_model_debug_mode_set(int on) {
@@ -128,19 +105,6 @@ void vl_model_log_sink_set(vl_model_log_sink sink, void* cookie) {
 }
 
 namespace vl_model {
-
-void fail_allocation(unsigned nth) {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    m.allocation_faults.push_back(nth);
-}
-
-void clear_faults() {
-    clear_call_faults();
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    m.allocation_faults.clear();
-}
 
 size_t live_allocations() {
     Model& m = model();

@@ -6,14 +6,15 @@
 // never set is left out.
 #include <vl_driver/member_shadow.h>
 
+#include <algorithm>
 #include <deque>
+#include <initializer_list>
 #include <list>
 #include <map>
 #include <unordered_map>
 
 #include <cjson/cJSON.h>
 
-#include "core/boundary.h"
 #include "core/model.h"
 
 namespace {
@@ -30,9 +31,12 @@ public:
     auto end() const {
         return order_.end();
     }
+    bool has(uint32_t handle) const {
+        return places_.contains(handle);
+    }
     // False if the handle is there already.
     bool add(uint32_t handle) {
-        if (places_.contains(handle)) return false;
+        if (has(handle)) return false;
         const auto place = order_.insert(order_.end(), handle);
         try {
             places_.emplace(handle, place);
@@ -93,11 +97,9 @@ using namespace vl_model;
 
 namespace {
 
-pipe_status join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
-    const auto group = shadow.groups.find(grp_hdl);
-    if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
-    Arrivals& members = group->second.members;
-    if (!members.add(mbr_hdl)) return VL_MODEL_EXISTS;
+void join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
+    Arrivals& members = found_in(shadow.groups, grp_hdl, VL_MODEL_NOT_FOUND).members;
+    refuse_if(!members.add(mbr_hdl), VL_MODEL_EXISTS);
     try {
         shadow.groups_of[mbr_hdl].add(grp_hdl);
     } catch (...) {
@@ -107,7 +109,6 @@ pipe_status join(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hd
             shadow.groups_of.erase(groups);
         throw;
     }
-    return VL_MODEL_OK;
 }
 
 void forget_group_of(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
@@ -116,28 +117,40 @@ void forget_group_of(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl gr
     if (groups->second.empty()) shadow.groups_of.erase(groups);
 }
 
-// Runs `body` on the device's part of a state, which comes to be with the first call that names it.
-template <class Body>
-pipe_status with_shadow(p4_pd_ms_state* state, pipe_dev_id dev_id, bool is_valid, Body&& body) {
-    if (state == nullptr || !is_valid) return VL_MODEL_INVALID;
-    const std::lock_guard lock(model().mutex);
-    return body(state->devices[dev_id]);
+// The device's part of a state, under the model's mutex. The first call that names the device makes its part. Refuses a
+// call with a handle of 0.
+class LockedShadow {
+public:
+    LockedShadow(p4_pd_ms_state* state, pipe_dev_id dev_id, std::initializer_list<uint32_t> handles = {})
+        : lock_(model().mutex),
+          shadow_(find(state, dev_id, handles)) {}
+
+    DeviceShadow* operator->() const {
+        return &shadow_;
+    }
+    DeviceShadow& operator*() const {
+        return shadow_;
+    }
+
+private:
+    static DeviceShadow& find(p4_pd_ms_state* state, pipe_dev_id dev_id, std::initializer_list<uint32_t> handles) {
+        const bool has_zero = std::find(handles.begin(), handles.end(), 0U) != handles.end();
+        refuse_if(state == nullptr || has_zero, VL_MODEL_INVALID);
+        return state->devices[dev_id];
+    }
+
+    const std::lock_guard<std::mutex> lock_;
+    DeviceShadow& shadow_;
+};
+
+pipe_act_hdl set_action(const std::optional<pipe_act_hdl>& action) {
+    refuse_if(!action, VL_MODEL_NOT_FOUND);
+    return *action;
 }
 
-pipe_status no_resources(const p4_pd_ms_state* state, uint32_t* count, void** res) {
-    if (state == nullptr || count == nullptr || res == nullptr) return VL_MODEL_INVALID;
+void write_no_resources(uint32_t* count, void** res) {
     *count = 0;
     *res = nullptr;
-    return VL_MODEL_OK;
-}
-
-// The action of a member or group, whose map entry gives it through `get`.
-template <class Map, class Get>
-pipe_status read_action(const Map& map, uint32_t handle, Get get, pipe_act_hdl& act_hdl) {
-    const auto found = map.find(handle);
-    if (found == map.end() || !get(found->second)) return VL_MODEL_NOT_FOUND;
-    act_hdl = *get(found->second);
-    return VL_MODEL_OK;
 }
 
 // A handle from JSON: a whole number from 1 to 0xFFFFFFFF. cJSON's integer view stops at 31 bits.
@@ -196,7 +209,8 @@ void restore_group(DeviceShadow& shadow, const cJSON* item) {
         action = logged ? logged : action;
         const cJSON* member = nullptr;
         cJSON_ArrayForEach(member, cJSON_GetObjectItemCaseSensitive(item, "members")) {
-            if (const auto mbr_hdl = handle_of(member)) join(shadow, *mbr_hdl, *handle);
+            const auto mbr_hdl = handle_of(member);
+            if (mbr_hdl && !shadow.groups[*handle].members.has(*mbr_hdl)) join(shadow, *mbr_hdl, *handle);
         }
     }
 }
@@ -204,238 +218,186 @@ void restore_group(DeviceShadow& shadow, const cJSON* item) {
 } // namespace
 
 pipe_status p4_pd_ms_init(void) {
-    return boundary("p4_pd_ms_init", []() -> pipe_status { return VL_MODEL_OK; });
+    return BoundaryCall<>(__func__)([] {});
 }
 
 p4_pd_ms_state* p4_pd_ms_init_state(void) {
-    const auto body = []() -> p4_pd_ms_state* {
+    return BoundaryCall<>(__func__)([] {
         const std::lock_guard lock(model().mutex);
         return &member_states().emplace_back();
-    };
-    return boundary("p4_pd_ms_init_state", body);
+    });
 }
 
 pipe_status p4_pd_ms_new_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, mbr_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
-            return shadow.members.try_emplace(mbr_hdl).second ? VL_MODEL_OK : VL_MODEL_EXISTS;
-        });
-    };
-    return boundary("p4_pd_ms_new_mbr", body, sess_hdl, state, dev_id, mbr_hdl);
+    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {mbr_hdl});
+        refuse_if(!shadow->members.try_emplace(mbr_hdl).second, VL_MODEL_EXISTS);
+    });
 }
 
 pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                  pipe_act_hdl act_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, mbr_hdl != 0 && act_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
-            const auto member = shadow.members.find(mbr_hdl);
-            if (member == shadow.members.end()) return VL_MODEL_NOT_FOUND;
-            member->second = act_hdl;
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("p4_pd_ms_set_mbr_act", body, state, dev_id, mbr_hdl, act_hdl);
+    return BoundaryCall(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {mbr_hdl, act_hdl});
+        found_in(shadow->members, mbr_hdl, VL_MODEL_NOT_FOUND) = act_hdl;
+    });
 }
 
 pipe_status p4_pd_ms_get_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                  pipe_act_hdl* act_hdl) {
-    const auto body = [&]() -> pipe_status {
-        const bool is_valid = mbr_hdl != 0 && act_hdl != nullptr;
-        return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
-            return read_action(
-                shadow.members, mbr_hdl, [](const auto& action) { return action; }, *act_hdl);
-        });
-    };
-    return boundary("p4_pd_ms_get_mbr_act", body, state, dev_id, mbr_hdl, act_hdl);
+    return BoundaryCall(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {mbr_hdl});
+        *act_hdl = set_action(found_in(shadow->members, mbr_hdl, VL_MODEL_NOT_FOUND));
+    });
 }
 
 pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, mbr_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
-            const auto groups = shadow.groups_of.find(mbr_hdl);
-            const bool was_in_group = groups != shadow.groups_of.end();
-            if (was_in_group) {
-                for (const pipe_grp_hdl grp_hdl : groups->second)
-                    shadow.groups.at(grp_hdl).members.remove(mbr_hdl);
-                shadow.groups_of.erase(groups);
-            }
-            return shadow.members.erase(mbr_hdl) != 0 || was_in_group ? VL_MODEL_OK : VL_MODEL_NOT_FOUND;
-        });
-    };
-    return boundary("p4_pd_ms_del_mbr", body, sess_hdl, state, dev_id, mbr_hdl);
+    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {mbr_hdl});
+        const auto groups = shadow->groups_of.find(mbr_hdl);
+        const bool was_in_group = groups != shadow->groups_of.end();
+        if (was_in_group) {
+            for (const pipe_grp_hdl grp_hdl : groups->second)
+                shadow->groups.at(grp_hdl).members.remove(mbr_hdl);
+            shadow->groups_of.erase(groups);
+        }
+        refuse_if(shadow->members.erase(mbr_hdl) == 0 && !was_in_group, VL_MODEL_NOT_FOUND);
+    });
 }
 
 pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, grp_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
-            return shadow.groups.try_emplace(grp_hdl).second ? VL_MODEL_OK : VL_MODEL_EXISTS;
-        });
-    };
-    return boundary("p4_pd_ms_new_grp", body, sess_hdl, state, dev_id, grp_hdl);
+    return BoundaryCall(__func__, sess_hdl, state, dev_id, grp_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {grp_hdl});
+        refuse_if(!shadow->groups.try_emplace(grp_hdl).second, VL_MODEL_EXISTS);
+    });
 }
 
-// The shadow's own list of members counts: the driver's, which the caller passes, can lack one that it had lost.
+// The members are those that the shadow has: the driver's, which the caller passes, can lack one that it had lost.
 pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                              uint32_t count, const pipe_mbr_hdl* mbr_hdls) {
-    const auto body = [&]() -> pipe_status {
-        const bool is_valid = grp_hdl != 0 && (count == 0 || mbr_hdls != nullptr);
-        return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
-            const auto group = shadow.groups.find(grp_hdl);
-            if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
-            for (const pipe_mbr_hdl mbr_hdl : group->second.members)
-                forget_group_of(shadow, mbr_hdl, grp_hdl);
-            shadow.groups.erase(group);
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("p4_pd_ms_del_grp", body, sess_hdl, state, dev_id, grp_hdl, count,
-                    ArrayArgument<pipe_mbr_hdl>{mbr_hdls, count});
+    return BoundaryCall(__func__, sess_hdl, state, dev_id, grp_hdl, count, list(mbr_hdls, count))([&] {
+        const LockedShadow shadow(state, dev_id, {grp_hdl});
+        for (const pipe_mbr_hdl mbr_hdl : found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).members)
+            forget_group_of(*shadow, mbr_hdl, grp_hdl);
+        shadow->groups.erase(grp_hdl);
+    });
 }
 
 pipe_status p4_pd_ms_add_mbr_to_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
                                     pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, mbr_hdl != 0 && grp_hdl != 0,
-                           [&](DeviceShadow& shadow) { return join(shadow, mbr_hdl, grp_hdl); });
-    };
-    return boundary("p4_pd_ms_add_mbr_to_grp", body, sess_hdl, state, dev_id, mbr_hdl, grp_hdl);
+    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
+        join(*LockedShadow(state, dev_id, {mbr_hdl, grp_hdl}), mbr_hdl, grp_hdl);
+    });
 }
 
 pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
                                       pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, mbr_hdl != 0 && grp_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
-            const auto group = shadow.groups.find(grp_hdl);
-            if (group == shadow.groups.end() || !group->second.members.remove(mbr_hdl)) return VL_MODEL_NOT_FOUND;
-            forget_group_of(shadow, mbr_hdl, grp_hdl);
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("p4_pd_ms_del_mbr_from_grp", body, sess_hdl, state, dev_id, mbr_hdl, grp_hdl);
+    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {mbr_hdl, grp_hdl});
+        Arrivals& members = found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).members;
+        refuse_if(!members.remove(mbr_hdl), VL_MODEL_NOT_FOUND);
+        forget_group_of(*shadow, mbr_hdl, grp_hdl);
+    });
 }
 
 pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                                  pipe_act_hdl act_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, grp_hdl != 0 && act_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
-            const auto group = shadow.groups.find(grp_hdl);
-            if (group == shadow.groups.end()) return VL_MODEL_NOT_FOUND;
-            group->second.action = act_hdl;
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("p4_pd_ms_set_grp_act", body, state, dev_id, grp_hdl, act_hdl);
+    return BoundaryCall(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {grp_hdl, act_hdl});
+        found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).action = act_hdl;
+    });
 }
 
 pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                                  pipe_act_hdl* act_hdl) {
-    const auto body = [&]() -> pipe_status {
-        const bool is_valid = grp_hdl != 0 && act_hdl != nullptr;
-        return with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
-            return read_action(
-                shadow.groups, grp_hdl, [](const ShadowGroup& group) { return group.action; }, *act_hdl);
-        });
-    };
-    return boundary("p4_pd_ms_get_grp_act", body, state, dev_id, grp_hdl, act_hdl);
+    return BoundaryCall(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
+        const LockedShadow shadow(state, dev_id, {grp_hdl});
+        *act_hdl = set_action(found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).action);
+    });
 }
 
 pipe_status p4_pd_ms_mbr_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl, uint32_t* count,
                                  void** res) {
-    return boundary(
-        "p4_pd_ms_mbr_get_res", [&] { return no_resources(state, count, res); }, state, dev_id, mbr_hdl, count, res);
+    return BoundaryCall(__func__, state, dev_id, mbr_hdl, count, res)([&] { write_no_resources(count, res); });
 }
 
 pipe_status p4_pd_ms_grp_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, uint32_t* count,
                                  void** res) {
-    return boundary(
-        "p4_pd_ms_grp_get_res", [&] { return no_resources(state, count, res); }, state, dev_id, grp_hdl, count, res);
+    return BoundaryCall(__func__, state, dev_id, grp_hdl, count, res)([&] { write_no_resources(count, res); });
 }
 
 pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                        p4_pd_ms_grp_fn fn, void* cookie) {
-    const auto body = [&]() -> pipe_status {
+    return BoundaryCall(__func__, state, dev_id, mbr_hdl, fn, cookie)([&]() -> pipe_status {
+        refuse_if(fn == nullptr, VL_MODEL_INVALID);
         std::vector<pipe_grp_hdl> groups;
-        const bool is_valid = mbr_hdl != 0 && fn != nullptr;
-        pipe_status result = with_shadow(state, dev_id, is_valid, [&](DeviceShadow& shadow) -> pipe_status {
-            const auto found = shadow.groups_of.find(mbr_hdl);
-            if (found != shadow.groups_of.end()) groups.assign(found->second.begin(), found->second.end());
-            return VL_MODEL_OK;
-        });
-        if (result != VL_MODEL_OK) return result;
+        {
+            const LockedShadow shadow(state, dev_id, {mbr_hdl});
+            const auto found = shadow->groups_of.find(mbr_hdl);
+            if (found != shadow->groups_of.end()) groups.assign(found->second.begin(), found->second.end());
+        }
         const WithinCallback within;
+        pipe_status result = VL_MODEL_OK;
         for (const pipe_grp_hdl grp_hdl : groups) {
             const pipe_status status = fn(dev_id, grp_hdl, mbr_hdl, cookie);
             result = result != VL_MODEL_OK ? result : status;
         }
         return result;
-    };
-    return boundary("p4_pd_ms_mbr_apply_to_grps", body, state, dev_id, mbr_hdl, fn, cookie);
+    });
 }
 
-// Members have no resources, so there is nothing that a group could take over but its own existence.
+// Members have no resources that a group could take over. The group must exist all the same.
 pipe_status p4_pd_ms_grp_update_res(pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, void* cookie) {
-    const auto body = [&]() -> pipe_status {
-        auto* state = static_cast<p4_pd_ms_state*>(cookie);
-        return with_shadow(state, dev_id, grp_hdl != 0 && mbr_hdl != 0, [&](DeviceShadow& shadow) -> pipe_status {
-            return shadow.groups.contains(grp_hdl) ? VL_MODEL_OK : VL_MODEL_NOT_FOUND;
-        });
-    };
-    return boundary("p4_pd_ms_grp_update_res", body, dev_id, grp_hdl, mbr_hdl, cookie);
+    return BoundaryCall(__func__, dev_id, grp_hdl, mbr_hdl, cookie)([&] {
+        const LockedShadow shadow(static_cast<p4_pd_ms_state*>(cookie), dev_id, {grp_hdl, mbr_hdl});
+        refuse_if(!shadow->groups.contains(grp_hdl), VL_MODEL_NOT_FOUND);
+    });
 }
 
 pipe_status p4_pd_ms_log_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, object != nullptr, [&](DeviceShadow& shadow) -> pipe_status {
-            JsonWriter json;
-            cJSON* members = json.list(object, "members");
-            for (const auto& [mbr_hdl, action] : shadow.members) {
-                cJSON* item = json.object_in(members);
-                json.number(item, "member", mbr_hdl);
-                if (action) json.number(item, "action", *action);
-            }
-            cJSON* groups = json.list(object, "groups");
-            for (const auto& [grp_hdl, group] : shadow.groups) {
-                cJSON* item = json.object_in(groups);
-                json.number(item, "group", grp_hdl);
-                if (group.action) json.number(item, "action", *group.action);
-                cJSON* list = json.list(item, "members");
-                for (const pipe_mbr_hdl mbr_hdl : group.members)
-                    json.number_in(list, mbr_hdl);
-            }
-            return json.good() ? VL_MODEL_OK : VL_MODEL_NO_MEMORY;
-        });
-    };
-    return boundary("p4_pd_ms_log_state", body, dev_id, state, object);
+    return BoundaryCall(__func__, dev_id, state, object)([&] {
+        const LockedShadow shadow(state, dev_id);
+        JsonWriter json;
+        cJSON* members = json.list(object, "members");
+        for (const auto& [mbr_hdl, action] : shadow->members) {
+            cJSON* item = json.object_in(members);
+            json.number(item, "member", mbr_hdl);
+            if (action) json.number(item, "action", *action);
+        }
+        cJSON* groups = json.list(object, "groups");
+        for (const auto& [grp_hdl, group] : shadow->groups) {
+            cJSON* item = json.object_in(groups);
+            json.number(item, "group", grp_hdl);
+            if (group.action) json.number(item, "action", *group.action);
+            cJSON* list_of_members = json.list(item, "members");
+            for (const pipe_mbr_hdl mbr_hdl : group.members)
+                json.number_in(list_of_members, mbr_hdl);
+        }
+        refuse_if(!json.good(), VL_MODEL_NO_MEMORY);
+    });
 }
 
 pipe_status p4_pd_ms_restore_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
-    const auto body = [&]() -> pipe_status {
-        return with_shadow(state, dev_id, object != nullptr, [&](DeviceShadow& shadow) -> pipe_status {
-            const cJSON* item = nullptr;
-            cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "members")) {
-                restore_member(shadow, item);
-            }
-            cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "groups")) {
-                restore_group(shadow, item);
-            }
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("p4_pd_ms_restore_state", body, dev_id, state, object);
+    return BoundaryCall(__func__, dev_id, state, object)([&] {
+        const LockedShadow shadow(state, dev_id);
+        const cJSON* item = nullptr;
+        cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "members")) {
+            restore_member(*shadow, item);
+        }
+        cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "groups")) {
+            restore_group(*shadow, item);
+        }
+    });
 }
 
 pipe_status p4_pd_ms_destroy_state_for_dev(p4_pd_ms_state* state, pipe_dev_id dev_id) {
-    const auto body = [&]() -> pipe_status {
-        if (state == nullptr) return VL_MODEL_INVALID;
+    return BoundaryCall(__func__, state, dev_id)([&] {
         const std::lock_guard lock(model().mutex);
         state->devices.erase(dev_id);
-        return VL_MODEL_OK;
-    };
-    return boundary("p4_pd_ms_destroy_state_for_dev", body, state, dev_id);
+    });
 }
 
 // Every change takes effect at once: there is never a transaction's state to drop.
 pipe_status p4_pd_ms_destroy_txn_state_for_dev(pipe_dev_id dev_id) {
-    return boundary(
-        "p4_pd_ms_destroy_txn_state_for_dev", []() -> pipe_status { return VL_MODEL_OK; }, dev_id);
+    return BoundaryCall(__func__, dev_id)([] {});
 }

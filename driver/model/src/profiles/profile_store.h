@@ -15,10 +15,18 @@
 #include <vl_model/control.h>
 #include <vl_model/observe.hpp>
 
+#include "core/boundary.h"
 #include "core/callbacks.h"
 #include "tables/table_store.h"
 
 namespace vl_model {
+
+// Null if there is no such action.
+inline const vl_model_action* find_action(const std::vector<vl_model_action>& actions, pipe_act_hdl act_hdl) {
+    const auto found = std::find_if(actions.begin(), actions.end(),
+                                    [&](const vl_model_action& action) { return action.handle == act_hdl; });
+    return found == actions.end() ? nullptr : &*found;
+}
 
 // Rows in ascending order of handles, with the walk that TableStore has.
 template <class Row>
@@ -35,6 +43,10 @@ public:
         const auto found = rows_.find(handle);
         return found == rows_.end() ? nullptr : &found->second;
     }
+    // Refuses a handle without a row.
+    Row& at(uint32_t handle) {
+        return found_in(rows_, handle, VL_MODEL_NOT_FOUND);
+    }
     Row& add(uint32_t handle, Row&& row) {
         Row& added = rows_.emplace(handle, std::move(row)).first->second;
         lowest_ = std::min(lowest_, handle);
@@ -50,6 +62,12 @@ public:
     uint32_t next(uint32_t handle) const {
         const auto found = rows_.upper_bound(handle);
         return found == rows_.end() ? 0 : found->first;
+    }
+    // `body` takes a handle and its row.
+    template <class Body>
+    void for_each(Body&& body) const {
+        for (const auto& [handle, row] : rows_)
+            body(handle, row);
     }
     bool was_given_out(uint32_t handle) const {
         return handle >= lowest_ && handle <= highest_;
@@ -74,10 +92,17 @@ EntryView view_of(const Member& member);
 
 struct DataTable {
     std::vector<vl_model_action> actions; // of all match tables that point here
+    const vl_model_action* find_action(pipe_act_hdl act_hdl) const {
+        return vl_model::find_action(actions, act_hdl);
+    }
     uint32_t capacity = VL_MODEL_DEFAULT_CAPACITY;
     RowMap<Member> members;
 
-    // Members whose hardware differs from the software, as in Table.
+    void require_row(pipe_mbr_hdl mbr_hdl) const {
+        refuse_if(members.find(mbr_hdl) == nullptr, VL_MODEL_NOT_FOUND);
+    }
+
+    // The hardware of members that differs from the software, as in Table.
     std::unordered_map<pipe_mbr_hdl, std::optional<EntryImage>> hardware;
     Subscriber<pipe_adt_update_cb> updates;
 };

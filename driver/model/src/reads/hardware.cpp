@@ -2,7 +2,6 @@
 #include <algorithm>
 #include <random>
 
-#include "core/boundary.h"
 #include "reads/readback.h"
 
 namespace vl_model {
@@ -12,16 +11,17 @@ namespace {
 // Runs `body` on the match table or data table that has the row.
 template <class Body>
 uint32_t with_row(uint32_t dev_id, uint32_t tbl_hdl, uint32_t handle, Body&& body) {
-    const std::lock_guard lock(model().mutex);
-    pipe_status status = VL_MODEL_OK;
-    Device* device = find_device(dev_id, status);
-    if (device == nullptr) return status;
-    const auto on_row = [&](auto& table) -> uint32_t {
-        return has_row(table, handle) ? body(table) : uint32_t{VL_MODEL_NOT_FOUND};
-    };
-    if (const auto table = device->tables.find(tbl_hdl); table != device->tables.end()) return on_row(*table->second);
-    const auto table = device->data_tables.find(tbl_hdl);
-    return table != device->data_tables.end() ? on_row(table->second) : uint32_t{VL_MODEL_UNKNOWN_TABLE};
+    return guarded([&] {
+        const LockedDevice device(dev_id);
+        const auto on_row = [&](auto& table) {
+            table.require_row(handle);
+            body(table);
+        };
+        if (device->tables.contains(tbl_hdl))
+            on_row(device->table(tbl_hdl));
+        else
+            on_row(device->data_table(tbl_hdl));
+    });
 }
 
 struct Damage {
@@ -97,28 +97,18 @@ std::vector<Table*> sorted_tables(const Device& device) {
 uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
                        const std::function<void(EntryImage&)>& edit) {
     EntryImage image;
-    const uint32_t status = with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
-        EntryView view;
-        const uint32_t found = find_view(table, ent_hdl, true, view);
-        if (found == VL_MODEL_OK) image = image_of(view);
-        return found;
-    });
+    const uint32_t status = with_row(dev_id, tbl_hdl, ent_hdl,
+                                     [&](const auto& table) { image = image_of(view_of_row(table, ent_hdl, true)); });
     if (status != VL_MODEL_OK) return status;
     {
         const WithinCallback within;
         edit(image);
     }
-    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
-        table.hardware[ent_hdl] = std::move(image);
-        return VL_MODEL_OK;
-    });
+    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) { table.hardware[ent_hdl] = std::move(image); });
 }
 
 uint32_t drop_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl) {
-    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) -> uint32_t {
-        table.hardware[ent_hdl].reset();
-        return VL_MODEL_OK;
-    });
+    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) { table.hardware[ent_hdl].reset(); });
 }
 
 } // namespace vl_model
@@ -127,13 +117,10 @@ using namespace vl_model;
 
 uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t count, vl_model_corruption* corrupted,
                                    uint32_t* corrupted_count) {
-    const auto body = [&]() -> pipe_status {
-        if (corrupted_count == nullptr || (corrupted == nullptr && count != 0)) return VL_MODEL_INVALID;
+    return guarded([&] {
+        refuse_if(corrupted_count == nullptr || (corrupted == nullptr && count != 0), VL_MODEL_INVALID);
         *corrupted_count = 0;
-        const std::lock_guard lock(model().mutex);
-        pipe_status status = VL_MODEL_OK;
-        const Device* device = find_device(dev_id, status);
-        if (device == nullptr) return status;
+        const LockedDevice device(dev_id);
         const std::vector<Table*> tables = sorted_tables(*device);
         uint64_t left = 0;
         for (const Table* table : tables)
@@ -142,7 +129,7 @@ uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t coun
         std::mt19937_64 random(seed);
         for (Table* table : tables) {
             for (pipe_ent_hdl entry = table->entries.first(); entry != 0; entry = table->entries.next(entry)) {
-                if (*corrupted_count == count) return VL_MODEL_OK;
+                if (*corrupted_count == count) return;
                 if (table->hardware.contains(entry)) continue;
                 if (random() % left < count - *corrupted_count) {
                     corrupted[*corrupted_count] = corrupt(*table, entry, random);
@@ -151,7 +138,5 @@ uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t coun
                 --left;
             }
         }
-        return VL_MODEL_OK;
-    };
-    return run_guarded(body);
+    });
 }

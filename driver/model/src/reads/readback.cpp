@@ -4,46 +4,31 @@
 #include <algorithm>
 #include <cstring>
 
-#include "core/boundary.h"
-
 namespace vl_model {
 
 namespace {
 
+// The hardware's row where it differs, and nullptr where it is the software's.
 template <class Rows>
-pipe_status find_view_in(const Rows& table, uint32_t handle, bool from_hw, EntryView& view) {
-    if (!has_row(table, handle)) return VL_MODEL_NOT_FOUND;
-    if (from_hw && !table.hardware.empty()) {
-        const auto differing = table.hardware.find(handle);
-        if (differing != table.hardware.end()) {
-            if (!differing->second) return VL_MODEL_NOT_FOUND;
-            view = view_of(*differing->second);
-            return VL_MODEL_OK;
-        }
-    }
-    if constexpr (std::is_same_v<Rows, DataTable>)
-        view = view_of(*table.members.find(handle));
-    else
-        view = handle == table.default_handle() ? view_of(*table.default_entry) : table.entries.view(handle);
-    return VL_MODEL_OK;
+const EntryImage* differing_row(const Rows& table, uint32_t handle, bool from_hw) {
+    table.require_row(handle);
+    if (!from_hw || table.hardware.empty()) return nullptr;
+    const auto differing = table.hardware.find(handle);
+    if (differing == table.hardware.end()) return nullptr;
+    refuse_if(!differing->second, VL_MODEL_NOT_FOUND);
+    return &*differing->second;
 }
 
 } // namespace
 
-bool has_row(const Table& table, pipe_ent_hdl ent_hdl) {
-    return ent_hdl == table.default_handle() ? table.default_entry.has_value() : table.entries.has(ent_hdl);
+EntryView view_of_row(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw) {
+    if (const EntryImage* image = differing_row(table, ent_hdl, from_hw)) return view_of(*image);
+    return ent_hdl == table.default_handle() ? view_of(*table.default_entry) : table.entries.view(ent_hdl);
 }
 
-bool has_row(const DataTable& table, pipe_mbr_hdl mbr_hdl) {
-    return table.members.find(mbr_hdl) != nullptr;
-}
-
-pipe_status find_view(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, EntryView& view) {
-    return find_view_in(table, ent_hdl, from_hw, view);
-}
-
-pipe_status find_view(const DataTable& table, pipe_mbr_hdl mbr_hdl, bool from_hw, EntryView& view) {
-    return find_view_in(table, mbr_hdl, from_hw, view);
+EntryView view_of_row(const DataTable& table, pipe_mbr_hdl mbr_hdl, bool from_hw) {
+    const EntryImage* image = differing_row(table, mbr_hdl, from_hw);
+    return image != nullptr ? view_of(*image) : view_of(*table.members.find(mbr_hdl));
 }
 
 void read_match(const Table& table, const EntryView& entry, pipe_match_record& match) {
@@ -77,70 +62,37 @@ void read_data(const EntryView& row, uint16_t room, pipe_action_data& data) {
 
 using namespace vl_model;
 
-namespace {
-
-// An entry with a match record, a default entry with or without one.
-pipe_status read_entry(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw, pipe_match_record* match,
-                       pipe_action_record& action, pipe_act_hdl& act_hdl) {
-    EntryView entry;
-    if (const pipe_status status = find_view(table, ent_hdl, from_hw, entry)) return status;
-    if (match != nullptr) {
-        if (entry.key_len > match->key_len) return VL_MODEL_BAD_KEY;
-        read_match(table, entry, *match);
-    }
-    read_action(entry, action.action.data_len, action, act_hdl);
-    return VL_MODEL_OK;
-}
-
-} // namespace
-
 pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt, pipe_ent_hdl ent_hdl,
                                pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* act_hdl,
                                uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
-    const auto body = [&]() -> pipe_status {
-        if (match == nullptr || action == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
-        return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
-            return read_entry(table, ent_hdl, read_from_hw != 0, match, *action, *act_hdl);
-        });
-    };
-    return boundary("pipe_mgr_get_entry", body, sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl,
-                    read_from_hw, always_1, always_0);
+    return BoundaryCall(__func__, sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl, read_from_hw, always_1,
+                        always_0)([&] {
+        const LockedDevice device(sess_hdl, dev_tgt);
+        const Table& table = device->table(tbl_hdl);
+        const EntryView entry = view_of_row(table, ent_hdl, read_from_hw != 0);
+        refuse_if(entry.key_len > match->key_len, VL_MODEL_BAD_KEY);
+        read_match(table, entry, *match);
+        read_action(entry, action->action.data_len, *action, *act_hdl);
+    });
 }
 
 pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                              pipe_action_record* action, pipe_act_hdl* act_hdl, uint8_t read_from_hw,
                                              uint32_t always_1, uint32_t always_0) {
-    const auto body = [&]() -> pipe_status {
-        if (action == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
-        return with_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> pipe_status {
-            return read_entry(table, table.default_handle(), read_from_hw != 0, nullptr, *action, *act_hdl);
-        });
-    };
-    return boundary("pipe_mgr_table_get_default_entry", body, sess_hdl, dev_tgt, tbl_hdl, action, act_hdl, read_from_hw,
-                    always_1, always_0);
+    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, action, act_hdl, read_from_hw, always_1, always_0)([&] {
+        const LockedDevice device(sess_hdl, dev_tgt);
+        const Table& table = device->table(tbl_hdl);
+        const EntryView entry = view_of_row(table, table.default_handle(), read_from_hw != 0);
+        read_action(entry, action->action.data_len, *action, *act_hdl);
+    });
 }
 
-// Takes no session, and so asks for none.
 pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl adt_hdl, pipe_dev_tgt dev_tgt, pipe_mbr_hdl mbr_hdl,
                                            pipe_action_data* data, pipe_act_hdl* act_hdl, uint8_t read_from_hw) {
-    const auto read = [&]() -> pipe_status {
-        const std::lock_guard lock(model().mutex);
-        pipe_status status = VL_MODEL_OK;
-        const Device* device = find_device(dev_tgt, status);
-        if (device == nullptr) return status;
-        const auto table = device->data_tables.find(adt_hdl);
-        if (table == device->data_tables.end()) return VL_MODEL_UNKNOWN_TABLE;
-        EntryView member;
-        status = find_view(table->second, mbr_hdl, read_from_hw != 0, member);
-        if (status == VL_MODEL_OK) {
-            read_data(member, data->data_len, *data);
-            *act_hdl = member.action_hdl;
-        }
-        return status;
-    };
-    const auto body = [&]() -> pipe_status {
-        if (data == nullptr || act_hdl == nullptr) return VL_MODEL_INVALID;
-        return read();
-    };
-    return boundary("pipe_mgr_get_action_data_entry", body, adt_hdl, dev_tgt, mbr_hdl, data, act_hdl, read_from_hw);
+    return BoundaryCall(__func__, adt_hdl, dev_tgt, mbr_hdl, data, act_hdl, read_from_hw)([&] {
+        const LockedDevice device(dev_tgt);
+        const EntryView member = view_of_row(device->data_table(adt_hdl), mbr_hdl, read_from_hw != 0);
+        read_data(member, data->data_len, *data);
+        *act_hdl = member.action_hdl;
+    });
 }

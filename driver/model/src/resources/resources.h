@@ -3,12 +3,15 @@
 #pragma once
 
 #include <cstdint>
+#include <span>
 #include <unordered_map>
 #include <vector>
 
 #include <vl_driver/registers.h>
 #include <vl_driver/resources.h>
 #include <vl_model/control.h>
+
+#include "core/boundary.h"
 
 namespace vl_model {
 
@@ -72,37 +75,34 @@ struct WredBlock {
 struct Register {
     vl_model_resource description{};
     std::vector<Cells<pipe_stful_element>> pipes{VL_MODEL_DEFAULT_PIPES};
+
+    // The pipes that a target names, if the device has them.
+    std::span<Cells<pipe_stful_element>> pipes_of(uint16_t pipe_id) {
+        return pipe_id == PIPE_ALL_PIPES ? std::span(pipes) : std::span(pipes).subspan(pipe_id, 1);
+    }
 };
 
 bool is_sound(const pipe_meter_spec& spec);
 pipe_meter_spec meter_spec_of(const pipe_resource_slot& slot);
 
-// Run `body` on a resource, on one with cells by index, and on one of which a cell has this index.
-template <class Map, class Body>
-pipe_status on_resource(Map& resources, pipe_tbl_hdl hdl, Body&& body) {
-    const auto found = resources.find(hdl);
-    return found == resources.end() ? pipe_status{VL_MODEL_UNKNOWN_RESOURCE} : body(found->second);
+// A resource, one with cells by index, and one with a cell of this index. Each refuses what doesn't exist.
+template <class Map>
+auto& resource_in(Map& resources, pipe_tbl_hdl hdl) {
+    return found_in(resources, hdl, VL_MODEL_UNKNOWN_RESOURCE);
 }
 
-template <class Map, class Body>
-pipe_status on_array(Map& resources, pipe_tbl_hdl hdl, Body&& body) {
-    return on_resource(resources, hdl, [&](auto& resource) -> pipe_status {
-        return resource.description.match_table != 0 ? pipe_status{VL_MODEL_NOT_SUPPORTED} : body(resource);
-    });
+template <class Map>
+auto& array_in(Map& resources, pipe_tbl_hdl hdl) {
+    auto& resource = resource_in(resources, hdl);
+    refuse_if(resource.description.match_table != 0, VL_MODEL_NOT_SUPPORTED);
+    return resource;
 }
 
-template <class Map, class Body>
-pipe_status on_cell(Map& resources, pipe_tbl_hdl hdl, uint32_t index, Body&& body) {
-    return on_array(resources, hdl, [&](auto& resource) -> pipe_status {
-        return index >= resource.description.cell_count ? pipe_status{VL_MODEL_OUT_OF_RANGE} : body(resource);
-    });
+template <class Map>
+auto& array_with_cell(Map& resources, pipe_tbl_hdl hdl, uint32_t index) {
+    auto& resource = array_in(resources, hdl);
+    refuse_if(index >= resource.description.cell_count, VL_MODEL_OUT_OF_RANGE);
+    return resource;
 }
-
-// The pipes of a register that a target names, if the device has them.
-struct PipeRange {
-    uint32_t first;
-    uint32_t count;
-};
-PipeRange pipes_of(const Register& stateful, uint16_t pipe_id);
 
 } // namespace vl_model

@@ -4,32 +4,13 @@
 
 #include <vl_driver/idle.h>
 
-#include "core/boundary.h"
 #include "core/model.h"
 
 using namespace vl_model;
 
 namespace {
 
-template <class Body>
-pipe_status with_ageing(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, Body&& body) {
-    return with_table(sess_hdl, dev_id, tbl_hdl, [&](Table& table) -> pipe_status {
-        return table.ageing == nullptr ? pipe_status{VL_MODEL_NOT_SUPPORTED} : body(table, *table.ageing);
-    });
-}
-
-// The default entry doesn't age.
-template <class Body>
-pipe_status with_ageing_entry(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl,
-                              Body&& body) {
-    return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table& table, Ageing& ageing) -> pipe_status {
-        if (!table.entries.has(ent_hdl)) return VL_MODEL_NOT_FOUND;
-        body(ageing);
-        return VL_MODEL_OK;
-    });
-}
-
-// An entry whose time-out is to be told.
+// An entry that has run out of time.
 struct TimeOut {
     uint64_t deadline;
     pipe_dev_id dev_id;
@@ -42,7 +23,7 @@ struct TimeOut {
     }
 };
 
-// Tables without a callback keep theirs until they get one. The mutex must be held.
+// In the order of the calls. Tables without a callback keep their time-outs until they get one. The mutex must be held.
 std::vector<TimeOut> take_time_outs(const Model& m) {
     std::vector<TimeOut> time_outs;
     std::vector<IdleEntry> expired;
@@ -60,22 +41,22 @@ std::vector<TimeOut> take_time_outs(const Model& m) {
     return time_outs;
 }
 
-// Tells nobody if an earlier callback removed or renewed the entry. If the registration has ended meanwhile, the entry
-// waits for the next one.
+// Calls the callback, unless an earlier callback removed or renewed the entry. If the registration has ended meanwhile,
+// the entry waits for the next one.
 void tell(const TimeOut& time_out) {
     Subscriber<pipe_idle_tmo_cb> subscriber;
     std::optional<RunningCall> running;
     {
         const std::lock_guard lock(model().mutex);
-        pipe_status status = VL_MODEL_OK;
-        Table* table = find_table(time_out.dev_id, time_out.tbl_hdl, status);
-        if (table == nullptr || table->ageing == nullptr || !table->ageing->is_expired(time_out.ent_hdl)) return;
-        subscriber = table->ageing->time_outs;
+        const auto device = model().devices.find(time_out.dev_id);
+        if (device == model().devices.end()) return;
+        const auto table = device->second->tables.find(time_out.tbl_hdl);
+        if (table == device->second->tables.end()) return;
+        Ageing* ageing = table->second->ageing.get();
+        if (ageing == nullptr || !ageing->is_expired(time_out.ent_hdl)) return;
+        subscriber = ageing->time_outs;
         running.emplace(subscriber.registration);
-        if (!*running) {
-            table->ageing->take_back(time_out.ent_hdl);
-            return;
-        }
+        if (!*running) return ageing->take_back(time_out.ent_hdl);
     }
     subscriber.callback(time_out.dev_id, time_out.tbl_hdl, time_out.ent_hdl, subscriber.cookie);
 }
@@ -84,132 +65,87 @@ void tell(const TimeOut& time_out) {
 
 pipe_status pipe_mgr_idle_set_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params params) {
-    const auto body = [&]() -> pipe_status {
-        return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table&, Ageing& ageing) -> pipe_status {
-            ageing.params = params;
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("pipe_mgr_idle_set_params", body, sess_hdl, dev_id, tbl_hdl, params);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, params)(
+        [&] { LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().params = params; });
 }
 
 pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params* params) {
-    const auto body = [&]() -> pipe_status {
-        if (params == nullptr) return VL_MODEL_INVALID;
-        return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table&, const Ageing& ageing) -> pipe_status {
-            if (!ageing.params) return VL_MODEL_NOT_FOUND;
-            *params = *ageing.params;
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("pipe_mgr_idle_get_params", body, sess_hdl, dev_id, tbl_hdl, params);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, params)([&] {
+        const LockedDevice device(sess_hdl, dev_id);
+        const Ageing& ageing = device->table(tbl_hdl).ageing_entries();
+        refuse_if(!ageing.params, VL_MODEL_NOT_FOUND);
+        *params = *ageing.params;
+    });
 }
 
 pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                          uint32_t enable) {
-    const auto body = [&]() -> pipe_status {
-        return with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table& table, Ageing& ageing) -> pipe_status {
-            if (enable > 1) return VL_MODEL_INVALID;
-            if (enable == 0) {
-                ageing.switch_off();
-                return VL_MODEL_OK;
-            }
-            if (!ageing.params) return VL_MODEL_NOT_FOUND;
-            ageing.switch_on(model().now, table.entries);
-            return VL_MODEL_OK;
-        });
-    };
-    return boundary("pipe_mgr_idle_tmo_set_enable", body, sess_hdl, dev_id, tbl_hdl, enable);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, enable)([&] {
+        const LockedDevice device(sess_hdl, dev_id);
+        const Table& table = device->table(tbl_hdl);
+        Ageing& ageing = table.ageing_entries();
+        refuse_if(enable > 1, VL_MODEL_INVALID);
+        if (enable == 0) return ageing.switch_off();
+        refuse_if(!ageing.params, VL_MODEL_NOT_FOUND);
+        ageing.switch_on(model().now, table.entries);
+    });
 }
 
 pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_idle_tmo_cb callback, void* cookie) {
-    const auto body = [&]() -> pipe_status {
-        std::shared_ptr<Registration> replaced;
-        const pipe_status status =
-            with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table&, Ageing& ageing) -> pipe_status {
-                replaced = ageing.time_outs.replace(callback, cookie);
-                return VL_MODEL_OK;
-            });
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
+        const auto replaced =
+            LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().time_outs.replace(callback, cookie);
         end(replaced);
-        return status;
-    };
-    return boundary("pipe_mgr_idle_register_tmo_cb", body, sess_hdl, dev_id, tbl_hdl, callback, cookie);
+    });
 }
 
 pipe_status pipe_mgr_mat_ent_set_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t ttl, uint32_t flags, uint32_t always_0) {
-    const auto body = [&]() -> pipe_status {
-        return with_ageing_entry(sess_hdl, dev_id, tbl_hdl, ent_hdl,
-                                 [&](Ageing& ageing) { ageing.set_ttl(ent_hdl, ttl, model().now); });
-    };
-    return boundary("pipe_mgr_mat_ent_set_idle_ttl", body, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl, flags, always_0);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl, flags, always_0)([&] {
+        const LockedDevice device(sess_hdl, dev_id);
+        device->table(tbl_hdl).ageing_of(ent_hdl).set_ttl(ent_hdl, ttl, model().now);
+    });
 }
 
 pipe_status pipe_mgr_mat_ent_get_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t* ttl) {
-    const auto body = [&]() -> pipe_status {
-        if (ttl == nullptr) return VL_MODEL_INVALID;
-        return with_ageing_entry(sess_hdl, dev_id, tbl_hdl, ent_hdl,
-                                 [&](const Ageing& ageing) { *ttl = ageing.ttl(ent_hdl); });
-    };
-    return boundary("pipe_mgr_mat_ent_get_idle_ttl", body, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl)(
+        [&] { *ttl = LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_of(ent_hdl).ttl(ent_hdl); });
 }
 
 pipe_status pipe_mgr_mat_ent_reset_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                             pipe_ent_hdl ent_hdl) {
-    const auto body = [&]() -> pipe_status {
-        return with_ageing_entry(sess_hdl, dev_id, tbl_hdl, ent_hdl,
-                                 [&](Ageing& ageing) { ageing.restart(ent_hdl, model().now); });
-    };
-    return boundary("pipe_mgr_mat_ent_reset_idle_ttl", body, sess_hdl, dev_id, tbl_hdl, ent_hdl);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)([&] {
+        const LockedDevice device(sess_hdl, dev_id);
+        device->table(tbl_hdl).ageing_of(ent_hdl).restart(ent_hdl, model().now);
+    });
 }
 
 pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                 pipe_idle_hit_state_cb callback, void* cookie) {
-    const auto body = [&]() -> pipe_status {
-        const pipe_status status =
-            with_ageing(sess_hdl, dev_id, tbl_hdl, [&](const Table&, Ageing& ageing) -> pipe_status {
-                ageing.update_hit_states();
-                return VL_MODEL_OK;
-            });
-        if (status == VL_MODEL_OK && callback != nullptr) {
-            const WithinCallback within;
-            callback(dev_id, cookie);
-        }
-        return status;
-    };
-    return boundary("pipe_mgr_idle_time_update_hit_state", body, sess_hdl, dev_id, tbl_hdl, callback, cookie);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
+        LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().update_hit_states();
+        call_once(callback, dev_id, cookie);
+    });
 }
 
 pipe_status pipe_mgr_idle_time_get_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, uint32_t* hit_state) {
-    const auto body = [&]() -> pipe_status {
-        if (hit_state == nullptr) return VL_MODEL_INVALID;
-        return with_ageing_entry(sess_hdl, dev_id, tbl_hdl, ent_hdl, [&](const Ageing& ageing) {
-            *hit_state = ageing.hit_state(ent_hdl) ? PIPE_IDLE_HIT : PIPE_IDLE_NOT_HIT;
-        });
-    };
-    return boundary("pipe_mgr_idle_time_get_hit_state", body, sess_hdl, dev_id, tbl_hdl, ent_hdl, hit_state);
+    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, hit_state)([&] {
+        const LockedDevice device(sess_hdl, dev_id);
+        const bool was_hit = device->table(tbl_hdl).ageing_of(ent_hdl).hit_state(ent_hdl);
+        *hit_state = was_hit ? PIPE_IDLE_HIT : PIPE_IDLE_NOT_HIT;
+    });
 }
 
 uint32_t vl_model_entry_hit(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl) {
-    const auto body = [&]() -> pipe_status {
-        const std::lock_guard lock(model().mutex);
-        pipe_status status = VL_MODEL_OK;
-        Table* table = find_table(dev_id, tbl_hdl, status);
-        if (table == nullptr) return status;
-        if (table->ageing == nullptr) return VL_MODEL_NOT_SUPPORTED;
-        if (!table->entries.has(ent_hdl)) return VL_MODEL_NOT_FOUND;
-        table->ageing->hit(ent_hdl, model().now);
-        return VL_MODEL_OK;
-    };
-    return run_guarded(body);
+    return guarded([&] { LockedDevice(dev_id)->table(tbl_hdl).ageing_of(ent_hdl).hit(ent_hdl, model().now); });
 }
 
 uint32_t vl_model_clock_advance(uint32_t milliseconds) {
-    const auto body = [&]() -> pipe_status {
+    return guarded([&] {
         std::vector<TimeOut> time_outs;
         {
             Model& m = model();
@@ -219,7 +155,5 @@ uint32_t vl_model_clock_advance(uint32_t milliseconds) {
         }
         for (const TimeOut& time_out : time_outs)
             tell(time_out);
-        return VL_MODEL_OK;
-    };
-    return run_guarded(body);
+    });
 }
