@@ -1,157 +1,127 @@
-// Idle time on the host routes. The driver's clock moves and packets hit entries only as the agent says: on a real
-// switch both just happen.
+// Idle time on the host routes. The agent itself moves the driver's clock and sends packets. On a real switch both just
+// happen.
 #include <deque>
 
 #include "route_agent/phases.h"
-#include "route_agent/work.h"
-#include "vl_model/control.h"
+#include "vl_driver/idle.h"
 
 namespace route_agent {
 namespace {
 
-// The driver's mode in which it tells of entries that ran out of time. Its times are milliseconds.
-constexpr uint32_t notify_mode = 1;
+// In milliseconds. One step of the clock is less than a time to live, two are more.
 constexpr uint32_t look_interval = 1'000;
 constexpr uint32_t time_to_live = 10'000;
-// One step is less than a time to live, two are more.
 constexpr uint32_t clock_step = 9'000;
 
-// What a table that ages its entries has for it.
+// The functions of a table that ages its entries.
 struct HostTable {
     TableId id;
-    decltype(&p4_pd_velmar_switch_ipv4Host_get_mat_table_handle) handle;
-    decltype(&p4_pd_velmar_switch_ipv4Host_idle_tmo_enable) enable;
-    decltype(&p4_pd_velmar_switch_ipv4Host_idle_tmo_disable) disable;
-    decltype(&p4_pd_velmar_switch_ipv4Host_idle_register_tmo_cb) register_callback;
-    decltype(&p4_pd_velmar_switch_ipv4Host_update_hit_state) update_hit_state;
-    decltype(&p4_pd_velmar_switch_ipv4Host_get_hit_state) get_hit_state;
-    decltype(&p4_pd_velmar_switch_ipv4Host_table_delete) remove; // by handle
+    decltype(&PD(ipv4Host, get_mat_table_handle)) handle;
+    decltype(&PD(ipv4Host, idle_tmo_enable)) enable;
+    decltype(&PD(ipv4Host, idle_tmo_disable)) disable;
+    decltype(&PD(ipv4Host, idle_register_tmo_cb)) register_callback;
+    decltype(&PD(ipv4Host, update_hit_state)) update_hit_state;
+    decltype(&PD(ipv4Host, get_hit_state)) get_hit_state;
+    decltype(&PD(ipv4Host, table_delete)) remove; // by handle
 };
 
-constexpr HostTable host_tables[] = {
-    {.id = TableId::ipv4Host,
-     .handle = p4_pd_velmar_switch_ipv4Host_get_mat_table_handle,
-     .enable = p4_pd_velmar_switch_ipv4Host_idle_tmo_enable,
-     .disable = p4_pd_velmar_switch_ipv4Host_idle_tmo_disable,
-     .register_callback = p4_pd_velmar_switch_ipv4Host_idle_register_tmo_cb,
-     .update_hit_state = p4_pd_velmar_switch_ipv4Host_update_hit_state,
-     .get_hit_state = p4_pd_velmar_switch_ipv4Host_get_hit_state,
-     .remove = p4_pd_velmar_switch_ipv4Host_table_delete},
-    {.id = TableId::ipv6Host,
-     .handle = p4_pd_velmar_switch_ipv6Host_get_mat_table_handle,
-     .enable = p4_pd_velmar_switch_ipv6Host_idle_tmo_enable,
-     .disable = p4_pd_velmar_switch_ipv6Host_idle_tmo_disable,
-     .register_callback = p4_pd_velmar_switch_ipv6Host_idle_register_tmo_cb,
-     .update_hit_state = p4_pd_velmar_switch_ipv6Host_update_hit_state,
-     .get_hit_state = p4_pd_velmar_switch_ipv6Host_get_hit_state,
-     .remove = p4_pd_velmar_switch_ipv6Host_table_delete},
-};
+#define HOST_TABLE(table)                                                                                              \
+    {                                                                                                                  \
+        table, PD(table, get_mat_table_handle), PD(table, idle_tmo_enable), PD(table, idle_tmo_disable),               \
+            PD(table, idle_register_tmo_cb), PD(table, update_hit_state), PD(table, get_hit_state),                    \
+            PD(table, table_delete)                                                                                    \
+    }
+constexpr HostTable host_tables[] = {HOST_TABLE(ipv4Host), HOST_TABLE(ipv6Host)};
 
 // Every fourth route gets no packets.
 bool gets_packets(size_t row) {
     return row % 4 != 2;
 }
 
-// The driver calls this in the middle of its own work: it only takes down the handle.
+// The driver calls this in the middle of its own work, so it only notes the handle.
 void on_time_out(pd_device, uint32_t, pd_entry handle, void* cookie) noexcept {
     static_cast<std::vector<pd_entry>*>(cookie)->push_back(handle);
 }
 
-// A table that ages, and the entries that its callback named. The driver keeps a pointer to them until this goes away.
+// A table that ages, and the entries that timed out. The driver has a pointer to them until this is destroyed.
 class Ageing {
 public:
     Ageing(Run& run, const HostTable& host_table) : run_(run), host_(host_table) {}
     ~Ageing() {
-        const Device& device = run_.device;
-        static_cast<void>(host_.register_callback(device.session, device.target.dev_id, nullptr, nullptr));
+        static_cast<void>(host_.register_callback(session_, device_, nullptr, nullptr));
     }
     Ageing(const Ageing&) = delete;
     Ageing& operator=(const Ageing&) = delete;
 
-    void switch_on();
-    void expect_none_named();
-    void send_packets();
-    void check_hits();
-    void remove_named();
-    void switch_off();
+    void switch_on() {
+        Work work(run_, host_.id);
+        timed_out_.reserve(work.placed.size());
+        work.done(
+            host_.register_callback(session_, device_, reinterpret_cast<pd_driver_callback>(on_time_out), &timed_out_),
+            "registering for time-outs");
+        const pd_idle_params params = {.mode = PIPE_IDLE_MODE_NOTIFY,
+                                       .params_a = look_interval,
+                                       .params_b = 0, // no upper limit
+                                       .params_c = time_to_live,
+                                       .params_d = 0,
+                                       .params_flag = 0};
+        work.done(host_.enable(session_, device_, params), "switching idle time on");
+    }
+
+    void expect_no_time_out() {
+        if (!timed_out_.empty())
+            Work(run_, host_.id).differs(grouped(timed_out_.size()), " entries timed out before their time");
+    }
+
+    // Packets are no calls of the agent, so they aren't counted.
+    void send_packets() {
+        uint32_t table_handle = 0;
+        check(host_.handle(&table_handle), "asking for a table's handle");
+        for (const auto& [handle, row] : run_.placed[host_.id])
+            if (gets_packets(row)) check(vl_model_entry_hit(device_, table_handle, handle), "sending a packet");
+    }
+
+    void check_hits() {
+        Work work(run_, host_.id);
+        work.done(host_.update_hit_state(session_, device_, nullptr, nullptr), "updating hit states");
+        for (const auto& [handle, row] : work.placed) {
+            const Entry& entry = work.entries[row];
+            uint32_t hit = 0;
+            work.done(host_.get_hit_state(session_, device_, handle, &hit), "reading the hit state of ", entry.prefix);
+            if ((hit != 0) != gets_packets(row)) work.differs("the hit state of ", entry.prefix, " is ", hit);
+        }
+    }
+
+    void remove_timed_out() {
+        Work work(run_, host_.id);
+        for (const pd_entry handle : timed_out_) {
+            const Placed* placed = work.row_of(handle);
+            if (placed == nullptr || work.rows[placed->row] != RowState::standing) {
+                work.differs("handle ", handle, " timed out, which no entry has any more");
+                continue;
+            }
+            const Entry& entry = work.entries[placed->row];
+            if (gets_packets(placed->row)) work.differs(entry.prefix, " timed out, though a packet hit it");
+            work.done(host_.remove(session_, device_, handle), "removing ", entry.prefix);
+            work.rows[placed->row] = RowState::aged;
+            ++work.tally.aged;
+        }
+        for (size_t row = 0; row < work.entries.size(); ++row)
+            if (!gets_packets(row) && work.rows[row] == RowState::standing)
+                work.differs(work.entries[row].prefix, " got no packet and didn't time out");
+    }
+
+    void switch_off() {
+        Work(run_, host_.id).done(host_.disable(session_, device_), "switching idle time off");
+    }
 
 private:
-    Work work() {
-        return Work(run_, index_of(host_.id));
-    }
-
     Run& run_;
     const HostTable& host_;
-    std::vector<pd_entry> named_;
+    const pd_session session_ = run_.device.session;
+    const pd_device device_ = run_.device.target.dev_id;
+    std::vector<pd_entry> timed_out_;
 };
-
-void Ageing::switch_on() {
-    Work rows = work();
-    const Device& device = run_.device;
-    named_.reserve(rows.placed.size());
-    rows.done(host_.register_callback(device.session, device.target.dev_id,
-                                      reinterpret_cast<pd_driver_callback>(on_time_out), &named_),
-              "registering for time-outs");
-    const pd_idle_params params = {.mode = notify_mode,
-                                   .params_a = look_interval,
-                                   .params_b = 0, // no upper limit
-                                   .params_c = time_to_live,
-                                   .params_d = 0,
-                                   .params_flag = 0};
-    rows.done(host_.enable(device.session, device.target.dev_id, params), "switching idle time on");
-}
-
-void Ageing::expect_none_named() {
-    if (!named_.empty()) work().differs(grouped(named_.size()) + " entries timed out before their time");
-}
-
-// Packets are no calls of the agent, and count for nothing.
-void Ageing::send_packets() {
-    const size_t table = index_of(host_.id);
-    uint32_t table_handle = 0;
-    check(host_.handle(&table_handle), "asking for a table's handle");
-    for (const Placed& placed : run_.placed[table])
-        if (gets_packets(placed.row))
-            check(vl_model_entry_hit(run_.device.target.dev_id, table_handle, placed.handle), "sending a packet");
-}
-
-void Ageing::check_hits() {
-    Work rows = work();
-    const Device& device = run_.device;
-    rows.done(host_.update_hit_state(device.session, device.target.dev_id, nullptr, nullptr), "updating hit states");
-    for (const Placed& placed : rows.placed) {
-        const Entry& entry = rows.entries[placed.row];
-        uint32_t hit = 0;
-        rows.done(host_.get_hit_state(device.session, device.target.dev_id, placed.handle, &hit),
-                  "reading the hit state of", entry);
-        if ((hit != 0) != gets_packets(placed.row))
-            rows.differs("the hit state of " + to_text(entry.prefix) + " is " + std::to_string(hit));
-    }
-}
-
-void Ageing::remove_named() {
-    Work rows = work();
-    const Device& device = run_.device;
-    for (const pd_entry handle : named_) {
-        const Placed* placed = rows.row_of(handle);
-        if (placed == nullptr || rows.rows[placed->row] != RowState::standing) {
-            rows.differs("handle " + std::to_string(handle) + " timed out, which no entry has any more");
-            continue;
-        }
-        const Entry& entry = rows.entries[placed->row];
-        if (gets_packets(placed->row)) rows.differs(to_text(entry.prefix) + " timed out, though a packet hit it");
-        rows.done(host_.remove(device.session, device.target.dev_id, handle), "removing", entry);
-        rows.rows[placed->row] = RowState::aged;
-        ++rows.tally.aged;
-    }
-    for (size_t row = 0; row < rows.entries.size(); ++row)
-        if (!gets_packets(row) && rows.rows[row] == RowState::standing)
-            rows.differs(to_text(rows.entries[row].prefix) + " got no packet and didn't time out");
-}
-
-void Ageing::switch_off() {
-    work().done(host_.disable(run_.device.session, run_.device.target.dev_id), "switching idle time off");
-}
 
 void move_clock() {
     check(vl_model_clock_advance(clock_step), "moving the clock");
@@ -166,13 +136,13 @@ void age_hosts(Run& run) {
         tables.emplace_back(run, host).switch_on();
     move_clock();
     for (Ageing& table : tables) {
-        table.expect_none_named();
+        table.expect_no_time_out();
         table.send_packets();
     }
     move_clock();
     for (Ageing& table : tables) {
         table.check_hits();
-        table.remove_named();
+        table.remove_timed_out();
         table.switch_off();
     }
 }

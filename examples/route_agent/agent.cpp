@@ -1,4 +1,4 @@
-// Puts the agent together: takes the arguments, loads the routes, plans, runs the phases and reports.
+// Puts the agent together: takes the arguments, loads the routes, makes the plan, runs the phases and reports.
 #include "route_agent/agent.h"
 
 #include <cerrno>
@@ -10,9 +10,6 @@
 #include "route_agent/phases.h"
 #include "route_agent/plan.h"
 #include "route_agent/printable.h"
-#include "route_agent/range_list.h"
-#include "route_agent/report.h"
-#include "route_agent/route_list.h"
 
 namespace route_agent {
 namespace {
@@ -20,9 +17,9 @@ namespace {
 constexpr const char* usage = R"(Usage: route_agent [FILE]
 
 Programs routes into the route tables of one VRF, and an ECMP group of several paths for each of their next hops. On
-the way it is restarted twice: it forgets all that it knows of the groups, takes it back from the switch and goes on.
-Then it reads everything back, ages the host routes, deletes every second route and proves that the rest still stands,
-also in the hardware, as the driver says that it placed it. Ends with a table of what was done.
+the way it restarts twice: it forgets what it knows about the groups, reads it back from the switch and goes on. Then
+it reads everything back, ages the host routes, deletes every second route, and proves that the rest still stands, also
+in the hardware, where the driver says that it placed it. Ends with a table of what was done.
 
 Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
 country. FILE (or - for standard input) has a route per line, of at most 4096 bytes. NEXT_HOP is a decimal number from
@@ -35,34 +32,30 @@ country. FILE (or - for standard input) has a route per line, of at most 4096 by
 Exit status: 0 if all was as meant, 1 if anything differed or the driver refused, 2 for bad arguments or a bad list.
 )";
 
-struct RangeSource {
-    const char* path;
-    Family family;
-};
-
-constexpr RangeSource allocations[] = {{"/usr/share/tor/geoip", Family::ipv4}, {"/usr/share/tor/geoip6", Family::ipv6}};
-
 bool open(std::ifstream& file, const std::string& path, std::ostream& messages) {
     errno = 0;
     file.open(path);
-    if (std::filesystem::is_directory(path)) {
+    if (std::filesystem::is_directory(path))
         messages << printable(path) << ": is a directory\n";
-        return false;
-    }
-    if (!file) messages << printable(path) << ": can't be opened: " << std::strerror(errno) << '\n';
-    return static_cast<bool>(file);
+    else if (!file)
+        messages << printable(path) << ": can't be opened: " << std::strerror(errno) << '\n';
+    else
+        return true;
+    return false;
 }
 
 std::optional<std::vector<Route>> load_allocations(std::ostream& messages) {
+    constexpr std::pair<const char*, Family> sources[] = {{"/usr/share/tor/geoip", Family::ipv4},
+                                                          {"/usr/share/tor/geoip6", Family::ipv6}};
     std::vector<Route> routes;
     CountryNextHops next_hops;
-    for (const RangeSource& source : allocations) {
+    for (const auto& [path, family] : sources) {
         std::ifstream file;
-        if (!open(file, source.path, messages)) {
+        if (!open(file, path, messages)) {
             messages << "The allocations come with Debian's package tor-geoipdb.\n";
             return std::nullopt;
         }
-        if (!read_range_list(file, source.path, source.family, next_hops, routes, messages)) return std::nullopt;
+        if (!read_range_list(file, path, family, next_hops, routes, messages)) return std::nullopt;
     }
     return routes;
 }
@@ -74,23 +67,21 @@ std::optional<std::vector<Route>> load_list(const std::string& path, const std::
     return read_route_list(file, name, streams.messages);
 }
 
-// Calls `step` and tells about a refusal; false if there was one.
-template <class Step>
-bool attempt(Progress& progress, Step&& step) {
-    try {
-        step();
-        return true;
-    } catch (const Refused& refused) {
-        progress.message(refused.what());
-        return false;
-    }
-}
-
 int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
+    bool refused = false;
+    const auto attempt = [&](const auto& step) {
+        try {
+            step();
+        } catch (const Refused& refusal) {
+            progress.message(refusal.what());
+            refused = true;
+        }
+    };
     Device device;
-    if (!attempt(progress, [&] { device = open_device(); })) return exit_not_as_meant;
+    attempt([&] { device = open_device(); });
+    if (refused) return exit_not_as_meant;
     Run run(device, plan, progress);
-    const bool finished = attempt(progress, [&] {
+    attempt([&] {
         program(run, 0);
         restart(run, RestoreBy::log);
         program(run, 1);
@@ -103,19 +94,15 @@ int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
         compare_with_hardware(run);
     });
     progress.end_phase();
-    const bool counted = attempt(progress, [&] { count_left(run); });
-    const bool closed = attempt(progress, [&] { close_device(device); });
+    attempt([&] { count_left(run); });
+    attempt([&] { close_device(device); });
     print_report(out, run);
-    if (!finished || !counted || !closed) {
-        out << "NOT as meant: the driver refused." << std::endl;
-        return exit_not_as_meant;
-    }
-    if (!all_as_meant(run)) {
-        out << "NOT as meant: there were differences." << std::endl;
-        return exit_not_as_meant;
-    }
-    out << "All was as meant." << std::endl;
-    return exit_as_meant;
+    const bool as_meant = !refused && all_as_meant(run);
+    out << (as_meant  ? "All was as meant."
+            : refused ? "NOT as meant: the driver refused."
+                      : "NOT as meant: there were differences.")
+        << std::endl;
+    return as_meant ? exit_as_meant : exit_not_as_meant;
 }
 
 } // namespace
@@ -141,7 +128,7 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
                                                    : printable(arguments[0]);
     Progress progress(streams.messages, streams.messages_on_terminal);
     progress.begin_phase("loading " + name);
-    progress.end_phase(); // what loading has to say begins on a line of its own
+    progress.end_phase(); // messages about the list begin on a line of their own
     std::optional<std::vector<Route>> routes =
         own_list ? load_list(arguments[0], name, streams) : load_allocations(streams.messages);
     if (!routes) return exit_bad_input;
@@ -151,7 +138,7 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
         streams.messages << name << ": " << reason << '\n';
         return exit_bad_input;
     }
-    routes.reset(); // the plan has all that is needed, and a run is long
+    routes.reset(); // a run is long, and the plan has all that it needs
     return drive_switch(*plan, progress, streams.out);
 }
 

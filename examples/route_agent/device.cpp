@@ -1,4 +1,4 @@
-// Start and end of work with the switch. The only file that knows what the driver is told about the pipeline.
+// Opens and closes the switch. No other file knows how the driver learns about the pipeline.
 #include "route_agent/device.h"
 
 #include "vl_model/control.h"
@@ -7,7 +7,7 @@
 namespace route_agent {
 namespace {
 
-// Statuses are the driver's, but for two that the library alone has.
+// All statuses are the driver's except two, which only the library returns.
 std::string status_text(pd_status status) {
     if (status == PD_STATUS_UNEXPECTED) return "UNEXPECTED (the driver's answer can't come from this pipeline)";
     if (status == PD_STATUS_MISMATCH) return "MISMATCH (another action than the member's)";
@@ -29,7 +29,7 @@ Device open_device() {
     Device device;
     pd_status status = vl_model_session_open(&device.session);
     if (status != PD_STATUS_OK) {
-        static_cast<void>(p4_pd_velmar_switch_cleanup()); // the first refusal is the one to tell about
+        static_cast<void>(p4_pd_velmar_switch_cleanup()); // only the first refusal is reported
         throw Refused("opening a session", status);
     }
     status = vl_model_device_add(device.target.dev_id, &velmar_switch_pipeline);

@@ -1,4 +1,4 @@
-// The switch that the agent drives: the library started, a session of the driver, one device with the pipeline.
+// The switch that the agent drives: the library, a session of the driver, and one device with the pipeline.
 #pragma once
 
 #include <stdexcept>
@@ -6,25 +6,28 @@
 
 #include "vl_pd/velmar_switch.h"
 
+// What the library has for a table, profile or action, by the last part of its name.
+#define PD(object, name) p4_pd_velmar_switch_##object##_##name
+
 namespace route_agent {
 
-// All that an operation needs to know where it works.
+// Where an operation works.
 struct Device {
     pd_session session = 0;
     pd_dev_tgt target = {.dev_id = 0, .pipe_id = PD_ALL_PIPES, .reserved = 0};
     uint8_t vrf = 1; // the one VRF that has all routes
 };
 
-// A call that the driver, or the library, did not do. The message has the status by name and text.
+// A call that the driver or the library refused. The message has the status by name and text.
 class Refused : public std::runtime_error {
 public:
     Refused(const std::string& what, pd_status status);
 };
 
-// Throws Refused for any status but 0.
+// Throws Refused for any status except 0.
 void check(pd_status status, const char* what);
 
-// Both throw Refused. Closing does all its steps before it throws.
+// Both throw Refused. close_device does all its steps before it throws.
 Device open_device();
 void close_device(const Device& device);
 

@@ -1,38 +1,74 @@
-// See ecmp.h. Changes need the library's shadow of the profile: it knows the action that the driver wants to hear.
-#include "route_agent/ecmp.h"
+// The ECMP groups, and the restart, which concerns only them. The switch keeps members, groups and entries, but the agent
+// loses the handles of members and groups. The library loses its shadow of the profile, without which nothing can be
+// added to a group: the shadow knows the action, which the driver wants to be told.
+#include "route_agent/phases.h"
 
-#include <algorithm>
-
-#include "route_agent/ecmp_work.h"
+#include <cstdlib>
+#include <cstring>
+#include <functional>
+#include <map>
+#include <memory>
 
 namespace route_agent {
 namespace {
 
-p4_pd_velmar_switch_ecmpGroup_match_spec_t key_of(size_t number) {
+// A phase's work on the groups.
+struct EcmpWork {
+    explicit EcmpWork(Run& of_run) : run(of_run) {}
+
+    Run& run;
+    const pd_session session = run.device.session;
+    const pd_dev_tgt target = run.device.target;
+    Account entries{run, "ecmpGroup", run.ecmp_entries};
+    Account groups{run, "ECMP groups", run.ecmp_groups};
+    Account members{run, "ECMP members", run.ecmp_members};
+};
+
+// What a member says. All paths of a group lead to the number of its next hop, each in a next-hop table of its own.
+struct Path {
+    unsigned next_hop_table = 0;
+    uint32_t next_hop = 0;
+
+    friend auto operator<=>(const Path&, const Path&) = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Path& path) {
+    return out << path.next_hop << " of table " << path.next_hop_table;
+}
+
+size_t number_of(size_t row) {
+    return row + 1;
+}
+
+PD(ecmpGroup, match_spec_t) key_of(size_t number) {
     return {.l3_nextHop = static_cast<uint32_t>(number)};
 }
 
-pd_status add_entry(const Device& device, size_t number, pd_group group, pd_entry& handle) {
+pd_status add_entry(const EcmpWork& work, size_t number, pd_group group) {
     const auto key = key_of(number);
-    return p4_pd_velmar_switch_ecmpGroup_add_entry_with_selector(device.session, device.target, &key, group, &handle);
+    pd_entry entry = 0;
+    return PD(ecmpGroup, add_entry_with_selector)(work.session, work.target, &key, group, &entry);
 }
 
-pd_status join(const Device& device, pd_group group, pd_member member) {
-    return p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_to_group(device.session, device.target.dev_id, group,
-                                                                           member);
+pd_status find_entry(const EcmpWork& work, size_t number, pd_entry& entry) {
+    const auto key = key_of(number);
+    return PD(ecmpGroup, match_spec_to_entry_hdl)(work.session, work.target, &key, &entry);
+}
+
+pd_status join(const EcmpWork& work, pd_group group, pd_member member) {
+    return PD(ecmpMemberActionProfile, add_member_to_group)(work.session, work.target.dev_id, group, member);
 }
 
 void add_path(EcmpWork& work, size_t row) {
     GroupState& group = work.run.groups[row];
-    const p4_pd_velmar_switch_setEcmpNextHop_action_spec_t action = {
-        .action_nextHopTable = static_cast<uint8_t>(group.path_count),
-        .action_nextHop = work.run.plan.groups[row].next_hop};
+    const PD(setEcmpNextHop, action_spec_t) action = {.action_nextHopTable = static_cast<uint8_t>(group.path_count),
+                                                      .action_nextHop = work.run.plan.groups[row].next_hop};
     pd_member member = 0;
-    work.members.done(p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_with_setEcmpNextHop(
-                          work.device.session, work.device.target, &action, &member),
-                      "adding one for group", number_of(row));
+    work.members.done(
+        PD(ecmpMemberActionProfile, add_member_with_setEcmpNextHop)(work.session, work.target, &action, &member),
+        "adding one for group ", number_of(row));
     ++work.members.tally.added;
-    work.groups.done(join(work.device, group.handle, member), "adding a member to group", number_of(row));
+    work.groups.done(join(work, group.handle, member), "adding a member to group ", number_of(row));
     group.members.push_back(member);
     ++group.path_count;
 }
@@ -40,21 +76,110 @@ void add_path(EcmpWork& work, size_t row) {
 void add_group(EcmpWork& work, size_t row) {
     constexpr uint32_t no_limit = 0;
     GroupState& group = work.run.groups[row];
-    work.groups.done(p4_pd_velmar_switch_ecmpMemberActionProfile_create_group(work.device.session, work.device.target,
-                                                                              no_limit, &group.handle),
-                     "creating", number_of(row));
+    work.groups.done(PD(ecmpMemberActionProfile, create_group)(work.session, work.target, no_limit, &group.handle),
+                     "creating ", number_of(row));
     ++work.groups.tally.added;
     const EcmpGroup& planned = work.run.plan.groups[row];
     while (group.path_count < path_count(planned, number_of(row), planned.load))
         add_path(work, row);
     // Last: an entry takes over the action of its group, which a group without members doesn't have.
-    pd_entry entry = 0;
-    work.entries.done(add_entry(work.device, number_of(row), group.handle, entry), "adding", number_of(row));
+    work.entries.done(add_entry(work, number_of(row), group.handle), "adding ", number_of(row));
     ++work.entries.tally.added;
     group.state = RowState::standing;
 }
 
-// Compares the paths of a group with what they are meant to be.
+using FoundMembers = std::map<pd_member, Path>;
+
+FoundMembers read_members(EcmpWork& work) {
+    FoundMembers found;
+    walk(work.members, work.members.tally.added,
+         std::bind_front(PD(ecmpMemberActionProfile, get_first_member), work.session, work.target),
+         std::bind_front(PD(ecmpMemberActionProfile, get_next_members), work.session, work.target),
+         [&](pd_member member) {
+             constexpr uint8_t read_from_hw = 1;
+             pd_action_record record{};
+             work.members.done(PD(ecmpMemberActionProfile, get_member)(work.session, work.target.dev_id, member,
+                                                                       read_from_hw, &record),
+                               "reading ", member);
+             if (record.action_id != p4_pd_velmar_switch_action_setEcmpNextHop) {
+                 work.members.differs("member ", member, " has another action, number ", record.action_id);
+                 return;
+             }
+             PD(setEcmpNextHop, action_spec_t) action{};
+             std::memcpy(&action, record.spec, sizeof action);
+             found[member] = {action.action_nextHopTable, action.action_nextHop};
+         });
+    return found;
+}
+
+struct FoundGroup {
+    pd_group handle = 0;
+    std::map<Path, pd_member> paths;
+    size_t member_count = 0; // more than paths, if two members say the same
+};
+
+// Moves the members that the group has from `loose` to the group.
+FoundGroup read_group(EcmpWork& work, pd_group handle, FoundMembers& loose) {
+    FoundGroup found{.handle = handle, .paths = {}};
+    const pd_device device = work.target.dev_id;
+    walk(work.groups, work.members.tally.added,
+         std::bind_front(PD(ecmpMemberActionProfile, get_first_group_member), work.session, device, handle),
+         std::bind_front(PD(ecmpMemberActionProfile, get_next_group_members), work.session, device, handle),
+         [&](pd_member member) {
+             ++found.member_count;
+             if (const auto node = loose.extract(member))
+                 found.paths.emplace(node.mapped(), member);
+             else
+                 work.groups.differs("group handle ", handle, " has member ", member,
+                                     ", which is unknown or in another group");
+         });
+    uint32_t count = 0;
+    work.groups.done(
+        PD(ecmpMemberActionProfile, get_selector_group_member_count)(work.session, work.target, handle, &count),
+        "counting the members of handle ", handle);
+    if (count != found.member_count)
+        work.groups.differs("the driver counts ", grouped(count), " members of group handle ", handle, ", and lists ",
+                            grouped(found.member_count));
+    return found;
+}
+
+// Reads what the switch has from the members up, and relies only on what the driver says. Returns the groups by the
+// numbers of their entries. What no entry leads to is a difference.
+std::map<uint32_t, FoundGroup> read_groups(EcmpWork& work) {
+    FoundMembers loose_members = read_members(work);
+    std::map<pd_group, FoundGroup> loose;
+    walk(work.groups, work.groups.tally.added,
+         std::bind_front(PD(ecmpMemberActionProfile, get_first_group), work.session, work.target),
+         std::bind_front(PD(ecmpMemberActionProfile, get_next_groups), work.session, work.target),
+         [&](pd_group group) { loose[group] = read_group(work, group, loose_members); });
+    for (const auto& [member, path] : loose_members)
+        work.members.differs("member ", member, ", ", path, ", is in no group");
+
+    std::map<uint32_t, FoundGroup> found;
+    walk(work.entries, work.entries.tally.added,
+         std::bind_front(PD(ecmpGroup, get_first_entry_handle), work.session, work.target),
+         std::bind_front(PD(ecmpGroup, get_next_entry_handles), work.session, work.target), [&](pd_entry entry) {
+             constexpr uint32_t read_from_hw = 1;
+             PD(ecmpGroup, match_spec_t) key{};
+             uint8_t has_member = 0, has_group = 0, is_default = 0;
+             pd_group group = 0;
+             pd_member member = 0;
+             work.entries.done(PD(ecmpGroup, get_entry)(work.session, work.target.dev_id, entry, read_from_hw, &key,
+                                                        &has_member, &has_group, &group, &member, &is_default),
+                               "reading handle ", entry);
+             auto node = has_group != 0 && is_default == 0 ? loose.extract(group) : decltype(loose)::node_type{};
+             if (node)
+                 found.emplace(key.l3_nextHop, std::move(node.mapped()));
+             else
+                 work.entries.differs("entry ", key.l3_nextHop,
+                                      " points at no group, an unknown one or that of another entry");
+         });
+    for (const auto& [handle, group] : loose)
+        work.groups.differs("no entry leads to group handle ", handle);
+    return found;
+}
+
+// Compares the paths of a group with the plan.
 bool paths_equal(EcmpWork& work, size_t row, const FoundGroup& found) {
     std::vector<Path> meant;
     for (unsigned table = 0; table < work.run.groups[row].path_count; ++table)
@@ -63,42 +188,44 @@ bool paths_equal(EcmpWork& work, size_t row, const FoundGroup& found) {
     if (found.member_count == meant.size() && std::ranges::equal(found.paths, meant, {}, path_of)) return true;
     std::string read;
     for (const auto& [path, member] : found.paths)
-        read.append(read.empty() ? "" : ", ").append(to_text(path));
-    work.members.differs("group " + std::to_string(number_of(row)) + ": meant " + grouped(meant.size()) +
-                         " paths, from " + to_text(meant.front()) + " on, read " + read);
+        read += text_of(read.empty() ? "" : ", ", path);
+    work.members.differs("group ", number_of(row), ": meant ", grouped(meant.size()), " paths, from ", meant.front(),
+                         " on, read ", read);
     return false;
 }
 
-void check_count(Account& account, uint32_t count, size_t meant) {
-    if (count != meant) account.differs("the driver counts " + grouped(count) + ", meant are " + grouped(meant));
-}
-
-struct DriverCounts {
-    uint32_t entries = 0;
-    uint32_t groups = 0;
-    uint32_t members = 0;
-};
-
-DriverCounts count(EcmpWork& work) {
-    const Device& device = work.device;
-    DriverCounts counts;
-    work.entries.done(p4_pd_velmar_switch_ecmpGroup_get_entry_count(device.session, device.target, &counts.entries),
+EcmpCounts driver_counts(EcmpWork& work) {
+    EcmpCounts counts;
+    work.entries.done(PD(ecmpGroup, get_entry_count)(work.session, work.target, &counts.entries),
                       "counting the entries");
-    work.groups.done(p4_pd_velmar_switch_ecmpMemberActionProfile_get_selector_group_count(device.session, device.target,
-                                                                                          &counts.groups),
+    work.groups.done(PD(ecmpMemberActionProfile, get_selector_group_count)(work.session, work.target, &counts.groups),
                      "counting");
-    work.members.done(p4_pd_velmar_switch_ecmpMemberActionProfile_get_act_prof_entry_count(
-                          device.session, device.target, &counts.members),
+    work.members.done(PD(ecmpMemberActionProfile, get_act_prof_entry_count)(work.session, work.target, &counts.members),
                       "counting");
     return counts;
 }
 
+void check_count(Account& account, uint32_t count, uint32_t meant) {
+    if (count != meant) account.differs("the driver counts ", grouped(count), ", meant are ", grouped(meant));
+}
+
 void expect(Account& account, pd_status status, pd_status expected, const std::string& what) {
     ++account.tally.calls;
-    if (status != expected) {
-        account.differs(what + " gave " + vl_model_status_name(status) + ", meant was " +
-                        vl_model_status_name(expected));
-    }
+    if (status != expected)
+        account.differs(what, " gave ", vl_model_status_name(status), ", meant was ", vl_model_status_name(expected));
+}
+
+// Adds a member to a group that has it already, and an entry that exists already. With the shadow the driver says so;
+// without it the library can't even ask the driver.
+void try_adds(Run& run, const std::string& when, pd_status expected) {
+    const auto group = std::ranges::find(run.groups, RowState::standing, &GroupState::state);
+    if (group == run.groups.end() || group->members.empty()) return;
+    EcmpWork work(run);
+    const size_t number = number_of(static_cast<size_t>(group - run.groups.begin()));
+    const pd_status joined = join(work, group->handle, group->members.front());
+    expect(work.groups, joined, expected, text_of("adding a member again to group ", number));
+    expect(work.entries, add_entry(work, number, group->handle), expected, text_of("adding entry ", number, " again"));
+    run.progress.message(when + ", adding to a group gives " + vl_model_status_name(joined));
 }
 
 } // namespace
@@ -112,29 +239,29 @@ void add_groups(Run& run, unsigned load) {
             add_path(work, row);
 }
 
-EcmpTallies learn_groups(Run& run) {
+EcmpCounts learn_groups(Run& run) {
     EcmpWork work(run);
-    EcmpTallies equal;
-    FoundGroups found = read_groups(work);
-    size_t meant_groups = 0;
-    size_t meant_members = 0;
+    EcmpCounts equal;
+    EcmpCounts meant;
+    std::map<uint32_t, FoundGroup> found = read_groups(work);
     for (size_t row = 0; row < run.groups.size(); ++row) {
         GroupState& group = run.groups[row];
-        const auto node = found.extract(static_cast<uint32_t>(number_of(row)));
+        const size_t number = number_of(row);
+        const auto node = found.extract(static_cast<uint32_t>(number));
         if (group.state != RowState::standing) {
-            if (node) work.entries.differs("group " + std::to_string(number_of(row)) + " is not meant to stand");
+            if (node) work.entries.differs("group ", number, " is not meant to stand");
             continue;
         }
-        ++meant_groups;
-        meant_members += group.path_count;
+        ++meant.groups;
+        meant.members += group.path_count;
         if (!node) {
-            work.entries.differs("the walk leaves out group " + std::to_string(number_of(row)));
+            work.entries.differs("the walk leaves out group ", number);
             continue;
         }
-        ++equal.entries.read_equal;
+        ++equal.entries;
         if (paths_equal(work, row, node.mapped())) {
-            ++equal.groups.read_equal;
-            equal.members.read_equal += group.path_count;
+            ++equal.groups;
+            equal.members += group.path_count;
         }
         group.handle = node.mapped().handle;
         group.members.clear();
@@ -142,60 +269,60 @@ EcmpTallies learn_groups(Run& run) {
             group.members.push_back(member);
     }
     for (const auto& [number, group] : found)
-        work.entries.differs("the walk gives entry " + std::to_string(number) + ", which no group has");
-    const DriverCounts counts = count(work);
-    check_count(work.entries, counts.entries, meant_groups);
-    check_count(work.groups, counts.groups, meant_groups);
-    check_count(work.members, counts.members, meant_members);
+        work.entries.differs("the walk gives entry ", number, ", which no group has");
+    const EcmpCounts counts = driver_counts(work);
+    check_count(work.entries, counts.entries, meant.groups);
+    check_count(work.groups, counts.groups, meant.groups);
+    check_count(work.members, counts.members, meant.members);
     return equal;
 }
 
-void forget_groups(Run& run) {
+void restart(Run& run, RestoreBy by) {
+    const pd_device device = run.device.target.dev_id;
+    const bool by_log = by == RestoreBy::log;
+    run.progress.begin_phase(by_log ? "restart, restored by the device state log" : "restart, restored by replay");
+    const auto free_text = [](char* text) { std::free(text); };
+    const std::unique_ptr<char, decltype(free_text)> log(by_log ? vl_model_state_log(device) : nullptr);
+    if (by_log && log == nullptr) throw Refused("logging the device state", PD_STATUS_NO_MEMORY);
+    check(vl_model_device_state_drop(device), "dropping the device state");
     for (GroupState& group : run.groups) {
         group.handle = 0;
         group.members.clear();
     }
-}
 
-std::optional<pd_status> add_again(Run& run, pd_status expected) {
-    const auto group = std::ranges::find(run.groups, RowState::standing, &GroupState::state);
-    if (group == run.groups.end() || group->members.empty()) return std::nullopt;
-    EcmpWork work(run);
-    const size_t number = number_of(static_cast<size_t>(group - run.groups.begin()));
-    const pd_status joined = join(run.device, group->handle, group->members.front());
-    expect(work.groups, joined, expected, "adding a member again to group " + std::to_string(number));
-    pd_entry entry = 0;
-    expect(work.entries, add_entry(run.device, number, group->handle, entry), expected,
-           "adding entry " + std::to_string(number) + " again");
-    return joined;
+    learn_groups(run); // reading doesn't need the shadow
+    try_adds(run, "without the shadow", VL_MODEL_NOT_FOUND);
+    if (by_log)
+        check(vl_model_state_restore(device, log.get()), "restoring by the device state log");
+    else // agent and driver agree on the words behind the device; this driver takes the session first
+        check(p4_pd_velmar_switch_restore_virtual_dev_state(device, run.device.session, 0, 0, 0),
+              "restoring by replay");
+    try_adds(run, "with the shadow restored", VL_MODEL_EXISTS); // neither way reports what it couldn't restore
 }
 
 void remove_groups_without_routes(Run& run) {
-    std::vector<bool> needed(run.groups.size(), false);
-    for (size_t i = 0; i < table_count; ++i) {
+    std::vector<bool> needed(run.groups.size() + 1, false); // by number
+    for (size_t i = 0; i < table_count; ++i)
         for (size_t row = 0; row < run.rows[i].size(); ++row)
-            if (run.rows[i][row] == RowState::standing && run.plan.tables[i][row].group != 0)
-                needed[run.plan.tables[i][row].group - 1u] = true;
-    }
+            if (run.rows[i][row] == RowState::standing) needed[run.plan.tables[i][row].group] = true;
     EcmpWork work(run);
-    const Device& device = run.device;
+    const pd_device device = work.target.dev_id;
     for (size_t row = 0; row < run.groups.size(); ++row) {
         GroupState& group = run.groups[row];
-        if (needed[row] || group.state != RowState::standing) continue;
+        const size_t number = number_of(row);
+        if (needed[number] || group.state != RowState::standing) continue;
         // From the entry down: the driver refuses to remove what is in use.
-        const auto key = key_of(number_of(row));
-        work.entries.done(p4_pd_velmar_switch_ecmpGroup_table_delete_by_match_spec(device.session, device.target, &key),
-                          "deleting", number_of(row));
+        const auto key = key_of(number);
+        work.entries.done(PD(ecmpGroup, table_delete_by_match_spec)(work.session, work.target, &key), "deleting ",
+                          number);
         ++work.entries.tally.deleted;
         group.state = RowState::deleted;
-        work.groups.done(
-            p4_pd_velmar_switch_ecmpMemberActionProfile_del_group(device.session, device.target.dev_id, group.handle),
-            "deleting", number_of(row));
+        work.groups.done(PD(ecmpMemberActionProfile, del_group)(work.session, device, group.handle), "deleting ",
+                         number);
         ++work.groups.tally.deleted;
         for (const pd_member member : group.members) {
-            work.members.done(
-                p4_pd_velmar_switch_ecmpMemberActionProfile_del_member(device.session, device.target.dev_id, member),
-                "deleting one of group", number_of(row));
+            work.members.done(PD(ecmpMemberActionProfile, del_member)(work.session, device, member),
+                              "deleting one of group ", number);
             ++work.members.tally.deleted;
         }
         group.members.clear();
@@ -206,56 +333,34 @@ void check_groups_gone(Run& run) {
     EcmpWork work(run);
     for (size_t row = 0; row < run.groups.size(); ++row) {
         if (run.groups[row].state != RowState::deleted) continue;
-        const auto key = key_of(number_of(row));
         pd_entry entry = 0;
-        const pd_status status =
-            p4_pd_velmar_switch_ecmpGroup_match_spec_to_entry_hdl(run.device.session, run.device.target, &key, &entry);
-        if (!work.entries.done_unless(VL_MODEL_NOT_FOUND, status, "looking for", number_of(row)))
-            work.entries.differs("group " + std::to_string(number_of(row)) + " was deleted and is still found");
+        if (!work.entries.done_unless(VL_MODEL_NOT_FOUND, find_entry(work, number_of(row), entry), "looking for ",
+                                      number_of(row)))
+            work.entries.differs("group ", number_of(row), " was deleted and is still found");
     }
 }
 
 void compare_groups_with_hardware(Run& run) {
     EcmpWork work(run);
-    const Device& device = work.device;
     for (size_t row = 0; row < run.groups.size(); ++row) {
         if (run.groups[row].state != RowState::standing) continue;
-        const auto key = key_of(number_of(row));
+        const size_t number = number_of(row);
         pd_entry entry = 0;
-        work.entries.done(
-            p4_pd_velmar_switch_ecmpGroup_match_spec_to_entry_hdl(device.session, device.target, &key, &entry),
-            "looking for", number_of(row));
-        const void* placement = nullptr;
-        work.entries.done(
-            p4_pd_velmar_switch_ecmpGroup_get_plcmt_data(device.session, device.target, 0, entry, &placement),
-            "fetching the placement of", number_of(row));
-        char difference[longest_difference + 1] = "";
-        if (p4_pd_velmar_switch_ecmpGroup_plcmt_data_eq_to_hw(device.session, device.target.dev_id, 0, entry, placement,
-                                                              difference) != 0)
-            ++run.ecmp.entries.in_hardware;
-        else
-            work.entries.differs("group " + std::to_string(number_of(row)) + " in hardware: " + difference);
+        work.entries.done(find_entry(work, number, entry), "looking for ", number);
+        std::string difference;
+        work.entries.done(compare_placement(run.device, PD(ecmpGroup, get_plcmt_data),
+                                            PD(ecmpGroup, plcmt_data_eq_to_hw), entry, difference),
+                          "fetching the placement of ", number);
+        work.entries.compared(difference, "group ", number);
     }
 }
 
 void count_groups_left(Run& run) {
     EcmpWork work(run);
-    const DriverCounts counts = count(work);
-    run.ecmp.entries.left = counts.entries;
-    run.ecmp.groups.left = counts.groups;
-    run.ecmp.members.left = counts.members;
-}
-
-bool groups_as_meant(const Run& run) {
-    size_t planned_members = 0;
-    for (size_t row = 0; row < run.groups.size(); ++row)
-        planned_members += path_count(run.plan.groups[row], number_of(row), load_count - 1);
-    const auto as_meant = [](const Tally& tally, size_t planned) {
-        return tally.differences == 0 && tally.added == planned && tally.read_equal == planned &&
-               tally.left + tally.deleted == planned;
-    };
-    return run.ecmp.entries.in_hardware == run.ecmp.entries.left && as_meant(run.ecmp.entries, run.groups.size()) &&
-           as_meant(run.ecmp.groups, run.groups.size()) && as_meant(run.ecmp.members, planned_members);
+    const EcmpCounts counts = driver_counts(work);
+    run.ecmp_entries.left = counts.entries;
+    run.ecmp_groups.left = counts.groups;
+    run.ecmp_members.left = counts.members;
 }
 
 } // namespace route_agent

@@ -1,65 +1,69 @@
-// The phases that are loops over all tables.
+// The phases that are loops over all tables, and the report.
 #include "route_agent/phases.h"
 
-#include <algorithm>
-#include <span>
-
-#include "route_agent/ecmp.h"
-#include "route_agent/work.h"
+#include <functional>
+#include <iomanip>
 
 namespace route_agent {
 namespace {
 
-uint32_t driver_count(Work& work) {
-    uint32_t count = 0;
-    work.done(work.table.count(work.run.device, count), "counting the entries");
+size_t count_rows(const Run& run, auto&& has_state) {
+    size_t count = 0;
+    for (const std::vector<RowState>& rows : run.rows)
+        count += static_cast<size_t>(std::ranges::count_if(rows, has_state));
     return count;
 }
 
-// Reads one entry and says if it is as meant.
+bool is_standing(RowState state) {
+    return state == RowState::standing;
+}
+
+uint32_t driver_count(Work& work) {
+    uint32_t count = 0;
+    work.done(work.table.count(work.run.device.session, work.run.device.target, &count), "counting the entries");
+    return count;
+}
+
+// Reads one entry. True if it is as meant.
 bool reads_equal(Work& work, pd_entry handle, const Entry& entry) {
     Content content;
-    work.done(work.table.read(work.run.device, handle, content), "reading", entry);
+    work.done(work.table.read(work.run.device, handle, content), "reading ", entry.prefix);
     const Content meant = work.table.meant(work.run.device, entry);
     if (content == meant) return true;
-    work.differs("meant " + to_text(meant) + ", read " + to_text(content));
+    work.differs("meant ", meant, ", read ", content);
     return false;
 }
 
-// Every entry that stands must come up in the walk, once, and read as meant. Returns how many did.
+// Every standing entry must come up in the walk, once, and read as meant. Returns how many did.
 size_t check_standing(Work& work) {
     const Device& device = work.run.device;
-    const size_t meant_count = work.count(RowState::standing);
+    const auto meant_count = static_cast<size_t>(std::ranges::count(work.rows, RowState::standing));
     if (const uint32_t count = driver_count(work); count != meant_count)
-        work.differs("the driver counts " + grouped(count) + " entries, meant are " + grouped(meant_count));
+        work.differs("the driver counts ", grouped(count), " entries, meant are ", grouped(meant_count));
     std::vector<bool> seen(work.entries.size(), false);
     size_t equal = 0;
-    const auto first = [&](pd_entry& handle) { return work.table.first(device, handle); };
-    const auto next = [&](pd_entry handle, std::span<pd_entry> handles) {
-        return work.table.next(device, handle, handles);
-    };
-    walk(work, work.entries.size(), first, next, [&](pd_entry handle) {
-        const Placed* placed = work.row_of(handle);
-        if (placed == nullptr) {
-            work.differs("the walk gives handle " + std::to_string(handle) + ", which no entry has");
-            return;
-        }
-        const Entry& entry = work.entries[placed->row];
-        if (seen[placed->row]) {
-            work.differs("the walk gives " + to_text(entry.prefix) + " again");
-            return;
-        }
-        seen[placed->row] = true;
-        if (work.rows[placed->row] != RowState::standing) {
-            work.differs(to_text(entry.prefix) + " was deleted and still stands");
-        } else if (reads_equal(work, handle, entry)) {
-            ++equal;
-        }
-        work.run.progress.step();
-    });
+    walk(work, work.entries.size(), std::bind_front(work.table.first, device.session, device.target),
+         std::bind_front(work.table.next, device.session, device.target), [&](pd_entry handle) {
+             const Placed* placed = work.row_of(handle);
+             if (placed == nullptr) {
+                 work.differs("the walk gives handle ", handle, ", which no entry has");
+                 return;
+             }
+             const Entry& entry = work.entries[placed->row];
+             if (seen[placed->row]) {
+                 work.differs("the walk gives ", entry.prefix, " again");
+                 return;
+             }
+             seen[placed->row] = true;
+             if (work.rows[placed->row] != RowState::standing)
+                 work.differs(entry.prefix, " was deleted and still stands");
+             else if (reads_equal(work, handle, entry))
+                 ++equal;
+             work.run.progress.step();
+         });
     for (size_t row = 0; row < seen.size(); ++row)
         if (!seen[row] && work.rows[row] == RowState::standing)
-            work.differs("the walk leaves out " + to_text(work.entries[row].prefix));
+            work.differs("the walk leaves out ", work.entries[row].prefix);
     return equal;
 }
 
@@ -69,17 +73,38 @@ void check_gone(Work& work) {
         const Entry& entry = work.entries[row];
         pd_entry handle = 0;
         const pd_status status = work.table.find(work.run.device, entry, handle);
-        if (!work.done_unless(VL_MODEL_NOT_FOUND, status, "looking for", entry))
-            work.differs(to_text(entry.prefix) + " was deleted and is still found");
+        if (!work.done_unless(VL_MODEL_NOT_FOUND, status, "looking for ", entry.prefix))
+            work.differs(entry.prefix, " was deleted and is still found");
         work.run.progress.step();
     }
 }
 
-size_t count_rows(const Run& run, RowState state) {
-    size_t count = 0;
-    for (const std::vector<RowState>& rows : run.rows)
-        count += static_cast<size_t>(std::ranges::count(rows, state));
-    return count;
+void print_row(std::ostream& out, const char* name, const std::array<std::string, 7>& columns) {
+    out << std::left << std::setw(24) << name << std::right;
+    for (size_t i = 0; i < columns.size(); ++i)
+        out << std::setw(i < 6 ? 12 : 14) << columns[i];
+    out << '\n';
+}
+
+void print_row(std::ostream& out, const char* name, const Tally& tally) {
+    const bool called = tally.calls != 0;
+    const double seconds = std::chrono::duration<double>(tally.busy).count();
+    print_row(out, name,
+              {grouped(tally.added), grouped(tally.read_equal), grouped(tally.aged), grouped(tally.deleted),
+               grouped(tally.left), called ? grouped(tally.in_hardware) : "-",
+               called && seconds > 0 ? grouped(static_cast<size_t>(static_cast<double>(tally.calls) / seconds)) : "-"});
+}
+
+void add(Tally& total, const Tally& tally) {
+    for (const auto count : {&Tally::added, &Tally::read_equal, &Tally::aged, &Tally::deleted, &Tally::left,
+                             &Tally::in_hardware, &Tally::calls})
+        total.*count += tally.*count;
+    total.busy += tally.busy;
+}
+
+Tally without_calls(Tally tally) {
+    tally.calls = 0;
+    return tally;
 }
 
 } // namespace
@@ -97,7 +122,7 @@ void program(Run& run, unsigned load) {
             const Entry& entry = work.entries[row];
             if (entry.load != load) continue;
             pd_entry handle = 0;
-            work.done(work.table.add(run.device, entry, handle), "adding", entry);
+            work.done(work.table.add(run.device, entry, handle), "adding ", entry.prefix);
             work.placed.push_back({handle, row});
             work.rows[row] = RowState::standing;
             ++work.tally.added;
@@ -108,11 +133,11 @@ void program(Run& run, unsigned load) {
 }
 
 void read_back(Run& run) {
-    run.progress.begin_phase("reading back", count_rows(run, RowState::standing));
-    const EcmpTallies equal = learn_groups(run);
-    run.ecmp.entries.read_equal = equal.entries.read_equal;
-    run.ecmp.groups.read_equal = equal.groups.read_equal;
-    run.ecmp.members.read_equal = equal.members.read_equal;
+    run.progress.begin_phase("reading back", count_rows(run, is_standing));
+    const EcmpCounts equal = learn_groups(run);
+    run.ecmp_entries.read_equal = equal.entries;
+    run.ecmp_groups.read_equal = equal.groups;
+    run.ecmp_members.read_equal = equal.members;
     for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         work.tally.read_equal = check_standing(work);
@@ -128,20 +153,18 @@ void remove_every_second(Run& run) {
     for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
         for (size_t row = 0; row < work.entries.size(); ++row) {
-            if (selection[i][row] && work.rows[row] == RowState::standing) {
-                work.done(work.table.remove(run.device, work.entries[row]), "deleting", work.entries[row]);
-                work.rows[row] = RowState::deleted;
-                ++work.tally.deleted;
-                run.progress.step();
-            }
+            if (!selection[i][row] || work.rows[row] != RowState::standing) continue;
+            work.done(work.table.remove(run.device, work.entries[row]), "deleting ", work.entries[row].prefix);
+            work.rows[row] = RowState::deleted;
+            ++work.tally.deleted;
+            run.progress.step();
         }
     }
-    remove_groups_without_routes(run); // behind the routes that led to them
+    remove_groups_without_routes(run); // after the routes that led to them
 }
 
 void verify_rest(Run& run) {
-    run.progress.begin_phase("verifying", count_rows(run, RowState::standing) + count_rows(run, RowState::aged) +
-                                              count_rows(run, RowState::deleted));
+    run.progress.begin_phase("verifying", count_rows(run, [](RowState state) { return state != RowState::to_come; }));
     learn_groups(run);
     check_groups_gone(run);
     for (size_t i = 0; i < table_count; ++i) {
@@ -152,20 +175,18 @@ void verify_rest(Run& run) {
 }
 
 void compare_with_hardware(Run& run) {
-    run.progress.begin_phase("comparing with the hardware", count_rows(run, RowState::standing));
+    run.progress.begin_phase("comparing with the hardware", count_rows(run, is_standing));
     compare_groups_with_hardware(run);
     for (size_t i = 0; i < table_count; ++i) {
         Work work(run, i);
-        work.tally.in_hardware = 0;
         std::string difference;
-        for (const Placed& placed : work.placed) {
-            if (work.rows[placed.row] != RowState::standing) continue;
-            const Entry& entry = work.entries[placed.row];
-            work.done(work.table.compare_with_hardware(run.device, placed.handle, difference), "comparing", entry);
-            if (difference.empty())
-                ++work.tally.in_hardware;
-            else
-                work.differs(to_text(entry.prefix) + " in hardware: " + difference);
+        for (const auto& [handle, row] : work.placed) {
+            if (work.rows[row] != RowState::standing) continue;
+            const Entry& entry = work.entries[row];
+            work.done(
+                compare_placement(run.device, work.table.placement, work.table.equal_to_hardware, handle, difference),
+                "comparing ", entry.prefix);
+            work.compared(difference, entry.prefix);
             run.progress.step();
         }
     }
@@ -180,14 +201,34 @@ void count_left(Run& run) {
 }
 
 bool all_as_meant(const Run& run) {
-    for (size_t i = 0; i < table_count; ++i) {
-        const Tally& tally = run.tallies[i];
-        const size_t planned = run.plan.tables[i].size();
-        if (tally.differences != 0 || tally.added != planned || tally.read_equal != planned ||
-            tally.left + tally.deleted + tally.aged != planned || tally.in_hardware != tally.left)
+    const auto as_meant = [](const Tally& tally, size_t planned) {
+        return tally.differences == 0 && tally.added == planned && tally.read_equal == planned &&
+               tally.left + tally.deleted + tally.aged == planned;
+    };
+    for (size_t i = 0; i < table_count; ++i)
+        if (!as_meant(run.tallies[i], run.plan.tables[i].size()) || run.tallies[i].in_hardware != run.tallies[i].left)
             return false;
+    size_t members = 0;
+    for (size_t row = 0; row < run.groups.size(); ++row)
+        members += path_count(run.plan.groups[row], row + 1, load_count - 1);
+    return as_meant(run.ecmp_entries, run.groups.size()) && run.ecmp_entries.in_hardware == run.ecmp_entries.left &&
+           as_meant(run.ecmp_groups, run.groups.size()) && as_meant(run.ecmp_members, members);
+}
+
+void print_report(std::ostream& out, const Run& run) {
+    print_row(out, "table", {"added", "read equal", "aged", "deleted", "left", "in hardware", "calls/s"});
+    Tally total;
+    for (size_t i = 0; i < table_count; ++i) {
+        print_row(out, route_tables[i].name, run.tallies[i]);
+        add(total, run.tallies[i]);
     }
-    return groups_as_meant(run);
+    Tally ecmp_group = run.ecmp_entries;
+    ecmp_group.calls += run.ecmp_groups.calls + run.ecmp_members.calls;
+    print_row(out, "ecmpGroup", ecmp_group);
+    add(total, ecmp_group);
+    print_row(out, "total", total);
+    print_row(out, "ECMP groups", without_calls(run.ecmp_groups));
+    print_row(out, "ECMP members", without_calls(run.ecmp_members));
 }
 
 } // namespace route_agent

@@ -1,6 +1,8 @@
-// The agent's work on the switch, in phases that follow each other. A phase throws Refused where the driver refuses
-// what it should do; what it does otherwise than meant is counted as a difference.
+// The agent's work on the switch, in phases that follow each other, and the report. A phase throws Refused if the driver
+// refuses a call. Where the switch is not as planned, the phase counts a difference and goes on.
 #pragma once
+
+#include <ostream>
 
 #include "route_agent/run.h"
 
@@ -9,27 +11,27 @@ namespace route_agent {
 // Adds the ECMP groups and the entries of a load.
 void program(Run& run, unsigned load);
 
-// How the library's shadow of the ECMP profile comes back: from the device state that the driver logged before, or from
+// How the library's shadow of the ECMP profile is restored: from the device state that the driver logged before, or from
 // the driver's tables.
 enum class RestoreBy : uint8_t { log, replay };
 
-// The agent starts again on a switch that goes on: neither it nor the library knows the members and groups there.
-// Restores what both need to go on, and checks it against the plan.
+// Restarts the agent while the switch goes on. Agent and library forget the members and groups; this restores what both
+// need, and checks it against the plan.
 void restart(Run& run, RestoreBy by);
 
 // Walks every table and reads all entries, groups and members.
 void read_back(Run& run);
 
-// Lets idle time run on the host routes, with packets for most of them, and removes those that the driver calls idle.
+// Lets idle time pass for the host routes, sends packets to most of them, and removes those that the driver calls idle.
 void age_hosts(Run& run);
 
-// Removes every second route by key, the partitions that became empty, and the groups that nothing leads to any more.
+// Removes every second route by key, the partitions that are then empty, and the groups that no route leads to.
 void remove_every_second(Run& run);
 
-// Counts, walks and reads again what is left, and looks for every key that was removed.
+// Counts, walks and reads what is left, and looks for every key that was removed.
 void verify_rest(Run& run);
 
-// Asks the library of all that is left whether the hardware holds it as the driver placed it.
+// Asks the library whether the hardware holds each remaining entry as the driver placed it.
 void compare_with_hardware(Run& run);
 
 // Asks the driver how many entries are left. May follow a phase that was refused.
@@ -37,5 +39,36 @@ void count_left(Run& run);
 
 // True if the phases found all that was planned and nothing else.
 bool all_as_meant(const Run& run);
+
+// Prints a row per table, a row for all, and a row each for the groups and members of ecmpGroup's entries. The calls for
+// groups and members count for the rate of ecmpGroup.
+void print_report(std::ostream& out, const Run& run);
+
+// The same for the ECMP groups, in ecmp.cpp: members of the profile, groups of them, and the entries of ecmpGroup that lead
+// to the groups. Each of the three has a tally.
+struct EcmpCounts {
+    uint32_t entries = 0;
+    uint32_t groups = 0;
+    uint32_t members = 0;
+};
+
+// Adds the groups of a load with all their paths, and another path to each group of an earlier load.
+void add_groups(Run& run, unsigned load);
+
+// Reads all members, groups and entries from the switch, and compares them with the plan. The agent goes on with the
+// handles that it reads: after a restart it has no others. Returns how many are as meant.
+EcmpCounts learn_groups(Run& run);
+
+// Removes the groups to which no route leads any more.
+void remove_groups_without_routes(Run& run);
+
+// Looks for the entries of the groups that were removed.
+void check_groups_gone(Run& run);
+
+// Asks the library whether the hardware holds each entry as the driver placed it.
+void compare_groups_with_hardware(Run& run);
+
+// Asks the driver how many entries, groups and members are left.
+void count_groups_left(Run& run);
 
 } // namespace route_agent

@@ -1,33 +1,61 @@
-// What is to stand on the switch: routes in the order of their prefixes, the partitions that lead to them, and the ECMP
-// groups that they lead to.
+// What the agent programs: which table takes which route, the partitions that lead to long prefixes, and the ECMP groups
+// that the routes lead to.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "route_agent/route.h"
-#include "route_agent/table_choice.h"
+#include "route_agent/route_list.h"
 
 namespace route_agent {
 
-// The agent is restarted twice while it works. What it programs belongs to one of three loads: nearly all to the first,
-// the routes and groups of the last next hops of a list to the ones behind the restarts.
+// The route tables, by the pipeline's names. They divide the prefix lengths among themselves. Long prefixes have two
+// levels: the first level names the partition in which the second level looks. The second level comes first here:
+// entries are added in this order, so a partition becomes reachable when its routes are in place.
+enum TableId : uint8_t {
+    ipv4Host,
+    ipv4ShortMaskLpm,
+    ipv4FinalResolve0,
+    ipv4Partition0,
+    ipv6Host,
+    ipv6ShortMaskLpm,
+    ipv6Partition,
+    ipv6LgMaskFinalResolve0,
+    ipv6LgMaskPartition0,
+    table_count,
+};
+
+// One value of any type per table.
+template <class Value>
+using PerTable = std::array<Value, table_count>;
+
+constexpr TableId table_for(const Prefix& prefix) {
+    if (prefix.family == Family::ipv4)
+        return prefix.length <= 12 ? ipv4ShortMaskLpm : prefix.length <= 31 ? ipv4FinalResolve0 : ipv4Host;
+    return prefix.length <= 22    ? ipv6ShortMaskLpm
+           : prefix.length <= 64  ? ipv6Partition
+           : prefix.length <= 127 ? ipv6LgMaskFinalResolve0
+                                  : ipv6Host;
+}
+
+// The agent is restarted twice while it works. So it programs three loads: nearly everything in the first, and the
+// routes and groups of a list's last next hops after the restarts.
 inline constexpr unsigned load_count = 3;
 
 // An entry of a route table: a route, or in a first level the partition that holds the routes of a prefix.
 struct Entry {
     Prefix prefix;
     uint16_t group = 0;     // number of the ECMP group; 0 in a first level
-    uint16_t partition = 0; // in both levels of a two-level scheme
+    uint16_t partition = 0; // in both levels
     uint8_t load = 0;       // a partition comes with its first route
 };
 
-// A next hop of the list: what the routes of a country, or of a number in the user's list, lead to.
+// The paths to a next hop of the list, which is a country or a number in the user's list.
 struct EcmpGroup {
     uint32_t next_hop = 0;
-    Country country{};
     uint8_t load = 0;
 };
 
@@ -41,9 +69,8 @@ constexpr unsigned path_count(const EcmpGroup& group, size_t number, unsigned lo
     return 2 + static_cast<unsigned>(number % 3) + load - group.load;
 }
 
-// The routes must have different prefixes. Groups are numbered in the order in which their next hops first occur: a
-// list may have next hops of 32 bits. Nothing if the routes need more partitions or groups than there are; `reason`
-// then says so.
+// The routes must have different prefixes. Groups are numbered in the order in which their next hops first occur.
+// Returns nothing if the routes need more partitions or groups than there are; `reason` then says so.
 std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& reason);
 
 // Marks entries of a plan.

@@ -1,4 +1,4 @@
-// Text and bytes of addresses. Relies on the system's inet_pton and inet_ntop for the text forms.
+// Splits ranges, and converts addresses to and from bytes and text. The system's inet_pton and inet_ntop do the text.
 #include "route_agent/prefix.h"
 
 #include <algorithm>
@@ -9,42 +9,54 @@
 namespace route_agent {
 
 Address from_ipv6(const uint8_t* bytes) {
-    Address address;
-    for (int i = 0; i < 8; ++i) {
-        address.high = address.high << 8 | bytes[i];
-        address.low = address.low << 8 | bytes[8 + i];
-    }
+    Address address = 0;
+    for (int i = 0; i < 16; ++i)
+        address = address << 8 | bytes[i];
     return address;
 }
 
 void to_ipv6(Address address, uint8_t* bytes) {
-    for (int i = 0; i < 8; ++i) {
-        bytes[i] = static_cast<uint8_t>(address.high >> (56 - 8 * i));
-        bytes[8 + i] = static_cast<uint8_t>(address.low >> (56 - 8 * i));
+    for (int i = 0; i < 16; ++i)
+        bytes[i] = static_cast<uint8_t>(address >> (120 - 8 * i));
+}
+
+std::vector<Prefix> split_range(Family family, Address first, Address last) {
+    const unsigned width = address_bits(family);
+    const auto end_of = [&](const Prefix& prefix) {
+        return prefix.length == 0 ? ~Address{0} : prefix.address + ((Address{1} << (128 - prefix.length)) - 1);
+    };
+    last = end_of({last, static_cast<uint8_t>(width), family});
+    std::vector<Prefix> prefixes;
+    for (;;) {
+        Prefix largest = {first, static_cast<uint8_t>(width), family};
+        while (largest.length > 0) {
+            const Prefix twice = network_of(family, first, largest.length - 1u);
+            if (twice.address != first || end_of(twice) > last) break;
+            largest = twice;
+        }
+        prefixes.push_back(largest);
+        if (end_of(largest) == last) return prefixes;
+        first = end_of(largest) + 1;
     }
 }
 
 std::optional<Address> parse_address(Family family, std::string_view text) {
     std::array<char, INET6_ADDRSTRLEN> terminated{};
-    // inet_pton would take what stands before a NUL for the whole.
+    // inet_pton would take the part before a NUL for the whole text.
     if (text.size() >= terminated.size() || text.find('\0') != std::string_view::npos) return std::nullopt;
-    std::copy(text.begin(), text.end(), terminated.begin());
+    std::ranges::copy(text, terminated.begin());
     std::array<uint8_t, 16> bytes{};
     if (inet_pton(family == Family::ipv4 ? AF_INET : AF_INET6, terminated.data(), bytes.data()) != 1)
         return std::nullopt;
-    return from_ipv6(bytes.data()); // the four bytes of IPv4 come out on top
+    return from_ipv6(bytes.data()); // the four bytes of IPv4 end up on top
 }
 
-std::string to_text(Family family, Address address) {
+std::ostream& operator<<(std::ostream& out, const Prefix& prefix) {
     std::array<uint8_t, 16> bytes{};
-    to_ipv6(address, bytes.data());
+    to_ipv6(prefix.address, bytes.data());
     std::array<char, INET6_ADDRSTRLEN> text{};
-    inet_ntop(family == Family::ipv4 ? AF_INET : AF_INET6, bytes.data(), text.data(), text.size());
-    return text.data();
-}
-
-std::string to_text(const Prefix& prefix) {
-    return to_text(prefix.family, prefix.address) + "/" + std::to_string(prefix.length);
+    inet_ntop(prefix.family == Family::ipv4 ? AF_INET : AF_INET6, bytes.data(), text.data(), text.size());
+    return out << text.data() << '/' << unsigned{prefix.length};
 }
 
 } // namespace route_agent

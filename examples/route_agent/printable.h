@@ -1,4 +1,4 @@
-// Text of others in messages: on one line, and without what would steer a terminal.
+// Foreign text in messages: on one line, and without characters that would control a terminal.
 #pragma once
 
 #include <bit>
@@ -10,7 +10,7 @@ namespace route_agent {
 
 // The bytes of the UTF-8 character that the text begins with; 0 if it begins with none, or with a control character.
 inline size_t character_length(std::string_view text) {
-    constexpr char32_t least[] = {0x20, 0, 0xA0, 0x800, 0x10000}; // control characters stand below 0x20 and 0xA0
+    constexpr char32_t least[] = {0x20, 0, 0xA0, 0x800, 0x10000}; // control characters are below 0x20 and 0xA0
     const auto lead = static_cast<unsigned char>(text[0]);
     const auto ones = static_cast<size_t>(std::countl_one(lead));
     const size_t length = ones == 0 ? 1 : ones;
@@ -25,7 +25,7 @@ inline size_t character_length(std::string_view text) {
     return code >= least[ones] && code != 0x7F && code <= 0x10FFFF && !surrogate ? length : 0;
 }
 
-// "\x1b" for a byte that isn't printed as it is, and "\\" for a backslash.
+// Writes "\x1b" for a byte that can't be printed, and "\\" for a backslash.
 inline std::string printable(std::string_view text) {
     constexpr char digits[] = "0123456789abcdef";
     std::string result;

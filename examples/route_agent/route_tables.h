@@ -1,8 +1,8 @@
-// The route tables behind one face: what the library offers as functions and records of their own for every table, as a
-// row of functions over entries.
+// The route tables behind one interface. The library has functions and records for each table; here each table is a row
+// of functions over entries of the plan.
 #pragma once
 
-#include <span>
+#include <ostream>
 #include <string>
 
 #include "route_agent/device.h"
@@ -10,14 +10,14 @@
 
 namespace route_agent {
 
-// All that an entry of the pipeline says, in terms that fit every route table. What a table lacks is 0.
+// What an entry of the pipeline says, in terms that fit every route table. What a table lacks is 0.
 struct Content {
     bool is_default = false;
     uint32_t action = 0; // by number
     // The key: the VRF, or the partition in a second level, and the prefix.
     unsigned scope = 0;
     Prefix prefix;
-    // The parameters. Only those of the action that the agent uses in the table are filled in.
+    // The parameters, filled in only for the action that the agent uses in the table.
     unsigned result_priority = 0;
     unsigned partition = 0;
     unsigned next_hop_table = 0;
@@ -27,10 +27,14 @@ struct Content {
     friend bool operator==(const Content&, const Content&) = default;
 };
 
-std::string to_text(const Content& content);
+std::ostream& operator<<(std::ostream& out, const Content& content);
 
-// Characters that the library writes at most to tell a difference.
-inline constexpr size_t longest_difference = 65;
+// These functions have the same type in every table.
+using GetCount = decltype(PD(ipv4Host, get_entry_count));
+using GetFirst = decltype(PD(ipv4Host, get_first_entry_handle));
+using GetNext = decltype(PD(ipv4Host, get_next_entry_handles));
+using GetPlacement = decltype(PD(ipv4Host, get_plcmt_data));
+using EqualToHardware = decltype(PD(ipv4Host, plcmt_data_eq_to_hw));
 
 struct RouteTable {
     const char* name;
@@ -38,14 +42,18 @@ struct RouteTable {
     pd_status (*find)(const Device&, const Entry&, pd_entry&);
     pd_status (*remove)(const Device&, const Entry&); // by key
     pd_status (*read)(const Device&, pd_entry, Content&);
-    pd_status (*count)(const Device&, uint32_t&);
-    pd_status (*first)(const Device&, pd_entry&);
-    pd_status (*next)(const Device&, pd_entry, std::span<pd_entry>);
-    // Whether the hardware holds the entry as the driver's placement data says; if not, the text tells the difference.
-    pd_status (*compare_with_hardware)(const Device&, pd_entry, std::string& difference);
     Content (*meant)(const Device&, const Entry&); // what reading the entry must give
+    GetCount* count;
+    GetFirst* first;
+    GetNext* next;
+    GetPlacement* placement;
+    EqualToHardware* equal_to_hardware;
 };
 
-const RouteTable& route_table(TableId table);
+extern const PerTable<RouteTable> route_tables;
+
+// Asks whether the hardware holds the entry as the driver's placement data says. If not, `difference` says how.
+pd_status compare_placement(const Device& device, GetPlacement* placement, EqualToHardware* equal_to_hardware,
+                            pd_entry handle, std::string& difference);
 
 } // namespace route_agent

@@ -1,34 +1,34 @@
-// The state of a run: what is planned, what stands on the switch by now, and the counts for the report.
+// The state of a run: the plan, what stands on the switch by now, and the counts for the report. With it come the tools
+// that the phases share: they count calls and differences, demand success, and walk lists of handles.
 #pragma once
 
+#include <algorithm>
+#include <array>
 #include <chrono>
 #include <cstdint>
+#include <span>
+#include <string>
 #include <vector>
 
-#include "route_agent/device.h"
-#include "route_agent/plan.h"
 #include "route_agent/progress.h"
+#include "route_agent/route_tables.h"
+#include "vl_model/control.h"
 
 namespace route_agent {
 
-// What came of one table, or of the groups or members of the ECMP profile.
+using Clock = std::chrono::steady_clock;
+
+// The counts for one table, or for the groups or members of the ECMP profile.
 struct Tally {
     size_t added = 0;
     size_t read_equal = 0; // when all loads are programmed
     size_t aged = 0;       // removed because no packet hit them
     size_t deleted = 0;
-    size_t left = 0;        // that the driver counts at the end
-    size_t in_hardware = 0; // that the hardware holds as placed, at the end
+    size_t left = 0;        // entries that the driver counts at the end
+    size_t in_hardware = 0; // entries that the hardware holds as placed, at the end
     size_t differences = 0; // in all phases
     size_t calls = 0;
-    std::chrono::steady_clock::duration busy{}; // in the phases' loops over this table
-};
-
-// The time of all three counts for the entries.
-struct EcmpTallies {
-    Tally entries;
-    Tally groups;
-    Tally members;
+    Clock::duration busy{}; // in the phases' loops over this table
 };
 
 enum class RowState : uint8_t { to_come, standing, aged, deleted };
@@ -43,7 +43,7 @@ struct Placed {
 struct GroupState {
     RowState state = RowState::to_come;
     unsigned path_count = 0;
-    // What the agent doesn't know any more after a restart.
+    // A restarted agent doesn't know these.
     pd_group handle = 0;
     std::vector<pd_member> members; // in the order of the paths
 };
@@ -63,9 +63,103 @@ struct Run {
     Progress& progress;
     PerTable<Tally> tallies{};
     PerTable<std::vector<RowState>> rows{};
-    PerTable<std::vector<Placed>> placed{}; // by handle
-    EcmpTallies ecmp{};
+    PerTable<std::vector<Placed>> placed{}; // sorted by handle
+    Tally ecmp_entries, ecmp_groups, ecmp_members;
     std::vector<GroupState> groups; // as in the plan
 };
+
+// Counts calls and differences for one tally, and the time while this exists.
+class Account {
+public:
+    Account(Run& of_run, const char* of_name, Tally& into) : run(of_run), name(of_name), tally(into) {}
+    ~Account() {
+        tally.busy += Clock::now() - start_;
+    }
+    Account(const Account&) = delete;
+    Account& operator=(const Account&) = delete;
+
+    // Counts the call and demands that it succeeded. `what` says what was tried: "adding ", prefix.
+    template <class... What>
+    void done(pd_status status, const What&... what) {
+        ++tally.calls;
+        if (status != PD_STATUS_OK) throw Refused(text_of(name, ": ", what...), status);
+    }
+    // Counts a call that may fail with `other`; true if it did.
+    template <class... What>
+    bool done_unless(pd_status other, pd_status status, const What&... what) {
+        done(status == other ? pd_status{PD_STATUS_OK} : status, what...);
+        return status == other;
+    }
+    // Counts a difference. Only the first ones of a tally are shown.
+    template <class... How>
+    void differs(const How&... how) {
+        constexpr size_t most_shown = 10;
+        if (++tally.differences <= most_shown)
+            run.progress.message(text_of(name, ": ", how...));
+        else if (tally.differences == most_shown + 1)
+            run.progress.message(text_of(name, ": more differences, which are only counted"));
+    }
+    // Takes the result of compare_placement().
+    template <class... Subject>
+    void compared(const std::string& difference, const Subject&... subject) {
+        if (difference.empty())
+            ++tally.in_hardware;
+        else
+            differs(subject..., " in hardware: ", difference);
+    }
+
+    Run& run;
+    const char* name;
+    Tally& tally;
+
+private:
+    Clock::time_point start_ = Clock::now();
+};
+
+// A route table in the hands of a phase.
+struct Work : Account {
+    Work(Run& of_run, size_t index)
+        : Account(of_run, route_tables[index].name, of_run.tallies[index]),
+          table(route_tables[index]),
+          entries(of_run.plan.tables[index]),
+          rows(of_run.rows[index]),
+          placed(of_run.placed[index]) {}
+
+    // The row that has the handle, or null.
+    const Placed* row_of(pd_entry handle) const {
+        const auto found = std::ranges::lower_bound(placed, handle, {}, &Placed::handle);
+        return found != placed.end() && found->handle == handle ? &*found : nullptr;
+    }
+
+    const RouteTable& table;
+    const std::vector<Entry>& entries;
+    std::vector<RowState>& rows;
+    std::vector<Placed>& placed;
+};
+
+// Calls `visit(handle)` for all handles that the driver lists, but for no more than `most`. `first` and `next` are the
+// library's functions for the list, with their leading arguments bound.
+template <class First, class Next, class Visit>
+void walk(Account& account, size_t most, const First& first, const Next& next, Visit&& visit) {
+    uint32_t handle = 0;
+    if (account.done_unless(VL_MODEL_NOT_FOUND, first(&handle), "asking for the first handle"))
+        return; // the list is empty
+    std::array<uint32_t, 512> batch{};
+    batch.front() = handle;
+    std::span<const uint32_t> handles(batch.data(), 1);
+    for (size_t walked = 0;;) {
+        for (const uint32_t listed : handles) {
+            if (listed == PD_HDL_END) return;
+            if (walked++ == most) {
+                account.differs("the walk goes on after ", grouped(most), " handles; not followed");
+                return;
+            }
+            visit(listed);
+            handle = listed;
+        }
+        account.done(next(handle, uint32_t{batch.size()}, batch.data()), "asking for the next handles");
+        handles = batch;
+    }
+}
 
 } // namespace route_agent
