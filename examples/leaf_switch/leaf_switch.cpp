@@ -1,5 +1,5 @@
-// From nothing to a running switch and back. Knows which driver stands below the library; with another one, start() and
-// the text of its statuses are what changes.
+// From nothing to a running switch and back. With another driver below the library, start() and the text of statuses
+// would change.
 #include "leaf_switch/leaf_switch.h"
 
 #include <exception>
@@ -11,7 +11,7 @@
 namespace leaf_switch {
 namespace {
 
-// Statuses are the driver's, but for those that the library alone has.
+// All statuses are the driver's except two, which only the library returns.
 std::string answer(pd_status status) {
     switch (status) {
     case PD_STATUS_UNEXPECTED:
@@ -38,31 +38,23 @@ void expect(const std::string& what, pd_status status) {
     if (status != PD_STATUS_OK) throw Refused(what, status);
 }
 
-void remove_at_shut_down(Leaf& leaf, const std::string& what, Remove* remove, uint32_t handle) {
-    leaf.undo.emplace_back([what, remove, handle](const Leaf& made) {
-        expect("removing " + what, remove(made.session, made.target.dev_id, handle));
-    });
-}
-
-void reset_at_shut_down(Leaf& leaf, const std::string& what, Reset* reset) {
-    leaf.undo.emplace_back(
-        [what, reset](const Leaf& made) { expect("resetting " + what, reset(made.session, made.target)); });
+void at_shut_down(Leaf& leaf, const std::string& what, const std::function<pd_status(const Leaf&)>& undo) {
+    leaf.undo.emplace_back([=](const Leaf& made) { expect(what, undo(made)); });
 }
 
 void start(Leaf& leaf) {
     // Before any device: the driver tells the library when one goes away.
     p4_pd_velmar_switch_init();
-    leaf.undo.emplace_back([](const Leaf&) { expect("cleaning up the library", p4_pd_velmar_switch_cleanup()); });
+    at_shut_down(leaf, "cleaning up the library", [](const Leaf&) { return p4_pd_velmar_switch_cleanup(); });
 
     expect("opening a session", vl_model_session_open(&leaf.session));
-    leaf.undo.emplace_back(
-        [](const Leaf& made) { expect("closing the session", vl_model_session_close(made.session)); });
+    at_shut_down(leaf, "closing the session", [](const Leaf& made) { return vl_model_session_close(made.session); });
 
     expect("adding the device", vl_model_device_add(leaf.target.dev_id, &velmar_switch_pipeline));
-    leaf.undo.emplace_back(
-        [](const Leaf& made) { expect("removing the device", vl_model_device_remove(made.target.dev_id)); });
+    at_shut_down(leaf, "removing the device",
+                 [](const Leaf& made) { return vl_model_device_remove(made.target.dev_id); });
 
-    // Comes to its turn when all later steps are undone and the device still stands.
+    // Runs when all later steps are undone and the device still exists.
     leaf.undo.emplace_back(expect_empty_tables);
 }
 
@@ -76,7 +68,7 @@ Leaf bring_up() {
     } catch (...) {
         try {
             shut_down(leaf);
-        } catch (const std::exception&) { // the first refusal is the one to tell about
+        } catch (const std::exception&) { // only the first refusal is reported
         }
         throw;
     }

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <span>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -114,7 +115,21 @@ uint32_t arm_snapshot(const Leaf& leaf, uint16_t field);
 std::optional<Capture> read_snapshot(uint32_t snapshot); // nothing before the trigger has matched
 void delete_snapshot(uint32_t snapshot);
 
-// Shows all of that at work, with traffic of our own making (traffic.h). Throws also if a prediction was wrong.
+// traffic.cpp: what packets and time do to the switch. The embedded driver has neither, so the tour and the tests make them.
+// On a real switch they just come.
+
+// Each station sends a frame, and those that the switch doesn't know come in one digest. Tells how many they were.
+size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
+
+// Packets hit the entry that counts what is named so.
+void send_packets(const Leaf& leaf, const std::string& what, uint64_t packets, uint64_t bytes);
+
+// A packet matches the trigger in a stage, with these values of the watched field from the first stage on.
+void send_through_snapshot(uint32_t snapshot, unsigned trigger_stage, std::span<const uint16_t> field);
+
+void pass_time(uint32_t seconds);
+
+// Shows all of this at work, with our own traffic. Also throws if a prediction was wrong.
 void take_tour(const Leaf& leaf, std::ostream& out);
 
 // Reads back from the driver what it tells; nothing of it was kept since the bring-up. Throws Refused.

@@ -7,7 +7,6 @@
 #include <tuple>
 
 #include "leaf_switch/steps.h"
-#include "leaf_switch/topology.h"
 #include "vl_driver/digests.h"
 #include "vl_driver/idle.h"
 
@@ -65,8 +64,7 @@ pd_status remove_entries(Learning& learning, pd_session session, Learning::Known
 }
 
 pd_status add_entries(pd_session session, pd_dev_tgt target, const Station& station, Learning::Known& known) {
-    const p4_pd_velmar_switch_l2Lookup_match_spec_t destination = {
-        .egrMd_dmacOui = station.mac.oui, .egrMd_dmacStation = station.mac.station, .egrMd_egrL2Domain = station.vlan};
+    const auto destination = destination_key(station);
     const p4_pd_velmar_switch_l2LookupKnownUcast_action_spec_t out = {.action_egrL2Aintf = station.interface};
     const pd_status status = p4_pd_velmar_switch_l2Lookup_table_add_with_l2LookupKnownUcast(
         session, target, &destination, &out, &known.destination);
@@ -75,10 +73,7 @@ pd_status add_entries(pd_session session, pd_dev_tgt target, const Station& stat
         return status;
     }
     // Last, since it ends the digests.
-    const p4_pd_velmar_switch_l2LearningLookup_match_spec_t source = {.ingMd_smacOui = station.mac.oui,
-                                                                      .ingMd_smacStation = station.mac.station,
-                                                                      .ingMd_ingL2Domain = station.vlan,
-                                                                      .ingMd_ingL2Aintf = station.interface};
+    const auto source = source_key(station);
     const pd_status added =
         p4_pd_velmar_switch_l2LearningLookup_table_add_with_noOp(session, target, &source, time_to_live, &known.source);
     if (added != PD_STATUS_OK) known.source = 0;
@@ -157,9 +152,9 @@ void age_entries(Leaf& leaf) {
            p4_pd_velmar_switch_l2LearningLookup_idle_register_tmo_cb(leaf.session, leaf.target.dev_id,
                                                                      reinterpret_cast<pd_driver_callback>(on_time_out),
                                                                      leaf.learning.get()));
-    leaf.undo.emplace_back([](const Leaf& made) {
-        expect("ending the registration for silent stations", p4_pd_velmar_switch_l2LearningLookup_idle_register_tmo_cb(
-                                                                  made.session, made.target.dev_id, nullptr, nullptr));
+    at_shut_down(leaf, "ending the registration for silent stations", [](const Leaf& made) {
+        return p4_pd_velmar_switch_l2LearningLookup_idle_register_tmo_cb(made.session, made.target.dev_id, nullptr,
+                                                                         nullptr);
     });
     const pd_idle_params params = {.mode = PIPE_IDLE_MODE_NOTIFY,
                                    .params_a = look_interval,
@@ -169,9 +164,8 @@ void age_entries(Leaf& leaf) {
                                    .params_flag = 0};
     expect("switching the ageing on",
            p4_pd_velmar_switch_l2LearningLookup_idle_tmo_enable(leaf.session, leaf.target.dev_id, params));
-    leaf.undo.emplace_back([](const Leaf& made) {
-        expect("switching the ageing off",
-               p4_pd_velmar_switch_l2LearningLookup_idle_tmo_disable(made.session, made.target.dev_id));
+    at_shut_down(leaf, "switching the ageing off", [](const Leaf& made) {
+        return p4_pd_velmar_switch_l2LearningLookup_idle_tmo_disable(made.session, made.target.dev_id);
     });
 }
 
@@ -179,9 +173,8 @@ void take_digests(Leaf& leaf) {
     expect("registering for MAC digests",
            p4_pd_velmar_switch_macLearningDigest_register(
                leaf.session, leaf.target.dev_id, reinterpret_cast<pd_driver_callback>(on_digest), leaf.learning.get()));
-    leaf.undo.emplace_back([](const Leaf& made) {
-        expect("ending the registration for MAC digests",
-               p4_pd_velmar_switch_macLearningDigest_deregister(made.session, made.target.dev_id));
+    at_shut_down(leaf, "ending the registration for MAC digests", [](const Leaf& made) {
+        return p4_pd_velmar_switch_macLearningDigest_deregister(made.session, made.target.dev_id);
     });
     // Stations behind ports and LAGs are learned, those behind tunnels aren't; and nobody by a frame that is dropped.
     p4_pd_velmar_switch_learningDigestGeneration_match_spec_t key = {};
@@ -190,9 +183,8 @@ void take_digests(Leaf& leaf) {
     key.ingMd_ingL2Aintf_mask = learned_kinds;
     key.ingVlanStpCheck_stpBlocked_mask = 1;
     key.ingVlanStpCheck_invalidVlan_mask = 1;
-    make(leaf, "the digests of unknown sources",
-         p4_pd_velmar_switch_learningDigestGeneration_table_add_with_generateMacLearningDigest,
-         p4_pd_velmar_switch_learningDigestGeneration_table_delete, &key, any_priority);
+    make(leaf, "the digests of unknown sources", ENTRY(learningDigestGeneration, generateMacLearningDigest), key,
+         any_priority);
 }
 
 } // namespace
@@ -202,9 +194,7 @@ void learn_stations(Leaf& leaf) {
     leaf.learning->target = leaf.target;
     // Comes when no callback can add any more.
     leaf.undo.emplace_back(forget_all);
-    set_default(leaf, "the learning of unknown sources",
-                p4_pd_velmar_switch_l2LearningLookup_set_default_action_setL2LearningLookupMiss,
-                p4_pd_velmar_switch_l2LearningLookup_table_reset_default_entry);
+    set_default(leaf, "the learning of unknown sources", DEFAULT_ENTRY(l2LearningLookup, setL2LearningLookupMiss));
     age_entries(leaf);
     take_digests(leaf);
 }

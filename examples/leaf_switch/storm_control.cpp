@@ -1,7 +1,6 @@
 // Storm control: how many broadcasts a port may send. Each entry of l2LookupMiss has a meter of its own, so a port that
 // storms doesn't use up what the others may send.
 #include "leaf_switch/steps.h"
-#include "leaf_switch/topology.h"
 
 namespace leaf_switch {
 namespace {
@@ -22,7 +21,7 @@ p4_pd_velmar_switch_l2LookupMiss_match_spec_t broadcasts_of(uint16_t port) {
 }
 
 pd_entry entry_of(const Leaf& leaf, uint16_t port) {
-    p4_pd_velmar_switch_l2LookupMiss_match_spec_t key = broadcasts_of(port);
+    const auto key = broadcasts_of(port);
     pd_entry entry = 0;
     expect("finding the broadcasts of port " + std::to_string(port),
            p4_pd_velmar_switch_l2LookupMiss_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, any_priority,
@@ -34,12 +33,9 @@ pd_entry entry_of(const Leaf& leaf, uint16_t port) {
 
 void limit_broadcasts(Leaf& leaf) {
     // The meter comes with the entry: there is no moment in which a port has none.
-    for (const uint16_t port : server_ports) {
-        const p4_pd_velmar_switch_l2LookupMiss_match_spec_t key = broadcasts_of(port);
-        make(leaf, "broadcasts of port " + std::to_string(port),
-             p4_pd_velmar_switch_l2LookupMiss_table_add_with_l2LookupBcastHit,
-             p4_pd_velmar_switch_l2LookupMiss_table_delete, &key, any_priority, &usual_limit);
-    }
+    for (const uint16_t port : server_ports)
+        make(leaf, "broadcasts of port " + std::to_string(port), ENTRY(l2LookupMiss, l2LookupBcastHit),
+             broadcasts_of(port), any_priority, usual_limit);
 }
 
 void set_broadcast_limit(const Leaf& leaf, uint16_t server_port, const pd_meter_spec& limit) {

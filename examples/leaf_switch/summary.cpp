@@ -4,7 +4,6 @@
 #include <span>
 
 #include "leaf_switch/steps.h"
-#include "leaf_switch/topology.h"
 
 namespace leaf_switch {
 namespace {
@@ -14,38 +13,39 @@ struct Counted {
     pd_status (*count)(pd_session, pd_dev_tgt, uint32_t*);
 };
 
-// In the pipeline's order. A table that a step fills belongs here, or the shutdown can't tell that it is empty.
+// In the pipeline's order. Every table that a step fills must be here, or the shutdown doesn't check that it is empty.
+#define TABLE(name)                                                                                                    \
+    { #name, p4_pd_velmar_switch_##name##_get_entry_count }
 constexpr Counted counted[] = {
     {"value set vxlan_ports", count_vxlan_ports},
-    {"ingressPortMapping", p4_pd_velmar_switch_ingressPortMapping_get_entry_count},
-    {"l2DomainLookup", p4_pd_velmar_switch_l2DomainLookup_get_entry_count},
-    {"untaggedPktToL3", p4_pd_velmar_switch_untaggedPktToL3_get_entry_count},
-    {"taggedPktToL3", p4_pd_velmar_switch_taggedPktToL3_get_entry_count},
-    {"vlanProperties", p4_pd_velmar_switch_vlanProperties_get_entry_count},
-    {"l3DmacCheck", p4_pd_velmar_switch_l3DmacCheck_get_entry_count},
-    {"l2LearningLookup", p4_pd_velmar_switch_l2LearningLookup_get_entry_count},
-    {"haloPaclCrlId", p4_pd_velmar_switch_haloPaclCrlId_get_entry_count},
-    {"haloXformDstPort", p4_pd_velmar_switch_haloXformDstPort_get_entry_count},
-    {"ipv4Host", p4_pd_velmar_switch_ipv4Host_get_entry_count},
-    {"l2Lookup", p4_pd_velmar_switch_l2Lookup_get_entry_count},
-    {"l2LookupMiss", p4_pd_velmar_switch_l2LookupMiss_get_entry_count},
-    {"haloKeyMaskForRow1Stage2", p4_pd_velmar_switch_haloKeyMaskForRow1Stage2_get_entry_count},
-    {"haloRow1Stage2", p4_pd_velmar_switch_haloRow1Stage2_get_entry_count},
-    {"ipv4ShortMaskLpm", p4_pd_velmar_switch_ipv4ShortMaskLpm_get_entry_count},
-    {"ecmpHashSelection", p4_pd_velmar_switch_ecmpHashSelection_get_entry_count},
-    {"learningDigestGeneration", p4_pd_velmar_switch_learningDigestGeneration_get_entry_count},
-    {"trapToCpu", p4_pd_velmar_switch_trapToCpu_get_entry_count},
-    {"ecmpGroup", p4_pd_velmar_switch_ecmpGroup_get_entry_count},
-    {"routerNextHop0", p4_pd_velmar_switch_routerNextHop0_get_entry_count},
-    {"nextHop0", p4_pd_velmar_switch_nextHop0_get_entry_count},
-    {"haloCounters", p4_pd_velmar_switch_haloCounters_get_entry_count},
-    {"lagGroup", p4_pd_velmar_switch_lagGroup_get_entry_count},
-    {"finalDropControl", p4_pd_velmar_switch_finalDropControl_get_entry_count},
+    TABLE(ingressPortMapping),
+    TABLE(l2DomainLookup),
+    TABLE(untaggedPktToL3),
+    TABLE(taggedPktToL3),
+    TABLE(vlanProperties),
+    TABLE(l3DmacCheck),
+    TABLE(l2LearningLookup),
+    TABLE(haloPaclCrlId),
+    TABLE(haloXformDstPort),
+    TABLE(ipv4Host),
+    TABLE(l2Lookup),
+    TABLE(l2LookupMiss),
+    TABLE(haloKeyMaskForRow1Stage2),
+    TABLE(haloRow1Stage2),
+    TABLE(ipv4ShortMaskLpm),
+    TABLE(ecmpHashSelection),
+    TABLE(learningDigestGeneration),
+    TABLE(trapToCpu),
+    TABLE(ecmpGroup),
+    TABLE(routerNextHop0),
+    TABLE(nextHop0),
+    TABLE(haloCounters),
+    TABLE(lagGroup),
+    TABLE(finalDropControl),
     {"members of ecmpMemberActionProfile", p4_pd_velmar_switch_ecmpMemberActionProfile_get_act_prof_entry_count},
     {"groups of ecmpMemberActionProfile", p4_pd_velmar_switch_ecmpMemberActionProfile_get_selector_group_count},
     {"members of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_act_prof_entry_count},
-    {"groups of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_selector_group_count},
-};
+    {"groups of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_selector_group_count}};
 
 // The three functions of a profile by which a group is read.
 struct Profile {

@@ -3,8 +3,6 @@
 #include <map>
 
 #include "leaf_switch/steps.h"
-#include "leaf_switch/topology.h"
-#include "leaf_switch/traffic.h"
 
 namespace leaf_switch {
 namespace {

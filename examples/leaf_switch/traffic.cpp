@@ -1,6 +1,4 @@
-// See traffic.h. Does what the pipeline does with the entries that the steps made.
-#include "leaf_switch/traffic.h"
-
+// Packets and time. Does what the pipeline does with the entries that the steps made.
 #include <algorithm>
 
 #include "leaf_switch/steps.h"
@@ -19,10 +17,7 @@ uint32_t handle_of(pd_status (*table)(uint32_t*)) {
 
 // False for a station without an entry.
 bool hit_source(const Leaf& leaf, const Station& station) {
-    const p4_pd_velmar_switch_l2LearningLookup_match_spec_t key = {.ingMd_smacOui = station.mac.oui,
-                                                                   .ingMd_smacStation = station.mac.station,
-                                                                   .ingMd_ingL2Domain = station.vlan,
-                                                                   .ingMd_ingL2Aintf = station.interface};
+    const auto key = source_key(station);
     pd_entry entry = 0;
     const pd_status status =
         p4_pd_velmar_switch_l2LearningLookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &key, &entry);

@@ -1,7 +1,6 @@
-// The parser looks for VXLAN behind the UDP ports of a value set, which starts empty. Such a set is no table: its
-// entries have a value and a mask, and live in the parsers.
+// The parser looks for VXLAN behind the UDP ports of a value set, which starts empty. A value set is no table: its
+// entries have a value and a mask, and are in the parsers.
 #include "leaf_switch/steps.h"
-#include "leaf_switch/topology.h"
 
 namespace leaf_switch {
 namespace {
@@ -19,7 +18,9 @@ void recognise_vxlan(Leaf& leaf) {
     uint32_t entry = 0;
     expect("adding " + what, p4_pd_velmar_switch_pvs_vxlan_ports_entry_add(leaf.session, parsers_of(leaf.target),
                                                                            vxlan_udp_port, 0xFFFF, &entry));
-    remove_at_shut_down(leaf, what, p4_pd_velmar_switch_pvs_vxlan_ports_entry_delete, entry);
+    at_shut_down(leaf, "removing " + what, [=](const Leaf& made) {
+        return p4_pd_velmar_switch_pvs_vxlan_ports_entry_delete(made.session, made.target.dev_id, entry);
+    });
 }
 
 pd_status count_vxlan_ports(pd_session session, pd_dev_tgt target, uint32_t* count) {
