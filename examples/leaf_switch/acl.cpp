@@ -1,5 +1,5 @@
-// Packets that don't simply go their way: a rule of a port ACL through all its tables, the table that decides every drop,
-// and the packets that the CPU gets. Entries that count such packets are listed, and read here.
+// Packets that don't simply go their way: a rule of a port ACL through all its tables, the table that decides every
+// drop, and the packets that the CPU gets. Entries that count such packets are listed, and read here.
 #include "leaf_switch/steps.h"
 
 namespace leaf_switch {

@@ -1,6 +1,6 @@
-// Which spine a flow takes. The library works out the hash of a packet that nobody sends; what the driver makes of a
-// hash is told in vl_driver/profiles.h. With another driver predicted_next_hop() is what changes, or goes: asking, as
-// chosen_next_hop() does, needs no knowledge of it.
+// Which spine a flow takes. The library works out the hash of a packet without sending it; vl_driver/profiles.h says
+// which member the driver chooses for a hash. With another driver, predicted_next_hop() changes. chosen_next_hop() asks
+// the driver, so it needs no such knowledge.
 #include <array>
 
 #include "leaf_switch/steps.h"
@@ -28,7 +28,7 @@ Hash hash_of(const Leaf& leaf, const Flow& flow) {
     return hash;
 }
 
-// Packets go to active members alone.
+// Packets go only to active members.
 std::vector<pd_member> active_members(const Leaf& leaf) {
     std::vector<pd_member> active;
     for (const pd_member member : spine_members(leaf)) {

@@ -1,5 +1,5 @@
-// A small leaf switch, brought up from nothing: the tour through the library for those who are new to it. Each step
-// stands in a file by its subject; steps.h lists them in the order in which they run.
+// A small leaf switch, brought up from nothing: the tour through the library for newcomers. Each step is in the file of
+// its subject; steps.h lists the steps in the order in which they run.
 #pragma once
 
 #include <cstdint>
@@ -19,7 +19,7 @@ namespace leaf_switch {
 
 // An entry of a table whose entries count their packets.
 struct CountingEntry {
-    std::string what; // the packets that it counts
+    std::string what; // it counts
     pd_status (*read)(pd_session, pd_device, pd_entry, uint32_t flags, pd_counter_value*);
     pd_status (*table)(uint32_t*); // the function that gives the table's handle
     pd_entry entry;
@@ -27,29 +27,28 @@ struct CountingEntry {
 
 struct Learning; // learning.cpp
 
-// All that a step needs to know where it works, and what later steps need to know of earlier ones.
+// Where a step works, and what later steps need to know about earlier ones.
 struct Leaf {
     pd_session session = 0;
     pd_dev_tgt target = {.dev_id = 0, .pipe_id = PD_ALL_PIPES, .reserved = 0};
     pd_group spines = 0; // the ECMP group of all uplinks
     pd_group lag = 0;    // the group of the LAG's ports
     std::vector<CountingEntry> counting;
-    std::shared_ptr<Learning> learning; // has one place for its life, which the driver's callbacks are told
-    // How each thing made goes away again; run from the back, so that nothing goes before what points at it.
+    std::shared_ptr<Learning> learning; // the driver's callbacks have its address, so it never moves
+    // Removes each thing that was made. Run from the back, so that nothing is removed before what points at it.
     std::vector<std::function<void(const Leaf&)>> undo;
 };
 
-// A call that the driver, or the library, did not do. The message says what was tried and what the answer was.
+// A call that the driver or the library refused. The message says what was tried and what the answer was.
 class Refused : public std::runtime_error {
 public:
     Refused(const std::string& what, pd_status status);
 };
 
-// What comes back is for shut_down(). At the first step that is refused, takes down what stands by then, and throws
-// Refused.
+// The caller must shut_down() the result. If a step is refused, takes down what was made before, and throws Refused.
 Leaf bring_up();
 
-// Does all its steps, and then throws what the first refused one threw. Throws also if a table isn't empty at the end.
+// Does all its steps, and then throws what the first refused step threw. Also throws if a table isn't empty at the end.
 void shut_down(Leaf& leaf);
 
 struct TableCount {
@@ -57,16 +56,16 @@ struct TableCount {
     uint32_t count;
 };
 
-// Of every table that the switch uses, and of members and groups of its action profiles.
+// Counts every table that the switch uses, and the members and groups of its action profiles.
 std::vector<TableCount> table_counts(const Leaf& leaf);
 
-// The members of a group, in the driver's order, as what their actions say: next hops or ports.
+// What the actions of a group's members say, in the driver's order: next hops or ports.
 std::vector<uint32_t> spine_next_hops(const Leaf& leaf);
 std::vector<uint32_t> lag_ports_in_use(const Leaf& leaf);
 
-// What follows changes and reads a switch that stands, and throws Refused like all else.
+// These functions change and read a running switch. They throw Refused, too.
 
-// learning.cpp: the stations that the switch was told of by digests.
+// learning.cpp: the stations that the switch learned from digests.
 struct Station {
     Mac mac;
     uint16_t vlan;
@@ -74,14 +73,14 @@ struct Station {
     friend bool operator==(const Station&, const Station&) = default;
 };
 std::vector<Station> learned_stations(const Leaf& leaf); // by VLAN and MAC
-// Forgets those that the driver has named as silent for too long, and tells how many.
+// Forgets the stations that the driver called silent for too long. Returns their number.
 size_t forget_silent(const Leaf& leaf);
 
 // storm_control.cpp
 void set_broadcast_limit(const Leaf& leaf, uint16_t server_port, const pd_meter_spec& limit);
 pd_meter_spec broadcast_limit(const Leaf& leaf, uint16_t server_port);
 
-// drop_counters.cpp
+// acl.cpp
 struct PacketCount {
     std::string what;
     uint64_t packets;
@@ -92,7 +91,7 @@ std::vector<PacketCount> packet_counts(const Leaf& leaf);
 // vxlan_ports.cpp: the UDP ports whose packets the parser takes for VXLAN.
 std::vector<uint16_t> vxlan_ports(const Leaf& leaf);
 
-// ecmp_prediction.cpp: what the agent works out for itself, and what the driver answers when it is asked.
+// ecmp_prediction.cpp: the next hop as the agent works it out, and as the driver says when asked.
 struct Flow {
     uint32_t source;
     uint32_t destination;
@@ -103,10 +102,10 @@ struct Flow {
 uint32_t predicted_next_hop(const Leaf& leaf, const Flow& flow);
 uint32_t chosen_next_hop(const Leaf& leaf, const Flow& flow);
 
-// snapshot.cpp: how one field of a packet looks from stage to stage.
+// snapshot.cpp: the values of one field of a packet in several stages.
 inline constexpr uint8_t first_snapshot_stage = 4;
 inline constexpr uint8_t last_snapshot_stage = 7;
-inline constexpr size_t snapshot_field = 2; // where in the records the field stands, 16 bits wide
+inline constexpr size_t snapshot_field = 2; // the place in the records of the field, which has 16 bits
 struct Capture {
     unsigned trigger_stage;
     std::vector<uint16_t> field; // one value for each stage, from first_snapshot_stage on
@@ -115,16 +114,16 @@ uint32_t arm_snapshot(const Leaf& leaf, uint16_t field);
 std::optional<Capture> read_snapshot(uint32_t snapshot); // nothing before the trigger has matched
 void delete_snapshot(uint32_t snapshot);
 
-// traffic.cpp: what packets and time do to the switch. The embedded driver has neither, so the tour and the tests make them.
-// On a real switch they just come.
+// traffic.cpp: what packets and time do to the switch. The embedded driver has neither, so the tour and the tests make
+// them. On a real switch they just come.
 
-// Each station sends a frame, and those that the switch doesn't know come in one digest. Tells how many they were.
+// Each station sends a frame. Those that the switch doesn't know come in one digest; returns their number.
 size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
 
-// Packets hit the entry that counts what is named so.
+// Packets hit the entry that counts `what`.
 void send_packets(const Leaf& leaf, const std::string& what, uint64_t packets, uint64_t bytes);
 
-// A packet matches the trigger in a stage, with these values of the watched field from the first stage on.
+// A packet matches the trigger in a stage. The watched field has these values, from the first stage on.
 void send_through_snapshot(uint32_t snapshot, unsigned trigger_stage, std::span<const uint16_t> field);
 
 void pass_time(uint32_t seconds);
@@ -132,7 +131,7 @@ void pass_time(uint32_t seconds);
 // Shows all of this at work, with our own traffic. Also throws if a prediction was wrong.
 void take_tour(const Leaf& leaf, std::ostream& out);
 
-// Reads back from the driver what it tells; nothing of it was kept since the bring-up. Throws Refused.
+// Prints what it reads back from the driver; the bring-up keeps nothing of this. Throws Refused.
 void print_summary(const Leaf& leaf, std::ostream& out);
 
 } // namespace leaf_switch

@@ -1,10 +1,9 @@
-// MAC learning. A frame of an unknown source makes the pipeline send a digest, and the callback makes the source known:
-// as a source, so that it asks no more, and as a destination, so that its frames are no longer flooded. Only the source
-// entry can tell that a station is silent; both go when it is.
+// MAC learning. A frame from an unknown source makes the pipeline send a digest, and the callback adds two entries: one
+// for the source, so that it sends no more digests, and one for the destination, so that frames to it are no longer
+// flooded. Only the source entry shows that a station is silent; then both entries are removed.
 #include <algorithm>
-#include <iterator>
 #include <map>
-#include <tuple>
+#include <utility>
 
 #include "leaf_switch/steps.h"
 #include "vl_driver/digests.h"
@@ -14,10 +13,10 @@ namespace leaf_switch {
 
 // What the callbacks work with.
 struct Learning {
-    using Name = std::tuple<uint16_t, uint32_t, uint32_t>; // VLAN, and the halves of the MAC
+    using Name = std::pair<uint16_t, Mac>; // the VLAN comes first
     struct Known {
         uint32_t interface;
-        pd_entry source; // a handle is 0 when its entry is gone
+        pd_entry source; // 0 if there is no such entry
         pd_entry destination;
     };
     pd_dev_tgt target;
@@ -29,20 +28,20 @@ namespace {
 
 constexpr const char* digest = "macLearningDigest";
 
-// What a miss of l2LearningLookup asks for.
+// What a packet asks for that l2LearningLookup doesn't know.
 constexpr uint8_t learn_macs = 1;
 
 constexpr uint32_t look_interval = 1'000; // the driver's unit is the millisecond
 constexpr uint32_t time_to_live = 300'000;
 
 Learning::Name name_of(const Station& station) {
-    return {station.vlan, station.mac.oui, station.mac.station};
+    return {station.vlan, station.mac};
 }
 
-// These have entries that nobody may take from them by sending frames.
+// Sending frames must not change the entries of these hosts.
 bool is_configured(const Station& station) {
-    return std::any_of(std::begin(hosts), std::end(hosts),
-                       [&](const Host& host) { return host.mac == station.mac && host.vlan == station.vlan; });
+    return std::ranges::any_of(hosts,
+                               [&](const Host& host) { return host.mac == station.mac && host.vlan == station.vlan; });
 }
 
 template <class Delete>
@@ -58,7 +57,7 @@ pd_status remove_entries(Learning& learning, pd_session session, Learning::Known
     if (status != PD_STATUS_OK) return status;
     const pd_entry source = known.source;
     const pd_status removed = remove(p4_pd_velmar_switch_l2LearningLookup_table_delete, session, device, known.source);
-    // The driver may give the handle to another entry, which has not been silent.
+    // The driver may give the handle to another entry, and that one is not silent.
     if (removed == PD_STATUS_OK) std::erase(learning.silent, source);
     return removed;
 }
@@ -72,7 +71,7 @@ pd_status add_entries(pd_session session, pd_dev_tgt target, const Station& stat
         known.destination = 0;
         return status;
     }
-    // Last, since it ends the digests.
+    // Last, because it ends the digests.
     const auto source = source_key(station);
     const pd_status added =
         p4_pd_velmar_switch_l2LearningLookup_table_add_with_noOp(session, target, &source, time_to_live, &known.source);
@@ -83,21 +82,21 @@ pd_status add_entries(pd_session session, pd_dev_tgt target, const Station& stat
 pd_status learn(Learning& learning, pd_session session, const Station& station) {
     if (is_configured(station)) return PD_STATUS_OK;
     Learning::Known& known = learning.stations[name_of(station)];
-    // Several frames may have missed before the first digest came.
+    // Several frames may be in digests before the first one is handled.
     if (known.source != 0 && known.interface == station.interface) return PD_STATUS_OK;
-    // If it moved, it goes from its old place first.
+    // If it moved, it is removed from its old place first.
     pd_status status = remove_entries(learning, session, known);
     if (status == PD_STATUS_OK) {
         known.interface = station.interface;
         status = add_entries(session, learning.target, station, known);
     }
-    // A destination without a source would stay for ever. All is done anew with the station's next frame.
+    // A destination without a source would remain for ever. The station's next frame starts again.
     if (status != PD_STATUS_OK && remove_entries(learning, session, known) == PD_STATUS_OK)
         learning.stations.erase(name_of(station));
     return status;
 }
 
-// The bytes of a field are the driver's, and come as they stand in the packet.
+// The driver gives a field's bytes as they are in the packet.
 uint32_t field_of(const uint8_t* entry, const char* field) {
     uint32_t size = 0;
     const void* bytes = p4_pd_velmar_switch_get_digest_entry_field(entry, digest, field, &size);
@@ -113,7 +112,7 @@ Station station_in(const uint8_t* entry) {
             .interface = field_of(entry, "ingMd_ingL2Aintf")};
 }
 
-// Gives the first status that isn't success, but goes through all of the message, and gives it back in any case.
+// Handles the whole message and acknowledges it, whatever is refused on the way. Returns the first refusal.
 pd_status on_digest(pd_session session, pipe_digest_msg* message, void* cookie) noexcept {
     const uint32_t size = p4_pd_velmar_switch_get_digest_entry_size(digest);
     pd_status first = PD_STATUS_OK;
@@ -126,7 +125,7 @@ pd_status on_digest(pd_session session, pipe_digest_msg* message, void* cookie) 
     return first != PD_STATUS_OK ? first : status;
 }
 
-// Has nobody to tell of a refusal, and so leaves the removing to forget_silent().
+// Can't report a refusal, so forget_silent() does the removing.
 void on_time_out(pd_device, uint32_t, pd_entry entry, void* cookie) noexcept {
     static_cast<Learning*>(cookie)->silent.push_back(entry);
 }
@@ -136,7 +135,7 @@ void forget(const Leaf& leaf, std::map<Learning::Name, Learning::Known>::iterato
     leaf.learning->stations.erase(station);
 }
 
-// Like all of the shutdown: does what it can, and then tells what was refused first.
+// Does what it can, and then throws the first refusal, like the whole shutdown.
 void forget_all(const Leaf& leaf) {
     pd_status first = PD_STATUS_OK;
     for (auto& [name, known] : leaf.learning->stations) {
@@ -176,7 +175,7 @@ void take_digests(Leaf& leaf) {
     at_shut_down(leaf, "ending the registration for MAC digests", [](const Leaf& made) {
         return p4_pd_velmar_switch_macLearningDigest_deregister(made.session, made.target.dev_id);
     });
-    // Stations behind ports and LAGs are learned, those behind tunnels aren't; and nobody by a frame that is dropped.
+    // Stations behind ports and LAGs are learned, but not behind tunnels, and not from a frame that is dropped.
     p4_pd_velmar_switch_learningDigestGeneration_match_spec_t key = {};
     key.learningDigestMd_applicationId = learn_macs;
     key.ingMd_ingL2Aintf = 0;
@@ -192,7 +191,7 @@ void take_digests(Leaf& leaf) {
 void learn_stations(Leaf& leaf) {
     leaf.learning = std::make_shared<Learning>();
     leaf.learning->target = leaf.target;
-    // Comes when no callback can add any more.
+    // Runs when no callback can add stations any more.
     leaf.undo.emplace_back(forget_all);
     set_default(leaf, "the learning of unknown sources", DEFAULT_ENTRY(l2LearningLookup, setL2LearningLookupMiss));
     age_entries(leaf);
@@ -202,9 +201,8 @@ void learn_stations(Leaf& leaf) {
 std::vector<Station> learned_stations(const Leaf& leaf) {
     std::vector<Station> stations;
     for (const auto& [name, known] : leaf.learning->stations) {
-        if (known.source == 0) continue; // refused, and not learned before its next frame
-        const auto& [vlan, oui, station] = name;
-        stations.push_back({.mac = {.oui = oui, .station = station}, .vlan = vlan, .interface = known.interface});
+        if (known.source == 0) continue; // refused; its next frame is learned
+        stations.push_back({.mac = name.second, .vlan = name.first, .interface = known.interface});
     }
     return stations;
 }
@@ -212,7 +210,7 @@ std::vector<Station> learned_stations(const Leaf& leaf) {
 size_t forget_silent(const Leaf& leaf) {
     Learning& learning = *leaf.learning;
     size_t forgotten = 0;
-    // Forgetting takes the entry out of the list. One that spoke since it timed out comes back with its next frame.
+    // Forgetting removes the entry from the list. A station that has sent since then is learned again.
     for (const pd_entry entry : std::vector(learning.silent)) {
         const auto station = std::find_if(learning.stations.begin(), learning.stations.end(),
                                           [&](const auto& known) { return known.second.source == entry; });

@@ -1,5 +1,5 @@
-// The command leaf_switch: brings the switch up, tells what stands, shows it at work, and takes it down. Exits with 1
-// if a step is refused, the switch doesn't do what was predicted, or something is left in the end.
+// The command leaf_switch: brings the switch up, prints what it made, shows the switch at work, and takes it down.
+// Exits with 1 if a step is refused, the switch doesn't do what was predicted, or something is left at the end.
 #include <exception>
 #include <iostream>
 

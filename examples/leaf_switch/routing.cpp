@@ -1,5 +1,5 @@
-// Routing: a packet gets a VRF. A route in it names a next hop or an ECMP group, and a group chooses one of its next hops
-// by hash. The next hop says where the packet leaves and to which MAC.
+// Routing: a packet gets a VRF. A route in it names a next hop or an ECMP group, and a group chooses one of its next
+// hops by hash. The next hop says where the packet leaves and to which MAC.
 #include "leaf_switch/steps.h"
 
 namespace leaf_switch {

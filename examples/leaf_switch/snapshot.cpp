@@ -1,5 +1,5 @@
-// Snapshots: what a packet that fits a trigger looks like in some stages. A trigger is a record of all the fields that
-// the pipeline carries, and so is what a stage delivers; we look at one of them.
+// Snapshots: what a packet that matches a trigger looks like in some stages. A trigger is a record of all fields that
+// the pipeline carries, and so is the packet in a stage. We look at one field.
 #include <cstring>
 
 #include "leaf_switch/steps.h"
@@ -26,7 +26,7 @@ uint32_t arm_snapshot(const Leaf& leaf, uint16_t field) {
     expect("making a snapshot", p4_pd_velmar_switch_snapshot_create(leaf.target, first_snapshot_stage,
                                                                     last_snapshot_stage, ingress, &snapshot));
     pd_snapshot_record value = {};
-    pd_snapshot_record mask = {}; // all else may be anything
+    pd_snapshot_record mask = {}; // all other fields may be anything
     put(value, field);
     put(mask, 0xFFFF);
     expect("setting the trigger of a snapshot",

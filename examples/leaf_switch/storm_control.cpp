@@ -1,5 +1,5 @@
-// Storm control: how many broadcasts a port may send. Each entry of l2LookupMiss has a meter of its own, so a port that
-// storms doesn't use up what the others may send.
+// Storm control: how many broadcasts a port may send. Each entry of l2LookupMiss has its own meter, so a port that
+// storms doesn't use up the limit of the others.
 #include "leaf_switch/steps.h"
 
 namespace leaf_switch {
@@ -32,7 +32,7 @@ pd_entry entry_of(const Leaf& leaf, uint16_t port) {
 } // namespace
 
 void limit_broadcasts(Leaf& leaf) {
-    // The meter comes with the entry: there is no moment in which a port has none.
+    // The meter is set with the entry, so a port is never without one.
     for (const uint16_t port : server_ports)
         make(leaf, "broadcasts of port " + std::to_string(port), ENTRY(l2LookupMiss, l2LookupBcastHit),
              broadcasts_of(port), any_priority, usual_limit);

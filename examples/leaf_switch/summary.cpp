@@ -1,4 +1,4 @@
-// Reading back: how many entries stand where, who is in a group, and what an entry and a default entry say.
+// Reading back: how many entries each table has, who is in a group, and what an entry and a default entry say.
 #include <cstring>
 #include <iomanip>
 #include <span>
@@ -45,9 +45,10 @@ constexpr Counted counted[] = {
     {"members of ecmpMemberActionProfile", p4_pd_velmar_switch_ecmpMemberActionProfile_get_act_prof_entry_count},
     {"groups of ecmpMemberActionProfile", p4_pd_velmar_switch_ecmpMemberActionProfile_get_selector_group_count},
     {"members of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_act_prof_entry_count},
-    {"groups of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_selector_group_count}};
+    {"groups of lagPortActionProfile", p4_pd_velmar_switch_lagPortActionProfile_get_selector_group_count},
+};
 
-// The three functions of a profile by which a group is read.
+// The functions of a profile that read a group.
 struct Profile {
     const char* name;
     pd_status (*first)(pd_session, pd_device, pd_group, pd_member*);
@@ -67,7 +68,7 @@ std::vector<pd_member> members_of(const Leaf& leaf, const Profile& profile, pd_g
     expect(std::string("finding the first member of ") + profile.name,
            profile.first(leaf.session, leaf.target.dev_id, group, &first));
     std::vector<pd_member> members = {first};
-    // A walk goes on from the last handle that it has, and ends at the first PD_HDL_END.
+    // A walk goes on behind its last handle, and ends at the first PD_HDL_END.
     for (;;) {
         pd_member more[4] = {};
         expect(std::string("finding more members of ") + profile.name,
@@ -104,7 +105,7 @@ void print_list(std::ostream& out, const char* title, std::span<const uint32_t> 
 }
 
 void print_host_route(const Leaf& leaf, const Host& host, std::ostream& out) {
-    // An entry is found by its key, and read by the handle that this gives.
+    // An entry is found by its key. This gives a handle, by which it is read.
     p4_pd_velmar_switch_ipv4Host_match_spec_t key = {.l3Info_vrfId = vrf, .ingIpv4_dip = host.address};
     const std::string name = std::string("the route to ") + host.name;
     pd_entry entry = 0;
@@ -130,10 +131,9 @@ void print_last_decision(const Leaf& leaf, std::ostream& out) {
 
 std::vector<TableCount> table_counts(const Leaf& leaf) {
     std::vector<TableCount> counts;
-    for (const Counted& table : counted) {
-        uint32_t count = 0;
-        expect(std::string("counting ") + table.name, table.count(leaf.session, leaf.target, &count));
-        counts.push_back({table.name, count});
+    for (const auto& [name, count] : counted) {
+        counts.push_back({name, 0});
+        expect(std::string("counting ") + name, count(leaf.session, leaf.target, &counts.back().count));
     }
     return counts;
 }

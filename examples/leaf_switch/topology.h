@@ -1,10 +1,11 @@
-// What is plugged into the leaf, and the numbers that the switch's administrator is free to choose.
+// What is connected to the leaf, and the numbers that the switch's administrator chooses.
 //
 //   ports 1 to 4     servers, untagged in VLAN 10
 //   ports 5 and 6    LAG 1 to a storage box, tagged in VLANs 10 and 20
 //   ports 49 and 50  uplinks to two spines, routed
 #pragma once
 
+#include <compare>
 #include <cstdint>
 
 namespace leaf_switch {
@@ -13,10 +14,10 @@ namespace leaf_switch {
 struct Mac {
     uint32_t oui;
     uint32_t station;
-    friend bool operator==(const Mac&, const Mac&) = default;
+    friend auto operator<=>(const Mac&, const Mac&) = default;
 };
 
-inline constexpr uint32_t all_of_half = 0xFFFFFF; // the mask that matches such a half whole
+inline constexpr uint32_t all_of_half = 0xFFFFFF; // the mask that matches a whole half
 inline constexpr Mac broadcast_mac = {0xFFFFFF, 0xFFFFFF};
 inline constexpr Mac router_mac = {0x020000, 0x000001};
 
@@ -33,23 +34,23 @@ inline constexpr uint16_t lag_ports[] = {5, 6};
 inline constexpr uint16_t cpu_port = 64;
 inline constexpr uint16_t vxlan_udp_port = 4789;
 
-// An interface is where frames come in and leave. A port's interface has the port's number; the top four of the 20 bits
-// are 0 there and tell other kinds, of which this switch has LAGs alone.
+// An interface is where frames come in and leave. The top four of its 20 bits are its kind. A port's interface has kind
+// 0 and the port's number; the only other kind in this switch is the LAG.
 inline constexpr uint32_t all_of_interface = 0xFFFFF;
 inline constexpr uint32_t interface_kind = 0xF0000;
-inline constexpr uint32_t learned_kinds = 0xC0000; // of the kind's bits, those that are 0 in ports and LAGs
+inline constexpr uint32_t learned_kinds = 0xC0000; // the bits of the kind that are 0 in ports and LAGs
 inline constexpr uint32_t lag_interface = 0x20001;
 
-// The LAG's ports share a virtual port: whatever comes in by either came in by the LAG.
+// The LAG's ports share a virtual port: frames of either port come in by the LAG.
 inline constexpr uint16_t lag_virtual_port = 0x201;
 
 inline constexpr uint8_t vrf = 1;
 inline constexpr uint32_t switch_address = ipv4(10, 0, 10, 1);
 
-// ECMP groups and next hops are numbered from one space, so a group must not have a next hop's number.
+// ECMP groups and next hops share their numbers, so a group must not have a next hop's number.
 inline constexpr uint32_t spines_ecmp = 200;
 
-// A routed port is a VLAN of its own that no other port is in.
+// A routed port has its own VLAN, with no other port in it.
 struct Uplink {
     uint16_t port;
     uint16_t own_vlan;

@@ -1,4 +1,4 @@
-// The switch at work: what each capability does when packets come.
+// The switch at work: what it does when packets come.
 #include <iomanip>
 #include <map>
 
@@ -34,7 +34,7 @@ void show_learning(const Leaf& leaf, std::ostream& out) {
     out << "Learning: " << unknown << " unknown stations sent frames, and now are known\n";
     print_stations(leaf, out);
 
-    // Twice this time is more than a time to live, once is less.
+    // Less than a time to live, but more than half of one.
     constexpr uint32_t seconds = 200;
     pass_time(seconds);
     Station moved = desk;

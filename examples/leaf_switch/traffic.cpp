@@ -58,7 +58,7 @@ size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
 void send_packets(const Leaf& leaf, const std::string& what, uint64_t packets, uint64_t bytes) {
     const auto counting = std::find_if(leaf.counting.begin(), leaf.counting.end(),
                                        [&](const CountingEntry& candidate) { return candidate.what == what; });
-    if (counting == leaf.counting.end()) throw std::runtime_error("nobody counts packets " + what);
+    if (counting == leaf.counting.end()) throw std::runtime_error("no entry counts packets " + what);
     expect("sending packets",
            vl_model_counter_add(leaf.target.dev_id, handle_of(counting->table), counting->entry, packets, bytes));
 }

@@ -1,6 +1,6 @@
-// The ECMP groups, and the restart, which concerns only them. The switch keeps members, groups and entries, but the agent
-// loses the handles of members and groups. The library loses its shadow of the profile, without which nothing can be
-// added to a group: the shadow knows the action, which the driver wants to be told.
+// The ECMP groups, and the restart, which concerns only them. The switch keeps members, groups and entries, but the
+// agent loses the handles of members and groups. The library loses its shadow of the profile, without which nothing can
+// be added to a group: the shadow knows the action, which the driver wants to be told.
 #include "route_agent/phases.h"
 
 #include <cstdlib>

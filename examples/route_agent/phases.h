@@ -1,5 +1,5 @@
-// The agent's work on the switch, in phases that follow each other, and the report. A phase throws Refused if the driver
-// refuses a call. Where the switch is not as planned, the phase counts a difference and goes on.
+// The agent's work on the switch, in phases that follow each other, and the report. A phase throws Refused if the
+// driver refuses a call. Where the switch is not as planned, the phase counts a difference and goes on.
 #pragma once
 
 #include <ostream>
@@ -11,8 +11,8 @@ namespace route_agent {
 // Adds the ECMP groups and the entries of a load.
 void program(Run& run, unsigned load);
 
-// How the library's shadow of the ECMP profile is restored: from the device state that the driver logged before, or from
-// the driver's tables.
+// How the library's shadow of the ECMP profile is restored: from the device state that the driver logged before, or
+// from the driver's tables.
 enum class RestoreBy : uint8_t { log, replay };
 
 // Restarts the agent while the switch goes on. Agent and library forget the members and groups; this restores what both
@@ -40,12 +40,12 @@ void count_left(Run& run);
 // True if the phases found all that was planned and nothing else.
 bool all_as_meant(const Run& run);
 
-// Prints a row per table, a row for all, and a row each for the groups and members of ecmpGroup's entries. The calls for
-// groups and members count for the rate of ecmpGroup.
+// Prints a row per table, a row for all, and a row each for the groups and members of ecmpGroup's entries. The calls
+// for groups and members count for the rate of ecmpGroup.
 void print_report(std::ostream& out, const Run& run);
 
-// The same for the ECMP groups, in ecmp.cpp: members of the profile, groups of them, and the entries of ecmpGroup that lead
-// to the groups. Each of the three has a tally.
+// The same for the ECMP groups, in ecmp.cpp: members of the profile, groups of them, and the entries of ecmpGroup that
+// lead to the groups. Each of the three has a tally.
 struct EcmpCounts {
     uint32_t entries = 0;
     uint32_t groups = 0;

@@ -1,5 +1,5 @@
-// What the agent programs: which table takes which route, the partitions that lead to long prefixes, and the ECMP groups
-// that the routes lead to.
+// What the agent programs: which table takes which route, the partitions that lead to long prefixes, and the ECMP
+// groups that the routes lead to.
 #pragma once
 
 #include <array>

@@ -4,8 +4,8 @@
 namespace route_agent {
 namespace {
 
-// The members of a table's key record: the VRF or partition, the address, and the prefix length. In a host table `length`
-// is nullptr.
+// The members of a table's key record: the VRF or partition, the address, and the prefix length. In a host table
+// `length` is nullptr.
 template <class KeyRecord, auto scope, auto address, auto length>
 struct KeyMembers {
     using Key = KeyRecord;
