@@ -107,9 +107,9 @@ TEST(RouteAgentLines, MessagesArePrintable) {
     const std::vector<std::pair<std::string, std::string>> texts = {
         {"~ Stra\u00DFe \u20AC \U0001F500 \u00A0", "~ Stra\u00DFe \u20AC \U0001F500 \u00A0"},
         {std::string("\0\n\x1B\x7F", 4), "\\x00\\x0a\\x1b\\x7f"},
-        {"\xC2\x9B[31m", "\\xc2\\x9b[31m"}, // the control character beyond ASCII that opens escape sequences
+        {"\xC2\x9B[31m", "\\xc2\\x9b[31m"}, // a control character outside ASCII that begins escape sequences
         {"\xC1\xBF \xE0\x9F\xBF \xF0\x8F\xBF\xBF", "\\xc1\\xbf \\xe0\\x9f\\xbf \\xf0\\x8f\\xbf\\xbf"}, // overlong
-        {"\xED\xA0\x80 \xF4\x90\x80\x80", "\\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80"},                     // no characters
+        {"\xED\xA0\x80 \xF4\x90\x80\x80", "\\xed\\xa0\\x80 \\xf4\\x90\\x80\\x80"}, // code points that are no characters
         {"\x9F \xFF \xE2\x82", "\\x9f \\xff \\xe2\\x82"},
         {"\\x1b", "\\\\x1b"},
     };
@@ -241,7 +241,8 @@ protected:
         const int status = run_agent(arguments, {.in = in, .out = out_stream, .messages = message_stream});
         out = out_stream.str();
         std::erase(out, ',');
-        out.erase(std::ranges::unique(out, [](char a, char b) { return a == ' ' && b == ' '; }).begin(), out.end());
+        const auto both_spaces = [](char a, char b) { return a == ' ' && b == ' '; };
+        out.erase(std::unique(out.begin(), out.end(), both_spaces), out.end());
         messages = message_stream.str();
         return status;
     }
@@ -258,7 +259,7 @@ protected:
     std::string messages;
 };
 
-// Groups 1 to 7, of which 6 and 7 come with later loads.
+// Gives groups 1 to 7; 6 and 7 come with later loads.
 constexpr const char* one_of_each = R"(10.0.0.0/8 10
 10.0.16.0/20 20
 10.1.2.3 30
@@ -275,7 +276,7 @@ TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
     struct Sent {
         std::vector<uint8_t> key;
         uint32_t partition;
-        uint32_t priority; // bits of the address behind the prefix
+        uint32_t priority; // the number of address bits behind the prefix
         uint32_t action;
         std::vector<uint8_t> data;
     };
@@ -311,7 +312,7 @@ TEST_F(RouteAgentRun, GroupsGrowAcrossBothRestarts) {
     vl_model::record_calls(true);
     EXPECT_EQ(run("10.0.0.1 4000000000\n10.0.0.2 8\n10.0.0.3 9\n"), 0) << messages << out;
 
-    // What happened, a word each: + and the member's data, | and a restart, = and the key of an entry.
+    // What happened, in words: + and a member's data, | for a restart, = and the key of an entry.
     std::string story;
     for (const vl_model::Call& call : vl_model::take_calls()) {
         if (call.function == "pipe_mgr_adt_ent_add") {

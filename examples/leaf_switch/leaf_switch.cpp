@@ -43,7 +43,7 @@ void at_shut_down(Leaf& leaf, const std::string& what, const std::function<pd_st
 }
 
 void start(Leaf& leaf) {
-    // Before any device: the driver tells the library when one goes away.
+    // Before any device is added: the driver tells the library when a device is removed.
     p4_pd_velmar_switch_init();
     at_shut_down(leaf, "cleaning up the library", [](const Leaf&) { return p4_pd_velmar_switch_cleanup(); });
 

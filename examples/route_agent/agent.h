@@ -1,4 +1,4 @@
-// The agent as a command: arguments in, exit status out. Streams are handed in, so that it runs inside a test as well.
+// The agent as a command: arguments in, exit status out. The caller passes the streams, so tests can run it.
 #pragma once
 
 #include <istream>
@@ -13,7 +13,7 @@ enum ExitStatus { exit_as_meant = 0, exit_not_as_meant = 1, exit_bad_input = 2 }
 struct Streams {
     std::istream& in;
     std::ostream& out;      // the report
-    std::ostream& messages; // all else
+    std::ostream& messages; // everything else
     bool messages_on_terminal = false;
 };
 

@@ -24,21 +24,19 @@ void check(pd_status status, const char* what) {
 }
 
 Device open_device() {
-    // Before any device: the driver tells the library when one goes away.
+    // Before any device is added: the driver tells the library when a device is removed.
     p4_pd_velmar_switch_init();
     Device device;
+    const char* what = "opening a session";
     pd_status status = vl_model_session_open(&device.session);
-    if (status != PD_STATUS_OK) {
-        static_cast<void>(p4_pd_velmar_switch_cleanup()); // only the first refusal is reported
-        throw Refused("opening a session", status);
+    if (status == PD_STATUS_OK) {
+        what = "adding the device";
+        status = vl_model_device_add(device.target.dev_id, &velmar_switch_pipeline);
+        if (status == PD_STATUS_OK) return device;
+        static_cast<void>(vl_model_session_close(device.session)); // only the first refusal is reported
     }
-    status = vl_model_device_add(device.target.dev_id, &velmar_switch_pipeline);
-    if (status != PD_STATUS_OK) {
-        static_cast<void>(vl_model_session_close(device.session));
-        static_cast<void>(p4_pd_velmar_switch_cleanup());
-        throw Refused("adding the device", status);
-    }
-    return device;
+    static_cast<void>(p4_pd_velmar_switch_cleanup());
+    throw Refused(what, status);
 }
 
 void close_device(const Device& device) {

@@ -6,7 +6,8 @@
 
 #include "vl_pd/velmar_switch.h"
 
-// What the library has for a table, profile or action, by the last part of its name.
+// The library's name for something of a table, profile or action: PD(ipv4Host, get_entry) is
+// p4_pd_velmar_switch_ipv4Host_get_entry.
 #define PD(object, name) p4_pd_velmar_switch_##object##_##name
 
 namespace route_agent {

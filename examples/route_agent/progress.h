@@ -1,4 +1,4 @@
-// Tells the user how far the work is: a bar on a terminal, plain lines elsewhere.
+// Shows the user how far the work is: a bar on a terminal, plain lines elsewhere.
 #pragma once
 
 #include <chrono>
@@ -17,15 +17,15 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    // A phase of 0 steps is one whose length isn't known.
+    // 0 steps mean that the phase's length isn't known.
     void begin_phase(const std::string& name, size_t steps = 0);
     void step() {
-        // Looking at the clock costs as much as some of the steps.
+        // Reading the clock takes as long as some steps.
         if ((++done_ & 0xFFF) == 0) show_if_due();
     }
     void end_phase();
 
-    // A line that doesn't get mixed up with the bar.
+    // Prints a line beside the bar.
     void message(const std::string& line);
 
 private:

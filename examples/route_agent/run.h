@@ -1,5 +1,5 @@
-// The state of a run: the plan, what stands on the switch by now, and the counts for the report. With it come the tools
-// that the phases share: they count calls and differences, demand success, and walk lists of handles.
+// The state of a run: the plan, what is on the switch by now, and the counts for the report. And the tools that the
+// phases share: they count calls and differences, demand success, and walk lists of handles.
 #pragma once
 
 #include <algorithm>
@@ -21,14 +21,14 @@ using Clock = std::chrono::steady_clock;
 // The counts for one table, or for the groups or members of the ECMP profile.
 struct Tally {
     size_t added = 0;
-    size_t read_equal = 0; // when all loads are programmed
+    size_t read_equal = 0; // after the last load
     size_t aged = 0;       // removed because no packet hit them
     size_t deleted = 0;
     size_t left = 0;        // entries that the driver counts at the end
     size_t in_hardware = 0; // entries that the hardware holds as placed, at the end
     size_t differences = 0; // in all phases
     size_t calls = 0;
-    Clock::duration busy{}; // in the phases' loops over this table
+    Clock::duration busy{}; // the time that the phases spent on it
 };
 
 enum class RowState : uint8_t { to_come, standing, aged, deleted };
@@ -116,7 +116,7 @@ private:
     Clock::time_point start_ = Clock::now();
 };
 
-// A route table in the hands of a phase.
+// A phase's work on a route table.
 struct Work : Account {
     Work(Run& of_run, size_t index)
         : Account(of_run, route_tables[index].name, of_run.tallies[index]),
