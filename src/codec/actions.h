@@ -12,7 +12,8 @@ inline constexpr uint32_t action_handle = catalog::find_binding(row->actions, A-
 
 // The i-th action of a table or a profile.
 template <auto row, size_t i>
-inline constexpr catalog::ActionRef action_of = catalog::action(row->actions.begin()[i].action);
+inline constexpr catalog::ActionRef action_of = {
+    static_cast<uint16_t>(catalog::number_of(catalog::program.actions, row->actions.begin()[i].action))};
 
 // Calls visit(constant<A>) for the first action of the table or profile for which wanted(constant<i>) holds; i is its
 // place in the row. False if it holds for none.
