@@ -55,7 +55,8 @@ enum class Tag : uint8_t { untagged, mac, v4addr, v6addr, port, vport, dec };
 enum class Use : uint8_t { entry, entry_or_default, default_only };
 
 // Where a parameter's value travels: in the action data, in the resource slot of the action's table as an index, or in
-// both. The bytes of a mere slot index are zero in the action data.
+// both. A parameter that is only a slot index has zero bytes in the
+// action data.
 enum class Role : uint8_t { data, slot_index, data_and_slot_index };
 
 // A resource has one cell for each entry of its table (direct), or is an array that actions address by index.

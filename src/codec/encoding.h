@@ -185,7 +185,7 @@ VL_INLINE void build_action_data([[maybe_unused]] const Byte* action_spec, [[may
     constexpr catalog::ActionLayout layout = action_layout<A>;
     unroll<layout.param_count>([&](auto i) VL_INLINE_LAMBDA {
         constexpr catalog::ParamLayout param = layout.params[i];
-        uint32_t value = 0; // the bytes of a mere slot index
+        uint32_t value = 0; // in the data of a parameter that is only a slot index
         if constexpr (param.role != catalog::Role::slot_index)
             value = bytes::load<param.record_bytes>(action_spec + param.record_offset);
         bytes::store_big_endian<param.data_bytes>(data + param.data_position, value);

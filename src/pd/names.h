@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <span>
 #include <string_view>
 
@@ -31,10 +32,17 @@ namespace action_names {
 extern const std::span<const char* const> all;
 
 // The full name; null for a number that no action has.
-const char* to_string(uint32_t number) noexcept;
+inline const char* to_string(uint32_t number) noexcept {
+    return number < all.size() ? all[number] : nullptr;
+}
 
 // The number of a full name. For null, and for a name that no action has, the count of actions.
-uint32_t to_enum(const char* name) noexcept;
+inline uint32_t to_enum(const char* name) noexcept {
+    uint32_t number = 0;
+    while (number < all.size() && (name == nullptr || std::strcmp(all[number], name) != 0))
+        ++number;
+    return number;
+}
 
 } // namespace action_names
 

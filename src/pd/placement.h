@@ -1,12 +1,11 @@
 // Placement data: the software's view of an entry or a member, without access to the device. Here: how agents fetch the
 // data, and how the data of a member is decoded. tables/reading.h decodes that of an entry.
 //
-// Agents fetch the data by functions that hand on all their arguments except the third, which they replace. They don't
-// know how many arguments there are, and what is in them. C++ can't say that. A function with parameters drops the
-// arguments beyond them. For a function that is variadic or naked, some compilers make code that stores to the caller's
-// frame. So these functions are two instructions that the compiler doesn't see. The third argument travels in edx. The
-// jump leaves all other registers, the stack and the return address as the caller made them, so the driver returns
-// straight to the caller.
+// Agents fetch the data by functions that replace their third argument and pass on all the others. These functions don't
+// know how many arguments there are. C++ can't express that. A function with parameters drops the arguments beyond them.
+// For a variadic or naked function, some compilers make code that stores to the caller's frame. So these functions are
+// two instructions that the compiler doesn't see. The third argument travels in edx. The jump leaves all other registers,
+// the stack and the return address as the caller made them, so the driver returns straight to the caller.
 #pragma once
 
 #include "pd/profiles/members.h"

@@ -23,7 +23,7 @@ int print_v4addr_ternary(char* buffer, const char* label, uint32_t address, uint
 
 int print_v6addr_exact(char* buffer, const char* label, const uint8_t* address) noexcept;
 int print_v6addr_lpm(char* buffer, const char* label, const uint8_t* address, uint32_t prefix_length) noexcept;
-// The mask is shown as an address of its own.
+// The mask is shown as an address.
 int print_v6addr_ternary(char* buffer, const char* label, const uint8_t* address, const uint8_t* mask) noexcept;
 
 } // namespace vl_pd::addresses

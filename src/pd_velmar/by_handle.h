@@ -1,5 +1,6 @@
 // What is reached by handle, for callers that hold the handle of a table, profile or meter as data: walks, texts,
-// comparisons and meters. A handle that no row has gets an answer of its own in each function.
+// comparisons and meters. Each function says what it answers to a handle that
+// no row has.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Keys and parameters as texts show them and comparisons walk them. A key's columns are its fields in key order, each
-// followed by its mask or prefix length. The columns of an action are its parameters.
+// Columns: the parts of a key or an action that texts show and comparisons walk. The columns of a key are its fields in
+// key order, each followed by its mask or prefix length. The columns of an action are its parameters.
 #pragma once
 
 #include <array>
@@ -116,7 +116,8 @@ struct ParamColumn {
     uint32_t record_bytes;
 };
 
-// The parameters of an action, by its number. Walked in a loop, where code for each action isn't worth its size.
+// The parameters of an action, by its number. Callers walk them in a loop where code for each action isn't worth its
+// size.
 std::span<const ParamColumn> param_columns(uint32_t action) noexcept;
 
 } // namespace vl_pd

@@ -73,12 +73,12 @@ int actions_differ(uint32_t pd, uint32_t hw, char* message) noexcept {
     return 0;
 }
 
-int targets(const Target& pd, const Target& hw, char* message) noexcept {
+int targets(const PointedAt& pd, bool pd_is_default, const PointedAt& hw, char* message) noexcept {
     if (pd.has_mbr) {
         if (!hw.has_mbr) return differ(message, "no mbr_hdl in hw");
         if (hw.mbr_hdl == 0 || hw.mbr_hdl == pd.mbr_hdl) return 1;
     } else if (pd.has_grp) {
-        if (hw.has_grp || pd.is_default) return 1;
+        if (hw.has_grp || pd_is_default) return 1;
         return differ(message, "pd has group handle but not hw");
     } else if (hw.has_mbr) {
         return hw.mbr_hdl == 0 ? 1 : differ(message, "hw has mbr_hdl but not pd");

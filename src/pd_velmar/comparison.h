@@ -24,17 +24,8 @@ int differ(char* message, const char* before, const char* name = "", const char*
 
 int actions_differ(uint32_t pd, uint32_t hw, char* message) noexcept;
 
-// What an entry of an indirect table points at.
-struct Target {
-    bool has_mbr;
-    bool has_grp;
-    bool is_default;
-    pd_member mbr_hdl;
-    pd_group grp_hdl;
-};
-
 // Compares a member by its handle, and a group only by its presence. A handle of 0 from the hardware passes.
-int targets(const Target& pd, const Target& hw, char* message) noexcept;
+int targets(const PointedAt& pd, bool pd_is_default, const PointedAt& hw, char* message) noexcept;
 
 template <TableRef T>
 int match_specs(const void* pd, const void* hw, char* message) noexcept {
@@ -53,15 +44,6 @@ int keys_equal(const Entry<T>& pd, const Entry<T>& hw, char* message) {
 }
 
 template <TableRef T>
-Target target_of(const Entry<T>& entry) {
-    return {.has_mbr = entry.has_mbr != 0,
-            .has_grp = entry.has_grp != 0,
-            .is_default = entry.is_default != 0,
-            .mbr_hdl = entry.mbr_hdl,
-            .grp_hdl = entry.grp_hdl};
-}
-
-template <TableRef T>
 int entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, const void* plcmt_data, char* message) noexcept {
     Entry<T> pd;
     if (pd.decode(plcmt_data) != PD_STATUS_OK) return differ(message, "Failed to decode plcmt_data in table ", T->name);
@@ -69,7 +51,7 @@ int entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, const void*
     if (hw.read(sess_hdl, dev_id, entry_hdl, 1) != PD_STATUS_OK)
         return differ(message, catalog::program.prefix, T->name, "_get_entry failed");
     if (!keys_equal<T>(pd, hw, message)) return 0;
-    if constexpr (catalog::is_indirect(*T)) return targets(target_of<T>(pd), target_of<T>(hw), message);
+    if constexpr (catalog::is_indirect(*T)) return targets(pd.target, pd.is_default != 0, hw.target, message);
     if (pd.action.number != hw.action.number) return actions_differ(pd.action.number, hw.action.number, message);
     return action_specs(pd.action.number, pd.action.spec, hw.action.spec, message);
 }

@@ -25,6 +25,14 @@ struct NumberedAction {
     bytes::Byte spec[spec_size + 1];
 };
 
+// What an entry of an indirect table points at.
+struct PointedAt {
+    uint8_t has_mbr = 0;
+    uint8_t has_grp = 0;
+    pd_group grp_hdl = 0;
+    pd_member mbr_hdl = 0;
+};
+
 // Readers leave a member as it is here if the table's class or the entry doesn't have it. The records aren't cleared,
 // because most entries are shown once and gone.
 template <catalog::TableRef T>
@@ -33,10 +41,7 @@ struct Entry {
     NumberedAction<T> action;
     uint32_t priority = 0;
     uint8_t is_default = 0;
-    uint8_t has_mbr = 0;
-    uint8_t has_grp = 0;
-    pd_group grp_hdl = 0;
-    pd_member mbr_hdl = 0;
+    PointedAt target;
 
     bool has_key() const {
         return T->key.size() != 0 && is_default == 0;
@@ -60,10 +65,10 @@ private:
                 .action_name = nullptr,
                 .action_number = &action.number,
                 .action_spec = action.spec,
-                .has_mbr = &has_mbr,
-                .has_grp = &has_grp,
-                .grp_hdl = &grp_hdl,
-                .mbr_hdl = &mbr_hdl};
+                .has_mbr = &target.has_mbr,
+                .has_grp = &target.has_grp,
+                .grp_hdl = &target.grp_hdl,
+                .mbr_hdl = &target.mbr_hdl};
     }
 };
 

@@ -1,5 +1,5 @@
-// Text straight into a caller's buffer. Each function writes at `out` and returns the new end; nothing is terminated
-// until finish(), and nothing behind the end is touched.
+// Writes text into a caller's buffer. Each function writes at `out` and returns the new end. Only finish() adds a
+// terminator, and nothing behind the end is touched.
 #pragma once
 
 #include <bit>
@@ -59,7 +59,7 @@ inline char* put_hex(char* out, uint32_t value) {
 
 inline constexpr size_t wide_digits = 32;
 
-// 16 bytes in the order in which they stand, in upper case.
+// 16 bytes in their own order, in upper case.
 inline char* put_wide_hex(char* out, const Byte* value) {
     for (unsigned i = 0; i < 16; i += 4) {
         const uint64_t characters = hex_characters<Case::upper>(bytes::load_big_endian<4>(value + i));
@@ -68,8 +68,7 @@ inline char* put_wide_hex(char* out, const Byte* value) {
     return out + wide_digits;
 }
 
-// The digits as a text. It is the caller's: in a shared one, threads that print at the same time would see each other's
-// digits.
+// The digits as a text, in the caller's memory: threads that print at the same time must not share one.
 using WideText = char[wide_digits + 1];
 
 inline const char* decode(WideText& out, const Byte* value) {

@@ -60,11 +60,11 @@ char* put_numbered_action(char* out, uint32_t number, const Byte* record) {
 }
 
 // Writes the handle of an indirect entry, or nothing. A member hides a group.
-inline char* put_target(char* out, uint8_t has_mbr, pd_member mbr_hdl, uint8_t has_grp, pd_group grp_hdl) {
-    if (has_mbr != 0)
-        out = text::put_hex(text::put(out, "('setMbrHdl',(0x"), mbr_hdl);
-    else if (has_grp != 0)
-        out = text::put_hex(text::put(out, "('setGrpHdl',(0x"), grp_hdl);
+inline char* put_target(char* out, const PointedAt& target) {
+    if (target.has_mbr != 0)
+        out = text::put_hex(text::put(out, "('setMbrHdl',(0x"), target.mbr_hdl);
+    else if (target.has_grp != 0)
+        out = text::put_hex(text::put(out, "('setGrpHdl',(0x"), target.grp_hdl);
     else
         return out;
     return text::put(out, ",))");
@@ -78,7 +78,7 @@ char* put_key_and_action(char* out, const Entry<T>& entry) {
     else
         out = text::put(out, "(),");
     if constexpr (catalog::is_indirect(*T))
-        return put_target(out, entry.has_mbr, entry.mbr_hdl, entry.has_grp, entry.grp_hdl);
+        return put_target(out, entry.target);
     else
         return put_numbered_action<T>(out, entry.action.number, entry.action.spec);
 }

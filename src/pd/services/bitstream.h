@@ -39,7 +39,7 @@ public:
         used_ -= word_bits;
     }
 
-    // Stores what is left. Nothing may be prepended after it.
+    // Stores the rest. It is the last call.
     void finish() {
         for (uint32_t done = 0; done < used_; done += 8)
             *--unset_end_ = static_cast<uint8_t>(pending_ >> done);

@@ -1,4 +1,4 @@
-// Default entries: what a table does with a packet that matches no entry, and all that a table without a key does.
+// Default entries: what a table does with a packet that matches no entry. A table without a key has no other entry.
 #pragma once
 
 #include "pd/tables/entries.h"
