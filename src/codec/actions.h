@@ -33,7 +33,7 @@ VL_INLINE bool visit_action(uint32_t action_hdl, Visit visit) {
 }
 
 template <auto row, class Visit>
-VL_INLINE bool visit_numbered_action(uint32_t number, Visit visit) {
+bool visit_numbered_action(uint32_t number, Visit visit) {
     return visit_first<row>([=](auto i) VL_INLINE_LAMBDA { return action_of<row, i>.number == number; }, visit);
 }
 

@@ -54,7 +54,7 @@ using Vector = __m128i;
 // memset of that size compilers use a string instruction or a call, which takes longer to start than the stores take to
 // finish. The record is aligned like a vector, so that no store crosses a cache line.
 template <class Record>
-VL_INLINE void clear(Record& record) {
+void clear(Record& record) {
     constexpr size_t count = sizeof record / sizeof(Vector);
     static_assert(sizeof record == count * sizeof(Vector));
     Vector* const vectors = reinterpret_cast<Vector*>(&record);

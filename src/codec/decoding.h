@@ -33,7 +33,7 @@ VL_INLINE void unbuild_key(const pipe_match_record& match, void* match_spec) {
 
 // The count of bits of a 32-bit or 128-bit prefix mask before its trailing zeros.
 template <unsigned bits>
-VL_INLINE uint32_t prefix_length(const Byte* mask) {
+uint32_t prefix_length(const Byte* mask) {
     if constexpr (bits == 32) {
         const uint32_t word = bytes::load_big_endian<4>(mask);
         return 32 - static_cast<uint32_t>(std::countr_zero(word));
@@ -75,8 +75,8 @@ inline uint32_t find_index(uint32_t resource_hdl, const pd_resource_index* resou
 }
 
 template <ActionRef A>
-VL_INLINE void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources, uint32_t count,
-                                   void* action_spec) {
+void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources, uint32_t count,
+                         void* action_spec) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
     Byte* const record = static_cast<Byte*>(action_spec);
     std::memset(record, 0, layout.record_size);

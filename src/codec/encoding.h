@@ -56,7 +56,7 @@ constexpr uint32_t width_mask(unsigned bits) {
 // Encodes one field of a masked table. The caller's mask is applied to the key first, and cut to the field's width after
 // that. Both values stay in registers until they are complete.
 template <TableRef T, size_t i>
-VL_INLINE void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
+void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
     constexpr bool has_mask = field.partner_bytes != 0;
     Byte* const field_key = key + field.key_position;
@@ -84,7 +84,7 @@ VL_INLINE void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask)
 }
 
 template <TableRef T, size_t i>
-VL_INLINE void build_exact_field(const Byte* match_spec, Byte* key) {
+void build_exact_field(const Byte* match_spec, Byte* key) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
     if constexpr (field.bits > 32)
         std::memcpy(key + field.key_position, match_spec + field.record_offset, field.key_bytes);
@@ -129,7 +129,7 @@ VL_INLINE uint32_t build_prefix_key(const Byte* match_spec, Byte* key, Byte* mas
     if constexpr (T->partitioned)
         std::memset(key, 0, prefix.key_position);
     else
-        unroll<layout.field_count - 1>([&](auto i) VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
+        unroll<layout.field_count - 1>([&](auto i) { build_exact_field<T, i>(match_spec, key); });
 
     // A branch for the rare length that is out of range saves the others a clamp.
     if (length > prefix.bits) [[unlikely]] {
@@ -156,7 +156,7 @@ VL_INLINE uint32_t build_key_and_mask(const Byte* match_spec, [[maybe_unused]] u
     } else {
         // All ones, even above the width of a narrow field.
         std::memset(mask, 0xFF, layout.bytes);
-        unroll<layout.field_count>([&](auto i) VL_INLINE_LAMBDA { build_exact_field<T, i>(match_spec, key); });
+        unroll<layout.field_count>([&](auto i) { build_exact_field<T, i>(match_spec, key); });
         return 0;
     }
 }
@@ -203,7 +203,7 @@ consteval size_t index_param() {
 
 // Fills the slot of the table's attached resource, which is zero on entry.
 template <TableRef T, ActionRef A, Operation operation>
-VL_INLINE void build_slot(const Byte* action_spec, const pd_meter_spec* meter_spec, pipe_resource_slot& slot) {
+void build_slot(const Byte* action_spec, const pd_meter_spec* meter_spec, pipe_resource_slot& slot) {
     using enum catalog::Addressing;
     constexpr catalog::AttachedResource resource = catalog::resource_of(catalog::program, *T);
     constexpr const catalog::Binding* binding = catalog::find_binding(T->actions, A->name);

@@ -1,8 +1,8 @@
 // A loop over constant indices: how the codec walks a row.
 //
 // A walk is as fast as code written by hand only if all of it ends up in one function, with its values in registers. A
-// compiler that is free to choose makes a call for each field of a long key, and loads what a lambda has captured anew
-// after each byte that it stores. So the steps of a walk are VL_INLINE, and its lambdas VL_INLINE_LAMBDA.
+// compiler that is free to choose makes calls in long walks, and loads what a lambda has captured anew after each byte
+// that it stores. Functions and lambdas are forced inline only where g++ or clang makes other code without that.
 #pragma once
 
 #include <cstddef>

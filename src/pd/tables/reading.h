@@ -60,7 +60,7 @@ struct Answer {
     alignas(bytes::Vector) pipe_action_record action;
     pipe_act_hdl action_hdl = 0;
 
-    VL_INLINE Answer() {
+    Answer() {
         bytes::clear(action);
     }
     Answer(const Answer&) = delete;
