@@ -12,6 +12,7 @@
 
 #include <vl_driver/driver.h>
 #include <vl_model/control.h>
+#include <vl_model/testing.h>
 
 namespace {
 

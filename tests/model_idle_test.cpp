@@ -8,6 +8,7 @@
 #include <vl_driver/driver.h>
 #include <vl_model/control.h>
 #include <vl_model/observe.hpp>
+#include <vl_model/traffic.h>
 
 namespace {
 

@@ -6,6 +6,7 @@
 
 #include <vl_driver/driver.h>
 #include <vl_model/control.h>
+#include <vl_model/testing.h>
 #include <vl_model/traffic.h>
 
 namespace {

@@ -1,4 +1,4 @@
-// Which spine a flow takes. The library works out the hash of a packet without sending it; vl_driver/profiles.h says
+// Which spine a flow takes. The library works out the hash of a packet without sending it; vl_model/behaviour.h says
 // which member the driver chooses for a hash. With another driver, predicted_next_hop() changes. chosen_next_hop() asks
 // the driver, so it needs no such knowledge.
 #include <array>

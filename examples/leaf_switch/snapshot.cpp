@@ -4,6 +4,7 @@
 
 #include "leaf_switch/steps.h"
 #include "vl_driver/snapshot.h"
+#include "vl_model/behaviour.h"
 
 namespace leaf_switch {
 namespace {

@@ -3,7 +3,8 @@
 #include <deque>
 
 #include "route_agent/phases.h"
-#include "vl_driver/idle.h"
+#include "vl_model/control.h"
+#include "vl_model/traffic.h"
 
 namespace route_agent {
 namespace {

@@ -8,7 +8,7 @@
 
 #include "pd_show/commands.h"
 #include "pd_show/walk.h"
-#include "vl_model/control.h"
+#include "vl_model/testing.h"
 
 namespace pd_show {
 namespace {

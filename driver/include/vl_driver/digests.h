@@ -14,7 +14,7 @@ extern "C" {
 
 typedef uint32_t pipe_digest_hdl;
 
-/* A batch of digest entries, back to back. It stays the driver's, and valid until it is acknowledged. */
+/* A batch of digest entries, back to back. It belongs to the driver and stays valid until it is acknowledged. */
 typedef struct pipe_digest_msg {
     pipe_dev_tgt dev_tgt;
     uint32_t entry_count;
@@ -35,7 +35,7 @@ pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl sess_hdl, 
 /* Gives a message back to the driver. */
 pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl digest_hdl, pipe_digest_msg* msg);
 
-/* How long the device may hold digests back; one value for all of them. */
+/* Sets how long the device may hold digests back: one value for all digests. */
 pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl sess_hdl, uint8_t dev_id, uint32_t timeout);
 
 #pragma GCC visibility pop

@@ -1,6 +1,6 @@
 /*
- * Hash calculations whose algorithm, seed and inputs can change at run time.
- * Calculations, inputs and algorithms have handles that are constants of the pipeline.
+ * Hash calculations. Their algorithm, seed and inputs can change at run time.
+ * Handles of calculations, inputs and algorithms are constants of the pipeline.
  */
 #ifndef VL_DRIVER_HASH_H
 #define VL_DRIVER_HASH_H
@@ -35,7 +35,7 @@ static_assert(sizeof(pipe_hash_attribute) == 32 && offsetof(pipe_hash_attribute,
 pipe_status pipe_mgr_hash_calc_algorithm_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                              pipe_hash_algo_hdl algo_hdl, uint64_t always_0, uint64_t always_0_too);
 
-/* Writes nothing but *algo_hdl: the last two arguments are 0 in all calls that this library makes. */
+/* Writes *algo_hdl only. The library always sends 0 as the last two arguments. */
 pipe_status pipe_mgr_hash_calc_algorithm_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                              pipe_hash_algo_hdl* algo_hdl, uint64_t always_0, uint64_t always_0_too);
 
@@ -51,12 +51,12 @@ pipe_status pipe_mgr_hash_calc_input_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev
 pipe_status pipe_mgr_hash_calc_input_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                          pipe_hash_input_hdl* input_hdl);
 
-/* A count of 0 with null clears the attributes. */
+/* A count of 0, with null, clears the attributes. */
 pipe_status pipe_mgr_hash_calc_input_field_attribute_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
                                                          pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                          uint32_t count, const pipe_hash_attribute* attributes);
 
-/* Fills up to `room` attributes and writes how many to *count, never more than `room`. */
+/* Fills at most `room` attributes and writes their number to *count. */
 pipe_status pipe_mgr_hash_calc_input_field_attribute_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
                                                          pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                          uint32_t room, pipe_hash_attribute* attributes,
@@ -66,7 +66,7 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_count_get(pipe_sess_hdl ses
                                                                pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                                uint32_t* count);
 
-/* Hashes a bit stream as the pipeline would: the stream is one number, most significant byte first. */
+/* Hashes a bit stream as the pipeline does. The stream is one number, most significant byte first. */
 pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                                     const uint8_t* stream, uint32_t stream_len, uint8_t* hash,
                                                     uint32_t hash_len);

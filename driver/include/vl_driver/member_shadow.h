@@ -1,7 +1,7 @@
 /*
- * The member-selector component: a shadow of the action profiles. One state holds, per device, the members and groups
- * of one profile, an action for each, and who is in which group. Its calls take the member before the group, the
- * functions that it applies to groups the group before the member.
+ * The member-selector component: a shadow of the action profiles. For each device, a state holds the members and groups
+ * of one profile, the action of each, and the members of each group. Calls take the member before the group; a
+ * p4_pd_ms_grp_fn takes the group before the member.
  */
 #ifndef VL_DRIVER_MEMBER_SHADOW_H
 #define VL_DRIVER_MEMBER_SHADOW_H
@@ -19,14 +19,14 @@ typedef struct p4_pd_ms_state p4_pd_ms_state;
 
 pipe_status p4_pd_ms_init(void);
 
-/* A new state, which is never freed. */
+/* Makes a state. States are never freed. */
 p4_pd_ms_state* p4_pd_ms_init_state(void);
 
 pipe_status p4_pd_ms_new_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl);
 
 pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl, pipe_act_hdl act_hdl);
 
-/* Not 0 if the member is unknown or has no action; *act_hdl is written on 0 only. */
+/* Refuses a member that is unknown or has no action. Writes *act_hdl only if it returns 0. */
 pipe_status p4_pd_ms_get_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                  pipe_act_hdl* act_hdl);
 
@@ -34,7 +34,7 @@ pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 
 pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl);
 
-/* mbr_hdls lists the group's members as the driver had them; null with a count of 0. */
+/* mbr_hdls lists the members that the driver had in the group. It is null if count is 0. */
 pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                              uint32_t count, const pipe_mbr_hdl* mbr_hdls);
 
@@ -46,11 +46,11 @@ pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* st
 
 pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, pipe_act_hdl act_hdl);
 
-/* As p4_pd_ms_get_mbr_act. */
+/* Like p4_pd_ms_get_mbr_act. */
 pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                                  pipe_act_hdl* act_hdl);
 
-/* Write the number of resources and a list that stays the component's. */
+/* Write the number of resources, and a list that belongs to the component. */
 pipe_status p4_pd_ms_mbr_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl, uint32_t* count,
                                  void** res);
 
@@ -63,17 +63,17 @@ typedef pipe_status (*p4_pd_ms_grp_fn)(pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
 pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                        p4_pd_ms_grp_fn fn, void* cookie);
 
-/* A p4_pd_ms_grp_fn: the group takes over the member's resources. The cookie is the state. */
+/* A p4_pd_ms_grp_fn. The group takes over the member's resources; the cookie is the state. */
 pipe_status p4_pd_ms_grp_update_res(pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, void* cookie);
 
-/* Write a device's part of the state into an object of the device state log, and rebuild it from one. */
+/* Write a device's part of the state into an object of the device state log, and read it back from one. */
 pipe_status p4_pd_ms_log_state(pipe_dev_id dev_id, p4_pd_ms_state* state, struct cJSON* object);
 
 pipe_status p4_pd_ms_restore_state(pipe_dev_id dev_id, p4_pd_ms_state* state, struct cJSON* object);
 
 pipe_status p4_pd_ms_destroy_state_for_dev(p4_pd_ms_state* state, pipe_dev_id dev_id);
 
-/* Once, after the states of all profiles are destroyed for the device. */
+/* Called once, when the states of all profiles have been destroyed for the device. */
 pipe_status p4_pd_ms_destroy_txn_state_for_dev(pipe_dev_id dev_id);
 
 #pragma GCC visibility pop

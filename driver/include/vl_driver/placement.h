@@ -1,6 +1,6 @@
 /*
- * Placement data: the driver's opaque record of where and what it placed for one entry, member or group.
- * A blob is the driver's, and given by address; this library hands it back and never looks inside.
+ * Placement data: the driver's record of what it placed in the hardware for one entry, member or group, and where.
+ * A record belongs to the driver. The library passes its address on and never looks inside.
  */
 #ifndef VL_DRIVER_PLACEMENT_H
 #define VL_DRIVER_PLACEMENT_H
@@ -22,8 +22,8 @@ pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
                                         pipe_grp_hdl grp_hdl, const void** plcmt_data);
 
 /*
- * Decode without access to the device. Unlike the reading of an entry, the caller attaches zeroed buffers that are
- * large enough and sets no lengths: the driver reports them.
+ * Decode placement data without access to the device. The caller attaches zeroed buffers that are large enough, and
+ * leaves the lengths to the driver. In this, a decoder differs from a read of an entry.
  */
 pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* plcmt_data, pipe_match_record* match,
                                               pipe_action_record* action, pipe_act_hdl* act_hdl);

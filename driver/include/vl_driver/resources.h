@@ -1,6 +1,6 @@
 /*
- * Counters, meters and WRED: resources that are attached to match entries (direct) or are arrays of cells (indirect).
- * Direct ones are named by match table and entry, indirect ones by resource handle and index.
+ * Counters, meters and WRED. Direct resources are attached to match entries; calls name them by match table and entry.
+ * Indirect resources are arrays of cells; calls name them by resource handle and index.
  */
 #ifndef VL_DRIVER_RESOURCES_H
 #define VL_DRIVER_RESOURCES_H
@@ -12,7 +12,7 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* The two counts of a counter cell; the driver says which of them is packets. */
+/* The two counts of a counter cell. The driver chooses which of them counts packets. */
 typedef struct pipe_counter_record {
     uint64_t count_b;
     uint64_t count_a;
@@ -35,7 +35,7 @@ typedef struct pipe_meter_spec {
     uint64_t peak_burst;
 } pipe_meter_spec;
 
-/* Opaque to this library. */
+/* The library doesn't look inside. */
 typedef struct pipe_wred_spec {
     uint64_t words[2];
 } pipe_wred_spec;
@@ -48,7 +48,7 @@ static_assert(sizeof(pipe_meter_spec) == PIPE_RESOURCE_SPEC_SIZE && offsetof(pip
               "meter spec");
 static_assert(sizeof(pipe_wred_spec) == 16, "WRED spec");
 
-/* Says that all cells of a resource have come from the hardware. Registers use it too. */
+/* Says that all cells of a resource have been read from the hardware. Registers use this type, too. */
 typedef void (*pipe_sync_cb)(pipe_dev_id dev_id, void* cookie);
 
 /* Direct counters. tbl_hdl is the match table, not the counter. */
@@ -64,7 +64,7 @@ pipe_status pipe_mgr_direct_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_
 pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                pipe_sync_cb callback, void* cookie);
 
-/* Indirect counters. The query fills one record for each of `count` indices. */
+/* Indirect counters. The query fills one record for each index. */
 pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                     const uint32_t* indices, uint32_t count, pipe_counter_record* const* records);
 
@@ -77,12 +77,12 @@ pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt
 pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                         pipe_sync_cb callback, void* cookie);
 
-/* Sets direct resources of an entry to what the slots say; the library sends one slot. */
+/* Sets direct resources of an entry to the values in the slots. The library sends one slot. */
 pipe_status pipe_mgr_mat_ent_set_resource(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, const pipe_resource_slot* slots, uint32_t slot_count,
                                           uint32_t flags);
 
-/* A direct meter, by match table. */
+/* Reads a direct meter. tbl_hdl is the match table. */
 pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                       pipe_ent_hdl ent_hdl, pipe_meter_spec* spec);
 
@@ -92,7 +92,7 @@ pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
 pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                           uint32_t index, pipe_meter_spec* spec, uint32_t flags);
 
-/* Bytes to add to each packet's length before it is metered; by meter handle, for direct meters too. */
+/* The number of bytes to add to each packet's length before metering. Direct meters, too, go by their own handle. */
 pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t adjustment);
 

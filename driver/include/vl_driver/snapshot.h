@@ -1,5 +1,5 @@
 /*
- * The snapshot service: freezes the packet header vector at a range of stages when a trigger matches.
+ * The snapshot service: captures the packet header vector at a range of stages when a trigger matches.
  * Trigger records are in network byte order here.
  */
 #ifndef VL_DRIVER_SNAPSHOT_H
@@ -16,26 +16,21 @@ typedef uint32_t bf_snapshot_hdl; /* bit 1 tells which of the two record layouts
 
 #define BF_SNAPSHOT_RECORD_SIZE 676
 
-enum { BF_SNAPSHOT_IDLE = 0, BF_SNAPSHOT_ARMED = 1, BF_SNAPSHOT_CAPTURED = 2 };
-
-/* What became of a trigger. The library passes it through; these are the embedded driver's members. */
-typedef struct bf_snapshot_capture_ctrl {
-    uint32_t state;         /* BF_SNAPSHOT_...; idle before the first trigger */
-    uint32_t trigger_stage; /* where the trigger matched; 0 unless captured */
-} bf_snapshot_capture_ctrl;
+/* The state of a trigger. The library passes its address on; the driver defines the members. */
+typedef struct bf_snapshot_capture_ctrl bf_snapshot_capture_ctrl;
 
 pipe_status bf_snapshot_create(pipe_dev_id dev_id, uint32_t pipe, uint8_t start_stage, uint8_t end_stage,
                                uint32_t direction, bf_snapshot_hdl* hdl);
 
 pipe_status bf_snapshot_delete(bf_snapshot_hdl hdl);
 
-/* Both records have BF_SNAPSHOT_RECORD_SIZE bytes and are read during the call only. */
+/* Both records have BF_SNAPSHOT_RECORD_SIZE bytes. The driver reads them during the call only. */
 pipe_status bf_snapshot_capture_trigger_set(bf_snapshot_hdl hdl, const void* value, const void* mask);
 
-/* Sizes of a capture as a whole and of one stage of it; the latter is at least BF_SNAPSHOT_RECORD_SIZE. */
+/* Writes the size of a whole capture and that of one stage, which is at least BF_SNAPSHOT_RECORD_SIZE. */
 pipe_status bf_snapshot_capture_phv_fields_dict_size(bf_snapshot_hdl hdl, uint32_t* total_size, uint32_t* stage_size);
 
-/* Fills a buffer of the total size, the control, and in *count the number of captures. */
+/* Fills a buffer of the total size and *ctrl, and writes the number of captures to *count. */
 pipe_status bf_snapshot_capture_get(bf_snapshot_hdl hdl, uint32_t pipe, uint8_t* buffer, bf_snapshot_capture_ctrl* ctrl,
                                     uint32_t* count);
 

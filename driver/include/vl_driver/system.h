@@ -16,11 +16,11 @@ struct cJSON;
 typedef uint32_t bf_drv_client_hdl;
 
 typedef pipe_status (*bf_drv_device_cb)(pipe_dev_id dev_id);
-/* The object is the driver's; a client fills or reads it during the call. */
+/* The object belongs to the driver. A client fills or reads it during the call. */
 typedef pipe_status (*bf_drv_state_cb)(pipe_dev_id dev_id, struct cJSON* object);
 typedef void (*bf_drv_unused_cb)(void);
 
-/* What a client wants to be told. Slots that are not named for a purpose stay null. */
+/* The callbacks of a client. The library leaves the reserved slots null. */
 typedef struct bf_drv_client_callbacks {
     bf_drv_unused_cb reserved_0_2[3];
     bf_drv_device_cb device_remove;
@@ -35,18 +35,18 @@ static_assert(sizeof(bf_drv_client_callbacks) == 248 && offsetof(bf_drv_client_c
 /* Copies the name and writes *hdl. */
 pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl);
 
-/* Copies the record. Clients are called in the order of their priorities. */
+/* Copies the record. The driver calls clients in the order of their priorities. */
 pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv_client_callbacks* callbacks,
                                              uint32_t priority);
 
 pipe_status bf_drv_deregister(bf_drv_client_hdl hdl);
 
-/* Zeroed memory or null. */
+/* Returns zeroed memory, or null. */
 void* bf_sys_calloc(size_t count, size_t size);
 
 void bf_sys_free(void* memory);
 
-/* Not 0 if a broken assertion shall stop the process. */
+/* Returns 0 unless a broken assertion is to stop the process. */
 int bf_sys_dbg_mode(void);
 
 enum { BF_SYS_MODULE_NONE = 0 };

@@ -1,12 +1,11 @@
 /*
- * The generic records that this library and the driver exchange, and the handles that name things in them.
+ * The generic records that this library and the driver exchange, and their handles.
  *
- * Every record is passed by address and lives in the caller's frame: the driver reads or fills it during the call and
- * keeps no pointer to it or to the buffers that it names. The layouts are a wire contract, so each is asserted below.
- * Integers inside the records are in the machine's byte order; key, mask and action data bytes are most significant
- * byte first.
+ * Every record is passed by address and lives in the caller's frame. The driver reads or fills it during the call and
+ * keeps no pointer to it or to its buffers. The layouts are binding and asserted below. Integers inside the records are
+ * in the machine's byte order; key, mask and action data bytes are most significant byte first.
  *
- * Every reserved byte has a name, so that a record which is initialised is zero in all of its bytes with any compiler.
+ * Every reserved byte has a name, so that any compiler zeroes all bytes of an initialised record.
  */
 #ifndef VL_DRIVER_TYPES_H
 #define VL_DRIVER_TYPES_H
@@ -19,10 +18,10 @@
 extern "C" {
 #endif
 
-/* 0 is success; every other value is a refusal that the library hands on unchanged. */
+/* 0 is success. Every other value is a refusal, which the library passes on unchanged. */
 typedef uint32_t pipe_status;
 
-typedef uint32_t pipe_sess_hdl; /* an open session; the agent opens it, the library only passes it on */
+typedef uint32_t pipe_sess_hdl; /* a session that the agent opened; the library passes it on */
 typedef uint32_t pipe_dev_id;
 typedef uint32_t pipe_tbl_hdl; /* a match, action data, selector or resource table: a constant of the pipeline */
 typedef uint32_t pipe_act_hdl; /* one action of one table: a constant of the pipeline */
@@ -30,7 +29,7 @@ typedef uint32_t pipe_ent_hdl; /* a match entry, made by the driver */
 typedef uint32_t pipe_mbr_hdl; /* a member of an action data table, made by the driver; 0 is none */
 typedef uint32_t pipe_grp_hdl; /* a selector group, made by the driver; 0 is none */
 
-/* What the walking calls write behind the last handle of a list. */
+/* Walking calls write this after the last handle of a list. */
 #define PIPE_HDL_END UINT32_C(0xFFFFFFFF)
 
 #define PIPE_ALL_PIPES UINT16_C(0xFFFF)
@@ -42,18 +41,18 @@ typedef struct pipe_dev_tgt {
     uint16_t reserved;
 } pipe_dev_tgt;
 
-/* A key: what an entry matches. */
+/* The key of an entry. */
 typedef struct pipe_match_record {
     uint8_t* key_bytes;
-    uint8_t* mask_bytes;      /* as long as key_bytes; a 1 bit is matched */
-    uint32_t partition_index; /* which partition of a partitioned prefix table; 0 elsewhere */
-    uint32_t priority;        /* orders overlapping entries; in prefix tables the count of address bits not matched */
+    uint8_t* mask_bytes;      /* as long as key_bytes; matched bits are 1 */
+    uint32_t partition_index; /* the partition in a partitioned prefix table; 0 elsewhere */
+    uint32_t priority;        /* orders overlapping entries; in prefix tables, the number of unmatched address bits */
     uint16_t key_bits;        /* sum of the key fields' widths */
     uint16_t key_len;         /* sum of the key fields' whole bytes */
     uint32_t reserved;
 } pipe_match_record;
 
-/* Action data. On a read data_len is the room in data on the way in. */
+/* Action data. On a read, the caller sets data_len to the room in data. */
 typedef struct pipe_action_data {
     uint16_t data_bits; /* sum of the parameters' widths */
     uint16_t data_len;  /* sum of the parameters' whole bytes */
@@ -61,7 +60,7 @@ typedef struct pipe_action_data {
     uint8_t* data;
 } pipe_action_data;
 
-/* How an action uses the resource that a slot names. */
+/* How an action uses the resource of a slot. */
 enum { PIPE_SLOT_UNCHANGED = 0, PIPE_SLOT_ATTACHED = 1, PIPE_SLOT_DETACHED = 2 };
 
 #define PIPE_RESOURCE_SPEC_SIZE 56
@@ -75,7 +74,7 @@ typedef struct pipe_resource_slot {
     uint32_t reserved;
 } pipe_resource_slot;
 
-/* What an entry does with a packet: action data of its own, a member, or a group. */
+/* An entry has action data of its own, a member or a group. */
 enum { PIPE_KIND_ACTION_DATA = 1, PIPE_KIND_MEMBER = 2, PIPE_KIND_GROUP = 4 };
 
 #define PIPE_MAX_SLOTS 4

@@ -1,5 +1,5 @@
 /*
- * Parser value sets: small tables of value and mask that the parser compares packet fields with.
+ * Parser value sets: small tables of values and masks. The parser compares packet fields with them.
  */
 #ifndef VL_DRIVER_VALUE_SETS_H
 #define VL_DRIVER_VALUE_SETS_H
@@ -14,7 +14,7 @@ extern "C" {
 typedef uint32_t pipe_pvs_id;      /* a value set: a constant of the pipeline */
 typedef uint32_t pipe_pvs_ent_hdl; /* made by the driver */
 
-/* The argument of a property, passed by value. The second word carries no meaning. */
+/* The argument of a property, passed by value. The second word has no meaning. */
 typedef struct pipe_pvs_property_args {
     uint64_t arg;
     uint64_t unused;
@@ -47,12 +47,12 @@ pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl sess_hdl, pipe_dev_id de
 pipe_status pipe_mgr_pvs_entry_get_first(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t gress,
                                          uint32_t pipe, uint8_t parser, pipe_pvs_ent_hdl* ent_hdl);
 
-/* Writes up to `count` handles that follow `ent_hdl`, and PIPE_HDL_END behind the last one if there is room. */
+/* Writes at most `count` handles that follow `ent_hdl`, and PIPE_HDL_END after the last one if there is room. */
 pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t gress,
                                         uint32_t pipe, uint8_t parser, pipe_pvs_ent_hdl ent_hdl, uint32_t count,
                                         pipe_pvs_ent_hdl* ent_hdls);
 
-/* Properties, values and scopes are the driver's own numbers. */
+/* The driver chooses the numbers of properties, their values and the meaning of the argument. */
 pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t property,
                                       uint32_t value, pipe_pvs_property_args args);
 

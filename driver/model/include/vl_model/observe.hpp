@@ -17,6 +17,8 @@
 #include <vl_driver/registers.h>
 #include <vl_driver/resources.h>
 #include <vl_driver/types.h>
+#include <vl_model/behaviour.h>
+#include <vl_model/testing.h>
 
 #pragma GCC visibility push(default)
 
@@ -113,8 +115,8 @@ struct AnsweredCall : Call {
 using Answer = std::function<uint64_t(const AnsweredCall&)>;
 
 // Answers all calls of a boundary function from now on. Instead of a name, `function` may be the beginning of names and
-// a `*`; if several fit, the longest counts. An empty answer ends the answer of the same `function`, vl_model_reset ends
-// all. Recording and faults go on: a call that a fault refuses gets no answer.
+// a `*`; if several fit, the longest counts. An empty answer ends the answer of the same `function`, vl_model_reset
+// ends all. Recording and faults go on: a call that a fault refuses gets no answer.
 void answer_calls(std::string_view function, Answer answer);
 
 // A value to write where a call's pointer leads; `arg` is the pointer's index in args.

@@ -1,6 +1,6 @@
 // Registered callbacks. A registration that has ended gets no more calls, and whoever ends it waits for those that run,
-// so that the agent may free its cookie. Callbacks run without the model's mutex; the calls of registrations are counted
-// under a mutex of their own, which may be taken while the model's is held.
+// so that the agent may free its cookie. Callbacks run without the model's mutex; the calls of registrations are
+// counted under a mutex of their own, which may be taken while the model's is held.
 #pragma once
 
 #include <cstdint>

@@ -34,8 +34,8 @@ void check(const vl_model_table& table) {
     require(table.initial_default == 0 || actions.contains(table.initial_default));
 }
 
-// Makes the data table and the selector of a match table, each with the actions that the match table allows its entries.
-// Other match tables may have added them already.
+// Makes the data table and the selector of a match table, each with the actions that the match table allows its
+// entries. Other match tables may have added them already.
 void add_profile(Device& device, Table& table) {
     const vl_model_table& description = table.description;
     require(description.data_table != 0 || description.selector == 0);

@@ -62,8 +62,8 @@ struct Table {
     std::array<Property, VL_MODEL_PROPERTIES> properties{};
     Subscriber<pipe_mat_update_cb> updates;
 
-    // The device's resources with a cell for each entry; null where the table has none. A direct meter has no cells: the
-    // slots of the entries hold its specs.
+    // The device's resources with a cell for each entry; null where the table has none. A direct meter has no cells:
+    // the slots of the entries hold its specs.
     Counter* counter = nullptr;
     Meter* meter = nullptr;
     Register* stateful = nullptr;

@@ -1,5 +1,5 @@
-// Faults, recorded calls and answers. They have a mutex of their own: a call is recorded before the model is locked, and
-// answers run without a lock.
+// Faults, recorded calls and answers. They have a mutex of their own: a call is recorded before the model is locked,
+// and answers run without a lock.
 #include <algorithm>
 #include <map>
 #include <mutex>

@@ -23,8 +23,8 @@ struct GroupChange {
     std::vector<Position> positions;
 };
 
-// Runs a change of a selector, which returns a GroupChange. Callbacks are called when the mutex is free again: first for
-// the positions, then for the update.
+// Runs a change of a selector, which returns a GroupChange. Callbacks are called when the mutex is free again: first
+// for the positions, then for the update.
 template <class Body>
 void change_selector(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl, Body&& body) {
     Subscriber<pipe_sel_update_cb> updates;

@@ -17,8 +17,8 @@ void check_member(const DataTable& table, pipe_act_hdl act_hdl, const pipe_actio
               VL_MODEL_BAD_DATA);
 }
 
-// Runs a change of a data table, which returns the member's handle. The update callback is called when the mutex is free
-// again.
+// Runs a change of a data table, which returns the member's handle. The update callback is called when the mutex is
+// free again.
 template <class Body>
 void change_data_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl, uint32_t update,
                        Body&& body) {

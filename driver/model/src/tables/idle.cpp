@@ -3,6 +3,7 @@
 #include <tuple>
 
 #include <vl_driver/idle.h>
+#include <vl_model/traffic.h>
 
 #include "core/model.h"
 
