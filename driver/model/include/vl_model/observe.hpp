@@ -172,20 +172,23 @@ void set_meter_answer_hook(const MeterAnswerHook& hook);
 using RegisterAnswerHook = std::function<void(pipe_stful_query* queries, uint32_t& cells_read)>;
 void set_register_answer_hook(const RegisterAnswerHook& hook);
 
-// An entry or a member as the hardware holds it. Key and mask are empty in a default entry; a member has action data
-// alone.
-struct EntryImage {
-    std::vector<uint8_t> key;
-    std::vector<uint8_t> mask;
-    std::vector<uint8_t> data;
+// What an entry is apart from its bytes and slots.
+struct EntryFields {
     uint32_t partition_index = 0;
     uint32_t priority = 0;
     uint32_t action_hdl = 0;
-    uint8_t kind = 0;
-    uint8_t resource_count = 0;
-    uint16_t data_bits = 0;
     uint32_t member_hdl = 0;
     uint32_t group_hdl = 0;
+    uint16_t data_bits = 0;
+    uint8_t kind = 0;
+    uint8_t resource_count = 0;
+};
+
+// An entry or a member in the hardware. A default entry has no key and no mask, a member only an action and its data.
+struct EntryImage : EntryFields {
+    std::vector<uint8_t> key;
+    std::vector<uint8_t> mask;
+    std::vector<uint8_t> data;
     std::array<pipe_resource_slot, PIPE_MAX_SLOTS> slots{};
 };
 

@@ -191,9 +191,9 @@ void reset_watch();
 
 // A call of a boundary function: its name, and its arguments in their order.
 template <class... Args>
-class BoundaryCall {
+class Boundary {
 public:
-    explicit BoundaryCall(const char* function, const Args&... args) : function_(function), args_(args...) {}
+    explicit Boundary(const char* function, const Args&... args) : function_(function), args_(args...) {}
 
     // Runs the work of the function and gives what the function returns.
     template <class Body>

@@ -57,7 +57,7 @@ std::vector<Client> clients_for_device(pipe_dev_id dev_id) {
 } // namespace
 
 pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
-    return BoundaryCall(__func__, client_name, hdl)([&] {
+    return Boundary(__func__, client_name, hdl)([&] {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         // The device state log tells clients apart by name.
@@ -75,7 +75,7 @@ pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
 
 pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv_client_callbacks* callbacks,
                                              uint32_t priority) {
-    return BoundaryCall(__func__, hdl, callbacks, priority)([&] {
+    return Boundary(__func__, hdl, callbacks, priority)([&] {
         std::shared_ptr<Registration> registration = std::make_shared<Registration>();
         {
             const std::lock_guard lock(model().mutex);
@@ -89,7 +89,7 @@ pipe_status bf_drv_client_register_callbacks(bf_drv_client_hdl hdl, const bf_drv
 }
 
 pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
-    return BoundaryCall(__func__, hdl)([&] {
+    return Boundary(__func__, hdl)([&] {
         std::shared_ptr<Registration> ended;
         {
             const std::lock_guard lock(model().mutex);

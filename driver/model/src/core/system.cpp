@@ -26,7 +26,7 @@ std::string formatted(const char* format, va_list args) {
 } // namespace
 
 void* bf_sys_calloc(size_t count, size_t size) {
-    return BoundaryCall(__func__, count, size)([&]() -> void* {
+    return Boundary(__func__, count, size)([&]() -> void* {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         // Null is a refusal, so that an empty block has an address too.
@@ -41,7 +41,7 @@ void* bf_sys_calloc(size_t count, size_t size) {
 }
 
 void bf_sys_free(void* memory) {
-    BoundaryCall(__func__, memory)([&] {
+    Boundary(__func__, memory)([&] {
         if (memory == nullptr) return;
         Model& m = model();
         const std::lock_guard lock(m.mutex);
@@ -54,7 +54,7 @@ void bf_sys_free(void* memory) {
 }
 
 int bf_sys_dbg_mode(void) {
-    return BoundaryCall<>(__func__)([] {
+    return Boundary<>(__func__)([] {
         const std::lock_guard lock(model().mutex);
         return model().debug_mode ? 1 : 0;
     });
@@ -70,7 +70,7 @@ int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
     } catch (const std::bad_alloc&) {
         return VL_MODEL_NO_MEMORY;
     }
-    return BoundaryCall(__func__, module, level, format, LogLine{line})([&]() -> int {
+    return Boundary(__func__, module, level, format, LogLine{line})([&]() -> int {
         Model& m = model();
         vl_model_log_sink sink = write_to_stderr;
         void* cookie = nullptr;

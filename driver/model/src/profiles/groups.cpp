@@ -85,8 +85,8 @@ pipe_status pipe_mgr_sel_grp_add(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
         *grp_hdl = ++last;
         return change;
     };
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl, always_0, max_grp_size, mark, grp_hdl,
-                        flags)([&] { change_selector(sess_hdl, dev_tgt, sel_hdl, add); });
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, always_0, max_grp_size, mark, grp_hdl,
+                    flags)([&] { change_selector(sess_hdl, dev_tgt, sel_hdl, add); });
 }
 
 pipe_status pipe_mgr_sel_grp_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl,
@@ -102,8 +102,8 @@ pipe_status pipe_mgr_sel_grp_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
         selector.remove_group(grp_hdl);
         return change;
     };
-    return BoundaryCall(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl,
-                        flags)([&] { change_selector(sess_hdl, all_pipes(dev_id), sel_hdl, remove); });
+    return Boundary(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl,
+                    flags)([&] { change_selector(sess_hdl, all_pipes(dev_id), sel_hdl, remove); });
 }
 
 pipe_status pipe_mgr_sel_grp_mbr_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl,
@@ -118,8 +118,8 @@ pipe_status pipe_mgr_sel_grp_mbr_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
         forget_placement(group.placement);
         return change;
     };
-    return BoundaryCall(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl, act_hdl, mbr_hdl,
-                        flags)([&] { change_selector(sess_hdl, all_pipes(dev_id), sel_hdl, add); });
+    return Boundary(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl, act_hdl, mbr_hdl,
+                    flags)([&] { change_selector(sess_hdl, all_pipes(dev_id), sel_hdl, add); });
 }
 
 pipe_status pipe_mgr_sel_grp_mbr_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl,
@@ -128,26 +128,26 @@ pipe_status pipe_mgr_sel_grp_mbr_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
         selector.leave(group, mbr_hdl);
         return {0, position, false};
     };
-    return BoundaryCall(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl, mbr_hdl, flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl, mbr_hdl, flags)([&] {
         change_membership(sess_hdl, all_pipes(dev_id), sel_hdl, grp_hdl, mbr_hdl, PIPE_UPDATE_DELETED, remove);
     });
 }
 
 pipe_status pipe_mgr_sel_grp_mbr_enable(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl,
-                        flags)([&] { set_member_state(sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, true); });
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl,
+                    flags)([&] { set_member_state(sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, true); });
 }
 
 pipe_status pipe_mgr_sel_grp_mbr_disable(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                          pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl,
-                        flags)([&] { set_member_state(sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, false); });
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl,
+                    flags)([&] { set_member_state(sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, false); });
 }
 
 pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                           pipe_mbr_hdl mbr_hdl, uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl, mbr_hdl, flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, mbr_hdl, flags)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         Selector& selector = device->selector(sel_hdl);
         selector.data_table.require_row(mbr_hdl);
@@ -157,13 +157,13 @@ pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
 
 pipe_status pipe_mgr_sel_fallback_mbr_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                             uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl,
-                        flags)([&] { set_fallback(LockedDevice(sess_hdl, dev_tgt)->selector(sel_hdl), 0); });
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl,
+                    flags)([&] { set_fallback(LockedDevice(sess_hdl, dev_tgt)->selector(sel_hdl), 0); });
 }
 
 pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_sel_update_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, callback, cookie)([&] {
         const auto replaced = LockedDevice(sess_hdl, dev_tgt)->selector(sel_hdl).updates.replace(callback, cookie);
         end(replaced);
     });
@@ -172,7 +172,7 @@ pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 // A tracker has no session.
 pipe_status pipe_mgr_sel_tbl_register_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                          pipe_sel_tbl_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, callback, cookie)([&] {
         const auto subscribe = [&](const LockedDevice& device) {
             return device->selector(sel_hdl).memory_updates.replace(callback, cookie);
         };

@@ -218,18 +218,18 @@ void restore_group(DeviceShadow& shadow, const cJSON* item) {
 } // namespace
 
 pipe_status p4_pd_ms_init(void) {
-    return BoundaryCall<>(__func__)([] {});
+    return Boundary<>(__func__)([] {});
 }
 
 p4_pd_ms_state* p4_pd_ms_init_state(void) {
-    return BoundaryCall<>(__func__)([] {
+    return Boundary<>(__func__)([] {
         const std::lock_guard lock(model().mutex);
         return &member_states().emplace_back();
     });
 }
 
 pipe_status p4_pd_ms_new_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
-    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
+    return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {mbr_hdl});
         refuse_if(!shadow->members.try_emplace(mbr_hdl).second, VL_MODEL_EXISTS);
     });
@@ -237,7 +237,7 @@ pipe_status p4_pd_ms_new_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 
 pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                  pipe_act_hdl act_hdl) {
-    return BoundaryCall(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
+    return Boundary(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {mbr_hdl, act_hdl});
         found_in(shadow->members, mbr_hdl, VL_MODEL_NOT_FOUND) = act_hdl;
     });
@@ -245,14 +245,14 @@ pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
 
 pipe_status p4_pd_ms_get_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                  pipe_act_hdl* act_hdl) {
-    return BoundaryCall(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
+    return Boundary(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {mbr_hdl});
         *act_hdl = set_action(found_in(shadow->members, mbr_hdl, VL_MODEL_NOT_FOUND));
     });
 }
 
 pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
-    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
+    return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {mbr_hdl});
         const auto groups = shadow->groups_of.find(mbr_hdl);
         const bool was_in_group = groups != shadow->groups_of.end();
@@ -266,7 +266,7 @@ pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 }
 
 pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl) {
-    return BoundaryCall(__func__, sess_hdl, state, dev_id, grp_hdl)([&] {
+    return Boundary(__func__, sess_hdl, state, dev_id, grp_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {grp_hdl});
         refuse_if(!shadow->groups.try_emplace(grp_hdl).second, VL_MODEL_EXISTS);
     });
@@ -275,7 +275,7 @@ pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 // The members are those that the shadow has: the driver's, which the caller passes, can lack one that it had lost.
 pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                              uint32_t count, const pipe_mbr_hdl* mbr_hdls) {
-    return BoundaryCall(__func__, sess_hdl, state, dev_id, grp_hdl, count, list(mbr_hdls, count))([&] {
+    return Boundary(__func__, sess_hdl, state, dev_id, grp_hdl, count, list(mbr_hdls, count))([&] {
         const LockedShadow shadow(state, dev_id, {grp_hdl});
         for (const pipe_mbr_hdl mbr_hdl : found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).members)
             forget_group_of(*shadow, mbr_hdl, grp_hdl);
@@ -285,14 +285,14 @@ pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 
 pipe_status p4_pd_ms_add_mbr_to_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
                                     pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
-    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
+    return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
         join(*LockedShadow(state, dev_id, {mbr_hdl, grp_hdl}), mbr_hdl, grp_hdl);
     });
 }
 
 pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
                                       pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
-    return BoundaryCall(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
+    return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {mbr_hdl, grp_hdl});
         Arrivals& members = found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).members;
         refuse_if(!members.remove(mbr_hdl), VL_MODEL_NOT_FOUND);
@@ -302,7 +302,7 @@ pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* st
 
 pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                                  pipe_act_hdl act_hdl) {
-    return BoundaryCall(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
+    return Boundary(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {grp_hdl, act_hdl});
         found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).action = act_hdl;
     });
@@ -310,7 +310,7 @@ pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
 
 pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                                  pipe_act_hdl* act_hdl) {
-    return BoundaryCall(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
+    return Boundary(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
         const LockedShadow shadow(state, dev_id, {grp_hdl});
         *act_hdl = set_action(found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).action);
     });
@@ -318,17 +318,17 @@ pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
 
 pipe_status p4_pd_ms_mbr_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl, uint32_t* count,
                                  void** res) {
-    return BoundaryCall(__func__, state, dev_id, mbr_hdl, count, res)([&] { write_no_resources(count, res); });
+    return Boundary(__func__, state, dev_id, mbr_hdl, count, res)([&] { write_no_resources(count, res); });
 }
 
 pipe_status p4_pd_ms_grp_get_res(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, uint32_t* count,
                                  void** res) {
-    return BoundaryCall(__func__, state, dev_id, grp_hdl, count, res)([&] { write_no_resources(count, res); });
+    return Boundary(__func__, state, dev_id, grp_hdl, count, res)([&] { write_no_resources(count, res); });
 }
 
 pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                        p4_pd_ms_grp_fn fn, void* cookie) {
-    return BoundaryCall(__func__, state, dev_id, mbr_hdl, fn, cookie)([&]() -> pipe_status {
+    return Boundary(__func__, state, dev_id, mbr_hdl, fn, cookie)([&]() -> pipe_status {
         refuse_if(fn == nullptr, VL_MODEL_INVALID);
         std::vector<pipe_grp_hdl> groups;
         {
@@ -348,14 +348,14 @@ pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id
 
 // Members have no resources that a group could take over. The group must exist all the same.
 pipe_status p4_pd_ms_grp_update_res(pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, void* cookie) {
-    return BoundaryCall(__func__, dev_id, grp_hdl, mbr_hdl, cookie)([&] {
+    return Boundary(__func__, dev_id, grp_hdl, mbr_hdl, cookie)([&] {
         const LockedShadow shadow(static_cast<p4_pd_ms_state*>(cookie), dev_id, {grp_hdl, mbr_hdl});
         refuse_if(!shadow->groups.contains(grp_hdl), VL_MODEL_NOT_FOUND);
     });
 }
 
 pipe_status p4_pd_ms_log_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
-    return BoundaryCall(__func__, dev_id, state, object)([&] {
+    return Boundary(__func__, dev_id, state, object)([&] {
         const LockedShadow shadow(state, dev_id);
         JsonWriter json;
         cJSON* members = json.list(object, "members");
@@ -378,7 +378,7 @@ pipe_status p4_pd_ms_log_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON*
 }
 
 pipe_status p4_pd_ms_restore_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
-    return BoundaryCall(__func__, dev_id, state, object)([&] {
+    return Boundary(__func__, dev_id, state, object)([&] {
         const LockedShadow shadow(state, dev_id);
         const cJSON* item = nullptr;
         cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "members")) {
@@ -391,7 +391,7 @@ pipe_status p4_pd_ms_restore_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJ
 }
 
 pipe_status p4_pd_ms_destroy_state_for_dev(p4_pd_ms_state* state, pipe_dev_id dev_id) {
-    return BoundaryCall(__func__, state, dev_id)([&] {
+    return Boundary(__func__, state, dev_id)([&] {
         const std::lock_guard lock(model().mutex);
         state->devices.erase(dev_id);
     });
@@ -399,5 +399,5 @@ pipe_status p4_pd_ms_destroy_state_for_dev(p4_pd_ms_state* state, pipe_dev_id de
 
 // Every change takes effect at once: there is never a transaction's state to drop.
 pipe_status p4_pd_ms_destroy_txn_state_for_dev(pipe_dev_id dev_id) {
-    return BoundaryCall(__func__, dev_id)([] {});
+    return Boundary(__func__, dev_id)([] {});
 }

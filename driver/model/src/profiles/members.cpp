@@ -52,8 +52,8 @@ pipe_status pipe_mgr_adt_ent_add(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
             {.action_hdl = act_hdl, .data_bits = action->action.data_bits, .data = data_of(*action), .uses = 0});
         return *mbr_hdl = ++last;
     };
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, adt_hdl, act_hdl, always_0, action, mbr_hdl,
-                        flags)([&] { change_data_table(sess_hdl, dev_tgt, adt_hdl, PIPE_UPDATE_ADDED, add); });
+    return Boundary(__func__, sess_hdl, dev_tgt, adt_hdl, act_hdl, always_0, action, mbr_hdl,
+                    flags)([&] { change_data_table(sess_hdl, dev_tgt, adt_hdl, PIPE_UPDATE_ADDED, add); });
 }
 
 pipe_status pipe_mgr_adt_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl adt_hdl, pipe_mbr_hdl mbr_hdl,
@@ -68,8 +68,8 @@ pipe_status pipe_mgr_adt_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
         forget_placement(member.placement);
         return mbr_hdl;
     };
-    return BoundaryCall(__func__, sess_hdl, dev_id, adt_hdl, mbr_hdl, act_hdl, action, flags)(
-        [&] { change_data_table(sess_hdl, all_pipes(dev_id), adt_hdl, PIPE_UPDATE_CHANGED, set); });
+    return Boundary(__func__, sess_hdl, dev_id, adt_hdl, mbr_hdl, act_hdl, action,
+                    flags)([&] { change_data_table(sess_hdl, all_pipes(dev_id), adt_hdl, PIPE_UPDATE_CHANGED, set); });
 }
 
 pipe_status pipe_mgr_adt_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl adt_hdl, pipe_mbr_hdl mbr_hdl,
@@ -82,13 +82,13 @@ pipe_status pipe_mgr_adt_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
         table.hardware.erase(mbr_hdl);
         return mbr_hdl;
     };
-    return BoundaryCall(__func__, sess_hdl, dev_id, adt_hdl, mbr_hdl, flags)(
+    return Boundary(__func__, sess_hdl, dev_id, adt_hdl, mbr_hdl, flags)(
         [&] { change_data_table(sess_hdl, all_pipes(dev_id), adt_hdl, PIPE_UPDATE_DELETED, remove); });
 }
 
 pipe_status pipe_register_adt_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl,
                                         pipe_adt_update_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, adt_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, adt_hdl, callback, cookie)([&] {
         const auto replaced = LockedDevice(sess_hdl, dev_tgt)->data_table(adt_hdl).updates.replace(callback, cookie);
         end(replaced);
     });

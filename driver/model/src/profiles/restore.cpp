@@ -40,7 +40,7 @@ void add_rows(std::vector<vl_model_row>& rows, pipe_sess_hdl sess_hdl, pipe_dev_
 
 pipe_status pipe_mgr_hitless_ha_restore_virtual_dev_state(uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                                                           uint64_t a5, pipe_adt_sel_restore_cb callback) {
-    return BoundaryCall(__func__, a1, a2, a3, a4, a5, callback)([&] {
+    return Boundary(__func__, a1, a2, a3, a4, a5, callback)([&] {
         refuse_if(callback == nullptr, VL_MODEL_INVALID);
         // Words that are too large for an id must not be taken for the one in their lower half.
         refuse_if(a1 > UINT32_MAX, VL_MODEL_UNKNOWN_DEVICE);

@@ -30,7 +30,7 @@ constexpr uint16_t any_room = UINT16_MAX; // the caller's buffers have it
 
 pipe_status pipe_mgr_plcmt_mat_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                         pipe_ent_hdl ent_hdl, const void** plcmt_data) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, plcmt_data)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, plcmt_data)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         Table& table = device->table(tbl_hdl);
         table.require_row(ent_hdl);
@@ -40,7 +40,7 @@ pipe_status pipe_mgr_plcmt_mat_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 
 pipe_status pipe_mgr_plcmt_adt_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl,
                                         pipe_mbr_hdl mbr_hdl, const void** plcmt_data) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, adt_hdl, mbr_hdl, plcmt_data)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, adt_hdl, mbr_hdl, plcmt_data)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         Member& member = device->data_table(adt_hdl).members.at(mbr_hdl);
         *plcmt_data = blob_of(member.placement, dev_tgt.dev_id, adt_hdl, mbr_hdl);
@@ -49,7 +49,7 @@ pipe_status pipe_mgr_plcmt_adt_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 
 pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_grp_hdl grp_hdl, const void** plcmt_data) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, plcmt_data)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, plcmt_data)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         Group& group = device->group(sel_hdl, grp_hdl);
         *plcmt_data = blob_of(group.placement, dev_tgt.dev_id, sel_hdl, grp_hdl);
@@ -58,7 +58,7 @@ pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 
 pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* plcmt_data, pipe_match_record* match,
                                               pipe_action_record* action, pipe_act_hdl* act_hdl) {
-    return BoundaryCall(__func__, plcmt_data, match, action, act_hdl)([&] {
+    return Boundary(__func__, plcmt_data, match, action, act_hdl)([&] {
         const std::lock_guard lock(model().mutex);
         const auto& [table, ent_hdl] = row_of(plcmt_data, &Device::tables);
         const EntryView entry = view_of_row(*table, ent_hdl, false);
@@ -68,7 +68,7 @@ pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* plcmt_data, pipe_match
 }
 
 pipe_status pipe_mgr_plcmt_adt_data_get_entry(const void* plcmt_data, pipe_action_data* data, pipe_act_hdl* act_hdl) {
-    return BoundaryCall(__func__, plcmt_data, data, act_hdl)([&] {
+    return Boundary(__func__, plcmt_data, data, act_hdl)([&] {
         const std::lock_guard lock(model().mutex);
         const auto& [table, mbr_hdl] = row_of(plcmt_data, &Device::data_tables);
         const EntryView member = view_of_row(table, mbr_hdl, false);

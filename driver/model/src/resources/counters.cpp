@@ -25,7 +25,7 @@ CounterCells& direct_cells(const Table& table, pipe_ent_hdl ent_hdl) {
 
 pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                pipe_ent_hdl ent_hdl, pipe_counter_record* record) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, record)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, record)([&] {
         const LockedDevice device(sess_hdl, dev_id);
         *record = direct_cells(device->table(tbl_hdl), ent_hdl).software(ent_hdl);
     });
@@ -33,7 +33,7 @@ pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl sess_hdl, pipe_dev_
 
 pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, const pipe_counter_record* record) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(record))([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(record))([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         direct_cells(device->table(tbl_hdl), ent_hdl).set(ent_hdl, *record);
     });
@@ -41,13 +41,13 @@ pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl sess_hdl, pipe_dev_tg
 
 pipe_status pipe_mgr_direct_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                    pipe_ent_hdl ent_hdl) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)(
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)(
         [&] { direct_cells(LockedDevice(sess_hdl, dev_id)->table(tbl_hdl), ent_hdl).sync(ent_hdl); });
 }
 
 pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                pipe_sync_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, callback, cookie)([&] {
         direct_cells(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl)).sync_all();
         call_once(callback, dev_tgt.dev_id, cookie);
     });
@@ -56,7 +56,7 @@ pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_
 // All indices are checked before the first record is written.
 pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                     const uint32_t* indices, uint32_t count, pipe_counter_record* const* records) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stat_hdl, input(indices, count), count, records)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, input(indices, count), count, records)([&] {
         refuse_if(count == 0, VL_MODEL_INVALID);
         const LockedDevice device(sess_hdl, dev_tgt);
         const Counter& counter = array_in(device->counters, stat_hdl);
@@ -71,7 +71,7 @@ pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt
 
 pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl, uint32_t index,
                                   const pipe_counter_record* record) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stat_hdl, index, input(record))([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, index, input(record))([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         array_with_cell(device->counters, stat_hdl, index).cells.set(index, *record);
     });
@@ -79,7 +79,7 @@ pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, 
 
 pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                             uint32_t index) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stat_hdl, index)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, index)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         array_with_cell(device->counters, stat_hdl, index).cells.sync(index);
     });
@@ -87,7 +87,7 @@ pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt
 
 pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                         pipe_sync_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stat_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, callback, cookie)([&] {
         array_in(LockedDevice(sess_hdl, dev_tgt)->counters, stat_hdl).cells.sync_all();
         call_once(callback, dev_tgt.dev_id, cookie);
     });

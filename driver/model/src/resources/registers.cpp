@@ -46,7 +46,7 @@ void sync(Pipes pipes) {
 // Readers of a direct register ask by its handle too.
 pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                        int32_t* size) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stful_hdl, size)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, size)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         *size = static_cast<int32_t>(resource_in(device->registers, stful_hdl).pipes_of(dev_tgt.pipe_id).size());
     });
@@ -54,7 +54,7 @@ pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_
 
 pipe_status pipe_stful_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl, uint32_t index,
                                  pipe_stful_query* query, uint32_t from_hw) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(query), from_hw)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(query), from_hw)([&] {
         refuse_if(!has_room(*query), VL_MODEL_INVALID);
         const LockedDevice device(sess_hdl, dev_tgt);
         Register& stateful = array_with_cell(device->registers, stful_hdl, index);
@@ -67,8 +67,8 @@ pipe_status pipe_stful_ent_query_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_
                                        uint32_t first_index, int32_t count, pipe_stful_query* queries,
                                        uint32_t* cells_read, uint32_t from_hw) {
     const uint32_t wanted = count > 0 ? static_cast<uint32_t>(count) : 0;
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count, input(queries, wanted), cells_read,
-                        from_hw)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count, input(queries, wanted), cells_read,
+                    from_hw)([&] {
         refuse_if(count < 0 || !std::all_of(queries, queries + wanted, has_room), VL_MODEL_INVALID);
         const LockedDevice device(sess_hdl, dev_tgt);
         Register& stateful = array_with_cell(device->registers, stful_hdl, first_index);
@@ -80,7 +80,7 @@ pipe_status pipe_stful_ent_query_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_
 
 pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                         pipe_ent_hdl ent_hdl, pipe_stful_query* query, uint32_t from_hw) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(query), from_hw)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(query), from_hw)([&] {
         refuse_if(!has_room(*query), VL_MODEL_INVALID);
         const LockedDevice device(sess_hdl, dev_tgt);
         Register& stateful = direct_register(device->table(tbl_hdl), ent_hdl);
@@ -90,7 +90,7 @@ pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 
 pipe_status pipe_stful_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl, uint32_t index,
                                const pipe_stful_element* element, uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(element), flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(element), flags)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         for (auto& cells : array_with_cell(device->registers, stful_hdl, index).pipes_of(dev_tgt.pipe_id))
             cells.set(index, *element);
@@ -99,7 +99,7 @@ pipe_status pipe_stful_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pip
 
 pipe_status pipe_stful_table_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                    const pipe_stful_element* element) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stful_hdl, nullable_input(element))([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, nullable_input(element))([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         for (auto& cells : array_in(device->registers, stful_hdl).pipes_of(dev_tgt.pipe_id))
             cells.fill(element != nullptr ? *element : pipe_stful_element{});
@@ -108,7 +108,7 @@ pipe_status pipe_stful_table_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
 
 pipe_status pipe_stful_table_reset_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                          uint32_t first_index, uint32_t count, const pipe_stful_element* element) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count, nullable_input(element))([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count, nullable_input(element))([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         Register& stateful = array_with_cell(device->registers, stful_hdl, first_index);
         refuse_if(count > stateful.description.cell_count - first_index, VL_MODEL_OUT_OF_RANGE);
@@ -120,7 +120,7 @@ pipe_status pipe_stful_table_reset_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt de
 
 pipe_status pipe_stful_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                      pipe_sync_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, stful_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, callback, cookie)([&] {
         sync(array_in(LockedDevice(sess_hdl, dev_tgt)->registers, stful_hdl).pipes_of(dev_tgt.pipe_id));
         call_once(callback, dev_tgt.dev_id, cookie);
     });
@@ -128,7 +128,7 @@ pipe_status pipe_stful_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tg
 
 pipe_status pipe_stful_direct_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                             pipe_sync_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, callback, cookie)([&] {
         sync(direct_register(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl)).pipes_of(dev_tgt.pipe_id));
         call_once(callback, dev_tgt.dev_id, cookie);
     });

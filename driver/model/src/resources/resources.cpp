@@ -90,7 +90,7 @@ using namespace vl_model;
 pipe_status pipe_mgr_mat_ent_set_resource(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, const pipe_resource_slot* slots, uint32_t slot_count,
                                           uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, input(slots, slot_count), slot_count, flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, input(slots, slot_count), slot_count, flags)([&] {
         refuse_if(slot_count == 0, VL_MODEL_INVALID);
         const LockedDevice device(sess_hdl, dev_id);
         Table& table = device->table(match_table_of(*device, tbl_hdl));

@@ -8,7 +8,7 @@ using namespace vl_model;
 pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, uint8_t dev_id,
                                                       pipe_digest_hdl digest_hdl, pipe_digest_cb callback,
                                                       void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, digest_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, digest_hdl, callback, cookie)([&] {
         refuse_if(callback == nullptr, VL_MODEL_INVALID);
         const LockedDevice device(sess_hdl, dev_id);
         Digest& digest = resource_in(device->digests, digest_hdl);
@@ -21,7 +21,7 @@ pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, ui
 
 pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl sess_hdl, uint8_t dev_id,
                                                         pipe_digest_hdl digest_hdl) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, digest_hdl)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, digest_hdl)([&] {
         const auto ended = resource_in(LockedDevice(sess_hdl, dev_id)->digests, digest_hdl).subscriber.replace(nullptr);
         refuse_if(ended == nullptr, VL_MODEL_NOT_FOUND);
         end(ended);
@@ -30,7 +30,7 @@ pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl sess_hdl, 
 
 // The message isn't looked into, since it may not be one.
 pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl digest_hdl, pipe_digest_msg* msg) {
-    return BoundaryCall(__func__, sess_hdl, digest_hdl, nullable(msg))([&] {
+    return Boundary(__func__, sess_hdl, digest_hdl, nullable(msg))([&] {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
         refuse_if(!m.sessions.contains(sess_hdl), VL_MODEL_UNKNOWN_SESSION);
@@ -46,8 +46,8 @@ pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl
 }
 
 pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl sess_hdl, uint8_t dev_id, uint32_t timeout) {
-    return BoundaryCall(__func__, sess_hdl, dev_id,
-                        timeout)([&] { LockedDevice(sess_hdl, dev_id)->learning_timeout = timeout; });
+    return Boundary(__func__, sess_hdl, dev_id,
+                    timeout)([&] { LockedDevice(sess_hdl, dev_id)->learning_timeout = timeout; });
 }
 
 uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8_t* entries, uint32_t count) {

@@ -50,7 +50,7 @@ size_t capture_size(const Snapshot& snapshot) {
 
 pipe_status bf_snapshot_create(pipe_dev_id dev_id, uint32_t pipe, uint8_t start_stage, uint8_t end_stage,
                                uint32_t direction, bf_snapshot_hdl* hdl) {
-    return BoundaryCall(__func__, dev_id, pipe, start_stage, end_stage, direction, hdl)([&] {
+    return Boundary(__func__, dev_id, pipe, start_stage, end_stage, direction, hdl)([&] {
         refuse_if(direction >= both_ways || start_stage > end_stage, VL_MODEL_INVALID);
         const LockedDevice device(Target{dev_id, pipe});
         uint32_t& last = model().last_snapshot;
@@ -66,12 +66,12 @@ pipe_status bf_snapshot_create(pipe_dev_id dev_id, uint32_t pipe, uint8_t start_
 }
 
 pipe_status bf_snapshot_delete(bf_snapshot_hdl hdl) {
-    return BoundaryCall(__func__, hdl)([&] { LockedSnapshot(hdl).device.snapshots.erase(hdl); });
+    return Boundary(__func__, hdl)([&] { LockedSnapshot(hdl).device.snapshots.erase(hdl); });
 }
 
 pipe_status bf_snapshot_capture_trigger_set(bf_snapshot_hdl hdl, const void* value, const void* mask) {
-    return BoundaryCall(__func__, hdl, input(static_cast<const uint8_t*>(value), BF_SNAPSHOT_RECORD_SIZE),
-                        input(static_cast<const uint8_t*>(mask), BF_SNAPSHOT_RECORD_SIZE))([&] {
+    return Boundary(__func__, hdl, input(static_cast<const uint8_t*>(value), BF_SNAPSHOT_RECORD_SIZE),
+                    input(static_cast<const uint8_t*>(mask), BF_SNAPSHOT_RECORD_SIZE))([&] {
         const LockedSnapshot found(hdl);
         found.snapshot.control = {.state = BF_SNAPSHOT_ARMED, .trigger_stage = 0};
         found.snapshot.capture.clear();
@@ -79,7 +79,7 @@ pipe_status bf_snapshot_capture_trigger_set(bf_snapshot_hdl hdl, const void* val
 }
 
 pipe_status bf_snapshot_capture_phv_fields_dict_size(bf_snapshot_hdl hdl, uint32_t* total_size, uint32_t* stage_size) {
-    return BoundaryCall(__func__, hdl, total_size, stage_size)([&] {
+    return Boundary(__func__, hdl, total_size, stage_size)([&] {
         *total_size = static_cast<uint32_t>(capture_size(LockedSnapshot(hdl).snapshot));
         *stage_size = VL_MODEL_SNAPSHOT_STAGE_SIZE;
     });
@@ -87,7 +87,7 @@ pipe_status bf_snapshot_capture_phv_fields_dict_size(bf_snapshot_hdl hdl, uint32
 
 pipe_status bf_snapshot_capture_get(bf_snapshot_hdl hdl, uint32_t pipe, uint8_t* buffer, bf_snapshot_capture_ctrl* ctrl,
                                     uint32_t* count) {
-    return BoundaryCall(__func__, hdl, pipe, buffer, ctrl, count)([&] {
+    return Boundary(__func__, hdl, pipe, buffer, ctrl, count)([&] {
         const LockedSnapshot found(hdl);
         const Snapshot& snapshot = found.snapshot;
         refuse_if(!is_seen_by(found.device, snapshot, pipe), VL_MODEL_OUT_OF_RANGE);

@@ -22,51 +22,29 @@ uint32_t Ageing::effective_ttl(const Record& entry) const {
     return static_cast<uint32_t>(std::min<uint64_t>(ttl, longest));
 }
 
-// An entry that stands in an earlier bucket already stays there: it is looked at again when that comes.
+// An entry with an earlier deadline in the queue keeps it, and is looked at again when that comes.
 void Ageing::enqueue(pipe_ent_hdl ent_hdl, Record& entry) {
     const uint32_t ttl = on_ && active_.mode == PIPE_IDLE_MODE_NOTIFY ? effective_ttl(entry) : 0;
-    if (ttl == 0) {
-        dequeue(entry);
-        return;
-    }
+    if (ttl == 0) return dequeue(ent_hdl, entry);
     const uint64_t deadline = entry.started + ttl;
     if (entry.queued <= deadline) return;
-    drop_stale();
-    buckets_[deadline].push_back(ent_hdl);
-    ++listed_;
-    queued_ += entry.queued == never ? 1 : 0;
+    dequeue(ent_hdl, entry);
+    queue_.emplace(deadline, ent_hdl);
     entry.queued = deadline;
 }
 
-void Ageing::dequeue(Record& entry) {
-    queued_ -= entry.queued != never ? 1 : 0;
-    entry.queued = never;
+void Ageing::dequeue(pipe_ent_hdl ent_hdl, Record& entry) {
+    if (entry.queued != never) queue_.erase({std::exchange(entry.queued, never), ent_hdl});
 }
 
-void Ageing::clear_buckets() {
-    buckets_.clear();
-    listed_ = 0;
-    queued_ = 0;
+void Ageing::clear_queue() {
+    queue_.clear();
     for (Record& entry : records_)
         entry.queued = never;
 }
 
-// Entries that come and go while the clock stands still must not fill the memory.
-void Ageing::drop_stale() {
-    if (listed_ < 2 * queued_ + 1024) return;
-    listed_ = 0;
-    for (auto bucket = buckets_.begin(); bucket != buckets_.end();) {
-        std::vector<pipe_ent_hdl>& handles = bucket->second;
-        std::sort(handles.begin(), handles.end());
-        handles.erase(std::unique(handles.begin(), handles.end()), handles.end());
-        std::erase_if(handles, [&](pipe_ent_hdl ent_hdl) { return records_[ent_hdl].queued != bucket->first; });
-        listed_ += handles.size();
-        bucket = handles.empty() ? buckets_.erase(bucket) : std::next(bucket);
-    }
-}
-
 void Ageing::switch_on(uint64_t now, const TableStore& entries) {
-    clear_buckets();
+    clear_queue();
     active_ = *params;
     on_since_ = now;
     on_ = true;
@@ -81,7 +59,7 @@ void Ageing::switch_on(uint64_t now, const TableStore& entries) {
 }
 
 void Ageing::switch_off() {
-    clear_buckets();
+    clear_queue();
     on_ = false;
     for (Record& entry : records_) {
         entry.expired = false;
@@ -101,7 +79,7 @@ void Ageing::start(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now) {
 
 void Ageing::forget(pipe_ent_hdl ent_hdl) {
     if (ent_hdl < records_.size()) {
-        dequeue(records_[ent_hdl]);
+        dequeue(ent_hdl, records_[ent_hdl]);
         records_[ent_hdl] = {};
     }
 }
@@ -145,20 +123,16 @@ bool Ageing::hit_state(pipe_ent_hdl ent_hdl) const {
 void Ageing::expire(uint64_t now, std::vector<IdleEntry>& expired) {
     const uint64_t interval = active_.params_a;
     const uint64_t looked_at = interval != 0 ? now - (now - on_since_) % interval : now;
-    while (!buckets_.empty() && buckets_.begin()->first <= looked_at) {
-        const auto bucket = buckets_.extract(buckets_.begin());
-        listed_ -= bucket.mapped().size();
-        for (const pipe_ent_hdl ent_hdl : bucket.mapped()) {
-            Record& entry = records_[ent_hdl];
-            if (entry.queued != bucket.key()) continue;
-            dequeue(entry);
-            const uint64_t deadline = entry.started + effective_ttl(entry);
-            if (deadline > looked_at) {
-                enqueue(ent_hdl, entry);
-            } else {
-                expired.push_back({deadline, ent_hdl});
-                entry.expired = true;
-            }
+    while (!queue_.empty() && queue_.begin()->first <= looked_at) {
+        const pipe_ent_hdl ent_hdl = queue_.begin()->second;
+        Record& entry = records_[ent_hdl];
+        dequeue(ent_hdl, entry);
+        const uint64_t deadline = entry.started + effective_ttl(entry);
+        if (deadline > looked_at) {
+            enqueue(ent_hdl, entry);
+        } else {
+            expired.push_back({deadline, ent_hdl});
+            entry.expired = true;
         }
     }
 }

@@ -1,12 +1,12 @@
-// The idle time of one table's entries. Deadlines stand in buckets, and an entry that a packet hit moves on only when
-// its old deadline comes: neither a hit nor a step of the clock looks at entries whose time hasn't come. A table whose
-// idle time was never used costs nothing. Callers hold the model's mutex.
+// The idle time of one table's entries. A queue holds them by deadline. An entry that a packet hit moves in the queue only
+// when its old deadline comes: a hit looks at no other entry, a step of the clock only at those whose time has come. A
+// table whose idle time was never used costs nothing. Callers hold the model's mutex.
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <map>
 #include <optional>
+#include <set>
+#include <utility>
 #include <vector>
 
 #include <vl_driver/idle.h>
@@ -16,7 +16,7 @@
 
 namespace vl_model {
 
-// An entry that has run out of time, and when.
+// An entry that has run out of time, and the time when it did.
 struct IdleEntry {
     uint64_t deadline;
     pipe_ent_hdl ent_hdl;
@@ -59,7 +59,7 @@ public:
 private:
     struct Record {
         uint64_t started = 0;
-        uint64_t queued = never; // the bucket that has the entry
+        uint64_t queued = never; // the entry's deadline in the queue
         uint32_t ttl = 0;
         bool has_own_ttl = false;
         bool expired = false;
@@ -72,18 +72,14 @@ private:
     const Record* find(pipe_ent_hdl ent_hdl) const;
     uint32_t effective_ttl(const Record& entry) const;
     void enqueue(pipe_ent_hdl ent_hdl, Record& entry);
-    void dequeue(Record& entry);
-    void clear_buckets();
-    void drop_stale();
+    void dequeue(pipe_ent_hdl ent_hdl, Record& entry);
+    void clear_queue();
 
     bool on_ = false;
     pipe_idle_params active_{};
     uint64_t on_since_ = 0;
     std::vector<Record> records_; // by handle, as far as needed
-    // An entry whose record names another bucket is stale in this one.
-    std::map<uint64_t, std::vector<pipe_ent_hdl>> buckets_;
-    size_t listed_ = 0; // in buckets, with stale ones
-    size_t queued_ = 0; // records that name a bucket
+    std::set<std::pair<uint64_t, pipe_ent_hdl>> queue_;
 };
 
 } // namespace vl_model

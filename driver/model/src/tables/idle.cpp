@@ -1,6 +1,6 @@
 // Idle time at the boundary, and the clock that it runs on.
 #include <algorithm>
-#include <tuple>
+#include <compare>
 
 #include <vl_driver/idle.h>
 #include <vl_model/traffic.h>
@@ -17,11 +17,7 @@ struct TimeOut {
     pipe_dev_id dev_id;
     pipe_tbl_hdl tbl_hdl;
     pipe_ent_hdl ent_hdl;
-
-    bool operator<(const TimeOut& other) const {
-        return std::tie(deadline, dev_id, tbl_hdl, ent_hdl) <
-               std::tie(other.deadline, other.dev_id, other.tbl_hdl, other.ent_hdl);
-    }
+    auto operator<=>(const TimeOut&) const = default;
 };
 
 // In the order of the calls. Tables without a callback keep their time-outs until they get one. The mutex must be held.
@@ -66,13 +62,13 @@ void tell(const TimeOut& time_out) {
 
 pipe_status pipe_mgr_idle_set_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params params) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, params)(
-        [&] { LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().params = params; });
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl,
+                    params)([&] { LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().params = params; });
 }
 
 pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params* params) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, params)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, params)([&] {
         const LockedDevice device(sess_hdl, dev_id);
         const Ageing& ageing = device->table(tbl_hdl).ageing_entries();
         refuse_if(!ageing.params, VL_MODEL_NOT_FOUND);
@@ -82,7 +78,7 @@ pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
 
 pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                          uint32_t enable) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, enable)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, enable)([&] {
         const LockedDevice device(sess_hdl, dev_id);
         const Table& table = device->table(tbl_hdl);
         Ageing& ageing = table.ageing_entries();
@@ -95,7 +91,7 @@ pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev
 
 pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_idle_tmo_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
         const auto replaced =
             LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().time_outs.replace(callback, cookie);
         end(replaced);
@@ -104,7 +100,7 @@ pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id de
 
 pipe_status pipe_mgr_mat_ent_set_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t ttl, uint32_t flags, uint32_t always_0) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl, flags, always_0)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl, flags, always_0)([&] {
         const LockedDevice device(sess_hdl, dev_id);
         device->table(tbl_hdl).ageing_of(ent_hdl).set_ttl(ent_hdl, ttl, model().now);
     });
@@ -112,13 +108,13 @@ pipe_status pipe_mgr_mat_ent_set_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id de
 
 pipe_status pipe_mgr_mat_ent_get_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t* ttl) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl)(
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl)(
         [&] { *ttl = LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_of(ent_hdl).ttl(ent_hdl); });
 }
 
 pipe_status pipe_mgr_mat_ent_reset_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                             pipe_ent_hdl ent_hdl) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)([&] {
         const LockedDevice device(sess_hdl, dev_id);
         device->table(tbl_hdl).ageing_of(ent_hdl).restart(ent_hdl, model().now);
     });
@@ -126,7 +122,7 @@ pipe_status pipe_mgr_mat_ent_reset_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id 
 
 pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                 pipe_idle_hit_state_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
         LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().update_hit_states();
         call_once(callback, dev_id, cookie);
     });
@@ -134,7 +130,7 @@ pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev
 
 pipe_status pipe_mgr_idle_time_get_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, uint32_t* hit_state) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, hit_state)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, hit_state)([&] {
         const LockedDevice device(sess_hdl, dev_id);
         const bool was_hit = device->table(tbl_hdl).ageing_of(ent_hdl).hit_state(ent_hdl);
         *hit_state = was_hit ? PIPE_IDLE_HIT : PIPE_IDLE_NOT_HIT;

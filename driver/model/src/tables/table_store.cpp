@@ -54,41 +54,36 @@ uint32_t handle_of_slot(uint64_t slot) {
 
 } // namespace
 
+EntryFields fields_of(const pipe_match_record* match, uint32_t action_hdl, const pipe_action_record& action) {
+    return {.partition_index = match != nullptr ? match->partition_index : 0,
+            .priority = match != nullptr ? match->priority : 0,
+            .action_hdl = action_hdl,
+            .member_hdl = action.member_hdl,
+            .group_hdl = action.group_hdl,
+            .data_bits = action.action.data_bits,
+            .kind = action.kind,
+            .resource_count = action.resource_count};
+}
+
 EntryImage image_of(const EntryView& view) {
-    EntryImage image;
+    EntryImage image{view, {}, {}, {}};
     image.key.assign(view.key, view.key + view.key_len);
     image.mask.assign(view.mask, view.mask + view.key_len);
     image.data.assign(view.data, view.data + view.data_len);
-    image.partition_index = view.partition_index;
-    image.priority = view.priority;
-    image.action_hdl = view.action_hdl;
-    image.kind = view.kind;
-    image.resource_count = view.resource_count;
-    image.data_bits = view.data_bits;
-    image.member_hdl = view.member_hdl;
-    image.group_hdl = view.group_hdl;
     std::copy_n(view.slots, view.slot_count, image.slots.begin());
     return image;
 }
 
 EntryView view_of(const EntryImage& image) {
-    return {
-        .key = image.key.data(),
-        .mask = image.mask.data(),
-        .data = image.data.data(),
-        .slots = image.slots.data(),
-        .slot_count = image.slots.size(),
-        .partition_index = image.partition_index,
-        .priority = image.priority,
-        .action_hdl = image.action_hdl,
-        .member_hdl = image.member_hdl,
-        .group_hdl = image.group_hdl,
-        .key_len = static_cast<uint16_t>(std::min(image.key.size(), image.mask.size())),
-        .data_bits = image.data_bits,
-        .data_len = static_cast<uint16_t>(image.data.size()),
-        .kind = image.kind,
-        .resource_count = image.resource_count,
-    };
+    EntryView view{image};
+    view.key = image.key.data();
+    view.mask = image.mask.data();
+    view.data = image.data.data();
+    view.slots = image.slots.data();
+    view.slot_count = image.slots.size();
+    view.key_len = static_cast<uint16_t>(std::min(image.key.size(), image.mask.size()));
+    view.data_len = static_cast<uint16_t>(image.data.size());
+    return view;
 }
 
 std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
@@ -224,16 +219,10 @@ void TableStore::grow_index() {
 
 namespace {
 
-struct KeptSlots {
-    std::unique_ptr<pipe_resource_slot[]> slots;
-    size_t count = 0;
-};
-
-// Most entries have one slot or none: the zero ones at the end are not kept.
 KeptSlots kept_slots(const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots) {
     KeptSlots kept;
-    kept.count = slots.size();
-    while (kept.count != 0 && is_zero(slots[kept.count - 1]))
+    kept.count = PIPE_MAX_SLOTS;
+    while (kept.count != 0 && is_zero(slots[kept.count - 1U]))
         --kept.count;
     if (kept.count != 0) {
         kept.slots = std::make_unique_for_overwrite<pipe_resource_slot[]>(kept.count);
@@ -267,12 +256,10 @@ uint32_t TableStore::add(const pipe_match_record& match, uint32_t hash, uint32_t
         handle = free_.back();
         free_.pop_back();
     }
-    Head& h = *new (record(handle)) Head{};
-    h.partition_index = match.partition_index;
-    h.priority = match.priority;
+    new (record(handle)) Head{};
     std::memcpy(key(handle), match.key_bytes, key_len_);
     std::memcpy(key(handle) + key_len_, match.mask_bytes, key_len_);
-    write_action(handle, action_hdl, action, std::move(kept.slots), kept.count);
+    write_action(handle, fields_of(&match, action_hdl, action), action.action, std::move(kept));
     insert_into_index(IndexSlot{hash} << 32 | handle);
     live_.set(handle);
     ++count_;
@@ -287,31 +274,30 @@ void TableStore::set_action(uint32_t handle, uint32_t action_hdl, const pipe_act
     const Head& h = head(handle);
     KeptSlots kept;
     if (has_slots(action)) kept = kept_slots(merged_slots(action, h.slots, h.slot_count));
-    write_action(handle, action_hdl, action, std::move(kept.slots), kept.count);
+    EntryFields fields = fields_of(nullptr, action_hdl, action);
+    fields.partition_index = h.partition_index;
+    fields.priority = h.priority;
+    write_action(handle, fields, action.action, std::move(kept));
 }
 
 void TableStore::set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
                            uint8_t resource_count) {
-    KeptSlots kept = kept_slots(slots);
-    Head& h = head(handle);
-    delete[] std::exchange(h.slots, kept.slots.release());
-    h.slot_count = static_cast<uint8_t>(kept.count);
-    h.resource_count = resource_count;
+    keep_slots(head(handle), kept_slots(slots));
+    head(handle).resource_count = resource_count;
 }
 
-void TableStore::write_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action,
-                              std::unique_ptr<pipe_resource_slot[]> slots, size_t slot_count) {
+void TableStore::keep_slots(Head& head, KeptSlots&& kept) {
+    delete[] std::exchange(head.slots, kept.slots.release());
+    head.slot_count = kept.count;
+}
+
+void TableStore::write_action(uint32_t handle, const EntryFields& fields, const pipe_action_data& action_data,
+                              KeptSlots&& kept) {
     Head& h = head(handle);
-    delete[] std::exchange(h.slots, slots.release());
-    h.slot_count = static_cast<uint8_t>(slot_count);
-    h.action_hdl = action_hdl;
-    h.member_hdl = action.member_hdl;
-    h.group_hdl = action.group_hdl;
-    h.data_bits = action.action.data_bits;
-    h.data_len = action.action.data_len;
-    h.kind = action.kind;
-    h.resource_count = action.resource_count;
-    if (h.data_len != 0) std::memcpy(data(handle), action.action.data, h.data_len);
+    keep_slots(h, std::move(kept));
+    static_cast<EntryFields&>(h) = fields;
+    h.data_len = action_data.data_len;
+    if (h.data_len != 0) std::memcpy(data(handle), action_data.data, h.data_len);
 }
 
 size_t TableStore::index_position(uint32_t handle) const {
@@ -352,23 +338,7 @@ uint32_t& TableStore::placement(uint32_t handle) {
 
 EntryView TableStore::view(uint32_t handle) const {
     const Head& h = head(handle);
-    return {
-        .key = key(handle),
-        .mask = key(handle) + key_len_,
-        .data = data(handle),
-        .slots = h.slots,
-        .slot_count = h.slot_count,
-        .partition_index = h.partition_index,
-        .priority = h.priority,
-        .action_hdl = h.action_hdl,
-        .member_hdl = h.member_hdl,
-        .group_hdl = h.group_hdl,
-        .key_len = key_len_,
-        .data_bits = h.data_bits,
-        .data_len = h.data_len,
-        .kind = h.kind,
-        .resource_count = h.resource_count,
-    };
+    return {h, key(handle), key(handle) + key_len_, data(handle), h.slots, h.slot_count, key_len_, h.data_len};
 }
 
 uint32_t TableStore::first() const {

@@ -14,24 +14,19 @@
 
 namespace vl_model {
 
-// An entry where it stands, in a store or an image. Valid until the next change of it.
-struct EntryView {
+// An entry in a store or an image. Valid until the entry changes.
+struct EntryView : EntryFields {
     const uint8_t* key = nullptr;
     const uint8_t* mask = nullptr;
     const uint8_t* data = nullptr;
     const pipe_resource_slot* slots = nullptr;
     size_t slot_count = 0; // slots beyond are all zero
-    uint32_t partition_index = 0;
-    uint32_t priority = 0;
-    uint32_t action_hdl = 0;
-    uint32_t member_hdl = 0;
-    uint32_t group_hdl = 0;
     uint16_t key_len = 0;
-    uint16_t data_bits = 0;
     uint16_t data_len = 0;
-    uint8_t kind = 0;
-    uint8_t resource_count = 0;
 };
+
+// The fields of an entry with this action. The match record is null for a default entry.
+EntryFields fields_of(const pipe_match_record* match, uint32_t action_hdl, const pipe_action_record& action);
 
 EntryImage image_of(const EntryView& view);
 EntryView view_of(const EntryImage& image);
@@ -59,6 +54,12 @@ public:
 private:
     static constexpr size_t levels = 6; // one word at the top of 2^32 positions
     std::vector<uint64_t> words_[levels];
+};
+
+// Slots on the heap, without the zero ones at the end: most entries have one slot or none.
+struct KeptSlots {
+    std::unique_ptr<pipe_resource_slot[]> slots;
+    uint8_t count = 0;
 };
 
 class TableStore {
@@ -95,18 +96,10 @@ public:
     }
 
 private:
-    struct Head {
+    struct Head : EntryFields {
         pipe_resource_slot* slots; // owned; null when the entry has none
-        uint32_t partition_index;
-        uint32_t priority;
-        uint32_t action_hdl;
-        uint32_t member_hdl;
-        uint32_t group_hdl;
         uint32_t placement;
-        uint16_t data_bits;
         uint16_t data_len;
-        uint8_t kind;
-        uint8_t resource_count;
         uint8_t slot_count;
     };
 
@@ -120,8 +113,9 @@ private:
     size_t index_position(uint32_t handle) const;
     void grow_index();
     void insert_into_index(IndexSlot slot);
-    void write_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action,
-                      std::unique_ptr<pipe_resource_slot[]> slots, size_t slot_count);
+    void write_action(uint32_t handle, const EntryFields& fields, const pipe_action_data& action_data,
+                      KeptSlots&& kept);
+    static void keep_slots(Head& head, KeptSlots&& kept);
 
     uint16_t key_len_;
     size_t record_size_;

@@ -141,14 +141,8 @@ EntryChange remove_entry(Table& table, pipe_ent_hdl ent_hdl) {
 
 EntryChange set_default_entry(Table& table, pipe_act_hdl act_hdl, const pipe_action_record& action) {
     check_action(table, act_hdl, action, Use::default_entry);
-    EntryImage image;
-    image.action_hdl = act_hdl;
-    image.kind = action.kind;
-    image.resource_count = action.resource_count;
-    image.data_bits = action.action.data_bits;
+    EntryImage image{fields_of(nullptr, act_hdl, action), {}, {}, {}};
     if (action.action.data_len != 0) image.data.assign(action.action.data, action.action.data + action.action.data_len);
-    image.member_hdl = action.member_hdl;
-    image.group_hdl = action.group_hdl;
     const bool had_one = table.default_entry.has_value();
     image.slots = merged_slots(action, had_one ? table.default_entry->slots.data() : nullptr,
                                had_one ? size_t{PIPE_MAX_SLOTS} : size_t{0});
@@ -175,7 +169,7 @@ Property& property_of(Table& table, uint32_t property) {
 pipe_status pipe_mgr_mat_ent_add(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                  const pipe_match_record* match, pipe_act_hdl act_hdl, const pipe_action_record* action,
                                  uint32_t ttl, uint32_t flags, pipe_ent_hdl* ent_hdl) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, match, act_hdl, action, ttl, flags, ent_hdl)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, match, act_hdl, action, ttl, flags, ent_hdl)([&] {
         change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) -> EntryChange {
             *ent_hdl = add_entry(table, *match, act_hdl, *action, ttl);
             return {*ent_hdl, PIPE_UPDATE_ADDED};
@@ -186,7 +180,7 @@ pipe_status pipe_mgr_mat_ent_add(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
 pipe_status pipe_mgr_mat_ent_set_action(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                         pipe_ent_hdl ent_hdl, pipe_act_hdl act_hdl, const pipe_action_record* action,
                                         uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, act_hdl, action, flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, act_hdl, action, flags)([&] {
         change_table(sess_hdl, all_pipes(dev_id), tbl_hdl,
                      [&](Table& table) { return set_entry_action(table, ent_hdl, act_hdl, *action); });
     });
@@ -196,7 +190,7 @@ pipe_status pipe_mgr_mat_ent_set_action_by_match_spec(pipe_sess_hdl sess_hdl, pi
                                                       pipe_tbl_hdl tbl_hdl, const pipe_match_record* match,
                                                       pipe_act_hdl act_hdl, const pipe_action_record* action,
                                                       uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, match, act_hdl, action, flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, match, act_hdl, action, flags)([&] {
         change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) {
             return set_entry_action(table, find_entry(table, *match), act_hdl, *action);
         });
@@ -205,14 +199,14 @@ pipe_status pipe_mgr_mat_ent_set_action_by_match_spec(pipe_sess_hdl sess_hdl, pi
 
 pipe_status pipe_mgr_mat_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl,
                                  uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, flags)([&] {
         change_table(sess_hdl, all_pipes(dev_id), tbl_hdl, [&](Table& table) { return remove_entry(table, ent_hdl); });
     });
 }
 
 pipe_status pipe_mgr_mat_ent_del_by_match_spec(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                const pipe_match_record* match, uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, match, flags)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, match, flags)([&] {
         change_table(sess_hdl, dev_tgt, tbl_hdl,
                      [&](Table& table) { return remove_entry(table, find_entry(table, *match)); });
     });
@@ -220,14 +214,14 @@ pipe_status pipe_mgr_mat_ent_del_by_match_spec(pipe_sess_hdl sess_hdl, pipe_dev_
 
 pipe_status pipe_mgr_match_spec_to_ent_hdl(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                            const pipe_match_record* match, pipe_ent_hdl* ent_hdl, uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, match, ent_hdl,
-                        flags)([&] { *ent_hdl = find_entry(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl), *match); });
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, match, ent_hdl,
+                    flags)([&] { *ent_hdl = find_entry(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl), *match); });
 }
 
 pipe_status pipe_mgr_mat_default_entry_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                            pipe_act_hdl act_hdl, const pipe_action_record* action, uint32_t flags,
                                            pipe_ent_hdl* ent_hdl) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, act_hdl, action, flags, ent_hdl)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, act_hdl, action, flags, ent_hdl)([&] {
         change_table(sess_hdl, dev_tgt, tbl_hdl, [&](Table& table) {
             const EntryChange change = set_default_entry(table, act_hdl, *action);
             *ent_hdl = change.ent_hdl;
@@ -238,13 +232,13 @@ pipe_status pipe_mgr_mat_default_entry_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
 
 pipe_status pipe_mgr_mat_tbl_default_entry_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                  uint32_t flags) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl,
-                        flags)([&] { change_table(sess_hdl, dev_tgt, tbl_hdl, reset_default_entry); });
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl,
+                    flags)([&] { change_table(sess_hdl, dev_tgt, tbl_hdl, reset_default_entry); });
 }
 
 pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                     pipe_ent_hdl* ent_hdl) {
-    return BoundaryCall(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl)([&] {
+    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl)([&] {
         const LockedDevice device(sess_hdl, dev_tgt);
         const Table& table = device->table(tbl_hdl);
         table.require_row(table.default_handle());
@@ -254,7 +248,7 @@ pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe
 
 pipe_status pipe_mgr_tbl_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                       uint32_t property, uint32_t* value, uint32_t* args) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&] {
         const LockedDevice device(sess_hdl, dev_id);
         const Property& found = property_of(device->table(tbl_hdl), property);
         *value = found.value;
@@ -264,14 +258,14 @@ pipe_status pipe_mgr_tbl_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 
 pipe_status pipe_mgr_tbl_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                       uint32_t property, uint32_t value, uint32_t args) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&] {
         property_of(LockedDevice(sess_hdl, dev_id)->table(tbl_hdl), property) = {.value = value, .args = args};
     });
 }
 
 pipe_status pipe_register_mat_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                         pipe_mat_update_cb callback, void* cookie) {
-    return BoundaryCall(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
         const auto replaced = LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).updates.replace(callback, cookie);
         end(replaced);
     });
