@@ -47,7 +47,7 @@ pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbac
 
 // In the order of their priorities. A copy, since callbacks run without the mutex. Refuses an unknown device.
 std::vector<Client> clients_for_device(pipe_dev_id dev_id) {
-    const LockedDevice device(dev_id);
+    const auto device = lock_device(dev_id);
     std::vector<Client> clients = model().clients;
     std::stable_sort(clients.begin(), clients.end(),
                      [](const Client& a, const Client& b) { return a.priority < b.priority; });

@@ -77,15 +77,25 @@ void end_registrations(Device& device) noexcept {
         end(digest.subscriber.registration);
 }
 
-Device& LockedDevice::find(Target target) {
+namespace {
+
+Device& find_device(Target target) {
     Device& device = *found_in(model().devices, target.dev_id, VL_MODEL_UNKNOWN_DEVICE);
     refuse_if(!device.has_pipe(target.pipe), VL_MODEL_OUT_OF_RANGE);
     return device;
 }
 
-Device& LockedDevice::find(pipe_sess_hdl sess_hdl, Target target) {
-    refuse_if(!model().sessions.contains(sess_hdl), VL_MODEL_UNKNOWN_SESSION);
-    return find(target);
+} // namespace
+
+Locked<Device> lock_device(Target target) {
+    return Locked<Device>([&]() -> Device& { return find_device(target); });
+}
+
+Locked<Device> lock_device(pipe_sess_hdl sess_hdl, Target target) {
+    return Locked<Device>([&]() -> Device& {
+        refuse_if(!model().sessions.contains(sess_hdl), VL_MODEL_UNKNOWN_SESSION);
+        return find_device(target);
+    });
 }
 
 } // namespace vl_model
@@ -118,7 +128,7 @@ uint32_t vl_model_session_close(uint32_t sess_hdl) {
 
 uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity) {
     return guarded([&] {
-        const LockedDevice device(dev_id);
+        const auto device = lock_device(dev_id);
         capacity = std::min(capacity, most_rows);
         if (device->tables.contains(tbl_hdl))
             device->table(tbl_hdl).description.capacity = capacity;
@@ -132,7 +142,7 @@ uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t
 uint32_t vl_model_device_set_pipes(uint32_t dev_id, uint32_t count) {
     return guarded([&] {
         refuse_if(count == 0 || count > VL_MODEL_MOST_PIPES, VL_MODEL_INVALID);
-        const LockedDevice device(dev_id);
+        const auto device = lock_device(dev_id);
         device->pipes = count;
         for (auto& [handle, stateful] : device->registers)
             stateful.pipes.resize(count);

@@ -202,27 +202,30 @@ Model& model();
 // Ends the placement data of a row that changes or goes away.
 void forget_placement(uint32_t& placement);
 
-// A device under the model's mutex, for as long as this lives. Refuses a session, device or pipe that doesn't exist.
-class LockedDevice {
+// Something that the model holds, with the model's mutex for as long as this lives.
+template <class Held>
+class Locked {
 public:
-    // For those who have no session.
-    explicit LockedDevice(Target target) : lock_(model().mutex), device_(find(target)) {}
-    LockedDevice(pipe_sess_hdl sess_hdl, Target target) : lock_(model().mutex), device_(find(sess_hdl, target)) {}
+    // `find` runs under the mutex.
+    template <class Find>
+    explicit Locked(Find&& find) : lock_(model().mutex),
+                                   held_(find()) {}
 
-    Device* operator->() const {
-        return &device_;
+    Held* operator->() const {
+        return &held_;
     }
-    Device& operator*() const {
-        return device_;
+    Held& operator*() const {
+        return held_;
     }
 
 private:
-    static Device& find(Target target);
-    static Device& find(pipe_sess_hdl sess_hdl, Target target);
-
     const std::lock_guard<std::mutex> lock_;
-    Device& device_;
+    Held& held_;
 };
+
+// These refuse a session, device or pipe that doesn't exist. The first is for those who have no session.
+Locked<Device> lock_device(Target target);
+Locked<Device> lock_device(pipe_sess_hdl sess_hdl, Target target);
 
 // Writes the first handle of a walk; refuses 0, which is none.
 inline void write_first(uint32_t first, uint32_t* hdl) {

@@ -47,7 +47,7 @@ const SelectorWord& word_of(const Selector& selector, uint32_t word) {
 pipe_status pipe_mgr_sel_grp_mbr_state_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                            pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, uint32_t* state) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, state)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         const Group& group = device->group(sel_hdl, grp_hdl);
         *state = state_of(device->selector(sel_hdl), found_in(group.positions, mbr_hdl, VL_MODEL_NOT_FOUND));
     });
@@ -56,7 +56,7 @@ pipe_status pipe_mgr_sel_grp_mbr_state_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt 
 pipe_status pipe_mgr_get_sel_grp_mbr_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                            pipe_grp_hdl grp_hdl, uint32_t* count) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, count)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         *count = static_cast<uint32_t>(device->group(sel_hdl, grp_hdl).positions.size());
     });
 }
@@ -66,7 +66,7 @@ pipe_status pipe_mgr_sel_grp_mbrs_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
                                       uint32_t* count, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl, room_for, room(mbr_hdls, room_for),
                     room(states, room_for), count, flags)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         uint32_t written = 0;
         for (const auto& [mbr_hdl, position] : device->group(sel_hdl, grp_hdl).positions) {
             if (written == room_for) break;
@@ -81,7 +81,7 @@ pipe_status pipe_mgr_sel_grp_mbrs_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 pipe_status pipe_mgr_get_first_group_member(pipe_sess_hdl sess_hdl, pipe_tbl_hdl sel_hdl, pipe_dev_id dev_id,
                                             pipe_grp_hdl grp_hdl, pipe_mbr_hdl* mbr_hdl) {
     return Boundary(__func__, sess_hdl, sel_hdl, dev_id, grp_hdl, mbr_hdl)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         write_first(next_member(device->group(sel_hdl, grp_hdl), 0), mbr_hdl);
     });
 }
@@ -90,7 +90,7 @@ pipe_status pipe_mgr_get_next_group_members(pipe_sess_hdl sess_hdl, pipe_tbl_hdl
                                             pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, uint32_t n,
                                             pipe_mbr_hdl* mbr_hdls) {
     return Boundary(__func__, sess_hdl, sel_hdl, dev_id, grp_hdl, mbr_hdl, n, room(mbr_hdls, n))([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const Group& group = device->group(sel_hdl, grp_hdl);
         refuse_if(!device->selector(sel_hdl).data_table.members.was_given_out(mbr_hdl), VL_MODEL_NOT_FOUND);
         write_following(mbr_hdl, n, mbr_hdls, [&](pipe_mbr_hdl last) { return next_member(group, last); });
@@ -102,7 +102,7 @@ pipe_status pipe_mgr_sel_grp_mbr_get_from_hash(pipe_sess_hdl sess_hdl, pipe_dev_
                                                pipe_mbr_hdl* mbr_hdl) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, list(hash, hash_len), hash_len, mbr_hdl)([&] {
         refuse_if(hash_len == 0, VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         const Selector& selector = device->selector(sel_hdl);
         const std::vector<pipe_mbr_hdl> active = active_members(selector, device->group(sel_hdl, grp_hdl));
         write_first(active.empty() ? selector.fallback : active[remainder_of(hash, hash_len, active.size())], mbr_hdl);
@@ -112,7 +112,7 @@ pipe_status pipe_mgr_sel_grp_mbr_get_from_hash(pipe_sess_hdl sess_hdl, pipe_dev_
 pipe_status pipe_mgr_get_word_llp_active_member_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
                                                       pipe_tbl_hdl sel_hdl, uint32_t word, uint32_t* count) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, word, count)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         *count = static_cast<uint32_t>(std::popcount(word_of(device->selector(sel_hdl), word).active));
     });
 }
@@ -120,7 +120,7 @@ pipe_status pipe_mgr_get_word_llp_active_member_count(pipe_sess_hdl sess_hdl, pi
 pipe_status pipe_mgr_get_word_llp_active_members(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                                  uint32_t word, uint32_t count, pipe_mbr_hdl* mbr_hdls) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, word, count, room(mbr_hdls, count))([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         const SelectorWord& found = word_of(device->selector(sel_hdl), word);
         uint32_t written = 0;
         for (uint32_t rest = found.active; rest != 0 && written < count; rest &= rest - 1)

@@ -30,7 +30,7 @@ void change_selector(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl 
     Subscriber<pipe_sel_update_cb> updates;
     Subscriber<pipe_sel_tbl_cb> memory;
     const GroupChange change = [&]() -> GroupChange {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         Selector& selector = device->selector(sel_hdl);
         updates = selector.updates;
         memory = selector.memory_updates;
@@ -148,7 +148,7 @@ pipe_status pipe_mgr_sel_grp_mbr_disable(pipe_sess_hdl sess_hdl, pipe_dev_tgt de
 pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                           pipe_mbr_hdl mbr_hdl, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, mbr_hdl, flags)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         Selector& selector = device->selector(sel_hdl);
         selector.data_table.require_row(mbr_hdl);
         set_fallback(selector, mbr_hdl);
@@ -158,13 +158,13 @@ pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
 pipe_status pipe_mgr_sel_fallback_mbr_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                             uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl,
-                    flags)([&] { set_fallback(LockedDevice(sess_hdl, dev_tgt)->selector(sel_hdl), 0); });
+                    flags)([&] { set_fallback(lock_device(sess_hdl, dev_tgt)->selector(sel_hdl), 0); });
 }
 
 pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_sel_update_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, callback, cookie)([&] {
-        const auto replaced = LockedDevice(sess_hdl, dev_tgt)->selector(sel_hdl).updates.replace(callback, cookie);
+        const auto replaced = lock_device(sess_hdl, dev_tgt)->selector(sel_hdl).updates.replace(callback, cookie);
         end(replaced);
     });
 }
@@ -173,11 +173,11 @@ pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 pipe_status pipe_mgr_sel_tbl_register_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                          pipe_sel_tbl_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, callback, cookie)([&] {
-        const auto subscribe = [&](const LockedDevice& device) {
+        const auto subscribe = [&](const Locked<Device>& device) {
             return device->selector(sel_hdl).memory_updates.replace(callback, cookie);
         };
         const auto replaced =
-            sess_hdl != 0 ? subscribe(LockedDevice(sess_hdl, dev_tgt)) : subscribe(LockedDevice(dev_tgt));
+            sess_hdl != 0 ? subscribe(lock_device(sess_hdl, dev_tgt)) : subscribe(lock_device(dev_tgt));
         end(replaced);
     });
 }

@@ -36,14 +36,9 @@ public:
     }
     // False if the handle is there already.
     bool add(uint32_t handle) {
-        if (has(handle)) return false;
-        const auto place = order_.insert(order_.end(), handle);
-        try {
-            places_.emplace(handle, place);
-        } catch (...) {
-            order_.erase(place);
-            throw;
-        }
+        std::list<uint32_t> added{handle};
+        if (!places_.emplace(handle, added.begin()).second) return false;
+        order_.splice(order_.end(), added);
         return true;
     }
     // False if the handle isn't there.
@@ -117,31 +112,13 @@ void forget_group_of(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl gr
     if (groups->second.empty()) shadow.groups_of.erase(groups);
 }
 
-// The device's part of a state, under the model's mutex. The first call that names the device makes its part. Refuses a
-// call with a handle of 0.
-class LockedShadow {
-public:
-    LockedShadow(p4_pd_ms_state* state, pipe_dev_id dev_id, std::initializer_list<uint32_t> handles = {})
-        : lock_(model().mutex),
-          shadow_(find(state, dev_id, handles)) {}
-
-    DeviceShadow* operator->() const {
-        return &shadow_;
-    }
-    DeviceShadow& operator*() const {
-        return shadow_;
-    }
-
-private:
-    static DeviceShadow& find(p4_pd_ms_state* state, pipe_dev_id dev_id, std::initializer_list<uint32_t> handles) {
-        const bool has_zero = std::find(handles.begin(), handles.end(), 0U) != handles.end();
-        refuse_if(state == nullptr || has_zero, VL_MODEL_INVALID);
-        return state->devices[dev_id];
-    }
-
-    const std::lock_guard<std::mutex> lock_;
-    DeviceShadow& shadow_;
-};
+// The device's part of a state, which the first call that names the device makes. Refuses a call with a handle of 0.
+Locked<DeviceShadow> lock_shadow(p4_pd_ms_state* state, pipe_dev_id dev_id,
+                                 std::initializer_list<uint32_t> handles = {}) {
+    const bool has_zero = std::find(handles.begin(), handles.end(), 0U) != handles.end();
+    refuse_if(state == nullptr || has_zero, VL_MODEL_INVALID);
+    return Locked<DeviceShadow>([&]() -> DeviceShadow& { return state->devices[dev_id]; });
+}
 
 pipe_act_hdl set_action(const std::optional<pipe_act_hdl>& action) {
     refuse_if(!action, VL_MODEL_NOT_FOUND);
@@ -160,58 +137,45 @@ std::optional<uint32_t> handle_of(const cJSON* item) {
     return handle == item->valuedouble ? std::optional(handle) : std::nullopt;
 }
 
-// Writing stops at the first item that memory doesn't suffice for.
-class JsonWriter {
-public:
-    cJSON* list(cJSON* object, const char* name) {
-        return check(cJSON_AddArrayToObject(object, name));
-    }
-    cJSON* object_in(cJSON* array) {
-        return append(array, cJSON_CreateObject());
-    }
-    void number_in(cJSON* array, uint32_t number) {
-        append(array, cJSON_CreateNumber(number));
-    }
-    void number(cJSON* object, const char* name, uint32_t number) {
-        check(cJSON_AddNumberToObject(object, name, number));
-    }
-    bool good() const {
-        return good_;
-    }
+cJSON* checked(cJSON* item) {
+    refuse_if(item == nullptr, VL_MODEL_NO_MEMORY);
+    return item;
+}
 
-private:
-    cJSON* append(cJSON* array, cJSON* item) {
-        if (!cJSON_AddItemToArray(array, item)) {
-            cJSON_Delete(item);
-            item = nullptr;
-        }
-        return check(item);
-    }
-    cJSON* check(cJSON* item) {
-        good_ = good_ && item != nullptr;
-        return item;
-    }
-    bool good_ = true;
-};
+void append(cJSON* list, cJSON* item) {
+    if (cJSON_AddItemToArray(list, checked(item))) return;
+    cJSON_Delete(item);
+    refuse(VL_MODEL_NO_MEMORY);
+}
+
+// Appends an object with a handle and, unless it was never set, an action.
+cJSON* append_object(cJSON* list, const char* name, uint32_t handle, const std::optional<pipe_act_hdl>& action) {
+    cJSON* object = cJSON_CreateObject();
+    append(list, object);
+    checked(cJSON_AddNumberToObject(object, name, handle));
+    if (action) checked(cJSON_AddNumberToObject(object, "action", *action));
+    return object;
+}
+
+// The action that an object of the log has, or else the one that is known already.
+void restore_action(std::optional<pipe_act_hdl>& action, const cJSON* item) {
+    if (const auto logged = handle_of(cJSON_GetObjectItemCaseSensitive(item, "action"))) action = logged;
+}
 
 void restore_member(DeviceShadow& shadow, const cJSON* item) {
-    if (const auto handle = handle_of(cJSON_GetObjectItemCaseSensitive(item, "member"))) {
-        std::optional<pipe_act_hdl>& action = shadow.members[*handle];
-        const auto logged = handle_of(cJSON_GetObjectItemCaseSensitive(item, "action"));
-        action = logged ? logged : action;
-    }
+    if (const auto handle = handle_of(cJSON_GetObjectItemCaseSensitive(item, "member")))
+        restore_action(shadow.members[*handle], item);
 }
 
 void restore_group(DeviceShadow& shadow, const cJSON* item) {
-    if (const auto handle = handle_of(cJSON_GetObjectItemCaseSensitive(item, "group"))) {
-        std::optional<pipe_act_hdl>& action = shadow.groups[*handle].action;
-        const auto logged = handle_of(cJSON_GetObjectItemCaseSensitive(item, "action"));
-        action = logged ? logged : action;
-        const cJSON* member = nullptr;
-        cJSON_ArrayForEach(member, cJSON_GetObjectItemCaseSensitive(item, "members")) {
-            const auto mbr_hdl = handle_of(member);
-            if (mbr_hdl && !shadow.groups[*handle].members.has(*mbr_hdl)) join(shadow, *mbr_hdl, *handle);
-        }
+    const auto handle = handle_of(cJSON_GetObjectItemCaseSensitive(item, "group"));
+    if (!handle) return;
+    ShadowGroup& group = shadow.groups[*handle];
+    restore_action(group.action, item);
+    const cJSON* member = nullptr;
+    cJSON_ArrayForEach(member, cJSON_GetObjectItemCaseSensitive(item, "members")) {
+        const auto mbr_hdl = handle_of(member);
+        if (mbr_hdl && !group.members.has(*mbr_hdl)) join(shadow, *mbr_hdl, *handle);
     }
 }
 
@@ -230,7 +194,7 @@ p4_pd_ms_state* p4_pd_ms_init_state(void) {
 
 pipe_status p4_pd_ms_new_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
     return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {mbr_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {mbr_hdl});
         refuse_if(!shadow->members.try_emplace(mbr_hdl).second, VL_MODEL_EXISTS);
     });
 }
@@ -238,7 +202,7 @@ pipe_status p4_pd_ms_new_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                  pipe_act_hdl act_hdl) {
     return Boundary(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {mbr_hdl, act_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {mbr_hdl, act_hdl});
         found_in(shadow->members, mbr_hdl, VL_MODEL_NOT_FOUND) = act_hdl;
     });
 }
@@ -246,14 +210,14 @@ pipe_status p4_pd_ms_set_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
 pipe_status p4_pd_ms_get_mbr_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl,
                                  pipe_act_hdl* act_hdl) {
     return Boundary(__func__, state, dev_id, mbr_hdl, act_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {mbr_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {mbr_hdl});
         *act_hdl = set_action(found_in(shadow->members, mbr_hdl, VL_MODEL_NOT_FOUND));
     });
 }
 
 pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_mbr_hdl mbr_hdl) {
     return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {mbr_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {mbr_hdl});
         const auto groups = shadow->groups_of.find(mbr_hdl);
         const bool was_in_group = groups != shadow->groups_of.end();
         if (was_in_group) {
@@ -267,7 +231,7 @@ pipe_status p4_pd_ms_del_mbr(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 
 pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl) {
     return Boundary(__func__, sess_hdl, state, dev_id, grp_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {grp_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {grp_hdl});
         refuse_if(!shadow->groups.try_emplace(grp_hdl).second, VL_MODEL_EXISTS);
     });
 }
@@ -276,7 +240,7 @@ pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                              uint32_t count, const pipe_mbr_hdl* mbr_hdls) {
     return Boundary(__func__, sess_hdl, state, dev_id, grp_hdl, count, list(mbr_hdls, count))([&] {
-        const LockedShadow shadow(state, dev_id, {grp_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {grp_hdl});
         for (const pipe_mbr_hdl mbr_hdl : found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).members)
             forget_group_of(*shadow, mbr_hdl, grp_hdl);
         shadow->groups.erase(grp_hdl);
@@ -286,14 +250,14 @@ pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
 pipe_status p4_pd_ms_add_mbr_to_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
                                     pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
     return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
-        join(*LockedShadow(state, dev_id, {mbr_hdl, grp_hdl}), mbr_hdl, grp_hdl);
+        join(*lock_shadow(state, dev_id, {mbr_hdl, grp_hdl}), mbr_hdl, grp_hdl);
     });
 }
 
 pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id,
                                       pipe_mbr_hdl mbr_hdl, pipe_grp_hdl grp_hdl) {
     return Boundary(__func__, sess_hdl, state, dev_id, mbr_hdl, grp_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {mbr_hdl, grp_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {mbr_hdl, grp_hdl});
         Arrivals& members = found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).members;
         refuse_if(!members.remove(mbr_hdl), VL_MODEL_NOT_FOUND);
         forget_group_of(*shadow, mbr_hdl, grp_hdl);
@@ -303,7 +267,7 @@ pipe_status p4_pd_ms_del_mbr_from_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* st
 pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                                  pipe_act_hdl act_hdl) {
     return Boundary(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {grp_hdl, act_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {grp_hdl, act_hdl});
         found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).action = act_hdl;
     });
 }
@@ -311,7 +275,7 @@ pipe_status p4_pd_ms_set_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe
 pipe_status p4_pd_ms_get_grp_act(p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                                  pipe_act_hdl* act_hdl) {
     return Boundary(__func__, state, dev_id, grp_hdl, act_hdl)([&] {
-        const LockedShadow shadow(state, dev_id, {grp_hdl});
+        const auto shadow = lock_shadow(state, dev_id, {grp_hdl});
         *act_hdl = set_action(found_in(shadow->groups, grp_hdl, VL_MODEL_NOT_FOUND).action);
     });
 }
@@ -332,7 +296,7 @@ pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id
         refuse_if(fn == nullptr, VL_MODEL_INVALID);
         std::vector<pipe_grp_hdl> groups;
         {
-            const LockedShadow shadow(state, dev_id, {mbr_hdl});
+            const auto shadow = lock_shadow(state, dev_id, {mbr_hdl});
             const auto found = shadow->groups_of.find(mbr_hdl);
             if (found != shadow->groups_of.end()) groups.assign(found->second.begin(), found->second.end());
         }
@@ -349,37 +313,30 @@ pipe_status p4_pd_ms_mbr_apply_to_grps(p4_pd_ms_state* state, pipe_dev_id dev_id
 // Members have no resources that a group could take over. The group must exist all the same.
 pipe_status p4_pd_ms_grp_update_res(pipe_dev_id dev_id, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, void* cookie) {
     return Boundary(__func__, dev_id, grp_hdl, mbr_hdl, cookie)([&] {
-        const LockedShadow shadow(static_cast<p4_pd_ms_state*>(cookie), dev_id, {grp_hdl, mbr_hdl});
+        const auto shadow = lock_shadow(static_cast<p4_pd_ms_state*>(cookie), dev_id, {grp_hdl, mbr_hdl});
         refuse_if(!shadow->groups.contains(grp_hdl), VL_MODEL_NOT_FOUND);
     });
 }
 
 pipe_status p4_pd_ms_log_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
     return Boundary(__func__, dev_id, state, object)([&] {
-        const LockedShadow shadow(state, dev_id);
-        JsonWriter json;
-        cJSON* members = json.list(object, "members");
-        for (const auto& [mbr_hdl, action] : shadow->members) {
-            cJSON* item = json.object_in(members);
-            json.number(item, "member", mbr_hdl);
-            if (action) json.number(item, "action", *action);
-        }
-        cJSON* groups = json.list(object, "groups");
+        const auto shadow = lock_shadow(state, dev_id);
+        cJSON* members = checked(cJSON_AddArrayToObject(object, "members"));
+        for (const auto& [mbr_hdl, action] : shadow->members)
+            append_object(members, "member", mbr_hdl, action);
+        cJSON* groups = checked(cJSON_AddArrayToObject(object, "groups"));
         for (const auto& [grp_hdl, group] : shadow->groups) {
-            cJSON* item = json.object_in(groups);
-            json.number(item, "group", grp_hdl);
-            if (group.action) json.number(item, "action", *group.action);
-            cJSON* list_of_members = json.list(item, "members");
+            cJSON* item = append_object(groups, "group", grp_hdl, group.action);
+            cJSON* list_of_members = checked(cJSON_AddArrayToObject(item, "members"));
             for (const pipe_mbr_hdl mbr_hdl : group.members)
-                json.number_in(list_of_members, mbr_hdl);
+                append(list_of_members, cJSON_CreateNumber(mbr_hdl));
         }
-        refuse_if(!json.good(), VL_MODEL_NO_MEMORY);
     });
 }
 
 pipe_status p4_pd_ms_restore_state(pipe_dev_id dev_id, p4_pd_ms_state* state, cJSON* object) {
     return Boundary(__func__, dev_id, state, object)([&] {
-        const LockedShadow shadow(state, dev_id);
+        const auto shadow = lock_shadow(state, dev_id);
         const cJSON* item = nullptr;
         cJSON_ArrayForEach(item, cJSON_GetObjectItemCaseSensitive(object, "members")) {
             restore_member(*shadow, item);

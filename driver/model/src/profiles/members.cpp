@@ -25,7 +25,7 @@ void change_data_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hd
     pipe_mbr_hdl mbr_hdl = 0;
     Subscriber<pipe_adt_update_cb> subscriber;
     {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         DataTable& table = device->data_table(adt_hdl);
         subscriber = table.updates;
         mbr_hdl = body(table);
@@ -89,7 +89,7 @@ pipe_status pipe_mgr_adt_ent_del(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pip
 pipe_status pipe_register_adt_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl,
                                         pipe_adt_update_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_tgt, adt_hdl, callback, cookie)([&] {
-        const auto replaced = LockedDevice(sess_hdl, dev_tgt)->data_table(adt_hdl).updates.replace(callback, cookie);
+        const auto replaced = lock_device(sess_hdl, dev_tgt)->data_table(adt_hdl).updates.replace(callback, cookie);
         end(replaced);
     });
 }

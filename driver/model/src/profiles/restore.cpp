@@ -50,7 +50,7 @@ pipe_status pipe_mgr_hitless_ha_restore_virtual_dev_state(uint64_t a1, uint64_t 
         std::vector<vl_model_row> rows;
         std::shared_ptr<Registration> replaced, own;
         {
-            const LockedDevice device(sess_hdl, dev_id);
+            const auto device = lock_device(sess_hdl, dev_id);
             for (const auto& [adt_hdl, table] : device->data_tables)
                 add_rows(rows, sess_hdl, dev_id, *device, adt_hdl, table);
             replaced = model().restore_callback.replace(callback);

@@ -12,7 +12,7 @@ namespace {
 template <class Body>
 uint32_t with_row(uint32_t dev_id, uint32_t tbl_hdl, uint32_t handle, Body&& body) {
     return guarded([&] {
-        const LockedDevice device(dev_id);
+        const auto device = lock_device(dev_id);
         const auto on_row = [&](auto& table) {
             table.require_row(handle);
             body(table);
@@ -120,7 +120,7 @@ uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t coun
     return guarded([&] {
         refuse_if(corrupted_count == nullptr || (corrupted == nullptr && count != 0), VL_MODEL_INVALID);
         *corrupted_count = 0;
-        const LockedDevice device(dev_id);
+        const auto device = lock_device(dev_id);
         const std::vector<Table*> tables = sorted_tables(*device);
         uint64_t left = 0;
         for (const Table* table : tables)

@@ -67,7 +67,7 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
                                uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
     return Boundary(__func__, sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl, read_from_hw, always_1,
                     always_0)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         const Table& table = device->table(tbl_hdl);
         const EntryView entry = view_of_row(table, ent_hdl, read_from_hw != 0);
         refuse_if(entry.key_len > match->key_len, VL_MODEL_BAD_KEY);
@@ -80,7 +80,7 @@ pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tg
                                              pipe_action_record* action, pipe_act_hdl* act_hdl, uint8_t read_from_hw,
                                              uint32_t always_1, uint32_t always_0) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, action, act_hdl, read_from_hw, always_1, always_0)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         const Table& table = device->table(tbl_hdl);
         const EntryView entry = view_of_row(table, table.default_handle(), read_from_hw != 0);
         read_action(entry, action->action.data_len, *action, *act_hdl);
@@ -90,7 +90,7 @@ pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tg
 pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl adt_hdl, pipe_dev_tgt dev_tgt, pipe_mbr_hdl mbr_hdl,
                                            pipe_action_data* data, pipe_act_hdl* act_hdl, uint8_t read_from_hw) {
     return Boundary(__func__, adt_hdl, dev_tgt, mbr_hdl, data, act_hdl, read_from_hw)([&] {
-        const LockedDevice device(dev_tgt);
+        const auto device = lock_device(dev_tgt);
         const EntryView member = view_of_row(device->data_table(adt_hdl), mbr_hdl, read_from_hw != 0);
         read_data(member, data->data_len, *data);
         *act_hdl = member.action_hdl;

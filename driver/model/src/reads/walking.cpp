@@ -10,7 +10,7 @@ namespace {
 // Runs `body` on the rows of a match table, data table or selector.
 template <class Body>
 void with_rows(pipe_sess_hdl sess_hdl, Target target, pipe_tbl_hdl tbl_hdl, Body&& body) {
-    const LockedDevice device(sess_hdl, target);
+    const auto device = lock_device(sess_hdl, target);
     if (device->tables.contains(tbl_hdl))
         body(device->table(tbl_hdl).entries);
     else if (device->data_tables.contains(tbl_hdl))

@@ -26,7 +26,7 @@ CounterCells& direct_cells(const Table& table, pipe_ent_hdl ent_hdl) {
 pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                pipe_ent_hdl ent_hdl, pipe_counter_record* record) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, record)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         *record = direct_cells(device->table(tbl_hdl), ent_hdl).software(ent_hdl);
     });
 }
@@ -34,7 +34,7 @@ pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl sess_hdl, pipe_dev_
 pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, const pipe_counter_record* record) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(record))([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         direct_cells(device->table(tbl_hdl), ent_hdl).set(ent_hdl, *record);
     });
 }
@@ -42,13 +42,13 @@ pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl sess_hdl, pipe_dev_tg
 pipe_status pipe_mgr_direct_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                    pipe_ent_hdl ent_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)(
-        [&] { direct_cells(LockedDevice(sess_hdl, dev_id)->table(tbl_hdl), ent_hdl).sync(ent_hdl); });
+        [&] { direct_cells(lock_device(sess_hdl, dev_id)->table(tbl_hdl), ent_hdl).sync(ent_hdl); });
 }
 
 pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                pipe_sync_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, callback, cookie)([&] {
-        direct_cells(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl)).sync_all();
+        direct_cells(lock_device(sess_hdl, dev_tgt)->table(tbl_hdl)).sync_all();
         call_once(callback, dev_tgt.dev_id, cookie);
     });
 }
@@ -58,7 +58,7 @@ pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt
                                     const uint32_t* indices, uint32_t count, pipe_counter_record* const* records) {
     return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, input(indices, count), count, records)([&] {
         refuse_if(count == 0, VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         const Counter& counter = array_in(device->counters, stat_hdl);
         for (uint32_t i = 0; i < count; ++i) {
             refuse_if(records[i] == nullptr, VL_MODEL_INVALID);
@@ -72,7 +72,7 @@ pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt
 pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl, uint32_t index,
                                   const pipe_counter_record* record) {
     return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, index, input(record))([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         array_with_cell(device->counters, stat_hdl, index).cells.set(index, *record);
     });
 }
@@ -80,7 +80,7 @@ pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, 
 pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                             uint32_t index) {
     return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, index)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         array_with_cell(device->counters, stat_hdl, index).cells.sync(index);
     });
 }
@@ -88,14 +88,14 @@ pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt
 pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                         pipe_sync_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, callback, cookie)([&] {
-        array_in(LockedDevice(sess_hdl, dev_tgt)->counters, stat_hdl).cells.sync_all();
+        array_in(lock_device(sess_hdl, dev_tgt)->counters, stat_hdl).cells.sync_all();
         call_once(callback, dev_tgt.dev_id, cookie);
     });
 }
 
 uint32_t vl_model_counter_add(uint32_t dev_id, uint32_t hdl, uint32_t cell, uint64_t packets, uint64_t bytes) {
     return guarded([&] {
-        const LockedDevice device(dev_id);
+        const auto device = lock_device(dev_id);
         CounterCells& cells = device->tables.contains(hdl) ? direct_cells(device->table(hdl), cell)
                                                            : array_with_cell(device->counters, hdl, cell).cells;
         pipe_counter_record& record = cells.hardware(cell);

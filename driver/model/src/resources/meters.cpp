@@ -30,14 +30,14 @@ pipe_meter_spec attached_spec(const Table& table, pipe_ent_hdl ent_hdl) {
 pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                       pipe_ent_hdl ent_hdl, pipe_meter_spec* spec) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl,
-                    spec)([&] { *spec = attached_spec(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl), ent_hdl); });
+                    spec)([&] { *spec = attached_spec(lock_device(sess_hdl, dev_tgt)->table(tbl_hdl), ent_hdl); });
 }
 
 pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl, uint32_t index,
                                    const pipe_meter_spec* spec, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, meter_hdl, index, input(spec), flags)([&] {
         refuse_if(!is_sound(*spec), VL_MODEL_BAD_DATA);
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         array_with_cell(device->meters, meter_hdl, index).specs[index] = *spec;
     });
 }
@@ -45,7 +45,7 @@ pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
 pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                           uint32_t index, pipe_meter_spec* spec, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, meter_hdl, index, spec, flags)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         *spec = spec_at(array_with_cell(device->meters, meter_hdl, index).specs, index);
     });
 }
@@ -53,7 +53,7 @@ pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
 pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t adjustment) {
     return Boundary(__func__, sess_hdl, dev_tgt, meter_hdl, adjustment)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         resource_in(device->meters, meter_hdl).bytecount_adjust = adjustment;
     });
 }
@@ -61,7 +61,7 @@ pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev
 pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t* adjustment) {
     return Boundary(__func__, sess_hdl, dev_tgt, meter_hdl, adjustment)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         *adjustment = resource_in(device->meters, meter_hdl).bytecount_adjust;
     });
 }
@@ -69,7 +69,7 @@ pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev
 pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl wred_hdl, uint32_t index,
                                   const pipe_wred_spec* spec, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, wred_hdl, index, input(spec), flags)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         array_with_cell(device->wred_blocks, wred_hdl, index).specs[index] = *spec;
     });
 }
@@ -77,7 +77,7 @@ pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, 
 pipe_status pipe_mgr_wred_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl wred_hdl,
                                          uint32_t index, pipe_wred_spec* spec, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, wred_hdl, index, spec, flags)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         *spec = spec_at(array_with_cell(device->wred_blocks, wred_hdl, index).specs, index);
     });
 }

@@ -47,7 +47,7 @@ void sync(Pipes pipes) {
 pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                        int32_t* size) {
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, size)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         *size = static_cast<int32_t>(resource_in(device->registers, stful_hdl).pipes_of(dev_tgt.pipe_id).size());
     });
 }
@@ -56,7 +56,7 @@ pipe_status pipe_stful_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
                                  pipe_stful_query* query, uint32_t from_hw) {
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(query), from_hw)([&] {
         refuse_if(!has_room(*query), VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         Register& stateful = array_with_cell(device->registers, stful_hdl, index);
         read_cell(stateful.pipes_of(dev_tgt.pipe_id), index, from_hw != 0, *query);
     });
@@ -70,7 +70,7 @@ pipe_status pipe_stful_ent_query_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count, input(queries, wanted), cells_read,
                     from_hw)([&] {
         refuse_if(count < 0 || !std::all_of(queries, queries + wanted, has_room), VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         Register& stateful = array_with_cell(device->registers, stful_hdl, first_index);
         *cells_read = std::min(wanted, stateful.description.cell_count - first_index);
         for (uint32_t i = 0; i < *cells_read; ++i)
@@ -82,7 +82,7 @@ pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
                                         pipe_ent_hdl ent_hdl, pipe_stful_query* query, uint32_t from_hw) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(query), from_hw)([&] {
         refuse_if(!has_room(*query), VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         Register& stateful = direct_register(device->table(tbl_hdl), ent_hdl);
         read_cell(stateful.pipes_of(dev_tgt.pipe_id), ent_hdl, from_hw != 0, *query);
     });
@@ -91,7 +91,7 @@ pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 pipe_status pipe_stful_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl, uint32_t index,
                                const pipe_stful_element* element, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(element), flags)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         for (auto& cells : array_with_cell(device->registers, stful_hdl, index).pipes_of(dev_tgt.pipe_id))
             cells.set(index, *element);
     });
@@ -100,7 +100,7 @@ pipe_status pipe_stful_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pip
 pipe_status pipe_stful_table_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                    const pipe_stful_element* element) {
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, nullable_input(element))([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         for (auto& cells : array_in(device->registers, stful_hdl).pipes_of(dev_tgt.pipe_id))
             cells.fill(element != nullptr ? *element : pipe_stful_element{});
     });
@@ -109,7 +109,7 @@ pipe_status pipe_stful_table_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
 pipe_status pipe_stful_table_reset_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                          uint32_t first_index, uint32_t count, const pipe_stful_element* element) {
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count, nullable_input(element))([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         Register& stateful = array_with_cell(device->registers, stful_hdl, first_index);
         refuse_if(count > stateful.description.cell_count - first_index, VL_MODEL_OUT_OF_RANGE);
         for (auto& cells : stateful.pipes_of(dev_tgt.pipe_id))
@@ -121,7 +121,7 @@ pipe_status pipe_stful_table_reset_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt de
 pipe_status pipe_stful_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                      pipe_sync_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, callback, cookie)([&] {
-        sync(array_in(LockedDevice(sess_hdl, dev_tgt)->registers, stful_hdl).pipes_of(dev_tgt.pipe_id));
+        sync(array_in(lock_device(sess_hdl, dev_tgt)->registers, stful_hdl).pipes_of(dev_tgt.pipe_id));
         call_once(callback, dev_tgt.dev_id, cookie);
     });
 }
@@ -129,7 +129,7 @@ pipe_status pipe_stful_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tg
 pipe_status pipe_stful_direct_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                             pipe_sync_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, callback, cookie)([&] {
-        sync(direct_register(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl)).pipes_of(dev_tgt.pipe_id));
+        sync(direct_register(lock_device(sess_hdl, dev_tgt)->table(tbl_hdl)).pipes_of(dev_tgt.pipe_id));
         call_once(callback, dev_tgt.dev_id, cookie);
     });
 }
@@ -141,7 +141,7 @@ uint32_t vl_model_register_write(uint32_t dev_id, uint32_t hdl, uint32_t cell, u
         refuse_if(value == nullptr, VL_MODEL_INVALID);
         pipe_stful_element element;
         std::memcpy(element.bytes, value, sizeof(element.bytes));
-        const LockedDevice device(Target{dev_id, pipe});
+        const auto device = lock_device(Target{dev_id, pipe});
         Register& stateful = device->tables.contains(hdl) ? direct_register(device->table(hdl), cell)
                                                           : array_with_cell(device->registers, hdl, cell);
         for (auto& cells : stateful.pipes_of(pipe))

@@ -92,7 +92,7 @@ pipe_status pipe_mgr_mat_ent_set_resource(pipe_sess_hdl sess_hdl, pipe_dev_id de
                                           uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, input(slots, slot_count), slot_count, flags)([&] {
         refuse_if(slot_count == 0, VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         Table& table = device->table(match_table_of(*device, tbl_hdl));
         table.require_row(ent_hdl);
         std::for_each_n(slots, slot_count, [&](const auto& slot) { check_slot(table, slot); });

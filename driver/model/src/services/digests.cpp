@@ -10,7 +10,7 @@ pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, ui
                                                       void* cookie) {
     return Boundary(__func__, sess_hdl, dev_id, digest_hdl, callback, cookie)([&] {
         refuse_if(callback == nullptr, VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         Digest& digest = resource_in(device->digests, digest_hdl);
         refuse_if(digest.subscriber.callback != nullptr, VL_MODEL_EXISTS);
         digest.sess_hdl = sess_hdl;
@@ -22,7 +22,7 @@ pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, ui
 pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl sess_hdl, uint8_t dev_id,
                                                         pipe_digest_hdl digest_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, digest_hdl)([&] {
-        const auto ended = resource_in(LockedDevice(sess_hdl, dev_id)->digests, digest_hdl).subscriber.replace(nullptr);
+        const auto ended = resource_in(lock_device(sess_hdl, dev_id)->digests, digest_hdl).subscriber.replace(nullptr);
         refuse_if(ended == nullptr, VL_MODEL_NOT_FOUND);
         end(ended);
     });
@@ -47,7 +47,7 @@ pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl
 
 pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl sess_hdl, uint8_t dev_id, uint32_t timeout) {
     return Boundary(__func__, sess_hdl, dev_id,
-                    timeout)([&] { LockedDevice(sess_hdl, dev_id)->learning_timeout = timeout; });
+                    timeout)([&] { lock_device(sess_hdl, dev_id)->learning_timeout = timeout; });
 }
 
 uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8_t* entries, uint32_t count) {
@@ -58,7 +58,7 @@ uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8
         std::optional<RunningCall> running;
         pipe_digest_msg* message = nullptr;
         {
-            const LockedDevice device(dev_id);
+            const auto device = lock_device(dev_id);
             Digest& digest = resource_in(device->digests, digest_hdl);
             refuse_if(digest.subscriber.callback == nullptr, VL_MODEL_NOT_FOUND);
             auto raised = std::make_unique<DigestMessage>();
@@ -79,7 +79,7 @@ uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8
 uint32_t vl_model_digest_unacked(uint32_t dev_id, uint32_t digest_hdl, uint32_t* count) {
     return guarded([&] {
         refuse_if(count == nullptr, VL_MODEL_INVALID);
-        const LockedDevice device(dev_id);
+        const auto device = lock_device(dev_id);
         *count = static_cast<uint32_t>(resource_in(device->digests, digest_hdl).messages.size());
     });
 }
@@ -87,6 +87,6 @@ uint32_t vl_model_digest_unacked(uint32_t dev_id, uint32_t digest_hdl, uint32_t*
 uint32_t vl_model_learning_timeout(uint32_t dev_id, uint32_t* timeout) {
     return guarded([&] {
         refuse_if(timeout == nullptr, VL_MODEL_INVALID);
-        *timeout = LockedDevice(dev_id)->learning_timeout;
+        *timeout = lock_device(dev_id)->learning_timeout;
     });
 }

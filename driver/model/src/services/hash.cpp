@@ -13,7 +13,7 @@ using namespace vl_model;
 namespace {
 
 // Refuses an input that isn't the calculation's.
-HashCalculation& calc_of(const LockedDevice& device, pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl) {
+HashCalculation& calc_of(const Locked<Device>& device, pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl) {
     HashCalculation& calc = resource_in(device->hash_calculations, hash_hdl);
     refuse_if(input_hdl != calc.description.input, VL_MODEL_NOT_FOUND);
     return calc;
@@ -62,7 +62,7 @@ void put_hash(const HashCalculation& calc, const uint8_t* stream, size_t stream_
 pipe_status pipe_mgr_hash_calc_algorithm_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                              pipe_hash_algo_hdl algo_hdl, uint64_t always_0, uint64_t always_0_too) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, algo_hdl, always_0, always_0_too)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const auto& calcs = device->hash_calculations;
         HashCalculation& calc = resource_in(device->hash_calculations, hash_hdl);
         const bool is_known = std::any_of(calcs.begin(), calcs.end(), [&](const auto& other) {
@@ -76,7 +76,7 @@ pipe_status pipe_mgr_hash_calc_algorithm_set(pipe_sess_hdl sess_hdl, pipe_dev_id
 pipe_status pipe_mgr_hash_calc_algorithm_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                              pipe_hash_algo_hdl* algo_hdl, uint64_t always_0, uint64_t always_0_too) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, algo_hdl, always_0, always_0_too)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         *algo_hdl = resource_in(device->hash_calculations, hash_hdl).algorithm;
     });
 }
@@ -84,7 +84,7 @@ pipe_status pipe_mgr_hash_calc_algorithm_get(pipe_sess_hdl sess_hdl, pipe_dev_id
 pipe_status pipe_mgr_hash_calc_seed_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                         uint64_t seed) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, seed)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         resource_in(device->hash_calculations, hash_hdl).seed = seed;
     });
 }
@@ -92,7 +92,7 @@ pipe_status pipe_mgr_hash_calc_seed_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
 pipe_status pipe_mgr_hash_calc_seed_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                         uint64_t* seed) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, seed)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         *seed = resource_in(device->hash_calculations, hash_hdl).seed;
     });
 }
@@ -100,13 +100,13 @@ pipe_status pipe_mgr_hash_calc_seed_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
 pipe_status pipe_mgr_hash_calc_input_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                          pipe_hash_input_hdl input_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl,
-                    input_hdl)([&] { calc_of(LockedDevice(sess_hdl, dev_id), hash_hdl, input_hdl); });
+                    input_hdl)([&] { calc_of(lock_device(sess_hdl, dev_id), hash_hdl, input_hdl); });
 }
 
 pipe_status pipe_mgr_hash_calc_input_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                          pipe_hash_input_hdl* input_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         *input_hdl = resource_in(device->hash_calculations, hash_hdl).description.input;
     });
 }
@@ -115,7 +115,7 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_set(pipe_sess_hdl sess_hdl,
                                                          pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                          uint32_t count, const pipe_hash_attribute* attributes) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, count, input(attributes, count))([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         calc_of(device, hash_hdl, input_hdl).attributes.assign(attributes, attributes + count);
     });
 }
@@ -125,7 +125,7 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_get(pipe_sess_hdl sess_hdl,
                                                          uint32_t room_for, pipe_hash_attribute* attributes,
                                                          uint32_t* count) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, room_for, room(attributes, room_for), count)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const auto& known = calc_of(device, hash_hdl, input_hdl).attributes;
         *count = static_cast<uint32_t>(std::min<size_t>(room_for, known.size()));
         std::copy_n(known.begin(), *count, attributes);
@@ -136,7 +136,7 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_count_get(pipe_sess_hdl ses
                                                                pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                                uint32_t* count) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, count)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         *count = static_cast<uint32_t>(calc_of(device, hash_hdl, input_hdl).attributes.size());
     });
 }
@@ -146,7 +146,7 @@ pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl sess_hdl, pipe
                                                     uint32_t hash_len) {
     return Boundary(__func__, sess_hdl, dev_id, hash_hdl, list(stream, stream_len), stream_len, hash, hash_len)([&] {
         refuse_if(hash_len == 0, VL_MODEL_INVALID);
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         put_hash(resource_in(device->hash_calculations, hash_hdl), stream, stream_len, hash, hash_len);
     });
 }

@@ -52,7 +52,7 @@ pipe_status bf_snapshot_create(pipe_dev_id dev_id, uint32_t pipe, uint8_t start_
                                uint32_t direction, bf_snapshot_hdl* hdl) {
     return Boundary(__func__, dev_id, pipe, start_stage, end_stage, direction, hdl)([&] {
         refuse_if(direction >= both_ways || start_stage > end_stage, VL_MODEL_INVALID);
-        const LockedDevice device(Target{dev_id, pipe});
+        const auto device = lock_device(Target{dev_id, pipe});
         uint32_t& last = model().last_snapshot;
         refuse_if(last == most_snapshots, VL_MODEL_TABLE_FULL);
         const bf_snapshot_hdl added = snapshot_handle(last + 1, direction);

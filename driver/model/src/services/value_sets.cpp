@@ -33,7 +33,7 @@ pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
                                    uint32_t pipe, uint8_t parser, uint32_t value, uint32_t mask,
                                    pipe_pvs_ent_hdl* ent_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, gress, pipe, parser, value, mask, ent_hdl)([&] {
-        const LockedDevice device(sess_hdl, {dev_id, pipe});
+        const auto device = lock_device(sess_hdl, {dev_id, pipe});
         ValueSet& set = resource_in(device->value_sets, pvs_id);
         const ValueSetEntry entry{.place = {gress, pipe, parser}, .value = value, .mask = mask};
         refuse_if(find_entry(set, entry) != 0, VL_MODEL_EXISTS);
@@ -47,7 +47,7 @@ pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
 pipe_status pipe_mgr_pvs_entry_modify(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id,
                                       pipe_pvs_ent_hdl ent_hdl, uint32_t value, uint32_t mask) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, ent_hdl, value, mask)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         ValueSet& set = resource_in(device->value_sets, pvs_id);
         ValueSetEntry& entry = set.entries.at(ent_hdl);
         const ValueSetEntry wanted{.place = entry.place, .value = value, .mask = mask};
@@ -60,7 +60,7 @@ pipe_status pipe_mgr_pvs_entry_modify(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 pipe_status pipe_mgr_pvs_entry_delete(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id,
                                       pipe_pvs_ent_hdl ent_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, ent_hdl)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         ValueSet& set = resource_in(device->value_sets, pvs_id);
         set.entries.at(ent_hdl);
         set.entries.remove(ent_hdl);
@@ -72,7 +72,7 @@ pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
                                    uint32_t* pipe, uint8_t* parser) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, ent_hdl, value, mask, nullable(gress), nullable(pipe),
                     nullable(parser))([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const ValueSetEntry& entry = resource_in(device->value_sets, pvs_id).entries.at(ent_hdl);
         *value = entry.value;
         *mask = entry.mask;
@@ -85,7 +85,7 @@ pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
 pipe_status pipe_mgr_pvs_entry_get_count(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t gress,
                                          uint32_t pipe, uint8_t parser, uint8_t read_from_hw, uint32_t* count) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, gress, pipe, parser, read_from_hw, count)([&] {
-        const LockedDevice device(sess_hdl, {dev_id, pipe});
+        const auto device = lock_device(sess_hdl, {dev_id, pipe});
         const ValueSet& set = resource_in(device->value_sets, pvs_id);
         const ValueSetPlace place{gress, pipe, parser};
         *count = 0;
@@ -98,7 +98,7 @@ pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl sess_hdl, pipe_dev_id de
                                           uint32_t gress, uint32_t pipe, uint8_t parser, uint32_t value, uint32_t mask,
                                           pipe_pvs_ent_hdl* ent_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, gress, pipe, parser, value, mask, ent_hdl)([&] {
-        const LockedDevice device(sess_hdl, {dev_id, pipe});
+        const auto device = lock_device(sess_hdl, {dev_id, pipe});
         const ValueSetEntry wanted{.place = {gress, pipe, parser}, .value = value, .mask = mask};
         write_first(find_entry(resource_in(device->value_sets, pvs_id), wanted), ent_hdl);
     });
@@ -107,7 +107,7 @@ pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl sess_hdl, pipe_dev_id de
 pipe_status pipe_mgr_pvs_entry_get_first(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t gress,
                                          uint32_t pipe, uint8_t parser, pipe_pvs_ent_hdl* ent_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, gress, pipe, parser, ent_hdl)([&] {
-        const LockedDevice device(sess_hdl, {dev_id, pipe});
+        const auto device = lock_device(sess_hdl, {dev_id, pipe});
         write_first(next_in(resource_in(device->value_sets, pvs_id), {gress, pipe, parser}, 0), ent_hdl);
     });
 }
@@ -117,7 +117,7 @@ pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
                                         pipe_pvs_ent_hdl* ent_hdls) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, gress, pipe, parser, ent_hdl, count,
                     room(ent_hdls, count))([&] {
-        const LockedDevice device(sess_hdl, {dev_id, pipe});
+        const auto device = lock_device(sess_hdl, {dev_id, pipe});
         const ValueSet& set = resource_in(device->value_sets, pvs_id);
         refuse_if(!set.entries.was_given_out(ent_hdl), VL_MODEL_NOT_FOUND);
         const auto next = [&](pipe_pvs_ent_hdl last) { return next_in(set, {gress, pipe, parser}, last); };
@@ -128,7 +128,7 @@ pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
 pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t property,
                                       uint32_t value, pipe_pvs_property_args args) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, property, value, args)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         property_of(resource_in(device->value_sets, pvs_id), property, args.arg) = value;
     });
 }
@@ -136,7 +136,7 @@ pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 pipe_status pipe_mgr_pvs_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t property,
                                       uint32_t* value, pipe_pvs_property_args args) {
     return Boundary(__func__, sess_hdl, dev_id, pvs_id, property, value, args)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         *value = property_of(resource_in(device->value_sets, pvs_id), property, args.arg);
     });
 }

@@ -63,13 +63,13 @@ void tell(const TimeOut& time_out) {
 pipe_status pipe_mgr_idle_set_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params params) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl,
-                    params)([&] { LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().params = params; });
+                    params)([&] { lock_device(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().params = params; });
 }
 
 pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params* params) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, params)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const Ageing& ageing = device->table(tbl_hdl).ageing_entries();
         refuse_if(!ageing.params, VL_MODEL_NOT_FOUND);
         *params = *ageing.params;
@@ -79,7 +79,7 @@ pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
 pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                          uint32_t enable) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, enable)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const Table& table = device->table(tbl_hdl);
         Ageing& ageing = table.ageing_entries();
         refuse_if(enable > 1, VL_MODEL_INVALID);
@@ -93,7 +93,7 @@ pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id de
                                           pipe_idle_tmo_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
         const auto replaced =
-            LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().time_outs.replace(callback, cookie);
+            lock_device(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().time_outs.replace(callback, cookie);
         end(replaced);
     });
 }
@@ -101,21 +101,21 @@ pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id de
 pipe_status pipe_mgr_mat_ent_set_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t ttl, uint32_t flags, uint32_t always_0) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl, flags, always_0)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         device->table(tbl_hdl).ageing_of(ent_hdl).set_ttl(ent_hdl, ttl, model().now);
     });
 }
 
 pipe_status pipe_mgr_mat_ent_get_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t* ttl) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl)(
-        [&] { *ttl = LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_of(ent_hdl).ttl(ent_hdl); });
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl,
+                    ttl)([&] { *ttl = lock_device(sess_hdl, dev_id)->table(tbl_hdl).ageing_of(ent_hdl).ttl(ent_hdl); });
 }
 
 pipe_status pipe_mgr_mat_ent_reset_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                             pipe_ent_hdl ent_hdl) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         device->table(tbl_hdl).ageing_of(ent_hdl).restart(ent_hdl, model().now);
     });
 }
@@ -123,7 +123,7 @@ pipe_status pipe_mgr_mat_ent_reset_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id 
 pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                 pipe_idle_hit_state_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
-        LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().update_hit_states();
+        lock_device(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().update_hit_states();
         call_once(callback, dev_id, cookie);
     });
 }
@@ -131,14 +131,14 @@ pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev
 pipe_status pipe_mgr_idle_time_get_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, uint32_t* hit_state) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, hit_state)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const bool was_hit = device->table(tbl_hdl).ageing_of(ent_hdl).hit_state(ent_hdl);
         *hit_state = was_hit ? PIPE_IDLE_HIT : PIPE_IDLE_NOT_HIT;
     });
 }
 
 uint32_t vl_model_entry_hit(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl) {
-    return guarded([&] { LockedDevice(dev_id)->table(tbl_hdl).ageing_of(ent_hdl).hit(ent_hdl, model().now); });
+    return guarded([&] { lock_device(dev_id)->table(tbl_hdl).ageing_of(ent_hdl).hit(ent_hdl, model().now); });
 }
 
 uint32_t vl_model_clock_advance(uint32_t milliseconds) {

@@ -83,7 +83,7 @@ void change_table(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl
     EntryChange change;
     Subscriber<pipe_mat_update_cb> subscriber;
     {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         Table& table = device->table(tbl_hdl);
         subscriber = table.updates;
         change = body(table);
@@ -215,7 +215,7 @@ pipe_status pipe_mgr_mat_ent_del_by_match_spec(pipe_sess_hdl sess_hdl, pipe_dev_
 pipe_status pipe_mgr_match_spec_to_ent_hdl(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                            const pipe_match_record* match, pipe_ent_hdl* ent_hdl, uint32_t flags) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, match, ent_hdl,
-                    flags)([&] { *ent_hdl = find_entry(LockedDevice(sess_hdl, dev_tgt)->table(tbl_hdl), *match); });
+                    flags)([&] { *ent_hdl = find_entry(lock_device(sess_hdl, dev_tgt)->table(tbl_hdl), *match); });
 }
 
 pipe_status pipe_mgr_mat_default_entry_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
@@ -239,7 +239,7 @@ pipe_status pipe_mgr_mat_tbl_default_entry_reset(pipe_sess_hdl sess_hdl, pipe_de
 pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                     pipe_ent_hdl* ent_hdl) {
     return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl)([&] {
-        const LockedDevice device(sess_hdl, dev_tgt);
+        const auto device = lock_device(sess_hdl, dev_tgt);
         const Table& table = device->table(tbl_hdl);
         table.require_row(table.default_handle());
         *ent_hdl = table.default_handle();
@@ -249,7 +249,7 @@ pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe
 pipe_status pipe_mgr_tbl_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                       uint32_t property, uint32_t* value, uint32_t* args) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&] {
-        const LockedDevice device(sess_hdl, dev_id);
+        const auto device = lock_device(sess_hdl, dev_id);
         const Property& found = property_of(device->table(tbl_hdl), property);
         *value = found.value;
         *args = found.args;
@@ -258,15 +258,14 @@ pipe_status pipe_mgr_tbl_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 
 pipe_status pipe_mgr_tbl_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                       uint32_t property, uint32_t value, uint32_t args) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&] {
-        property_of(LockedDevice(sess_hdl, dev_id)->table(tbl_hdl), property) = {.value = value, .args = args};
-    });
+    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)(
+        [&] { property_of(lock_device(sess_hdl, dev_id)->table(tbl_hdl), property) = {.value = value, .args = args}; });
 }
 
 pipe_status pipe_register_mat_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                         pipe_mat_update_cb callback, void* cookie) {
     return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, callback, cookie)([&] {
-        const auto replaced = LockedDevice(sess_hdl, dev_id)->table(tbl_hdl).updates.replace(callback, cookie);
+        const auto replaced = lock_device(sess_hdl, dev_id)->table(tbl_hdl).updates.replace(callback, cookie);
         end(replaced);
     });
 }
