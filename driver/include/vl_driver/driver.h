@@ -1,7 +1,7 @@
 /*
  * The whole driver boundary: all functions of the driver that this library calls. These headers say what the library
- * relies on, whatever the driver. What a driver does beyond that is its own choice; vl_model/behaviour.h tells the
- * choices of the embedded driver.
+ * relies on in any driver. Everything else is the driver's choice. vl_model/behaviour.h tells the choices of the
+ * embedded driver.
  */
 #ifndef VL_DRIVER_DRIVER_H
 #define VL_DRIVER_DRIVER_H

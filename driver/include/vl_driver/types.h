@@ -74,7 +74,7 @@ typedef struct pipe_resource_slot {
     uint32_t reserved;
 } pipe_resource_slot;
 
-/* An entry has action data of its own, a member or a group. */
+/* An entry has action data, a member or a group. */
 enum { PIPE_KIND_ACTION_DATA = 1, PIPE_KIND_MEMBER = 2, PIPE_KIND_GROUP = 4 };
 
 #define PIPE_MAX_SLOTS 4

@@ -1,6 +1,5 @@
-// Steering and watching the embedded driver from tests: faults, allocations, recorded calls, answers and a hardware
-// that differs from the software. Relies on the boundary's records. Costs the driver one branch per call while nothing
-// is used.
+// For C++ tests of the embedded driver: faults, allocations, recorded calls, answers, and hardware that differs from
+// the software. Relies on the boundary's records. While a test uses none of it, each call costs one branch.
 #pragma once
 
 #include <array>
@@ -24,20 +23,21 @@
 
 namespace vl_model {
 
-// The nth call from now (1 is the next) of a boundary function is refused with `status` and has no other effect. Each
-// armed fault refuses one call. Functions that return a pointer give null; bf_sys_dbg_mode gives the status.
+// Arms a fault: the nth call of a boundary function from now, where 1 is the next, is refused with `status` and has no
+// other effect. Each fault refuses one call. Functions that return a pointer return null; bf_sys_dbg_mode returns the
+// status.
 void fail_call(std::string_view function, unsigned nth, uint32_t status);
 
-// The nth bf_sys_calloc from now gives null.
+// Arms a fault: the nth bf_sys_calloc from now returns null.
 void fail_allocation(unsigned nth);
 
-// Disarms what has not fired yet.
+// Disarms the faults that have not fired.
 void clear_faults();
 
-// Blocks that came from bf_sys_calloc and have not gone to bf_sys_free. Freeing anything else stops the process.
+// The number of blocks from bf_sys_calloc that bf_sys_free has not freed. Freeing anything else stops the process.
 size_t live_allocations();
 
-// Successful bf_sys_calloc calls since the start or vl_model_reset.
+// The number of successful bf_sys_calloc calls since the start or vl_model_reset.
 size_t allocations_made();
 
 struct MatchCopy {
@@ -65,24 +65,24 @@ struct ActionCopy {
     std::array<uint8_t, 10> reserved{}; // the record's bytes 2 to 7 and 12 to 15
 };
 
-// A call as it came in, before the driver wrote to the caller's records. Calls that a fault refused are among them.
+// A call, with the caller's records as they were before the driver wrote to them. Refused calls are recorded as well.
 struct Call {
     std::string function;
     // In the order of the arguments: integers zero-extended, pointers as addresses, records by value as one word for
     // each 8 bytes.
     std::vector<uint64_t> args;
     std::optional<MatchCopy> match;
-    std::optional<ActionCopy> action; // also of calls with action data alone: kind and all that follows data are 0
+    std::optional<ActionCopy> action; // from action data alone, kind and the members after data are 0
     std::string text;                 // the formatted line of bf_sys_log_and_trace
     std::vector<uint32_t> handles;    // the members of p4_pd_ms_del_grp
     // The hash of pipe_mgr_sel_grp_mbr_get_from_hash, the stream of pipe_mgr_hash_calc_calculate_hash_value.
     std::vector<uint8_t> bytes;
-    // What the pointers to a caller's other records and arrays lead to, in the order of the arguments. Empty for null.
+    // The bytes of a caller's other records and arrays, in the order of the arguments. Empty for null.
     std::vector<std::vector<uint8_t>> inputs;
     uint32_t status = 0; // 0 for functions that return no status
 };
 
-// A record of a call's inputs; all zero where the input has no such record.
+// A record among a call's inputs; all zero if there is none.
 template <class Record>
 Record input_record(const Call& call, size_t input = 0, size_t position = 0) {
     static_assert(std::is_trivially_copyable_v<Record>);
@@ -92,10 +92,10 @@ Record input_record(const Call& call, size_t input = 0, size_t position = 0) {
     return record;
 }
 
-// Starts (forgetting older records) or stops.
+// Starts recording, and forgets older calls; or stops.
 void record_calls(bool on);
 
-// What was recorded so far, in the order of the calls' beginning; the list starts anew.
+// Returns the calls recorded so far, in the order in which they began, and forgets them.
 std::vector<Call> take_calls();
 
 // A call that a test answers, while it runs.
@@ -140,8 +140,8 @@ void answer_calls_with(std::string_view function, uint32_t status, Output<Values
     });
 }
 
-// Answers that edit what the driver wrote, after its call was successful. Each belongs to the functions that it names;
-// an empty hook ends it.
+// Answers that edit what the driver wrote in a successful call. Above each are the functions that it answers. An empty
+// hook ends it.
 
 // pipe_mgr_get_entry and pipe_mgr_table_get_default_entry. A default entry read by table has no match record: the hook
 // gets an empty one.
@@ -192,8 +192,9 @@ struct EntryImage : EntryFields {
     std::array<pipe_resource_slot, PIPE_MAX_SLOTS> slots{};
 };
 
-// Changes an entry, a default entry by its handle, or a member of a data table in hardware only: reads with
-// read_from_hw see it, others don't. The next change of the action or its data by the software writes both.
+// Changes an entry, a default entry by its handle, or a member of a data table in hardware only. Reads with
+// read_from_hw see the change, others don't. The next change of the action or its data by the software writes the
+// hardware as well.
 uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
                        const std::function<void(EntryImage&)>& edit);
 

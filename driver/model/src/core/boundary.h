@@ -1,5 +1,5 @@
-// The gate that every boundary function passes: refusals, null pointers, and what a test does with calls. While no test
-// does anything, a call costs the look at one flag. Relies on the boundary's records only.
+// The gate for all boundary functions. It turns refusals into statuses, checks pointers for null, and lets tests
+// record, fail and answer calls. While no test does so, a call checks one flag. Relies on the boundary's records only.
 #pragma once
 
 #include <atomic>
@@ -17,7 +17,7 @@
 
 namespace vl_model {
 
-// Ends a call with a status. Whoever refuses must not have changed anything yet.
+// Ends a call with a status. A call may refuse only before its first change.
 struct Refusal {
     pipe_status status;
 };
@@ -30,7 +30,7 @@ inline void refuse_if(bool is_refused, vl_model_status status) {
     if (is_refused) refuse(status);
 }
 
-// What a map has under a key; the call is refused if it has nothing.
+// Finds the value of a key in a map; refuses the call if there is none.
 template <class Map>
 auto& found_in(Map& map, const typename Map::key_type& key, vl_model_status refusal) {
     const auto found = map.find(key);
@@ -38,11 +38,11 @@ auto& found_in(Map& map, const typename Map::key_type& key, vl_model_status refu
     return found->second;
 }
 
-// What a function returns whose work is `Body`: work without a result gives a status.
+// The return type of a function with the work `Body`. Work without a result gives a status.
 template <class Body, class Result = std::invoke_result_t<Body>>
 using ResultOf = std::conditional_t<std::is_void_v<Result>, pipe_status, Result>;
 
-// Runs the work of a function that C calls: no exception may leave it. A refusal gives its status, or null where the
+// Runs the work of a function that C calls, and lets no exception out. A refusal gives its status, or null if the
 // function returns a pointer.
 template <class Body>
 ResultOf<Body> guarded(Body&& body) {
@@ -67,7 +67,7 @@ ResultOf<Body> guarded(Body&& body) {
 }
 
 // Arguments are recorded as vl_model::Call says. A pointer must not be null, unless it leads to a function, to void or
-// to no items. These say more of a pointer:
+// to no items. These types describe a pointer further:
 
 // Room for the caller's items, which are not recorded.
 struct RoomArgument {
@@ -82,14 +82,14 @@ struct InputArgument {
     size_t count;
 };
 
-// Handles or bytes, which have a place of their own in a recorded call.
+// Handles or bytes, which go to Call::handles or Call::bytes.
 template <class Item>
 struct ListArgument {
     const Item* items;
     size_t count;
 };
 
-// The line of a log call: recorded, but none of the arguments.
+// The line of a log call. It is recorded, but is not an argument.
 struct LogLine {
     const std::string& text;
 };
@@ -182,7 +182,8 @@ extern std::atomic<bool> watching;
 
 enum class Returns { status, integer, pointer };
 
-// Gives tests their say on a call: `note_arguments` fills in the arguments, `work` is what the driver does.
+// Records a call, and refuses it or has a test answer it. `note_arguments` fills in the arguments; `work` is what the
+// driver does.
 uint64_t run_watched(const char* function, Returns returns, const std::function<void(Call&)>& note_arguments,
                      const std::function<uint64_t()>& work);
 
@@ -195,7 +196,7 @@ class Boundary {
 public:
     explicit Boundary(const char* function, const Args&... args) : function_(function), args_(args...) {}
 
-    // Runs the work of the function and gives what the function returns.
+    // Runs the work of the function and returns its result.
     template <class Body>
     ResultOf<Body> operator()(Body&& body) const {
         using Result = ResultOf<Body>;

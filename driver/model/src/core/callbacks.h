@@ -1,6 +1,6 @@
-// Registered callbacks. A registration that has ended gets no more calls, and whoever ends it waits for those that run,
-// so that the agent may free its cookie. Callbacks run without the model's mutex; the calls of registrations are
-// counted under a mutex of their own, which may be taken while the model's is held.
+// Registered callbacks. A registration that has ended gets no more calls. Ending one waits for the calls that run, so
+// that the agent may free its cookie. Callbacks run without the model's mutex. The calls of registrations are counted
+// under another mutex, which may be taken while the model's is held.
 #pragma once
 
 #include <cstdint>
@@ -23,7 +23,7 @@ public:
     WithinCallback& operator=(const WithinCallback&) = delete;
 };
 
-// A call of a registered callback, which must not be made if this is false: the registration has ended.
+// A call of a registered callback. If this is false, the registration has ended, and the call must not be made.
 class RunningCall {
 public:
     explicit RunningCall(std::shared_ptr<Registration> registration);
@@ -40,7 +40,7 @@ private:
     WithinCallback within_;
 };
 
-// Calls a callback that a call brought along, if it did.
+// Calls the callback that came with a call, unless it is null.
 template <class Callback>
 void call_once(Callback callback, uint32_t dev_id, void* cookie) {
     if (callback == nullptr) return;
@@ -48,18 +48,18 @@ void call_once(Callback callback, uint32_t dev_id, void* cookie) {
     callback(dev_id, cookie);
 }
 
-// Ends a registration, if there is one, and waits for its calls that run, but not within a callback: one that waited
-// for itself, or two that waited for each other, would wait for ever. The model's mutex must be free.
+// Ends a registration, unless it is null, and waits for its running calls. Within a callback it doesn't wait: callbacks
+// could wait for themselves or for each other for ever. The model's mutex must be free.
 void end(const std::shared_ptr<Registration>& registration) noexcept;
 
-// Who is told of something. The place of a registration and those who are about to call have one each.
+// A callback with its cookie and registration. Callers take a copy under the mutex and call without it.
 template <class Callback>
 struct Subscriber {
     Callback callback{};
     void* cookie = nullptr;
     std::shared_ptr<Registration> registration{};
 
-    // Gives the registration that the new one replaces, to be ended when the mutex is free again.
+    // Returns the old registration, which the caller must end when the mutex is free again.
     [[nodiscard]] std::shared_ptr<Registration> replace(Callback new_callback, void* new_cookie = nullptr) {
         auto added = new_callback ? std::make_shared<Registration>() : nullptr;
         callback = std::move(new_callback);
@@ -67,7 +67,7 @@ struct Subscriber {
         return std::exchange(registration, std::move(added));
     }
 
-    // Calls a callback that takes the cookie last, unless there is none or the registration has ended.
+    // Calls the callback, with the cookie last, unless there is none or the registration has ended.
     template <class... Args>
     void tell(Args... args) const {
         if (registration != nullptr) {

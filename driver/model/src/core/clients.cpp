@@ -1,4 +1,4 @@
-// The client registry, and what the driver tells its clients: a device goes away, a device's state as JSON, and back.
+// The client registry. Clients are called when a device goes away, and to save and restore a device's state as JSON.
 #include <algorithm>
 #include <cstring>
 
@@ -29,7 +29,7 @@ Client& registered_client(bf_drv_client_hdl handle) {
     return *client;
 }
 
-// Calls one of a client's callbacks, as it is registered now. Nobody is called if the client has gone.
+// Calls one of a client's callbacks as it is registered now, unless the client has gone.
 template <class Callback, class... Args>
 pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbacks::*which, Args... args) {
     Callback callback = nullptr;
@@ -136,7 +136,7 @@ char* vl_model_state_log(uint32_t dev_id) {
                 call_client(client.handle, &bf_drv_client_callbacks::state_log, dev_id, object);
             }
         }
-        // The agent may have given cJSON an allocator of its own, but frees the text with free().
+        // The agent may have set another allocator for cJSON, but frees the text with free().
         char* printed = cJSON_PrintUnformatted(root.get());
         char* text = printed != nullptr ? strdup(printed) : nullptr;
         cJSON_free(printed);

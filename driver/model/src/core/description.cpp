@@ -1,4 +1,4 @@
-// The making of a device from a pipeline's description, which is copied.
+// Makes a device from a pipeline's description, which is copied.
 #include <algorithm>
 #include <span>
 
@@ -64,7 +64,7 @@ void add_tables(Device& device, const vl_model_pipeline& pipeline) {
         require(!device.tables.contains(handle) && !device.data_tables.contains(handle));
 }
 
-// Binds a direct resource to its table, which has one of a kind at most.
+// Binds a direct resource to its table. A table has at most one of each kind.
 template <class Resource>
 void attach(Device& device, Resource* Table::*place, Resource& resource) {
     const auto table = device.tables.find(resource.description.match_table);

@@ -1,4 +1,4 @@
-// What the embedded driver holds: sessions, devices with their tables, clients, allocations, the log sink, the clock.
+// The embedded driver's state: sessions, devices with their tables, clients, allocations, the log sink, the clock.
 // One mutex guards everything; callbacks of agents, clients and tests run without it.
 #pragma once
 
@@ -105,7 +105,7 @@ struct Table {
     }
     // The software changes or removes an entry. Its hardware no longer differs, and its placement data ends.
     void forget_copies(pipe_ent_hdl ent_hdl);
-    // The cells of an entry that goes away.
+    // Clears the cells of an entry that goes away.
     void forget_cells(pipe_ent_hdl ent_hdl) const;
     // The default entry uses what it points at, as entries do.
     void set_default_entry(std::optional<EntryImage> image);
@@ -170,7 +170,7 @@ constexpr uint32_t most_rows = UINT32_C(0x7FFFFFFF); // of a table: handles with
 // handle in the wrong place is refused.
 constexpr pipe_mbr_hdl before_members = UINT32_C(0x10000000);
 constexpr pipe_grp_hdl before_groups = UINT32_C(0x40000000);
-constexpr uint32_t most_profile_handles = UINT32_C(0x2FFFFFFF); // of each sort
+constexpr uint32_t most_profile_handles = UINT32_C(0x2FFFFFFF); // of each kind
 
 struct Model {
     std::mutex mutex;
@@ -208,7 +208,7 @@ class Locked {
 public:
     // `find` runs under the mutex.
     template <class Find>
-    explicit Locked(Find&& find) : lock_(model().mutex),
+    explicit Locked(const Find& find) : lock_(model().mutex),
                                    held_(find()) {}
 
     Held* operator->() const {
@@ -233,7 +233,7 @@ inline void write_first(uint32_t first, uint32_t* hdl) {
     *hdl = first;
 }
 
-// Writes up to n handles that follow `hdl`, and PIPE_HDL_END behind the last one if there is room. `next` gives the
+// Writes up to n handles that follow `hdl`, and PIPE_HDL_END after the last one if there is room. `next` gives the
 // handle that follows another, or 0.
 template <class Next>
 void write_following(uint32_t hdl, uint32_t n, uint32_t* hdls, Next&& next) {

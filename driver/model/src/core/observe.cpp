@@ -35,7 +35,7 @@ Watch& the_watch() {
     return instance;
 }
 
-// Runs `body` on the watch under its mutex.
+// Runs `body` on the watch, under its mutex.
 template <class Body>
 auto with_watch(Body&& body) {
     Watch& watch = the_watch();
@@ -65,11 +65,11 @@ std::optional<uint32_t> take_fault(Watch& watch, const char* function) {
     return status;
 }
 
-// A copy, since answers run without the mutex. Without a callback if there is none.
+// Returns a copy, since answers run without the mutex. It has no callback if there is no answer.
 Subscriber<Answer> find_answer(const Watch& watch, std::string_view function) {
     if (const auto found = watch.answers.find(function); found != watch.answers.end()) return found->second;
     Subscriber<Answer> longest;
-    // Of names that begin alike, the longer ones come later.
+    // The map has longer names after their beginnings.
     for (const auto& [name, answer] : watch.answers)
         if (name.ends_with('*') && function.starts_with(std::string_view(name).substr(0, name.size() - 1)))
             longest = answer;
@@ -130,7 +130,7 @@ void fail_call(std::string_view function, unsigned nth, uint32_t status) {
 }
 
 void fail_allocation(unsigned nth) {
-    fail_call("bf_sys_calloc", nth, VL_MODEL_OK); // a pointer is null all the same
+    fail_call("bf_sys_calloc", nth, VL_MODEL_OK); // null all the same: the function returns a pointer
 }
 
 void clear_faults() {
@@ -160,7 +160,7 @@ void answer_calls(std::string_view function, Answer answer) {
 
 namespace {
 
-// `apply` hands the outputs of a call to the hook.
+// `apply` passes the outputs of a call to the hook.
 template <class Hook, class Apply>
 void set_hook(std::string_view function, const Hook& hook, Apply apply) {
     if (!hook) return answer_calls(function, {});
@@ -171,7 +171,7 @@ void set_hook(std::string_view function, const Hook& hook, Apply apply) {
     });
 }
 
-// The outputs of the call, by the indices of their pointers.
+// Passes outputs to the hook, by the indices of their pointers.
 template <class... Outputs, class Hook, class... Indices>
 void set_output_hook(std::string_view function, const Hook& hook, Indices... indices) {
     set_hook(function, hook, [=](const Hook& set, const AnsweredCall& call) {

@@ -1,4 +1,4 @@
-// The driver's services to its clients: memory that is accounted for, log lines, debug mode.
+// The driver's services to its clients: memory, whose blocks are counted, log lines, debug mode.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -29,7 +29,7 @@ void* bf_sys_calloc(size_t count, size_t size) {
     return Boundary(__func__, count, size)([&]() -> void* {
         Model& m = model();
         const std::lock_guard lock(m.mutex);
-        // Null is a refusal, so that an empty block has an address too.
+        // Null would be a refusal, so an empty block has an address as well.
         std::unique_ptr<void, decltype(&std::free)> memory(
             count == 0 || size == 0 ? std::calloc(1, 1) : std::calloc(count, size), std::free);
         if (memory != nullptr) {

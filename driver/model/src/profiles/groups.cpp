@@ -1,4 +1,4 @@
-// Changes of selectors at the boundary: groups, who is in them and in which state, and the fallback member.
+// Changes of selectors at the boundary: groups, their members and states, and the fallback member.
 #include <vl_driver/profiles.h>
 #include <vl_driver/tables.h>
 
@@ -41,7 +41,7 @@ void change_selector(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl 
     updates.tell(sess_hdl, dev_tgt, sel_hdl, change.grp_hdl, change.mbr_hdl, change.update);
 }
 
-// Runs a change of one of a group's members, whose slot `body` gets. `body` returns where that now leads.
+// Runs a change of one of a group's members. `body` gets its position in the memory, and returns where that now leads.
 template <class Body>
 void change_membership(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl, pipe_grp_hdl grp_hdl,
                        pipe_mbr_hdl mbr_hdl, uint32_t update, Body&& body) {

@@ -1,5 +1,5 @@
-// The member-selector component: what exists in the action profiles of each device, kept for clients that must name a
-// member's action without having been told it. Maps are ordered, so that equal states give equal JSON.
+// The member-selector component. It keeps the members and groups of each device's action profiles for clients, which
+// need a member's action in calls that don't have it. Maps are ordered, so that equal states give equal JSON.
 //
 // JSON of one state: "members": [{"member": handle, "action": handle}, ...],
 //                    "groups": [{"group": handle, "action": handle, "members": [handle, ...]}, ...]; an action that was
@@ -19,7 +19,7 @@
 
 namespace {
 
-// Handles in the order in which they came. Each is found and taken out without a look at the others.
+// Handles in the order of their arrival. Finding and removing one takes no search through the others.
 class Arrivals {
 public:
     bool empty() const {
@@ -34,14 +34,14 @@ public:
     bool has(uint32_t handle) const {
         return places_.contains(handle);
     }
-    // False if the handle is there already.
+    // Returns false if the handle is already there.
     bool add(uint32_t handle) {
         std::list<uint32_t> added{handle};
         if (!places_.emplace(handle, added.begin()).second) return false;
         order_.splice(order_.end(), added);
         return true;
     }
-    // False if the handle isn't there.
+    // Returns false if the handle isn't there.
     bool remove(uint32_t handle) {
         const auto found = places_.find(handle);
         if (found == places_.end()) return false;
@@ -63,7 +63,7 @@ struct ShadowGroup {
 struct DeviceShadow {
     std::map<pipe_mbr_hdl, std::optional<pipe_act_hdl>> members; // with their actions
     std::map<pipe_grp_hdl, ShadowGroup> groups;
-    // The other way of membership. A replay can put a member into a group that it doesn't know yet.
+    // By member. A replay can put a member into a group before it adds the member.
     std::map<pipe_mbr_hdl, Arrivals> groups_of;
 };
 
@@ -75,7 +75,7 @@ struct p4_pd_ms_state {
 
 namespace vl_model {
 
-// Clients hold states by address for ever: a reset only empties them.
+// Clients keep the addresses of states for ever, so a reset only empties them.
 static std::deque<p4_pd_ms_state>& member_states() {
     static std::deque<p4_pd_ms_state>& instance = *new std::deque<p4_pd_ms_state>;
     return instance;
@@ -236,7 +236,7 @@ pipe_status p4_pd_ms_new_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe
     });
 }
 
-// The members are those that the shadow has: the driver's, which the caller passes, can lack one that it had lost.
+// Removes the members that the shadow has. The caller passes the driver's, which may lack one.
 pipe_status p4_pd_ms_del_grp(pipe_sess_hdl sess_hdl, p4_pd_ms_state* state, pipe_dev_id dev_id, pipe_grp_hdl grp_hdl,
                              uint32_t count, const pipe_mbr_hdl* mbr_hdls) {
     return Boundary(__func__, sess_hdl, state, dev_id, grp_hdl, count, list(mbr_hdls, count))([&] {

@@ -1,4 +1,4 @@
-// See profile_store.h. As in the match tables, what can run out of memory comes before the first change.
+// See profile_store.h. As in match tables, all allocations come before the first change.
 #include "profiles/profile_store.h"
 
 #include <bit>

@@ -1,5 +1,5 @@
-// Members of action data tables and groups of selectors, as a device holds them: rows by handle, who uses whom, and the
-// words of a selector's memory. Callers check actions and handles first, and hold the model's mutex.
+// Members of action data tables and groups of selectors in a device: rows by handle, counts of uses, and the words of a
+// selector's memory. Callers check actions and handles first, and hold the model's mutex.
 #pragma once
 
 #include <algorithm>
@@ -139,8 +139,8 @@ struct Selector {
     Group& add_group(pipe_grp_hdl grp_hdl, uint32_t max_size);
     void remove_group(pipe_grp_hdl grp_hdl);
 
-    // The member must exist and be none of the group's. Gives its position in the memory: the lowest free one of the
-    // group's words, to which the lowest free word comes if they are full.
+    // Adds an existing member that isn't in the group, and returns its position: the lowest free one of the group's
+    // words. If these are full, the group first gets the lowest free word.
     uint32_t join(pipe_grp_hdl grp_hdl, Group& group, pipe_mbr_hdl mbr_hdl);
     void leave(Group& group, pipe_mbr_hdl mbr_hdl);
     void set_active(uint32_t position, bool active);

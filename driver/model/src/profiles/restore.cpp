@@ -11,7 +11,7 @@ void call(pipe_adt_sel_restore_cb callback, const vl_model_row& row) {
     callback(row.sess_hdl, row.dev_id, row.data_table, row.act_hdl, row.grp_hdl, row.mbr_hdl, row.resource_count);
 }
 
-// The rows of a data table: all members, then the groups of its selectors, then who is in them.
+// The rows of a data table: all members, then the groups of its selectors, then the members of the groups.
 void add_rows(std::vector<vl_model_row>& rows, pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, const Device& device,
               pipe_tbl_hdl adt_hdl, const DataTable& table) {
     const RowMap<Member>& members = table.members;
@@ -42,7 +42,7 @@ pipe_status pipe_mgr_hitless_ha_restore_virtual_dev_state(uint64_t a1, uint64_t 
                                                           uint64_t a5, pipe_adt_sel_restore_cb callback) {
     return Boundary(__func__, a1, a2, a3, a4, a5, callback)([&] {
         refuse_if(callback == nullptr, VL_MODEL_INVALID);
-        // Words that are too large for an id must not be taken for the one in their lower half.
+        // A word that is too large for an id must not pass for the id in its lower half.
         refuse_if(a1 > UINT32_MAX, VL_MODEL_UNKNOWN_DEVICE);
         refuse_if(a2 > UINT32_MAX, VL_MODEL_UNKNOWN_SESSION);
         const auto dev_id = static_cast<pipe_dev_id>(a1);

@@ -1,4 +1,4 @@
-// A hardware that differs from the software: edited by tests, or damaged at random.
+// Hardware that differs from the software, because tests edit it or damage it at random.
 #include <algorithm>
 #include <random>
 
@@ -26,11 +26,10 @@ uint32_t with_row(uint32_t dev_id, uint32_t tbl_hdl, uint32_t handle, Body&& bod
 
 struct Damage {
     vl_model_damage what;
-    uint32_t bits; // 0 if the entry has nothing of the sort
+    uint32_t bits; // 0 if the entry has no such bits
 };
 
-// Any sort of damage that the entry can take is as likely as another. Only a ternary table has mask bits in hardware
-// that can each be wrong.
+// All kinds of damage that are possible for the entry are equally likely. Only ternary tables have masks in hardware.
 Damage choose_damage(const Table& table, const EntryView& entry, std::mt19937_64& random) {
     const uint32_t key_bits = entry.key_len * 8U;
     const bool has_mask_bits = table.description.match == VL_MODEL_TERNARY;
@@ -125,7 +124,7 @@ uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t coun
         uint64_t left = 0;
         for (const Table* table : tables)
             left += intact_entries(*table);
-        // One pass: each entry is taken with the chance that the missing ones have among those that are left.
+        // One pass: the chance of each entry is the count of those still wanted by the count of those left.
         std::mt19937_64 random(seed);
         for (Table* table : tables) {
             for (pipe_ent_hdl entry = table->entries.first(); entry != 0; entry = table->entries.next(entry)) {

@@ -1,4 +1,4 @@
-// Placement data at the boundary: giving it out for a row, and decoding it from the row's software side.
+// Placement data at the boundary: given out for a row, and decoded from the row in software.
 #include <vl_driver/placement.h>
 
 #include "reads/readback.h"
@@ -14,7 +14,7 @@ const void* blob_of(uint32_t& placement, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hd
     return placements.blob(placement);
 }
 
-// The row that a blob leads to, and its table, one of those that are the `tables` of a device. The mutex must be held.
+// The table among a device's `tables`, and the handle, that a blob leads to. The mutex must be held.
 template <class Tables>
 std::pair<const typename Tables::mapped_type&, uint32_t> row_of(const void* plcmt_data, Tables Device::*tables) {
     refuse_if(plcmt_data == nullptr, VL_MODEL_INVALID);
@@ -24,7 +24,7 @@ std::pair<const typename Tables::mapped_type&, uint32_t> row_of(const void* plcm
     return {found_in(device.*tables, placement->tbl_hdl, VL_MODEL_NOT_FOUND), placement->handle};
 }
 
-constexpr uint16_t any_room = UINT16_MAX; // the caller's buffers have it
+constexpr uint16_t any_room = UINT16_MAX; // the caller's buffers are large enough
 
 } // namespace
 

@@ -5,7 +5,7 @@ namespace vl_model {
 
 namespace {
 
-// No memory of a program lies where the top bit is set: a blob is nobody's address, and no address is a blob.
+// No address of a program has the top bit set, so that no blob is an address.
 constexpr uint64_t blob_bit = UINT64_C(1) << 63;
 constexpr uint32_t last_use = UINT32_C(0x7FFFFFFF);
 
@@ -30,7 +30,7 @@ uint32_t PlacementStore::add(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, uint32_t 
 void PlacementStore::remove(uint32_t number) {
     Placement& place = places_[number - 1];
     place.tbl_hdl = 0;
-    // A place that has no further use stays out: an old blob would come back.
+    // A place whose uses are spent isn't used again: an old blob would become valid.
     if (place.use != last_use) {
         ++place.use;
         place.handle = first_free_;

@@ -1,6 +1,6 @@
-// The placement data that is given out. A blob is no memory but the number of a place here and of the use of that
-// place, made an address: an entry pays four bytes for it, and one that isn't valid any more is known without a look at
-// what it leads to. Callers hold the model's mutex.
+// The placement data that is given out. A blob isn't memory: its address is made of the number of a place here and the
+// number of that place's use. So an entry needs four bytes for it, and an outdated blob is recognised safely. Callers
+// hold the model's mutex.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace vl_model {
 
-// The row that a blob stands for, in a match table, data table or selector.
+// The row of a blob, in a match table, data table or selector.
 struct Placement {
     pipe_dev_id dev_id;
     pipe_tbl_hdl tbl_hdl; // 0 in a free place
@@ -20,14 +20,14 @@ struct Placement {
 
 class PlacementStore {
 public:
-    // Gives a number for the row to keep, never 0.
+    // Returns a number above 0, which the row keeps.
     uint32_t add(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, uint32_t handle);
     void remove(uint32_t number);
     void remove_device(pipe_dev_id dev_id);
     void remove_all();
 
     const void* blob(uint32_t number) const;
-    // Null if the blob isn't valid, or anything but a blob.
+    // Null if the blob isn't valid, or isn't a blob.
     const Placement* find(const void* blob) const;
 
 private:

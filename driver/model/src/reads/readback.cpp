@@ -8,7 +8,7 @@ namespace vl_model {
 
 namespace {
 
-// The hardware's row where it differs, and nullptr where it is the software's.
+// The hardware's row if it differs from the software's, else null.
 template <class Rows>
 const EntryImage* differing_row(const Rows& table, uint32_t handle, bool from_hw) {
     table.require_row(handle);

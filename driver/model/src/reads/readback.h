@@ -1,4 +1,4 @@
-// Rows as the software or the hardware has them, and the way into a caller's records. Callers hold the model's mutex.
+// Reads rows of the software or the hardware into a caller's records. Callers hold the model's mutex.
 #pragma once
 
 #include "core/model.h"

@@ -1,4 +1,4 @@
-// Counters at the boundary, and the packets that count.
+// Counters at the boundary, and packets that change them.
 #include "core/model.h"
 
 #include <vl_model/traffic.h>

@@ -1,4 +1,4 @@
-// Meters and WRED blocks at the boundary. What an entry's slot says of a direct meter is kept there; see resources.cpp.
+// Meters and WRED blocks at the boundary. The specs of direct meters are in the slots of entries; see resources.cpp.
 #include <algorithm>
 
 #include "reads/readback.h"

@@ -1,4 +1,4 @@
-// Registers at the boundary, and the packets that change them.
+// Registers at the boundary, and packets that change them.
 #include <algorithm>
 #include <cstring>
 
@@ -27,7 +27,7 @@ bool has_room(const pipe_stful_query& query) {
     return query.count == 0 || query.elements != nullptr;
 }
 
-// The cell's values, pipe by pipe, as many as there is room for.
+// Reads the values of a cell, pipe by pipe, as far as there is room.
 void read_cell(Pipes pipes, uint32_t cell, bool from_hw, pipe_stful_query& query) {
     query.count = std::min(query.count, static_cast<uint32_t>(pipes.size()));
     for (size_t i = 0; i < pipes.size(); ++i) {
@@ -43,7 +43,7 @@ void sync(Pipes pipes) {
 
 } // namespace
 
-// Readers of a direct register ask by its handle too.
+// Readers of a direct register use its own handle here.
 pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                        int32_t* size) {
     return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, size)([&] {
@@ -62,7 +62,7 @@ pipe_status pipe_stful_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, p
     });
 }
 
-// The range may reach beyond the last cell: then fewer are read.
+// If the range reaches beyond the last cell, fewer cells are read.
 pipe_status pipe_stful_ent_query_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                        uint32_t first_index, int32_t count, pipe_stful_query* queries,
                                        uint32_t* cells_read, uint32_t from_hw) {

@@ -1,4 +1,4 @@
-// What entries and resources have to do with each other.
+// The direct resources of entries, which slots set.
 #include "resources/resources.h"
 
 #include <algorithm>
@@ -74,7 +74,7 @@ void apply_slot(Table& table, pipe_ent_hdl ent_hdl, const pipe_resource_slot& sl
         cells.set(ent_hdl, element);
 }
 
-// Writers of a direct register name the register in the place of the table too.
+// Writers of a direct register pass the register's handle in place of the table's.
 pipe_tbl_hdl match_table_of(const Device& device, pipe_tbl_hdl hdl) {
     const auto stateful = device.registers.find(hdl);
     const bool is_direct = stateful != device.registers.end() && stateful->second.description.match_table != 0;

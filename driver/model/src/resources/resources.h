@@ -1,5 +1,5 @@
-// Counters, meters, WRED blocks and registers as a device holds them, and how a handle and an index find a cell. Only
-// cells that were touched take memory, so that the length of an array costs nothing. Callers hold the model's mutex.
+// Counters, meters, WRED blocks and registers of a device, and the search for a cell by handle and index. Only cells
+// that were changed take memory, so that long arrays cost nothing. Callers hold the model's mutex.
 #pragma once
 
 #include <cstdint>
@@ -60,10 +60,10 @@ struct Counter {
     Cells<pipe_counter_record> cells;
 };
 
-// Packets don't change a spec: software and hardware are one.
+// Packets don't change specs, so that the software needs no copy.
 struct Meter {
     vl_model_resource description{};
-    std::unordered_map<uint32_t, pipe_meter_spec> specs; // of a direct meter none: its specs are slots of entries
+    std::unordered_map<uint32_t, pipe_meter_spec> specs; // none in a direct meter, whose specs are in slots of entries
     uint32_t bytecount_adjust = 0;
 };
 
@@ -76,7 +76,7 @@ struct Register {
     vl_model_resource description{};
     std::vector<Cells<pipe_stful_element>> pipes{VL_MODEL_DEFAULT_PIPES};
 
-    // The pipes that a target names, if the device has them.
+    // The cells of one pipe that the device has, or of all.
     std::span<Cells<pipe_stful_element>> pipes_of(uint16_t pipe_id) {
         return pipe_id == PIPE_ALL_PIPES ? std::span(pipes) : std::span(pipes).subspan(pipe_id, 1);
     }
@@ -85,7 +85,7 @@ struct Register {
 bool is_sound(const pipe_meter_spec& spec);
 pipe_meter_spec meter_spec_of(const pipe_resource_slot& slot);
 
-// A resource, one with cells by index, and one with a cell of this index. Each refuses what doesn't exist.
+// Find a resource; one with cells by index; one that has a cell of this index. They refuse if there is none.
 template <class Map>
 auto& resource_in(Map& resources, pipe_tbl_hdl hdl) {
     return found_in(resources, hdl, VL_MODEL_UNKNOWN_RESOURCE);

@@ -1,4 +1,4 @@
-// Learning digests at the boundary, and the packets that raise them.
+// Learning digests at the boundary, and packets that raise them.
 #include "core/model.h"
 
 #include <vl_model/traffic.h>
@@ -14,7 +14,7 @@ pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl sess_hdl, ui
         Digest& digest = resource_in(device->digests, digest_hdl);
         refuse_if(digest.subscriber.callback != nullptr, VL_MODEL_EXISTS);
         digest.sess_hdl = sess_hdl;
-        // It replaces none.
+        // There was none before.
         static_cast<void>(digest.subscriber.replace(callback, cookie));
     });
 }
@@ -28,7 +28,7 @@ pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl sess_hdl, 
     });
 }
 
-// The message isn't looked into, since it may not be one.
+// The pointer may be anything, so it isn't followed.
 pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl digest_hdl, pipe_digest_msg* msg) {
     return Boundary(__func__, sess_hdl, digest_hdl, nullable(msg))([&] {
         Model& m = model();

@@ -1,4 +1,4 @@
-// Digests, value sets, hash calculations and snapshots as a device holds them. Callers hold the model's mutex.
+// Digests, value sets, hash calculations and snapshots of a device. Callers hold the model's mutex.
 #pragma once
 
 #include <cstdint>
@@ -26,13 +26,13 @@ struct DigestMessage {
 
 struct Digest {
     uint32_t entry_size = 0;
-    pipe_sess_hdl sess_hdl = 0; // that registered
+    pipe_sess_hdl sess_hdl = 0; // of the registration
     Subscriber<pipe_digest_cb> subscriber;
-    // Not acknowledged, by the address that the agent has.
+    // Those not acknowledged, by the address that the agent has.
     std::unordered_map<const pipe_digest_msg*, std::unique_ptr<DigestMessage>> messages;
 };
 
-// Where the entries of a value set live. Each place has a list of its own.
+// The place of a value set's entry. Each place has a separate list of entries.
 struct ValueSetPlace {
     uint32_t gress = 0;
     uint32_t pipe = 0;

@@ -1,4 +1,4 @@
-// The snapshot service, and the packets that its triggers match. It takes no sessions.
+// The snapshot service, and packets that match its triggers. Its calls take no session.
 #include <algorithm>
 
 #include <vl_driver/snapshot.h>
@@ -15,7 +15,7 @@ constexpr uint32_t most_snapshots = UINT32_C(0x3FFFFFFF);
 
 static_assert(VL_MODEL_SNAPSHOT_STAGE_SIZE >= BF_SNAPSHOT_RECORD_SIZE);
 
-// Above bit 1, which is the direction, stands a number that is never reused.
+// Bit 1 is the direction. The bits above are a number that is never reused.
 bf_snapshot_hdl snapshot_handle(uint32_t number, uint32_t direction) {
     return number << 2 | direction << 1;
 }

@@ -1,5 +1,5 @@
-// Parser value sets at the boundary. Gress, pipe and parser are numbers that are compared: PIPE_ALL_PIPES is a place of
-// its own, and stands for no other.
+// Parser value sets at the boundary. Gress, pipe and parser are just numbers to compare: PIPE_ALL_PIPES is one more
+// pipe and doesn't match the others.
 #include "core/model.h"
 
 using namespace vl_model;

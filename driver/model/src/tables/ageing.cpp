@@ -22,7 +22,7 @@ uint32_t Ageing::effective_ttl(const Record& entry) const {
     return static_cast<uint32_t>(std::min<uint64_t>(ttl, longest));
 }
 
-// An entry with an earlier deadline in the queue keeps it, and is looked at again when that comes.
+// An entry that is queued with an earlier deadline keeps its place, and moves when that deadline comes.
 void Ageing::enqueue(pipe_ent_hdl ent_hdl, Record& entry) {
     const uint32_t ttl = on_ && active_.mode == PIPE_IDLE_MODE_NOTIFY ? effective_ttl(entry) : 0;
     if (ttl == 0) return dequeue(ent_hdl, entry);

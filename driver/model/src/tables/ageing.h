@@ -1,6 +1,6 @@
-// The idle time of one table's entries. A queue holds them by deadline. An entry that a packet hit moves in the queue only
-// when its old deadline comes: a hit looks at no other entry, a step of the clock only at those whose time has come. A
-// table whose idle time was never used costs nothing. Callers hold the model's mutex.
+// The idle time of one table's entries. A queue holds them by deadline. An entry that a packet hit moves in the queue
+// only when its old deadline comes: a hit looks at no other entry, a step of the clock only at those whose time has
+// come. A table whose idle time was never used costs nothing. Callers hold the model's mutex.
 #pragma once
 
 #include <cstdint>
@@ -34,26 +34,26 @@ public:
     void switch_on(uint64_t now, const TableStore& entries);
     void switch_off();
 
-    // A new entry. 0 stands for the table's default.
+    // Starts a new entry. A ttl of 0 means the table's default.
     void start(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now);
     void forget(pipe_ent_hdl ent_hdl);
 
-    // 0 for never.
+    // A ttl of 0 means never.
     void set_ttl(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now);
     uint32_t ttl(pipe_ent_hdl ent_hdl) const;
 
-    // Starts the entry's time anew, as `hit` does too.
+    // Both start the entry's time again.
     void restart(pipe_ent_hdl ent_hdl, uint64_t now);
     void hit(pipe_ent_hdl ent_hdl, uint64_t now);
 
     void update_hit_states();
     bool hit_state(pipe_ent_hdl ent_hdl) const;
 
-    // Appends the entries that have run out of time since the last look and are not told of yet.
+    // Appends the entries that have run out of time since the last call.
     void expire(uint64_t now, std::vector<IdleEntry>& expired);
-    // The entry will expire again at the next look.
+    // The next `expire` will give the entry again.
     void take_back(pipe_ent_hdl ent_hdl);
-    // False again once the entry's time has started anew.
+    // False once the entry's time has started again.
     bool is_expired(pipe_ent_hdl ent_hdl) const;
 
 private:

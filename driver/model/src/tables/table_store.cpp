@@ -1,5 +1,4 @@
-// See table_store.h. Everything that can run out of memory comes before the first change, so that a refused call leaves
-// the table as it was.
+// See table_store.h. All allocations come before the first change, so that a refused call leaves the table unchanged.
 #include "tables/table_store.h"
 
 #include <algorithm>

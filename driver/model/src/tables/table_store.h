@@ -1,5 +1,5 @@
-// The entries of one match table: records of one size in chunks that never move, found by key through an open-addressed
-// index, and by handle as a position. An entry costs key, mask and the table's largest action data, plus some 60 bytes.
+// The entries of one match table: records of one size in chunks that never move. A handle is a position; keys are found
+// by an open-addressed index. An entry takes key, mask and the table's largest action data, plus some 60 bytes.
 // Callers check keys and actions against the table first, and hold the model's mutex.
 #pragma once
 
@@ -31,15 +31,15 @@ EntryFields fields_of(const pipe_match_record* match, uint32_t action_hdl, const
 EntryImage image_of(const EntryView& view);
 EntryView view_of(const EntryImage& image);
 
-// The slots of an action as they are kept: an unchanged one is what the entry had for that resource.
+// The slots that an entry keeps from an action. An unchanged slot keeps what the entry had for its resource.
 std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
                                                             const pipe_resource_slot* old_slots, size_t old_count);
 
-// Puts a slot in the place of the one of the same resource, or behind the last one in use. False if there is no room.
+// Replaces the slot of the same resource, or adds one after the last slot in use. Returns false if there is no room.
 bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
               const pipe_resource_slot& slot);
 
-// Positions of live entries, as bits with summaries above: finding the next one doesn't depend on the holes between.
+// Positions of live entries, as bits with levels of summaries, so that the next one is found quickly across any hole.
 class LiveSet {
 public:
     static constexpr uint32_t none = UINT32_MAX;
@@ -73,18 +73,18 @@ public:
         return count_;
     }
 
-    // Of an entry's identity; an add needs it twice.
+    // The hash of an entry's key, mask, partition and priority. An add needs it twice.
     uint32_t hash(const pipe_match_record& match) const;
-    // 0 if there is no entry with this identity.
+    // 0 if there is no such entry.
     uint32_t find(const pipe_match_record& match, uint32_t hash) const;
-    // The identity must be new. Gives the handle.
+    // There must be no such entry. Returns the handle.
     uint32_t add(const pipe_match_record& match, uint32_t hash, uint32_t action_hdl, const pipe_action_record& action);
     bool has(uint32_t handle) const;
     void set_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action);
     void set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
                    uint8_t resource_count);
     void remove(uint32_t handle);
-    // For the caller to keep: 0 at first.
+    // A number that the caller keeps here; 0 at first.
     uint32_t& placement(uint32_t handle);
     EntryView view(uint32_t handle) const;
 

@@ -1,5 +1,4 @@
-// Changes of match tables at the boundary, and the tables' properties: what is refused, what counts as used, and which
-// callbacks are called.
+// Changes of match tables at the boundary, with their checks, counts of uses and callbacks; and properties of tables.
 #include <algorithm>
 
 #include <vl_driver/tables.h>
@@ -16,8 +15,8 @@ void check_key(const Table& table, const pipe_match_record& match) {
     refuse_if(match.key_bits != t.key_bits || match.key_len != t.key_len || match.key_bytes == nullptr ||
                   match.mask_bytes == nullptr,
               VL_MODEL_BAD_KEY);
-    // The priority of a prefix is the count of bits that it leaves out. Above the key's bits it says that the caller's
-    // prefix was longer than its field.
+    // The priority of a prefix is the number of unmatched bits. It exceeds the key's bits if the caller's prefix was
+    // longer than its field.
     refuse_if(t.match == VL_MODEL_PREFIX && match.priority > t.key_bits, VL_MODEL_BAD_KEY);
 }
 
@@ -28,7 +27,7 @@ void check_target(const Table& table, pipe_act_hdl act_hdl, const pipe_action_re
     if (record.kind == PIPE_KIND_GROUP) table.selector->groups.at(record.group_hdl);
 }
 
-// A meter's spec comes in the slot of the entry that it is attached to.
+// The spec of a direct meter comes in a slot.
 bool has_sound_meter(const Table& table, const pipe_action_record& record) {
     return std::all_of(record.slots, record.slots + record.resource_count, [&](const pipe_resource_slot& slot) {
         return slot.resource_hdl != table.meter->description.handle || slot.tag != PIPE_SLOT_ATTACHED ||
@@ -150,7 +149,7 @@ EntryChange set_default_entry(Table& table, pipe_act_hdl act_hdl, const pipe_act
     return {table.default_handle(), had_one ? PIPE_UPDATE_CHANGED : PIPE_UPDATE_ADDED};
 }
 
-// Not every table has a default entry before or after.
+// A table may lack a default entry before, after, or both.
 EntryChange reset_default_entry(Table& table) {
     const bool had_one = table.default_entry.has_value();
     table.reset_default_entry();
