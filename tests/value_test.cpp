@@ -99,7 +99,8 @@ TEST_F(Values, MembersAndGroups) {
 
     // Reads never tell of both at once; the member would win.
     char target_text[32];
-    char* const end = vl_pd::value::put_target(target_text, 1, 0x11, 1, 0x22);
+    char* const end =
+        vl_pd::value::put_target(target_text, {.has_mbr = 1, .has_grp = 1, .grp_hdl = 0x22, .mbr_hdl = 0x11});
     EXPECT_EQ(std::string(target_text, end), "('setMbrHdl',(0x11,))");
 }
 

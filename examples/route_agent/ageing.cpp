@@ -3,6 +3,7 @@
 #include <deque>
 
 #include "route_agent/phases.h"
+#include "vl_driver/idle.h"
 #include "vl_model/control.h"
 #include "vl_model/traffic.h"
 
