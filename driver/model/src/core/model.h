@@ -209,7 +209,7 @@ public:
     // `find` runs under the mutex.
     template <class Find>
     explicit Locked(const Find& find) : lock_(model().mutex),
-                                   held_(find()) {}
+                                        held_(find()) {}
 
     Held* operator->() const {
         return &held_;
@@ -243,6 +243,17 @@ void write_following(uint32_t hdl, uint32_t n, uint32_t* hdls, Next&& next) {
         if (hdl == 0) break;
     }
 }
+
+// A row as the software or the hardware has it. Refuse a row that doesn't exist, and one that the hardware has lost. See
+// reads/readback.cpp; the mutex must be held.
+EntryView view_of_row(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw);
+EntryView view_of_row(const DataTable& table, pipe_mbr_hdl mbr_hdl, bool from_hw);
+
+// Fill a caller's records from a row. The buffers for key and mask have room; of action data, at most `room` bytes are
+// written.
+void read_match(const Table& table, const EntryView& entry, pipe_match_record& match);
+void read_action(const EntryView& entry, uint16_t room, pipe_action_record& action, pipe_act_hdl& act_hdl);
+void read_data(const EntryView& row, uint16_t room, pipe_action_data& data);
 
 // Empties the states of the member-selector component. The mutex must be held.
 void clear_member_states();

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <random>
 
-#include "reads/readback.h"
+#include "core/model.h"
 
 namespace vl_model {
 

@@ -1,7 +1,7 @@
 // Placement data at the boundary: given out for a row, and decoded from the row in software.
 #include <vl_driver/placement.h>
 
-#include "reads/readback.h"
+#include "core/model.h"
 
 using namespace vl_model;
 

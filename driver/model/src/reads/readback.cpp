@@ -1,5 +1,5 @@
 // Reading entries, default entries and members at the boundary.
-#include "reads/readback.h"
+#include "core/model.h"
 
 #include <algorithm>
 #include <cstring>

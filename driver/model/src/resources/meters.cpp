@@ -1,7 +1,7 @@
 // Meters and WRED blocks at the boundary. The specs of direct meters are in the slots of entries; see resources.cpp.
 #include <algorithm>
 
-#include "reads/readback.h"
+#include "core/model.h"
 
 using namespace vl_model;
 

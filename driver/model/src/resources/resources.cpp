@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "reads/readback.h"
+#include "core/model.h"
 
 namespace vl_model {
 
