@@ -3,8 +3,8 @@
 // loaded in pieces other than those just stored, and waits for them.
 #include "hand_written.h"
 
-#include "hand_written_bytes.h"
 #include "codec/bytes.h"
+#include "hand_written_bytes.h"
 #include "vl_driver/tables.h"
 
 namespace by_hand {

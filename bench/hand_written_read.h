@@ -4,9 +4,9 @@
 
 #include <cstring>
 
+#include "codec/bytes.h"
 #include "hand_written.h"
 #include "hand_written_bytes.h"
-#include "codec/bytes.h"
 #include "vl_driver/system.h"
 #include "vl_driver/tables.h"
 

@@ -95,7 +95,8 @@ constexpr Fault action_fault(const Catalog& rows, const Action& action) {
     size_t bound = 0;
     for (const Table& table : tables(rows))
         bound += find_binding(table.actions, action.name) != nullptr;
-    if (indices > 1 || (indices == 1 && bound != 1)) return wrong("an action with an index parameter belongs to one table, and has one such parameter");
+    if (indices > 1 || (indices == 1 && bound != 1))
+        return wrong("an action with an index parameter belongs to one table, and has one such parameter");
     for (const Profile& profile : rows.profiles)
         bound += find_binding(profile.actions, action.name) != nullptr;
     if (bound == 0) return wrong("a table or profile has the action");
@@ -195,7 +196,8 @@ constexpr Fault counter_words_fault(const Catalog& rows) {
                 return fault(piece.field, "the words of a counted table follow its key fields");
             field += piece.form == Form::mac ? 2 : 1;
         }
-        if (field != table.key.size()) return fault(counter.table, "the words of a counted table follow its key fields");
+        if (field != table.key.size())
+            return fault(counter.table, "the words of a counted table follow its key fields");
     }
     return {};
 }
