@@ -44,18 +44,12 @@ TEST_F(Dispatch, HandlesOfNobodyGiveTheEndMarkAlone) {
         EXPECT_TRUE(out[0] == 0xFFFFFFFF && out[1] == untouched && out[2] == untouched);
         expect_calls({});
     };
-    for (const uint32_t handle :
-         {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x200001au, 0x3000001u, 0x3000005u, 0xFFFFFFFFu}) {
+    for (const uint32_t handle : unknown_handles(Known::tables)) {
         expect_end(handle, "entry_hdl_first", "sess tgt hdl out", 0);
         expect_end(handle, "entry_hdl_next", "sess tgt hdl 5 3 out", 0);
         expect_end(handle, "entry_hdl_default", "sess tgt hdl out", 0);
     }
-    std::vector<uint32_t> nobody = {0, 0x1000046, 0x3000001, 0x3000005, 0xFFFFFFFF};
-    for (uint32_t handle = 0x2000018; handle <= 0x2000031; ++handle)
-        if (handle != 0x2000019 && handle != 0x200001a && handle != 0x2000023 && handle != 0x2000027 &&
-            handle != 0x2000030)
-            nobody.push_back(handle);
-    for (const uint32_t handle : nobody) {
+    for (const uint32_t handle : unknown_handles(Known::profiles)) {
         expect_end(handle, "member_hdl_first", "sess tgt hdl out", 0xFFFFFFFF);
         expect_end(handle, "member_hdl_next", "sess tgt hdl 5 3 out", 0xFFFFFFFF);
     }

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <set>
 
 #include "vl_pd/velmar_switch_pipeline.h"
 
@@ -77,6 +78,25 @@ const catalog::Table& table_named(const char* name) {
 
 const catalog::Action& action_of(const catalog::Binding& binding) {
     return catalog::program.actions[catalog::number_of(catalog::program.actions, binding.action)];
+}
+
+std::vector<uint32_t> unknown_handles(Known known) {
+    std::set<uint32_t> tables, profiles, selectors;
+    for (const catalog::Table* table : all_tables())
+        tables.insert(table->handle);
+    for (const catalog::Profile& profile : catalog::program.profiles) {
+        profiles.insert(profile.data_table);
+        selectors.insert(profile.selector);
+    }
+    std::set<uint32_t> handles = {0, catalog::program.counters[0].handle, ~uint32_t{0}};
+    for (const auto& kind : {tables, profiles, selectors})
+        for (uint32_t handle = *kind.begin() - 1; handle <= *kind.rbegin() + 1; ++handle)
+            handles.insert(handle);
+    std::erase_if(handles, [&](uint32_t handle) {
+        return (known != Known::profiles && tables.contains(handle)) ||
+               (known != Known::tables && profiles.contains(handle));
+    });
+    return {handles.begin(), handles.end()};
 }
 
 uint32_t call(const std::string& name, std::initializer_list<uint64_t> words) {

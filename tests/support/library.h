@@ -50,6 +50,11 @@ std::vector<const catalog::Table*> direct_tables();
 const catalog::Table& table_named(const char* name);
 const catalog::Action& action_of(const catalog::Binding& binding);
 
+// Handles that a look-up by handle doesn't know, where it knows those of all tables, of all profiles, or of both: the
+// gaps between the rows' handles, the first below and above them, the handles of other kinds of row, 0 and all ones.
+enum class Known { tables, profiles, both };
+std::vector<uint32_t> unknown_handles(Known known);
+
 // Calls an exported function by its name, with each argument in a 64-bit word as x86-64 passes it: integers and
 // pointers as they are, a pd_dev_tgt as its eight bytes. Words hold garbage above 32-bit integers where the caller puts
 // it there.
