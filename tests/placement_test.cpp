@@ -1,5 +1,5 @@
-// Fetching and decoding placement data: that a decoder makes of the driver's records what a read makes of them, where
-// the two part, and which arguments of a fetch go through.
+// Fetching and decoding placement data: where decoders and reads make the same of the driver's records, where they
+// differ, and which arguments of a fetch reach the driver.
 #include "support/views.h"
 
 #include <dlfcn.h>
@@ -20,13 +20,18 @@ protected:
     std::mt19937 random{20240712};
     const Outputs fresh{};
 
-    // The driver gives both the same records, but for the kind, which a read insists on.
+    Placement() {
+        answer_with_views();
+        names["blob"] = blob;
+    }
+
+    // Decoder and read get the same records from the driver, except for the kind: a read insists on its own.
     void expect_agreement(const catalog::Table& table, const View& view, unsigned kind, pd_status when_decoded = 0,
                           pd_status when_read = 0) {
         software = hardware = view;
         software.action.kind = static_cast<uint8_t>(kind);
         const catalog::KeyLayout layout = catalog::key_layout(table);
-        hardware.key.resize(layout.bytes); // a read is of the table's own entries
+        hardware.key.resize(layout.bytes); // a read gives the table's own entries
         hardware.mask.resize(layout.bytes);
         Outputs decoded, as_read;
         EXPECT_EQ(decode(table, decoded), when_decoded);
@@ -67,8 +72,8 @@ TEST_F(Placement, DecodersAgreeWithReads) {
                 every_key(random_view(random, table, &binding), kind);
         if (!catalog::is_indirect(*table)) continue;
         View view = random_view(random, table, nullptr);
-        view.action_hdl = 0x20000001; // not looked at; nor is a list of resources made
-        view.action.resource_count = 1;
+        view.action_hdl = 0x20000001;   // ignored
+        view.action.resource_count = 1; // but no list of resources is made
         const size_t before = vl_model::allocations_made();
         for (const unsigned kind : {0u, 1u, 2u, 3u, 4u, 6u}) {
             view.set_target(kind, static_cast<uint32_t>(random()));
@@ -79,10 +84,10 @@ TEST_F(Placement, DecodersAgreeWithReads) {
     EXPECT_TRUE(log_lines().empty());
 }
 
-// Whatever entry the data is of, a table's functions take no more of it than fits their records and buffers.
+// A table's functions get the data of any other table's entry and take no more than fits their records and buffers.
 TEST_F(Placement, DataOfAnyTableByEveryTable) {
     const int nowhere = open("/dev/null", O_WRONLY);
-    vl_model::record_calls(false); // of assertions, which are many
+    vl_model::record_calls(false); // there are very many
     vl_model_log_sink_set([](int, int, const char*, void*) {}, nullptr);
     for (const catalog::Table* owner : all_tables()) {
         const catalog::Binding* const binding = catalog::is_indirect(*owner) ? nullptr : owner->actions.begin();
@@ -93,12 +98,13 @@ TEST_F(Placement, DataOfAnyTableByEveryTable) {
             const bool known = table == owner || catalog::is_indirect(*table);
             expect_agreement(*table, view, PIPE_KIND_ACTION_DATA, known ? 0 : +PD_STATUS_INVALID,
                              known ? 0 : +PD_STATUS_UNEXPECTED);
-            const std::string text = text_of(table->name + std::string("_plcmt_data_value"), {0});
+            const std::string text = text_of(table->name + std::string("_plcmt_data_value"), {blob});
             EXPECT_EQ(text.empty(), !known);
-            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_print", {static_cast<uint32_t>(nowhere), 0, 0}),
+            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_print", {static_cast<uint32_t>(nowhere), 0, blob}),
                       known ? 0 : +PD_STATUS_INVALID);
             char message[256];
-            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_eq_to_hw", {1, device, 0, 9, 0, word(message)}), known);
+            EXPECT_EQ(call(exported(table->name) + "_plcmt_data_eq_to_hw", {1, device, 0, 9, blob, word(message)}),
+                      known);
         }
     }
     close(nowhere);
@@ -118,7 +124,7 @@ TEST_F(Placement, RefusalsAndForeignActions) {
         software.status = 0;
         software.action.kind = 0;
         vl_model::fail_allocation(1);
-        EXPECT_EQ(decode(*table, out), +PD_STATUS_NO_MEMORY) << "the list is made whatever the kind";
+        EXPECT_EQ(decode(*table, out), +PD_STATUS_NO_MEMORY) << "the kind doesn't matter to the list";
         EXPECT_TRUE(out == fresh);
         for (const uint32_t foreign : {0u, binding->handle ^ 0x1000}) {
             view.action_hdl = foreign;
@@ -134,7 +140,6 @@ TEST_F(Placement, RefusalsAndForeignActions) {
 
 TEST_F(Placement, Members) {
     Bytes record;
-    names["blob"] = word(this);
     names["mbr"] = 0x1234;
     const auto run_reader = [&](const char* operation, const char* arguments) {
         calls();
@@ -144,6 +149,7 @@ TEST_F(Placement, Members) {
     };
     const auto of_data = [&] { return run_reader("get_member_from_plcmt_data", "blob record"); };
     const auto in_full = [&] { return run_reader("get_full_member_info_from_plcmt_data", "dev mbr blob record"); };
+    const std::string decoded = "pipe_mgr_plcmt_adt_data_get_entry blob * *";
     const auto expect_all = [&](bool has_shadow) {
         for_profiles([&] {
             for (const catalog::Binding& binding : profile->actions) {
@@ -153,37 +159,39 @@ TEST_F(Placement, Members) {
                 const std::string as_read = hex(record);
                 EXPECT_EQ(of_data(), 0u);
                 EXPECT_EQ(hex(record), as_read);
-                expect_calls({});
+                expect_calls({decoded});
                 EXPECT_EQ(in_full(), 0u);
                 EXPECT_EQ(hex(record), as_read);
                 const bool asks = has_shadow && action_of(binding).params.size() != 0;
-                expect_calls(asks ? Lines{"p4_pd_ms_mbr_get_res state dev mbr * *"} : Lines{});
-                EXPECT_EQ(decoded_blob, this);
+                expect_calls(asks ? Lines{decoded, "p4_pd_ms_mbr_get_res state dev mbr * *"} : Lines{decoded});
             }
         });
     };
     expect_all(true);
     for_profiles([&] {
-        // Members of the other profiles, and a member of none.
-        std::vector<View> foreign(1);
-        foreign[0].action_hdl = profile->actions.begin()->handle ^ 0x1000;
+        const auto expect_refusal = [&](pd_status status, bool asserts) {
+            EXPECT_EQ(of_data(), status);
+            if (asserts) expect_assertion(profile->name + std::string("_get_member_from_plcmt_data"));
+            EXPECT_EQ(in_full(), status);
+            if (asserts) expect_assertion(profile->name + std::string("_get_full_member_info_from_plcmt_data"));
+            EXPECT_EQ(record, Bytes(40, 0xA5));
+        };
+        // A member of no profile, and the other profiles' members.
+        software = {};
+        software.action_hdl = profile->actions.begin()->handle ^ 0x1000;
+        expect_refusal(PD_STATUS_UNEXPECTED, true);
         for (const catalog::Profile& other : catalog::program.profiles)
             for (const catalog::Binding& binding : other.actions)
-                if (&other != profile) foreign.push_back(random_view(random, nullptr, &binding));
-        for (const View& view : foreign) {
-            software = view;
-            EXPECT_EQ(of_data(), +PD_STATUS_UNEXPECTED);
-            expect_assertion(profile->name + std::string("_get_member_from_plcmt_data"));
-            EXPECT_EQ(in_full(), +PD_STATUS_UNEXPECTED);
-            expect_assertion(profile->name + std::string("_get_full_member_info_from_plcmt_data"));
-        }
+                if (&other != profile) {
+                    software = random_view(random, nullptr, &binding);
+                    expect_refusal(PD_STATUS_UNEXPECTED, true);
+                }
         software.status = 77;
-        EXPECT_EQ(of_data(), 77u);
-        EXPECT_EQ(in_full(), 77u);
-        EXPECT_EQ(record, Bytes(40, 0xA5));
+        expect_refusal(77, false);
     });
-    // A library whose shadows could not be made is as one that has not been started.
+    // A library without shadows, because the driver made none, is like a library that hasn't started.
     vl_model_reset();
+    answer_with_views();
     for (unsigned i = 1; i <= catalog::program.profiles.size(); ++i)
         vl_model::fail_call("p4_pd_ms_init_state", i, 1);
     p4_pd_velmar_switch_init();
@@ -194,7 +202,7 @@ TEST_F(Placement, Members) {
 using Real = double;
 using Word = uint64_t;
 
-// More arguments than there are registers of either kind.
+// More arguments than registers for integers and for floating-point numbers.
 using Passed = std::tuple<uint32_t, Word, uint32_t, Word, Word, Word, Word, Word, Real, Real, Real, Real, Real, Real,
                           Real, Real, Real, Real>;
 Passed passed;
@@ -225,7 +233,8 @@ TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
 
 } // namespace
 
-// In place of the driver's, whose header has them with fewer arguments, and so can't be had here.
+// These replace the driver's functions, because the embedded driver records declared arguments only. The boundary's header
+// declares fewer, so this file can't include it.
 #define VL_FETCH(function, name)                                                                                       \
     extern "C" [[gnu::visibility("default")]] uint32_t function(                                                       \
         uint32_t s, Word t, uint32_t h, Word a, Word b, Word c, Word d, Word e, Real f, Real g, Real i, Real j,        \

@@ -1,4 +1,4 @@
-// Placement data as print lines and value strings: what is put together from the texts of records, and in which order.
+// Placement data as print lines and value strings: the texts of its records, in the right order.
 #include "support/text.h"
 #include "support/views.h"
 
@@ -9,13 +9,14 @@ namespace {
 
 using namespace support;
 
-// What a print with these arguments behind the descriptor writes, and its result.
+// What a print writes, and its result.
 struct Printed {
     std::string text;
     uint32_t result = 0;
     bool operator==(const Printed&) const = default;
 };
 
+// Calls a print with a descriptor in front of these arguments.
 Printed printed(const std::string& name, std::vector<uint64_t> words) {
     int ends[2];
     EXPECT_EQ(pipe(ends), 0);
@@ -32,11 +33,13 @@ Printed printed(const std::string& name, std::vector<uint64_t> words) {
 class PlacementText : public LibraryTest {
 protected:
     std::mt19937 random{20240713};
-    const uint64_t blob = word(this);
-    // Takes no byte. A number that is no descriptor would do, but for a C library that leaks a buffer with each.
+    // Takes no byte. A closed descriptor would do the same, but each failed write to one leaks a buffer of the C library.
     const int full = open("/dev/full", O_WRONLY);
     const uint64_t no_room = static_cast<uint32_t>(full);
 
+    PlacementText() {
+        answer_with_views();
+    }
     ~PlacementText() override {
         close(full);
     }
@@ -49,7 +52,7 @@ protected:
         Row(const catalog::Profile& profile) : name(profile.name), prefix("adt_"), handle(profile.data_table) {}
     };
 
-    // By the row's own function and by its handle: the same.
+    // The row's own function and the function by handle say the same.
     std::string value(const Row& row) {
         const std::string own = text_of(row.name + "_plcmt_data_value", {blob});
         EXPECT_EQ(text_of(row.prefix + "plcmt_data_value", {dirty(row.handle), blob}), own);
@@ -59,7 +62,7 @@ protected:
         const std::string function = row.name + "_" + row.prefix + "plcmt_data_print";
         const Printed own = printed(function, {dirty(indent), blob});
         EXPECT_EQ(printed(row.prefix + "plcmt_data_print", {dirty(indent), dirty(row.handle), blob}), own);
-        EXPECT_EQ(call(exported(function), {no_room, indent, blob}), own.result) << "whatever the writes give";
+        EXPECT_EQ(call(exported(function), {no_room, indent, blob}), own.result) << "failed writes don't count";
         return own;
     }
 
@@ -70,7 +73,7 @@ protected:
         return lines;
     }
 
-    // The value is the first half of what an entry's has, when the driver reads as it decodes.
+    // The value is the first half of an entry's value, if the driver reads the entry that it decodes.
     void expect_value(const catalog::Table& table) {
         hardware = software;
         const std::string entry = text_of(std::string(table.name) + "_value", {1, device, 9, 0});
@@ -140,35 +143,32 @@ TEST_F(PlacementText, InFull) {
     EXPECT_EQ(value(group), "(( 0x0123,),('setMbrHdl',(0x5,)))");
     software.set_target(0, 0);
     EXPECT_EQ(value(group), "(( 0x0123,),)");
-    const catalog::Profile& ecmp = catalog::program.profiles[1];
+    const catalog::Profile& ecmp = catalog::program.profiles[catalog::profile_of(catalog::program, group)];
     software = random_view(random, nullptr, ecmp.actions.begin());
     software.data = {1, 8, 7, 6, 5};
     EXPECT_EQ(value(ecmp), "('setEcmpNextHop',(0x01,0x08070605,)),");
 }
 
-TEST_F(PlacementText, FailuresAndHandlesOfNobody) {
+TEST_F(PlacementText, FailuresAndUnknownHandles) {
     software.status = 77;
-    const std::string line = "cannot decode plcmt_data for " + exported("");
-    for (const catalog::Table* table : all_tables()) {
-        EXPECT_EQ(value(*table), "");
-        EXPECT_EQ(print(*table, 3), (Printed{line + table->name + "\n", 77}));
-    }
-    for (const catalog::Profile& profile : catalog::program.profiles) {
-        EXPECT_EQ(value(profile), "");
-        EXPECT_EQ(print(profile, 3), (Printed{line + profile.name + "_adt_plcmt_data_print\n", 77}));
-    }
-    const auto expect_nobody = [&](const std::string& prefix, uint32_t handle) {
-        char expected[40];
-        std::snprintf(expected, sizeof expected, "0x%08x table not found\n", handle);
-        EXPECT_EQ(printed(prefix + "plcmt_data_print", {3, handle, blob}), (Printed{expected, 27}));
-        EXPECT_EQ(call(exported(prefix) + "plcmt_data_print", {no_room, 3, handle, blob}), 0xFFFFFFFF)
-            << "the result is that of the write";
-        EXPECT_EQ(text_of(prefix + "plcmt_data_value", {handle, blob}), "");
+    const auto expect_failure = [&](const Row& row, const std::string& named) {
+        EXPECT_EQ(value(row), "");
+        EXPECT_EQ(print(row, 3), (Printed{"cannot decode plcmt_data for " + exported(named) + "\n", 77}));
     };
-    for (const uint32_t handle : {0u, 0x1000000u, 0x100005eu, 0x1000085u, 0x200001au, 0xFFFFFFFFu})
-        expect_nobody("", handle);
-    for (const uint32_t handle : {0u, 0x1000046u, 0x2000018u, 0x200001bu, 0x2000031u, 0x3000002u})
-        expect_nobody("adt_", handle);
+    for (const catalog::Table* table : all_tables())
+        expect_failure(*table, table->name);
+    for (const catalog::Profile& profile : catalog::program.profiles)
+        expect_failure(profile, std::string(profile.name) + "_adt_plcmt_data_print");
+    for (const auto& [prefix, known] : {std::pair("", Known::tables), std::pair("adt_", Known::profiles)})
+        for (const uint32_t handle : unknown_handles(known)) {
+            const std::string function = std::string(prefix) + "plcmt_data_print";
+            char expected[40];
+            std::snprintf(expected, sizeof expected, "0x%08x table not found\n", handle);
+            EXPECT_EQ(printed(function, {3, handle, blob}), (Printed{expected, 27}));
+            EXPECT_EQ(call(exported(function), {no_room, 3, handle, blob}), 0xFFFFFFFF)
+                << "the result is that of the write";
+            EXPECT_EQ(text_of(std::string(prefix) + "plcmt_data_value", {handle, blob}), "");
+        }
 }
 
 } // namespace

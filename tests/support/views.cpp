@@ -2,15 +2,13 @@
 #include "support/views.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
-
-#include "vl_driver/driver.h"
 
 namespace support {
 
 View software, hardware;
-const void* decoded_blob;
-std::vector<uint64_t> read_args;
+const uint64_t blob = word(&software);
 
 namespace {
 
@@ -19,7 +17,8 @@ bool all_zero(const void* from, size_t size) {
     return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == 0; });
 }
 
-pipe_status answer(const View& view, pipe_action_data& data, uint32_t& action_hdl) {
+// Writes a view to a caller's records, with the bytes in the buffers that the caller attached.
+uint32_t write(const View& view, pipe_action_data& data, uint32_t& action_hdl) {
     if (view.status != 0) return view.status;
     uint8_t* const buffer = data.data;
     if (buffer != nullptr) std::copy(view.data.begin(), view.data.end(), buffer);
@@ -29,10 +28,10 @@ pipe_status answer(const View& view, pipe_action_data& data, uint32_t& action_hd
     return 0;
 }
 
-pipe_status answer(const View& view, pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl) {
+uint32_t write(const View& view, pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl) {
+    if (view.status != 0) return view.status;
     const pipe_match_record buffers = match;
     const pipe_action_data data = action.action;
-    if (view.status != 0) return view.status;
     if (match.key_bytes != nullptr) std::copy(view.key.begin(), view.key.end(), match.key_bytes);
     if (match.mask_bytes != nullptr) std::copy(view.mask.begin(), view.mask.end(), match.mask_bytes);
     const bool apart = match.key_bytes == nullptr || std::equal(view.key.begin(), view.key.end(), match.key_bytes);
@@ -42,10 +41,44 @@ pipe_status answer(const View& view, pipe_match_record& match, pipe_action_recor
     match.mask_bytes = buffers.mask_bytes;
     action = view.action;
     action.action = data;
-    return answer(view, action.action, action_hdl);
+    return write(view, action.action, action_hdl);
+}
+
+void expect_clear(const pipe_match_record& match, const pipe_action_record& action) {
+    EXPECT_TRUE(all_zero(&match.partition_index, sizeof match - offsetof(pipe_match_record, partition_index)));
+    EXPECT_TRUE(match.key_bytes == nullptr ||
+                (all_zero(match.key_bytes, software.key.size()) && all_zero(match.mask_bytes, software.mask.size())));
+    const auto* const record = reinterpret_cast<const uint8_t*>(&action);
+    constexpr size_t pointer = offsetof(pipe_action_record, action.data), behind = pointer + sizeof action.action.data;
+    EXPECT_TRUE(all_zero(record, pointer) && all_zero(record + behind, sizeof action - behind));
+    EXPECT_TRUE(all_zero(action.action.data, 32));
 }
 
 } // namespace
+
+void answer_with_views() {
+    vl_model::answer_calls("pipe_mgr_plcmt_mat_data_get_entry", [](const vl_model::AnsweredCall& call) {
+        auto& match = *call.pointer<pipe_match_record>(1);
+        auto& action = *call.pointer<pipe_action_record>(2);
+        EXPECT_EQ(call.args[0], blob);
+        expect_clear(match, action);
+        return write(software, match, action, *call.pointer<uint32_t>(3));
+    });
+    vl_model::answer_calls("pipe_mgr_plcmt_adt_data_get_entry", [](const vl_model::AnsweredCall& call) {
+        auto& data = *call.pointer<pipe_action_data>(1);
+        EXPECT_EQ(call.args[0], blob);
+        EXPECT_EQ(data.data_bits | data.data_len, 0);
+        EXPECT_TRUE(all_zero(data.data, 32));
+        return write(software, data, *call.pointer<uint32_t>(2));
+    });
+    vl_model::answer_calls("pipe_mgr_get_entry", [](const vl_model::AnsweredCall& call) {
+        return write(hardware, *call.pointer<pipe_match_record>(4), *call.pointer<pipe_action_record>(5),
+                     *call.pointer<uint32_t>(6));
+    });
+    vl_model::answer_calls("pipe_mgr_get_action_data_entry", [](const vl_model::AnsweredCall& call) {
+        return write(hardware, *call.pointer<pipe_action_data>(3), *call.pointer<uint32_t>(4));
+    });
+}
 
 void View::set_target(unsigned kind, uint32_t handle) {
     action.kind = static_cast<uint8_t>(kind);
@@ -87,8 +120,7 @@ uint32_t Outputs::number() const {
 }
 
 pd_status decode(const catalog::Table& table, Outputs& out) {
-    const int blob = 0;
-    std::vector<uint64_t> words = {word(&blob)};
+    std::vector<uint64_t> words = {blob};
     if (!is_keyless(table)) words.push_back(word(out.key.data()));
     if (catalog::has_priority(table)) words.push_back(word(&out.priority));
     if (catalog::is_indirect(table))
@@ -96,9 +128,7 @@ pd_status decode(const catalog::Table& table, Outputs& out) {
     else
         words.push_back(word(out.action.data()));
     words.push_back(word(&out.is_default));
-    const pd_status status = call(exported(table.name) + "_get_entry_from_plcmt_data", words);
-    EXPECT_EQ(decoded_blob, &blob);
-    return status;
+    return call(exported(table.name) + "_get_entry_from_plcmt_data", words);
 }
 
 pd_status read(const catalog::Table& table, Outputs& out) {
@@ -115,41 +145,3 @@ pd_status read(const catalog::Table& table, Outputs& out) {
 }
 
 } // namespace support
-
-using namespace support;
-
-extern "C" {
-
-pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* blob, pipe_match_record* match, pipe_action_record* action,
-                                              pipe_act_hdl* action_hdl) {
-    decoded_blob = blob;
-    EXPECT_TRUE(all_zero(&match->partition_index, sizeof *match - offsetof(pipe_match_record, partition_index)));
-    const bool has_buffers = match->key_bytes != nullptr;
-    EXPECT_TRUE(!has_buffers || all_zero(match->key_bytes, software.key.size()));
-    EXPECT_TRUE(!has_buffers || all_zero(match->mask_bytes, software.mask.size()));
-    const auto* const record = reinterpret_cast<const uint8_t*>(action);
-    EXPECT_TRUE(all_zero(record, 12) && all_zero(record + 24, sizeof *action - 24)) << "but for the pointer";
-    EXPECT_TRUE(all_zero(action->action.data, 32));
-    return answer(software, *match, *action, *action_hdl);
-}
-
-pipe_status pipe_mgr_plcmt_adt_data_get_entry(const void* blob, pipe_action_data* data, pipe_act_hdl* action_hdl) {
-    decoded_blob = blob;
-    EXPECT_EQ(data->data_bits | data->data_len, 0);
-    EXPECT_TRUE(all_zero(data->data, 32));
-    return answer(software, *data, *action_hdl);
-}
-
-pipe_status pipe_mgr_get_entry(pipe_sess_hdl session, pipe_tbl_hdl table, pipe_dev_tgt dev_tgt, pipe_ent_hdl entry,
-                               pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* action_hdl,
-                               uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
-    read_args = {session, table,        dev_tgt.dev_id, dev_tgt.pipe_id, dev_tgt.reserved,
-                 entry,   read_from_hw, always_1,       always_0};
-    return answer(hardware, *match, *action, *action_hdl);
-}
-
-pipe_status pipe_mgr_get_action_data_entry(pipe_tbl_hdl, pipe_dev_tgt, pipe_mbr_hdl, pipe_action_data* data,
-                                           pipe_act_hdl* action_hdl, uint8_t) {
-    return answer(hardware, *data, *action_hdl);
-}
-}

@@ -1,5 +1,5 @@
-// Stands in for the driver's decoders of placement data and its reads of entries and members: a test says what the
-// software's view of an entry and the hardware's are, in the driver's form.
+// Answers the driver's decoders of placement data and its reads of entries and members: a test says how the software
+// sees an entry and how the hardware does, in the driver's form.
 #pragma once
 
 #include <random>
@@ -8,7 +8,8 @@
 
 namespace support {
 
-// One view. The pointers of its records aren't used: the bytes go to the buffers that the library attaches.
+// One side's view of an entry or a member. The pointers of its records aren't used: the bytes go to the buffers that the
+// library attaches.
 struct View {
     pipe_status status = 0;
     pipe_match_record match{};
@@ -20,19 +21,21 @@ struct View {
     void set_target(unsigned kind, uint32_t handle);
 };
 
-// What placement data decodes to, and what reads give. The decoders fail the test unless they get zeroed records with
-// zeroed buffers.
+// Decoders give the software's view, reads give the hardware's.
 extern View software, hardware;
 
-// The last blob that was decoded; and the arguments of the last read of an entry, without the pointers.
-extern const void* decoded_blob;
-extern std::vector<uint64_t> read_args;
+// The placement data that the tests pass.
+extern const uint64_t blob;
 
-// An entry with a random key, or a member where `table` is null; with this action, if any, random data and an attached
-// slot of the table's resource.
+// Starts these answers, which vl_model_reset ends. A decoder fails the test if it gets another blob, or records or
+// buffers that aren't zeroed.
+void answer_with_views();
+
+// An entry with a random key, or a member if `table` is null. `binding`, which may be null, adds an action with random
+// data and an attached slot of the table's resource.
 View random_view(std::mt19937& random, const catalog::Table* table, const catalog::Binding* binding);
 
-// All outputs of a table's decoder or read, each recognisable as long as nobody writes to it.
+// All outputs of a table's decoder or read. Each has a value that shows whether it was written.
 struct Outputs {
     Bytes key = Bytes(128, 0xA5);
     Bytes action = Bytes(64, 0xA5); // the number, and the parameters behind it
@@ -47,7 +50,7 @@ struct Outputs {
 };
 
 pd_status decode(const catalog::Table& table, Outputs& out);
-// In the form that decoders write. A keyless table's entry is the default, as far as a read tells.
+// Writes the outputs as a decoder does. A read doesn't say whether a keyless table's entry is the default: it is.
 pd_status read(const catalog::Table& table, Outputs& out);
 
 inline bool is_keyless(const catalog::Table& table) {
