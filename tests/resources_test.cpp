@@ -1,11 +1,6 @@
 // Counters, meters, WRED and registers: what reaches the driver, argument by argument and byte by byte, and what comes
-// back. The driver's functions are stood in for here, so that each can refuse and answer as a case wants it.
-#include "support/library.h"
-
-#include <dlfcn.h>
-
-#include <cstring>
-#include <functional>
+// back.
+#include "support/forwarding.h"
 
 #include "pd/tables/resource_list.h"
 #include "vl_driver/driver.h"
@@ -13,496 +8,388 @@
 namespace {
 
 using namespace support;
-using Words = std::vector<uint64_t>;
 
-struct Seen {
-    std::string function;
-    Words args;  // integers; pointers are left out, but for callbacks, cookies and null records
-    Bytes bytes; // the record that was sent
-};
-
-std::vector<Seen> seen;
-pipe_status answer;  // of every call
-std::string refused; // but of the function that refuses, with status 5
-std::function<void(pipe_counter_record&)> fill_counter;
-std::function<void(pipe_meter_spec&)> fill_meter;
-int32_t values_per_cell;
-std::function<uint32_t(pipe_stful_query*, int32_t)> fill_cells; // returns how many cells were read
-
-uint64_t as_word(pipe_dev_tgt target) {
-    uint64_t word;
-    std::memcpy(&word, &target, sizeof word);
-    return word;
-}
-
-template <class Record>
-Bytes bytes_of(const Record* record) {
-    if (record == nullptr) return {};
-    const auto* const bytes = reinterpret_cast<const uint8_t*>(record);
-    return Bytes(bytes, bytes + sizeof *record);
-}
-
-pipe_status note(const char* function, Words args, Bytes bytes = {}) {
-    seen.push_back({function, std::move(args), std::move(bytes)});
-    return refused == function ? 5 : answer;
-}
-
-class Resources : public testing::Test {
-protected:
-    Resources() {
-        seen.clear();
-        answer = 0;
-        refused.clear();
-        fill_counter = nullptr;
-        fill_meter = nullptr;
-        values_per_cell = 1;
-        fill_cells = nullptr;
-        vl_model_reset();
-    }
-    ~Resources() override {
-        EXPECT_EQ(vl_model::live_allocations(), 0u);
-    }
-
-    // The one call since the last look.
-    static Seen only() {
-        EXPECT_EQ(seen.size(), 1u);
-        Seen first = seen.empty() ? Seen{} : seen.front();
-        seen.clear();
-        return first;
-    }
-    static Bytes expect_only(const char* function, const Words& args) {
-        const Seen call = only();
-        EXPECT_EQ(call.function, function);
-        EXPECT_EQ(call.args, args) << function;
-        return call.bytes;
-    }
-    // An operation that is one call of the driver, whose status is the result. Gives the record that was sent.
-    static Bytes expect_forwarded(const std::string& operation, const Words& words, const char* function,
-                                  const Words& args) {
-        answer = 0x87654321;
-        EXPECT_EQ(call(exported(operation), words), 0x87654321u) << operation;
-        expect_only(function, args);
-        answer = 0;
-        EXPECT_EQ(call(exported(operation), words), 0u) << operation;
-        return expect_only(function, args);
-    }
-};
-
-constexpr uint64_t session = 9;
 constexpr uint64_t callback = 0x1111, cookie = 0x2222;
+constexpr uint64_t no_record = 0;
 
-struct CounterCase {
-    const char* name;
-    uint32_t handle;
-    bool direct;
+class Resources : public ForwardingTest {
+protected:
+    // The driver refuses the read, and then gives it. Only the second one changes the record.
+    template <class Record>
+    void expect_read(const std::string& operation, Words words, const std::string& function, const Words& args,
+                     Record& record) {
+        SCOPED_TRACE(operation);
+        words.push_back(word(&record));
+        const Bytes before = bytes_of(record);
+        vl_model::fail_call(function, 1, 5);
+        EXPECT_EQ(call(exported(operation), words), 5u);
+        expect_call(function, args);
+        EXPECT_EQ(bytes_of(record), before);
+        EXPECT_EQ(call(exported(operation), words), 0u);
+        expect_call(function, args);
+    }
 };
-constexpr CounterCase counters[] = {
-    {"egressPortQueueCount", 0x4000008, false},
-    {"l2DmacClassifyCount", 0x100000a, true},
-    {"ingressPortDropCount", 0x1000013, true},
-    {"sfDefaultCount", 0x100002e, true},
-    {"trapToCpuCount", 0x1000040, true},
-    {"pdpClassCount", 0x4000005, false},
-    {"haloCount", 0x1000060, true},
-    {"finalDropControlCount", 0x1000064, true},
-    {"egressPortDropCount", 0x1000083, true},
-};
+
+bool is_direct(const catalog::Resource& row) {
+    return row.addressing == catalog::Addressing::direct;
+}
+
+// Calls name a direct resource by its match table.
+uint32_t handle_in_calls(const catalog::Resource& row) {
+    return is_direct(row) ? table_named(row.table).handle : row.handle;
+}
 
 TEST_F(Resources, CountersSwapTheirWordsAndSyncOnBitZero) {
-    fill_counter = [](pipe_counter_record& record) {
-        const uint64_t words[2] = {10, 20};
-        std::memcpy(&record, words, sizeof words);
-    };
-    for (const auto& [name, handle, direct] : counters) {
-        SCOPED_TRACE(name);
-        const uint64_t where = direct ? device : target_word;
-        const char* const sync = direct ? "pipe_mgr_direct_stat_ent_database_sync" : "pipe_mgr_stat_ent_database_sync";
-        const char* const query = direct ? "pipe_mgr_mat_ent_direct_stat_query" : "pipe_mgr_stat_ent_query";
-        const std::string read = exported(std::string("counter_read_") + name);
-        uint64_t value[2] = {};
+    constexpr pipe_counter_record filled = {10, 20};
+    vl_model::answer_calls_with("pipe_mgr_mat_ent_direct_stat_query", 0, vl_model::output(4, filled));
+    vl_model::answer_calls("pipe_mgr_stat_ent_query", [&](const AnsweredCall& call) {
+        pipe_counter_record& record = **call.pointer<pipe_counter_record*>(5);
+        EXPECT_EQ(record.count_a | record.count_b, 0u) << "zeroed before";
+        record = filled;
+        return 0;
+    });
+    for (const catalog::Resource& row : catalog::program.counters) {
+        SCOPED_TRACE(row.name);
+        const bool direct = is_direct(row);
+        const uint64_t handle = handle_in_calls(row), where = direct ? device : target_word;
+        const std::string entry = direct ? "pipe_mgr_mat_ent_direct_stat_" : "pipe_mgr_stat_ent_";
+        const std::string all = direct ? "pipe_mgr_direct_stat_" : "pipe_mgr_stat_";
+        const std::string query = entry + "query", sync = all + "ent_database_sync";
+        const Words cell = {session, where, handle, 77};
+        const Words query_args =
+            direct ? cell + Words{some_address} : Words{session, where, handle, some_address, 1, some_address};
+        uint64_t value[2] = {42, 42};
+        const auto read = [&](uint32_t flags) {
+            return call(exported(std::string("counter_read_") + row.name),
+                        {dirty(session), direct ? dirty(device) : where, dirty(77), dirty(flags), word(value)});
+        };
+        vl_model::fail_call(sync, 1, 5);
+        EXPECT_EQ(read(1), 5u);
+        expect_call(sync, cell);
+        vl_model::fail_call(query, 1, 6);
+        EXPECT_EQ(read(1), 6u);
+        expect_calls({{sync, cell}, {query, query_args}});
+        EXPECT_EQ(value[0] & value[1], 42u);
         for (const uint32_t flags : {0u, 2u, 3u}) {
-            seen.clear();
-            ASSERT_EQ(
-                call(read, {dirty(session), direct ? dirty(device) : where, dirty(77), dirty(flags), word(value)}), 0u);
+            value[0] = value[1] = 42;
+            EXPECT_EQ(read(flags), 0u);
             EXPECT_EQ(value[0], 20u) << "the second of the driver's words";
             EXPECT_EQ(value[1], 10u);
-            ASSERT_EQ(seen.size(), flags & 1 ? 2u : 1u);
-            if (flags & 1) {
-                EXPECT_EQ(seen[0].function, sync);
-                EXPECT_EQ(seen[0].args, (Words{session, where, handle, 77}));
+            const std::vector<Call> made =
+                flags & 1 ? expect_calls({{sync, cell}, {query, query_args}}) : expect_calls({{query, query_args}});
+            if (!direct) {
+                EXPECT_EQ(made.back().inputs[0], bytes_of(77));
             }
-            EXPECT_EQ(seen.back().function, query);
-            EXPECT_EQ(seen.back().args, (Words{session, where, handle, 77}));
         }
-        for (const char* const failing : {sync, query}) {
-            refused = failing;
-            value[0] = value[1] = 42;
-            seen.clear();
-            EXPECT_EQ(call(read, {session, where, 77, 1, word(value)}), 5u);
-            EXPECT_EQ(value[0] & value[1], 42u);
-            EXPECT_EQ(seen.size(), failing == sync ? 1u : 2u);
-            refused.clear();
-        }
-        seen.clear();
         // The value travels in two registers.
-        const Bytes sent = expect_forwarded(std::string("counter_write_") + name, {session, target_word, 77, 1, 2},
-                                            direct ? "pipe_mgr_mat_ent_direct_stat_set" : "pipe_mgr_stat_ent_set",
-                                            {session, target_word, handle, 77});
-        const uint64_t swapped[2] = {2, 1};
-        EXPECT_EQ(sent, bytes_of(&swapped));
-        expect_forwarded(std::string("counter_hw_sync_") + name, {session, target_word, callback, cookie},
-                         direct ? "pipe_mgr_direct_stat_database_sync" : "pipe_mgr_stat_database_sync",
-                         {session, target_word, handle, callback, cookie});
+        const Call written =
+            expect_forwarded(std::string("counter_write_") + row.name, {session, target_word, 77, 1, 2}, entry + "set",
+                             {session, target_word, handle, 77, some_address});
+        EXPECT_EQ(written.inputs[0], bytes_of(pipe_counter_record{2, 1}));
+        expect_forwarded(std::string("counter_hw_sync_") + row.name, {session, target_word, callback, cookie},
+                         all + "database_sync", {session, target_word, handle, callback, cookie});
     }
 }
 
-pipe_meter_spec meter_in(const Bytes& bytes, size_t offset = 0) {
-    pipe_meter_spec spec;
-    EXPECT_GE(bytes.size(), offset + sizeof spec);
-    std::memcpy(&spec, bytes.data() + offset, sizeof spec);
-    return spec;
+constexpr pd_meter_spec sent_meter(uint32_t type) {
+    return {0x80000001, 2, 3, 4, type};
 }
 
-void expect_meter(const pipe_meter_spec& sent, uint32_t type, uint32_t unit) {
-    EXPECT_EQ(sent.type, type);
-    EXPECT_EQ(sent.committed_unit, unit);
-    EXPECT_EQ(sent.peak_unit, unit);
-    EXPECT_EQ(sent.committed_rate, 0x80000001u);
-    EXPECT_EQ(sent.committed_burst, 2u);
-    EXPECT_EQ(sent.peak_rate, 3u);
-    EXPECT_EQ(sent.peak_burst, 4u);
+void expect_meter(const pipe_meter_spec& sent, uint32_t type, uint32_t unit = PIPE_METER_UNIT_BYTES) {
+    const pipe_meter_spec expected = {type, 0, unit, 0, 0x80000001, 2, unit, 0, 3, 4};
+    EXPECT_EQ(hex(bytes_of(sent)), hex(bytes_of(expected)));
 }
+
+// The driver's form of a read meter, with numbers that only the low 32 bits of reach an agent.
+void answer_meter_reads() {
+    vl_model::answer_calls("pipe_mgr_meter_read_entry*", [](const AnsweredCall& call) {
+        auto& spec = *call.pointer<pipe_meter_spec>(4);
+        EXPECT_EQ(hex(bytes_of(spec)), hex(Bytes(sizeof spec))) << "zeroed before";
+        spec = {7, 0, 1, 0, 0x100000005, 6, 1, 0, 7, 0x200000008};
+        return 0;
+    });
+}
+constexpr pd_meter_spec read_meter = {5, 6, 7, 8, 7}; // the type isn't mapped
 
 TEST_F(Resources, MetersOfThePipeline) {
-    const pd_meter_spec spec = {0x80000001, 2, 3, 4, PD_METER_TYPE_COLOR_UNAWARE};
-    const Bytes sent = expect_forwarded("meter_set_stormControlMeter", {session, device, 33, word(&spec)},
-                                        "pipe_mgr_mat_ent_set_resource", {session, device, 0x1000027, 33, 1, 0});
-    pipe_resource_slot slot;
-    std::memcpy(&slot, sent.data(), sizeof slot);
-    EXPECT_EQ(slot.resource_hdl, 0x5000001u);
-    EXPECT_EQ(slot.tag, 1u);
-    expect_meter(meter_in(sent, offsetof(pipe_resource_slot, spec)), 1, 0);
-
-    const std::pair<const char*, uint32_t> indirect[] = {
-        {"ingressMirrorMeter", 0x5000002}, {"egressMirrorMeter", 0x5000005}, {"pdpMeter", 0x5000003}};
-    fill_meter = [](pipe_meter_spec& read) {
-        EXPECT_EQ(read.type | read.committed_rate | read.peak_burst, 0u) << "zeroed before";
-        read = {7, 0, 1, 0, 0x100000005, 6, 1, 0, 7, 0x200000008};
-    };
-    const auto expect_read = [](const pd_meter_spec& read) {
-        EXPECT_EQ(read.meter_type, 7u) << "unmapped";
-        EXPECT_EQ(read.committed_rate, 5u) << "the low 32 bits";
-        EXPECT_EQ(read.committed_burst, 6u);
-        EXPECT_EQ(read.peak_rate, 7u);
-        EXPECT_EQ(read.peak_burst, 8u);
-    };
-    for (const auto& [name, handle] : indirect) {
-        SCOPED_TRACE(name);
-        expect_meter(
-            meter_in(expect_forwarded(std::string("meter_set_") + name, {session, target_word, dirty(44), word(&spec)},
-                                      "pipe_mgr_meter_ent_set", {session, target_word, handle, 44, 0})),
-            1, 0);
-        pd_meter_spec read = spec;
-        for (const pd_status expected : {5u, 0u}) {
-            refused = expected == 0 ? "" : "pipe_mgr_meter_read_entry_idx";
-            EXPECT_EQ(std::memcmp(&read, &spec, sizeof read), 0) << "untouched by the refused read";
-            EXPECT_EQ(call(exported(std::string("meter_read_") + name), {session, target_word, 44, word(&read)}),
-                      expected);
-            expect_only("pipe_mgr_meter_read_entry_idx", {session, target_word, handle, 44, 0});
+    answer_meter_reads();
+    for (const catalog::Resource& row : catalog::program.meters) {
+        SCOPED_TRACE(row.name);
+        const bool direct = is_direct(row);
+        const uint64_t where = direct ? device : target_word, handle = handle_in_calls(row);
+        const std::string set = std::string("meter_set_") + row.name;
+        const std::string set_function = direct ? "pipe_mgr_mat_ent_set_resource" : "pipe_mgr_meter_ent_set";
+        const Words set_args = Words{session, where, handle, 44, some_address} + (direct ? Words{1, 0} : Words{0});
+        // A meter of no type is sent as colour-aware, with a line in the log.
+        for (const uint32_t type : {0u, 1u, 9u}) {
+            const pd_meter_spec spec = sent_meter(type);
+            const Words words = {session, where, dirty(44), word(&spec)};
+            const Call sent = expect_forwarded(set, words, set_function, set_args);
+            const auto slot = vl_model::input_record<pipe_resource_slot>(sent);
+            pipe_meter_spec driver_spec = vl_model::input_record<pipe_meter_spec>(sent);
+            if (direct) {
+                EXPECT_EQ(slot.resource_hdl, row.handle);
+                EXPECT_EQ(slot.tag, +PIPE_SLOT_ATTACHED);
+                std::memcpy(&driver_spec, slot.spec, sizeof driver_spec);
+            }
+            expect_meter(driver_spec,
+                         type == PD_METER_TYPE_COLOR_UNAWARE ? PIPE_METER_COLOR_UNAWARE : PIPE_METER_COLOR_AWARE);
+            EXPECT_EQ(call(exported(set), words), 0u);
+            EXPECT_EQ(log_lines().size(), type == 9 ? 1u : 0u);
         }
-        expect_read(read);
-    }
-    pd_meter_spec read = {};
-    ASSERT_EQ(p4_pd_velmar_switch_meter_read_stormControlMeter(session, target, 33, &read), 0u);
-    expect_only("pipe_mgr_meter_read_entry", {session, target_word, 0x1000027, 33});
-    expect_read(read);
-    refused = "pipe_mgr_meter_read_entry";
-    read = spec;
-    EXPECT_EQ(p4_pd_velmar_switch_meter_read_stormControlMeter(session, target, 33, &read), 5u);
-    EXPECT_EQ(std::memcmp(&read, &spec, sizeof read), 0);
-}
+        pd_meter_spec read = sent_meter(1);
+        const Words read_args = {session, target_word, handle, 44, some_address};
+        expect_read(std::string("meter_read_") + row.name, {session, target_word, 44},
+                    direct ? "pipe_mgr_meter_read_entry" : "pipe_mgr_meter_read_entry_idx",
+                    direct ? read_args : read_args + Words{0}, read);
+        EXPECT_EQ(bytes_of(read), bytes_of(read_meter));
 
-// By the resource's handle, also where the other operations name the match table.
-TEST_F(Resources, ByteCountAdjustments) {
-    const std::pair<const char*, uint32_t> meters[] = {{"stormControlMeter", 0x5000001},
-                                                       {"ingressMirrorMeter", 0x5000002},
-                                                       {"egressMirrorMeter", 0x5000005},
-                                                       {"pdpMeter", 0x5000003}};
-    for (const auto& [name, handle] : meters) {
+        // Adjustments go by the meter's own handle, also for a direct meter.
         uint32_t adjustment = 0;
-        expect_forwarded(std::string("meter_bytecount_adjust_set_") + name, {session, target_word, 20},
-                         "pipe_mgr_meter_set_bytecount_adjust", {session, target_word, handle, 20});
-        expect_forwarded(std::string("meter_bytecount_adjust_get_") + name, {session, target_word, word(&adjustment)},
-                         "pipe_mgr_meter_get_bytecount_adjust", {session, target_word, handle});
+        expect_forwarded(std::string("meter_bytecount_adjust_set_") + row.name, {session, target_word, 20},
+                         "pipe_mgr_meter_set_bytecount_adjust", {session, target_word, row.handle, 20});
+        vl_model::answer_calls_with("pipe_mgr_meter_get_bytecount_adjust", 0, vl_model::output(3, 20u));
+        expect_forwarded(std::string("meter_bytecount_adjust_get_") + row.name,
+                         {session, target_word, word(&adjustment)}, "pipe_mgr_meter_get_bytecount_adjust",
+                         {session, target_word, row.handle, some_address});
         EXPECT_EQ(adjustment, 20u);
     }
 }
 
-TEST_F(Resources, OnlyAMeterTypeThatIsNoneIsLoggedAndIsSentAsColourAware) {
-    for (const uint32_t type : {0u, 1u, 9u})
-        for (const char* const name : {"stormControlMeter", "ingressMirrorMeter", "egressMirrorMeter", "pdpMeter"}) {
-            SCOPED_TRACE(name);
-            const bool direct = name == std::string("stormControlMeter");
-            const pd_meter_spec spec = {0x80000001, 2, 3, 4, type};
-            vl_model::record_calls(true);
-            EXPECT_EQ(call(exported(std::string("meter_set_") + name),
-                           {session, direct ? device : target_word, 1, word(&spec)}),
-                      0u);
-            size_t lines = 0;
-            for (const vl_model::Call& call : vl_model::take_calls())
-                lines += call.function == "bf_sys_log_and_trace";
-            vl_model::record_calls(false);
-            EXPECT_EQ(lines, type == 9 ? 1u : 0u);
-            expect_meter(meter_in(only().bytes, direct ? offsetof(pipe_resource_slot, spec) : 0), type == 1, 0);
-        }
-}
-
 TEST_F(Resources, MetersByHandle) {
-    pd_meter_spec spec = {0x80000001, 2, 3, 4, PD_METER_TYPE_COLOR_UNAWARE};
+    answer_meter_reads();
+    constexpr uint64_t meter = 0x5000077;
+    const Words args = {session, target_word, meter, 8, some_address, 0};
     for (const bool packets : {false, true}) {
-        const char* const operation = packets ? "packets_meter_set" : "bytes_meter_set";
-        const std::string set = exported(operation);
-        spec.meter_type = PD_METER_TYPE_COLOR_UNAWARE;
-        expect_meter(meter_in(expect_forwarded(operation, {session, target_word, 0x5000077, 8, word(&spec), 0},
-                                               "pipe_mgr_meter_ent_set", {session, target_word, 0x5000077, 8, 0})),
-                     1, packets);
-        spec.meter_type = PD_METER_TYPE_COLOR_AWARE;
-        ASSERT_EQ(call(set, {session, target_word, 0x5000077, 8, word(&spec), 1}), 0u);
-        expect_meter(meter_in(only().bytes), 0, packets);
-        // Eight bits of the flag count; without a colour there is nothing to be aware of.
-        EXPECT_EQ(call(set, {session, target_word, 0x5000077, 8, word(&spec), 0x100}), +PD_STATUS_INVALID);
-        spec.meter_type = 2;
-        EXPECT_EQ(call(set, {session, target_word, 0x5000077, 8, word(&spec), 1}), +PD_STATUS_INVALID);
-        EXPECT_TRUE(seen.empty());
-        pd_meter_spec read = {42, 42, 42, 42, 42};
-        fill_meter = [](pipe_meter_spec& form) { form.type = 1; };
-        for (const pd_status expected : {5u, 0u}) {
-            refused = expected == 0 ? "" : "pipe_mgr_meter_read_entry_idx";
-            EXPECT_EQ(read.committed_rate & read.meter_type, 42u) << "untouched by the refused read";
-            EXPECT_EQ(call(exported(packets ? "packets_meter_read" : "bytes_meter_read"),
-                           {session, target_word, 0x5000077, 8, word(&read)}),
-                      expected);
-            expect_only("pipe_mgr_meter_read_entry_idx", {session, target_word, 0x5000077, 8, 0});
+        const std::string kind = packets ? "packets" : "bytes";
+        for (const uint32_t aware : {0u, 1u}) {
+            const pd_meter_spec spec = sent_meter(aware ? PD_METER_TYPE_COLOR_AWARE : PD_METER_TYPE_COLOR_UNAWARE);
+            const Call sent =
+                expect_forwarded(kind + "_meter_set", {session, target_word, meter, 8, word(&spec), aware},
+                                 "pipe_mgr_meter_ent_set", args);
+            expect_meter(vl_model::input_record<pipe_meter_spec>(sent), aware ? 0 : 1, packets);
         }
-        EXPECT_EQ(read.meter_type, 1u);
+        // The type contradicts the flag, of which eight bits count, or there is no such type.
+        for (const auto& [type, aware] : {std::pair(+PD_METER_TYPE_COLOR_AWARE, 0x100), std::pair(2, 1)}) {
+            const pd_meter_spec spec = sent_meter(static_cast<uint32_t>(type));
+            EXPECT_EQ(call(exported(kind + "_meter_set"),
+                           {session, target_word, meter, 8, word(&spec), static_cast<uint32_t>(aware)}),
+                      +PD_STATUS_INVALID);
+            expect_calls({});
+        }
+        pd_meter_spec read = sent_meter(1);
+        expect_read(kind + "_meter_read", {session, target_word, meter, 8}, "pipe_mgr_meter_read_entry_idx", args,
+                    read);
+        EXPECT_EQ(bytes_of(read), bytes_of(read_meter));
     }
 }
 
 TEST_F(Resources, WredSpecsGoThroughACopy) {
-    const pd_wred_spec spec = {{0x1122334455667788, 0x99AABBCCDDEEFF00}};
-    EXPECT_EQ(expect_forwarded("wred_set", {session, target_word, 0x5000044, 6, word(&spec)}, "pipe_mgr_wred_ent_set",
-                               {session, target_word, 0x5000044, 6, 0}),
-              bytes_of(&spec));
-    EXPECT_EQ(expect_forwarded("wred_set_wredBlock", {session, target_word, 6, word(&spec)}, "pipe_mgr_wred_ent_set",
-                               {session, target_word, 0x5000004, 6, 0}),
-              bytes_of(&spec));
-    pd_wred_spec read = {{1, 1}};
-    ASSERT_EQ(p4_pd_velmar_switch_wred_read_wredBlock(session, target, 6, &read), 0u);
-    expect_only("pipe_mgr_wred_read_entry_idx", {session, target_word, 0x5000004, 6, 0});
-    EXPECT_EQ(read.words[0], 0xABu);
-    EXPECT_EQ(read.words[1], 0xCDu);
-    refused = "pipe_mgr_wred_read_entry_idx";
-    read = spec;
-    EXPECT_EQ(p4_pd_velmar_switch_wred_read_wredBlock(session, target, 7, &read), 5u);
-    EXPECT_EQ(bytes_of(&read), bytes_of(&spec));
-}
-
-struct RegisterCase {
-    const char* name;
-    uint32_t handle;
-    unsigned bytes; // of a value
-};
-constexpr RegisterCase registers[] = {
-    {"ingStpCheckData", 0x6000001, 1},  {"ingVlanCheckData", 0x6000002, 1}, {"dropReportFilter", 0x6000007, 1},
-    {"seqNumber", 0x6000008, 4},        {"thresholds", 0x6000009, 8},       {"quota", 0x600000a, 4},
-    {"flowReportFilter", 0x600000b, 1}, {"egrStpCheckData", 0x600000d, 1},  {"egrVlanCheckData", 0x600000e, 1},
-};
-
-// Element e of cell c holds the bytes c0 e0, c0 e1, ... so that every value tells where it comes from.
-void fill_elements(pipe_stful_query& query, unsigned cell) {
-    for (unsigned element = 0; element < query.count; ++element)
-        for (unsigned byte = 0; byte < 16; ++byte)
-            query.elements[element].bytes[byte] = static_cast<uint8_t>(cell << 6 | element << 4 | byte);
-}
-
-TEST_F(Resources, RegisterReadsUseTheDriversCount) {
-    values_per_cell = 4;
-    fill_cells = [](pipe_stful_query* query, int32_t) {
-        EXPECT_EQ(query->count, 4u);
-        fill_elements(*query, 1);
-        query->count = 2;
-        return 1u;
+    constexpr pd_wred_spec spec = {{0x1122334455667788, 0x99AABBCCDDEEFF00}};
+    constexpr pipe_wred_spec filled = {{0xAB, 0xCD}};
+    const auto expect_set = [&](const std::string& operation, const Words& words, uint64_t handle) {
+        const Call sent = expect_forwarded(operation, words + Words{6, word(&spec)}, "pipe_mgr_wred_ent_set",
+                                           {session, target_word, handle, 6, some_address, 0});
+        EXPECT_EQ(sent.inputs[0], bytes_of(spec));
+        EXPECT_NE(sent.args[4], word(&spec));
     };
-    for (const auto& [name, handle, bytes] : registers) {
-        SCOPED_TRACE(name);
-        Bytes values(4 * bytes, 0xEE);
-        uint32_t count = 0;
-        for (const uint32_t flags : {2u, 3u}) {
-            seen.clear();
-            ASSERT_EQ(call(exported(std::string("register_read_") + name),
-                           {session, target_word, dirty(21), dirty(flags), word(values.data()), word(&count)}),
-                      0u);
-            ASSERT_EQ(seen.size(), 2u);
-            EXPECT_EQ(seen[0].args, (Words{session, target_word, handle}));
-            EXPECT_EQ(seen[1].function, "pipe_stful_ent_query");
-            EXPECT_EQ(seen[1].args, (Words{session, target_word, handle, 21, flags & 1}));
-        }
-        EXPECT_EQ(count, 2u);
-        for (unsigned i = 0; i < 4 * bytes; ++i)
-            EXPECT_EQ(values[i], i < 2 * bytes ? (1 << 6 | i / bytes << 4 | i % bytes) : 0xEE) << i;
+    expect_set("wred_set", {session, target_word, 0x5000044}, 0x5000044);
+    vl_model::answer_calls("pipe_mgr_wred_read_entry_idx", [&](const AnsweredCall& call) {
+        auto& record = *call.pointer<pipe_wred_spec>(4);
+        EXPECT_EQ(record.words[0] | record.words[1], 0u);
+        record = filled;
+        return 0;
+    });
+    for (const catalog::Resource& row : catalog::program.wred_blocks) {
+        expect_set(std::string("wred_set_") + row.name, {session, target_word}, row.handle);
+        pd_wred_spec read = spec;
+        expect_read(std::string("wred_read_") + row.name, {session, target_word, 6}, "pipe_mgr_wred_read_entry_idx",
+                    {session, target_word, row.handle, 6, some_address, 0}, read);
+        EXPECT_EQ(bytes_of(read), bytes_of(filled));
     }
 }
 
-TEST_F(Resources, RegisterRangesLeaveNoGaps) {
-    for (const auto& [name, handle, bytes] : registers) {
-        SCOPED_TRACE(name);
-        values_per_cell = 2;
-        fill_cells = [](pipe_stful_query* queries, int32_t count) {
-            EXPECT_EQ(count, 3);
+class Registers : public Resources {
+protected:
+    // The cells of a register have this many values.
+    static void answer_size(int32_t values) {
+        vl_model::answer_calls_with("pipe_stful_query_get_sizes", 0, vl_model::output(3, values));
+    }
+
+    // Byte b of value v of cell c is c * 64 + v * 16 + b, so that every byte tells where it comes from.
+    static void fill(pipe_stful_query& query, unsigned cell) {
+        for (unsigned value = 0; value < query.count; ++value)
+            for (unsigned byte = 0; byte < 16; ++byte)
+                query.elements[value].bytes[byte] = static_cast<uint8_t>(cell << 6 | value << 4 | byte);
+    }
+
+    // The values begin with the first bytes of these elements, and nothing is written behind them.
+    static void expect_values(const Bytes& values, unsigned size, const Bytes& elements) {
+        for (unsigned i = 0; i < values.size(); ++i) {
+            EXPECT_EQ(values[i], i < elements.size() * size ? elements[i / size] + i % size : 0xEE) << i;
+        }
+    }
+
+    static unsigned value_size(const catalog::Register& row) {
+        return row.cell == catalog::Cell::flag ? 1 : row.cell == catalog::Cell::word ? 4 : 8;
+    }
+};
+
+TEST_F(Registers, ReadsUseTheDriversCount) {
+    answer_size(4);
+    vl_model::answer_calls("pipe_stful_ent_query", [](const AnsweredCall& call) {
+        auto& query = *call.pointer<pipe_stful_query>(4);
+        EXPECT_EQ(query.count, 4u);
+        fill(query, 1);
+        query.count = 2;
+        return 0;
+    });
+    for (const catalog::Register& row : catalog::program.registers)
+        for (const uint32_t flags : {2u, 3u}) {
+            SCOPED_TRACE(row.name);
+            Bytes values(4 * value_size(row), 0xEE);
+            uint32_t count = 0;
+            EXPECT_EQ(call(exported(std::string("register_read_") + row.name),
+                           {session, target_word, dirty(21), dirty(flags), word(values.data()), word(&count)}),
+                      0u);
+            expect_calls({{"pipe_stful_query_get_sizes", {session, target_word, row.handle, some_address}},
+                          {"pipe_stful_ent_query", {session, target_word, row.handle, 21, some_address, flags & 1}}});
+            EXPECT_EQ(count, 2u);
+            expect_values(values, value_size(row), {0x40, 0x50});
+        }
+}
+
+TEST_F(Registers, RangesLeaveNoGaps) {
+    answer_size(2);
+    // More than a machine has is an empty block, so that the read goes on.
+    vl_model::answer_calls("bf_sys_calloc", [](const AnsweredCall& call) {
+        return call.args[0] > PTRDIFF_MAX ? word(bf_sys_calloc(0, call.args[1])) : call.driver();
+    });
+    for (const catalog::Register& row : catalog::program.registers) {
+        SCOPED_TRACE(row.name);
+        Bytes values(6 * value_size(row), 0xEE);
+        uint32_t cells = 99, count = 99;
+        const auto read = [&](uint32_t first, int32_t asked) {
+            const auto asked_word = static_cast<uint32_t>(asked);
+            EXPECT_EQ(call(exported(std::string("register_range_read_") + row.name),
+                           {session, target_word, dirty(first), dirty(asked_word), dirty(3), word(&cells),
+                            word(values.data()), word(&count)}),
+                      0u);
+            expect_calls({{"pipe_stful_query_get_sizes", {session, target_word, row.handle, some_address}},
+                          {"pipe_stful_ent_query_range",
+                           {session, target_word, row.handle, first, asked_word, some_address, some_address, 1}}});
+        };
+        vl_model::answer_calls("pipe_stful_ent_query_range", [](const AnsweredCall& call) {
+            auto* const queries = call.pointer<pipe_stful_query>(5);
             for (unsigned i = 0; i < 3; ++i)
-                fill_elements(queries[i], i);
+                fill(queries[i], i);
             EXPECT_EQ(queries[1].elements, queries[0].elements + 2);
-            queries[0].count = 1; // of two
-            return 2u;            // of three
-        };
-        Bytes values(6 * bytes, 0xEE);
-        uint32_t cells = 0, count = 0;
-        const auto read = [&, name = name, handle = handle](uint32_t first, int32_t asked) {
-            seen.clear();
-            const pd_status status = call(exported(std::string("register_range_read_") + name),
-                                          {session, target_word, dirty(first), dirty(static_cast<uint32_t>(asked)),
-                                           dirty(3), word(&cells), word(values.data()), word(&count)});
-            EXPECT_EQ(seen.size(), 2u) << "the driver is called whatever is asked";
-            if (!seen.empty()) seen.erase(seen.begin());
-            expect_only("pipe_stful_ent_query_range",
-                        {session, target_word, handle, first, static_cast<uint32_t>(asked), 1});
-            return status;
-        };
-        ASSERT_EQ(read(100, 3), 0u);
+            queries[0].count = 1;           // of two
+            *call.pointer<uint32_t>(6) = 2; // of three
+            return 0;
+        });
+        read(100, 3);
         EXPECT_EQ(cells, 2u);
         EXPECT_EQ(count, 3u);
-        const unsigned first_bytes[] = {0x00, 0x40, 0x50}; // the second cell follows at once
-        for (unsigned i = 0; i < 6 * bytes; ++i)
-            EXPECT_EQ(values[i], i < 3 * bytes ? first_bytes[i / bytes] + i % bytes : 0xEE) << i;
+        expect_values(values, value_size(row), {0x00, 0x40, 0x50}); // the second cell follows at once
 
-        // No cell read, and no cell asked for.
-        fill_cells = [](pipe_stful_query*, int32_t) { return 0u; };
+        // The driver is called for any count, and reads no cell.
+        vl_model::answer_calls_with("pipe_stful_ent_query_range", 0, vl_model::output(6, 0u));
         for (const int32_t asked : {3, 0, -1}) {
             count = cells = 99;
-            EXPECT_EQ(read(0, asked), 0u);
+            read(100, asked);
             EXPECT_EQ(count | cells, 0u);
         }
     }
 }
 
-TEST_F(Resources, FailedRegisterReadsWriteAndLeakNothing) {
-    values_per_cell = 2;
+TEST_F(Registers, FailedReadsWriteAndLeakNothing) {
+    answer_size(2);
     uint32_t values[4] = {42, 42, 42, 42}, count = 42, cells = 42;
-    const auto read = [&] {
-        return p4_pd_velmar_switch_register_read_seqNumber(session, target, 0, 0, values, &count);
-    };
-    const auto read_range = [&] {
-        return p4_pd_velmar_switch_register_range_read_seqNumber(session, target, 0, 2, 0, &cells, values, &count);
-    };
-    const auto expect_untouched = [&](size_t calls) {
-        EXPECT_EQ(values[0] & values[3] & count & cells, 42u);
-        EXPECT_EQ(seen.size(), calls);
-        EXPECT_EQ(vl_model::live_allocations(), 0u);
-        seen.clear();
-    };
-    refused = "pipe_stful_query_get_sizes";
-    EXPECT_EQ(read(), 5u);
-    expect_untouched(1);
-    EXPECT_EQ(read_range(), 5u);
-    expect_untouched(1);
-    EXPECT_EQ(vl_model::allocations_made(), 0u);
-    refused = "pipe_stful_ent_query";
-    EXPECT_EQ(read(), 5u);
-    expect_untouched(2);
-    refused = "pipe_stful_ent_query_range";
-    EXPECT_EQ(read_range(), 5u);
-    expect_untouched(2);
-    refused.clear();
-    vl_model::fail_allocation(1);
-    EXPECT_EQ(read(), +PD_STATUS_NO_MEMORY);
-    expect_untouched(1);
-    for (const unsigned failing : {1u, 2u}) {
+    const auto expect_failure = [&](bool range, pd_status status, size_t calls, size_t allocations) {
         const size_t before = vl_model::allocations_made();
-        vl_model::fail_allocation(failing);
-        EXPECT_EQ(read_range(), +PD_STATUS_NO_MEMORY);
-        expect_untouched(1);
-        EXPECT_EQ(vl_model::allocations_made() - before, 1u) << "the other one is tried all the same";
-    }
-}
-
-TEST_F(Resources, RegisterWritesAndResets) {
-    for (const auto& [name, handle, bytes] : registers) {
-        SCOPED_TRACE(name);
-        const uint8_t value[8] = {0x80, 1, 2, 3, 4, 5, 6, 7};
-        const Bytes sent = bytes == 1 ? Bytes{1} : Bytes(value, value + bytes);
-        const auto forward = [&, name = name, handle = handle, bytes = bytes](const char* operation, Words words,
-                                                                              const char* function, Words args) {
-            words.insert(words.begin(), {session, target_word});
-            args.insert(args.begin(), {session, target_word, handle});
-            Bytes element = expect_forwarded(std::string("register_") + operation + name, words, function, args);
-            if (!element.empty()) element.resize(bytes);
-            return element;
-        };
-        EXPECT_EQ(forward("write_", {5, word(value)}, "pipe_stful_ent_set", {5, 0}), sent) << "a flag becomes 0 or 1";
-        EXPECT_EQ(forward("write_all_", {word(value)}, "pipe_stful_table_reset", {}), sent);
-        EXPECT_EQ(forward("reset_all_", {}, "pipe_stful_table_reset", {}), Bytes{}) << "null: the initial value";
-        EXPECT_EQ(forward("range_reset_", {10, 20}, "pipe_stful_table_reset_range", {10, 20}), Bytes{});
-        forward("hw_sync_", {callback, cookie}, "pipe_stful_database_sync", {callback, cookie});
-    }
-}
-
-TEST_F(Resources, RegistersByHandle) {
-    pipe_stful_element element{};
-    element.bytes[0] = 0x80;
-    pipe_stful_query query{};
-    fill_cells = [&](const pipe_stful_query* passed, int32_t) {
-        EXPECT_EQ(passed, &query);
-        return 1u;
+        EXPECT_EQ(
+            range ? p4_pd_velmar_switch_register_range_read_seqNumber(session, target, 0, 2, 0, &cells, values, &count)
+                  : p4_pd_velmar_switch_register_read_seqNumber(session, target, 0, 0, values, &count),
+            status);
+        EXPECT_EQ(values[0] & values[3] & count & cells, 42u);
+        EXPECT_EQ(driver_calls().size(), calls);
+        EXPECT_EQ(vl_model::allocations_made() - before, allocations);
+        EXPECT_EQ(vl_model::live_allocations(), 0u);
     };
-    constexpr uint64_t reg = 0x600000c, table = 0x1000040;
-    expect_forwarded("register_read_indirect", {session, target_word, reg, 3, 0xFE, word(&query)},
-                     "pipe_stful_ent_query", {session, target_word, reg, 3, 0});
-    expect_forwarded("register_read_direct", {session, target_word, table, 3, 0xFF, word(&query)},
-                     "pipe_stful_direct_ent_query", {session, target_word, table, 3, 1});
-    EXPECT_EQ(expect_forwarded("register_write_indirect", {session, target_word, reg, 3, word(&element)},
-                               "pipe_stful_ent_set", {session, target_word, reg, 3, 0}),
-              bytes_of(&element))
-        << "elements pass as they are";
-    EXPECT_EQ(expect_forwarded("register_write_all_indirect", {session, target_word, reg, word(&element)},
-                               "pipe_stful_table_reset", {session, target_word, reg}),
-              bytes_of(&element));
-    EXPECT_EQ(expect_forwarded("register_reset_all_indirect", {session, target_word, reg}, "pipe_stful_table_reset",
-                               {session, target_word, reg}),
-              Bytes{});
-    EXPECT_EQ(expect_forwarded("register_range_reset_indirect", {session, target_word, reg, 1, 2},
-                               "pipe_stful_table_reset_range", {session, target_word, reg, 1, 2}),
-              Bytes{});
-    expect_forwarded("register_hw_sync_indirect", {session, target_word, reg, callback, cookie},
-                     "pipe_stful_database_sync", {session, target_word, reg, callback, cookie});
-    expect_forwarded("register_hw_sync_direct", {session, target_word, table, callback, cookie},
-                     "pipe_stful_direct_database_sync", {session, target_word, table, callback, cookie});
+    for (const bool range : {false, true}) {
+        const size_t arrays = range ? 2 : 1;
+        vl_model::fail_call("pipe_stful_query_get_sizes", 1, 5);
+        expect_failure(range, 5, 1, 0);
+        vl_model::fail_call(range ? "pipe_stful_ent_query_range" : "pipe_stful_ent_query", 1, 6);
+        expect_failure(range, 6, 2, arrays);
+        for (unsigned failing = 1; failing <= arrays; ++failing) {
+            vl_model::fail_allocation(failing); // of the two arrays of a range the other one is allocated
+            expect_failure(range, PD_STATUS_NO_MEMORY, 1, arrays - 1);
+        }
+    }
+}
 
-    pd_register_value value;
-    for (uint8_t i = 0; i < 16; ++i)
-        value.bytes[i] = static_cast<uint8_t>(0xF0 + i);
-    // Eight bits of the device; the value travels in two registers.
-    uint64_t halves[2];
-    std::memcpy(halves, value.bytes, sizeof halves);
-    const Bytes sent = expect_forwarded("register_write_direct", {session, 0x101, table, 3, halves[0], halves[1]},
-                                        "pipe_mgr_mat_ent_set_resource", {session, 1, table, 3, 1, 0});
-    pipe_resource_slot slot;
-    std::memcpy(&slot, sent.data(), sizeof slot);
-    EXPECT_EQ(slot.resource_hdl, 0x1000040u);
-    EXPECT_EQ(slot.index, 0u);
-    EXPECT_EQ(slot.tag, 1u);
-    EXPECT_EQ(std::memcmp(slot.spec, value.bytes, 16), 0);
-    for (unsigned i = 16; i < sizeof slot.spec; ++i)
-        EXPECT_EQ(slot.spec[i], 0);
+TEST_F(Registers, WritesAndResets) {
+    for (const catalog::Register& row : catalog::program.registers) {
+        const uint8_t value[8] = {0x80, 1, 2, 3, 4, 5, 6, 7};
+        pipe_stful_element element{};
+        std::memcpy(element.bytes, value, value_size(row));
+        if (row.cell == catalog::Cell::flag) element.bytes[0] = 1;
+        const struct {
+            const char* operation;
+            Words words;
+            const char* function;
+            Words args;
+            Bytes sent = {}; // by null the driver's initial value
+        } cases[] = {
+            {"write_", {5, word(value)}, "ent_set", {5, some_address, 0}, bytes_of(element)},
+            {"write_all_", {word(value)}, "table_reset", {some_address}, bytes_of(element)},
+            {"reset_all_", {}, "table_reset", {no_record}},
+            {"range_reset_", {10, 20}, "table_reset_range", {10, 20, no_record}},
+            {"hw_sync_", {callback, cookie}, "database_sync", {callback, cookie}},
+        };
+        for (const auto& [operation, words, function, args, sent] : cases) {
+            const Call made =
+                expect_forwarded(std::string("register_") + operation + row.name, Words{session, target_word} + words,
+                                 std::string("pipe_stful_") + function, Words{session, target_word, row.handle} + args);
+            EXPECT_EQ(made.inputs.empty() ? Bytes{} : made.inputs[0], sent) << operation << row.name;
+        }
+    }
+}
+
+TEST_F(Registers, ByHandle) {
+    pipe_stful_element element{};
+    element.bytes[0] = 0x80; // elements pass as they are
+    pipe_stful_query query{};
+    constexpr uint64_t reg = 0x600000c, table = 0x1000040;
+    const struct {
+        const char* operation;
+        uint64_t handle;
+        Words words;
+        const char* function;
+        Words args;
+    } cases[] = {
+        {"read_indirect", reg, {3, 0xFE, word(&query)}, "ent_query", {3, word(&query), 0}},
+        {"read_direct", table, {3, 0xFF, word(&query)}, "direct_ent_query", {3, word(&query), 1}},
+        {"write_indirect", reg, {3, word(&element)}, "ent_set", {3, word(&element), 0}},
+        {"write_all_indirect", reg, {word(&element)}, "table_reset", {word(&element)}},
+        {"reset_all_indirect", reg, {}, "table_reset", {no_record}},
+        {"range_reset_indirect", reg, {1, 2}, "table_reset_range", {1, 2, no_record}},
+        {"hw_sync_indirect", reg, {callback, cookie}, "database_sync", {callback, cookie}},
+        {"hw_sync_direct", table, {callback, cookie}, "direct_database_sync", {callback, cookie}},
+    };
+    for (const auto& [operation, handle, words, function, args] : cases)
+        expect_forwarded(std::string("register_") + operation, Words{session, target_word, handle} + words,
+                         std::string("pipe_stful_") + function, Words{session, target_word, handle} + args);
+
+    // Eight bits of the device reach the driver. The value travels in two registers.
+    const uint64_t halves[2] = {0xF7F6F5F4F3F2F1F0, 0xFFFEFDFCFBFAF9F8};
+    const Call sent = expect_forwarded("register_write_direct", {session, 0x101, table, 3, halves[0], halves[1]},
+                                       "pipe_mgr_mat_ent_set_resource", {session, 1, table, 3, some_address, 1, 0});
+    pipe_resource_slot slot{.resource_hdl = table, .index = 0, .spec = {}, .tag = PIPE_SLOT_ATTACHED, .reserved = 0};
+    std::memcpy(slot.spec, halves, sizeof halves);
+    EXPECT_EQ(sent.inputs[0], bytes_of(slot));
 }
 
 TEST_F(Resources, AListEndsWithTheRecord) {
@@ -515,122 +402,4 @@ TEST_F(Resources, AListEndsWithTheRecord) {
     EXPECT_EQ(list.count(), +PIPE_MAX_SLOTS);
 }
 
-uint64_t as_word(pipe_sync_cb function) {
-    return reinterpret_cast<uintptr_t>(function);
-}
-
 } // namespace
-
-extern "C" {
-
-// More than any machine has is given as an empty block, so that who asks for it goes on.
-void* bf_sys_calloc(size_t count, size_t size) {
-    static const auto calloc_of_driver = reinterpret_cast<decltype(&bf_sys_calloc)>(dlsym(RTLD_NEXT, "bf_sys_calloc"));
-    return calloc_of_driver(count > PTRDIFF_MAX ? 0 : count, size);
-}
-
-pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl s, pipe_dev_id d, pipe_tbl_hdl t, pipe_ent_hdl e,
-                                               pipe_counter_record* record) {
-    if (fill_counter) fill_counter(*record);
-    return note("pipe_mgr_mat_ent_direct_stat_query", {s, d, t, e});
-}
-pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl t, pipe_ent_hdl e,
-                                             const pipe_counter_record* record) {
-    return note("pipe_mgr_mat_ent_direct_stat_set", {s, as_word(d), t, e}, bytes_of(record));
-}
-pipe_status pipe_mgr_direct_stat_ent_database_sync(pipe_sess_hdl s, pipe_dev_id d, pipe_tbl_hdl t, pipe_ent_hdl e) {
-    return note("pipe_mgr_direct_stat_ent_database_sync", {s, d, t, e});
-}
-pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl t, pipe_sync_cb f,
-                                               void* c) {
-    return note("pipe_mgr_direct_stat_database_sync", {s, as_word(d), t, as_word(f), word(c)});
-}
-pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, const uint32_t* indices,
-                                    uint32_t count, pipe_counter_record* const* records) {
-    EXPECT_EQ(count, 1u);
-    EXPECT_EQ(records[0]->count_a | records[0]->count_b, 0u) << "zeroed before";
-    if (fill_counter) fill_counter(*records[0]);
-    return note("pipe_mgr_stat_ent_query", {s, as_word(d), h, indices[0]});
-}
-pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
-                                  const pipe_counter_record* record) {
-    return note("pipe_mgr_stat_ent_set", {s, as_word(d), h, index}, bytes_of(record));
-}
-pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index) {
-    return note("pipe_mgr_stat_ent_database_sync", {s, as_word(d), h, index});
-}
-pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, pipe_sync_cb f, void* c) {
-    return note("pipe_mgr_stat_database_sync", {s, as_word(d), h, as_word(f), word(c)});
-}
-pipe_status pipe_mgr_mat_ent_set_resource(pipe_sess_hdl s, pipe_dev_id d, pipe_tbl_hdl t, pipe_ent_hdl e,
-                                          const pipe_resource_slot* slots, uint32_t count, uint32_t flags) {
-    return note("pipe_mgr_mat_ent_set_resource", {s, d, t, e, count, flags}, bytes_of(slots));
-}
-pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl t, pipe_ent_hdl e,
-                                      pipe_meter_spec* spec) {
-    if (fill_meter) fill_meter(*spec);
-    return note("pipe_mgr_meter_read_entry", {s, as_word(d), t, e});
-}
-pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
-                                   const pipe_meter_spec* spec, uint32_t flags) {
-    return note("pipe_mgr_meter_ent_set", {s, as_word(d), h, index, flags}, bytes_of(spec));
-}
-pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
-                                          pipe_meter_spec* spec, uint32_t flags) {
-    if (fill_meter) fill_meter(*spec);
-    return note("pipe_mgr_meter_read_entry_idx", {s, as_word(d), h, index, flags});
-}
-pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t value) {
-    return note("pipe_mgr_meter_set_bytecount_adjust", {s, as_word(d), h, value});
-}
-pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t* value) {
-    *value = 20;
-    return note("pipe_mgr_meter_get_bytecount_adjust", {s, as_word(d), h});
-}
-pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
-                                  const pipe_wred_spec* spec, uint32_t flags) {
-    return note("pipe_mgr_wred_ent_set", {s, as_word(d), h, index, flags}, bytes_of(spec));
-}
-pipe_status pipe_mgr_wred_read_entry_idx(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
-                                         pipe_wred_spec* spec, uint32_t flags) {
-    EXPECT_EQ(spec->words[0] | spec->words[1], 0u);
-    *spec = {{0xAB, 0xCD}};
-    return note("pipe_mgr_wred_read_entry_idx", {s, as_word(d), h, index, flags});
-}
-pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, int32_t* size) {
-    *size = values_per_cell;
-    return note("pipe_stful_query_get_sizes", {s, as_word(d), h});
-}
-pipe_status pipe_stful_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
-                                 pipe_stful_query* query, uint32_t from_hw) {
-    if (fill_cells) fill_cells(query, 1);
-    return note("pipe_stful_ent_query", {s, as_word(d), h, index, from_hw});
-}
-pipe_status pipe_stful_ent_query_range(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t first, int32_t count,
-                                       pipe_stful_query* queries, uint32_t* cells, uint32_t from_hw) {
-    *cells = fill_cells ? fill_cells(queries, count) : 0;
-    return note("pipe_stful_ent_query_range", {s, as_word(d), h, first, static_cast<uint32_t>(count), from_hw});
-}
-pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl t, pipe_ent_hdl e,
-                                        pipe_stful_query* query, uint32_t from_hw) {
-    if (fill_cells) fill_cells(query, 1);
-    return note("pipe_stful_direct_ent_query", {s, as_word(d), t, e, from_hw});
-}
-pipe_status pipe_stful_ent_set(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t index,
-                               const pipe_stful_element* element, uint32_t flags) {
-    return note("pipe_stful_ent_set", {s, as_word(d), h, index, flags}, bytes_of(element));
-}
-pipe_status pipe_stful_table_reset(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, const pipe_stful_element* element) {
-    return note("pipe_stful_table_reset", {s, as_word(d), h}, bytes_of(element));
-}
-pipe_status pipe_stful_table_reset_range(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, uint32_t first,
-                                         uint32_t count, const pipe_stful_element* element) {
-    return note("pipe_stful_table_reset_range", {s, as_word(d), h, first, count}, bytes_of(element));
-}
-pipe_status pipe_stful_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl h, pipe_sync_cb f, void* c) {
-    return note("pipe_stful_database_sync", {s, as_word(d), h, as_word(f), word(c)});
-}
-pipe_status pipe_stful_direct_database_sync(pipe_sess_hdl s, pipe_dev_tgt d, pipe_tbl_hdl t, pipe_sync_cb f, void* c) {
-    return note("pipe_stful_direct_database_sync", {s, as_word(d), t, as_word(f), word(c)});
-}
-}

@@ -1,284 +1,250 @@
-// Digests, parser value sets and hash calculations: what reaches the driver, and what is the library's own. The
-// driver's functions are stood in for here.
-#include "support/library.h"
-
-#include <cstring>
+// Digests, parser value sets and hash calculations: what reaches the driver, and what the library does itself.
+#include "support/forwarding.h"
 
 #include "vl_driver/driver.h"
 
 namespace {
 
 using namespace support;
-using Words = std::vector<uint64_t>;
+using vl_model::output;
 
-struct Seen {
-    std::string function;
-    Words args; // integers and callbacks; null pointers as 0
-    Bytes bytes;
-};
+using Services = ForwardingTest;
 
-std::vector<Seen> seen;
-pipe_status answer;                      // of every call
-std::string refused;                     // but of the function that refuses, with status 5
-uint32_t driver_input, driver_algorithm; // what the driver says that a calculation has
-uint32_t driver_count;
-std::vector<pipe_hash_attribute> driver_attributes;
-
-pipe_status note(const char* function, Words args, Bytes bytes = {}) {
-    seen.push_back({function, std::move(args), std::move(bytes)});
-    return refused == function ? 5 : answer;
-}
-
-class Services : public testing::Test {
-protected:
-    Services() {
-        vl_model_reset();
-        seen.clear();
-        answer = 0;
-        refused.clear();
-        driver_input = driver_algorithm = driver_count = 0;
-        driver_attributes.clear();
-    }
-    ~Services() override {
-        EXPECT_EQ(vl_model::live_allocations(), 0u);
-    }
-    static void expect_only(const char* function, const Words& args) {
-        ASSERT_EQ(seen.size(), 1u);
-        EXPECT_EQ(seen[0].function, function);
-        EXPECT_EQ(seen[0].args, args);
-        seen.clear();
-    }
-    // An operation that is one call of the driver, whose status is the result.
-    static void expect_forwarded(const std::string& operation, const Words& words, const char* function,
-                                 const Words& args) {
-        for (const pipe_status status : {0x87654321u, 0u}) {
-            answer = status;
-            EXPECT_EQ(call(operation, words), status) << operation;
-            expect_only(function, args);
-        }
-    }
-};
-
-constexpr uint64_t session = 9;
 constexpr uint64_t callback = 0x1111, cookie = 0x2222;
+constexpr uint32_t last_device = 0x103; // of which the driver takes 8 bits
+
+// An operation of a row, without what is the same for all operations of the row.
+struct Forwarded {
+    const char* operation;
+    Words words;
+    const char* function;
+    Words args;
+};
 
 TEST_F(Services, DigestRegistrationsCutTheDevice) {
-    const std::pair<const char*, uint32_t> digests[] = {
-        {"macLearningDigest", 0x9000000}, {"vtepLearningDigest", 0x9000001}, {"pktTracerDigest", 0x9000002}};
-    for (const auto& [name, handle] : digests) {
-        const std::string base = exported(name);
-        expect_forwarded(base + "_register", {dirty(session), 0x103, callback, cookie}, "register",
-                         {session, 3, handle, callback, cookie});
-        expect_forwarded(base + "_deregister", {session, 0x103}, "deregister", {session, 3, handle});
-        expect_forwarded(base + "_notify_ack", {session, 0x7777}, "ack", {session, handle, 0x7777});
+    for (const catalog::Digest& row : catalog::program.digests) {
+        const std::string name = row.name, notification = "pipe_mgr_lrn_digest_notification_";
+        expect_forwarded(name + "_register", {dirty(session), last_device, callback, cookie}, notification + "register",
+                         {session, 3, row.handle, callback, cookie});
+        expect_forwarded(name + "_deregister", {session, last_device}, notification + "deregister",
+                         {session, 3, row.handle});
+        expect_forwarded(name + "_notify_ack", {session, 0x7777}, "pipe_mgr_flow_lrn_notify_ack",
+                         {session, row.handle, 0x7777});
     }
-    expect_forwarded(exported("set_learning_timeout"), {session, 0x103, dirty(500)}, "timeout", {session, 3, 500});
+    expect_forwarded("set_learning_timeout", {session, last_device, dirty(500)}, "pipe_mgr_flow_lrn_set_timeout",
+                     {session, 3, 500});
 }
 
-TEST_F(Services, DigestFieldsStandOneBehindTheOther) {
-    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("macLearningDigest"), 14u);
-    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("vtepLearningDigest"), 36u);
-    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("pktTracerDigest"), 9u);
-    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("macLearning"), 0u);
-    const uint8_t entry[36] = {};
-    const struct {
-        const char* digest;
-        const char* field;
-        unsigned offset, size;
-    } fields[] = {{"macLearningDigest", "ingMd_smacOui", 0, 4},
-                  {"macLearningDigest", "ingMd_smacStation", 4, 4},
-                  {"macLearningDigest", "ingMd_ingL2Domain", 8, 2},
-                  {"macLearningDigest", "ingMd_ingL2Aintf", 10, 4},
-                  {"vtepLearningDigest", "ingMd_ingL2Domain", 0, 2},
-                  {"vtepLearningDigest", "innerEthHdr_smacOui", 2, 4},
-                  {"vtepLearningDigest", "innerEthHdr_smacStation", 6, 4},
-                  {"vtepLearningDigest", "outerIpv4Hdr_sip", 10, 4},
-                  {"vtepLearningDigest", "outerIpv6Hdr_sip", 14, 16},
-                  {"vtepLearningDigest", "outerEthHdr_etherType", 30, 2},
-                  {"vtepLearningDigest", "ingMd_ingressVniHigh", 32, 2},
-                  {"vtepLearningDigest", "ingMd_ingressVniLow", 34, 1},
-                  {"vtepLearningDigest", "vxlanHdr_vniReserved", 35, 1},
-                  {"pktTracerDigest", "pktGen_pktId", 0, 2},
-                  {"pktTracerDigest", "pktTracerMd_copy_to_cpu", 2, 1},
-                  {"pktTracerDigest", "egrMd_egrL2Domain", 3, 2},
-                  {"pktTracerDigest", "pktTracerMd_ucast_egress_port", 5, 2},
-                  {"pktTracerDigest", "egrMd_routed", 7, 1},
-                  {"pktTracerDigest", "ig_intr_md_for_dprsr_drop_ctl", 8, 1}};
+TEST_F(Services, DigestFieldsFollowEachOther) {
+    const uint8_t entry[64] = {};
     uint32_t size = 0;
-    for (const auto& field : fields) {
-        EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_field(entry, field.digest, field.field, &size),
-                  entry + field.offset)
-            << field.field;
-        EXPECT_EQ(size, field.size);
+    const auto field = [&](const char* digest, const char* name) {
+        return p4_pd_velmar_switch_get_digest_entry_field(entry, digest, name, &size);
+    };
+    for (const catalog::Digest& row : catalog::program.digests) {
+        uint32_t offset = 0;
+        for (const catalog::DigestField& each : row.fields) {
+            EXPECT_EQ(field(row.name, each.pd_name), entry + offset) << each.pd_name;
+            EXPECT_EQ(size, each.bytes);
+            offset += each.bytes;
+        }
+        EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size(row.name), offset);
     }
-    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_field(entry, "macLearningDigest", "egrMd_routed", &size), nullptr);
+    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("vtepLearningDigest"), 36u);
+    EXPECT_EQ(field("vtepLearningDigest", "vxlanHdr_vniReserved"), entry + 35);
+    EXPECT_EQ(field("macLearningDigest", "egrMd_routed"), nullptr);
     EXPECT_EQ(size, 0u);
-    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_field(entry, "macLearning", "ingMd_smacOui", &size), nullptr);
+    EXPECT_EQ(field("macLearning", "ingMd_smacOui"), nullptr);
+    EXPECT_EQ(p4_pd_velmar_switch_get_digest_entry_size("macLearning"), 0u);
 }
 
 TEST_F(Services, ValueSets) {
-    const std::pair<const char*, uint64_t> sets[] = {{"egr_cpu_port", 506},       {"vxlan_ports", 507},
-                                                     {"vxlan_ports_32bVni", 508}, {"allow_ntags", 509},
-                                                     {"allow_vlan0", 510},        {"fabric_port", 511}};
-    // A target is four words of which the last counts with eight bits: sixteen bytes, in two registers.
-    const uint64_t low = 11ull << 32 | 3, high = 0xABCDEF0455555555;
-    for (const auto& [name, id] : sets) {
-        SCOPED_TRACE(name);
-        const std::string base = exported("pvs_") + name + "_";
-        uint32_t out = 0, mask = 0;
-        const auto forward = [&, id = id](const char* operation, const Words& words, const char* function, Words args) {
-            args.insert(args.begin(), {session, 3, id});
-            expect_forwarded(base + operation, words, function, args);
-        };
-        forward("entry_add", {session, low, high, dirty(7), dirty(8), word(&out)}, "add",
-                {11, 0x55555555, 4, 7, 8, word(&out)});
-        forward("entry_modify", {session, dirty(3), dirty(60), 7, 8}, "modify", {60, 7, 8});
-        forward("entry_delete", {session, 3, 60}, "delete", {60});
-        forward("entry_get", {session, 3, 60, word(&out), word(&mask)}, "get", {60, word(&out), word(&mask), 0, 0, 0});
-        forward("entry_get_count", {session, low, high, 0x201, word(&out)}, "count",
-                {11, 0x55555555, 4, 1, word(&out)});
-        forward("entry_handle_get", {session, low, high, 7, 8, word(&out)}, "handle",
-                {11, 0x55555555, 4, 7, 8, word(&out)});
-        forward("entry_get_first_entry_handle", {session, low, high, word(&out)}, "first",
-                {11, 0x55555555, 4, word(&out)});
-        forward("entry_get_next_entry_handles", {session, low, high, 60, 2, word(&out)}, "next",
-                {11, 0x55555555, 4, 60, 2, word(&out)});
-        forward("set_property", {session, 3, 1, 2, dirty(0x80000001)}, "set_property", {1, 2, 0x80000001});
-        forward("get_property", {session, 3, 1, word(&out), dirty(0x80000001)}, "get_property", {1, 0x80000001});
+    // A target is four words, sixteen bytes in two registers. Eight bits of the last word reach the driver.
+    const Words target = {11ull << 32 | 3, 0xABCDEF0455555555}, target_args = {11, 0x55555555, 4};
+    uint32_t out = 0, mask = 0;
+    const Forwarded forwarded[] = {
+        {"entry_add", target + Words{dirty(7), dirty(8), word(&out)}, "entry_add",
+         target_args + Words{7, 8, word(&out)}},
+        {"entry_modify", {dirty(3), dirty(60), 7, 8}, "entry_modify", {60, 7, 8}},
+        {"entry_delete", {3, 60}, "entry_delete", {60}},
+        {"entry_get", {3, 60, word(&out), word(&mask)}, "entry_get", {60, word(&out), word(&mask), 0, 0, 0}},
+        {"entry_get_count", target + Words{0x201, word(&out)}, "entry_get_count", target_args + Words{1, word(&out)}},
+        {"entry_handle_get", target + Words{7, 8, word(&out)}, "entry_handle_get",
+         target_args + Words{7, 8, word(&out)}},
+        {"entry_get_first_entry_handle", target + Words{word(&out)}, "entry_get_first",
+         target_args + Words{word(&out)}},
+        {"entry_get_next_entry_handles", target + Words{60, 2, word(&out)}, "entry_get_next",
+         target_args + Words{60, 2, word(&out)}},
+        {"set_property", {3, 1, 2, dirty(0x80000001)}, "set_property", {1, 2, 0x80000001, 0}},
+        {"get_property", {3, 1, word(&out), dirty(0x80000001)}, "get_property", {1, some_address, 0x80000001, 0}},
+    };
+    for (const catalog::ValueSet& row : catalog::program.value_sets) {
+        const std::string base = std::string("pvs_") + row.name + "_";
+        vl_model::answer_calls_with("pipe_mgr_pvs_get_property", 0, output(4, 1234u));
+        for (const auto& [operation, words, function, args] : forwarded)
+            expect_forwarded(base + operation, Words{session} + words, std::string("pipe_mgr_pvs_") + function,
+                             Words{session, device, row.id} + args);
         EXPECT_EQ(out, 1234u);
-        answer = 77;
-        EXPECT_EQ(call(base + "get_property", {session, 3, 1, word(&out), 0}), 77u);
+        vl_model::answer_calls_with("pipe_mgr_pvs_get_property", 77, output(4, 1234u));
+        EXPECT_EQ(call(exported(base + "get_property"), {session, device, 1, word(&out), 0}), 77u);
         EXPECT_EQ(out, 0xFFFFFFFFu);
-        answer = 0;
-        seen.clear();
+        calls();
     }
 }
 
 TEST_F(Services, HashAlgorithmSeedAndInput) {
+    uint64_t seed = 0;
+    uint8_t hash[4];
+    vl_model::answer_calls_with("pipe_mgr_hash_calc_seed_get", 0, output(3, uint64_t{0x55}));
     for (const catalog::HashCalculation& row : catalog::program.hash_calculations) {
         SCOPED_TRACE(row.name);
-        const std::string base = exported("hash_calc_") + row.name + "_";
-        uint32_t out = 42;
-        uint64_t seed = 0;
-        const auto forward = [&](const char* operation, Words words, const char* function, Words args) {
-            words.insert(words.begin(), {session, device});
-            args.insert(args.begin(), {session, device, row.handle});
-            expect_forwarded(base + operation, words, function, args);
+        const std::string base = std::string("hash_calc_") + row.name + "_", driver = "pipe_mgr_hash_calc_";
+        const Forwarded forwarded[] = {
+            {"algorithm_set", {0}, "algorithm_set", {row.algorithm, 0, 0}},
+            {"algorithm_set", {1}, "algorithm_set", {0, 0, 0}},
+            {"input_set", {0}, "input_set", {row.input}},
+            {"input_set", {2}, "input_set", {0}},
+            {"seed_set", {0x123456789A}, "seed_set", {0x123456789A}},
+            {"seed_get", {word(&seed)}, "seed_get", {word(&seed)}},
+            {"calculate_hash_value",
+             {0, 0, 0, word(hash), dirty(4)},
+             "calculate_hash_value",
+             {some_address, 0, word(hash), 4}},
         };
-        forward("algorithm_set", {0}, "algorithm_set", {row.algorithm, 0, 0});
-        forward("algorithm_set", {1}, "algorithm_set", {0, 0, 0});
-        forward("input_set", {0}, "input_set", {row.input});
-        forward("input_set", {2}, "input_set", {0});
-        forward("seed_set", {0x123456789A}, "seed_set", {0x123456789A});
-        forward("seed_get", {word(&seed)}, "seed_get", {});
+        for (const auto& [operation, words, function, args] : forwarded)
+            expect_forwarded(base + operation, Words{session, device} + words, driver + function,
+                             Words{session, device, row.handle} + args);
         EXPECT_EQ(seed, 0x55u);
-        uint8_t hash[4];
-        forward("calculate_hash_value", {0, 0, 0, word(hash), dirty(4)}, "calculate", {0, word(hash), 4});
 
-        // What isn't this calculation's is refused, and a refusal of the driver looks alike.
-        for (const char* const get : {"algorithm_get", "input_get"}) {
-            out = 42;
-            driver_algorithm = driver_input = 0;
-            EXPECT_EQ(call(base + get, {session, device, word(&out)}), +PD_STATUS_INVALID);
-            EXPECT_EQ(out, 42u);
-            driver_algorithm = row.algorithm;
-            driver_input = row.input;
-            EXPECT_EQ(call(base + get, {session, device, word(&out)}), 0u);
-            EXPECT_EQ(out, 0u);
-            answer = 8;
-            EXPECT_EQ(call(base + get, {session, device, word(&out)}), 8u) << "only the handle is looked at";
-            answer = 0;
+        // The agent's number of the one handle is 0. Any other handle, or none from a failed call, is refused.
+        for (const auto& [get, handle] :
+             {std::pair("algorithm_get", row.algorithm), std::pair("input_get", row.input)}) {
+            uint32_t out = 42;
+            const auto expect_get = [&](uint32_t driver_handle, pipe_status driver_status, pd_status status,
+                                        uint32_t expected) {
+                vl_model::answer_calls_with(driver + get, driver_status, output(3, driver_handle));
+                EXPECT_EQ(call(exported(base + get), {session, device, word(&out)}), status) << get;
+                EXPECT_EQ(out, expected);
+            };
+            expect_get(0, 0, PD_STATUS_INVALID, 42);
+            expect_get(handle ^ 1, 0, PD_STATUS_INVALID, 42);
+            expect_get(handle, 0, 0, 0);
+            expect_get(handle, 8, 8, 0); // only the handle counts
         }
-        seen.clear();
+        calls();
     }
 }
 
-TEST_F(Services, HashAttributes) {
-    constexpr uint64_t calc = 0x8000009, input = 0x21000009;
-    const auto set = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_set");
-    const auto get = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_get");
-    const auto get_count = exported("hash_calc_hashOuterIpAndL4Hdr_input_field_attribute_count_get");
-    expect_forwarded(set, {session, device, 0, 0, 0}, "attribute_set", {session, device, calc, input, 0, 0});
-    EXPECT_EQ(vl_model::allocations_made(), 0u);
-
+class HashAttributes : public Services {
+protected:
+    const catalog::HashCalculation& row = catalog::program.hash_calculations[0];
+    const std::string base = std::string("hash_calc_") + row.name + "_input_field_attribute_";
+    const std::string driver = "pipe_mgr_hash_calc_input_field_attribute_";
     pd_hash_attribute attributes[2];
-    std::memset(attributes, 0xEE, sizeof attributes); // above attr_value too: 32 bits of it travel
-    attributes[0].input_field = 5;
+    uint32_t count = 42;
+
+    HashAttributes() {
+        std::memset(attributes, 0xEE, sizeof attributes);
+        vl_model::answer_calls(driver + "count_get", [](const AnsweredCall& call) {
+            EXPECT_EQ(*call.pointer<uint32_t>(4), 0u) << "the library writes it first";
+            *call.pointer<uint32_t>(4) = 1;
+            return 0;
+        });
+        vl_model::answer_calls(driver + "get", [](const AnsweredCall& call) {
+            *call.pointer<pipe_hash_attribute>(5) = {1, 9, 9, 9, 2, 9, 3, 9};
+            *call.pointer<uint32_t>(6) = 1;
+            return 0;
+        });
+    }
+    static void answer_input(uint32_t input, pipe_status status = 0) {
+        vl_model::answer_calls_with("pipe_mgr_hash_calc_input_get", status, output(3, input));
+    }
+    pd_status set(uint32_t attribute_count) {
+        return call(exported(base + "set"), {session, device, 0, attribute_count, word(attributes)});
+    }
+    pd_status get(uint32_t input, uint32_t room) {
+        return call(exported(base + "get"), {session, device, input, room, word(attributes), word(&count)});
+    }
+    pd_status get_count(uint32_t input) {
+        return call(exported(base + "count_get"), {session, device, input, word(&count)});
+    }
+    // The input's handle was asked for, and then one call was made with these arguments.
+    void expect_asked(const std::string& function, const Words& args) {
+        expect_calls({{"pipe_mgr_hash_calc_input_get", {session, device, row.handle, some_address}},
+                      {driver + function, Words{session, device, row.handle} + args}});
+    }
+};
+
+TEST_F(HashAttributes, Set) {
+    const Words args = {session, device, row.handle, row.input};
+    expect_forwarded(base + "set", {session, device, 0, 0, 0}, driver + "set", args + Words{0, 0});
+    EXPECT_EQ(vl_model::allocations_made(), 0u);
+    attributes[0].input_field = 5; // 32 bits of each value reach the driver
     attributes[0].attr_type = 6;
     attributes[0].attr_value = 7;
-    EXPECT_EQ(call(set, {session, device, 0, 2, word(attributes)}), 0u);
-    ASSERT_EQ(seen.size(), 1u);
-    EXPECT_EQ(seen[0].args[4], 2u);
-    ASSERT_EQ(seen[0].bytes.size(), 64u);
-    uint32_t sent[16];
-    std::memcpy(sent, seen[0].bytes.data(), sizeof sent);
-    const uint32_t expected[16] = {5, 0, 0, 6, 6, 0, 7, 0, 0xEEEEEEEE, 0, 0, 0xEEEEEEEF, 0xEEEEEEEE, 0, 0xEEEEEEEE, 0};
-    EXPECT_EQ(std::memcmp(sent, expected, sizeof sent), 0);
-    seen.clear();
+    const Call sent = expect_forwarded(base + "set", {session, device, 0, 2, word(attributes)}, driver + "set",
+                                       args + Words{2, some_address});
+    const pipe_hash_attribute expected[2] = {{5, 0, 0, 6, 6, 0, 7, 0},
+                                             {0xEEEEEEEE, 0, 0, 0xEEEEEEEF, 0xEEEEEEEE, 0, 0xEEEEEEEE, 0}};
+    EXPECT_EQ(hex(sent.inputs[0]), hex(bytes_of(expected)));
+    vl_model::fail_allocation(1);
+    EXPECT_EQ(set(1), +PD_STATUS_NO_MEMORY);
+}
 
-    driver_input = input;
-    driver_count = 1;
-    driver_attributes = {{.input_field = 1,
-                          .reserved_4 = 9,
-                          .reserved_8 = 9,
-                          .input_field_plus_1 = 9,
-                          .attr_type = 2,
-                          .reserved_20 = 9,
-                          .attr_value = 3,
-                          .reserved_28 = 9}};
-    uint32_t count = 42;
-    EXPECT_EQ(call(get, {session, device, 0, 2, word(attributes), word(&count)}), 0u);
+TEST_F(HashAttributes, Get) {
+    answer_input(row.input);
+    EXPECT_EQ(get(0, 2), 0u);
+    expect_asked("get", {row.input, 2, some_address, word(&count)});
     EXPECT_EQ(count, 1u);
     EXPECT_EQ(attributes[0].input_field, 1u);
     EXPECT_EQ(attributes[0].attr_type, 2u);
     EXPECT_EQ(attributes[0].attr_value, 3u);
     EXPECT_EQ(attributes[1].input_field, 0xEEEEEEEEu);
-    EXPECT_EQ(seen.back().args, (Words{session, device, calc, input, 2}));
+    EXPECT_EQ(get_count(0), 0u);
+    expect_asked("count_get", {row.input, word(&count)});
 
-    // Another input than the calculation's: the count is 0 in the one, untouched in the other.
-    seen.clear();
+    // The calculation has one input, with the number 0. For another number, get writes a count of 0 and get_count none.
     count = 42;
-    EXPECT_EQ(call(get, {session, device, 1, 2, word(attributes), word(&count)}), +PD_STATUS_INVALID);
-    EXPECT_EQ(count, 0u);
-    count = 42;
-    EXPECT_EQ(call(get_count, {session, device, 1, word(&count)}), +PD_STATUS_INVALID);
+    EXPECT_EQ(get_count(1), +PD_STATUS_INVALID);
     EXPECT_EQ(count, 42u);
-    EXPECT_EQ(seen.size(), 2u) << "only the inputs were asked for";
-    EXPECT_EQ(call(get_count, {session, device, 0, word(&count)}), 0u);
-    EXPECT_EQ(count, 1u);
-
-    // With no room nothing is asked. The input that the driver has goes back to it, with whatever enumeration value and
-    // also where it didn't tell one.
-    seen.clear();
-    EXPECT_EQ(call(get, {session, device, 0, 0, 0, word(&count)}), 0u);
-    EXPECT_EQ(seen.size(), 1u);
+    EXPECT_EQ(get(1, 2), +PD_STATUS_INVALID);
     EXPECT_EQ(count, 0u);
-    for (const uint32_t other : {0x21000001u, 0u}) {
-        driver_input = other;
-        refused = other == 0 ? "input_get" : "";
-        EXPECT_EQ(call(get_count, {session, device, 1, word(&count)}), 0u);
-        EXPECT_EQ(seen.back().args, (Words{session, device, calc, other}));
-        EXPECT_EQ(count, 1u);
-        EXPECT_EQ(call(get, {session, device, 1, 2, word(attributes), word(&count)}), 0u);
-        EXPECT_EQ(seen.back().args, (Words{session, device, calc, other, 2}));
-    }
-    refused = "attribute_count";
-    EXPECT_EQ(call(get_count, {session, device, 0, word(&count)}), 5u);
+    EXPECT_EQ(driver_calls().size(), 2u) << "the library only asks for the inputs";
 
-    vl_model::fail_allocation(1);
-    EXPECT_EQ(call(set, {session, device, 0, 1, word(attributes)}), +PD_STATUS_NO_MEMORY);
-    vl_model::fail_allocation(1);
-    EXPECT_EQ(call(get, {session, device, 0, 1, word(attributes), word(&count)}), +PD_STATUS_NO_MEMORY);
-    refused.clear();
-    answer = 6;
-    EXPECT_EQ(call(set, {session, device, 0, 1, word(attributes)}), 6u);
-    attributes[0].input_field = 77;
-    driver_attributes[0].input_field = 78;
-    EXPECT_EQ(call(get, {session, device, 0, 1, word(attributes), word(&count)}), 6u);
-    EXPECT_EQ(attributes[0].input_field, 77u) << "nothing is copied after a failure";
+    count = 42;
+    EXPECT_EQ(get(0, 0), 0u);
+    EXPECT_EQ(count, 0u);
+    EXPECT_EQ(driver_calls().size(), 1u) << "without room, the attributes aren't read";
 }
 
-// A field of up to 32 bits is an integer, a wider one the address of its bytes; the first is the top of the stream.
+// If the driver has another input, it gets that input back for any number; also the 0 of a failed call.
+TEST_F(HashAttributes, GetOfAnotherInput) {
+    for (const auto& [input, status] : {std::pair(row.input ^ 1, 0u), std::pair(0u, 5u)}) {
+        answer_input(input, status);
+        EXPECT_EQ(get_count(1), 0u);
+        expect_asked("count_get", {input, word(&count)});
+        EXPECT_EQ(count, 1u);
+        EXPECT_EQ(get(1, 2), 0u);
+        expect_asked("get", {input, 2, some_address, word(&count)});
+    }
+}
+
+TEST_F(HashAttributes, FailedGets) {
+    vl_model::fail_call(driver + "count_get", 1, 5);
+    EXPECT_EQ(get_count(0), 5u);
+    vl_model::fail_allocation(1);
+    EXPECT_EQ(get(0, 1), +PD_STATUS_NO_MEMORY);
+    vl_model::answer_calls(driver + "get", [](const AnsweredCall& call) {
+        call.pointer<pipe_hash_attribute>(5)->input_field = 78;
+        *call.pointer<uint32_t>(6) = 1;
+        return 6;
+    });
+    EXPECT_EQ(get(0, 1), 6u);
+    EXPECT_EQ(attributes[0].input_field, 0xEEEEEEEEu);
+}
+
+// A field of up to 32 bits is an integer. A wider field is the address of its bytes. The stream begins with the first
+// field.
 TEST_F(Services, HashesOfFieldValues) {
     const uint8_t wide[] = {0x01, 0x80, 0x00, 0x00, 0x01};
     pd_hash_attribute fields[3];
@@ -287,6 +253,12 @@ TEST_F(Services, HashesOfFieldValues) {
     fields[1].attr_value = 0xAABBCCDD;
     fields[2].attr_value = 5;
     const uint32_t widths[] = {33, 32, 3};
+    uint8_t hash[3];
+    const catalog::HashCalculation& row = catalog::program.hash_calculations[0];
+    const std::string calculate = std::string("hash_calc_") + row.name + "_calculate_hash_value";
+    const auto words = [&](uint32_t count) {
+        return Words{session, device, count, word(fields), word(widths), word(hash), 3};
+    };
     const struct {
         uint32_t count, length;
         const char* stream;
@@ -294,138 +266,17 @@ TEST_F(Services, HashesOfFieldValues) {
                  {2, 9, "01 80 00 00 01 aa bb cc dd"},
                  {1, 5, "01 80 00 00 01"},
                  {0, 0, ""}};
-    for (const auto& [count, length, stream] : cases)
-        for (const pipe_status status : {0x87654321u, 0u}) {
-            uint8_t hash[3];
-            answer = status;
-            const size_t allocations = vl_model::allocations_made();
-            EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashInnerIpv6Hdr_calculate_hash_value(session, device, count,
-                                                                                          fields, widths, hash, 3),
-                      status);
-            EXPECT_EQ(vl_model::allocations_made() - allocations, 1u);
-            EXPECT_EQ(vl_model::live_allocations(), 0u);
-            ASSERT_EQ(seen.size(), 1u);
-            EXPECT_EQ(hex(seen[0].bytes), stream);
-            expect_only("calculate", {session, device, 0x8000007, length, word(hash), 3});
-        }
-    for (const uint32_t count : {0u, 1u}) {
-        vl_model::fail_allocation(1); // none is needed for no fields
-        EXPECT_EQ(p4_pd_velmar_switch_hash_calc_hashInnerIpv6Hdr_calculate_hash_value(session, device, count, fields,
-                                                                                      widths, nullptr, 0),
-                  count == 0 ? 0u : +PD_STATUS_NO_MEMORY);
+    for (const auto& [count, length, stream] : cases) {
+        const size_t allocations = vl_model::allocations_made();
+        const Call made = expect_forwarded(calculate, words(count), "pipe_mgr_hash_calc_calculate_hash_value",
+                                           {session, device, row.handle, some_address, length, word(hash), 3});
+        EXPECT_EQ(hex(made.bytes), stream);
+        EXPECT_EQ(vl_model::allocations_made() - allocations, 2u) << "one for each of the two calls";
+        EXPECT_EQ(vl_model::live_allocations(), 0u);
+        vl_model::fail_allocation(1); // no fields need no memory
+        EXPECT_EQ(call(exported(calculate), words(count)), count == 0 ? 0u : +PD_STATUS_NO_MEMORY);
+        EXPECT_EQ(driver_calls().size(), count == 0 ? 1u : 0u);
     }
-    expect_only("calculate", {session, device, 0x8000007, 0, 0, 0});
-}
-
-template <class Pointer>
-uint64_t as_word(Pointer pointer) {
-    return reinterpret_cast<uintptr_t>(pointer);
 }
 
 } // namespace
-
-extern "C" {
-
-pipe_status pipe_mgr_lrn_digest_notification_register(pipe_sess_hdl s, uint8_t d, pipe_digest_hdl h, pipe_digest_cb f,
-                                                      void* c) {
-    return note("register", {s, d, h, as_word(f), as_word(c)});
-}
-pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl s, uint8_t d, pipe_digest_hdl h) {
-    return note("deregister", {s, d, h});
-}
-pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl s, pipe_digest_hdl h, pipe_digest_msg* message) {
-    return note("ack", {s, h, as_word(message)});
-}
-pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl s, uint8_t d, uint32_t timeout) {
-    return note("timeout", {s, d, timeout});
-}
-pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
-                                   uint8_t parser, uint32_t value, uint32_t mask, pipe_pvs_ent_hdl* out) {
-    return note("add", {s, d, id, gress, pipe, parser, value, mask, as_word(out)});
-}
-pipe_status pipe_mgr_pvs_entry_modify(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, pipe_pvs_ent_hdl e,
-                                      uint32_t value, uint32_t mask) {
-    return note("modify", {s, d, id, e, value, mask});
-}
-pipe_status pipe_mgr_pvs_entry_delete(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, pipe_pvs_ent_hdl e) {
-    return note("delete", {s, d, id, e});
-}
-pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, pipe_pvs_ent_hdl e, uint32_t* value,
-                                   uint32_t* mask, uint32_t* gress, uint32_t* pipe, uint8_t* parser) {
-    return note("get", {s, d, id, e, as_word(value), as_word(mask), as_word(gress), as_word(pipe), as_word(parser)});
-}
-pipe_status pipe_mgr_pvs_entry_get_count(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
-                                         uint8_t parser, uint8_t from_hw, uint32_t* out) {
-    return note("count", {s, d, id, gress, pipe, parser, from_hw, as_word(out)});
-}
-pipe_status pipe_mgr_pvs_entry_handle_get(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
-                                          uint8_t parser, uint32_t value, uint32_t mask, pipe_pvs_ent_hdl* out) {
-    return note("handle", {s, d, id, gress, pipe, parser, value, mask, as_word(out)});
-}
-pipe_status pipe_mgr_pvs_entry_get_first(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
-                                         uint8_t parser, pipe_pvs_ent_hdl* out) {
-    return note("first", {s, d, id, gress, pipe, parser, as_word(out)});
-}
-pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t gress, uint32_t pipe,
-                                        uint8_t parser, pipe_pvs_ent_hdl e, uint32_t n, pipe_pvs_ent_hdl* out) {
-    return note("next", {s, d, id, gress, pipe, parser, e, n, as_word(out)});
-}
-pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t property, uint32_t value,
-                                      pipe_pvs_property_args args) {
-    return note("set_property", {s, d, id, property, value, args.arg});
-}
-pipe_status pipe_mgr_pvs_get_property(pipe_sess_hdl s, pipe_dev_id d, pipe_pvs_id id, uint32_t property,
-                                      uint32_t* value, pipe_pvs_property_args args) {
-    *value = 1234;
-    return note("get_property", {s, d, id, property, args.arg});
-}
-pipe_status pipe_mgr_hash_calc_algorithm_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, pipe_hash_algo_hdl a,
-                                             uint64_t b, uint64_t c) {
-    return note("algorithm_set", {s, d, h, a, b, c});
-}
-pipe_status pipe_mgr_hash_calc_algorithm_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, pipe_hash_algo_hdl* out,
-                                             uint64_t b, uint64_t c) {
-    *out = driver_algorithm;
-    return note("algorithm_get", {s, d, h, b, c});
-}
-pipe_status pipe_mgr_hash_calc_seed_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, uint64_t seed) {
-    return note("seed_set", {s, d, h, seed});
-}
-pipe_status pipe_mgr_hash_calc_seed_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, uint64_t* seed) {
-    *seed = 0x55;
-    return note("seed_get", {s, d, h});
-}
-pipe_status pipe_mgr_hash_calc_input_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, pipe_hash_input_hdl i) {
-    return note("input_set", {s, d, h, i});
-}
-pipe_status pipe_mgr_hash_calc_input_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h, pipe_hash_input_hdl* out) {
-    *out = driver_input;
-    return note("input_get", {s, d, h});
-}
-pipe_status pipe_mgr_hash_calc_input_field_attribute_set(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                         pipe_hash_input_hdl i, uint32_t count,
-                                                         const pipe_hash_attribute* records) {
-    const auto* const bytes = reinterpret_cast<const uint8_t*>(records);
-    return note("attribute_set", {s, d, h, i, count, records == nullptr ? 0u : 1u},
-                records == nullptr ? Bytes{} : Bytes(bytes, bytes + count * sizeof *records));
-}
-pipe_status pipe_mgr_hash_calc_input_field_attribute_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                         pipe_hash_input_hdl i, uint32_t room,
-                                                         pipe_hash_attribute* records, uint32_t* count) {
-    *count = driver_count;
-    for (uint32_t n = 0; n < driver_count; ++n)
-        records[n] = driver_attributes[n];
-    return note("attribute_get", {s, d, h, i, room});
-}
-pipe_status pipe_mgr_hash_calc_input_field_attribute_count_get(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                               pipe_hash_input_hdl i, uint32_t* count) {
-    EXPECT_EQ(*count, 0u) << "written before the driver is asked";
-    *count = driver_count;
-    return note("attribute_count", {s, d, h, i});
-}
-pipe_status pipe_mgr_hash_calc_calculate_hash_value(pipe_sess_hdl s, pipe_dev_id d, pipe_hash_hdl h,
-                                                    const uint8_t* stream, uint32_t length, uint8_t* hash,
-                                                    uint32_t hash_length) {
-    return note("calculate", {s, d, h, length, as_word(hash), hash_length}, Bytes(stream, stream + length));
-}
-}

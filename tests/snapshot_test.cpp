@@ -1,176 +1,112 @@
-// Snapshots: which bytes of a trigger turn, in both layouts, and how a capture is laid out for the caller.
-#include "support/library.h"
-
-#include <algorithm>
-#include <cstring>
+// Snapshots: which bytes of a trigger change places, in both layouts, and where a capture's stages go.
 #include <set>
 
-#include "catalog/rows.h"
+#include "support/forwarding.h"
 #include "vl_driver/snapshot.h"
 
 namespace {
 
-// What reached the service, taken on its way: driver functions are interposable.
-struct Service {
-    pipe_status status = 0;
-    std::vector<uint8_t> value, mask; // of the last trigger
-    uint32_t total_size = 0, stage_size = 0;
-    std::vector<uint64_t> args; // of the last other call; pointers are addresses
-    const void* caller_value = nullptr;
-};
-Service service;
+using namespace support;
 
-pd_snapshot_record counting_record(uint8_t start) {
+using Snapshot = ForwardingTest;
+
+// A record and its bytes with a layout's fields turned, field by field.
+struct Record {
     pd_snapshot_record record;
-    for (unsigned i = 0; i < PD_SNAPSHOT_RECORD_SIZE; ++i)
-        record.bytes[i] = static_cast<uint8_t>(start + i % 251);
-    return record;
-}
 
-// The record with the fields of a layout turned, one byte at a time.
-std::vector<uint8_t> turned(const pd_snapshot_record& record, const catalog::SnapshotLayout& layout) {
-    std::vector<uint8_t> bytes(record.bytes, record.bytes + PD_SNAPSHOT_RECORD_SIZE);
-    for (const uint16_t offset : layout.two_byte_fields)
-        std::reverse(&bytes[offset], &bytes[offset] + 2);
-    for (const uint16_t offset : layout.four_byte_fields)
-        std::reverse(&bytes[offset], &bytes[offset] + 4);
-    return bytes;
-}
+    explicit Record(unsigned start) {
+        for (unsigned i = 0; i < PD_SNAPSHOT_RECORD_SIZE; ++i)
+            record.bytes[i] = static_cast<uint8_t>(start + i % 251);
+    }
+    Bytes turned(const catalog::SnapshotLayout& layout) const {
+        Bytes bytes(std::begin(record.bytes), std::end(record.bytes));
+        for (const uint16_t offset : layout.two_byte_fields)
+            std::reverse(&bytes[offset], &bytes[offset] + 2);
+        for (const uint16_t offset : layout.four_byte_fields)
+            std::reverse(&bytes[offset], &bytes[offset] + 4);
+        return bytes;
+    }
+};
 
-TEST(SnapshotLayouts, FieldsDoNotOverlap) {
-    const struct {
-        size_t two, four;
-        unsigned last;
-    } expected[] = {{90, 41, 651}, {55, 38, 441}};
-    for (size_t i = 0; i < 2; ++i) {
-        const catalog::SnapshotLayout& layout = catalog::program.snapshot_layouts[i];
-        EXPECT_EQ(layout.two_byte_fields.size(), expected[i].two);
-        EXPECT_EQ(layout.four_byte_fields.size(), expected[i].four);
+TEST_F(Snapshot, FieldsDoNotOverlap) {
+    for (const catalog::SnapshotLayout& layout : catalog::program.snapshot_layouts) {
         std::set<unsigned> bytes;
-        size_t sum = 0;
-        unsigned last = 0;
         const auto take = [&](catalog::List<uint16_t> offsets, unsigned width) {
-            for (const unsigned offset : offsets) {
-                for (unsigned b = 0; b < width; ++b)
-                    bytes.insert(offset + b);
-                sum += width;
-                last = std::max(last, offset);
-            }
+            for (const unsigned offset : offsets)
+                for (unsigned byte = offset; byte < offset + width; ++byte) {
+                    EXPECT_TRUE(bytes.insert(byte).second) << byte;
+                }
         };
         take(layout.two_byte_fields, 2);
         take(layout.four_byte_fields, 4);
-        EXPECT_EQ(bytes.size(), sum);
-        EXPECT_EQ(last, expected[i].last);
-        EXPECT_LE(*bytes.rbegin(), PD_SNAPSHOT_RECORD_SIZE - 1u);
     }
 }
 
-TEST(Snapshot, TriggersTurnByTheLayoutOfTheHandle) {
-    const pd_snapshot_record value = counting_record(0), mask = counting_record(100);
+TEST_F(Snapshot, TheHandleChoosesTheLayoutOfATrigger) {
+    const Record value(0), mask(100);
     for (const uint32_t handle : {0u, 1u, 2u, 3u, 0x1000u, 0x1002u}) {
-        service = {};
-        service.status = handle;
-        EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_trigger_set(handle, &value, &mask), handle);
-        const catalog::SnapshotLayout& layout = catalog::program.snapshot_layouts[(handle & 2) != 0];
-        EXPECT_EQ(service.value, turned(value, layout));
-        EXPECT_EQ(service.mask, turned(mask, layout));
-        EXPECT_NE(service.caller_value, &value) << "the caller's records stay as they are";
-        // An offset of each layout alone, and one of both.
-        EXPECT_EQ(service.value[2] == value.bytes[3], (handle & 2) == 0);
-        EXPECT_EQ(service.value[9] == value.bytes[10], (handle & 2) != 0);
-        EXPECT_EQ(service.value[86], value.bytes[87]);
+        const Call made =
+            expect_forwarded("snapshot_capture_trigger_set", {handle, word(&value.record), word(&mask.record)},
+                             "bf_snapshot_capture_trigger_set", {handle, some_address, some_address});
+        const bool second = (handle & 2) != 0;
+        EXPECT_EQ(made.inputs[0], value.turned(catalog::program.snapshot_layouts[second]));
+        EXPECT_EQ(made.inputs[1], mask.turned(catalog::program.snapshot_layouts[second]));
+        EXPECT_NE(made.args[1], word(&value.record)) << "the caller's records stay as they are";
+        // An offset of the first layout only, one of the second only, and one of both.
+        EXPECT_EQ(made.inputs[0][2] == 3, !second);
+        EXPECT_EQ(made.inputs[0][9] == 10, second);
+        EXPECT_EQ(made.inputs[0][86], 87);
     }
 }
 
-TEST(Snapshot, CreateCutsStagesAndPartsTheTarget) {
+TEST_F(Snapshot, CreateCutsStagesAndSplitsTheTarget) {
     uint32_t handle = 0;
-    const pd_dev_tgt target = {.dev_id = 7, .pipe_id = 3, .reserved = 1};
-    for (const pipe_status status : {0x87654321u, 0u}) {
-        service = {};
-        service.status = status;
-        EXPECT_EQ(p4_pd_velmar_switch_snapshot_create(target, 0x101, 0x20B, 0x10001, &handle), status);
-        EXPECT_EQ(service.args, (std::vector<uint64_t>{7, 0x10003, 1, 0x0B, 0x10001, support::word(&handle)}));
-        EXPECT_EQ(p4_pd_velmar_switch_snapshot_delete(0x12345678), status);
-        EXPECT_EQ(service.args, (std::vector<uint64_t>{0x12345678}));
-    }
+    constexpr uint64_t words = 0x10003ull << 32 | 7;
+    expect_forwarded("snapshot_create", {words, 0x101, 0x20B, 0x10001, word(&handle)}, "bf_snapshot_create",
+                     {7, 0x10003, 1, 0x0B, 0x10001, word(&handle)});
+    expect_forwarded("snapshot_delete", {0x12345678}, "bf_snapshot_delete", {0x12345678});
 }
 
-TEST(Snapshot, CapturesComeStageByStageAlsoAfterAFailure) {
-    const auto read = [](uint32_t total, uint32_t stage, pipe_status status) {
-        service = {};
-        service.total_size = total;
-        service.stage_size = stage;
-        service.status = status;
+TEST_F(Snapshot, CapturesComeStageByStageEvenAfterAFailure) {
+    constexpr uint32_t handle = 0x12345678;
+    bf_snapshot_capture_ctrl control;
+    // A capture of this many stages, whose bytes count up. Bytes of the agent's stages are 0xA5 where nothing is written.
+    const auto expect_capture = [&](uint32_t stage_count, uint32_t stage_size, pipe_status status) {
+        const uint32_t total = stage_count * stage_size;
+        vl_model::answer_calls_with("bf_snapshot_capture_phv_fields_dict_size", 77, vl_model::output(1, total),
+                                    vl_model::output(2, stage_size)); // the library ignores this status
+        vl_model::answer_calls("bf_snapshot_capture_get", [=](const AnsweredCall& call) {
+            if (status != 0) return status;
+            for (uint32_t i = 0; i < total; ++i)
+                call.pointer<uint8_t>(2)[i] = static_cast<uint8_t>(i % 253);
+            *call.pointer<uint32_t>(4) = 1;
+            return status;
+        });
         std::vector<pd_snapshot_record> stages(PD_SNAPSHOT_MAX_STAGES + 1);
         std::memset(stages.data(), 0xA5, stages.size() * sizeof stages[0]);
         uint32_t count = 99;
-        bf_snapshot_capture_ctrl control;
-        EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_data_get(0x12345678, 0x10002, stages.data(), &control, &count),
+        EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_data_get(handle, 0x10002, stages.data(), &control, &count),
                   status);
-        EXPECT_EQ(service.args, (std::vector<uint64_t>{0x12345678, 0x12345678, 0x10002, support::word(&control)}));
+        expect_calls({{"bf_snapshot_capture_phv_fields_dict_size", {handle, some_address, some_address}},
+                      {"bf_snapshot_capture_get", {handle, 0x10002, some_address, word(&control), some_address}}});
         EXPECT_EQ(count, status == 0 ? 1u : 0u);
         EXPECT_EQ(vl_model::live_allocations(), 0u);
-        return stages;
+        for (uint32_t stage = 0; stage < stages.size(); ++stage)
+            for (const uint32_t i : {0u, PD_SNAPSHOT_RECORD_SIZE - 1u}) {
+                const bool copied = stage < std::min<uint32_t>(stage_count, PD_SNAPSHOT_MAX_STAGES);
+                const uint32_t filled = status == 0 ? (stage * stage_size + i) % 253 : 0;
+                EXPECT_EQ(stages[stage].bytes[i], copied ? filled : 0xA5) << stage;
+            }
     };
-    std::vector<pd_snapshot_record> stages = read(3 * 700, 700, 0);
-    for (unsigned stage = 0; stage < 3; ++stage) {
-        EXPECT_EQ(stages[stage].bytes[0], static_cast<uint8_t>(stage * 700 % 253)) << "no turning on the way out";
-        EXPECT_EQ(stages[stage].bytes[675], static_cast<uint8_t>((stage * 700 + 675) % 253));
-    }
-    EXPECT_EQ(stages[3].bytes[0], 0xA5);
-    stages = read(25 * 676, 676, 0);
-    EXPECT_EQ(stages[19].bytes[0], static_cast<uint8_t>(19 * 676 % 253));
-    EXPECT_EQ(stages[20].bytes[0], 0xA5) << "twenty stages at the most";
-    stages = read(2 * 676, 676, 44);
-    EXPECT_EQ(stages[1].bytes[675], 0) << "after a failure the zeroed buffer";
-    EXPECT_EQ(stages[2].bytes[0], 0xA5);
+    expect_capture(3, 700, 0);
+    expect_capture(PD_SNAPSHOT_MAX_STAGES + 5, PD_SNAPSHOT_RECORD_SIZE, 0);
+    expect_capture(2, PD_SNAPSHOT_RECORD_SIZE, 44); // the zeroed buffer
 
     vl_model::fail_allocation(1);
+    pd_snapshot_record stage;
     uint32_t count = 99;
-    EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_data_get(1, 0, stages.data(), nullptr, &count), PD_STATUS_NO_MEMORY);
+    EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_data_get(1, 0, &stage, nullptr, &count), PD_STATUS_NO_MEMORY);
     EXPECT_EQ(count, 0u);
 }
 
 } // namespace
-
-extern "C" {
-
-pipe_status bf_snapshot_create(pipe_dev_id dev_id, uint32_t pipe, uint8_t start_stage, uint8_t end_stage,
-                               uint32_t direction, bf_snapshot_hdl* handle) {
-    service.args = {dev_id, pipe, start_stage, end_stage, direction, support::word(handle)};
-    return service.status;
-}
-
-pipe_status bf_snapshot_delete(bf_snapshot_hdl handle) {
-    service.args = {handle};
-    return service.status;
-}
-
-pipe_status bf_snapshot_capture_trigger_set(bf_snapshot_hdl, const void* value, const void* mask) {
-    const auto copy = [](const void* record) {
-        const auto* const bytes = static_cast<const uint8_t*>(record);
-        return std::vector<uint8_t>(bytes, bytes + PD_SNAPSHOT_RECORD_SIZE);
-    };
-    service.caller_value = value;
-    service.value = copy(value);
-    service.mask = copy(mask);
-    return service.status;
-}
-
-pipe_status bf_snapshot_capture_phv_fields_dict_size(bf_snapshot_hdl handle, uint32_t* total, uint32_t* stage) {
-    service.args = {handle};
-    *total = service.total_size;
-    *stage = service.stage_size;
-    return 77; // not looked at
-}
-
-pipe_status bf_snapshot_capture_get(bf_snapshot_hdl handle, uint32_t pipe, uint8_t* buffer,
-                                    bf_snapshot_capture_ctrl* control, uint32_t* count) {
-    service.args.insert(service.args.end(), {handle, pipe, support::word(control)});
-    if (service.status != 0) return service.status;
-    for (uint32_t i = 0; i < service.total_size; ++i)
-        buffer[i] = static_cast<uint8_t>(i % 253);
-    *count = 1;
-    return 0;
-}
-}
