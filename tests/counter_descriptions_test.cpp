@@ -270,15 +270,4 @@ TEST_F(CounterDescriptionsOfEntries, DefaultsReadAsClearedKeys) {
     }
 }
 
-TEST_F(CounterDescriptionsOfEntries, OtherHandlesHaveNone) {
-    std::vector<uint32_t> others = unknown_handles(Known::tables);
-    for (const catalog::Table* table : all_tables())
-        if (std::none_of(catalog::program.counter_words.begin(), catalog::program.counter_words.end(),
-                         [&](const auto& words) { return catalog::same(words.table, table->name); }))
-            others.push_back(table->handle);
-    for (const uint32_t handle : others)
-        EXPECT_EQ(text_of("stringify_counter_matchspec", {session, device, handle, 1}), "") << handle;
-    EXPECT_TRUE(calls().empty()) << "nothing is read";
-}
-
 } // namespace

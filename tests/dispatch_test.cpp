@@ -1,6 +1,7 @@
-// Walking by handle: every table's and profile's handle goes where the function of its own name goes, and each
-// dispatcher has its answer to a handle that is nobody's.
+// Every table and profile, by its name and by its handle: operations that are one driver call, and the answers to
+// handles that no row has.
 #include "support/profiles.h"
+#include "support/text.h"
 
 namespace {
 
@@ -19,6 +20,17 @@ TEST_F(Dispatch, EveryTableAndProfile) {
         expect_forwarded("entry_hdl_first", "sess tgt hdl out", first);
         expect_forwarded("entry_hdl_next", "sess tgt hdl 5 2 out", next);
         expect_forwarded("entry_hdl_default", "sess tgt hdl out", fallback);
+        const std::string name = table->name + std::string("_");
+        expect_forwarded(name + "get_first_entry_handle", "sess tgt out", first);
+        expect_forwarded(name + "get_next_entry_handles", "sess tgt 5 2 out", next);
+        expect_forwarded(name + "table_get_default_entry_handle", "sess tgt out", fallback);
+        expect_forwarded(name + "table_reset_default_entry", "sess tgt",
+                         "pipe_mgr_mat_tbl_default_entry_reset sess tgt hdl 0");
+        expect_forwarded(name + "set_property", "sess dev 2 30 4", "pipe_mgr_tbl_set_property sess dev hdl 2 30 4");
+        expect_forwarded(name + "get_property", "sess dev 2 out out", "pipe_mgr_tbl_get_property sess dev hdl 2 * *");
+        expect_forwarded(name + "register_mat_update_cb", "sess dev out tgt",
+                         "pipe_register_mat_update_cb sess dev hdl out tgt");
+        expect_forwarded(name + "get_entry_count", "sess tgt out", "pipe_mgr_get_entry_count sess tgt hdl 0 out");
     }
     for_profiles([&] {
         names["hdl"] = profile->data_table;
@@ -33,7 +45,7 @@ TEST_F(Dispatch, EveryTableAndProfile) {
     });
 }
 
-TEST_F(Dispatch, HandlesOfNobodyGiveTheEndMarkAlone) {
+TEST_F(Dispatch, AWalkByAnUnknownHandleIsAtItsEnd) {
     constexpr uint32_t untouched = 0xA5A5A5A5;
     const auto expect_end = [&](uint32_t handle, const char* name, const char* arguments, pd_status expected) {
         SCOPED_TRACE(std::string(name) + " " + std::to_string(handle));
@@ -53,6 +65,22 @@ TEST_F(Dispatch, HandlesOfNobodyGiveTheEndMarkAlone) {
         expect_end(handle, "member_hdl_first", "sess tgt hdl out", 0xFFFFFFFF);
         expect_end(handle, "member_hdl_next", "sess tgt hdl 5 3 out", 0xFFFFFFFF);
     }
+}
+
+// Schemas by known handles are checked by check_literals.py.
+TEST_F(Dispatch, TextsByAnUnknownHandle) {
+    for (const uint32_t handle : unknown_handles(Known::both))
+        EXPECT_EQ(text_of("cli_schema", {dirty(handle)}), "()") << handle;
+    for (const uint32_t handle : unknown_handles(Known::tables)) {
+        EXPECT_EQ(text_of("entry_value", {session, device, handle, 1, 0}), "") << handle;
+        EXPECT_EQ(text_of("stringify_counter_matchspec", {session, device, handle, 1}), "") << handle;
+    }
+    for (const catalog::Table* table : all_tables())
+        if (std::none_of(catalog::program.counter_words.begin(), catalog::program.counter_words.end(),
+                         [&](const auto& words) { return catalog::same(words.table, table->name); })) {
+            EXPECT_EQ(text_of("stringify_counter_matchspec", {session, device, table->handle, 1}), "") << table->name;
+        }
+    EXPECT_TRUE(calls().empty()) << "nothing is read";
 }
 
 } // namespace

@@ -37,7 +37,10 @@ protected:
         EXPECT_TRUE(record.data_null);
         EXPECT_EQ(record.data_bits | record.data_len, 0);
         expect_clear_rest(record);
-        if (!call.match) return;
+        if (call.match) expect_match(call);
+    }
+    void expect_match(const Call& call) {
+        ASSERT_TRUE(call.match);
         // Of wide_values the first bytes are the value, and in lagGroup the next four the mask.
         const bool is_lag = names["prio"].has_value(), is_ecmp = profile->data_table == 0x200001a;
         EXPECT_EQ(hex(call.match->key), is_lag ? "f3 f2 f1" : "f2 f1");
@@ -79,6 +82,13 @@ protected:
         expect_record(expect_calls(expected)[2], to_group);
 
         names["entry"] = out;
+        if (kind == add) {
+            uint32_t found = 0;
+            names["found"] = word(&found);
+            EXPECT_EQ(run_on_table("match_spec_to_entry_hdl", "sess tgt key prio found"), 0u);
+            EXPECT_EQ(found, out);
+            expect_match(expect_calls({"pipe_mgr_match_spec_to_ent_hdl sess tgt tbl * found 0"})[0]);
+        }
         EXPECT_TRUE(kind == set_default || run_on_table("table_delete", "sess dev entry") == 0);
         calls();
     }

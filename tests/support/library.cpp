@@ -99,8 +99,11 @@ std::vector<uint32_t> unknown_handles(Known known) {
     return {handles.begin(), handles.end()};
 }
 
-uint32_t call(const std::string& name, std::initializer_list<uint64_t> words) {
-    return call(name, std::vector<uint64_t>(words));
+uint32_t call(const std::string& name, std::initializer_list<Word> words) {
+    std::vector<uint64_t> present;
+    for (const Word& word : words)
+        if (word) present.push_back(*word);
+    return call(name, present);
 }
 
 uint32_t call(const std::string& name, const std::vector<uint64_t>& words) {
@@ -127,6 +130,11 @@ std::string hex(const Bytes& bytes) {
     }
     if (!text.empty()) text.pop_back();
     return text;
+}
+
+bool is_clear(const void* memory, size_t size) {
+    const auto* const bytes = static_cast<const uint8_t*>(memory);
+    return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == 0; });
 }
 
 } // namespace support

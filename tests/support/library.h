@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <initializer_list>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -56,9 +57,10 @@ enum class Known { tables, profiles, both };
 std::vector<uint32_t> unknown_handles(Known known);
 
 // Calls an exported function by its name, with each argument in a 64-bit word as x86-64 passes it: integers and
-// pointers as they are, a pd_dev_tgt as its eight bytes. Words hold garbage above 32-bit integers where the caller puts
-// it there.
-uint32_t call(const std::string& name, std::initializer_list<uint64_t> words);
+// pointers as they are, a pd_dev_tgt as its eight bytes. A word without a value is an argument that the function doesn't
+// have.
+using Word = std::optional<uint64_t>;
+uint32_t call(const std::string& name, std::initializer_list<Word> words);
 uint32_t call(const std::string& name, const std::vector<uint64_t>& words);
 
 template <class Pointee>
@@ -77,5 +79,7 @@ inline std::string exported(const std::string& name) {
 
 // "07 0a 00" for byte strings in expectations.
 std::string hex(const Bytes& bytes);
+
+bool is_clear(const void* memory, size_t size);
 
 } // namespace support

@@ -181,8 +181,7 @@ private:
 
 // The records that the driver saw hold nothing but what their fields say.
 inline void expect_clear_rest(const vl_model::ActionCopy& action) {
-    const auto* const slots = reinterpret_cast<const uint8_t*>(action.slots.data());
-    EXPECT_TRUE(std::all_of(slots, slots + sizeof action.slots, [](uint8_t byte) { return byte == 0; }));
+    EXPECT_TRUE(is_clear(action.slots.data(), sizeof action.slots));
     EXPECT_EQ(action.reserved, decltype(action.reserved){});
     EXPECT_EQ(action.resource_count, 0);
 }
