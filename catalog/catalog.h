@@ -40,33 +40,32 @@ public:
     class Iterator {
     public:
         constexpr Iterator(const Seam* seam, const Seam* end) : seam_(seam), end_(end) {
-            enter();
+            skip_empty_seams();
         }
         constexpr const Table& operator*() const {
-            return *table_;
+            return seam_->tables[row_];
         }
         constexpr Iterator& operator++() {
-            if (++table_ == seam_->tables.end()) {
+            if (++row_ == seam_->tables.size()) {
                 ++seam_;
-                enter();
+                row_ = 0;
+                skip_empty_seams();
             }
             return *this;
         }
         constexpr bool operator!=(const Iterator& other) const {
-            return seam_ != other.seam_ || table_ != other.table_;
+            return seam_ != other.seam_ || row_ != other.row_;
         }
 
     private:
-        // The first table of the next seam that has one.
-        constexpr void enter() {
+        constexpr void skip_empty_seams() {
             while (seam_ != end_ && seam_->tables.size() == 0)
                 ++seam_;
-            table_ = seam_ == end_ ? nullptr : seam_->tables.begin();
         }
 
         const Seam* seam_;
         const Seam* end_;
-        const Table* table_ = nullptr;
+        size_t row_ = 0;
     };
 
     constexpr Iterator begin() const {

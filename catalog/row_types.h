@@ -181,7 +181,7 @@ enum class Form : uint8_t {
     multicast_group,
 };
 
-struct Word {
+struct ValueWord {
     uint32_t value;
     const char* text;
 };
@@ -192,7 +192,7 @@ struct Piece {
     const char* label = "";
     // The bits of the value that are shown, which give the count of digits. A mask of just these bits is all ones.
     uint32_t ones = 0;
-    List<Word> words = {};
+    List<ValueWord> words = {};
 };
 
 // The description of a counted table's key, piece by piece.

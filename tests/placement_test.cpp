@@ -200,20 +200,21 @@ TEST_F(Placement, Members) {
 }
 
 using Real = double;
-using Word = uint64_t;
+using Integer = uint64_t;
 
 // More arguments than registers for integers and for floating-point numbers.
-using Passed = std::tuple<uint32_t, Word, uint32_t, Word, Word, Word, Word, Word, Real, Real, Real, Real, Real, Real,
-                          Real, Real, Real, Real>;
+using Passed = std::tuple<uint32_t, Integer, uint32_t, Integer, Integer, Integer, Integer, Integer, Real, Real, Real,
+                          Real, Real, Real, Real, Real, Real, Real>;
 Passed passed;
 const char* passed_to;
 
 TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
     const auto expect_passed = [&](const std::string& name, const char* to, uint32_t handle) {
         SCOPED_TRACE(name);
-        auto* const fetch = reinterpret_cast<uint32_t (*)(uint32_t, Word, uint32_t, Word, Word, Word, Word, Word, Real,
-                                                          Real, Real, Real, Real, Real, Real, Real, Real, Real)>(
-            dlsym(RTLD_DEFAULT, exported(name + "_plcmt_data").c_str()));
+        auto* const fetch =
+            reinterpret_cast<uint32_t (*)(uint32_t, Integer, uint32_t, Integer, Integer, Integer, Integer, Integer,
+                                          Real, Real, Real, Real, Real, Real, Real, Real, Real, Real)>(
+                dlsym(RTLD_DEFAULT, exported(name + "_plcmt_data").c_str()));
         ASSERT_NE(fetch, nullptr);
         Passed sent = {0xFFFFFFF1, target_word, 0xFFFFFFFF, 4ull << 40, 5,  6,  7ull << 60, 8,  .1,
                        .2,         .3,          .4,         .5,         .6, .7, .8,         .9, 1.1};
@@ -237,8 +238,8 @@ TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
 // declares fewer, so this file can't include it.
 #define VL_FETCH(function, name)                                                                                       \
     extern "C" [[gnu::visibility("default")]] uint32_t function(                                                       \
-        uint32_t s, Word t, uint32_t h, Word a, Word b, Word c, Word d, Word e, Real f, Real g, Real i, Real j,        \
-        Real k, Real l, Real m, Real n, Real o, Real p) {                                                              \
+        uint32_t s, Integer t, uint32_t h, Integer a, Integer b, Integer c, Integer d, Integer e, Real f, Real g,      \
+        Real i, Real j, Real k, Real l, Real m, Real n, Real o, Real p) {                                              \
         passed = {s, t, h, a, b, c, d, e, f, g, i, j, k, l, m, n, o, p};                                               \
         passed_to = name;                                                                                              \
         return 0xFEDCBA98;                                                                                             \

@@ -85,9 +85,9 @@ inline char* put_flag(char* out, const char* label, Matched field) {
 }
 
 template <uint32_t ones>
-char* put_mapped(char* out, const char* label, catalog::List<catalog::Word> words, Matched field) {
+char* put_mapped(char* out, const char* label, catalog::List<catalog::ValueWord> words, Matched field) {
     if ((field.mask & ones) != 0)
-        for (const catalog::Word& word : words)
+        for (const catalog::ValueWord& word : words)
             if (word.value == (field.mask & field.value & ones)) return put_label(out, word.text);
     return put_number<ones>(out, label, field);
 }
