@@ -22,35 +22,48 @@ ROOM = 4096
 # Of a key field, a field's partner, or a parameter; `shown` is the name that print lines have.
 Column = namedtuple("Column", "name shown width mask tag offset size")
 
-# Fields of which tables match fewer bits than they have: width, mask, and how many tables do so.
+# Every field that a table matches in part: the field, the bits that are matched, and the tables.
 NARROWED = """
-eg_intr_md_egress_port 9 0x7f 7           eg_intr_md_egress_port_mask 9 0x7f 1
-ig_intr_md_ingress_port 9 0x7f 5          ig_intr_md_ingress_port_mask 9 0x7f 2
-eg_intr_md_egress_qid 5 0x7 3             ingMd_v4V6Valid 3 0x3 2
-l3Info_ipRouting 4 0x1 1                  l3Info_vrfId 8 0x7f 1
-ingMirrorMd_mirrorColor 2 0x1 1           ingMirrorMd_mirrorSession 10 0x7f 1
-egrMirrorMd_mirrorSession 10 0x7f 1       ingIpv6_fibPartitionIndex 16 0x3fff 1
-l3_nextHop 16 0x3ff 1                     l3_nextHop 16 0xf 1
-ig_intr_md_for_tm_mcast_grp_a 16 0xf000 1 ig_intr_md_for_tm_mcast_grp_a_mask 16 0xf000 1
-ingMd_ingL2Aintf 20 0xc0000 1             ingMd_ingL2Aintf_mask 20 0xc0000 1
-egrMd_egrL2AintfUnresolved 20 0x7ff 1     egrMd_egrL2AintfUnresolved 20 0xf0000 1
-egrMd_egrL2AintfUnresolved_mask 20 0xf0000 1
-ingMd_rand 32 0xffffff 1                  ingMd_rand_mask 32 0xffffff 1
-ingIpv4_dip 32 0xfff00000 1               ingIpv4_dip 32 0xfffff 1
-haloResultRow1_bestResult 32 0x38000 1    haloResultRow1_bestResult 32 0x7fff 1
-haloResultRow1_bestResult_mask 32 0x38000 1
-egrMd_tunnelInfo 32 0x3fff 1              egrMd_tunnelInfo 32 0x800000 1
-egrMd_tunnelInfo 32 0xff000000 1          egrMd_tunnelInfo 32 0xfffe0000 1
-egrMd_tunnelInfo_mask 32 0x800000 1       egrMd_tunnelInfo_mask 32 0xfffe0000 1
-ingIpv6_dip 128 0xffffffffffffffff 1      ingIpv6_dip 128 0xffffffffffffffff0000000000000000 1
-ingIpv6_dip 128 0x3ffffffffff0000000000000000 1
-ingIpv6_dip 128 0xfffffc00000000000000000000000000 1
-ingIpv6_dip 128 0xffff0000000000000000000000000000 1
-ingIpv6_dip_mask 128 0xffff0000000000000000000000000000 1
+eg_intr_md_egress_port 0x7f wredQueueSelect queueReport queueReportQuota egressSamePortBridgingTest egressVlanXlate
+eg_intr_md_egress_port 0x7f vlanEncap egressPortDropCheck
+eg_intr_md_egress_qid 0x7 wredQueueSelect queueReport queueReportQuota
+egrMd_egrL2AintfUnresolved 0x7ff mlagUcastPrune
+egrMd_egrL2AintfUnresolved 0xf0000 mcastPrune
+egrMd_tunnelInfo 0x3fff tunnelDip0
+egrMd_tunnelInfo 0x800000 encapDecap
+egrMd_tunnelInfo 0xff000000 tunnelL2Info
+egrMd_tunnelInfo 0xfffe0000 globalFields
+egrMirrorMd_mirrorSession 0x7f egressMirrorLagGroup
+haloResultRow1_bestResult 0x7fff haloCounters
+haloResultRow1_bestResult 0x38000 finalDropControl
+ig_intr_md_for_tm_mcast_grp_a 0xf000 mcastPrune
+ig_intr_md_ingress_port 0x7f l2DmacClassify ingressPortDropCheck l2LookupMiss haloPaclCrlId finalDropControl
+ingIpv4_dip 0xfffff ipv4FinalResolve0
+ingIpv4_dip 0xfff00000 ipv4ShortMaskLpm
+ingIpv6_dip 0xffffffffffffffff ipv6LgMaskFinalResolve0
+ingIpv6_dip 0x3ffffffffff0000000000000000 ipv6FinalResolve
+ingIpv6_dip 0xffff0000000000000000000000000000 trapToCpu
+ingIpv6_dip 0xfffffc00000000000000000000000000 ipv6ShortMaskLpm
+ingIpv6_dip 0xffffffffffffffff0000000000000000 ipv6Partition
+ingIpv6_fibPartitionIndex 0x3fff ipv6FinalResolve
+ingMd_ingL2Aintf 0xc0000 learningDigestGeneration
+ingMd_rand 0xffffff ingressSflowSample
+ingMd_v4V6Valid 0x3 haloPaclCrlId haloRaclCrlId
+ingMirrorMd_mirrorColor 0x1 ingressMirrorResult
+ingMirrorMd_mirrorSession 0x7f ingressMirrorLagGroup
+l3Info_ipRouting 0x1 switchToCpu
+l3Info_vrfId 0x7f ipv4Partition0
+l3_nextHop 0xf reservedNextHop
+l3_nextHop 0x3ff ecmpGroup
 """
 
-KEY_TAGS = {"mac": 26, "v4addr": 14, "v6addr": 11, "port": 21, "vport": 5, "dec": 3, None: 535}
-PARAM_TAGS = {"mac": 26, "v4addr": 10, "port": 4, "dec": 6, None: 260}
+# A tag goes by the width and the name of a field or parameter. One field is an exception.
+TAGS = {"mac": (24, "(.*[Mm]ac)?(Oui|Station|oui|station)"), "v4addr": (32, ".*([sd]ip|Dip|dipB|srcIp|dstIp)"),
+        "v6addr": (128, ".*"), "port": (9, ".*gress_port|cpuPort|egrL2AintfPort"), "vport": (14, "phase0_ingVPort"),
+        "dec": (16, ".*(partIdx|[pP]artitionIndex)")}
+UNTAGGED = ("ingressPortMapping", "ig_intr_md_ingress_port")
+
+# The public header tells users of these lengths.
 LONGEST = {"table": 3689, "profile": 174, "match schema": 3217, "action schema": 263, "match value": 280,
            "action value": 109, "entry": 330}
 
@@ -73,6 +86,11 @@ def expect_text(kind, what, got, text, literal):
         expect(f"{kind} of {what} as a literal", ast.literal_eval(got.removesuffix(",")), literal)
     except SyntaxError as error:
         expect(f"{kind} of {what} as a literal", error, literal)
+
+
+def expect_tag(row, name, bits, tag):
+    fitting = [each for each, (width, names) in TAGS.items() if bits == width and re.fullmatch(names, name)]
+    expect(f"tag of {row}.{name}", tag, fitting[0] if fitting and (row, name) != UNTAGGED else None)
 
 
 def written(function, *arguments):
@@ -167,14 +185,15 @@ def main():
     catalog = [ast.literal_eval(line) for line in listed.splitlines()]
 
     values = {}
-    schemas, key_tags, param_tags, narrowed = {}, Counter(), Counter(), Counter()
+    schemas, narrowed = {}, {}
     for action, params in [row[1:] for row in catalog if row[0] == "action"]:
         columns = param_columns(action, params, layout)
         text = f"( ('{action}'),(" + "".join(f"('{c.name}',{c.tag!r},{c.width},None)," for c in columns) + "))"
         literal = (action, tuple((c.name, c.tag, c.width, None) for c in columns))
         schemas[action] = text, literal
         expect_text("action schema", action, constant(f"{action}_schema"), text, literal)
-        param_tags.update(c.tag for c in columns)
+        for name, bits, tag in params:
+            expect_tag(action, name, bits, tag)
         for record in records(size[f"{PREFIX}{action}_action_spec_t"]) if columns else [b""]:
             shown = [digits(column, record) for column in columns]
             text = f"('{action}',(" + "".join(f"{digit}," for digit, _ in shown) + ")),"
@@ -205,8 +224,11 @@ def main():
                     title = " " * indent + f"{PREFIX}{table}_match_spec_t:\n"
                     expect(f"lines of {table}", printed(export(f"{table}_match_spec_print"), indent, record),
                            title + "".join(lines_of(columns, record, indent)))
-        key_tags.update(c.tag for c in columns)
-        narrowed.update(f"{c.shown} {c.width} 0x{c.mask:x}" for c in columns if c.mask != (1 << c.width) - 1)
+        for _, name, bits, mask, tag, _ in key:
+            expect_tag(table, name, bits, tag)
+            whole = (1 << bits) - 1
+            if mask & whole != whole:
+                narrowed[table, name] = mask & whole
         text, literal = actions_in(actions, schemas)
         text = f"({text})"
         if indirect:
@@ -224,10 +246,10 @@ def main():
 
     refused = export("setNextHop_print")(-1, 0, bytes(size[f"{PREFIX}setNextHop_action_spec_t"]))
     expect("sign of the result of printing on no descriptor", refused < 0, True)
-    counted = re.findall(r"(\w+ \d+ 0x\w+) (\d+)", NARROWED)
-    expect("narrowed fields", narrowed, Counter({field: int(count) for field, count in counted}))
-    expect("tags of fields", key_tags, KEY_TAGS)
-    expect("tags of parameters", param_tags, PARAM_TAGS)
+    listed = {}
+    for field, mask, *tables in map(str.split, NARROWED.strip().splitlines()):
+        listed.update({(table, field): int(mask, 16) for table in tables})
+    expect("narrowed fields", narrowed, listed)
     expect("longest texts", longest, LONGEST)
     return 1 if faults else 0
 

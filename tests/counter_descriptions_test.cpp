@@ -46,60 +46,18 @@ std::string formatted(const char* format, auto... values) {
     return text;
 }
 
+// Calls body(table, piece) for every piece of this form.
+template <class Body>
+void for_pieces(catalog::Form form, Body body) {
+    for (const catalog::CounterWords& words : catalog::program.counter_words)
+        for (const catalog::Piece& each : words.pieces)
+            if (each.form == form) {
+                SCOPED_TRACE(words.table + std::string(" ") + each.field);
+                body(words.table, each);
+            }
+}
+
 // clang-format off
-const char* const port_drop = "Ingress Port Drop - See ingressPortDropCount ";
-const struct {
-    const char* table;
-    std::vector<std::pair<const char*, const char*>> flags;
-} flags_of_tables[] = {
-    {"ingressPortDropCheck",
-     {{"ingMd_invalidTunnel", "invalidTunnel"}, {"ingMd_illegalSmac", "illegalSmac"},
-      {"ingMd_illegalDmac", "illegalDmac"}, {"parserMd_checksumErr", "checksumErr"}}},
-    {"trapToCpu",
-     {{"ingMd_bcast", "bcast"}, {"ingMd_mcast", "mcast"}, {"l3Info_ingL3DmacValid", "L3DmacValid"},
-      {"ingMd_igmpSnoopingEnabled", "IGMP snoop"}, {"egrMd_vxlanFlood", "VXLAN flood"},
-      {"ingMd_cpuMemberOfIngressVlan", "CPUinVLan"}}},
-    {"finalDropControl",
-     {{"ingMd_drop", port_drop}, {"ingMd_dropSmac", "dropSmac"}, {"ingMd_dropDmac", "dropDmac"},
-      {"ingMd_invalidEgressPort", "invalidEgressPort"}, {"ingMd_samePortBridging", "samePortBridging"},
-      {"qosMd_pdpDrop", "pdpDrop"}, {"ingMd_routedMartian", "routedMartian"}, {"ingMd_mlagPrune", "mlagPrune"},
-      {"egrMd_routed", "Routed Drop "}, {"egrMd_trapToCpu", "trapToCpu"}, {"ingMd_dropVgwpVxlan", "dropVgwpVxlan"},
-      {"ingMd_dropDatalink", "Datalink"}, {"ingVlanStpCheck_stpBlocked", "stpBlocked"},
-      {"ingVlanStpCheck_invalidVlan", "invalidVlan"}, {"ingMd_dot1xDrop", "dot1xDrop"},
-      {"ig_intr_md_for_tm_copy_to_cpu", "copy_to_cpu"}, {"ingMd_stormControlDrop", "stormControlDrop"},
-      {"stflowMd_drop", port_drop}, {"ingMd_bcast", "bcast"}, {"ingMd_mcast", "mcast"}}},
-    {"egressPortDropCheck",
-     {{"egrVlanStpCheck_stpBlocked", "stpBlocked"}, {"egrVlanStpCheck_invalidVlan", "invalidVlan"},
-      {"qosMd_wredDrop", "wredDrop"}, {"egrMd_invalidVni", "invalidVni"}, {"egrMd_routed", "routed"}}},
-};
-
-using Words = std::vector<std::pair<uint32_t, std::string>>;
-const struct {
-    const char *table, *field, *label;
-    int digits;
-    uint32_t ones;
-    Words words;
-} numbers[] = {
-    {"ingressPortDropCheck", "parserMd_outerHdrFlags", "outerHdrFlags", 1, 0xF, {}},
-    {"trapToCpu", "ingMd_etherType", "etherType", 4, 0xFFFF, {{0x800, "IPv4 "}, {0x86DD, "IPv6 "}}},
-    {"trapToCpu", "ingMd_l4Attr", "l4Attr", 1, 7, {}},
-    {"trapToCpu", "ingMd_srcPort", "srcPort", 4, 0xFFFF, {}},
-    {"trapToCpu", "ingMd_dstPort", "dstPort", 4, 0xFFFF, {}},
-    {"trapToCpu", "phase0_ingVPort", "ingVPort", 4, 0x3FFF, {}},
-    {"trapToCpu", "ingMd_ingL3Aintf", "ingL3Aintf", 3, 0xFFF, {}},
-    {"trapToCpu", "ingMd_ttl", "Ttl", 2, 0xFF, {}},
-    {"trapToCpu", "arpHdr_opcode", "ARP opcode", 4, 0xFFFF, {}},
-    {"trapToCpu", "ingMd_protocol", "protocol", 2, 0xFF,
-     {{2, "IGMP "}, {6, "TCP "}, {17, "UDP "}, {58, "ICMPv6 "}, {89, "OSPF "}, {103, "PIM "}, {112, "VRRP "}}},
-    {"trapToCpu", "egrMd_decapType", "decapType", 1, 7,
-     {{0, "NoDecap "}, {1, "VxLanDecap "}, {2, "CPU-to-Port "}, {3, "CPU-to-VLAN "}}},
-    {"trapToCpu", "egrMd_cpuReasonCode", "cpuReasonCode", 2, 0xFF, {{16, "VxLan Arp "}, {18, "ISIS "}}},
-    {"finalDropControl", "ig_intr_md_ingress_port", "Ingress Port", 2, 0x7F, {}},
-    {"finalDropControl", "ingMd_v4V6Valid", "Invalid IP Version", 1, 7, {}},
-    {"egressPortDropCheck", "eg_intr_md_egress_port", "Egress Port", 2, 0x7F, {}},
-    {"egressPortDropCheck", "outerIpv4Hdr_ttl", "ttl", 2, 0xFF, {}},
-};
-
 // Fields with rules of their own, and what is looked up under which mask.
 const char* const ether = "ingMd_etherType";
 const char* const decap = "egrMd_decapType";
@@ -132,31 +90,48 @@ const struct {
 // clang-format on
 
 TEST(CounterDescriptions, Flags) {
-    for (const auto& [table, flags] : flags_of_tables)
-        for (const auto& [field, words] : flags) {
-            SCOPED_TRACE(table + std::string(" ") + field);
-            EXPECT_EQ(piece(table, {field, 1, 0xFE}), "") << "bit 0 of the mask counts";
-            EXPECT_EQ(piece(table, {field, 0xFF, 0xFF}), std::string(words) + " ");
-            EXPECT_EQ(piece(table, {field, 0xFE, 1}), "!" + std::string(words) + " ") << "bit 0 of the value counts";
-        }
+    for_pieces(catalog::Form::flag, [](const char* table, const catalog::Piece& flag) {
+        EXPECT_EQ(piece(table, {flag.field, 1, 0xFE}), "") << "bit 0 of the mask counts";
+        EXPECT_EQ(piece(table, {flag.field, 0xFF, 0xFF}), std::string(flag.label) + " ");
+        EXPECT_EQ(piece(table, {flag.field, 0xFE, 1}), "!" + std::string(flag.label) + " ")
+            << "bit 0 of the value counts";
+    });
     for (const uint32_t mask : {0u, 1u, 0xFFu}) {
         EXPECT_EQ(piece("trapToCpu", {"arpHdr_valid", 1, mask}), "");
         EXPECT_EQ(piece("egressPortDropCheck", {"outerIpv4Hdr_valid", 1, mask}), "");
     }
 }
 
-TEST(CounterDescriptions, NumbersAndWords) {
-    for (const auto& [table, field, label, digits, ones, words] : numbers) {
-        SCOPED_TRACE(table + std::string(" ") + field);
-        EXPECT_EQ(piece(table, {field, ones, 0}), "");
-        Words cases = words;
+TEST(CounterDescriptions, Numbers) {
+    const auto check = [](const char* table, const catalog::Piece& number) {
+        const uint32_t ones = number.ones, high = ones & ~(ones >> 1); // its highest bit
+        const int digits = ones > 0xFFF ? 4 : ones > 0xFF ? 3 : ones > 0xF ? 2 : 1;
+        EXPECT_EQ(piece(table, {number.field, ones, 0}), "");
         for (const uint32_t value : {5u, ones, ~0u})
-            cases.push_back({value, formatted("%s 0x%0*x ", label, digits, value & ones)});
-        for (const auto& [value, text] : cases)
-            EXPECT_EQ(piece(table, {field, value, ones}), text);
-        const uint32_t high = ones & ~(ones >> 1); // its highest bit
-        EXPECT_EQ(piece(table, {field, ~0u, high}), formatted("%s & 0x%x 0x%0*x ", label, high, digits, ones))
+            EXPECT_EQ(piece(table, {number.field, value, ones}),
+                      formatted("%s 0x%0*x ", number.label, digits, value & ones));
+        EXPECT_EQ(piece(table, {number.field, ~0u, high}),
+                  formatted("%s & 0x%x 0x%0*x ", number.label, high, digits, ones))
             << "the value isn't masked";
+    };
+    for_pieces(catalog::Form::number, check);
+    for_pieces(catalog::Form::mapped, check);
+}
+
+TEST(CounterDescriptions, WordsForValues) {
+    const std::tuple<const char*, uint32_t, const char*> fields[] = {
+        {"ingMd_etherType", 0xFFFF, "2048 IPv4 34525 IPv6 "},
+        {"ingMd_protocol", 0xFF, "2 IGMP 6 TCP 17 UDP 58 ICMPv6 89 OSPF 103 PIM 112 VRRP "},
+        {"egrMd_decapType", 7, "0 NoDecap 1 VxLanDecap 2 CPU-to-Port 3 CPU-to-VLAN "},
+        {"egrMd_cpuReasonCode", 0xFF, "16 VxLan Arp 18 ISIS "},
+    };
+    for (const auto& [field, ones, expected] : fields) {
+        std::string words;
+        for (uint32_t value = 0; value <= ones; ++value) {
+            const std::string text = piece("trapToCpu", {field, value, ones});
+            if (text.find("0x") == text.npos) words += std::to_string(value) + " " + text;
+        }
+        EXPECT_EQ(words, expected) << field;
     }
 }
 
@@ -251,21 +226,12 @@ protected:
 };
 
 TEST_F(CounterDescriptionsOfEntries, DefaultsReadAsClearedKeys) {
-    const std::pair<const char*, const char*> defaults[] = {
-        {"l2DmacClassify", "Ingress Port 0x00 "},
-        {"ingressPortDropCheck", "Ingress Port 0x00 "},
-        {"steerFlowDefaultCounter", "counterIndex 0x000 "},
-        {"trapToCpu", ""},
-        {"haloCounters", "bestResult 0x0000 "},
-        {"finalDropControl", ""},
-        {"egressPortDropCheck", "pktGen 0x0 "},
-    };
-    for (const auto& [name, text] : defaults) {
-        SCOPED_TRACE(name);
-        const catalog::Table& table = table_named(name);
+    for (const catalog::CounterWords& words : catalog::program.counter_words) {
+        SCOPED_TRACE(words.table);
+        const catalog::Table& table = table_named(words.table);
         pd_entry entry = 0;
         ASSERT_EQ(p4_pd_velmar_switch_entry_hdl_default(session, target, table.handle, &entry), 0u);
-        EXPECT_EQ(describe_entry(table, entry), text);
+        EXPECT_EQ(describe_entry(table, entry), describe(words.table, {}));
         EXPECT_EQ(describe_entry(table, entry + 1000), "") << "no such entry";
     }
 }
