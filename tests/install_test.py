@@ -48,6 +48,11 @@ def check_headers(prefix, folder, cc, cxx):
             source.write_text(f"#include <{name}>\n#include <{name}>\n")
             sources.append(source)
         run(compiler, f"-std={standard}", *WARNINGS, "-fsyntax-only", f"-I{include}", *sources)
+    # The public header collides with nothing that an agent may have included, and its functions throw nothing.
+    agent = folder / "agent_headers.cpp"
+    agent.write_text("#include <arpa/inet.h>\n#include <sys/socket.h>\n#include <vl_pd/velmar_switch.h>\n"
+                     "static_assert(noexcept(p4_pd_velmar_switch_init()), \"\");\n")
+    run(cxx, "-std=c++11", *WARNINGS, "-fsyntax-only", f"-I{include}", agent)
     # Every reserved byte of a driver record has a name.
     driver = folder / "driver.c"
     driver.write_text("#include <vl_driver/driver.h>\n")
