@@ -1,28 +1,26 @@
-// Idle time in the embedded driver, on a clock that the test moves: who is named when, and what starts the time anew.
+// Idle time in the embedded driver, on a clock that the test moves: when the driver names an entry, and what starts
+// the time anew.
 #include <cstring>
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include <vl_driver/driver.h>
-#include <vl_model/control.h>
-#include <vl_model/observe.hpp>
 #include <vl_model/traffic.h>
+
+#include "support/model.h"
 
 namespace {
 
-using Handles = std::vector<uint32_t>;
+using namespace support;
 
 constexpr uint32_t hosts = 0x1000001;
-constexpr uint32_t fixed = 0x1000002; // doesn't age
+constexpr uint32_t fixed = 0x1000002; // its entries don't age
 constexpr uint32_t drop = 0x20000001;
 
 constexpr vl_model_action actions[] = {
     {.handle = drop, .data_bits = 0, .data_len = 0, .for_entries = 1, .for_default = 1},
 };
 
-// Entries as the time-out callback named them.
+// The entries that the time-out callback named, in this order.
 Handles& named() {
     static Handles list;
     return list;
@@ -32,33 +30,18 @@ Handles take_named() {
     return std::exchange(named(), {});
 }
 
-class IdleTest : public testing::Test {
+class IdleTest : public DeviceTest {
 protected:
-    static constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
-    pipe_sess_hdl session = 0;
-
     void SetUp() override {
-        vl_model_reset();
         named().clear();
-        ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
-        vl_model_table tables[2]{};
-        for (vl_model_table& table : tables) {
-            table.match = VL_MODEL_EXACT;
-            table.key_bits = 32;
-            table.key_len = 4;
-            table.actions = actions;
-            table.action_count = 1;
-            table.initial_default = drop;
-        }
-        tables[0].handle = hosts;
+        vl_model_table tables[]{model_table(hosts, VL_MODEL_EXACT, 32, actions),
+                                model_table(fixed, VL_MODEL_EXACT, 32, actions)};
+        tables[0].initial_default = drop;
         tables[0].idle_time = 1;
-        tables[1].handle = fixed;
-        const vl_model_pipeline pipeline{.name = "p", .tables = tables, .table_count = 2};
-        ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
-        const auto name = [](uint32_t, uint32_t, uint32_t entry, void* cookie) {
-            static_cast<Handles*>(cookie)->push_back(entry);
-        };
-        ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, name, &named()), VL_MODEL_OK);
+        start({.name = "p", .tables = tables, .table_count = 2});
+        name_with(
+            [](uint32_t, uint32_t, uint32_t entry, void* cookie) { static_cast<Handles*>(cookie)->push_back(entry); },
+            &named());
     }
 
     void switch_on(uint64_t interval, uint32_t longest, uint64_t ordinary, uint32_t mode = PIPE_IDLE_MODE_NOTIFY) {
@@ -71,14 +54,10 @@ protected:
         ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, hosts, 1), VL_MODEL_OK);
     }
     uint32_t add(uint32_t key, uint32_t ttl = 0) const {
-        uint8_t bytes[4] = {static_cast<uint8_t>(key >> 24), static_cast<uint8_t>(key >> 16),
-                            static_cast<uint8_t>(key >> 8), static_cast<uint8_t>(key)};
-        uint8_t mask[4] = {0xFF, 0xFF, 0xFF, 0xFF};
-        const pipe_match_record match = {bytes, mask, 0, 0, 32, 4, 0};
         pipe_action_record action{};
         action.kind = PIPE_KIND_ACTION_DATA;
         uint32_t entry = 0;
-        EXPECT_EQ(pipe_mgr_mat_ent_add(session, device, hosts, &match, drop, &action, ttl, 0, &entry), VL_MODEL_OK);
+        EXPECT_EQ(add_exact(hosts, big_endian(key, 4), drop, action, &entry, ttl), VL_MODEL_OK);
         return entry;
     }
     pipe_status remove(uint32_t entry) const {
@@ -97,6 +76,12 @@ protected:
         EXPECT_EQ(pipe_mgr_idle_time_get_hit_state(session, 3, hosts, entry, &state), VL_MODEL_OK);
         return state;
     }
+    void name_with(pipe_idle_tmo_cb callback, void* cookie = nullptr) const {
+        ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, callback, cookie), VL_MODEL_OK);
+    }
+    void update_hit_states(pipe_idle_hit_state_cb callback = nullptr, void* cookie = nullptr) const {
+        ASSERT_EQ(pipe_mgr_idle_time_update_hit_state(session, 3, hosts, callback, cookie), VL_MODEL_OK);
+    }
     static Handles after(uint32_t milliseconds) {
         EXPECT_EQ(vl_model_clock_advance(milliseconds), VL_MODEL_OK);
         return take_named();
@@ -104,7 +89,7 @@ protected:
 };
 
 TEST_F(IdleTest, EachEntryIsNamedOnceWhenItsTimeIsOver) {
-    const uint32_t early = add(1, 100); // before idle time is on
+    const uint32_t early = add(1, 100); // before idle time is switched on
     switch_on(0, 500, 300);
     const uint32_t ordinary = add(2);
     const uint32_t capped = add(3, 10000);
@@ -143,12 +128,12 @@ TEST_F(IdleTest, HitsAndNewTimesMoveTheDeadline) {
 }
 
 TEST_F(IdleTest, TimeOutsAreLookedForAtTheInterval) {
-    ASSERT_EQ(vl_model_clock_advance(70), VL_MODEL_OK); // intervals count from the switching on
+    ASSERT_EQ(vl_model_clock_advance(70), VL_MODEL_OK); // intervals count from the moment of switching on
     switch_on(100, 0, 0);
     const uint32_t first = add(1, 10);
     const uint32_t second = add(2, 10);
     EXPECT_EQ(after(99), Handles());
-    vl_model_entry_hit(3, hosts, second); // late, but nobody has looked yet
+    vl_model_entry_hit(3, hosts, second); // late, but before the driver looks
     EXPECT_EQ(after(1), Handles{first});
     EXPECT_EQ(after(99), Handles());
     EXPECT_EQ(after(1), Handles{second});
@@ -169,11 +154,11 @@ TEST_F(IdleTest, AHandleThatComesBackStartsAnew) {
     ASSERT_EQ(add(4), entry);
     EXPECT_EQ(ttl(entry), 0U);
     EXPECT_EQ(after(1000), Handles());
-    ASSERT_EQ(pipe_mgr_idle_time_update_hit_state(session, 3, hosts, nullptr, nullptr), VL_MODEL_OK);
+    update_hit_states();
     EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_NOT_HIT});
 }
 
-TEST_F(IdleTest, OffAndOtherModesNameNobody) {
+TEST_F(IdleTest, OffAndOtherModesNameNoEntry) {
     switch_on(0, 0, 100);
     const uint32_t entry = add(1);
     ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, hosts, 0), VL_MODEL_OK);
@@ -183,29 +168,28 @@ TEST_F(IdleTest, OffAndOtherModesNameNobody) {
     switch_on(0, 0, 100);
     EXPECT_EQ(after(99), Handles());
     EXPECT_EQ(after(1), Handles{entry});
-    // Without a callback time-outs wait.
+    // Time-outs wait for a callback.
     vl_model_entry_hit(3, hosts, entry);
-    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, nullptr, nullptr), VL_MODEL_OK);
+    name_with(nullptr);
     EXPECT_EQ(after(1000), Handles());
-    const auto name = [](uint32_t, uint32_t, uint32_t handle, void*) { named().push_back(handle + 1000); };
-    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, name, nullptr), VL_MODEL_OK);
+    name_with([](uint32_t, uint32_t, uint32_t handle, void*) { named().push_back(handle + 1000); });
     EXPECT_EQ(after(0), Handles{entry + 1000});
 }
 
 TEST_F(IdleTest, ACallbackMayRemoveWhatIsStillToBeNamed) {
     switch_on(0, 0, 100);
-    static pipe_sess_hdl of_callback;
-    of_callback = session;
     const Handles entries{add(1), add(2), add(3), add(4)};
-    for (const size_t i : {3U, 1U, 2U, 0U}) // entries with one deadline are named in their own order
+    for (const size_t i : {3U, 1U, 2U, 0U}) // entries with the same deadline are named by handle
         set_ttl(entries[i], 50);
-    const auto clean_up = [](uint32_t dev, uint32_t table, uint32_t entry, void*) {
-        named().push_back(entry);
-        EXPECT_EQ(pipe_mgr_mat_ent_del(of_callback, dev, table, entry, 0), VL_MODEL_OK);
-        pipe_mgr_mat_ent_del(of_callback, dev, table, entry + 1, 0);
-        pipe_mgr_mat_ent_reset_idle_ttl(of_callback, dev, table, entry + 2);
-    };
-    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, clean_up, nullptr), VL_MODEL_OK);
+    name_with(
+        [](uint32_t dev, uint32_t table, uint32_t entry, void* cookie) {
+            const pipe_sess_hdl of_callback = *static_cast<pipe_sess_hdl*>(cookie);
+            named().push_back(entry);
+            EXPECT_EQ(pipe_mgr_mat_ent_del(of_callback, dev, table, entry, 0), VL_MODEL_OK);
+            pipe_mgr_mat_ent_del(of_callback, dev, table, entry + 1, 0);
+            pipe_mgr_mat_ent_reset_idle_ttl(of_callback, dev, table, entry + 2);
+        },
+        &session);
     EXPECT_EQ(after(50), (Handles{entries[0], entries[3]}));
     EXPECT_EQ(after(50), Handles{entries[2]});
 }
@@ -219,10 +203,10 @@ TEST_F(IdleTest, TimeOutsWaitForTheNextCallback) {
                   VL_MODEL_OK);
     };
     for (const uint32_t entry : {first, second, third}) {
-        ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, end_after_one, &session), VL_MODEL_OK);
+        name_with(end_after_one, &session);
         EXPECT_EQ(after(10), Handles{entry});
     }
-    ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, end_after_one, &session), VL_MODEL_OK);
+    name_with(end_after_one, &session);
     EXPECT_EQ(after(10), Handles());
 }
 
@@ -232,11 +216,10 @@ TEST_F(IdleTest, HitStatesAreThoseBetweenTwoUpdates) {
     vl_model_entry_hit(3, hosts, entry);
     EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_NOT_HIT});
     bool came = false;
-    const auto on_update = [](uint32_t, void* cookie) { *static_cast<bool*>(cookie) = true; };
-    ASSERT_EQ(pipe_mgr_idle_time_update_hit_state(session, 3, hosts, on_update, &came), VL_MODEL_OK);
+    update_hit_states([](uint32_t, void* cookie) { *static_cast<bool*>(cookie) = true; }, &came);
     EXPECT_TRUE(came);
     EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_HIT});
-    ASSERT_EQ(pipe_mgr_idle_time_update_hit_state(session, 3, hosts, nullptr, nullptr), VL_MODEL_OK);
+    update_hit_states();
     EXPECT_EQ(hit_state(entry), uint32_t{PIPE_IDLE_NOT_HIT});
 }
 
@@ -247,30 +230,17 @@ TEST_F(IdleTest, RefusalsAndRecords) {
     EXPECT_EQ(pipe_mgr_idle_set_params(session, 3, fixed, params), VL_MODEL_NOT_SUPPORTED);
     EXPECT_EQ(vl_model_entry_hit(3, hosts, 1), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(pipe_mgr_mat_ent_reset_idle_ttl(session, 3, hosts, 1), VL_MODEL_NOT_FOUND);
-    uint32_t fallback = 0;
-    ASSERT_EQ(pipe_mgr_table_get_default_entry_handle(session, device, hosts, &fallback), VL_MODEL_OK);
-    EXPECT_EQ(pipe_mgr_mat_ent_set_idle_ttl(session, 3, hosts, fallback, 5, 0, 0), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(pipe_mgr_mat_ent_set_idle_ttl(session, 3, hosts, default_entry(hosts), 5, 0, 0), VL_MODEL_NOT_FOUND);
 
-    params = {.mode = 7,
-              .reserved_4 = 0,
-              .params_a = 1,
-              .params_b = 2,
-              .reserved_20 = 3,
-              .params_c = 4,
-              .reserved_32 = 5,
-              .params_d = 6,
-              .reserved_48 = 7};
-    vl_model::record_calls(true);
-    ASSERT_EQ(pipe_mgr_idle_set_params(session, 3, hosts, params), VL_MODEL_OK);
-    const std::vector<vl_model::Call> calls = vl_model::take_calls();
-    vl_model::record_calls(false);
+    params = {7, 0, 1, 2, 3, 4, 5, 6, 7};
+    const auto calls = recorded([&] { EXPECT_EQ(pipe_mgr_idle_set_params(session, 3, hosts, params), VL_MODEL_OK); });
     EXPECT_EQ(calls.at(0).args, (std::vector<uint64_t>{session, 3, hosts, 7, 1, UINT64_C(3) << 32 | 2, 4, 5, 6, 7}));
     pipe_idle_params read{};
     ASSERT_EQ(pipe_mgr_idle_get_params(session, 3, hosts, &read), VL_MODEL_OK);
     EXPECT_EQ(std::memcmp(&read, &params, sizeof(read)), 0);
 }
 
-// Neither a hit nor a step of the clock may cost what grows with the table: quadratic work would take minutes here.
+// The cost of a hit or of a clock step must not grow with the table. Quadratic work would take minutes here.
 TEST_F(IdleTest, ManyEntriesAndManySteps) {
     switch_on(0, 0, 60000);
     constexpr uint32_t count = 100000;
@@ -278,8 +248,7 @@ TEST_F(IdleTest, ManyEntriesAndManySteps) {
     for (uint32_t i = 0; i < count; ++i)
         entries.push_back(add(i));
     for (uint32_t i = 0; i < count; ++i) {
-        const uint32_t passing = add(count + i, 1 + i % 1000);
-        ASSERT_EQ(remove(passing), VL_MODEL_OK);
+        ASSERT_EQ(remove(add(count + i, 1 + i % 1000)), VL_MODEL_OK);
     }
     for (uint32_t i = 0; i < count; ++i) {
         vl_model_entry_hit(3, hosts, entries[i % 10]);
