@@ -1,5 +1,5 @@
-// What the embedded driver promises of every callback that it keeps: once a call has ended the registration, the
-// callback neither runs nor is called, save where that call was made within a callback. A sweep over all kinds.
+// What the embedded driver promises for every kind of callback: when a call that ends the registration returns, the
+// callback isn't running and won't run again. A call from within a callback needn't wait for callbacks.
 #include <chrono>
 #include <cstdlib>
 #include <functional>
@@ -9,16 +9,14 @@
 #include <semaphore>
 #include <string>
 #include <thread>
+#include <tuple>
 #include <vector>
 
 #include <unistd.h>
 
-#include <gtest/gtest.h>
-
-#include <vl_driver/driver.h>
-#include <vl_model/control.h>
-#include <vl_model/observe.hpp>
 #include <vl_model/traffic.h>
+
+#include "support/model.h"
 
 namespace {
 
@@ -35,7 +33,7 @@ constexpr vl_model_action actions[] = {
 
 pipe_sess_hdl session = 0;
 
-// What a callback does. All kinds of callbacks come here, those without a cookie too.
+// What a callback does. Callbacks that take no cookie use `without_cookie`.
 struct Cookie {
     std::function<void()> body;
 };
@@ -52,21 +50,21 @@ pipe_status on_digest(pipe_sess_hdl, pipe_digest_msg* message, void* cookie) {
     EXPECT_EQ(message->entries[0], 42); // stays valid while the callback runs
     return VL_MODEL_OK;
 }
-void on_time_out(pipe_dev_id, pipe_tbl_hdl, pipe_ent_hdl, void* cookie) {
-    run(cookie);
+// A callback that ends with its cookie and returns nothing.
+template <class... Args>
+void on_call(Args... args) {
+    run(std::get<sizeof...(Args) - 1>(std::tuple(args...)));
 }
-void on_entry(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, pipe_ent_hdl, uint32_t, void* cookie) {
-    run(cookie);
-}
-void on_group(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, pipe_grp_hdl, pipe_mbr_hdl, uint32_t, void* cookie) {
-    run(cookie);
-}
-void on_position(pipe_sess_hdl, pipe_dev_tgt, pipe_grp_hdl, pipe_mbr_hdl, uint32_t, uint32_t, void* cookie) {
-    run(cookie);
-}
-void on_line(int, int, const char*, void* cookie) {
-    run(cookie);
-}
+template <class... Args>
+using Callback = void (*)(Args...);
+// The callback to register with the cookie: null with a null cookie.
+struct CallbackFor {
+    Cookie* cookie;
+    template <class... Args>
+    operator Callback<Args...>() const {
+        return cookie != nullptr ? on_call<Args...> : nullptr;
+    }
+};
 pipe_status on_device(pipe_dev_id) {
     run(without_cookie);
     return VL_MODEL_OK;
@@ -102,20 +100,27 @@ pipe_grp_hdl add_group() {
     return group;
 }
 
+using Step = std::function<void()>;
+
 // A kind of callback: how it is registered, what makes the driver call it, and what ends the registration.
 struct Kind {
     std::string name;
     std::function<void(Cookie*)> start;
-    std::function<void()> provoke;
-    std::vector<std::function<void()>> ends;
+    Step provoke;
+    std::vector<Step> ends;
 };
 
 void no_end() {}
 
+void add_any_member() {
+    pipe_mbr_hdl member = 0;
+    add_member(&member);
+}
+
 std::vector<Kind> kinds() {
     static Cookie other{no_end};
-    const auto remove_device = [] { EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK); };
-    const auto reset = [] { vl_model_reset(); };
+    const Step remove_device = [] { EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK); };
+    const Step reset = [] { vl_model_reset(); };
     std::vector<Kind> all;
     all.push_back(
         {"digest",
@@ -125,53 +130,29 @@ std::vector<Kind> kinds() {
              vl_model_digest_raise(3, digest, &entry, 1);
          },
          {[] { pipe_mgr_lrn_digest_notification_deregister(session, 3, digest); }, remove_device, reset}});
-    const auto on_time_outs = [](Cookie* cookie) {
-        pipe_mgr_idle_register_tmo_cb(session, 3, ageing_table, cookie != nullptr ? on_time_out : nullptr, cookie);
-    };
-    all.push_back({"time-out",
-                   on_time_outs,
-                   [] { vl_model_clock_advance(10); },
-                   {[=] { on_time_outs(nullptr); }, [=] { on_time_outs(&other); }, remove_device, reset}});
-    const auto on_entries = [](Cookie* cookie) {
-        pipe_register_mat_update_cb(session, 3, table, cookie != nullptr ? on_entry : nullptr, cookie);
-    };
-    all.push_back({"entry",
-                   on_entries,
-                   [] {
-                       pipe_mbr_hdl member = 0;
-                       add_member(&member);
-                       set_default_entry(member);
-                   },
-                   {[=] { on_entries(nullptr); }, [=] { on_entries(&other); }, remove_device, reset}});
-    const auto on_members = [](Cookie* cookie) {
-        pipe_register_adt_update_cb(session, device, members, cookie != nullptr ? on_entry : nullptr, cookie);
-    };
-    all.push_back({"member",
-                   on_members,
-                   [] {
-                       pipe_mbr_hdl member = 0;
-                       add_member(&member);
-                   },
-                   {[=] { on_members(nullptr); }, [=] { on_members(&other); }, remove_device, reset}});
-    const auto on_groups = [](Cookie* cookie) {
-        pipe_register_sel_update_cb(session, device, groups, cookie != nullptr ? on_group : nullptr, cookie);
-    };
-    all.push_back({"group",
-                   on_groups,
-                   [] { add_group(); },
-                   {[=] { on_groups(nullptr); }, [=] { on_groups(&other); }, remove_device, reset}});
-    const auto on_positions = [](Cookie* cookie) {
-        pipe_mgr_sel_tbl_register_cb(0, device, groups, cookie != nullptr ? on_position : nullptr, cookie);
-    };
-    all.push_back({"position",
-                   on_positions,
-                   [] { add_group(); },
-                   {[=] { on_positions(nullptr); }, [=] { on_positions(&other); }, remove_device, reset}});
-    const auto on_lines = [](Cookie* cookie) { vl_model_log_sink_set(cookie != nullptr ? on_line : nullptr, cookie); };
-    all.push_back({"log line",
-                   on_lines,
-                   [] { bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "line"); },
-                   {[=] { on_lines(nullptr); }, [=] { on_lines(&other); }, reset}});
+
+    // Kinds that end when another callback, or null, is registered.
+    const std::tuple<const char*, std::function<void(Cookie*)>, Step> replaceable[] = {
+        {"time-out", [](Cookie* c) { pipe_mgr_idle_register_tmo_cb(session, 3, ageing_table, CallbackFor{c}, c); },
+         [] { vl_model_clock_advance(10); }},
+        {"entry", [](Cookie* c) { pipe_register_mat_update_cb(session, 3, table, CallbackFor{c}, c); },
+         [] {
+             pipe_mbr_hdl member = 0;
+             add_member(&member);
+             set_default_entry(member);
+         }},
+        {"member", [](Cookie* c) { pipe_register_adt_update_cb(session, device, members, CallbackFor{c}, c); },
+         add_any_member},
+        {"group", [](Cookie* c) { pipe_register_sel_update_cb(session, device, groups, CallbackFor{c}, c); },
+         add_group},
+        {"position", [](Cookie* c) { pipe_mgr_sel_tbl_register_cb(0, device, groups, CallbackFor{c}, c); }, add_group},
+        {"log line", [](Cookie* c) { vl_model_log_sink_set(CallbackFor{c}, c); },
+         [] { bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "line"); }}};
+    for (const auto& [name, start, provoke] : replaceable) {
+        all.push_back({name, start, provoke, {[=] { start(nullptr); }, [=] { start(&other); }, reset}});
+        if (all.back().name != "log line") all.back().ends.push_back(remove_device);
+    }
+
     const auto register_client = [](Cookie* cookie) {
         without_cookie = cookie;
         bf_drv_client_callbacks callbacks{};
@@ -181,41 +162,42 @@ std::vector<Kind> kinds() {
         bf_drv_register("client", &client);
         bf_drv_client_register_callbacks(client, &callbacks, 1);
     };
-    const std::vector<std::function<void()>> ends_of_client = {[] { bf_drv_deregister(client); },
-                                                               [] {
-                                                                   const bf_drv_client_callbacks none{};
-                                                                   bf_drv_client_register_callbacks(client, &none, 1);
-                                                               },
-                                                               reset};
-    all.push_back({"removed device", register_client, [] { vl_model_device_state_drop(3); }, ends_of_client});
-    all.push_back({"state log", register_client, [] { std::free(vl_model_state_log(3)); }, ends_of_client});
-    all.push_back(
-        {"state restore", register_client, [] { vl_model_state_restore(3, R"({"client":{}})"); }, ends_of_client});
-    const auto restore = [] {
-        pipe_mgr_hitless_ha_restore_virtual_dev_state(
-            3, session, 0, 0, 0, [](uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {});
+    const Step register_none = [] {
+        const bf_drv_client_callbacks none{};
+        bf_drv_client_register_callbacks(client, &none, 1);
+    };
+    const std::pair<const char*, Step> of_clients[] = {
+        {"removed device", [] { vl_model_device_state_drop(3); }},
+        {"state log", [] { std::free(vl_model_state_log(3)); }},
+        {"state restore", [] { vl_model_state_restore(3, R"({"client":{}})"); }}};
+    for (const auto& [name, provoke] : of_clients)
+        all.push_back({name, register_client, provoke, {[] { bf_drv_deregister(client); }, register_none, reset}});
+
+    static constexpr auto restore = [](pipe_adt_sel_restore_cb callback) {
+        pipe_mgr_hitless_ha_restore_virtual_dev_state(3, session, 0, 0, 0, callback);
+    };
+    const Step restore_again = [] {
+        restore([](uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {});
     };
     all.push_back({"replayed row",
                    [](Cookie* cookie) {
-                       static Cookie idle{no_end};
-                       without_cookie = &idle;
-                       pipe_mgr_hitless_ha_restore_virtual_dev_state(3, session, 0, 0, 0, on_row);
+                       without_cookie = &other;
+                       restore(on_row);
                        without_cookie = cookie;
                    },
                    [] {
                        const vl_model_row row{};
                        vl_model_replay_row(&row);
                    },
-                   {restore, reset}});
+                   {restore_again, reset}});
     all.push_back({"row of a replay",
                    [](Cookie* cookie) {
-                       for (pipe_mbr_hdl member = 0; member < 2;) { // of two rows
+                       for (pipe_mbr_hdl member = 0; member < 2;) // of two rows
                            add_member(&member);
-                       }
                        without_cookie = cookie;
                    },
-                   [] { pipe_mgr_hitless_ha_restore_virtual_dev_state(3, session, 0, 0, 0, on_row); },
-                   {restore, reset}});
+                   [] { restore(on_row); },
+                   {restore_again, reset}});
     all.push_back({"answer hook",
                    [](Cookie* cookie) {
                        vl_model::set_member_answer_hook([cookie](pipe_action_data&, uint32_t&) { run(cookie); });
@@ -231,27 +213,18 @@ std::vector<Kind> kinds() {
     return all;
 }
 
-// A device with one entry that runs out of time after 10 milliseconds.
+// Starts anew with a device that has one entry, which times out after 10 milliseconds.
 void set_up() {
     vl_model_reset();
     ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
-    vl_model_table tables[2] = {};
-    tables[0].handle = table;
-    tables[0].actions = actions;
-    tables[0].action_count = 1;
+    vl_model_table tables[] = {support::model_table(table, VL_MODEL_KEYLESS, 0, actions),
+                               support::model_table(ageing_table, VL_MODEL_EXACT, 8, actions)};
     tables[0].data_table = members;
     tables[0].selector = groups;
-    tables[1].handle = ageing_table;
-    tables[1].match = VL_MODEL_EXACT;
-    tables[1].key_bits = 8;
-    tables[1].key_len = 1;
-    tables[1].actions = actions;
-    tables[1].action_count = 1;
     tables[1].idle_time = 1;
     constexpr vl_model_digest digests[] = {{digest, 1}};
-    vl_model_pipeline pipeline{.name = "p", .tables = tables, .table_count = 2};
-    pipeline.digests = digests;
-    pipeline.digest_count = 1;
+    const vl_model_pipeline pipeline{
+        .name = "p", .tables = tables, .table_count = 2, .digests = digests, .digest_count = 1};
     ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
 
     pipe_idle_params params{};
@@ -267,63 +240,66 @@ void set_up() {
     ASSERT_EQ(pipe_mgr_mat_ent_add(session, device, ageing_table, &match, action, &record, 10, 0, &entry), VL_MODEL_OK);
 }
 
-// Threads that wait for each other can't be told so; a signal ends the program.
+// Ends the program if threads wait for each other.
 void stop_if_it_hangs() {
     alarm(60);
 }
 
-TEST(CallbacksTest, WhoeverEndsARegistrationWaitsForItsCallback) {
+// Runs the body for every kind of callback and every way to end its registration.
+template <class Body>
+void for_each_end(Body body) {
     for (const Kind& kind : kinds()) {
         for (size_t i = 0; i < kind.ends.size(); ++i) {
             SCOPED_TRACE(kind.name + ", end " + std::to_string(i));
             stop_if_it_hangs();
             set_up();
-            std::binary_semaphore entered{0}, go_on{0};
-            bool has_left = false;
-            auto cookie = std::make_unique<Cookie>();
-            cookie->body = [&] {
-                entered.release();
-                go_on.acquire();
-                has_left = true;
-            };
-            kind.start(cookie.get());
-            std::thread caller(kind.provoke);
-            entered.acquire();
-            std::future<bool> ended = std::async(std::launch::async, [&] {
-                kind.ends[i]();
-                cookie.reset();
-                return has_left;
-            });
-            EXPECT_EQ(ended.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
-            go_on.release();
-            EXPECT_TRUE(ended.get());
-            caller.join();
+            body(kind, i);
         }
     }
+}
+
+TEST(CallbacksTest, TheEndOfARegistrationWaitsForItsCallback) {
+    for_each_end([](const Kind& kind, size_t end) {
+        std::binary_semaphore entered{0}, go_on{0};
+        bool has_left = false;
+        auto cookie = std::make_unique<Cookie>();
+        cookie->body = [&] {
+            entered.release();
+            go_on.acquire();
+            has_left = true;
+        };
+        kind.start(cookie.get());
+        std::thread caller(kind.provoke);
+        entered.acquire();
+        std::future<bool> ended = std::async(std::launch::async, [&] {
+            kind.ends[end]();
+            cookie.reset();
+            return has_left;
+        });
+        EXPECT_EQ(ended.wait_for(std::chrono::milliseconds(20)), std::future_status::timeout);
+        go_on.release();
+        EXPECT_TRUE(ended.get());
+        caller.join();
+    });
 }
 
 TEST(CallbacksTest, ACallbackMayEndItsOwnRegistration) {
-    for (const Kind& kind : kinds()) {
-        for (size_t i = 0; i < kind.ends.size(); ++i) {
-            SCOPED_TRACE(kind.name + ", end " + std::to_string(i));
-            stop_if_it_hangs();
-            set_up();
-            int calls = 0;
-            auto cookie = std::make_unique<Cookie>();
-            cookie->body = [&] {
-                ++calls;
-                if (kind.name == "digest" && i != 0) return; // its message would go with the device
-                kind.ends[i]();
-                cookie.reset();
-            };
-            kind.start(cookie.get());
-            kind.provoke();
-            EXPECT_EQ(calls, 1);
-        }
-    }
+    for_each_end([](const Kind& kind, size_t end) {
+        int calls = 0;
+        auto cookie = std::make_unique<Cookie>();
+        cookie->body = [&] {
+            ++calls;
+            if (kind.name == "digest" && end != 0) return; // the message would go with the device
+            kind.ends[end]();
+            cookie.reset();
+        };
+        kind.start(cookie.get());
+        kind.provoke();
+        EXPECT_EQ(calls, 1);
+    });
 }
 
-TEST(CallbacksTest, AnEndedRegistrationHearsNothingMoreOfAChange) {
+TEST(CallbacksTest, AChangeIsNotReportedToAnEndedRegistration) {
     set_up();
     pipe_mbr_hdl first = 0, second = 0;
     add_member(&first);
@@ -338,14 +314,14 @@ TEST(CallbacksTest, AnEndedRegistrationHearsNothingMoreOfAChange) {
         pipe_mgr_sel_tbl_register_cb(0, device, groups, nullptr, nullptr);
         pipe_register_sel_update_cb(session, device, groups, nullptr, nullptr);
     }};
-    pipe_mgr_sel_tbl_register_cb(0, device, groups, on_position, &on_first_position);
-    pipe_register_sel_update_cb(session, device, groups, on_group, &on_update);
+    pipe_mgr_sel_tbl_register_cb(0, device, groups, CallbackFor{&on_first_position}, &on_first_position);
+    pipe_register_sel_update_cb(session, device, groups, CallbackFor{&on_update}, &on_update);
     ASSERT_EQ(pipe_mgr_sel_grp_del(session, 3, groups, group, 0), VL_MODEL_OK); // two positions and an update
     EXPECT_EQ(positions, 1);
     EXPECT_EQ(updates, 0);
 }
 
-// Two callbacks on two threads, each of which ends the other's registration and stays until the other has done so too.
+// Two callbacks run on two threads. Each ends the other's registration, and returns once the other has done the same.
 TEST(CallbacksTest, CallbacksNeverWaitForEachOther) {
     const std::vector<Kind> all = kinds();
     for (size_t i = 1; i < all.size(); ++i) {
