@@ -1,27 +1,22 @@
-// Action profiles in the embedded driver: who uses whom and what that forbids, the choice by hash, a selector's memory,
-// replays, and what callbacks are told. Uses a pipeline of two indirect tables made up for it.
+// Action profiles in the embedded driver: rows that are in use and so can't be deleted, the choice by hash, the memory
+// of a selector, replays, and the arguments of callbacks. Uses a pipeline of two indirect tables made up for it.
 #include <initializer_list>
 #include <string>
 #include <tuple>
 #include <utility>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include <vl_driver/driver.h>
-#include <vl_model/control.h>
-#include <vl_model/observe.hpp>
+#include "support/model.h"
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-using Handles = std::vector<uint32_t>;
+using namespace support;
 
 constexpr uint32_t hops = 0x1000001; // exact, 16 bits
 constexpr uint32_t lags = 0x1000002;
 constexpr uint32_t hop_members = 0x2000001;
 constexpr uint32_t lag_members = 0x2000002;
-constexpr uint32_t hop_groups = 0x3000002; // handles in another order than those of the data tables
+constexpr uint32_t hop_groups = 0x3000002; // the order differs from that of the data tables
 constexpr uint32_t lag_groups = 0x3000001;
 
 constexpr uint32_t set_hop = 0x20000001; // 12 bits of data
@@ -36,22 +31,7 @@ constexpr vl_model_action lag_actions[] = {
     {.handle = set_lag, .data_bits = 0, .data_len = 0, .for_entries = 1, .for_default = 1},
 };
 
-template <size_t count>
-vl_model_table indirect(uint32_t handle, const vl_model_action (&actions)[count], uint32_t data_table,
-                        uint32_t selector) {
-    vl_model_table t{};
-    t.handle = handle;
-    t.match = VL_MODEL_EXACT;
-    t.key_bits = 16;
-    t.key_len = 2;
-    t.actions = actions;
-    t.action_count = count;
-    t.data_table = data_table;
-    t.selector = selector;
-    return t;
-}
-
-// What callbacks were told, as text.
+// The arguments of callbacks, as text.
 std::vector<std::string>& told() {
     static std::vector<std::string> list;
     return list;
@@ -64,25 +44,18 @@ void tell(const char* who, std::initializer_list<uint32_t> words) {
     told().push_back(line);
 }
 
-uint32_t rows_of(uint32_t session, pipe_dev_tgt device, uint32_t table) {
-    uint32_t count = 0;
-    EXPECT_EQ(pipe_mgr_get_entry_count(session, device, table, 0, &count), VL_MODEL_OK);
-    return count;
-}
-
-class ProfilesTest : public testing::Test {
+class ProfilesTest : public DeviceTest {
 protected:
-    static constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = 1, .reserved = 0};
-    pipe_sess_hdl session = 0;
-
     void SetUp() override {
-        vl_model_reset();
         told().clear();
-        ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
-        const vl_model_table tables[] = {indirect(hops, hop_actions, hop_members, hop_groups),
-                                         indirect(lags, lag_actions, lag_members, lag_groups)};
-        const vl_model_pipeline pipeline{.name = "p", .tables = tables, .table_count = 2};
-        ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
+        device.pipe_id = 1;
+        vl_model_table tables[] = {model_table(hops, VL_MODEL_EXACT, 16, hop_actions),
+                                   model_table(lags, VL_MODEL_EXACT, 16, lag_actions)};
+        tables[0].data_table = hop_members;
+        tables[0].selector = hop_groups;
+        tables[1].data_table = lag_members;
+        tables[1].selector = lag_groups;
+        start({.name = "p", .tables = tables, .table_count = 2});
     }
 
     pipe_status try_member(uint32_t table, uint32_t action, Bytes data, uint16_t bits, uint32_t* handle) const {
@@ -94,8 +67,7 @@ protected:
     }
     uint32_t add_hop(uint16_t hop) const {
         uint32_t handle = 0;
-        const Bytes data{static_cast<uint8_t>(hop >> 8), static_cast<uint8_t>(hop)};
-        EXPECT_EQ(try_member(hop_members, set_hop, data, 12, &handle), VL_MODEL_OK);
+        EXPECT_EQ(try_member(hop_members, set_hop, big_endian(hop, 2), 12, &handle), VL_MODEL_OK);
         return handle;
     }
     uint32_t add_group(uint32_t max_size = 0, uint32_t selector = hop_groups) const {
@@ -126,10 +98,21 @@ protected:
     }
     pipe_status add_entry(uint16_t key, const pipe_action_record& record, uint32_t* entry,
                           uint32_t action = set_hop) const {
-        uint8_t bytes[2] = {static_cast<uint8_t>(key >> 8), static_cast<uint8_t>(key)};
-        uint8_t mask[2] = {0xFF, 0xFF};
-        const pipe_match_record match = {bytes, mask, 0, 0, 16, 2, 0};
-        return pipe_mgr_mat_ent_add(session, device, hops, &match, action, &record, 0, 0, entry);
+        return add_exact(hops, big_endian(key, 2), action, record, entry);
+    }
+    pipe_status point_default_at(const pipe_action_record& record) const {
+        uint32_t entry = 0;
+        return pipe_mgr_mat_default_entry_set(session, device, hops, set_hop, &record, 0, &entry);
+    }
+    pipe_status set_fallback(uint32_t member) const {
+        return pipe_mgr_sel_fallback_mbr_set(session, device, hop_groups, member, 0);
+    }
+    // Adds hops to the group until it has `count` members.
+    void fill(uint32_t group, Handles& members, size_t count) const {
+        while (members.size() < count) {
+            members.push_back(add_hop(static_cast<uint16_t>(members.size())));
+            ASSERT_EQ(join(group, members.back()), VL_MODEL_OK);
+        }
     }
     // The member that a hash picks, or 0 if the call is refused.
     uint32_t pick(uint32_t group, const Bytes& hash) const {
@@ -137,16 +120,6 @@ protected:
         const pipe_status status = pipe_mgr_sel_grp_mbr_get_from_hash(session, device, hop_groups, group, hash.data(),
                                                                       static_cast<uint32_t>(hash.size()), &member);
         return status == VL_MODEL_OK ? member : 0;
-    }
-    Handles walk(uint32_t table) const {
-        Handles found(1);
-        if (pipe_mgr_get_first_entry_handle(session, table, device, found.data()) != VL_MODEL_OK) return {};
-        for (;;) {
-            uint32_t next = 0;
-            EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, table, device, found.back(), 1, &next), VL_MODEL_OK);
-            if (next == PIPE_HDL_END) return found;
-            found.push_back(next);
-        }
     }
 };
 
@@ -178,7 +151,6 @@ TEST_F(ProfilesTest, MembersAreReadAsSoftwareAndHardwareHaveThem) {
 
     vl_model::set_member_answer_hook([](pipe_action_data&, uint32_t& action) { action = 0xBAD; });
     EXPECT_EQ(std::get<1>(read(false)), 0xBADU);
-    vl_model::set_member_answer_hook({});
 }
 
 TEST_F(ProfilesTest, RefusesMembersThatDoNotFit) {
@@ -196,7 +168,7 @@ TEST_F(ProfilesTest, RefusesMembersThatDoNotFit) {
     EXPECT_EQ(pipe_mgr_adt_ent_del(session, 3, lag_members, member, 0), VL_MODEL_NOT_FOUND);
 }
 
-TEST_F(ProfilesTest, GroupsRefuseWhoDoesNotBelong) {
+TEST_F(ProfilesTest, GroupsRefuseMembersThatDoNotBelong) {
     const uint32_t member = add_hop(1);
     const uint32_t group = add_group(2);
     uint32_t foreign = 0;
@@ -214,8 +186,9 @@ TEST_F(ProfilesTest, GroupsRefuseWhoDoesNotBelong) {
     EXPECT_EQ(join(group, third), VL_MODEL_OK);
 }
 
-// Every change of what an entry points at must count both ways, or something can never be deleted, or too early.
-TEST_F(ProfilesTest, WhatIsUsedStays) {
+// Each change of an entry must release its old target and hold its new one. Otherwise a row could be deleted too early,
+// or never.
+TEST_F(ProfilesTest, RowsInUseStay) {
     const uint32_t member = add_hop(1);
     const uint32_t other = add_hop(2);
     const uint32_t group = add_group();
@@ -229,24 +202,23 @@ TEST_F(ProfilesTest, WhatIsUsedStays) {
     EXPECT_EQ(add_entry(1, to_member, &entry, none), VL_MODEL_FOREIGN_ACTION);
 
     ASSERT_EQ(add_entry(1, to_member, &entry), VL_MODEL_OK);
-    EXPECT_EQ(add_entry(1, to_other, &entry), VL_MODEL_EXISTS); // uses nothing
+    EXPECT_EQ(add_entry(1, to_other, &entry), VL_MODEL_EXISTS); // refused, so it holds nothing
     EXPECT_EQ(delete_member(member), VL_MODEL_IN_USE);
     ASSERT_EQ(pipe_mgr_mat_ent_set_action(session, 3, hops, entry, set_hop, &to_group, 0), VL_MODEL_OK);
     EXPECT_EQ(delete_group(group), VL_MODEL_IN_USE);
     ASSERT_EQ(join(group, member), VL_MODEL_OK);
     EXPECT_EQ(delete_member(member), VL_MODEL_IN_USE);
 
-    uint32_t fallback = 0;
-    ASSERT_EQ(pipe_mgr_mat_default_entry_set(session, device, hops, set_hop, &to_group, 0, &fallback), VL_MODEL_OK);
+    ASSERT_EQ(point_default_at(to_group), VL_MODEL_OK);
     ASSERT_EQ(pipe_mgr_mat_ent_del(session, 3, hops, entry, 0), VL_MODEL_OK);
     EXPECT_EQ(delete_group(group), VL_MODEL_IN_USE);
-    ASSERT_EQ(pipe_mgr_mat_default_entry_set(session, device, hops, set_hop, &to_other, 0, &fallback), VL_MODEL_OK);
+    ASSERT_EQ(point_default_at(to_other), VL_MODEL_OK);
     EXPECT_EQ(delete_group(group), VL_MODEL_OK);
     EXPECT_EQ(delete_member(member), VL_MODEL_OK); // its group is gone
     EXPECT_EQ(delete_member(other), VL_MODEL_IN_USE);
     ASSERT_EQ(pipe_mgr_mat_tbl_default_entry_reset(session, device, hops, 0), VL_MODEL_OK);
-    ASSERT_EQ(pipe_mgr_sel_fallback_mbr_set(session, device, hop_groups, other, 0), VL_MODEL_OK);
-    ASSERT_EQ(pipe_mgr_sel_fallback_mbr_set(session, device, hop_groups, other, 0), VL_MODEL_OK);
+    ASSERT_EQ(set_fallback(other), VL_MODEL_OK);
+    ASSERT_EQ(set_fallback(other), VL_MODEL_OK);
     EXPECT_EQ(delete_member(other), VL_MODEL_IN_USE);
     ASSERT_EQ(pipe_mgr_sel_fallback_mbr_reset(session, device, hop_groups, 0), VL_MODEL_OK);
     EXPECT_EQ(delete_member(other), VL_MODEL_OK);
@@ -281,7 +253,7 @@ TEST_F(ProfilesTest, TheHashChoosesAmongTheActive) {
         ASSERT_EQ(disable(group, member), VL_MODEL_OK);
     EXPECT_EQ(pick(group, {1}), 0U);
     const uint32_t fallback = add_hop(9);
-    ASSERT_EQ(pipe_mgr_sel_fallback_mbr_set(session, device, hop_groups, fallback, 0), VL_MODEL_OK);
+    ASSERT_EQ(set_fallback(fallback), VL_MODEL_OK);
     EXPECT_EQ(pick(group, {1}), fallback);
     ASSERT_EQ(pipe_mgr_sel_grp_mbr_enable(session, device, hop_groups, group, members[1], 0), VL_MODEL_OK);
     EXPECT_EQ(pick(group, {1}), members[1]);
@@ -298,7 +270,7 @@ TEST_F(ProfilesTest, Walks) {
     ASSERT_EQ(delete_member(members[1]), VL_MODEL_OK);
     EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, hop_members, device, members[1], 1, &next), VL_MODEL_OK);
     EXPECT_EQ(next, members[2]);
-    EXPECT_EQ(rows_of(session, device, hop_members), 3U);
+    EXPECT_EQ(rows_of(hop_members), 3U);
 
     EXPECT_EQ(pipe_mgr_get_first_group_member(session, hop_groups, 3, groups[0], &next), VL_MODEL_NOT_FOUND);
     for (const uint32_t member : {members[3], members[0], members[2]})
@@ -322,10 +294,7 @@ TEST_F(ProfilesTest, AGroupTakesWordsAsItGrows) {
     const uint32_t large = add_group();
     const uint32_t small = add_group();
     Handles members;
-    for (uint16_t i = 0; i < VL_MODEL_SELECTOR_WORD_SLOTS + 1; ++i) {
-        members.push_back(add_hop(i));
-        ASSERT_EQ(join(large, members.back()), VL_MODEL_OK);
-    }
+    fill(large, members, VL_MODEL_SELECTOR_WORD_SLOTS + 1);
     ASSERT_EQ(join(small, members[5]), VL_MODEL_OK);
     ASSERT_EQ(disable(large, members[0]), VL_MODEL_OK);
     ASSERT_EQ(leave(large, members[2]), VL_MODEL_OK);
@@ -333,7 +302,7 @@ TEST_F(ProfilesTest, AGroupTakesWordsAsItGrows) {
     EXPECT_EQ(active_in(1), 1);
     EXPECT_EQ(active_in(2), 1);
     EXPECT_EQ(active_in(3), -1);
-    ASSERT_EQ(join(large, members[2]), VL_MODEL_OK); // the free position serves before a new word does
+    ASSERT_EQ(join(large, members[2]), VL_MODEL_OK); // takes the free position, not a new word
     Handles found(3, 7);
     EXPECT_EQ(pipe_mgr_get_word_llp_active_members(session, device, hop_groups, 0, 2, found.data()), VL_MODEL_OK);
     EXPECT_EQ(found, (Handles{members[1], members[2], 7}));
@@ -346,42 +315,41 @@ TEST_F(ProfilesTest, AGroupTakesWordsAsItGrows) {
     EXPECT_EQ(active_in(0), 0);
 }
 
-// A group's words need not come in the order of their numbers.
+// The words of a group need not be in ascending order.
 TEST_F(ProfilesTest, MembersTakeTheLowestFreePositionOfTheirGroup) {
     const uint32_t first = add_group(); // word 0
     const uint32_t large = add_group(); // words 1 and 2, and then 0
     Handles members;
-    const auto fill = [&](size_t count) {
-        while (members.size() < count) {
-            members.push_back(add_hop(1));
-            ASSERT_EQ(join(large, members.back()), VL_MODEL_OK);
-        }
-    };
-    fill(2UL * VL_MODEL_SELECTOR_WORD_SLOTS);
+    fill(large, members, 2UL * VL_MODEL_SELECTOR_WORD_SLOTS);
     ASSERT_EQ(delete_group(first), VL_MODEL_OK);
-    fill(3UL * VL_MODEL_SELECTOR_WORD_SLOTS);
-    std::vector<uint32_t> positions;
+    fill(large, members, 3UL * VL_MODEL_SELECTOR_WORD_SLOTS);
+    Handles positions;
     const auto on_memory = [](pipe_sess_hdl, pipe_dev_tgt, uint32_t, uint32_t, uint32_t index, uint32_t, void* cookie) {
-        static_cast<std::vector<uint32_t>*>(cookie)->push_back(index);
+        static_cast<Handles*>(cookie)->push_back(index);
     };
     ASSERT_EQ(pipe_mgr_sel_tbl_register_cb(session, device, hop_groups, on_memory, &positions), VL_MODEL_OK);
     for (const size_t i : {40U, 5U, 70U, 94U})
         ASSERT_EQ(leave(large, members[i]), VL_MODEL_OK);
     for (const size_t i : {94U, 70U, 40U, 5U})
         ASSERT_EQ(join(large, members[i]), VL_MODEL_OK);
-    EXPECT_EQ(positions, (std::vector<uint32_t>{72, 37, 6, 30, 6, 30, 37, 72}));
-    ASSERT_EQ(pipe_mgr_sel_tbl_register_cb(session, device, hop_groups, nullptr, nullptr), VL_MODEL_OK);
+    EXPECT_EQ(positions, (Handles{72, 37, 6, 30, 6, 30, 37, 72}));
 }
 
-// A callback that asks the driver in turn would hang if it ran under the driver's lock.
-TEST_F(ProfilesTest, CallbacksAreToldOutsideTheLock) {
+// A callback that calls the driver would hang if it ran under the driver's lock. The last number of most lines is the
+// table's number of rows, for which the callback asks the driver.
+TEST_F(ProfilesTest, CallbacksRunOutsideTheLock) {
+    static const auto count = [](uint32_t sess, pipe_dev_tgt dev, uint32_t table) {
+        uint32_t rows = 0;
+        EXPECT_EQ(pipe_mgr_get_entry_count(sess, dev, table, 0, &rows), VL_MODEL_OK);
+        return rows;
+    };
     const auto on_member = [](pipe_sess_hdl sess, pipe_dev_tgt dev, uint32_t table, uint32_t member, uint32_t update,
                               void*) {
-        tell("member", {dev.pipe_id, member & 0xFF, update, rows_of(sess, dev, table)});
+        tell("member", {dev.pipe_id, member & 0xFF, update, count(sess, dev, table)});
     };
     const auto on_group = [](pipe_sess_hdl sess, pipe_dev_tgt dev, uint32_t selector, uint32_t group, uint32_t member,
                              uint32_t update, void*) {
-        tell("group", {group & 0xFF, member & 0xFF, update, rows_of(sess, dev, selector)});
+        tell("group", {group & 0xFF, member & 0xFF, update, count(sess, dev, selector)});
     };
     const auto on_memory = [](pipe_sess_hdl, pipe_dev_tgt, uint32_t group, uint32_t member, uint32_t index,
                               uint32_t active, void*) {
@@ -390,7 +358,7 @@ TEST_F(ProfilesTest, CallbacksAreToldOutsideTheLock) {
     const auto on_entry = [](pipe_sess_hdl sess, pipe_dev_tgt dev, uint32_t table, uint32_t entry, uint32_t update,
                              void* cookie) {
         EXPECT_EQ(cookie, &told());
-        tell("entry", {entry, update, rows_of(sess, dev, table)});
+        tell("entry", {entry, update, count(sess, dev, table)});
     };
     ASSERT_EQ(pipe_register_adt_update_cb(session, device, hop_members, on_member, nullptr), VL_MODEL_OK);
     ASSERT_EQ(pipe_register_sel_update_cb(session, device, hop_groups, on_group, nullptr), VL_MODEL_OK);
@@ -400,7 +368,7 @@ TEST_F(ProfilesTest, CallbacksAreToldOutsideTheLock) {
     const uint32_t member = add_hop(1);
     const uint32_t group = add_group();
     join(group, member);
-    join(group, member); // refused, and so nobody hears of it
+    join(group, member); // refused, so no callback runs
     disable(group, member);
     uint32_t entry = 0;
     const pipe_action_record to_group = target(PIPE_KIND_GROUP, group);
@@ -459,20 +427,18 @@ TEST_F(ProfilesTest, FaultsAndRecordsReachTheseCallsToo) {
     const uint32_t group = add_group();
     ASSERT_EQ(join(group, add_hop(1)), VL_MODEL_OK);
     vl_model::fail_call("pipe_mgr_sel_grp_mbr_get_from_hash", 1, 99);
-    vl_model::record_calls(true);
-    EXPECT_EQ(pick(group, {7, 8}), 0U);
     const Handles members{5, 6};
-    p4_pd_ms_state* state = p4_pd_ms_init_state();
-    p4_pd_ms_del_grp(session, state, 3, group, 2, members.data());
-    uint32_t value = 0;
-    uint32_t args = 0;
-    EXPECT_EQ(pipe_mgr_tbl_set_property(session, 3, hops, 8, 5, 6), VL_MODEL_OK);
-    EXPECT_EQ(pipe_mgr_tbl_set_property(session, 3, hops, 9, 5, 6), VL_MODEL_INVALID);
-    EXPECT_EQ(pipe_mgr_tbl_get_property(session, 3, hops, 0, &value, &args), VL_MODEL_INVALID);
-    EXPECT_EQ(pipe_mgr_tbl_get_property(session, 3, hops, 8, &value, &args), VL_MODEL_OK);
+    uint32_t value = 0, args = 0;
+    const auto calls = recorded([&] {
+        EXPECT_EQ(pick(group, {7, 8}), 0U);
+        p4_pd_ms_state* state = p4_pd_ms_init_state();
+        p4_pd_ms_del_grp(session, state, 3, group, 2, members.data());
+        EXPECT_EQ(pipe_mgr_tbl_set_property(session, 3, hops, 8, 5, 6), VL_MODEL_OK);
+        EXPECT_EQ(pipe_mgr_tbl_set_property(session, 3, hops, 9, 5, 6), VL_MODEL_INVALID);
+        EXPECT_EQ(pipe_mgr_tbl_get_property(session, 3, hops, 0, &value, &args), VL_MODEL_INVALID);
+        EXPECT_EQ(pipe_mgr_tbl_get_property(session, 3, hops, 8, &value, &args), VL_MODEL_OK);
+    });
     EXPECT_EQ(std::pair(value, args), std::pair(5U, 6U));
-    const std::vector<vl_model::Call> calls = vl_model::take_calls();
-    vl_model::record_calls(false);
     ASSERT_EQ(calls.size(), 7U);
     EXPECT_EQ(calls[0].status, 99U);
     EXPECT_EQ(calls[0].bytes, (Bytes{7, 8}));
@@ -487,8 +453,6 @@ TEST_F(ProfilesTest, FaultsAndRecordsReachTheseCallsToo) {
     uint8_t states = 0;
     EXPECT_EQ(pipe_mgr_sel_grp_mbrs_get(session, 3, hop_groups, group, 1, &value, &states, &args, 0), VL_MODEL_OK);
     EXPECT_EQ(args, 0U);
-    vl_model::set_state_answer_hook({});
-    vl_model::set_group_answer_hook({});
 }
 
 } // namespace
