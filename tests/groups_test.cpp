@@ -1,5 +1,5 @@
-// Selector groups. Driver calls take the group before the member, shadow calls the member before the group, and the
-// selector's place changes with the call: each is compared with all its arguments.
+// Selector groups: the calls of the driver and the shadow, with all their arguments. The driver takes the group before
+// the member, the shadow the member before the group, and the selector's place changes from call to call.
 #include "support/profiles.h"
 
 #include <set>
@@ -38,7 +38,7 @@ TEST_F(Groups, ChangesReachTheDriverAndThenTheShadow) {
         ASSERT_EQ(run("del_member_from_group", "sess dev grp mbr"), 0u);
         expect_calls(
             {"pipe_mgr_sel_grp_mbr_del sess dev sel grp mbr 0", "p4_pd_ms_del_mbr_from_grp sess state dev mbr grp"});
-        EXPECT_EQ(action_of_group(group), action(1).handle) << "the action stays when its member leaves";
+        EXPECT_EQ(action_of_group(group), action(1).handle) << "the group keeps the action when the member leaves";
         ASSERT_EQ(run("del_group", "sess dev grp"), 0u);
         expect_calls({"pipe_mgr_get_sel_grp_mbr_count sess dev sel grp *", "pipe_mgr_sel_grp_del sess dev sel grp 0",
                       "p4_pd_ms_del_grp sess state dev grp 0 0"});
@@ -74,8 +74,8 @@ TEST_F(Groups, OneCallOperations) {
     expect_profile_forwards(operations, "get_sel_table_handle", &catalog::Profile::selector);
 }
 
-TEST_F(Groups, WhatARefusedStepLeaves) {
-    // In this order: each step finds what the ones before it left.
+TEST_F(Groups, TheStateAfterARefusal) {
+    // Each step starts from the state that the steps before it left.
     const struct {
         const char *operation, *arguments, *failing;
         pd_status expected;
@@ -108,7 +108,7 @@ TEST_F(Groups, WhatARefusedStepLeaves) {
         }
         names["grp"] = lost;
         EXPECT_EQ(run_on_table("set_default_entry_with_selector", "sess tgt grp out"), VL_MODEL_NOT_FOUND)
-            << "a group that the shadow failed to take";
+            << "the shadow failed to take this group";
         calls();
     });
 }
@@ -120,7 +120,7 @@ TEST_F(Groups, TheMemberThatJoinedLastGivesTheAction) {
     EXPECT_EQ(action_of_group(add_group({tunnel, port})), 0x200000fcu);
 }
 
-TEST_F(Groups, OnlyTheTwoStatesOfMembersGetThrough) {
+TEST_F(Groups, AMemberHasTwoStates) {
     constexpr uint32_t untouched = 0xA5A5A5A5;
     for_profiles([&] {
         const pd_member member = add_member();
@@ -137,7 +137,7 @@ TEST_F(Groups, OnlyTheTwoStatesOfMembersGetThrough) {
         names["odd"] = 2;
         EXPECT_EQ(run("group_member_state_set", "sess tgt grp mbr odd"), uint32_t{PD_STATUS_INVALID});
         const std::vector<vl_model::Call> made = calls();
-        ASSERT_EQ(made.size(), 1u) << "a line in the log, and no driver call";
+        ASSERT_EQ(made.size(), 1u) << "one line in the log, and no driver call";
         EXPECT_TRUE(made[0].text.starts_with("mbr_state == P4_PD_GRP_MBR_STATE_INACTIVE"));
     });
 }
@@ -199,9 +199,9 @@ TEST_F(Groups, ARefusedDeletionLeavesTheGroupAndNoMemory) {
         for (const pd_group last : {group, empty}) {
             names["grp"] = last;
             vl_model::fail_call("p4_pd_ms_del_grp", 1, 55);
-            EXPECT_EQ(run("del_group", "sess dev grp"), 55u) << "the shadow has the last word";
+            EXPECT_EQ(run("del_group", "sess dev grp"), 55u) << "the status is the shadow's";
             EXPECT_EQ(vl_model::live_allocations(), 0u);
-            EXPECT_EQ(run("del_group", "sess dev grp"), VL_MODEL_NOT_FOUND) << "and the driver has lost the group";
+            EXPECT_EQ(run("del_group", "sess dev grp"), VL_MODEL_NOT_FOUND) << "the driver no longer has the group";
         }
         EXPECT_EQ(action_of_group(group), action(0).handle) << "the shadow still holds it";
     });

@@ -1,8 +1,5 @@
-// Entries that point at a member or a group: what each of the eight operations asks the shadow and sends, and the whole
-// road of one ECMP group.
+// Entries that point at a member or a group: what each of the eight operations asks the shadow and sends to the driver.
 #include "support/profiles.h"
-
-#include <cstring>
 
 namespace {
 
@@ -42,7 +39,7 @@ protected:
     void expect_match(const Call& call) {
         ASSERT_TRUE(call.match);
         // Of wide_values the first bytes are the value, and in lagGroup the next four the mask.
-        const bool is_lag = names["prio"].has_value(), is_ecmp = profile->data_table == 0x200001a;
+        const bool is_lag = names["prio"].has_value(), is_ecmp = profile->table == std::string("ecmpGroup");
         EXPECT_EQ(hex(call.match->key), is_lag ? "f3 f2 f1" : "f2 f1");
         EXPECT_EQ(hex(call.match->mask), is_lag ? "07 f6 f5" : "ff ff");
         EXPECT_EQ(call.match->key_bits, is_lag ? 20 : is_ecmp ? 16 : 10);
@@ -56,7 +53,7 @@ protected:
         SCOPED_TRACE(operation);
         uint32_t out = 0xA5A5A5A5;
         names["out"] = word(&out);
-        if (kind == modify || kind == modify_by_key) { // an entry of the other form turns to this one
+        if (kind == modify || kind == modify_by_key) { // an entry that points at the other kind changes to this one
             names["hdl"] = other;
             ASSERT_EQ(run_on_table(to_group ? "add_entry" : "add_entry_with_selector", "sess tgt key prio hdl out"),
                       0u);
@@ -78,7 +75,7 @@ protected:
         expect_calls(expected);
         EXPECT_EQ(out, before);
         vl_model::fail_call(to_group ? "p4_pd_ms_grp_get_res" : "p4_pd_ms_mbr_get_res", 1, 63);
-        EXPECT_EQ(run_on_table(operation, row.arguments), 0u) << "what it says of resources isn't looked at";
+        EXPECT_EQ(run_on_table(operation, row.arguments), 0u) << "the status of the resources is ignored";
         expect_record(expect_calls(expected)[2], to_group);
 
         names["entry"] = out;
@@ -106,56 +103,6 @@ TEST_F(Indirect, EveryOperationOnEveryTable) {
         }
     });
     EXPECT_EQ(vl_model::allocations_made(), 0u);
-}
-
-TEST_F(Indirect, TheRoadOfAnEcmpGroup) {
-    use(catalog::program.profiles[1]);
-    uint32_t members[3], group = 0, entry = 0, found[3] = {};
-    p4_pd_velmar_switch_setEcmpNextHop_action_spec_t hop = {.action_nextHopTable = 2, .action_nextHop = 0x10000};
-    for (uint32_t& member : members) {
-        ++hop.action_nextHop;
-        ASSERT_EQ(
-            p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_with_setEcmpNextHop(session, target, &hop, &member),
-            0u);
-    }
-    ASSERT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_create_group(session, target, 3, &group), 0u);
-    const p4_pd_velmar_switch_ecmpGroup_match_spec_t key = {.l3_nextHop = 0x1234};
-    EXPECT_NE(p4_pd_velmar_switch_ecmpGroup_add_entry_with_selector(session, target, &key, group, &entry), 0u)
-        << "without a member the group has no action";
-    for (const pd_member member : members)
-        ASSERT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_add_member_to_group(session, device, group, member), 0u);
-    ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_add_entry_with_selector(session, target, &key, group, &entry), 0u);
-
-    p4_pd_velmar_switch_ecmpGroup_match_spec_t read = {};
-    uint8_t has_mbr = 9, has_grp = 9, is_default = 9;
-    ASSERT_EQ(p4_pd_velmar_switch_ecmpGroup_get_entry(session, device, entry, 1, &read, &has_mbr, &has_grp, &found[0],
-                                                      &found[1], &is_default),
-              0u);
-    EXPECT_EQ(read.l3_nextHop, 0x1234u);
-    EXPECT_TRUE(has_mbr == 0 && has_grp == 1 && is_default == 0);
-    EXPECT_EQ(found[0], group);
-
-    names["grp"] = group;
-    names["out"] = word(found);
-    EXPECT_EQ(run("get_first_group_member", "sess dev grp out"), 0u);
-    EXPECT_EQ(found[0], members[0]);
-    names["mbr"] = found[0];
-    EXPECT_EQ(run("get_next_group_members", "sess dev grp mbr 3 out"), 0u);
-    EXPECT_TRUE(found[0] == members[1] && found[1] == members[2] && found[2] == PD_HDL_END);
-    pd_action_record record = {};
-    ASSERT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_get_member(session, device, members[2], 1, &record), 0u);
-    EXPECT_STREQ(p4_pd_velmar_switch_action_name_strings[record.action_id], "p4_pd_velmar_switch_setEcmpNextHop");
-    p4_pd_velmar_switch_setEcmpNextHop_action_spec_t read_hop;
-    std::memcpy(&read_hop, record.spec, sizeof read_hop);
-    EXPECT_TRUE(read_hop.action_nextHopTable == 2 && read_hop.action_nextHop == hop.action_nextHop);
-
-    names["entry"] = entry;
-    EXPECT_EQ(run("del_group", "sess dev grp"), VL_MODEL_IN_USE);
-    EXPECT_EQ(run_on_table("table_delete", "sess dev entry"), 0u);
-    EXPECT_EQ(run("del_group", "sess dev grp"), 0u);
-    EXPECT_NE(p4_pd_velmar_switch_ecmpGroup_add_entry_with_selector(session, target, &key, group, &entry), 0u);
-    for (const pd_member member : members)
-        EXPECT_EQ(p4_pd_velmar_switch_ecmpMemberActionProfile_del_member(session, device, member), 0u);
 }
 
 } // namespace

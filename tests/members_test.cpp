@@ -1,5 +1,4 @@
-// Members of the action profiles: what reaches the driver and the shadow, in which order, and what is left when either
-// refuses.
+// Members of the action profiles: the calls of the driver and the shadow in their order, and the state after a refusal.
 #include "support/profiles.h"
 
 #include <cstring>
@@ -11,30 +10,24 @@ using vl_model::Call;
 
 constexpr uint8_t untouched = 0xA5;
 
-// The actions of the profiles, with what wide_values are in their data and how they come back.
+// What wide_values are in the data of each action that has parameters, and how they come back.
 const struct Row {
-    size_t profile;
     const char* action;
-    uint32_t handle;
-    uint32_t number;
     uint16_t data_bits;
-    const char* data;
-    const char* spec;
+    const char *data, *spec;
 } rows[] = {
-    {0, "NoAction", 0x200000ce, 1, 0, "", ""},
-    {0, "setLagMemberSelector", 0x200000cd, 168, 10, "f2 f1", "f1 f2"},
-    {1, "NoAction", 0x200000b6, 1, 0, "", ""},
-    {1, "setEcmpNextHop", 0x200000b5, 169, 40, "f1 f8 f7 f6 f5", "f1 00 00 00 f5 f6 f7 f8"},
-    {2, "NoAction", 0x20000128, 1, 0, "", ""},
-    {2, "setEgrLagMemberSelector", 0x20000127, 176, 10, "f2 f1", "f1 f2"},
-    {3, "NoAction", 0x200000db, 1, 0, "", ""},
-    {3, "setTunnelEgressInfo", 0x200000da, 217, 52, "f3 f2 f1 f8 f7 f6 f5", "f1 f2 f3 00 f5 f6 f7 f8"},
-    {4, "setLagPort", 0x200000fc, 239, 9, "f2 f1", "f1 f2"},
-    {4, "setPhysicalPort", 0x200000fd, 240, 0, "", ""},
-    {4, "setTunnelInfo", 0x200000fe, 241, 0, "", ""},
-    {4, "invalidateUcastEgressPort", 0x200000ff, 242, 0, "", ""},
-    {4, "fixL2SubintfAlignment", 0x20000100, 243, 0, "", ""},
+    {"setLagMemberSelector", 10, "f2 f1", "f1 f2"},
+    {"setEcmpNextHop", 40, "f1 f8 f7 f6 f5", "f1 00 00 00 f5 f6 f7 f8"},
+    {"setEgrLagMemberSelector", 10, "f2 f1", "f1 f2"},
+    {"setTunnelEgressInfo", 52, "f3 f2 f1 f8 f7 f6 f5", "f1 f2 f3 00 f5 f6 f7 f8"},
+    {"setLagPort", 9, "f2 f1", "f1 f2"},
 };
+
+Row row_of(const catalog::Binding& binding) {
+    const auto* const found = std::find_if(std::begin(rows), std::end(rows),
+                                           [&](const Row& row) { return catalog::same(row.action, binding.action); });
+    return found != std::end(rows) ? *found : Row{binding.action, 0, "", ""};
+}
 
 class Members : public ProfileTest {
 protected:
@@ -63,46 +56,47 @@ protected:
 };
 
 TEST_F(Members, EveryActionOfEveryProfile) {
-    for (const Row& row : rows) {
-        use(catalog::program.profiles[row.profile]);
-        SCOPED_TRACE(std::string(profile->name) + " " + row.action);
-        pd_member member = 0;
-        names["out"] = word(&member);
-        names["act"] = row.handle;
-        name_spec(*catalog::find_binding(profile->actions, row.action));
-        ASSERT_EQ(run(std::string("add_member_with_") + row.action, "sess tgt spec out"), 0u);
-        names["mbr"] = member;
-        expect_record(
-            expect_calls({"pipe_mgr_adt_ent_add sess tgt adt act 0 * out 0", "p4_pd_ms_new_mbr sess state dev mbr",
-                          "p4_pd_ms_set_mbr_act state dev mbr act"})[0],
-            row);
-        for (const catalog::Binding& binding : profile->actions) {
-            const bool own = binding.handle == row.handle;
-            name_spec(binding);
-            EXPECT_EQ(run(std::string("modify_member_with_") + binding.action, "sess dev mbr spec"),
-                      own ? 0 : PD_STATUS_MISMATCH);
-            Lines expected = {"p4_pd_ms_get_mbr_act state dev mbr *"};
-            if (own) expected.push_back("pipe_mgr_adt_ent_set sess dev adt mbr act * 0");
-            const std::vector<Call> made = expect_calls(expected);
-            if (own) expect_record(made[1], row);
+    for_profiles([&] {
+        for (const catalog::Binding& own : profile->actions) {
+            SCOPED_TRACE(own.action);
+            const Row row = row_of(own);
+            pd_member member = 0;
+            names["out"] = word(&member);
+            names["act"] = own.handle;
+            name_spec(own);
+            ASSERT_EQ(run(std::string("add_member_with_") + own.action, "sess tgt spec out"), 0u);
+            names["mbr"] = member;
+            expect_record(
+                expect_calls({"pipe_mgr_adt_ent_add sess tgt adt act 0 * out 0", "p4_pd_ms_new_mbr sess state dev mbr",
+                              "p4_pd_ms_set_mbr_act state dev mbr act"})[0],
+                row);
+            for (const catalog::Binding& other : profile->actions) {
+                const bool same = &other == &own;
+                name_spec(other);
+                EXPECT_EQ(run(std::string("modify_member_with_") + other.action, "sess dev mbr spec"),
+                          same ? 0 : PD_STATUS_MISMATCH);
+                Lines expected = {"p4_pd_ms_get_mbr_act state dev mbr *"};
+                if (same) expected.push_back("pipe_mgr_adt_ent_set sess dev adt mbr act * 0");
+                const std::vector<Call> made = expect_calls(expected);
+                if (same) expect_record(made[1], row);
+            }
+            for (const char* from_hw : {"0x100", "1"}) { // the driver gets the low 8 bits
+                EXPECT_EQ(get(from_hw), 0u);
+                const std::string flag = from_hw == std::string("1") ? "1" : "0";
+                Lines expected = {"pipe_mgr_get_action_data_entry adt all_pipes mbr * * " + flag};
+                if (row.data_bits != 0) expected.push_back("p4_pd_ms_mbr_get_res state dev mbr * *");
+                EXPECT_EQ(expect_calls(expected)[0].action.value().data, Bytes(32)) << "room for 32 clear bytes";
+                uint32_t number = 0;
+                std::memcpy(&number, record.data(), sizeof number);
+                EXPECT_EQ(number, catalog::number_of(catalog::program.actions, own.action));
+                const std::string rest = hex(Bytes(record.begin() + 4, record.end())), spec = row.spec;
+                EXPECT_EQ(rest.substr(0, spec.size()), spec);
+                EXPECT_EQ(rest.find_first_not_of("a5 ", spec.size()), rest.npos) << "nothing behind the parameters";
+            }
+            EXPECT_EQ(run("del_member", "sess dev mbr"), 0u);
+            expect_calls({"pipe_mgr_adt_ent_del sess dev adt mbr 0", "p4_pd_ms_del_mbr sess state dev mbr"});
         }
-        for (const char* from_hw : {"0x100", "1"}) {
-            EXPECT_EQ(get(from_hw), 0u);
-            const std::string flag = from_hw == std::string("1") ? "1" : "0"; // eight bits of it count
-            Lines expected = {"pipe_mgr_get_action_data_entry adt all_pipes mbr * * " + flag};
-            if (row.data_bits != 0) expected.push_back("p4_pd_ms_mbr_get_res state dev mbr * *");
-            EXPECT_EQ(expect_calls(expected)[0].action.value().data, Bytes(32))
-                << "room for 32 bytes, all of them zero";
-            uint32_t number = 0;
-            std::memcpy(&number, record.data(), sizeof number);
-            EXPECT_EQ(number, row.number);
-            const std::string rest = hex(Bytes(record.begin() + 4, record.end())), spec = row.spec;
-            EXPECT_EQ(rest.substr(0, spec.size()), spec);
-            EXPECT_EQ(rest.find_first_not_of("a5 ", spec.size()), rest.npos) << "nothing behind the parameters";
-        }
-        EXPECT_EQ(run("del_member", "sess dev mbr"), 0u);
-        expect_calls({"pipe_mgr_adt_ent_del sess dev adt mbr 0", "p4_pd_ms_del_mbr sess state dev mbr"});
-    }
+    });
     EXPECT_EQ(vl_model::allocations_made(), 0u);
 }
 
@@ -128,9 +122,9 @@ TEST_F(Members, Refusals) {
         for (const char* step : {"p4_pd_ms_new_mbr", "p4_pd_ms_set_mbr_act"}) {
             vl_model::fail_call(step, 1, 42);
             EXPECT_EQ(run(add, "sess tgt spec out"), 0u);
-            EXPECT_EQ(calls().size(), 3u) << "one step of the shadow's follows the other";
+            EXPECT_EQ(calls().size(), 3u) << "a step of the shadow that fails doesn't stop the next";
             names["mbr"] = member;
-            EXPECT_EQ(modify_first(), VL_MODEL_NOT_FOUND) << "the shadow's status, and no call of the driver";
+            EXPECT_EQ(modify_first(), VL_MODEL_NOT_FOUND) << "the status is the shadow's, and the driver isn't called";
             expect_calls({"p4_pd_ms_get_mbr_act state dev mbr *"});
         }
 
@@ -152,7 +146,7 @@ TEST_F(Members, Refusals) {
         EXPECT_EQ(functions_called(), Lines{"pipe_mgr_adt_ent_del"}) << "the shadow keeps the member";
         EXPECT_EQ(call(exported(profile->name) + "_del_group", {session, device, group}), 0u);
         vl_model::fail_call("p4_pd_ms_del_mbr", 1, 44);
-        EXPECT_EQ(run("del_member", "sess dev mbr"), 0u) << "what the shadow says isn't looked at";
+        EXPECT_EQ(run("del_member", "sess dev mbr"), 0u) << "the shadow's status is ignored";
         calls();
     });
 }
@@ -179,7 +173,7 @@ TEST_F(Members, FailedReadsWriteNothing) {
         EXPECT_TRUE(made[2].args[0] == 0 && made[2].args[1] == 2) << "module and level";
 
         vl_model::fail_call("p4_pd_ms_mbr_get_res", 1, 47);
-        EXPECT_EQ(get(), 0u) << "what it says isn't looked at";
+        EXPECT_EQ(get(), 0u) << "its status is ignored";
         EXPECT_EQ(record[4], wide_values[0]);
         calls();
     });

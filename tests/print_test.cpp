@@ -1,5 +1,5 @@
-// Lines for people: records on a file descriptor, one write for each line, and addresses in a buffer. That every field
-// of every record has its line is checked by check_literals.py.
+// Lines for people: records on a file descriptor, with one write for each line, and addresses in a buffer.
+// check_literals.py checks that every field of every record has its line.
 #include "support/text.h"
 
 #include <fcntl.h>
@@ -52,7 +52,7 @@ TEST(Print, TheResultIsThatOfTheLastWrite) {
     ASSERT_EQ(lines.size(), 2u);
     const auto title = static_cast<int>(lines[0].size()), field = static_cast<int>(lines[1].size());
 
-    // A file that can't grow takes a line if it has room for the whole of it.
+    // A file that can't grow takes a line if it has room for the whole line.
     const auto print_in_room_of = [&](int size) {
         const int fd = memfd_create("lines", MFD_ALLOW_SEALING);
         EXPECT_EQ(ftruncate(fd, size), 0);
@@ -65,17 +65,19 @@ TEST(Print, TheResultIsThatOfTheLastWrite) {
     EXPECT_EQ(print_in_room_of(title + field), field);
     EXPECT_LT(print_in_room_of(title + field - 1), 0);
     EXPECT_LT(print_in_room_of(0), 0);
-    EXPECT_EQ(print_in_room_of(field), field) << "that the title found no room doesn't show";
+    EXPECT_EQ(print_in_room_of(field), field) << "the failure of the title doesn't show";
+}
+
+// The text of an exported printer of addresses.
+std::string text(auto print, auto... arguments) {
+    return written([&](char* out) { return print(out, arguments...); });
 }
 
 TEST(Addresses, Mac) {
     const auto ternary = [](uint32_t oui, uint32_t oui_mask, uint32_t station, uint32_t mask) {
-        return written([&](char* out) {
-            return p4_pd_velmar_switch__print_mac_ternary(out, "dmac", oui, oui_mask, station, mask);
-        });
+        return text(p4_pd_velmar_switch__print_mac_ternary, "dmac", oui, oui_mask, station, mask);
     };
-    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_mac_exact(out, "dmac", 0x001122, 0x334455); }),
-              "dmac 0011.2233.4455 ");
+    EXPECT_EQ(text(p4_pd_velmar_switch__print_mac_exact, "dmac", 0x001122u, 0x334455u), "dmac 0011.2233.4455 ");
     EXPECT_EQ(ternary(0xFF001122, 0xFFFFFFFF, 0xFF334455, 0xFFFFFF), "dmac 0011.2233.4455 ") << "halves of 24 bits";
     EXPECT_EQ(ternary(0x001122, 0, 0x334455, 1), "dmac 0011.2233.4455/0000.0000.0001 ");
     EXPECT_EQ(ternary(0xABCDEF, 0x7FFFFF, 0x123456, 0xFFFFFF), "dmac abcd.ef12.3456/7fff.ffff.ffff ");
@@ -85,13 +87,11 @@ TEST(Addresses, Mac) {
 
 TEST(Addresses, Ipv4) {
     const auto ternary = [](uint32_t address, uint32_t mask) {
-        return written([&](char* out) { return p4_pd_velmar_switch__print_v4addr_ternary(out, "dip", address, mask); });
+        return text(p4_pd_velmar_switch__print_v4addr_ternary, "dip", address, mask);
     };
-    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_exact(out, "%s%n", 0xFFFEFD09); }),
-              "%s%n 255.254.253.9 ")
-        << "a label is no format";
-    EXPECT_EQ(written([](char* out) { return p4_pd_velmar_switch__print_v4addr_lpm(out, "", 0x0A000001, 0x10108); }),
-              " 10.0.0.1/264 ")
+    EXPECT_EQ(text(p4_pd_velmar_switch__print_v4addr_exact, "%s%n", 0xFFFEFD09), "%s%n 255.254.253.9 ")
+        << "a label isn't a format";
+    EXPECT_EQ(text(p4_pd_velmar_switch__print_v4addr_lpm, "", 0x0A000001u, 0x10108u), " 10.0.0.1/264 ")
         << "16 bits of the length count";
     EXPECT_EQ(ternary(0x0A000001, 0xFF000000), "dip 10.0.0.1/8 ");
     EXPECT_EQ(ternary(0x0A000001, 0xFFFFFFFF), "dip 10.0.0.1/32 ");
@@ -102,19 +102,19 @@ TEST(Addresses, Ipv4) {
 
 TEST(Addresses, Ipv6) {
     const uint8_t address[16] = {0x20, 0x01, 0x0D, 0xB8, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    const uint8_t high[16] = {0xFF, 0xF0}, last[16] = {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1};
-    const uint8_t none[16] = {};
-    const auto ternary = [&](const uint8_t* bits) {
-        return written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_ternary(out, "dip", address, bits); });
+    const auto ternary = [&](const Bytes& mask) {
+        return text(p4_pd_velmar_switch__print_v6addr_ternary, "dip", address, mask.data());
     };
-    EXPECT_EQ(written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_exact(out, "dip", address); }),
-              "dip 2001:db8::1")
-        << "the one text that ends in no blank";
-    EXPECT_EQ(written([&](char* out) { return p4_pd_velmar_switch__print_v6addr_lpm(out, "dip", address, 65535); }),
-              "dip 2001:db8::1/65535 ");
+    Bytes high(16), last(16);
+    high[0] = 0xFF;
+    high[1] = 0xF0;
+    last[15] = 1;
+    EXPECT_EQ(text(p4_pd_velmar_switch__print_v6addr_exact, "dip", address), "dip 2001:db8::1")
+        << "this text alone doesn't end in a blank";
+    EXPECT_EQ(text(p4_pd_velmar_switch__print_v6addr_lpm, "dip", address, 65535u), "dip 2001:db8::1/65535 ");
     EXPECT_EQ(ternary(high), "dip 2001:db8::1/fff0:: ");
     EXPECT_EQ(ternary(last), "dip 2001:db8::1/::1 ");
-    EXPECT_EQ(ternary(none), "");
+    EXPECT_EQ(ternary(Bytes(16)), "");
 }
 
 } // namespace
