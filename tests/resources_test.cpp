@@ -336,24 +336,16 @@ TEST_F(Registers, WritesAndResets) {
         pipe_stful_element element{};
         std::memcpy(element.bytes, value, value_size(row));
         if (row.cell == catalog::Cell::flag) element.bytes[0] = 1;
-        const struct {
-            const char* operation;
-            Words words;
-            const char* function;
-            Words args;
-            Bytes sent = {}; // by null the driver's initial value
-        } cases[] = {
-            {"write_", {5, word(value)}, "ent_set", {5, some_address, 0}, bytes_of(element)},
-            {"write_all_", {word(value)}, "table_reset", {some_address}, bytes_of(element)},
-            {"reset_all_", {}, "table_reset", {no_record}},
-            {"range_reset_", {10, 20}, "table_reset_range", {10, 20, no_record}},
-            {"hw_sync_", {callback, cookie}, "database_sync", {callback, cookie}},
-        };
-        for (const auto& [operation, words, function, args, sent] : cases) {
-            const Call made =
-                expect_forwarded(std::string("register_") + operation + row.name, Words{session, target_word} + words,
-                                 std::string("pipe_stful_") + function, Words{session, target_word, row.handle} + args);
-            EXPECT_EQ(made.inputs.empty() ? Bytes{} : made.inputs[0], sent) << operation << row.name;
+        const std::string name = row.name;
+        const std::vector<Call> made =
+            expect_operations({{"write_" + name, {5, word(value)}, "ent_set", {5, some_address, 0}},
+                               {"write_all_" + name, {word(value)}, "table_reset", {some_address}},
+                               {"reset_all_" + name, {}, "table_reset", {no_record}}, // to the driver's initial value
+                               {"range_reset_" + name, {10, 20}, "table_reset_range", {10, 20, no_record}},
+                               {"hw_sync_" + name, {callback, cookie}, "database_sync", {callback, cookie}}},
+                              "register_", {session, target_word}, "pipe_stful_", {session, target_word, row.handle});
+        for (const Call& write : {made[0], made[1]}) {
+            EXPECT_EQ(write.inputs[0], bytes_of(element)) << write.function;
         }
     }
 }
@@ -363,25 +355,16 @@ TEST_F(Registers, ByHandle) {
     element.bytes[0] = 0x80; // elements pass as they are
     pipe_stful_query query{};
     constexpr uint64_t reg = 0x600000c, table = 0x1000040;
-    const struct {
-        const char* operation;
-        uint64_t handle;
-        Words words;
-        const char* function;
-        Words args;
-    } cases[] = {
-        {"read_indirect", reg, {3, 0xFE, word(&query)}, "ent_query", {3, word(&query), 0}},
-        {"read_direct", table, {3, 0xFF, word(&query)}, "direct_ent_query", {3, word(&query), 1}},
-        {"write_indirect", reg, {3, word(&element)}, "ent_set", {3, word(&element), 0}},
-        {"write_all_indirect", reg, {word(&element)}, "table_reset", {word(&element)}},
-        {"reset_all_indirect", reg, {}, "table_reset", {no_record}},
-        {"range_reset_indirect", reg, {1, 2}, "table_reset_range", {1, 2, no_record}},
-        {"hw_sync_indirect", reg, {callback, cookie}, "database_sync", {callback, cookie}},
-        {"hw_sync_direct", table, {callback, cookie}, "direct_database_sync", {callback, cookie}},
-    };
-    for (const auto& [operation, handle, words, function, args] : cases)
-        expect_forwarded(std::string("register_") + operation, Words{session, target_word, handle} + words,
-                         std::string("pipe_stful_") + function, Words{session, target_word, handle} + args);
+    expect_operations(
+        {{"read_indirect", {reg, 3, 0xFE, word(&query)}, "ent_query", {reg, 3, word(&query), 0}},
+         {"read_direct", {table, 3, 0xFF, word(&query)}, "direct_ent_query", {table, 3, word(&query), 1}},
+         {"write_indirect", {reg, 3, word(&element)}, "ent_set", {reg, 3, word(&element), 0}},
+         {"write_all_indirect", {reg, word(&element)}, "table_reset", {reg, word(&element)}},
+         {"reset_all_indirect", {reg}, "table_reset", {reg, no_record}},
+         {"range_reset_indirect", {reg, 1, 2}, "table_reset_range", {reg, 1, 2, no_record}},
+         {"hw_sync_indirect", {reg, callback, cookie}, "database_sync", {reg, callback, cookie}},
+         {"hw_sync_direct", {table, callback, cookie}, "direct_database_sync", {table, callback, cookie}}},
+        "register_", {session, target_word}, "pipe_stful_", {session, target_word});
 
     // Eight bits of the device reach the driver. The value travels in two registers.
     const uint64_t halves[2] = {0xF7F6F5F4F3F2F1F0, 0xFFFEFDFCFBFAF9F8};

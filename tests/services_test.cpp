@@ -13,14 +13,6 @@ using Services = ForwardingTest;
 constexpr uint64_t callback = 0x1111, cookie = 0x2222;
 constexpr uint32_t last_device = 0x103; // of which the driver takes 8 bits
 
-// An operation of a row, without what is the same for all operations of the row.
-struct Forwarded {
-    const char* operation;
-    Words words;
-    const char* function;
-    Words args;
-};
-
 TEST_F(Services, DigestRegistrationsCutTheDevice) {
     for (const catalog::Digest& row : catalog::program.digests) {
         const std::string name = row.name, notification = "pipe_mgr_lrn_digest_notification_";
@@ -62,7 +54,7 @@ TEST_F(Services, ValueSets) {
     // A target is four words, sixteen bytes in two registers. Eight bits of the last word reach the driver.
     const Words target = {11ull << 32 | 3, 0xABCDEF0455555555}, target_args = {11, 0x55555555, 4};
     uint32_t out = 0, mask = 0;
-    const Forwarded forwarded[] = {
+    const std::vector<Operation> operations = {
         {"entry_add", target + Words{dirty(7), dirty(8), word(&out)}, "entry_add",
          target_args + Words{7, 8, word(&out)}},
         {"entry_modify", {dirty(3), dirty(60), 7, 8}, "entry_modify", {60, 7, 8}},
@@ -81,9 +73,7 @@ TEST_F(Services, ValueSets) {
     for (const catalog::ValueSet& row : catalog::program.value_sets) {
         const std::string base = std::string("pvs_") + row.name + "_";
         vl_model::answer_calls_with("pipe_mgr_pvs_get_property", 0, output(4, 1234u));
-        for (const auto& [operation, words, function, args] : forwarded)
-            expect_forwarded(base + operation, Words{session} + words, std::string("pipe_mgr_pvs_") + function,
-                             Words{session, device, row.id} + args);
+        expect_operations(operations, base, {session}, "pipe_mgr_pvs_", {session, device, row.id});
         EXPECT_EQ(out, 1234u);
         vl_model::answer_calls_with("pipe_mgr_pvs_get_property", 77, output(4, 1234u));
         EXPECT_EQ(call(exported(base + "get_property"), {session, device, 1, word(&out), 0}), 77u);
@@ -99,7 +89,7 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
     for (const catalog::HashCalculation& row : catalog::program.hash_calculations) {
         SCOPED_TRACE(row.name);
         const std::string base = std::string("hash_calc_") + row.name + "_", driver = "pipe_mgr_hash_calc_";
-        const Forwarded forwarded[] = {
+        const std::vector<Operation> operations = {
             {"algorithm_set", {0}, "algorithm_set", {row.algorithm, 0, 0}},
             {"algorithm_set", {1}, "algorithm_set", {0, 0, 0}},
             {"input_set", {0}, "input_set", {row.input}},
@@ -111,9 +101,7 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
              "calculate_hash_value",
              {some_address, 0, word(hash), 4}},
         };
-        for (const auto& [operation, words, function, args] : forwarded)
-            expect_forwarded(base + operation, Words{session, device} + words, driver + function,
-                             Words{session, device, row.handle} + args);
+        expect_operations(operations, base, {session, device}, driver, {session, device, row.handle});
         EXPECT_EQ(seed, 0x55u);
 
         // The agent's number of the one handle is 0. Any other handle, or none from a failed call, is refused.

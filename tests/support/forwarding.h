@@ -27,6 +27,14 @@ Bytes bytes_of(const Record& record) {
     return Bytes(bytes, bytes + sizeof record);
 }
 
+// An operation that is one driver call. Names and arguments lack what all operations of a row have in front.
+struct Operation {
+    std::string name;
+    Words words;
+    const char* function;
+    Words args;
+};
+
 class ForwardingTest : public LibraryTest {
 protected:
     ForwardingTest() {
@@ -69,6 +77,17 @@ protected:
         expect_call(function, args);
         EXPECT_EQ(call(exported(operation), words), 0u);
         return expect_call(function, args);
+    }
+
+    // The same for the operations of a row. Returns their calls.
+    std::vector<Call> expect_operations(const std::vector<Operation>& operations, const std::string& name_start,
+                                        const Words& first_words, const std::string& function_start,
+                                        const Words& first_args) {
+        std::vector<Call> made;
+        for (const auto& [name, words, function, args] : operations)
+            made.push_back(
+                expect_forwarded(name_start + name, first_words + words, function_start + function, first_args + args));
+        return made;
     }
 };
 
