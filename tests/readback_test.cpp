@@ -1,125 +1,75 @@
-// Reading entries: what the driver is asked, refusals, and answers that can't come from this pipeline. Also the decoders
-// by themselves.
+// Reading entries of all tables: what the driver is asked, refusals, and answers that can't come from this pipeline. Also
+// the decoders by themselves.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 
-#include "support/library.h"
-#include "vl_driver/profiles.h"
-#include "vl_driver/tables.h"
+#include "support/views.h"
 
 namespace {
 
 using namespace support;
 
-constexpr uint8_t untouched = 0xA5;
-constexpr uint32_t untouched_word = 0xA5A5A5A5;
-
-// Nothing was written to an output since it was filled.
-template <class Output>
-bool is_untouched(const Output& output) {
-    const auto* const bytes = reinterpret_cast<const uint8_t*>(&output);
-    return std::all_of(bytes, bytes + sizeof output, [](uint8_t byte) { return byte == untouched; });
-}
-
 class Readback : public LibraryTest {
 protected:
-    using Key = p4_pd_velmar_switch_trapToCpu_match_spec_t;
-    static constexpr uint32_t ttl = 5, priority = 77, reason = 42; // of the entry that the tests read
+    std::mt19937 random{20240714};
 
-    const catalog::Table& trap_to_cpu = table_named("trapToCpu");
-    const pd_entry entry = add_trap();
+    Readback() {
+        answer_with_views();
+    }
 
-    // Outputs of a read of trapToCpu, which has masks.
-    struct Outputs {
-        struct {
-            Key key;
-            uint32_t priority;
-            uint8_t is_default;
-        } match;
-        struct {
-            char name[61];
-            uint8_t spec[16];
-            uint32_t number;
-        } action;
-
-        Outputs() {
-            std::memset(this, untouched, sizeof *this);
+    // Runs `body` for each table, with an entry of the table as the driver's answer.
+    template <class Body>
+    void for_tables(Body body) {
+        for (const catalog::Table* table : all_tables()) {
+            SCOPED_TRACE(table->name);
+            hardware = random_view(random, table, is_indirect(*table) ? nullptr : table->actions.begin());
+            calls();
+            body(*table);
         }
-    };
-
-    pd_status read(Outputs& out, pd_entry read_entry, uint32_t from_hw = 0) {
-        return p4_pd_velmar_switch_trapToCpu_get_entry(session, device, read_entry, from_hw, &out.match.key,
-                                                       &out.match.priority, out.action.name, out.action.spec,
-                                                       &out.action.number, &out.match.is_default);
-    }
-    pd_status read(Outputs& out) {
-        return read(out, entry);
     }
 
-    pd_entry default_entry(const catalog::Table& table) {
-        pd_entry found = 0;
-        EXPECT_EQ(pipe_mgr_table_get_default_entry_handle(session, {device, PIPE_ALL_PIPES, 0}, table.handle, &found),
-                  0u);
-        calls();
-        return found;
+    // What a read leaves that writes nothing.
+    static Outputs unread(const catalog::Table& table) {
+        Outputs out;
+        if (is_keyless(table)) out.is_default = 1;
+        return out;
     }
 
-    // A read whose answer is edited.
-    using Edit = void (*)(pipe_match_record&, pipe_action_record&, uint32_t& action_hdl);
-    pd_status read_edited(Outputs& out, Edit edit) {
-        vl_model::set_answer_hook(edit);
-        return read(out);
-    }
-
-    void expect_assertion(const std::string& condition) {
+    void expect_assertion(const std::string& condition, const catalog::Table& table) {
         const std::vector<vl_model::Call> logged = calls_of("bf_sys_log_and_trace");
         ASSERT_EQ(logged.size(), 1u);
         EXPECT_EQ(logged[0].args[0], 0u) << "module";
         EXPECT_EQ(logged[0].args[1], 2u) << "level";
-        EXPECT_TRUE(logged[0].text.starts_with("ASSERTION FAILED: " + condition +
-                                               " from p4_pd_velmar_switch_trapToCpu_get_entry:"))
+        EXPECT_TRUE(logged[0].text.starts_with("ASSERTION FAILED: " + condition + " from " + exported(table.name) +
+                                               "_get_entry:"))
             << logged[0].text;
-    }
-
-private:
-    pd_entry add_trap() {
-        Key key = {};
-        key.ingMd_ttl = ttl;
-        key.ingMd_ttl_mask = 0xFF;
-        const p4_pd_velmar_switch_trapPacket_action_spec_t action = {.action_cpuReasonCode = reason};
-        pd_entry added = 0;
-        EXPECT_EQ(
-            p4_pd_velmar_switch_trapToCpu_table_add_with_trapPacket(session, target, &key, priority, &action, &added),
-            0u);
-        calls();
-        return added;
     }
 };
 
 TEST_F(Readback, ArgumentsOfTheRead) {
-    Outputs out;
-    ASSERT_EQ(read(out, entry, 0x100), 0u);
-    std::vector<vl_model::Call> reads = calls_of("pipe_mgr_get_entry");
-    ASSERT_EQ(reads.size(), 1u);
-    const vl_model::Call& call = reads[0];
-    EXPECT_EQ(std::vector(call.args.begin(), call.args.begin() + 4),
-              (std::vector<uint64_t>{session, trap_to_cpu.handle, all_pipes_word, entry}));
-    EXPECT_EQ(std::vector(call.args.begin() + 7, call.args.end()), (std::vector<uint64_t>{0, 1, 0}))
-        << "eight bits of read_from_hw count";
-    const catalog::KeyLayout layout = catalog::key_layout(trap_to_cpu);
-    EXPECT_EQ(call.match->key, Bytes(layout.bytes));
-    EXPECT_EQ(call.match->mask, Bytes(layout.bytes));
-    EXPECT_EQ(call.match->key_bits, layout.bits);
-    EXPECT_EQ(call.match->priority | call.match->partition_index, 0u);
-    EXPECT_EQ(call.action->data, Bytes(32)) << "room for 32 zeroed bytes, also where the table needs fewer";
-    EXPECT_EQ(call.action->data_bits, 0);
-    EXPECT_EQ(call.action->kind, 0);
-
-    EXPECT_EQ(out.match.priority, priority);
-    EXPECT_STREQ(out.action.name, "p4_pd_velmar_switch_trapPacket");
-    EXPECT_EQ(out.action.spec[0], reason);
-    EXPECT_EQ(out.action.spec[1], untouched);
+    for_tables([&](const catalog::Table& table) {
+        for (const uint32_t from_hw : {0x100u, 1u}) { // of which 8 bits count
+            Outputs out;
+            EXPECT_EQ(read(table, out, {.from_hw = from_hw}), 0u);
+            const std::vector<vl_model::Call> reads = calls_of("pipe_mgr_get_entry");
+            ASSERT_EQ(reads.size(), 1u);
+            const auto& [args, match, action] = std::tie(reads[0].args, *reads[0].match, *reads[0].action);
+            EXPECT_EQ(std::vector(args.begin(), args.begin() + 4),
+                      (std::vector<uint64_t>{1, table.handle, all_pipes_word, 9}));
+            EXPECT_EQ(std::vector(args.begin() + 7, args.end()), (std::vector<uint64_t>{from_hw & 0xFF, 1, 0}));
+            const catalog::KeyLayout layout = catalog::key_layout(table);
+            EXPECT_EQ(match.key_null, is_keyless(table));
+            EXPECT_EQ(match.mask_null, is_keyless(table));
+            EXPECT_EQ(match.key, Bytes(layout.bytes));
+            EXPECT_EQ(match.mask, Bytes(layout.bytes));
+            EXPECT_EQ(match.key_bits, layout.bits);
+            EXPECT_EQ(match.priority | match.partition_index, 0u);
+            EXPECT_EQ(action.data_null, is_indirect(table));
+            EXPECT_EQ(action.data, Bytes(is_indirect(table) ? 0 : 32)) << "room for 32 zeroed bytes in any table";
+            EXPECT_EQ(action.data_bits | action.kind, 0);
+        }
+    });
 }
 
 TEST_F(Readback, ADeviceWithItsTopBitSetIsNotSignExtended) {
@@ -130,226 +80,137 @@ TEST_F(Readback, ADeviceWithItsTopBitSetIsNotSignExtended) {
 }
 
 TEST_F(Readback, NameAndNumberMayBeNull) {
-    Outputs out;
-    ASSERT_EQ(p4_pd_velmar_switch_trapToCpu_get_entry(session, device, entry, 0, &out.match.key, &out.match.priority,
-                                                      nullptr, out.action.spec, nullptr, &out.match.is_default),
-              0u);
-    EXPECT_EQ(out.action.spec[0], reason);
-    EXPECT_EQ(out.match.key.ingMd_ttl, ttl);
-    EXPECT_EQ(out.match.key.ingMd_ttl_mask, 0xFF);
-}
-
-TEST_F(Readback, HardwareIsReadOnRequest) {
-    ASSERT_EQ(vl_model::edit_hardware(device, trap_to_cpu.handle, entry,
-                                      [](vl_model::EntryImage& image) { image.data[0] = reason + 1; }),
-              0u);
-    for (const uint32_t from_hw : {0u, 1u}) {
-        Outputs out;
-        ASSERT_EQ(read(out, entry, from_hw), 0u);
-        EXPECT_EQ(out.action.spec[0], reason + from_hw);
-    }
+    for_tables([&](const catalog::Table& table) {
+        for (const catalog::Binding& binding : table.actions) {
+            hardware = random_view(random, &table, &binding);
+            Outputs number_only, name_only;
+            char name[61];
+            EXPECT_EQ(read(table, number_only), 0u);
+            EXPECT_EQ(number_only.number(), catalog::number_of(catalog::program.actions, binding.action));
+            EXPECT_EQ(read(table, name_only, {.name = name, .number = false}), 0u);
+            EXPECT_EQ(name, exported(binding.action));
+            EXPECT_EQ(name_only.number(), Outputs{}.number());
+            EXPECT_EQ(name_only.spec(), number_only.spec());
+        }
+    });
 }
 
 TEST_F(Readback, FailedReadsWriteNothing) {
-    const auto expect_nothing = [&](pd_status status, size_t allocations, Edit edit = nullptr) {
-        Outputs out;
-        EXPECT_EQ(edit ? read_edited(out, edit) : read(out), status);
-        EXPECT_TRUE(is_untouched(out));
-        EXPECT_EQ(vl_model::allocations_made(), allocations);
-    };
-    vl_model::fail_call("pipe_mgr_get_entry", 1, 1234);
-    expect_nothing(1234, 0);
-    vl_model::fail_allocation(1); // of the list of resources
-    expect_nothing(PD_STATUS_NO_MEMORY, 0);
-    expect_nothing(PD_STATUS_UNEXPECTED, 0,
-                   [](auto&, pipe_action_record& action, auto&) { action.kind = PIPE_KIND_MEMBER; });
-    expect_assertion("\"0\" (0)");
+    const size_t before = vl_model::allocations_made();
+    for_tables([&](const catalog::Table& table) {
+        const auto expect_nothing = [&](pd_status status) {
+            Outputs out;
+            EXPECT_EQ(read(table, out), status);
+            EXPECT_TRUE(out == unread(table));
+            EXPECT_EQ(vl_model::allocations_made(), before);
+        };
+        vl_model::fail_call("pipe_mgr_get_entry", 1, 1234);
+        expect_nothing(1234);
+        if (is_indirect(table)) return;
+        vl_model::fail_allocation(1); // of the list of resources
+        expect_nothing(PD_STATUS_NO_MEMORY);
+        hardware.action.kind = PIPE_KIND_MEMBER;
+        expect_nothing(PD_STATUS_UNEXPECTED);
+        expect_assertion("\"0\" (0)", table);
+    });
 }
 
-TEST_F(Readback, OfAForeignActionTheKeyIsRead) {
-    Outputs out;
-    EXPECT_EQ(read_edited(out, [](auto&, auto&, uint32_t& action) { action ^= 0x1000; }), PD_STATUS_UNEXPECTED);
-    EXPECT_TRUE(is_untouched(out.action));
-    EXPECT_EQ(out.match.priority, priority);
-    EXPECT_EQ(out.match.is_default, 0);
-    EXPECT_EQ(out.match.key.ingMd_ttl, ttl);
-    EXPECT_EQ(vl_model::allocations_made(), 1u) << "the list is made before the action is looked up";
-    EXPECT_EQ(vl_model::live_allocations(), 0u);
-    expect_assertion("\"((void *)0)\" (NULL)");
+TEST_F(Readback, TheKeyOfAForeignActionIsRead) {
+    for_tables([&](const catalog::Table& table) {
+        if (is_indirect(table)) return;
+        Outputs expected, out;
+        EXPECT_EQ(read(table, expected), 0u);
+        expected.action = unread(table).action;
+        hardware.action_hdl ^= 0x1000;
+        const size_t before = vl_model::allocations_made();
+        EXPECT_EQ(read(table, out), PD_STATUS_UNEXPECTED);
+        EXPECT_TRUE(out == expected);
+        EXPECT_EQ(vl_model::allocations_made() - before, 1u) << "the list is made before the action is looked up";
+        EXPECT_EQ(vl_model::live_allocations(), 0u);
+        expect_assertion("\"((void *)0)\" (NULL)", table);
+    });
 }
 
 TEST_F(Readback, EntriesWithoutAKeyAreTheDefault) {
-    for (const Edit edit : {Edit([](pipe_match_record&match, auto&, auto&) { match.key_bytes = nullptr; }),
-                            Edit([](pipe_match_record&match, auto&, auto&) { match.key_len = 0; })}) {
-        Outputs out;
-        ASSERT_EQ(read_edited(out, edit), 0u);
-        EXPECT_EQ(out.match.is_default, 1);
-        EXPECT_EQ(out.match.priority, priority) << "written with or without a key";
-        const Key cleared = {};
-        EXPECT_EQ(std::memcmp(&out.match.key, &cleared, sizeof cleared), 0);
-        EXPECT_EQ(out.action.spec[0], reason);
-    }
-    vl_model::set_answer_hook({});
-    Outputs out;
-    ASSERT_EQ(read(out, default_entry(trap_to_cpu)), 0u);
-    EXPECT_EQ(out.match.is_default, 1);
-}
-
-TEST_F(Readback, KeylessTable) {
-    const pd_entry keyless = default_entry(table_named("vlanDecap"));
-    char name[61];
-    uint32_t number = 0;
-    ASSERT_EQ(p4_pd_velmar_switch_vlanDecap_get_entry(session, device, keyless, 0, name, nullptr, &number), 0u);
-    EXPECT_STREQ(name, "p4_pd_velmar_switch_removeVlanHdr");
-    EXPECT_EQ(number, catalog::number_of(catalog::program.actions, "removeVlanHdr"));
-    const vl_model::Call call = only_call();
-    EXPECT_TRUE(call.match->key_null && call.match->mask_null);
-    EXPECT_EQ(call.match->key_bits | call.match->key_len, 0);
-}
-
-TEST_F(Readback, TheListHasAPairForEachSlot) {
-    Outputs out;
-    ASSERT_EQ(read_edited(out, [](auto&, pipe_action_record& action, auto&) { action.resource_count = 2; }), 0u);
-    const std::vector<vl_model::Call> allocations = calls_of("bf_sys_calloc");
-    ASSERT_EQ(allocations.size(), 1u);
-    EXPECT_EQ(allocations[0].args, (std::vector<uint64_t>{2, 8}));
-}
-
-TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
-    const uint32_t wred_block = catalog::resource_of(catalog::program, table_named("wredQueueSelect")).handle;
-    p4_pd_velmar_switch_wredQueueSelect_match_spec_t key = {};
-    const p4_pd_velmar_switch_runWred_action_spec_t wred = {.action_index = 7, .action_ecnEnabled = 1};
-    pd_entry added = 0;
-    ASSERT_EQ(p4_pd_velmar_switch_wredQueueSelect_table_add_with_runWred(session, target, &key, &wred, &added), 0u);
-    struct Slot {
-        uint32_t resource, index, tag;
-    };
-    const struct {
-        std::vector<Slot> slots;
-        uint32_t index;
-        const char* rule;
-    } cases[] = {
-        {{{wred_block, 7, 1}}, 7, "what was added"},
-        {{}, PD_NO_INDEX, "no slots"},
-        {{{wred_block - 1, 7, 1}}, 0, "another resource"},
-        {{{wred_block, 7, 1}, {wred_block, 8, 1}}, 8, "the last slot of the resource counts"},
-        {{{wred_block, 7, 1}, {wred_block, 8, 0}}, 7, "only tag 1 is attached"},
-        {{{wred_block, 7, 1}, {wred_block, 8, 2}}, 7, "only tag 1 is attached"},
-        {{{wred_block, 7, 1}, {wred_block, 8, 3}}, 7, "only tag 1 is attached"},
-        {{{wred_block, 7, 2}}, PD_NO_INDEX, "no slot is attached"},
-    };
-    for (const auto& [slots, index, rule] : cases) {
-        vl_model::set_answer_hook([&slots = slots](auto&, pipe_action_record& action, auto&) {
-            action.resource_count = static_cast<uint8_t>(slots.size());
-            for (size_t i = 0; i < slots.size(); ++i)
-                action.slots[i] = {slots[i].resource, slots[i].index, {}, slots[i].tag, 0};
-        });
-        p4_pd_velmar_switch_runWred_action_spec_t out = {};
-        uint8_t is_default;
-        EXPECT_EQ(p4_pd_velmar_switch_wredQueueSelect_get_entry(session, device, added, 0, &key, nullptr, &out, nullptr,
-                                                                &is_default),
-                  0u);
-        EXPECT_EQ(out.action_ecnEnabled, 1);
-        EXPECT_EQ(out.action_index, index) << rule;
-    }
-}
-
-// An entry that points at a group. The driver's own call makes it.
-class IndirectReadback : public LibraryTest {
-protected:
-    struct Outputs {
-        p4_pd_velmar_switch_lagGroup_match_spec_t key;
-        uint32_t priority, grp, mbr;
-        uint8_t has_mbr, has_grp, is_default;
-
-        Outputs() {
-            std::memset(this, untouched, sizeof *this);
+    for_tables([&](const catalog::Table& table) {
+        if (is_keyless(table)) return;
+        Outputs expected;
+        EXPECT_EQ(read(table, expected), 0u);
+        EXPECT_EQ(expected.is_default, 0);
+        if (catalog::has_priority(table)) {
+            EXPECT_EQ(expected.priority, hardware.match.priority);
         }
-    };
-
-    const catalog::Table& lag_group = table_named("lagGroup");
-    const pd_entry entry = add_pointer();
-
-    pd_entry add_pointer() {
-        const catalog::Profile& profile = catalog::program.profiles[catalog::profile_of(catalog::program, lag_group)];
-        constexpr pipe_dev_tgt all = {device, PIPE_ALL_PIPES, 0};
-        uint8_t key[] = {0x01, 0x20, 0x34}, mask[] = {0x0F, 0xF0, 0xFF};
-        const pipe_match_record match = {key, mask, 0, 9, 20, 3, 0};
-        pipe_action_record action{};
-        action.kind = PIPE_KIND_GROUP;
-        EXPECT_EQ(pipe_mgr_sel_grp_add(session, all, profile.selector, 0, 0, PIPE_SEL_GRP_MARK, &action.group_hdl, 0),
-                  0u);
-        pd_entry added = 0;
-        EXPECT_EQ(pipe_mgr_mat_ent_add(session, all, lag_group.handle, &match, profile.actions.begin()->handle, &action,
-                                       0, 0, &added),
-                  0u);
-        calls();
-        return added;
-    }
-
-    pd_status read(Outputs& out, uint32_t from_hw = 0) {
-        return p4_pd_velmar_switch_lagGroup_get_entry(session, device, entry, from_hw, &out.key, &out.priority,
-                                                      &out.has_mbr, &out.has_grp, &out.grp, &out.mbr, &out.is_default);
-    }
-};
-
-TEST_F(IndirectReadback, KeyPriorityAndCall) {
-    Outputs out;
-    ASSERT_EQ(read(out, 1), 0u);
-    EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved, 0x12034u);
-    EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved_mask, 0xFF0FFu);
-    EXPECT_EQ(out.priority, 9u);
-    EXPECT_EQ(out.is_default, 0);
-    const vl_model::Call call = only_call();
-    EXPECT_EQ(std::vector(call.args.begin(), call.args.begin() + 4),
-              (std::vector<uint64_t>{session, lag_group.handle, all_pipes_word, entry}));
-    EXPECT_EQ(std::vector(call.args.begin() + 7, call.args.end()), (std::vector<uint64_t>{1, 1, 0}));
-    EXPECT_EQ(call.match->key, Bytes(3));
-    EXPECT_EQ(call.match->key_bits, 20);
-    EXPECT_TRUE(call.action->data_null);
-    EXPECT_EQ(call.action->data_len, 0);
+        expected.is_default = 1; // the priority stays
+        std::fill_n(expected.key.begin(), catalog::key_layout(table).record_size, uint8_t{0});
+        for (const bool null : {true, false}) {
+            hardware.key_null = null;
+            if (!null) hardware.match.key_len = 0;
+            Outputs out;
+            EXPECT_EQ(read(table, out), 0u);
+            EXPECT_TRUE(out == expected);
+        }
+    });
 }
 
-TEST_F(IndirectReadback, MemberGroupOrNeither) {
-    const struct {
-        uint8_t kind, has_mbr, has_grp;
-        uint32_t mbr, grp;
-    } cases[] = {{PIPE_KIND_MEMBER, 1, 0, 0x55, untouched_word},
-                 {PIPE_KIND_GROUP, 0, 1, untouched_word, 0x77},
-                 {PIPE_KIND_ACTION_DATA, 0, 0, untouched_word, untouched_word},
-                 {0, 0, 0, untouched_word, untouched_word}};
-    for (const auto& expected : cases) {
-        vl_model::set_answer_hook([&](auto&, pipe_action_record& answer, uint32_t& action_hdl) {
-            answer.kind = expected.kind;
-            answer.member_hdl = 0x55;
-            answer.group_hdl = 0x77;
-            answer.resource_count = 1; // but no list is made
-            action_hdl = 0;            // ignored
-        });
-        Outputs out;
-        ASSERT_EQ(read(out), 0u);
-        EXPECT_EQ(out.has_mbr, expected.has_mbr);
-        EXPECT_EQ(out.has_grp, expected.has_grp);
-        EXPECT_EQ(out.mbr, expected.mbr);
-        EXPECT_EQ(out.grp, expected.grp);
-        EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved, 0x12034u);
+TEST_F(Readback, MemberGroupOrNeither) {
+    for (const catalog::Profile& profile : catalog::program.profiles) {
+        const catalog::Table& table = table_named(profile.table);
+        hardware = random_view(random, &table, nullptr);
+        hardware.action.resource_count = 1; // but no list is made
+        hardware.action_hdl = 0;            // ignored
+        for (const unsigned kind : {PIPE_KIND_MEMBER + 0u, PIPE_KIND_GROUP + 0u, PIPE_KIND_ACTION_DATA + 0u, 0u}) {
+            hardware.set_target(kind, 0x55);
+            Outputs out;
+            EXPECT_EQ(read(table, out), 0u);
+            EXPECT_EQ(out.has_mbr, kind == PIPE_KIND_MEMBER);
+            EXPECT_EQ(out.has_grp, kind == PIPE_KIND_GROUP);
+            EXPECT_EQ(out.mbr, kind == PIPE_KIND_MEMBER ? 0x55 : unread(table).mbr);
+            EXPECT_EQ(out.grp, kind == PIPE_KIND_GROUP ? 0x55 : unread(table).grp);
+        }
     }
     EXPECT_EQ(vl_model::allocations_made(), 0u);
     EXPECT_TRUE(log_lines().empty());
 }
 
-TEST_F(IndirectReadback, RefusalsAndEntriesWithoutAKey) {
-    Outputs out;
-    vl_model::fail_call("pipe_mgr_get_entry", 1, 55);
-    EXPECT_EQ(read(out), 55u);
-    EXPECT_TRUE(is_untouched(out));
+TEST_F(Readback, TheListHasAPairForEachSlot) {
+    for_tables([&](const catalog::Table& table) {
+        if (is_indirect(table)) return;
+        hardware.action.resource_count = 2;
+        Outputs out;
+        EXPECT_EQ(read(table, out), 0u);
+        const std::vector<vl_model::Call> allocations = calls_of("bf_sys_calloc");
+        ASSERT_EQ(allocations.size(), 1u);
+        EXPECT_EQ(allocations[0].args, (std::vector<uint64_t>{2, 8}));
+    });
+}
 
-    vl_model::set_answer_hook([](pipe_match_record& match, auto&, auto&) { match.key_len = 0; });
-    ASSERT_EQ(read(out), 0u);
-    EXPECT_EQ(out.is_default, 1);
-    EXPECT_EQ(out.priority, 9u);
-    EXPECT_EQ(out.key.egrMd_egrL2AintfUnresolved | out.key.egrMd_egrL2AintfUnresolved_mask, 0u);
-    EXPECT_EQ(out.has_grp, 1);
+TEST_F(Readback, IndexParametersComeFromTheAttachedSlots) {
+    const catalog::Table& table = table_named("wredQueueSelect");
+    const uint32_t wred_block = catalog::resource_of(catalog::program, table).handle;
+    hardware = random_view(random, &table, catalog::find_binding(table.actions, "runWred"));
+    const struct {
+        std::vector<pipe_resource_slot> slots;
+        uint32_t index;
+        const char* rule;
+    } cases[] = {
+        {{{wred_block, 7, {}, 1, 0}}, 7, "an attached slot"},
+        {{}, PD_NO_INDEX, "no slots"},
+        {{{wred_block - 1, 7, {}, 1, 0}}, 0, "another resource"},
+        {{{wred_block, 7, {}, 1, 0}, {wred_block, 8, {}, 1, 0}}, 8, "the last slot of the resource counts"},
+        {{{wred_block, 7, {}, 1, 0}, {wred_block, 8, {}, 0, 0}}, 7, "only tag 1 is attached"},
+        {{{wred_block, 7, {}, 1, 0}, {wred_block, 8, {}, 2, 0}}, 7, "only tag 1 is attached"},
+        {{{wred_block, 7, {}, 1, 0}, {wred_block, 8, {}, 3, 0}}, 7, "only tag 1 is attached"},
+        {{{wred_block, 7, {}, 2, 0}}, PD_NO_INDEX, "no slot is attached"},
+    };
+    for (const auto& [slots, index, rule] : cases) {
+        hardware.action.resource_count = static_cast<uint8_t>(slots.size());
+        std::copy(slots.begin(), slots.end(), hardware.action.slots);
+        Outputs out;
+        EXPECT_EQ(read(table, out), 0u);
+        p4_pd_velmar_switch_runWred_action_spec_t spec;
+        std::memcpy(&spec, out.spec().data(), sizeof spec);
+        EXPECT_EQ(spec.action_index, index) << rule;
+    }
 }
 
 using ReadbackDeathTest = Readback;
@@ -361,12 +222,14 @@ TEST_F(ReadbackDeathTest, DebugModeLogsTheFramesAndStops) {
         if (level != 2 || std::strstr(line, "ASSERTION") != nullptr) std::_Exit(1);
         if (++frames == 2) std::fputs("two frames or more\n", stderr);
     };
+    const catalog::Table& table = table_named("trapToCpu");
+    hardware = random_view(random, &table, nullptr); // without action data
     EXPECT_EXIT(
         {
             vl_model_debug_mode_set(1);
             vl_model_log_sink_set(count_lines, nullptr);
             Outputs out;
-            read_edited(out, [](auto&, pipe_action_record& action, auto&) { action.kind = 0; });
+            read(table, out);
         },
         testing::KilledBySignal(SIGABRT), "two frames or more");
 }

@@ -131,14 +131,15 @@ pd_status decode(const catalog::Table& table, Outputs& out) {
     return call(exported(table.name) + "_get_entry_from_plcmt_data", words);
 }
 
-pd_status read(const catalog::Table& table, Outputs& out) {
-    std::vector<uint64_t> words = {1, device, 9, 0};
+pd_status read(const catalog::Table& table, Outputs& out, const ReadOptions& options) {
+    std::vector<uint64_t> words = {1, device, 9, options.from_hw};
     if (!is_keyless(table)) words.push_back(word(out.key.data()));
     if (catalog::has_priority(table)) words.push_back(word(&out.priority));
     if (catalog::is_indirect(table))
         words.insert(words.end(), {word(&out.has_mbr), word(&out.has_grp), word(&out.grp), word(&out.mbr)});
     else
-        words.insert(words.end(), {0, word(out.action.data() + 4), word(out.action.data())});
+        words.insert(words.end(),
+                     {word(options.name), word(out.action.data() + 4), options.number ? word(out.action.data()) : 0});
     words.push_back(word(&out.is_default));
     if (is_keyless(table)) out.is_default = 1;
     return call(exported(table.name) + "_get_entry", words);

@@ -50,8 +50,16 @@ struct Outputs {
 };
 
 pd_status decode(const catalog::Table& table, Outputs& out);
-// Writes the outputs as a decoder does. A read doesn't say whether a keyless table's entry is the default: it is.
-pd_status read(const catalog::Table& table, Outputs& out);
+
+struct ReadOptions {
+    uint32_t from_hw = 0;
+    char* name = nullptr; // of the action
+    bool number = true;   // of the action; false passes null
+};
+
+// Reads entry 9 in session 1, and writes the outputs as a decoder does. A read doesn't say whether a keyless table's
+// entry is the default: it is.
+pd_status read(const catalog::Table& table, Outputs& out, const ReadOptions& options = {});
 
 inline bool is_keyless(const catalog::Table& table) {
     return table.key.size() == 0;
