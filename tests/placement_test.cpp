@@ -25,7 +25,8 @@ protected:
         names["blob"] = blob;
     }
 
-    // Decoder and read get the same records from the driver, except for the kind: a read insists on its own.
+    // The driver gives the decoder and the read the same records. Only the kinds may differ, because a read refuses kinds
+    // that a decoder ignores.
     void expect_agreement(const catalog::Table& table, const View& view, unsigned kind, pd_status when_decoded = 0,
                           pd_status when_read = 0) {
         software = hardware = view;
@@ -92,7 +93,7 @@ TEST_F(Placement, DataOfAnyTableByEveryTable) {
     for (const catalog::Table* owner : all_tables()) {
         const catalog::Binding* const binding = catalog::is_indirect(*owner) ? nullptr : owner->actions.begin();
         View view = random_view(random, owner, binding);
-        view.action.kind = PIPE_KIND_ACTION_DATA; // as reads want it
+        view.action.kind = PIPE_KIND_ACTION_DATA; // reads refuse other kinds
         for (const catalog::Table* table : all_tables()) {
             SCOPED_TRACE(owner->name + std::string(" by ") + table->name);
             const bool known = table == owner || catalog::is_indirect(*table);
@@ -234,8 +235,8 @@ TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
 
 } // namespace
 
-// These replace the driver's functions, because the embedded driver records declared arguments only. The boundary's header
-// declares fewer, so this file can't include it.
+// The embedded driver records only the arguments that the boundary declares. These functions replace its own, to see more
+// of them. So this file can't include the boundary's header.
 #define VL_FETCH(function, name)                                                                                       \
     extern "C" [[gnu::visibility("default")]] uint32_t function(                                                       \
         uint32_t s, Integer t, uint32_t h, Integer a, Integer b, Integer c, Integer d, Integer e, Real f, Real g,      \

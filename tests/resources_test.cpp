@@ -14,7 +14,7 @@ constexpr uint64_t no_record = 0;
 
 class Resources : public ForwardingTest {
 protected:
-    // The driver refuses the read, and then gives it. Only the second one changes the record.
+    // The driver refuses the first read and does the second. Only the second changes the record.
     template <class Record>
     void expect_read(const std::string& operation, Words words, const std::string& function, const Words& args,
                      Record& record) {
@@ -100,7 +100,7 @@ void expect_meter(const pipe_meter_spec& sent, uint32_t type, uint32_t unit = PI
     EXPECT_EQ(hex(bytes_of(sent)), hex(bytes_of(expected)));
 }
 
-// The driver's form of a read meter, with numbers that only the low 32 bits of reach an agent.
+// Answers with a meter that has rates of more than 32 bits. An agent gets the low 32 bits.
 void answer_meter_reads() {
     vl_model::answer_calls("pipe_mgr_meter_read_entry*", [](const AnsweredCall& call) {
         auto& spec = *call.pointer<pipe_meter_spec>(4);
@@ -120,7 +120,7 @@ TEST_F(Resources, MetersOfThePipeline) {
         const std::string set = std::string("meter_set_") + row.name;
         const std::string set_function = direct ? "pipe_mgr_mat_ent_set_resource" : "pipe_mgr_meter_ent_set";
         const Words set_args = Words{session, where, handle, 44, some_address} + (direct ? Words{1, 0} : Words{0});
-        // A meter of no type is sent as colour-aware, with a line in the log.
+        // An unknown type is sent as colour-aware, with a line in the log.
         for (const uint32_t type : {0u, 1u, 9u}) {
             const pd_meter_spec spec = sent_meter(type);
             const Words words = {session, where, dirty(44), word(&spec)};
@@ -169,7 +169,7 @@ TEST_F(Resources, MetersByHandle) {
                                  "pipe_mgr_meter_ent_set", args);
             expect_meter(vl_model::input_record<pipe_meter_spec>(sent), aware ? 0 : 1, packets);
         }
-        // The type contradicts the flag, of which eight bits count, or there is no such type.
+        // The type contradicts the flag, whose low eight bits count, or the type is unknown.
         for (const auto& [type, aware] : {std::pair(+PD_METER_TYPE_COLOR_AWARE, 0x100), std::pair(2, 1)}) {
             const pd_meter_spec spec = sent_meter(static_cast<uint32_t>(type));
             EXPECT_EQ(call(exported(kind + "_meter_set"),
@@ -261,7 +261,7 @@ TEST_F(Registers, ReadsUseTheDriversCount) {
 
 TEST_F(Registers, RangesLeaveNoGaps) {
     answer_size(2);
-    // More than a machine has is an empty block, so that the read goes on.
+    // An impossible size gets an empty block, so that the read goes on.
     vl_model::answer_calls("bf_sys_calloc", [](const AnsweredCall& call) {
         return call.args[0] > PTRDIFF_MAX ? word(bf_sys_calloc(0, call.args[1])) : call.driver();
     });
@@ -293,7 +293,7 @@ TEST_F(Registers, RangesLeaveNoGaps) {
         EXPECT_EQ(count, 3u);
         expect_values(values, value_size(row), {0x00, 0x40, 0x50}); // the second cell follows at once
 
-        // The driver is called for any count, and reads no cell.
+        // The driver is called for any count. Here it reads no cell.
         vl_model::answer_calls_with("pipe_stful_ent_query_range", 0, vl_model::output(6, 0u));
         for (const int32_t asked : {3, 0, -1}) {
             count = cells = 99;
@@ -324,7 +324,7 @@ TEST_F(Registers, FailedReadsWriteAndLeakNothing) {
         vl_model::fail_call(range ? "pipe_stful_ent_query_range" : "pipe_stful_ent_query", 1, 6);
         expect_failure(range, 6, 2, arrays);
         for (unsigned failing = 1; failing <= arrays; ++failing) {
-            vl_model::fail_allocation(failing); // of the two arrays of a range the other one is allocated
+            vl_model::fail_allocation(failing); // a range read allocates its other array anyway
             expect_failure(range, PD_STATUS_NO_MEMORY, 1, arrays - 1);
         }
     }

@@ -73,7 +73,7 @@ TEST_F(Restore, TheAgentGoesOnAfterALogAndAfterAReplay) {
             EXPECT_EQ(run("add_member_to_group", "sess dev grp mbr"), 0u);
             pd_entry entry = 0;
             names["out"] = word(&entry);
-            names["prio"] = profile->table == std::string("lagGroup") ? std::optional(1) : std::nullopt;
+            names["prio"] = catalog::has_priority(table_named(profile->table)) ? std::optional(1) : std::nullopt;
             EXPECT_EQ(run_on_table("add_entry_with_selector", "sess tgt key prio grp out"), 0u);
             EXPECT_EQ(calls().back().args[4], action(1).handle);
             names["entry"] = entry;
@@ -99,8 +99,7 @@ TEST_F(Restore, Rows) {
                       ask = "p4_pd_ms_get_mbr_act state dev mbr *", set_grp = "p4_pd_ms_set_grp_act state dev grp own",
                       apply = "p4_pd_ms_mbr_apply_to_grps state dev mbr update state",
                       apply_0 = "p4_pd_ms_mbr_apply_to_grps state dev 0 update state",
-                      applied =
-                          "p4_pd_ms_grp_update_res dev grp mbr state"; // the shadow calls back for the member's group
+                      applied = "p4_pd_ms_grp_update_res dev grp mbr state"; // by the shadow
     ASSERT_EQ(p4_pd_velmar_switch_restore_virtual_dev_state(device, session, 0, 0, 0), 0u);
     for_profiles([&] {
         const uint32_t adt = profile->data_table, own = action(0).handle;

@@ -11,19 +11,19 @@ using vl_model::output;
 using Services = ForwardingTest;
 
 constexpr uint64_t callback = 0x1111, cookie = 0x2222;
-constexpr uint32_t last_device = 0x103; // of which the driver takes 8 bits
+constexpr uint32_t wide_device = 0x103; // the driver takes the low eight bits
 
 TEST_F(Services, DigestRegistrationsCutTheDevice) {
     for (const catalog::Digest& row : catalog::program.digests) {
         const std::string name = row.name, notification = "pipe_mgr_lrn_digest_notification_";
-        expect_forwarded(name + "_register", {dirty(session), last_device, callback, cookie}, notification + "register",
+        expect_forwarded(name + "_register", {dirty(session), wide_device, callback, cookie}, notification + "register",
                          {session, 3, row.handle, callback, cookie});
-        expect_forwarded(name + "_deregister", {session, last_device}, notification + "deregister",
+        expect_forwarded(name + "_deregister", {session, wide_device}, notification + "deregister",
                          {session, 3, row.handle});
         expect_forwarded(name + "_notify_ack", {session, 0x7777}, "pipe_mgr_flow_lrn_notify_ack",
                          {session, row.handle, 0x7777});
     }
-    expect_forwarded("set_learning_timeout", {session, last_device, dirty(500)}, "pipe_mgr_flow_lrn_set_timeout",
+    expect_forwarded("set_learning_timeout", {session, wide_device, dirty(500)}, "pipe_mgr_flow_lrn_set_timeout",
                      {session, 3, 500});
 }
 
@@ -104,7 +104,7 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
         expect_operations(operations, base, {session, device}, driver, {session, device, row.handle});
         EXPECT_EQ(seed, 0x55u);
 
-        // The agent's number of the one handle is 0. Any other handle, or none from a failed call, is refused.
+        // The agent sees the row's handle as 0. Any other handle is refused.
         for (const auto& [get, handle] :
              {std::pair("algorithm_get", row.algorithm), std::pair("input_get", row.input)}) {
             uint32_t out = 42;
@@ -117,7 +117,7 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
             expect_get(0, 0, PD_STATUS_INVALID, 42);
             expect_get(handle ^ 1, 0, PD_STATUS_INVALID, 42);
             expect_get(handle, 0, 0, 0);
-            expect_get(handle, 8, 8, 0); // only the handle counts
+            expect_get(handle, 8, 8, 0); // the handle counts, not the status
         }
         calls();
     }
@@ -167,7 +167,7 @@ TEST_F(HashAttributes, Set) {
     const Words args = {session, device, row.handle, row.input};
     expect_forwarded(base + "set", {session, device, 0, 0, 0}, driver + "set", args + Words{0, 0});
     EXPECT_EQ(vl_model::allocations_made(), 0u);
-    attributes[0].input_field = 5; // 32 bits of each value reach the driver
+    attributes[0].input_field = 5; // the driver gets the low 32 bits of each value
     attributes[0].attr_type = 6;
     attributes[0].attr_value = 7;
     const Call sent = expect_forwarded(base + "set", {session, device, 0, 2, word(attributes)}, driver + "set",
@@ -205,7 +205,8 @@ TEST_F(HashAttributes, Get) {
     EXPECT_EQ(driver_calls().size(), 1u) << "without room, the attributes aren't read";
 }
 
-// If the driver has another input, it gets that input back for any number; also the 0 of a failed call.
+// If the driver names another input, the library passes that input on, whichever number the agent gives. After a failed
+// call the input is 0.
 TEST_F(HashAttributes, GetOfAnotherInput) {
     for (const auto& [input, status] : {std::pair(row.input ^ 1, 0u), std::pair(0u, 5u)}) {
         answer_input(input, status);
