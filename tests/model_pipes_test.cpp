@@ -1,13 +1,10 @@
-// The pipes of a device in the embedded driver: every call of the boundary that names one refuses one that isn't there.
+// The pipes of a device in the embedded driver: every call of the boundary that takes a pipe refuses an unknown one.
 #include <array>
 #include <type_traits>
 
-#include <gtest/gtest.h>
-
-#include <vl_driver/driver.h>
-#include <vl_model/control.h>
-#include <vl_model/testing.h>
 #include <vl_model/traffic.h>
+
+#include "support/model.h"
 
 namespace {
 
@@ -16,7 +13,7 @@ struct TargetCall {
     pipe_status (*call)(pipe_sess_hdl session, pipe_dev_tgt target);
 };
 
-// Blank arguments that pass for valid: the session for any number, zeros behind any pointer.
+// A blank argument that the driver accepts: the session's handle for a number, zeros behind a pointer.
 template <class Arg>
 Arg blank(uint32_t session, pipe_dev_tgt target) {
     alignas(16) static std::array<uint8_t, 4096> zeros{};
@@ -35,10 +32,19 @@ pipe_status call_blank(pipe_status (*function)(Args...), pipe_sess_hdl session, 
     return function(blank<Args>(session, target)...);
 }
 
-#define TARGET_CALL(function)                                                                                          \
+// Calls about value sets take the device and the pipe as numbers.
+template <class... Args>
+pipe_status call_pvs(pipe_status (*function)(pipe_sess_hdl, pipe_dev_id, uint32_t, uint32_t, uint32_t, Args...),
+                     pipe_sess_hdl session, pipe_dev_tgt target) {
+    return function(session, target.dev_id, 1, 0, target.pipe_id, blank<Args>(session, target)...);
+}
+
+#define CALL(caller, function)                                                                                         \
     {                                                                                                                  \
-#function, [](pipe_sess_hdl session, pipe_dev_tgt target) { return call_blank(function, session, target); }    \
+#function, [](pipe_sess_hdl session, pipe_dev_tgt target) { return caller(function, session, target); }        \
     }
+#define TARGET_CALL(function) CALL(call_blank, function)
+#define PVS_CALL(function) CALL(call_pvs, function)
 
 constexpr TargetCall target_calls[] = {
     TARGET_CALL(pipe_mgr_plcmt_mat_data_get),
@@ -93,31 +99,11 @@ constexpr TargetCall target_calls[] = {
     TARGET_CALL(pipe_mgr_get_entry_count),
     TARGET_CALL(pipe_mgr_get_first_entry_handle),
     TARGET_CALL(pipe_mgr_get_next_entry_handles),
-    {"pipe_mgr_pvs_entry_add",
-     [](pipe_sess_hdl session, pipe_dev_tgt target) {
-         uint32_t handle = 0;
-         return pipe_mgr_pvs_entry_add(session, target.dev_id, 1, 0, target.pipe_id, 0, 0, 0, &handle);
-     }},
-    {"pipe_mgr_pvs_entry_get_count",
-     [](pipe_sess_hdl session, pipe_dev_tgt target) {
-         uint32_t count = 0;
-         return pipe_mgr_pvs_entry_get_count(session, target.dev_id, 1, 0, target.pipe_id, 0, 0, &count);
-     }},
-    {"pipe_mgr_pvs_entry_handle_get",
-     [](pipe_sess_hdl session, pipe_dev_tgt target) {
-         uint32_t handle = 0;
-         return pipe_mgr_pvs_entry_handle_get(session, target.dev_id, 1, 0, target.pipe_id, 0, 0, 0, &handle);
-     }},
-    {"pipe_mgr_pvs_entry_get_first",
-     [](pipe_sess_hdl session, pipe_dev_tgt target) {
-         uint32_t handle = 0;
-         return pipe_mgr_pvs_entry_get_first(session, target.dev_id, 1, 0, target.pipe_id, 0, &handle);
-     }},
-    {"pipe_mgr_pvs_entry_get_next",
-     [](pipe_sess_hdl session, pipe_dev_tgt target) {
-         uint32_t handle = 0;
-         return pipe_mgr_pvs_entry_get_next(session, target.dev_id, 1, 0, target.pipe_id, 0, 1, 1, &handle);
-     }},
+    PVS_CALL(pipe_mgr_pvs_entry_add),
+    PVS_CALL(pipe_mgr_pvs_entry_get_count),
+    PVS_CALL(pipe_mgr_pvs_entry_handle_get),
+    PVS_CALL(pipe_mgr_pvs_entry_get_first),
+    PVS_CALL(pipe_mgr_pvs_entry_get_next),
     {"vl_model_register_write",
      [](pipe_sess_hdl, pipe_dev_tgt target) -> pipe_status {
          const uint8_t value[VL_MODEL_REGISTER_VALUE_SIZE] = {};
@@ -125,19 +111,14 @@ constexpr TargetCall target_calls[] = {
      }},
 };
 
-class PipesTest : public testing::Test {
+class PipesTest : public support::DeviceTest {
 protected:
-    pipe_sess_hdl session = 0;
-
     void SetUp() override {
-        vl_model_reset();
-        ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
-        const vl_model_pipeline pipeline{.name = "p", .tables = nullptr, .table_count = 0};
-        ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
+        start({.name = "p", .tables = nullptr, .table_count = 0});
     }
 };
 
-// The device has no tables: what a call says of its table, it says of a pipe that is there.
+// The device has no tables, so a call that accepts the pipe refuses the table.
 TEST_F(PipesTest, AreThereOrRefused) {
     const auto expect_there = [&](bool there, uint16_t pipe) {
         for (const TargetCall& row : target_calls) {
