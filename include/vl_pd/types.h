@@ -1,8 +1,8 @@
 /*
  * The types that every exported function shares.
  *
- * All integers are in the machine's byte order, in records as well as in arguments. Values of 128 bits are byte arrays
- * in network order. Arguments narrower than 32 bits are taken as 32 bits and cut: upper bits never matter.
+ * All integers are in the machine's byte order, in records and in arguments. Values of 128 bits are byte arrays in
+ * network order. An argument that needs fewer than 32 bits is declared with 32; its upper bits never matter.
  */
 #ifndef VL_PD_TYPES_H
 #define VL_PD_TYPES_H
@@ -23,16 +23,16 @@
 #define PD_NOEXCEPT
 #endif
 
-/* 0 is success. All other values are the driver's, handed on unchanged, but for the four below. */
+/* 0 is success. The library itself returns the errors below. All other values come unchanged from the driver. */
 typedef uint32_t pd_status;
 
 enum {
     PD_STATUS_OK = 0,
     PD_STATUS_NO_MEMORY = 2,  /* an allocation failed */
-    PD_STATUS_INVALID = 3,    /* an enumeration value, or placement data, that names nothing known */
+    PD_STATUS_INVALID = 3,    /* an unknown enumeration value, or placement data with an unknown action */
     PD_STATUS_UNEXPECTED = 15 /* the driver's answer can't come from this pipeline */
 };
-/* A member operation names another action than the member's, or a handle is no profile's. */
+/* An operation names an action that isn't the member's, or a handle that belongs to no profile. */
 #define PD_STATUS_MISMATCH UINT32_C(0xFFFFFFFF)
 
 typedef uint32_t pd_session; /* opened by the agent with the driver */
@@ -41,25 +41,25 @@ typedef uint32_t pd_entry;  /* an entry of a table, made by the driver */
 typedef uint32_t pd_member; /* a member of an action profile, made by the driver; 0 is none */
 typedef uint32_t pd_group;  /* a selector group, made by the driver; 0 is none */
 
-/* What ends a list of handles in the walking functions. */
+/* Ends a list of handles in the walking functions. */
 #define PD_HDL_END UINT32_C(0xFFFFFFFF)
 
 #define PD_ALL_PIPES UINT16_C(0xFFFF)
 
-/* A device and one of its pipes. It goes to the driver as it is. */
+/* A device and one of its pipes. It goes to the driver unchanged. */
 typedef struct pd_dev_tgt {
     pd_device dev_id;
     uint16_t pipe_id; /* PD_ALL_PIPES for all of them */
     uint16_t reserved;
 } pd_dev_tgt;
 
-/* A 128-bit value, most significant byte first. In a record it begins at an even offset, behind a reserved byte if the
- * field before it ends at an odd one. */
+/* A 128-bit value, most significant byte first. In a record it begins at an even offset. If the field before it ends at
+ * an odd offset, a reserved byte comes between them. */
 typedef uint8_t pd_bytes16[16];
 
 enum { PD_METER_TYPE_COLOR_AWARE = 0, PD_METER_TYPE_COLOR_UNAWARE = 1 };
 
-/* A two-rate meter. The scale of rates and bursts is the driver's. */
+/* A two-rate meter. The driver defines the scale of rates and bursts. */
 typedef struct pd_meter_spec {
     uint32_t committed_rate;
     uint32_t committed_burst;
@@ -68,23 +68,23 @@ typedef struct pd_meter_spec {
     uint32_t meter_type; /* PD_METER_TYPE_... */
 } pd_meter_spec;
 
-/* Which cell of a resource an entry's action uses: one pair for each resource slot that is attached. */
+/* The cell of a resource that an entry's action uses. There is one pair for each attached resource slot. */
 typedef struct pd_resource_index {
     uint32_t resource_hdl;
     uint32_t index;
 } pd_resource_index;
 
-/* What an index parameter reads as when the entry comes back without any attached resource. */
+/* The value of an index parameter if the driver reports an entry without an attached resource. */
 #define PD_NO_INDEX UINT32_C(0xFFFF)
 
 /*
- * A callback goes to the driver as it is, and the driver calls it: its type is the driver's. The program's header lists
- * these types. Cast a callback to this one, as in (pd_driver_callback)on_timeout.
+ * A callback goes to the driver unchanged. The driver calls it and defines its type; the program's header lists these
+ * types. Cast a callback to pd_driver_callback, as in (pd_driver_callback)on_timeout.
  */
 typedef void (*pd_driver_callback)(void);
 
 /*
- * An action with its parameters: the action's number, and from byte 4 on its action_spec record. Room for that of any
+ * An action with its parameters: the action's number, and from byte 4 on its action_spec record. It has room for any
  * action of the pipeline.
  */
 typedef struct pd_action_record {
@@ -92,7 +92,7 @@ typedef struct pd_action_record {
     uint32_t spec[11];
 } pd_action_record;
 
-/* How a table ages its entries. In modes other than 1 only mode counts. What the values mean is the driver's. */
+/* How a table ages its entries. In modes other than 1 only mode counts. The driver defines what the values mean. */
 typedef struct pd_idle_params {
     uint32_t mode;
     uint64_t params_a;
@@ -102,13 +102,13 @@ typedef struct pd_idle_params {
     uint8_t params_flag; /* never sent, and read as 0 */
 } pd_idle_params;
 
-/* A counter cell. Which of the counts is packets and which is bytes is the driver's to say. */
+/* A counter cell. The driver defines which count is packets and which is bytes. */
 typedef struct pd_counter_value {
     uint64_t count_a;
     uint64_t count_b;
 } pd_counter_value;
 
-/* Passed through as it is; what it says is the driver's. */
+/* Passed through unchanged. The driver defines its content. */
 typedef struct pd_wred_spec {
     uint64_t words[2];
 } pd_wred_spec;
@@ -124,7 +124,7 @@ typedef struct pd_register_value {
     uint8_t bytes[16];
 } pd_register_value;
 
-/* Where the entries of a parser value set live. Of the parser 8 bits count. */
+/* Where the entries of a parser value set live. */
 typedef struct pd_pvs_target {
     pd_device dev_id;
     uint32_t gress;
@@ -133,9 +133,9 @@ typedef struct pd_pvs_target {
 } pd_pvs_target;
 
 /*
- * An attribute of one input field of a hash calculation. Fields and types are the driver's numbers. In
- * calculate_hash_value it is a field's value: of up to 32 bits, or the address of its bytes, most significant first,
- * for a wider field.
+ * An attribute of one input field of a hash calculation. Fields and types are the driver's numbers. For
+ * calculate_hash_value it holds a field's value of up to 32 bits, or for a wider field the address of its bytes, most
+ * significant first.
  */
 typedef struct pd_hash_attribute {
     uint32_t input_field;
@@ -157,7 +157,7 @@ typedef struct pd_snapshot_record {
 /* States of a member in its group. An inactive member stays in the group, but takes no packets. */
 enum { P4_PD_GRP_MBR_STATE_ACTIVE = 0, P4_PD_GRP_MBR_STATE_INACTIVE = 1 };
 
-/* The driver's records. Agents that decode them themselves have their definitions from the driver's headers. */
+/* The driver's records. Agents that decode them find their definitions in the driver's headers. */
 struct pipe_match_record;
 struct pipe_action_data;
 struct pipe_stful_element;

@@ -1,47 +1,46 @@
 /*
- * The control interface of the velmar_switch pipeline: tables, action profiles, and all that
- * goes with them.
+ * The control interface of the velmar_switch pipeline: tables, action profiles, resources and services.
  *
- * This is the one header that an agent includes. The functions are families: each stands once for every table, or for
- * every action of a table, and differs from its sisters in constants alone. What a family does is told here once; the
- * headers below declare its members, table by table, beside the records that they take.
+ * An agent includes only this header. The functions form families. A family has one function for each table, or for
+ * each action of a table; its functions differ only in constants. This comment describes each family once. The headers
+ * included below declare the functions, table by table, next to the records that they take.
  *
- * Every name has the prefix p4_pd_velmar_switch_, which is left out here, but for the unbuild_ functions, which have
- * none.
+ * Every name has the prefix p4_pd_velmar_switch_, which is left out here. Only the unbuild_ functions have no prefix.
  *
  *
  * Arguments that recur
  *
  *   sess_hdl     A session of the driver. The library passes it on and never opens one.
- *   dev_tgt      Device and pipe, in operations that name an entry by its key, or a whole table or profile.
- *   dev_id       Device, in operations that name an entry, member or group by its handle. The signatures say which.
- *   match_spec   The table's record <table>_match_spec_t: one field per key field. A field that is matched by mask has
- *                its mask behind it (<field>_mask, a 1 bit is matched), one that is matched by prefix its length in
- *                bits (<field>_prefix_length). In ipv4FinalResolve0, ipv6LgMaskFinalResolve0 and ipv6FinalResolve the
- *                first field names a partition and isn't matched. Of the 32-bit l3_nextHop a key takes the low 16 bits.
- *   priority     Orders the entries of a masked table; other tables take none.
- *   action_spec  The action's record <action>_action_spec_t: one field action_<param> per parameter. Actions without
- *                parameters take none.
+ *   dev_tgt      Device and pipe. Operations take it if they name an entry by its key, or a whole table or profile.
+ *   dev_id       Device. Operations take it if they name an entry, member or group by handle. The signatures say which.
+ *   match_spec   The table's record <table>_match_spec_t, with one field per key field. A field that is matched by mask
+ *                is followed by its mask <field>_mask, where a 1 bit is matched. A field that is matched by prefix is
+ *                followed by the prefix length in bits, <field>_prefix_length. In ipv4FinalResolve0,
+ *                ipv6LgMaskFinalResolve0 and ipv6FinalResolve the first field names a partition and isn't matched. A
+ *                key uses only the low 16 bits of the 32-bit field l3_nextHop.
+ *   priority     Orders the entries of a masked table. Other tables take no priority.
+ *   action_spec  The action's record <action>_action_spec_t, with one field action_<param> per parameter. Actions
+ *                without parameters take no action_spec.
  *
- * Records and buffers belong to the caller and are used during the call only. Nothing returned has to be freed. Values
- * are not checked: one that is wider than its field goes to the driver as it is.
+ * Records and buffers belong to the caller; the library uses them only during the call. Nothing that it returns has to
+ * be freed. Values are not checked: a value that is wider than its field goes to the driver as it is.
  *
- * Every pd_status is the driver's, unchanged, unless the family says otherwise. After a failure outputs are not to be
- * read: handles, counts and times are written by the driver itself, and what the library decodes is unwritten, unless
- * the family says otherwise. Functions may be called from several threads; the driver says what happens then. Of
- * read_from_hw 8 bits count: if they are all zero, the driver's copy is read and not the hardware.
+ * Every pd_status comes unchanged from the driver, unless the family says otherwise. Don't read outputs after a
+ * failure. The driver itself writes handles, counts and times. The library leaves the outputs that it decodes
+ * unwritten, unless the family says otherwise. Functions may be called from several threads; the driver defines what
+ * happens then. If the low 8 bits of read_from_hw are zero, the driver's copy is read, else the hardware.
  *
- * A failed assertion is logged by the driver, and the call goes on as its family says. In the driver's debug mode it
- * stops the process instead. Assertions fail in <table>_get_entry, get_member and the decoders of placement data on a
- * driver's answer that can't come from this pipeline; and on a meter_type outside PD_METER_TYPE_... in meter_set_ and
- * in the adds, modifies and set_default_action_ of l2LookupMiss.
+ * A failed assertion writes a line to the driver's log, and the call goes on as its family says. In the driver's debug
+ * mode it stops the process instead. Two things fail an assertion: a driver's answer that can't come from this
+ * pipeline, in <table>_get_entry, get_member and the decoders of placement data; and a meter_type outside
+ * PD_METER_TYPE_..., in meter_set_ and in the adds, modifies and set_default_action_ of l2LookupMiss.
  *
  *
  * Callbacks
  *
- * A callback and its cookie go to the driver as they are, and the driver calls it. How a registration ends, from which
- * thread a callback comes and what it may call are the driver's to say. Its type is the driver's too; pass it cast to
- * pd_driver_callback. Integers are uint32_t here, and a dev_tgt goes by value:
+ * The library passes a callback and its cookie to the driver unchanged, and the driver calls it. The driver also
+ * defines how a registration ends, from which thread a callback comes, and what a callback may call. Each callback has
+ * one of the driver's types; cast it to pd_driver_callback. Integers below are uint32_t; dev_tgt is passed by value:
  *
  *   <table>_register_mat_update_cb      void (sess_hdl, pd_dev_tgt dev_tgt, tbl_hdl, entry_hdl, update, void *cookie)
  *   <table>_idle_register_tmo_cb        void (dev_id, tbl_hdl, entry_hdl, void *cookie)
@@ -55,23 +54,23 @@
  *   counter_hw_sync_, register_hw_sync_ void (dev_id, void *cookie)
  *   <digest>_register                   pd_status (sess_hdl, struct pipe_digest_msg *message, void *cookie)
  *
- * These are the types of the boundary in vl_driver/: pipe_mat_update_cb, pipe_idle_tmo_cb, pipe_idle_hit_state_cb,
- * pipe_adt_update_cb, pipe_sel_update_cb, pipe_sel_tbl_cb, pipe_sync_cb, pipe_digest_cb.
+ * The headers in vl_driver/ define these types as pipe_mat_update_cb, pipe_idle_tmo_cb, pipe_idle_hit_state_cb,
+ * pipe_adt_update_cb, pipe_sel_update_cb, pipe_sel_tbl_cb, pipe_sync_cb and pipe_digest_cb.
  *
  *
  * The program
  *
- *   init()                          Once, before anything else: sets up the shadow of the action profiles and registers
- *                                   with the driver, which from then on calls back when a device goes away and when it
- *                                   saves or restores a device's state. If the driver refuses the registration, the
- *                                   process stops. A second call is not guarded against.
- *   cleanup()                       At the end: deregisters. Returns the driver's status. Frees nothing.
- *   device_state_cleanup()          Does nothing; it stands for agents that call it.
+ *   init()                          Call it once, before anything else. It sets up the shadow of the action profiles
+ *                                   and registers with the driver. From then on the driver calls the library back when
+ *                                   a device goes away and when it saves or restores a device's state. If the driver
+ *                                   refuses the registration, the process stops. A second call is not guarded against.
+ *   cleanup()                       Call it at the end. Deregisters; returns the driver's status. Frees nothing.
+ *   device_state_cleanup()          Does nothing. It exists for agents that call it.
  *   bf_drv_hdl                      (no prefix) The handle of this library as the driver's client.
  *   action_name_strings[]           The full names of all actions, by action number (enum ..._action).
- *   action_enum_to_string(number)   The full name; null for a number above the last.
- *   action_string_to_enum(name)     The number of a full name, prefix included; ..._action_count for null or a name
- *                                   that no action has.
+ *   action_enum_to_string(number)   The full name, or null for a number above the last.
+ *   action_string_to_enum(name)     The number of a full name, prefix included. ..._action_count for null and for a
+ *                                   name that no action has.
  *
  *
  * Writing entries
@@ -85,49 +84,48 @@
  *   <table>_table_delete_by_match_spec(sess_hdl, dev_tgt, match_spec, [priority])
  *   <table>_match_spec_to_entry_hdl(sess_hdl, dev_tgt, match_spec, [priority], entry_hdl out)
  *
- * Each makes one driver call. The driver writes the handle of a new or found entry; after a failed call entry_hdl
- * holds what the driver left there. An entry of a masked table is found by key and priority together. Which bits of a
- * key are told apart is decided by mask and prefix: value bits that neither covers are cleared. A prefix length above
- * the field's width is sent as a priority that no prefix has, for the driver to refuse.
+ * Each makes one driver call. The driver writes the handle of a new or found entry; after a failed call entry_hdl holds
+ * what the driver left there. In a masked table, key and priority together identify an entry. Mask and prefix length
+ * decide which bits of a key matter: the library clears the value bits that they don't cover. A prefix length above the
+ * field's width is sent as a priority that no prefix has, so that the driver refuses it.
  *
- * meter_spec stands in l2LookupMiss alone. An add must have one; without it the entry's meter slot is sent unset. A
- * modify without one (null) leaves the entry's meter as it is. A meter_type outside PD_METER_TYPE_... is a failed
- * assertion, and sent as colour aware.
+ * Only l2LookupMiss takes a meter_spec. An add must have one, or the entry's meter slot is sent unset. A modify with
+ * null leaves the entry's meter as it is. An unknown meter_type is a failed assertion, and is sent as colour aware.
  *
- * ttl stands in the adds of l2LearningLookup alone: the entry's first time-to-live, in the driver's unit.
+ * Only the adds of l2LearningLookup take a ttl: the entry's first time-to-live, in the driver's unit.
  *
- * Five parameters are indices into a counter, meter, WRED block or register and no action data: `index` of runWred and
- * of setQueueReportFlagFinal, `meterIndex` of setIngressMirrorColor and of setEgressMirrorColor, `counterIndex` of
+ * Five parameters are an index into a counter, meter, WRED block or register, and not action data: `index` of runWred
+ * and setQueueReportFlagFinal, `meterIndex` of setIngressMirrorColor and setEgressMirrorColor, and `counterIndex` of
  * setPdpClassCount. `pdpClassId` of meterPdpClass is both. An add uses the low 16 bits of an index, a modify all 32.
  *
  *
  * Reading entries
  *
  *   <table>_get_entry(sess_hdl, dev_id, entry_hdl, read_from_hw, ...)
- *       Reads one entry, from the hardware if bits 0 to 7 of read_from_hw are not all zero, else the driver's copy.
+ *       Reads one entry.
  *       Tables with actions:  [match_spec out, [priority out,]] action_name out, action_spec out, action_id out
  *                             [, is_default out]
  *       Tables whose entries point into an action profile:  match_spec out, [priority out,] has_mbr out, has_grp out,
  *                             grp_hdl out, mbr_hdl out, is_default out
  *       Keyless tables have neither match_spec nor is_default.
  *
- *       action_name and action_id may be null. action_name needs room for 61 bytes and gets the full name; action_id
- *       gets the action's number; action_spec must hold the largest record of the table's actions and gets that of the
- *       action which action_id names, if it has parameters. An index parameter (above) comes from the entry's attached
- *       resource; it is PD_NO_INDEX if the driver reports none, and 0 if it reports others only.
+ *       action_name and action_id may be null. action_name gets the full name and needs room for 61 bytes. action_id
+ *       gets the action's number. action_spec gets the action's record if the action has parameters; it must have room
+ *       for the largest record of the table's actions. An index parameter (above) is the index of the entry's attached
+ *       resource. It is PD_NO_INDEX if the driver reports no resource, and 0 if it reports only other resources.
  *       is_default is 1 for the table's default entry, which has no key: match_spec is then all zero.
- *       An entry that points at a member sets has_mbr and mbr_hdl, one that points at a group has_grp and grp_hdl; the
- *       other flag is 0 and the other handle isn't written.
+ *       An entry that points at a member sets has_mbr to 1 and writes mbr_hdl. An entry that points at a group sets
+ *       has_grp to 1 and writes grp_hdl. The other flag is 0, and the other handle isn't written.
  *
- *       PD_STATUS_UNEXPECTED: the driver's answer holds no action data (nothing is written), or an action that isn't
- *       the table's (match_spec, priority and is_default are written, the action outputs are not). Both are failed
- *       assertions. PD_STATUS_NO_MEMORY: no memory for the list of the entry's resources; nothing is written.
+ *       PD_STATUS_UNEXPECTED is a failed assertion here. Either the driver's answer holds no action data; then nothing
+ *       is written. Or the action isn't the table's; then only match_spec, priority and is_default are written.
+ *       PD_STATUS_NO_MEMORY: no memory for the list of the entry's resources; nothing is written.
  *
  *   <table>_get_entry_count(sess_hdl, dev_tgt, count out)
  *   <table>_get_first_entry_handle(sess_hdl, dev_tgt, entry_hdl out)
  *   <table>_get_next_entry_handles(sess_hdl, dev_tgt, entry_hdl, n, next_entry_hdls out)
- *       A walk asks for the first handle, and then for up to n handles behind the last one that it has. PD_HDL_END in
- *       the array, which holds n handles, ends the list. All three are the driver's answers, failures included.
+ *       To walk a table, get the first handle, then up to n handles after the last one that you have. next_entry_hdls
+ *       needs room for n handles. PD_HDL_END in it ends the list. All three return the driver's answer, failures too.
  *
  *
  * Default entries
@@ -139,35 +137,35 @@
  *   <table>_table_get_default_entry_handle(sess_hdl, dev_tgt, entry_hdl out)
  *   <table>_table_reset_default_entry(sess_hdl, dev_tgt)
  *
- * What a table does with a packet that no entry matches; keyless tables have nothing else. Actions that may be a
- * default have a set_default_action_; tables whose entries point into an action profile have set_default_entry (below)
- * instead, and the second form of the read. A set sends what an add of the same action sends. l2LookupMiss takes a
- * meter_spec with NoAction: null detaches the meter from the default entry.
+ * The default entry says what a table does with a packet that matches no entry. Keyless tables have no other entry.
+ * Each action that may be a default has a set_default_action_. Tables whose entries point into an action profile have
+ * set_default_entry (below) instead, and the second form of the read. A set sends what an add of the same action sends.
+ * In l2LookupMiss, the set of NoAction takes a meter_spec; null detaches the meter from the default entry.
  *
- * A read writes the action's number and, if the action has parameters, its record from byte 4 on: a pd_action_record
- * has room for any. It writes no more than that. PD_STATUS_UNEXPECTED, without a log line, and nothing written: the
- * driver's answer holds no action data, or an action that isn't the table's; in the second form, neither a member nor
- * a group. PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset puts back what the driver started with.
+ * A read writes the action's number and, from byte 4 on, the action's record if the action has parameters. It writes
+ * nothing more. A pd_action_record has room for any action. PD_STATUS_UNEXPECTED: the driver's answer holds no action
+ * data, or an action that isn't the table's; in the second form, neither a member nor a group. Nothing is written or
+ * logged then. PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset restores what the driver started with.
  *
  *
  * Tables themselves
  *
- *   <table>_get_mat_table_handle(tbl_hdl out)           tbl_hdl may be null. Needs no driver; always 0.
+ *   <table>_get_mat_table_handle(tbl_hdl out)           tbl_hdl may be null. Needs no driver; always returns 0.
  *   <table>_supports_entry_priority()                   1 for masked tables, else 0.
- *   <table>_<field>_width()                             The width in bits of a key field, named as in the record; of a
- *                                                       validity field <header>_valid the function is <header>_width.
+ *   <table>_<field>_width()                             The width of a key field in bits. <field> is its name in the
+ *                                                       record; for a validity field <header>_valid it is <header>.
  *   <table>_get_property(sess_hdl, dev_id, property, value out, args out)
  *                                                       Both outputs are 0xFFFFFFFF after a failure.
  *   <table>_set_property(sess_hdl, dev_id, property, value, args)
  *   <table>_register_mat_update_cb(sess_hdl, dev_id, callback, cookie)
  *
- * Property numbers and values are the driver's.
+ * The driver defines the numbers and values of properties.
  *
  *
- * Idle time, of the tables that age their entries
+ * Idle time, for tables that age their entries
  *
  *   <table>_idle_tmo_enable(sess_hdl, dev_id, params)   Sets the parameters (by value) and switches ageing on, in two
- *                                                       driver calls; if the second fails the parameters stay set.
+ *                                                       driver calls. If the second fails, the parameters stay set.
  *   <table>_idle_tmo_disable(sess_hdl, dev_id)
  *   <table>_idle_register_tmo_cb(sess_hdl, dev_id, callback, cookie)
  *   <table>_idle_params_get(sess_hdl, dev_id, params out)
@@ -176,9 +174,9 @@
  *   <table>_reset_ttl(sess_hdl, dev_id, entry_hdl)
  *   <table>_update_hit_state(sess_hdl, dev_id, callback, cookie)
  *   <table>_get_hit_state(sess_hdl, dev_id, entry_hdl, hit_state out)
- *                                                       After a failure hit_state is written, and means nothing.
+ *                                                       After a failure hit_state is written, but means nothing.
  *
- * Modes, times and hit states are the driver's. An add sends a time-to-live of 0, but for l2LearningLookup (above).
+ * The driver defines modes, times and hit states. An add sends a time-to-live of 0, except in l2LearningLookup (above).
  *
  *
  * Action profiles: members
@@ -192,23 +190,23 @@
  *   <profile>_register_adt_update_cb(sess_hdl, dev_tgt, callback, cookie)
  *   <profile>_get_adt_table_handle(tbl_hdl out)
  *
- * A member is an instance of an action that many entries share. The driver holds it; the library keeps a shadow of
- * which members there are and with which action, written after the driver has accepted a change. A member keeps its
- * action for life: a modify that names another one is PD_STATUS_MISMATCH, one of an unknown member the shadow's
- * status, both without a driver call. get_member writes action_record like a read of a default entry; an action that
- * isn't the profile's is a failed assertion and PD_STATUS_UNEXPECTED. Callers that share a profile serialise
- * themselves: a driver call and what follows it in the shadow are not one step. tbl_hdl may be null in
- * get_adt_table_handle and get_sel_table_handle, which need no driver.
+ * A member is an instance of an action that many entries share. The driver holds the members. The library keeps a
+ * shadow: which members exist, and which action each has. It updates the shadow after the driver has accepted a change.
+ * A member keeps its action for life. A modify with another action returns PD_STATUS_MISMATCH. A modify of an unknown
+ * member returns the shadow's status. Neither calls the driver. get_member writes action_record as a read of a default
+ * entry does; an action that isn't the profile's is a failed assertion and gives PD_STATUS_UNEXPECTED. Callers that
+ * share a profile must serialise their calls, because a driver call and the update of the shadow are not one atomic
+ * step. get_adt_table_handle and get_sel_table_handle need no driver, and their tbl_hdl may be null.
  *
- * Should the shadow fail after the driver has accepted a change, the change stands, and the result is 0 but for
- * del_group, which returns the shadow's status. What follows depends on the change:
+ * If the shadow fails after the driver has accepted a change, the change remains and the result is 0. Only del_group
+ * returns the shadow's status. The consequences depend on the change:
  *
- *   add_member, create_group      Later operations that need the action of the member or group get the shadow's status.
- *   del_member, del_group         The shadow still knows what the driver doesn't: later operations get the driver's.
- *   add_member_to_group           The shadow may lack the membership, and its saved state lacks it then. The group may
- *                                 keep the action that it had; if it had none, entries can't point at it: they get the
- *                                 shadow's status.
- *   del_member_from_group         The shadow keeps the membership, and its saved state has it.
+ *   add_member, create_group      Later operations that need the member's or group's action get the shadow's status.
+ *   del_member, del_group         The shadow keeps what the driver deleted. Later operations get the driver's status.
+ *   add_member_to_group           The membership may be missing from the shadow, and then also from its saved state.
+ *                                 The group may keep its old action. If it had none, entries can't point at the group:
+ *                                 they get the shadow's status.
+ *   del_member_from_group         The membership remains in the shadow and in its saved state.
  *
  *
  * Action profiles: selector groups
@@ -219,51 +217,52 @@
  *   <profile>_group_member_state_get(sess_hdl, dev_tgt, grp_hdl, mbr_hdl, mbr_state out)
  *   <profile>_set_dynamic_action_selection_fallback_member(sess_hdl, dev_tgt, mbr_hdl), _reset_...(sess_hdl, dev_tgt)
  *   <profile>_get_first_group, _get_next_groups, _get_first_group_member, _get_next_group_members: walks like those of
- *       entries; the members of a group by dev_id, all else by dev_tgt
+ *       entries. The walks over a group's members take dev_id, the others dev_tgt.
  *   <profile>_get_selector_group_count, _get_selector_group_member_count
- *   <profile>_get_word_llp_active_member_count, _get_word_llp_active_members: by a word of the selector, the driver's
- *   <profile>_group_member_get_from_hash(sess_hdl, dev_tgt, grp_hdl, hash, hash_len, mbr_hdl out): which member
- *       the driver chooses for a hash of hash_len bytes
- *   <profile>_register_callback, _register_sel_update_cb(sess_hdl, dev_tgt, callback, cookie),
- *       _sel_track_updates(dev_id, callback, cookie): the first again, without a session
+ *   <profile>_get_word_llp_active_member_count, _get_word_llp_active_members: by a word of the selector, which the
+ *       driver defines
+ *   <profile>_group_member_get_from_hash(sess_hdl, dev_tgt, grp_hdl, hash, hash_len, mbr_hdl out): the member that the
+ *       driver chooses for a hash of hash_len bytes
+ *   <profile>_register_callback, _register_sel_update_cb(sess_hdl, dev_tgt, callback, cookie)
+ *   <profile>_sel_track_updates(dev_id, callback, cookie): register_callback without a session
  *   <profile>_get_sel_table_handle(tbl_hdl out)
  *
- * The data plane chooses among the active members of a group by a hash per packet. A group takes over the action of
- * the member that joined last, and keeps it when members leave; entries that point at the group carry that action. A
- * member that the shadow doesn't know can't join: the shadow's status, without a driver call. mbr_state is
- * P4_PD_GRP_MBR_STATE_ACTIVE or _INACTIVE; a set of any other value is PD_STATUS_INVALID, and a get writes nothing,
- * and returns 0, if the driver says another one. del_group needs memory for the list of members (PD_STATUS_NO_MEMORY,
- * and the group stands), and returns the shadow's status once the driver has deleted the group.
+ * For each packet the data plane chooses one of the group's active members by a hash. A group takes over the action of
+ * the member that joined last, and keeps it when members leave. Entries that point at the group carry that action. A
+ * member that the shadow doesn't know can't join: the result is the shadow's status, without a driver call. mbr_state
+ * is P4_PD_GRP_MBR_STATE_ACTIVE or _INACTIVE. A set of any other value returns PD_STATUS_INVALID. If the driver reports
+ * another state, a get returns 0 and writes nothing. del_group needs memory for the list of members, else it returns
+ * PD_STATUS_NO_MEMORY and the group remains. Once the driver has deleted the group, del_group returns the
+ * shadow's status.
  *
  *
- * Entries that point into a profile, of ecmpGroup, lagGroup, tunnelResolve, ingressMirrorLagGroup,
- * egressMirrorLagGroup
+ * Entries that point into a profile: ecmpGroup, lagGroup, tunnelResolve, ingressMirrorLagGroup, egressMirrorLagGroup
  *
  *   <table>_add_entry(sess_hdl, dev_tgt, match_spec, [priority], mbr_hdl, entry_hdl out)
  *   <table>_modify_entry(sess_hdl, dev_id, entry_hdl, mbr_hdl)
  *   <table>_modify_entry_by_match_spec(sess_hdl, dev_tgt, match_spec, [priority], mbr_hdl)
  *   <table>_set_default_entry(sess_hdl, dev_tgt, mbr_hdl, entry_hdl out)
- *   and the same four with _with_selector behind entry, which take grp_hdl in place of mbr_hdl
+ *   The same four with _with_selector after _entry take grp_hdl instead of mbr_hdl.
  *
- * The driver is told the action of the member or group as well, from the shadow: a target that the shadow doesn't
- * know, or a group that no member ever joined, gives the shadow's status, without a driver call. An entry may change
- * from a member to a group and back.
+ * The library also gives the driver the action of the member or group, which it takes from the shadow. If the shadow
+ * doesn't know the member or group, or no member ever joined the group, the result is the shadow's status, without a
+ * driver call. An entry may change from a member to a group and back.
  *
  *
  * After a restart of the agent
  *
  *   restore_virtual_dev_state(a1, a2, a3, a4, a5)
  *
- * The driver keeps its tables over a restart of the agent, the shadow is lost. It comes back in one of two ways: from
- * the device state that the driver saved and hands back through the callback that init() has registered, or by this
- * call, in which the driver replays its members, groups and memberships. The five words are between agent and driver,
- * which may keep the callback. init() comes first, and no member or group operation may run during the replay. The
- * action of a group is then that of the last of its members in the replay; a group that had lost its members before the
- * restart has no action until one joins. What can't be restored is left out without a report, and so is what a device
- * state lacks that was saved while memory was short: members, groups, or whole profiles.
+ * When the agent restarts, the driver keeps its tables, but the shadow is lost. There are two ways to restore it. The
+ * driver hands a saved device state to the callback that init() has registered; or the agent makes this call, and the
+ * driver replays its members, groups and memberships. The library hands the five words on to the driver, which may keep
+ * the callback that comes with them. Call init() first. No member or group operation may run during the replay. A
+ * replayed group has the action of the last of its members in the replay; a group that had lost its members before the
+ * restart has no action until one joins. What can't be restored is left out without a report. A device state that was
+ * saved while memory was short may lack members, groups or whole profiles; they are left out in the same way.
  *
  *
- * Walking by handle, for callers that hold a table's or profile's handle as data
+ * Walking by handle, for callers that hold the handle of a table or profile as data
  *
  *   entry_hdl_first(sess_hdl, dev_tgt, tbl_hdl, entry_hdl out)
  *   entry_hdl_next(sess_hdl, dev_tgt, tbl_hdl, entry_hdl, n, next_entry_hdls out)
@@ -271,8 +270,8 @@
  *   member_hdl_first(sess_hdl, dev_tgt, adt_hdl, mbr_hdl out)
  *   member_hdl_next(sess_hdl, dev_tgt, adt_hdl, mbr_hdl, n, next_mbr_hdls out)
  *
- * What the table's or profile's own function gives. For a handle that is no table's, PD_HDL_END in the (first) output
- * and status 0; for one that is no profile's, PD_HDL_END and PD_STATUS_MISMATCH.
+ * They do what the functions of the table or profile do. For an unknown table handle they write PD_HDL_END to the
+ * (first) output and return 0. For an unknown profile handle they write PD_HDL_END and return PD_STATUS_MISMATCH.
  *
  *
  * Counters
@@ -282,8 +281,8 @@
  *   counter_write_<counter>(sess_hdl, dev_tgt, entry_hdl or index, value)   by value
  *   counter_hw_sync_<counter>(sess_hdl, dev_tgt, callback, cookie)          all cells, software from hardware
  *
- * Bit 0 of flags brings the cell up to date from the hardware before it is read. Which count is packets and which bytes
- * is the driver's to say. An index is not checked here.
+ * With bit 0 of flags set, the driver updates the cell from the hardware before the read. The driver defines which
+ * count is packets and which is bytes. The library doesn't check an index.
  *
  *
  * Meters and WRED
@@ -297,11 +296,11 @@
  *   bytes_meter_read, packets_meter_read(sess_hdl, dev_tgt, meter_hdl, index, meter_spec out)
  *   wred_set(sess_hdl, dev_tgt, wred_hdl, index, wred_spec)
  *
- * The meters of the pipeline count bytes; by handle, packets too. meter_type goes to the driver by PD_METER_TYPE_...
- * and comes back as the driver has it; numbers come back as their low 32 bits. A meter_type outside PD_METER_TYPE_...
- * is a failed assertion in meter_set_<meter>, and sent as colour aware; by handle it is PD_STATUS_INVALID without a
- * driver call, and so is a colour aware meter without has_pre_color (of which 8 bits count). WRED specs are copied as
- * they are.
+ * The pipeline's meters count bytes; the functions that take meter_hdl can also count packets. A set translates
+ * PD_METER_TYPE_... into the driver's meter type. A read returns the driver's meter type, and the low 32 bits of
+ * rates and bursts. In meter_set_<meter>, a meter_type outside PD_METER_TYPE_... is a failed assertion, and is sent as
+ * colour aware. The sets by handle return PD_STATUS_INVALID for it, without a driver call. They do the same for a
+ * colour aware meter without has_pre_color, of which only the low 8 bits count. WRED specs are copied unchanged.
  *
  *
  * Registers
@@ -314,34 +313,34 @@
  *                                  count)
  *   register_hw_sync_<register>(sess_hdl, dev_tgt, callback, cookie)
  *
- * A cell holds a flag (uint8_t: any value but 0 is written as 1), a word (uint32_t) or a pair of words, and reads as
- * one value for each instance of it in the hardware. The caller gives room for all of them: as many as the driver says
- * for a cell (its number of pipes, say), times count for a range; they follow each other with no gaps. Bit 0 of flags
- * goes to the driver. The lists that a read allocates live in the driver's memory and are freed before it returns.
- * PD_STATUS_NO_MEMORY: no memory for them; no cell was read and nothing is written.
+ * A cell holds a flag (uint8_t; any value except 0 is written as 1), a word (uint32_t) or a pair of words. A read gives
+ * one value for each instance of the cell in the hardware. `values` needs room for all of them: the number of values
+ * that the driver has for a cell (for example its number of pipes), times count for a range. The values follow each
+ * other with no gaps. Bit 0 of flags goes to the driver. A read allocates its lists in the driver's memory and frees
+ * them before it returns. PD_STATUS_NO_MEMORY: no memory for these lists; no cell was read and nothing is written.
  *
- * The count of a range is signed. With a count of 0 the driver is asked all the same; a negative count is
- * PD_STATUS_NO_MEMORY, once the driver has told how many values a cell has. count times that number must stay below
- * 2^31: the library doesn't check it.
+ * The count of a range is signed. A count of 0 goes to the driver too. A negative count gives PD_STATUS_NO_MEMORY,
+ * after the driver was asked how many values a cell has. count times that number must stay below 2^31;
+ * the library doesn't check it.
  *
  *   register_read_indirect(sess_hdl, dev_tgt, reg_hdl, index, flags, query), register_read_direct(sess_hdl, dev_tgt,
  *   tbl_hdl, entry_hdl, flags, query), register_write_indirect, register_write_all_indirect,
  *   register_reset_all_indirect, register_range_reset_indirect, register_hw_sync_indirect, register_hw_sync_direct: any
  *   register by handle, with the driver's records. register_write_direct(sess_hdl, dev_id, reg_hdl, entry_hdl, value)
- *   takes the 16 bytes by value, and 8 bits of dev_id; reg_hdl goes to the driver twice, as the register of the slot
- *   and in the place of a table.
+ *   takes the 16 bytes by value. It sends the low 8 bits of dev_id, and sends reg_hdl twice: as the register of the
+ *   resource slot, and as the table.
  *
  *
  * Learning digests
  *
  *   <digest>_register(sess_hdl, dev_id, callback, cookie), <digest>_deregister(sess_hdl, dev_id)
- *   <digest>_notify_ack(sess_hdl, message)                          gives a message back once it is dealt with
- *   set_learning_timeout(sess_hdl, dev_id, timeout)                 one for the device
+ *   <digest>_notify_ack(sess_hdl, message)                          gives a message that was handled back to the driver
+ *   set_learning_timeout(sess_hdl, dev_id, timeout)                 one timeout for the whole device
  *   get_digest_entry_size(digest)                                   bytes of an entry; 0 for an unknown name
  *   get_digest_entry_field(entry, digest, field, size out)          the field's address in the entry; null, and size 0,
  *                                                                   for an unknown name
  *
- * Entries are packed; the bytes of a field are the driver's, and are not converted. Of dev_id 8 bits reach the driver.
+ * Entries are packed. Fields hold the driver's bytes, without conversion. The low 8 bits of dev_id go to the driver.
  *
  *
  * Parser value sets
@@ -352,7 +351,7 @@
  *   entry_hdl out), _entry_get_first_entry_handle, _entry_get_next_entry_handles, _set_property(sess_hdl, dev_id,
  *   property, value, arg), _get_property(sess_hdl, dev_id, property, value out, arg)
  *
- * A value is 0xFFFFFFFF after a failed _get_property. All else is the driver's.
+ * A failed _get_property writes 0xFFFFFFFF to value. Everything else comes from the driver.
  *
  *
  * Hash calculations
@@ -363,15 +362,16 @@
  *   hash_calc_<calc>_input_field_attribute_count_get(sess_hdl, dev_id, input, count out)
  *   hash_calc_<calc>_calculate_hash_value(sess_hdl, dev_id, count, fields, widths, hash out, hash_len)
  *
- * A calculation has one algorithm and one input, and both are named 0; another number goes to the driver as handle 0 in
- * a set. A get is PD_STATUS_INVALID, with nothing written, if the driver names anything else, or nothing because it
- * failed. The attribute reads use the input that the driver says is in force. If that is the calculation's, another one
- * than 0 is PD_STATUS_INVALID; the first of them has then written 0 to count. Of attr_value 32 bits travel.
+ * A calculation has one algorithm and one input. The number of both is 0; a set sends any other number to the driver as
+ * handle 0. The get of an algorithm or input returns PD_STATUS_INVALID and writes nothing if the driver reports
+ * anything else, or nothing because it failed. The reads of attributes use the input that the driver reports. If that
+ * is the calculation's own and the caller names an input other than 0, they return PD_STATUS_INVALID; by then the get
+ * of attributes has set count to 0, but the get of their count has written nothing. attr_value carries 32 bits.
  * PD_STATUS_NO_MEMORY: no memory for the driver's records or for the stream.
  *
- * calculate_hash_value predicts the hash of a packet: the values of `count` fields, widths[i] bits each, are packed to
- * one big-endian number with the first field at the top and no alignment between them. A field of up to 32 bits has its
- * value in attr_value, a wider one its bytes at attr_bytes, most significant first. Values must fit their widths.
+ * calculate_hash_value predicts the hash of a packet. It packs the values of `count` fields, of widths[i] bits each,
+ * into one big-endian number, with the first field at the top and no alignment between fields. A value of up to 32 bits
+ * is in attr_value. The bytes of a wider value are at attr_bytes, most significant first. A value must fit its width.
  *
  *
  * Snapshots
@@ -380,11 +380,12 @@
  *   snapshot_capture_trigger_set(snapshot_hdl, value, mask)
  *   snapshot_capture_data_get(snapshot_hdl, pipe, stages out, capture_ctrl out, count out)
  *
- * A trigger's records are in the machine's byte order and packed without alignment, in one of two layouts, which bit 1
- * of the handle tells apart. `stages` has room for PD_SNAPSHOT_MAX_STAGES records. As many are filled as the service
- * reports stages, at most PD_SNAPSHOT_MAX_STAGES; with zeros if it then fails to deliver them. If it refuses to tell
- * the sizes, it is asked for the capture all the same, with a buffer of no bytes: its status is the result, and no
- * record is filled. PD_STATUS_NO_MEMORY: no memory for the capture; count is 0 and no record is filled.
+ * The records of a trigger are in the machine's byte order and packed without alignment. They have one of two layouts;
+ * bit 1 of the handle tells which. `stages` needs room for PD_SNAPSHOT_MAX_STAGES records. One record is filled for
+ * each stage that the snapshot service reports, up to that number. If the service then fails to deliver the capture,
+ * these records are zero. If it refuses to report the sizes, the library still asks for the capture, with a buffer of
+ * no bytes, and returns the status of that call; no record is filled. PD_STATUS_NO_MEMORY: no memory for the capture;
+ * count is 0 and no record is filled.
  *
  *
  * Texts: schemas and value strings
@@ -395,38 +396,38 @@
  *   <table>_match_spec_value(match_spec, buffer out), <action>_value([action_spec], buffer out)
  *   <table>_value(sess_hdl, dev_id, entry_hdl, read_from_hw, buffer out)
  *   entry_value(sess_hdl, dev_id, tbl_hdl, entry_hdl, read_from_hw, buffer out)
- *                                                              by table handle; 0 for any other, and nothing is written
+ *                                                              by table handle; any other gives 0 and writes nothing
  *
- * A schema says which columns a table has, and a value string holds an entry in these columns; both are Python
- * literals, of which every blank and comma is part of the form. Of a table:
+ * A schema describes the columns of a table. A value string holds an entry in these columns. Both are Python literals
+ * in which every blank and comma is part of the form. For a table:
  *
- *   ( ('ipv4Host','mat',(False,)),(KEY,KEY,),(ACTION,ACTION,))     (True,) and two kinds of handle in place of actions
- *                                                                  where entries point into an action profile
+ *   ( ('ipv4Host','mat',(False,)),(KEY,KEY,),(ACTION,ACTION,))     (True,) and two kinds of handle instead of actions,
+ *                                                                  if entries point into an action profile
  *   KEY     ( 'dip','ingIpv4_dip',32,0xffffffff,'v4addr',None,None)
- *           short and full name, width, the bits that the table really matches, how best shown
- *   ACTION  ( ('setNextHop'),(('nextHop',None,32,None),))          name; name, how shown and width of each parameter
+ *           short name, full name, width, the bits that the table really matches, how best to show it
+ *   ACTION  ( ('setNextHop'),(('nextHop',None,32,None),))          name; per parameter: name, how to show it, width
  *
  *   ((( 0x01,0x0a000001,),('setNextHop',(0x00000005,)),),(0,True))
- *           key, action, priority; a default entry has () for a key
+ *           key, action, priority; the key of a default entry is ()
  *
- * A field that is matched by mask has its mask in a column behind it, one matched by prefix the length. Values are
- * hexadecimal, cut to the bits that count, with as many digits as the width needs; those of 128 bits are whole, in
- * upper case. The order is that of the key, also where the record has another.
+ * A field that is matched by mask is followed by a column for its mask; a field that is matched by prefix, by a column
+ * for the length. Values are hexadecimal, with as many digits as the width needs, and cut to the bits that matter.
+ * Values of 128 bits are whole and in upper case. Columns have the order of the key, even if the record has another.
  *
- * The result is the length of the text, whose terminator is written too; 0 if an entry can't be read, and nothing is
- * written. No size is passed: the longest table schema has 3,689 characters (finalDropControl), match schema 3,217
- * (finalDropControl), action schema 263, profile schema 174; entry 330 (trapToCpu with copyPacket), match value 280
- * (trapToCpu), action value 109 - each without its terminator. Of dev_id 8 bits reach the driver.
+ * The functions return the length of the text and write a terminator after it. If an entry can't be read, they return 0
+ * and write nothing. They take no buffer size. The longest table schema has 3,689 characters (finalDropControl), match
+ * schema 3,217 (finalDropControl), action schema 263, profile schema 174, entry 330 (trapToCpu with copyPacket), match
+ * value 280 (trapToCpu), and action value 109, each without its terminator. The low 8 bits of dev_id go to the driver.
  *
  *
  * Texts: lines on a file descriptor
  *
  *   <table>_match_spec_print(fd, indent, match_spec)           a title, and a line for each column
- *   <action>_print(fd, indent, action_spec)                    a line for each parameter; of actions that have any
+ *   <action>_print(fd, indent, action_spec)                    a line for each parameter, for actions with parameters
  *
- * Each line is a write of its own. The result is that of the last: its length, or negative if it failed; failures
- * before it don't show. A field of which a table matches only some bits has these in its line, and is cut to them, but
- * for those of 128 bits.
+ * Each line is a separate write. The result is that of the last write: the length of its line, or negative if it
+ * failed. Earlier failures don't show. If a table matches only some bits of a field, the line names these bits and the
+ * value is cut to them, except for a field of 128 bits.
  *
  *
  * Texts: addresses
@@ -435,57 +436,55 @@
  *   station_mask), _print_v4addr_exact(buffer out, label, address), _print_v4addr_lpm(buffer out, label, address,
  *   prefix_length), _print_v4addr_ternary(buffer out, label, address, mask), _print_v6addr_exact(buffer out, label,
  *   address), _print_v6addr_lpm(buffer out, label, address, prefix_length), _print_v6addr_ternary(buffer out, label,
- *   address, mask)          (their names have two underscores behind the prefix)
+ *   address, mask)          (with the prefix, their names have two underscores in a row)
  *
- * "dmac 0011.2233.4455 ", "dip 10.0.0.0/8 ", "dip 2001:db8::1/ffff:: ": the label, the address and a blank, which
- * _print_v6addr_exact leaves out. The result is the length. With a mask of zero the ternary forms write nothing, not
- * even a terminator, and return 0. The halves of a MAC address are 24-bit values; IPv6 addresses and masks are 16 bytes
- * in network order; of prefix_length 16 bits count. A mask is shown as a MAC or IPv6 address; of an IPv4 mask the
- * leading run of ones is shown as a length.
+ * "dmac 0011.2233.4455 ", "dip 10.0.0.0/8 ", "dip 2001:db8::1/ffff:: ": the label, the address and a blank.
+ * _print_v6addr_exact leaves out the last blank. The result is the length. If the mask is zero, the ternary forms write
+ * nothing, not even a terminator, and return 0. The halves of a MAC address are 24-bit values. IPv6 addresses and masks
+ * are 16 bytes in network order. Only the low 16 bits of prefix_length count. The mask of a MAC or IPv6 address is
+ * shown as an address. Of an IPv4 mask, the leading run of ones is shown as a length.
  *
  *
- * Texts: what a counter counts, of the seven tables with a counter of their own
+ * Texts: what a counter counts, for the seven tables whose entries are counted
  *
  *   <table>_match_spec_stringify_for_counter(match_spec, buffer out)
  *   <table>_stringify_counter_match_spec(sess_hdl, dev_id, entry_hdl, buffer out)
  *   stringify_counter_matchspec(sess_hdl, dev_id, tbl_hdl, entry_hdl, buffer out)       by table handle
  *
- * An entry's key in words: "Ingress Port 0x05 PACL/RACL Drop+/Log  ". The result is the length, at most 512. It is 0,
- * and nothing is written, not even a terminator, if the key has nothing to say, if the entry can't be read, or if the
- * handle is none of the seven tables'. Entries are read from the hardware; of dev_id 8 bits reach the driver.
+ * They write an entry's key in words: "Ingress Port 0x05 PACL/RACL Drop+/Log  ". The result is the length, at most 512.
+ * If the key has nothing to say, the entry can't be read, or the handle belongs to none of the seven tables, the result
+ * is 0, and not even a terminator is written. Entries are read from the hardware, with the low 8 bits of dev_id.
  *
  *
- * Placement data: what the driver placed, or means to place, as the software sees it
+ * Placement data: what the driver has placed or will place, as the software sees it
  *
  *   <table>_get_plcmt_data(sess_hdl, dev_tgt, ignored, ...), <profile>_get_plcmt_data, <profile>_sel_get_plcmt_data
- *       Fetch the data of an entry, a member or a group. They are the driver's functions pipe_mgr_plcmt_mat_data_get,
- *       _adt_data_get and _sel_data_get with the table's handle as third argument, in place of whatever stands there.
- *       All other arguments go on as they are, and what they are is the driver's to say, as is how long the data is
- *       valid. The embedded driver takes a handle and the address of a const void *, and what it gives is its own, and
- *       valid until the entry, member or group changes.
+ *       Fetch the data of an entry, member or group. They call the driver's pipe_mgr_plcmt_mat_data_get, _adt_data_get
+ *       and _sel_data_get. The table's handle replaces the third argument, and all other arguments go on unchanged. The
+ *       driver defines them, and how long the data is valid. The embedded driver takes a handle and the address of a
+ *       const void *. It owns the data, which is valid until the entry, member or group changes.
  *   <table>_get_entry_from_plcmt_data(plcmt_data, ...)
- *       Decodes an entry without access to the device, as <table>_get_entry reads it.
+ *       Decodes an entry as <table>_get_entry reads it, but without access to the device.
  *       Tables with actions:  [match_spec out, [priority out,]] action_record out, is_default out
  *       Tables whose entries point into an action profile:  match_spec out, [priority out,] mbr_hdl out, grp_hdl out,
- *                             has_mbr out, has_grp out, is_default out; mind that a read has another order
- *       action_record is written like a default entry's (above). is_default is always 1 for a keyless table.
- *       PD_STATUS_INVALID: the action isn't the table's, a failed assertion; the key outputs are written, action_record
- *       isn't. PD_STATUS_NO_MEMORY as for <table>_get_entry. The kind of action data isn't looked at.
+ *                             has_mbr out, has_grp out, is_default out. Note that get_entry has another order.
+ *       action_record is written as for a default entry (above). is_default is always 1 for a keyless table.
+ *       PD_STATUS_INVALID: the action isn't the table's, which is a failed assertion. The key outputs are written then,
+ *       but not action_record. PD_STATUS_NO_MEMORY as for <table>_get_entry. The kind of action data isn't checked.
  *   <profile>_get_member_from_plcmt_data(plcmt_data, action_record out)
  *   <profile>_get_full_member_info_from_plcmt_data(dev_id, mbr_hdl, plcmt_data, action_record out)
- *       PD_STATUS_UNEXPECTED: an action that isn't the profile's, a failed assertion; nothing is written. Both give the
- *       same.
+ *       Both do the same. PD_STATUS_UNEXPECTED: the action isn't the profile's, a failed assertion; nothing is written.
  *
  *   <table>_plcmt_data_value(plcmt_data, buffer out), <profile>_plcmt_data_value(plcmt_data, buffer out)
  *   plcmt_data_value(tbl_hdl, plcmt_data, buffer out), adt_plcmt_data_value(adt_hdl, plcmt_data, buffer out)
- *       Value strings: "(( 0x01,0x0a000001,),('setNextHop',(0x00000005,)),)", of a member "('NoAction',()),". 0, and
- *       nothing is written, for data that can't be decoded and for a handle that is nobody's.
+ *       Value strings: "(( 0x01,0x0a000001,),('setNextHop',(0x00000005,)),)", and for a member "('NoAction',()),". For
+ *       data that can't be decoded and for an unknown handle they return 0 and write nothing.
  *   <table>_plcmt_data_print(fd, indent, plcmt_data), <profile>_adt_plcmt_data_print(fd, indent, plcmt_data)
  *   plcmt_data_print(fd, indent, tbl_hdl, plcmt_data), adt_plcmt_data_print(fd, indent, adt_hdl, plcmt_data)
- *       Print lines: the key, unless it is a default entry, or the name of a keyless table; then the action with its
- *       parameters, which an indirect table has none of. The result is the decoder's status, whatever the writes gave;
- *       data that can't be decoded gets the line "cannot decode plcmt_data for <full name>". A handle that is nobody's
- *       gets the line "0x0100005e table not found", and the result is that of the write.
+ *       Print the key, unless the entry is a default entry, or the name of a keyless table. Then print the action with
+ *       its parameters, except for an indirect table. The result is the decoder's status, even if a write fails. Data
+ *       that can't be decoded gives the line "cannot decode plcmt_data for <full name>". An unknown handle gives the
+ *       line "0x0100005e table not found", and the result of its write.
  *
  *
  * Comparing with the hardware
@@ -494,18 +493,18 @@
  *   plcmt_data_eq_to_hw(sess_hdl, dev_id, tbl_hdl, entry_hdl, plcmt_data, ignored, message out)
  *   <table>_match_specs_are_equal(pd, hw, message out), <action>_action_specs_are_equal(pd, hw, message out)
  *
- * Does what the placement data says still stand in the hardware? 1 if so, and message isn't touched; else 0, and
- * message holds one line that names the first difference, software first: "mspec l3Info_vrfId differs 0x1 vs 0x3",
- * "aspec action_nextHop differs 0x5 vs 0x7", "actions differ 0x45, vs 0x11", "no mbr_hdl in hw". 66 bytes hold the
- * longest.
+ * Does the hardware hold what the placement data says? If so, the result is 1, and message isn't touched. If not, the
+ * result is 0, and message gets one line that names the first difference, the software's value first:
+ * "mspec l3Info_vrfId differs 0x1 vs 0x3", "aspec action_nextHop differs 0x5 vs 0x7", "actions differ 0x45, vs 0x11",
+ * "no mbr_hdl in hw". The longest line needs 66 bytes.
  *
- * Fields are compared in key order, through the bits that the table matches, masks and prefix lengths as fields of
- * their own; of a default entry the action alone. Priority and resources aren't compared. Of an indirect table's entry
- * the member is compared, of a group that there is one; a member 0 in the hardware passes.
+ * Fields are compared in key order, through the bits that the table matches. Masks and prefix lengths count as fields.
+ * For a default entry, only the action is compared. Priority and resources aren't compared. For an entry of an indirect
+ * table, a member is compared by handle, and a group only by its presence. A member 0 in the hardware always passes.
  *
- * It is 0 as well if the hardware can't be read ("p4_pd_velmar_switch_<table>_get_entry failed"), if the data can't be
- * decoded ("Failed to decode plcmt_data in table <table>"), and for a handle that is no table's ("unknown table"). Of
- * dev_id 8 bits reach the driver.
+ * The result is also 0 if the hardware can't be read ("p4_pd_velmar_switch_<table>_get_entry failed"), if the data
+ * can't be decoded ("Failed to decode plcmt_data in table <table>"), and for an unknown table handle ("unknown table").
+ * The low 8 bits of dev_id go to the driver.
  *
  *
  * Decoding driver records
@@ -514,10 +513,10 @@
  *   unbuild_mask_<table>(match_record, match_spec out)
  *   unbuild_action_spec_<action>(action_data, resources, resource_count, action_spec out)
  *
- * The way back from the driver's records, for callers that get them from the driver themselves. unbuild_key_ clears
- * the whole record, padding included, and sets the fields; unbuild_mask_ then adds masks or the prefix length (the
- * width less the trailing zeros of the mask). Bits are not trimmed. `resources` lists resource_count pairs, one for
- * each attached slot, for actions with an index parameter; others ignore it, and with a count of 0 it may be null.
+ * They decode the driver's records, for callers that get these records from the driver themselves. unbuild_key_ clears
+ * the whole record, padding included, and sets the fields. unbuild_mask_ then adds the masks or the prefix length,
+ * which is the width less the mask's trailing zeros. Bits are not trimmed. `resources` lists resource_count pairs, one
+ * for each attached slot. Only actions with an index parameter use them. With a count of 0 `resources` may be null.
  */
 #ifndef VL_PD_VELMAR_SWITCH_H
 #define VL_PD_VELMAR_SWITCH_H
