@@ -8,7 +8,7 @@
 
 namespace catalog {
 
-// Tables that belong together in the pipeline. They share a file of rows, a public header and generated sources.
+// A group of tables in the pipeline. They share a file of rows, a public header and generated sources.
 struct Seam {
     const char* name;
     const char* summary;
@@ -29,7 +29,7 @@ struct Catalog {
     Rows<ValueSet> value_sets = {};
     Rows<HashCalculation> hash_calculations = {};
     Rows<CounterWords> counter_words = {};
-    Rows<SnapshotLayout> snapshot_layouts = {}; // none, or two: bit 1 of a snapshot's handle chooses
+    Rows<SnapshotLayout> snapshot_layouts = {}; // none, or two: bit 1 of a snapshot's handle is the index
 };
 
 // The tables of all seams, one after the other.
@@ -97,7 +97,7 @@ constexpr Tables tables(const Catalog& rows) {
 
 inline constexpr size_t not_found = ~size_t{0};
 
-// The number of the row that has this name, or `not_found`. `rows` is a list of rows, or the tables of a catalog.
+// The number of the row with this name, or `not_found`. `rows` is a list of rows, or the tables of a catalog.
 template <class AnyRows>
 constexpr size_t number_of(const AnyRows& rows, const char* name) {
     size_t number = 0;
@@ -108,8 +108,8 @@ constexpr size_t number_of(const AnyRows& rows, const char* name) {
     return not_found;
 }
 
-// The number of the profile that a table's entries point into, or `not_found`. A table with a profile is indirect. Numbers
-// rather than pointers: with sanitizers, compilers don't take the comparison of a pointer for a constant.
+// The number of the profile that a table's entries point into, or `not_found`. A table with a profile is indirect. The
+// result isn't a pointer, because with sanitizers compilers don't accept a pointer comparison as a constant.
 constexpr size_t profile_of(const Catalog& rows, const Table& table) {
     size_t number = 0;
     for (const Profile& profile : rows.profiles) {
@@ -119,7 +119,7 @@ constexpr size_t profile_of(const Catalog& rows, const Table& table) {
     return not_found;
 }
 
-// The actions that entries of the table may take, in its own row or in its profile's.
+// The actions that a table's entries may take, from its own row or from its profile's.
 constexpr List<Binding> actions_of(const Catalog& rows, const Table& table) {
     const size_t profile = profile_of(rows, table);
     return profile == not_found ? table.actions : rows.profiles[profile].actions;
@@ -157,7 +157,7 @@ constexpr AttachedResource resource_of(const Catalog& rows, const Table& table) 
     return {};
 }
 
-// The resource that an action's index parameter points into. One table has such an action, and it has the resource.
+// The resource that an action's index parameter points into: that of the one table that has the action.
 constexpr AttachedResource resource_of(const Catalog& rows, const Action& action) {
     for (const Table& table : tables(rows))
         if (find_binding(table.actions, action.name)) return resource_of(rows, table);

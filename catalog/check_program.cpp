@@ -1,4 +1,4 @@
-// Holds the rows of the program to the rules of checks.h, while this file compiles.
+// Checks the rows of the program against the rules of checks.h while this file compiles.
 #include <algorithm>
 #include <utility>
 

@@ -1,4 +1,4 @@
-// The rules that every catalog keeps. A row that breaks a rule doesn't compile; the compiler's message names both.
+// The rules of every catalog. A row that breaks a rule doesn't compile; the compiler's message names row and rule.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace catalog {
 
-// A row that breaks a rule. A fault is a template argument of Sound, so that the compiler prints both texts.
+// A row that breaks a rule. A fault is a template argument of Sound; therefore the compiler prints both texts.
 struct Fault {
     char row[64]{};
     char rule[96]{};
@@ -36,7 +36,7 @@ constexpr Fault key_fault(const Table& table) {
     for (const KeyField& field : table.key) {
         ++position;
         if (field.bits == 0 || (field.bits > 32 && field.bits != 128)) return wrong("a field has 1 to 32 or 128 bits");
-        if (field.match == Match::lpm && position != table.key.size()) return wrong("a prefix field is the last one");
+        if (field.match == Match::lpm && position != table.key.size()) return wrong("a prefix field is the last field");
         size_t times = 0;
         for (const KeyField& other : table.key)
             times += same(other.pd_name, field.pd_name);
@@ -66,7 +66,7 @@ constexpr Fault action_list_fault(const Catalog& rows, const Table& table) {
     const AttachedResource resource = resource_of(rows, table);
     if (profile_of(rows, table) != not_found) {
         if (keyless) return wrong("an indirect table has a key");
-        if (table.actions.size() != 0) return wrong("the actions of an indirect table stand in its profile");
+        if (table.actions.size() != 0) return wrong("the actions of an indirect table are in its profile");
         return {};
     }
     if (table.actions.size() == 0) return wrong("a direct table has actions");
@@ -74,7 +74,7 @@ constexpr Fault action_list_fault(const Catalog& rows, const Table& table) {
         const size_t number = number_of(rows.actions, binding.action);
         if (number == not_found) return fault(binding.action, "a binding names an action row");
         if (keyless != (binding.use == Use::default_only))
-            return wrong("an action is default_only if its table has no key, and only then");
+            return wrong("an action is default_only exactly if its table has no key");
         if (binding.constant_index != 0 && (!resource || resource.addressing == Addressing::direct))
             return wrong("a constant index needs an indirect resource");
         for (const Param& param : rows.actions[number].params)
@@ -96,10 +96,10 @@ constexpr Fault action_fault(const Catalog& rows, const Action& action) {
     for (const Table& table : tables(rows))
         bound += find_binding(table.actions, action.name) != nullptr;
     if (indices > 1 || (indices == 1 && bound != 1))
-        return wrong("an action with an index parameter belongs to one table, and has one such parameter");
+        return wrong("an action has at most one index parameter, and then belongs to one table");
     for (const Profile& profile : rows.profiles)
         bound += find_binding(profile.actions, action.name) != nullptr;
-    if (bound == 0) return wrong("a table or profile has the action");
+    if (bound == 0) return wrong("an action belongs to a table or profile");
     size_t times = 0;
     for (const Action& other : rows.actions)
         times += same(other.name, action.name);
@@ -107,7 +107,7 @@ constexpr Fault action_fault(const Catalog& rows, const Action& action) {
     return {};
 }
 
-// The handles of one kind of row: each in its space, none twice.
+// The handles of one kind of row: each lies in its space, and none occurs twice.
 template <class AnyRows, class Row>
 constexpr Fault handle_fault(const AnyRows& rows, HandleSpace space, uint32_t Row::*handle) {
     for (const Row& row : rows) {
@@ -148,7 +148,7 @@ constexpr Fault field_width_fault(const Catalog& rows, const Table& table) {
     return {};
 }
 
-// Each resource belongs to a table that exists, and a table has one resource at most.
+// Each resource belongs to an existing table, and a table has at most one resource.
 constexpr Fault resource_fault(const Catalog& rows) {
     Fault first;
     const auto each = [&rows](auto visit) {
@@ -181,7 +181,7 @@ constexpr Fault profile_fault(const Catalog& rows) {
     return {};
 }
 
-// A table whose entries are counted has words, one piece for each key field in key order; a MAC address takes two.
+// A table whose entries are counted has words: one piece for each key field, in key order. A MAC address is two fields.
 constexpr Fault counter_words_fault(const Catalog& rows) {
     for (const Resource& counter : rows.counters) {
         if (counter.addressing != Addressing::direct || counter.table == nullptr) continue;
@@ -202,15 +202,15 @@ constexpr Fault counter_words_fault(const Catalog& rows) {
     return {};
 }
 
-// Snapshot layouts and their fields lie in what the records of the interface have room for.
+// Bit 1 of a snapshot's handle chooses between two layouts.
 constexpr Fault snapshot_fault(const Catalog& rows) {
     if (rows.snapshot_layouts.size() != 0 && rows.snapshot_layouts.size() != 2)
         return fault(rows.name, "a program has two snapshot layouts or none");
     return {};
 }
 
-// The first rule that a table, an action, or the other rows break. A fault is a constant for each table and each action,
-// because a compiler limits how much it computes for one constant.
+// The first rule that a table, an action, or the other rows break. Each table and each action has its own constant,
+// because compilers limit how much they compute for one constant.
 constexpr Fault table_fault(const Catalog& rows, size_t number) {
     const Table& table = tables(rows)[number];
     for (const Fault& found : {key_fault(table), action_list_fault(rows, table), field_width_fault(rows, table),
@@ -248,7 +248,7 @@ constexpr Fault reference_and_handle_fault(const Catalog& rows) {
 
 template <Fault found>
 struct Sound {
-    static_assert(!found.found(), "a row breaks a rule of the catalog; the message names both");
+    static_assert(!found.found(), "a row breaks a rule of the catalog; the message names the row and the rule");
     static constexpr bool value = true;
 };
 

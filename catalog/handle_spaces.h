@@ -1,4 +1,4 @@
-// The handles that the device allows for each kind of row. The top byte of a handle tells its kind.
+// The handles that the device allows for each kind of row. The top byte of a handle is its kind.
 #pragma once
 
 #include <cstdint>

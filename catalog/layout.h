@@ -1,8 +1,8 @@
 // What follows from the rows: table classes, and the place of each value in keys, action data and records.
 //
-// Key bytes follow the key order, action data the order of the parameters; each value fills whole bytes. Records are C
-// structs: their fields follow the record order, each at the next multiple of its size. A 128-bit field is an array of
-// bytes, which begins at the next even offset.
+// Key bytes have the key order, and action data has the order of the parameters. Each value fills whole bytes. Records
+// are C structs: their fields have the record order, each at the next multiple of its size. A 128-bit field is an array
+// of bytes that begins at the next even offset.
 #pragma once
 
 #include <array>
@@ -26,7 +26,7 @@ constexpr KeyShape key_shape(const Table& table) {
     return has_match(table, Match::ternary) ? KeyShape::masked : KeyShape::exact;
 }
 
-// Whether the caller gives an entry its priority. Only masked tables have such entries.
+// Whether the caller gives an entry its priority, as in masked tables only.
 constexpr bool has_priority(const Table& table) {
     return key_shape(table) == KeyShape::masked;
 }
@@ -43,7 +43,7 @@ constexpr unsigned whole_bytes(unsigned bits) {
     return (bits + 7) / 8;
 }
 
-// Bytes of a value in a record: a power of two for integers.
+// Bytes of a value in a record. For integers it is a power of two.
 constexpr unsigned record_bytes(unsigned bits) {
     if (bits > 32) return whole_bytes(bits);
     return bits > 16 ? 4 : bits > 8 ? 2 : 1;
@@ -59,7 +59,7 @@ constexpr unsigned record_alignment(unsigned bytes) {
 
 inline constexpr unsigned prefix_length_bytes = 2;
 
-// Bytes of a field's partner, which follows the field in the record: its mask or its prefix length. 0 without one.
+// Bytes of a field's partner: the mask or prefix length that follows the field in the record. 0 if there is none.
 constexpr unsigned partner_bytes(const KeyField& field) {
     switch (field.match) {
     case Match::ternary:
@@ -104,7 +104,7 @@ inline constexpr size_t max_params = 16;
 
 struct KeyLayout {
     std::array<FieldLayout, max_key_fields> fields{};  // in key order
-    std::array<size_t, max_key_fields> record_order{}; // indices into fields, as the record has them
+    std::array<size_t, max_key_fields> record_order{}; // indices into fields, in the record's order
     size_t field_count = 0;
     unsigned bits = 0;
     unsigned bytes = 0;

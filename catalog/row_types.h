@@ -1,7 +1,7 @@
 // The row types of a program's catalog.
 //
-// A row says what the P4 program decides, and nothing that follows from it: layout.h derives key positions, record
-// offsets, byte counts and table classes. Rows are constants that the generator, the library and the tests share.
+// A row says only what the P4 program decides. layout.h derives the rest: key positions, record offsets, byte counts
+// and table classes. Rows are constants that the generator, the library and the tests share.
 #pragma once
 
 #include <cstddef>
@@ -39,7 +39,7 @@ struct Rows {
     }
 };
 
-// Whether two names are equal. Most are not, and each step counts while compiling.
+// Whether two names are equal. It stops at the first difference, because each step costs time while compiling.
 constexpr bool same(const char* left, const char* right) {
     while (*left != 0 && *left == *right)
         ++left, ++right;
@@ -48,21 +48,20 @@ constexpr bool same(const char* left, const char* right) {
 
 enum class Match : uint8_t { exact, ternary, lpm };
 
-// How a value is best shown. A tag belongs to the occurrence of a field or parameter, not to its name.
+// How best to show a value. A tag belongs to one occurrence of a field or parameter, not to its name.
 enum class Tag : uint8_t { untagged, mac, v4addr, v6addr, port, vport, dec };
 
-// Whether an action may be taken by entries, by the default entry, or by both.
+// Whether entries, the default entry, or both may take an action.
 enum class Use : uint8_t { entry, entry_or_default, default_only };
 
-// Where a parameter's value travels: in the action data, in the resource slot of the action's table as an index, or in
-// both. A parameter that is only a slot index has zero bytes in the
-// action data.
+// Where a parameter's value goes: into the action data, as an index into the resource slot of the action's table, or
+// both. A parameter that is only a slot index leaves its bytes of the action data zero.
 enum class Role : uint8_t { data, slot_index, data_and_slot_index };
 
-// A resource has one cell for each entry of its table (direct), or is an array that actions address by index.
+// A resource has one cell for each entry of its table (direct), or is an array that actions index (indirect).
 enum class Addressing : uint8_t { direct, indirect };
 
-// What a register cell holds: a flag, a 32-bit word, or two of them.
+// What a register cell holds: a flag, a 32-bit word, or two words.
 enum class Cell : uint8_t { flag, word, word_pair };
 
 // The bits of a key field that a table really matches. Texts and comparisons show these bits; a key carries them all.
@@ -82,7 +81,7 @@ struct KeyField {
     Match match = Match::exact;
     Tag tag = Tag::untagged;
     FieldMask mask = {};
-    unsigned record_bits = 0; // of the field in the record, if it is wider there than in the key
+    unsigned record_bits = 0; // the field's width in the record, if it is wider than in the key
 };
 
 struct Param {
@@ -92,7 +91,7 @@ struct Param {
     Role role = Role::data;
 };
 
-// An action name with its parameters, which are the same wherever the name occurs.
+// An action name with its parameters. They are the same wherever the name occurs.
 struct Action {
     const char* name;
     List<Param> params = {};
@@ -114,11 +113,11 @@ struct Table {
     bool ttl_on_add = false;             // an add takes the entry's first time-to-live
     bool partitioned = false;            // the first key field names a partition and isn't matched
     List<KeyField> key = {};             // in key order
-    List<const char*> record_order = {}; // PD names, where the record has them in another order than the key
-    List<Binding> actions = {};          // in handle order; empty where a profile holds them
+    List<const char*> record_order = {}; // PD names, if the record has another order than the key
+    List<Binding> actions = {};          // in handle order; empty if a profile holds them
 };
 
-// A table of shared action instances with its selector; the entries of one match table point into it.
+// A table of shared action instances, with its selector. The entries of one match table point into it.
 struct Profile {
     const char* name;
     uint32_t data_table;
@@ -132,7 +131,7 @@ struct Resource {
     const char* name;
     uint32_t handle;
     Addressing addressing;
-    const char* table = nullptr; // the match table whose actions carry it, if any does
+    const char* table = nullptr; // the match table whose actions carry it, if there is one
 };
 
 struct Register {
@@ -166,7 +165,7 @@ struct HashCalculation {
     uint32_t algorithm;
 };
 
-// How one key field of a counted table is described in words.
+// How words describe one key field of a counted table.
 enum class Form : uint8_t {
     silent, // not at all
     exact,  // always: the label and the value
@@ -176,7 +175,7 @@ enum class Form : uint8_t {
     mac,    // a MAC address in two fields, this one and the next
     v4addr,
     v6addr,
-    acl_result, // the last three have rules of their own
+    acl_result, // the last three have special rules
     egress_interface,
     multicast_group,
 };
@@ -190,7 +189,7 @@ struct Piece {
     const char* field;
     Form form;
     const char* label = "";
-    // The bits of the value that are shown, which give the count of digits. A mask of just these bits is all ones.
+    // The bits of the value to show. They decide the number of digits. A mask of exactly these bits counts as all ones.
     uint32_t ones = 0;
     List<ValueWord> words = {};
 };
@@ -201,7 +200,7 @@ struct CounterWords {
     List<Piece> pieces;
 };
 
-// The offsets of the fields of a snapshot record whose bytes turn.
+// The offsets of the fields of a snapshot record whose byte order is reversed.
 struct SnapshotLayout {
     List<uint16_t> two_byte_fields;
     List<uint16_t> four_byte_fields;

@@ -1,7 +1,7 @@
 // The program that this build serves, and its rows as template arguments.
 //
-// The build names the program: PD_PROGRAM is the namespace of its rows, PD_PROGRAM_HEADER the header that has them. Who
-// includes this header works for any program.
+// The build names the program: PD_PROGRAM is the namespace of its rows, and PD_PROGRAM_HEADER the header with the rows.
+// Code that includes this header works for any program.
 #pragma once
 
 #include "catalog/catalog.h"

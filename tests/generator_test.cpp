@@ -135,7 +135,7 @@ TEST(CatalogRules, EachFaultNamesRowAndRule) {
             v.acl.record_order = no_order;
         };
     };
-    expect("acl: a prefix field is the last one", keyed(lpm_first));
+    expect("acl: a prefix field is the last field", keyed(lpm_first));
     expect("acl: a key has masks or a prefix length, not both", keyed(mixed));
     expect("acl: a field has 1 to 32 or 128 bits", keyed(wide));
     expect("acl: a field mask lies within its field", keyed(masked_beyond));
@@ -143,7 +143,7 @@ TEST(CatalogRules, EachFaultNamesRowAndRule) {
            [](Variant& v) { v.acl.partitioned = true; });
     expect("acl: an action handle names one action of one table or profile",
            [&](Variant& v) { v.tail.actions = shared_handle; });
-    expect("tail: an action is default_only if its table has no key, and only then",
+    expect("tail: an action is default_only exactly if its table has no key",
            [&](Variant& v) { v.tail.actions = not_default; });
     expect("acl: a handle names one row", [](Variant& v) { v.tail.handle = v.acl.handle; });
     expect("acl: an index parameter needs an indirect resource",
@@ -153,7 +153,7 @@ TEST(CatalogRules, EachFaultNamesRowAndRule) {
         v.actions[1].params = no_params;
     });
     expect("aclRate: a handle lies in its space", [](Variant& v) { v.meters[0].handle = 0x4000001; });
-    expect("idle: a table or profile has the action", [&](Variant& v) {
+    expect("idle: an action belongs to a table or profile", [&](Variant& v) {
         v.actions[1] = {"idle"};
         v.acl.actions = drop_alone;
     });

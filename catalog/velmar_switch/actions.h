@@ -1,5 +1,5 @@
-// Every action name of the pipeline with its parameters. The position of a row is the action's number, by which texts,
-// records and look-ups name it, so a new action goes to the end.
+// Every action name of the pipeline with its parameters. The position of a row is the action's number. Texts, records
+// and look-ups use this number, so a new action goes to the end.
 #pragma once
 
 #include "catalog/row_types.h"
@@ -10,7 +10,7 @@ using namespace catalog;
 using enum Tag;
 using enum Role;
 
-// The search key of one stage of the ACL engine: what a stage's key mask holds a value for.
+// The search key of one stage of the ACL engine. The stage's key mask has a value for each of these fields.
 inline constexpr List<Param> halo_search_key = {{"sip", 16},     {"dip", 16},  {"srcPort", 16},
                                                 {"dstPort", 16}, {"proto", 8}, {"dscp", 6},
                                                 {"ttl", 8},      {"flags", 8}, {"isFrag", 1}};

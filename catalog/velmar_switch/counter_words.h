@@ -1,5 +1,5 @@
-// What people who run the switch call the keys of its counted tables: one piece of a description for each key field, in
-// key order. The words follow from nothing else in the catalog.
+// The words in which operators read the keys of counted tables: one piece of a description for each key field, in key
+// order. Nothing else in the catalog gives these words.
 #pragma once
 
 #include "catalog/row_types.h"
@@ -8,7 +8,7 @@ namespace velmar_switch {
 
 using namespace catalog;
 
-// Each piece ends in a blank of its own. A label that ends in a blank gives two.
+// Each piece ends with a blank. If its label already ends with one, the text has two.
 // clang-format off
 inline constexpr CounterWords counter_words[] = {
     {.table = "l2DmacClassify",

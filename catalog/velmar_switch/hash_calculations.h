@@ -1,4 +1,4 @@
-// The dynamic hash calculations, each with its one input and its one algorithm.
+// The dynamic hash calculations. Each has one input and one algorithm.
 #pragma once
 
 #include "catalog/row_types.h"

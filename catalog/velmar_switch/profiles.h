@@ -1,4 +1,4 @@
-// The action profiles with their selectors, in the order in which their shadow states are made and logged.
+// The action profiles with their selectors. Their shadow states are created and logged in this order.
 #pragma once
 
 #include "catalog/row_types.h"

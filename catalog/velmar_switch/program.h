@@ -1,4 +1,4 @@
-// The pipeline velmar_switch: its rows, its prefix, and the seams in which its tables belong together.
+// The pipeline velmar_switch: its rows, its prefix, and the seams that group its tables.
 #pragma once
 
 #include "catalog/catalog.h"
@@ -20,9 +20,9 @@
 namespace velmar_switch {
 
 inline constexpr Seam seams[] = {
-    {"ingress_classification", "The head of ingress: from the port to layer-2 domain, VRF and tunnel state.",
+    {"ingress_classification", "The start of ingress: from the port to layer-2 domain, VRF and tunnel state.",
      ingress_classification},
-    {"layer2", "Layer 2: learning, look-up, the miss, pruning and remapping.", layer2},
+    {"layer2", "Layer 2: learning, look-up, misses, pruning and remapping.", layer2},
     {"layer3", "Layer 3: routes, next hops, ECMP and LAG selection, IPv4 multicast.", layer3},
     {"acl", "The ACL engine, classification, flow steering and the last ingress decision.", acl},
     {"qos_telemetry", "QoS, WRED, and the flow, queue and drop reports.", qos_telemetry},

@@ -1,7 +1,7 @@
 // Counters, meters, WRED blocks and registers.
 //
-// A row names the match table whose actions carry the resource in their slot. Which actions attach it and by which
-// index follows from the table's bindings and the roles of their parameters.
+// A row names the match table whose actions carry the resource in their slot. The table's bindings and the roles of
+// their parameters decide which actions attach it, and with which index.
 #pragma once
 
 #include "catalog/row_types.h"

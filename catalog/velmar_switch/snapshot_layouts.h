@@ -1,6 +1,6 @@
-// The records of a snapshot trigger: the offsets of the fields that have two or four bytes. The records are packed, so
-// fields begin at odd offsets too. All other bytes belong to one-byte fields, or to fields wider than 32 bits, which are
-// in network order already.
+// The records of a snapshot trigger: the offsets of all fields with two or four bytes. The records are packed, so a
+// field can begin at an odd offset. All other bytes belong to one-byte fields or to fields of more than 32 bits, which
+// are already in network order.
 #pragma once
 
 #include "catalog/row_types.h"

@@ -1,4 +1,4 @@
-// The ACL engine, the pdp classification, flow steering, and the last ingress decision, which reads the results of all.
+// The ACL engine, the pdp classification, flow steering, and the last ingress decision, which combines their results.
 #pragma once
 
 #include "catalog/row_types.h"
@@ -10,7 +10,7 @@ using enum Match;
 using enum Tag;
 using enum Use;
 
-// What the rules of one stage match exactly: crlId, then the search key as the stage's key mask has left it.
+// The exact key of the rules of one stage: crlId, then the search key after the stage's key mask.
 inline constexpr List<KeyField> halo_row1_key = {
     {"crlId", "haloKeyOrig_crlId", 8},
     {"sip", "haloKeyMaskedRow1_sip", 16},
@@ -28,8 +28,8 @@ inline constexpr List<KeyField> halo_row1_key = {
 inline constexpr Table acl[] = {
     {.name = "haloKeyMaskForRow1Stage2",
      .handle = 0x1000029,
-     .summary = "Key mask of stage 2 of the ACL engine: one mask per crlId, a value for each field of the search "
-                "key.",
+     .summary = "Key mask of stage 2 of the ACL engine: one mask per crlId, with a value for each field of the "
+                "search key.",
      .key = {{"crlId", "haloKeyOrig_crlId", 8}},
      .actions = {{"haloKeyMaskedRow1Stage2", 0x20000044, entry_or_default}}},
 
@@ -42,8 +42,8 @@ inline constexpr Table acl[] = {
 
     {.name = "haloKeyMaskForRow1Stage3",
      .handle = 0x1000032,
-     .summary = "Key mask of stage 3 of the ACL engine: one mask per crlId, a value for each field of the search "
-                "key.",
+     .summary = "Key mask of stage 3 of the ACL engine: one mask per crlId, with a value for each field of the "
+                "search key.",
      .key = {{"crlId", "haloKeyOrig_crlId", 8}},
      .actions = {{"haloKeyMaskedRow1Stage3", 0x20000047, entry_or_default}}},
 
@@ -56,8 +56,8 @@ inline constexpr Table acl[] = {
 
     {.name = "haloKeyMaskForRow1Stage4",
      .handle = 0x100003d,
-     .summary = "Key mask of stage 4 of the ACL engine: one mask per crlId, a value for each field of the search "
-                "key.",
+     .summary = "Key mask of stage 4 of the ACL engine: one mask per crlId, with a value for each field of the "
+                "search key.",
      .key = {{"crlId", "haloKeyOrig_crlId", 8}},
      .actions = {{"haloKeyMaskedRow1Stage4", 0x2000004a, entry_or_default}}},
 
@@ -70,8 +70,8 @@ inline constexpr Table acl[] = {
 
     {.name = "haloKeyMaskForRow1Stage5",
      .handle = 0x1000044,
-     .summary = "Key mask of stage 5 of the ACL engine: one mask per crlId, a value for each field of the search "
-                "key.",
+     .summary = "Key mask of stage 5 of the ACL engine: one mask per crlId, with a value for each field of the "
+                "search key.",
      .key = {{"crlId", "haloKeyOrig_crlId", 8}},
      .actions = {{"haloKeyMaskedRow1Stage5", 0x2000004d, entry_or_default}}},
 
@@ -84,8 +84,8 @@ inline constexpr Table acl[] = {
 
     {.name = "haloKeyMaskForRow1Stage6",
      .handle = 0x100004f,
-     .summary = "Key mask of stage 6 of the ACL engine: one mask per crlId, a value for each field of the search "
-                "key.",
+     .summary = "Key mask of stage 6 of the ACL engine: one mask per crlId, with a value for each field of the "
+                "search key.",
      .key = {{"crlId", "haloKeyOrig_crlId", 8}},
      .actions = {{"haloKeyMaskedRow1Stage6", 0x20000050, entry_or_default}}},
 
@@ -144,8 +144,8 @@ inline constexpr Table acl[] = {
 
     {.name = "haloPaclCrlId",
      .handle = 0x1000018,
-     .summary = "Port ACL binding: by address-family bits (mask 0x3) and ingress port (mask 0x7f) gives the crlId "
-                "and the default result.",
+     .summary = "Port ACL binding: address-family bits (mask 0x3) and ingress port (mask 0x7f) give the crlId and "
+                "the default result.",
      .key = {{"v4V6Valid", "ingMd_v4V6Valid", 3, exact, untagged, 0x3},
              {"ingressPort", "ig_intr_md_ingress_port", 9, exact, port, 0x7f}},
      .actions = {{"setHaloCrlId2", 0x20000034, entry},
@@ -153,8 +153,8 @@ inline constexpr Table acl[] = {
 
     {.name = "haloRaclCrlId",
      .handle = 0x1000019,
-     .summary = "Router ACL binding: by address-family bits (mask 0x3) and layer-3 interface gives the crlId and "
-                "the default result.",
+     .summary = "Router ACL binding: address-family bits (mask 0x3) and layer-3 interface give the crlId and the "
+                "default result.",
      .key = {{"v4V6Valid", "ingMd_v4V6Valid", 3, exact, untagged, 0x3},
              {"ingL3Aintf", "ingMd_ingL3Aintf", 12}},
      .actions = {{"setHaloCrlId", 0x20000036, entry},
@@ -167,16 +167,16 @@ inline constexpr Table acl[] = {
 
     {.name = "haloCounters",
      .handle = 0x1000060,
-     .summary = "Counts per rule: the low 15 bits of haloResultRow1_bestResult are the key, and the table owns "
-                "the direct counter haloCount.",
+     .summary = "Counts per rule. The key is the low 15 bits of haloResultRow1_bestResult. The table owns the direct "
+                "counter haloCount.",
      .key = {{"bestResult", "haloResultRow1_bestResult", 32, exact, untagged, 0x7fff}},
      .actions = {{"onMiss", 0x20000103, entry_or_default}}},
 
     {.name = "pdpClassify",
      .handle = 0x1000053,
-     .summary = "Sorts packets into a pdpClassId by ARP validity, CPU header validity, CPU reason code, trap "
-                "flag, broadcast, protocol and layer-4 ports. setPdpClass names a class; meterPdpClass does so "
-                "through the meter pdpMeter.",
+     .summary = "Sorts packets into a pdpClassId by ARP validity, CPU header validity, CPU reason code, trap flag, "
+                "broadcast, protocol and layer-4 ports. setPdpClass gives a class directly, meterPdpClass through "
+                "the meter pdpMeter.",
      .key = {{"arpHdrValid", "arpHdr_valid", 1, ternary},
              {"velmarCpuHdrValid", "velmarCpuHdr_valid", 1, ternary},
              {"cpuReasonCode", "egrMd_cpuReasonCode", 8, ternary},
@@ -192,7 +192,7 @@ inline constexpr Table acl[] = {
 
     {.name = "pdpPolicy",
      .handle = 0x100005f,
-     .summary = "Counts by drop flag and class id through the counter pdpClassCount.",
+     .summary = "Counts by drop flag and class id in the counter pdpClassCount.",
      .key = {{"pdpDrop", "qosMd_pdpDrop", 1},
              {"pdpClassId", "qosMd_pdpClassId", 5}},
      .actions = {{"setPdpClassCount", 0x20000111, entry},
@@ -200,8 +200,8 @@ inline constexpr Table acl[] = {
 
     {.name = "steerFlowDefault",
      .handle = 0x100001f,
-     .summary = "The flow-programming table: a wide ternary match over port, domain and headers with one action "
-                "per outcome; each action carries a 9-bit index.",
+     .summary = "The flow-programming table: a wide ternary match over port, domain and headers, with one action per "
+                "outcome. Each action carries a 9-bit index.",
      .key = {{"velmarCpuHdrValid", "velmarCpuHdr_valid", 1},
              {"ingVPort", "phase0_ingVPort", 14, ternary, vport},
              {"ingL2Domain", "ingMd_ingL2Domain", 12, ternary},
@@ -225,15 +225,15 @@ inline constexpr Table acl[] = {
 
     {.name = "steerFlowDefaultCounter",
      .handle = 0x100002e,
-     .summary = "Counts by that index (stflowMd_counterIndex): it owns the direct counter sfDefaultCount.",
+     .summary = "Counts by the index from steerFlowDefault, in the direct counter sfDefaultCount.",
      .key = {{"counterIndex", "stflowMd_counterIndex", 9}},
      .actions = {{"onMiss", 0x20000079, entry_or_default}}},
 
     {.name = "finalDropControl",
      .handle = 0x1000064,
-     .summary = "The last ingress decision, 25 ternary fields wide: it gathers every drop flag of the pipeline "
-                "with the 3 bits of the ACL result at mask 0x38000 and chooses accept, log, drop, mirror or their "
-                "combinations. It owns the direct counter finalDropControlCount.",
+     .summary = "The last ingress decision, on 25 ternary fields. It combines every drop flag of the pipeline with "
+                "the 3 bits of the ACL result at mask 0x38000, and chooses accept, log, drop, mirror or a "
+                "combination of them. It owns the direct counter finalDropControlCount.",
      .key = {{"ingressPort", "ig_intr_md_ingress_port", 9, ternary, port, 0x7f},
              {"bestResult", "haloResultRow1_bestResult", 32, ternary, untagged, 0x38000},
              {"ingMdDrop", "ingMd_drop", 1, ternary},

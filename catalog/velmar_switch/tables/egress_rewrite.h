@@ -14,14 +14,14 @@ using enum Use;
 inline constexpr Table egress_rewrite[] = {
     {.name = "egressMcRemap",
      .handle = 0x1000070,
-     .summary = "By the replication id, remaps the layer-2 domain of a multicast copy.",
+     .summary = "Remaps the layer-2 domain of a multicast copy by the replication id.",
      .key = {{"egressRid", "eg_intr_md_egress_rid", 16}},
      .actions = {{"setL2DomainReplicated", 0x20000120, entry},
                  {"NoAction", 0x20000121, entry_or_default}}},
 
     {.name = "tunnelDip0",
      .handle = 0x100006e,
-     .summary = "By the low 14 bits of egrMd_tunnelInfo, gives the two tunnel destinations dip and dipB.",
+     .summary = "Gives the two tunnel destinations dip and dipB by the low 14 bits of egrMd_tunnelInfo.",
      .key = {{"tunnelInfo", "egrMd_tunnelInfo", 32, exact, untagged, 0x3fff}},
      .actions = {{"setTunnelDip", 0x2000011b, entry_or_default}}},
 
@@ -35,22 +35,22 @@ inline constexpr Table egress_rewrite[] = {
 
     {.name = "tunnelReplication",
      .handle = 0x1000074,
-     .summary = "Per replication id: tunnel destination, destination MAC, layer-2 domain and encap type of one "
-                "copy.",
+     .summary = "Gives tunnel destination, destination MAC, layer-2 domain and encap type of one copy, by the "
+                "replication id.",
      .key = {{"egressRid", "eg_intr_md_egress_rid", 16}},
      .actions = {{"setTunnelReplicationParams", 0x20000123, entry},
                  {"setTunnelReplicationMiss", 0x20000124, entry_or_default}}},
 
     {.name = "tunnelL2Info",
      .handle = 0x1000075,
-     .summary = "By the top 8 bits of egrMd_tunnelInfo, gives the MAC and layer-2 domain of the tunnel.",
+     .summary = "Gives the MAC and layer-2 domain of the tunnel by the top 8 bits of egrMd_tunnelInfo.",
      .key = {{"tunnelInfo", "egrMd_tunnelInfo", 32, exact, untagged, 0xff000000}},
      .actions = {{"setTunnelL2Info", 0x20000125, entry},
                  {"setTunnelL2InfoDefault", 0x20000126, entry_or_default}}},
 
     {.name = "egressSamePortBridgingTest",
      .handle = 0x1000076,
-     .summary = "Drops what would leave by the port it came in on, by ingress port type and egress port.",
+     .summary = "Drops packets that would leave by the port they came in on, by ingress port type and egress port.",
      .key = {{"ingressPortType", "egrMd_ingressPortType", 2},
              {"egressPort", "eg_intr_md_egress_port", 9, exact, port, 0x7f}},
      .actions = {{"egressSamePortBridgingTestDrop", 0x20000136, entry},
@@ -58,7 +58,7 @@ inline constexpr Table egress_rewrite[] = {
 
     {.name = "egressVlanXlate",
      .handle = 0x1000078,
-     .summary = "Per egress port, domain and sub-interface index: sets the egress VLAN.",
+     .summary = "Sets the egress VLAN by egress port, domain and sub-interface index.",
      .key = {{"egressPort", "eg_intr_md_egress_port", 9, exact, port, 0x7f},
              {"egrL2Domain", "egrMd_egrL2Domain", 12},
              {"egrL2SubIntfIndex", "egrMd_egrL2SubIntfIndex", 6}},
@@ -68,8 +68,8 @@ inline constexpr Table egress_rewrite[] = {
 
     {.name = "globalFields",
      .handle = 0x100007c,
-     .summary = "Sets the VXLAN tunnel's common values: router address, destination port, packet length "
-                "adjustment and the range mask. The upper 15 bits of egrMd_tunnelInfo are part of the key.",
+     .summary = "Sets the common values of VXLAN tunnels: router address, destination port, packet length adjustment "
+                "and the range mask. The upper 15 bits of egrMd_tunnelInfo are part of the key.",
      .key = {{"dot1qExistsValid", "dot1qExists_valid", 1, ternary},
              {"decapType", "egrMd_decapType", 3, ternary},
              {"encapType", "egrMd_encapType", 3},
@@ -82,21 +82,20 @@ inline constexpr Table egress_rewrite[] = {
 
     {.name = "egrStpCheck",
      .handle = 0x100007d,
-     .summary = "Egress twin of ingStpCheck, with the register egrStpCheckData; the outcome reaches "
+     .summary = "Egress twin of ingStpCheck, with the register egrStpCheckData. The outcome reaches "
                 "egressPortDropCheck as egrVlanStpCheck_stpBlocked.",
      .actions = {{"egrStpAction", 0x20000141, default_only}}},
 
     {.name = "egrVlanCheck",
      .handle = 0x100007e,
-     .summary = "Egress twin of ingVlanCheck, with the register egrVlanCheckData; the outcome reaches "
+     .summary = "Egress twin of ingVlanCheck, with the register egrVlanCheckData. The outcome reaches "
                 "egressPortDropCheck as egrVlanStpCheck_invalidVlan.",
      .actions = {{"egrVlanAction", 0x20000140, default_only}}},
 
     {.name = "encapDecap",
      .handle = 0x100007f,
-     .summary = "Chooses the packet's rewrite from decap type, encap type, routed flag, outer header validity and "
-                "the single bit 23 of egrMd_tunnelInfo; the routed and VXLAN actions give router MAC and VXLAN "
-                "data.",
+     .summary = "Chooses the packet's rewrite by decap type, encap type, routed flag, outer header validity and bit "
+                "23 of egrMd_tunnelInfo. The routed and VXLAN actions give router MAC and VXLAN data.",
      .key = {{"decapType", "egrMd_decapType", 3, ternary},
              {"encapType", "egrMd_encapType", 3},
              {"routed", "egrMd_routed", 1},
@@ -116,7 +115,7 @@ inline constexpr Table egress_rewrite[] = {
 
     {.name = "vlanEncap",
      .handle = 0x1000081,
-     .summary = "Decides whether the VLAN tag is added: by VLAN id, egress port and sub-interface flag.",
+     .summary = "Decides by VLAN id, egress port and sub-interface flag whether the VLAN tag is added.",
      .key = {{"vlanId", "egrMd_vlanId", 12},
              {"egressPort", "eg_intr_md_egress_port", 9, exact, port, 0x7f},
              {"subIntf", "egrMd_subIntf", 1}},
@@ -125,8 +124,8 @@ inline constexpr Table egress_rewrite[] = {
 
     {.name = "egressPortDropCheck",
      .handle = 0x1000083,
-     .summary = "The last egress decision: per egress port, on STP, VLAN, WRED, VNI, TTL, validity, routed flag "
-                "and pktGen. It owns the direct counter egressPortDropCount.",
+     .summary = "The last egress decision, by egress port, STP, VLAN, WRED, VNI, TTL, validity, routed flag and "
+                "pktGen. It owns the direct counter egressPortDropCount.",
      .key = {{"egressPort", "eg_intr_md_egress_port", 9, ternary, port, 0x7f},
              {"stpBlocked", "egrVlanStpCheck_stpBlocked", 1, ternary},
              {"invalidVlan", "egrVlanStpCheck_invalidVlan", 1, ternary},

@@ -1,4 +1,4 @@
-// The head of ingress: from the physical port to layer-2 domain, VRF, tunnel state and first drop marks.
+// The start of ingress: from the physical port to layer-2 domain, VRF, tunnel state and the first drop marks.
 #pragma once
 
 #include "catalog/row_types.h"
@@ -38,14 +38,14 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "ingStpCheck",
      .handle = 0x100000b,
-     .summary = "Ingress STP check. Its data lies in the register ingStpCheckData, and the outcome reaches later "
-                "tables as ingVlanStpCheck_stpBlocked.",
+     .summary = "Ingress STP check. Its data is in the register ingStpCheckData. The outcome reaches later tables as "
+                "ingVlanStpCheck_stpBlocked.",
      .actions = {{"ingStpAction", 0x2000000d, default_only}}},
 
     {.name = "ingVlanCheck",
      .handle = 0x100000c,
-     .summary = "Ingress VLAN check. Its data lies in the register ingVlanCheckData, and the outcome reaches "
-                "later tables as ingVlanStpCheck_invalidVlan.",
+     .summary = "Ingress VLAN check. Its data is in the register ingVlanCheckData. The outcome reaches later tables "
+                "as ingVlanStpCheck_invalidVlan.",
      .actions = {{"ingVlanAction", 0x2000000c, default_only}}},
 
     {.name = "l2SmacCheck",
@@ -58,8 +58,8 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "tunnelTermination",
      .handle = 0x1000003,
-     .summary = "Decides whether a packet ends a tunnel here: outer destination MAC, outer IPv4 destination and "
-                "tunnel type (ternary), outer IPv6 valid bit (exact). setTunnelTerminationTypeVxlan also gives "
+     .summary = "Decides whether a packet ends a tunnel here, by outer destination MAC, outer IPv4 destination and "
+                "tunnel type (ternary), and outer IPv6 valid bit (exact). setTunnelTerminationTypeVxlan also gives "
                 "the VXLAN vxlanVti and the vxlanVgwpIp flag.",
      .key = {{"dmacOui", "outerEthHdr_dmacOui", 24, ternary, mac},
              {"dmacStation", "outerEthHdr_dmacStation", 24, ternary, mac},
@@ -74,9 +74,8 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "l2DomainLookup",
      .handle = 0x1000004,
-     .summary = "Finds the layer-2 interface (l2Aintf, 20 bits) of a packet from switch-port flag, virtual port, "
-                "VLAN header valid bit and VLAN id. The three actions tell untagged, translated and tagged frames "
-                "apart.",
+     .summary = "Finds the layer-2 interface (l2Aintf, 20 bits) of a packet by switch-port flag, virtual port, VLAN "
+                "header valid bit and VLAN id. It has one action each for untagged, translated and tagged frames.",
      .key = {{"switchPort", "phase0_switchPort", 1},
              {"ingVPort", "phase0_ingVPort", 14, exact, vport},
              {"vlanHdr0Valid", "vlanHdr_0__valid", 1},
@@ -111,8 +110,8 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "vxlanL2AintfLookup",
      .handle = 0x1000008,
-     .summary = "Maps the outer IPv4 source of a VXLAN packet to the ingress layer-2 interface. A tunnel that is "
-                "unknown ends in one of two miss actions, which differ in whether a VTEP learn is asked for.",
+     .summary = "Maps the outer IPv4 source of a VXLAN packet to the ingress layer-2 interface. An unknown tunnel "
+                "ends in one of two miss actions. Only one of them asks for a VTEP learn.",
      .key = {{"sip", "outerIpv4Hdr_sip", 32, exact, v4addr}},
      .actions = {{"setVxlanL2AintfLookupFields", 0x2000001d, entry_or_default},
                  {"setVxlanL2AintfInvalidTunnel", 0x2000001e, entry_or_default},
@@ -121,8 +120,8 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "vxlanVniResolution",
      .handle = 0x1000009,
-     .summary = "Resolves the VNI, split into 8 low bits and 16 high bits, with the tunnel type to VLAN, VRF, IP-"
-                "routing state and layer-3 interface.",
+     .summary = "Resolves the VNI (8 low bits and 16 high bits) and the tunnel type to VLAN, VRF, IP-routing state "
+                "and layer-3 interface.",
      .key = {{"ingressVniLow", "ingMd_ingressVniLow", 8},
              {"ingressVniHigh", "ingMd_ingressVniHigh", 16},
              {"tunnelType", "ingMd_tunnelType", 3}},
@@ -133,7 +132,7 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "vlanProperties",
      .handle = 0x100000e,
-     .summary = "Per-layer-2-domain flags: IGMP snooping, SVI enabled, VXLAN.",
+     .summary = "Flags per layer-2 domain: IGMP snooping, SVI enabled, VXLAN.",
      .key = {{"ingL2Domain", "ingMd_ingL2Domain", 12}},
      .actions = {{"setVlanProperties", 0x20000056, entry_or_default}}},
 
@@ -178,8 +177,8 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "vxlanVgwp",
      .handle = 0x100002a,
-     .summary = "Its default setDropVgwpVxlan marks the packet for dropping; an entry with noOp lets it pass. "
-                "Keyed on the inner destination MAC, the outer IPv4 valid bit and ingMd_vxlanVgwpIp.",
+     .summary = "Its default setDropVgwpVxlan marks the packet for dropping; an entry with noOp lets it pass. The "
+                "key is the inner destination MAC, the outer IPv4 valid bit and ingMd_vxlanVgwpIp.",
      .key = {{"dmacOui", "innerEthHdr_dmacOui", 24, ternary, mac},
              {"dmacStation", "innerEthHdr_dmacStation", 24, ternary, mac},
              {"outerIpv4HdrValid", "outerIpv4Hdr_valid", 1},
@@ -195,8 +194,8 @@ inline constexpr Table ingress_classification[] = {
 
     {.name = "decapIngress",
      .handle = 0x1000041,
-     .summary = "Performs the decap chosen earlier: by decap type and outer header validity it removes the outer "
-                "header or saves the outer ECN.",
+     .summary = "Performs the decap chosen earlier: removes the outer header or saves the outer ECN, by decap type "
+                "and outer header validity.",
      .key = {{"decapType", "egrMd_decapType", 3},
              {"outerIpv4HdrValid", "outerIpv4Hdr_valid", 1},
              {"outerIpv6HdrValid", "outerIpv6Hdr_valid", 1}},

@@ -1,4 +1,4 @@
-// Layer 2: learning of source MACs, look-up of destination MACs, the miss, and pruning and remapping of the result.
+// Layer 2: learning of source MACs, look-up of destination MACs, misses, and pruning and remapping of the result.
 #pragma once
 
 #include "catalog/row_types.h"
@@ -14,8 +14,8 @@ using enum Use;
 inline constexpr Table layer2[] = {
     {.name = "l2LearningLookup",
      .handle = 0x1000017,
-     .summary = "Source-MAC learning lookup keyed by MAC, layer-2 domain and interface. A hit does nothing; a "
-                "miss (the default) asks for a learn. Entries age through idle-time.",
+     .summary = "Source-MAC lookup for learning, by MAC, layer-2 domain and interface. A hit does nothing; a miss "
+                "(the default) asks for a learn. Entries age by idle time.",
      .idle_time = true,
      .ttl_on_add = true,
      .key = {{"smacOui", "ingMd_smacOui", 24, exact, mac},
@@ -36,9 +36,9 @@ inline constexpr Table layer2[] = {
 
     {.name = "learningDigestGeneration",
      .handle = 0x100003f,
-     .summary = "Final learning decision: by the application id (exact), the invalid-tunnel, STP, VLAN and "
-                "control flags, port and the two top bits of the layer-2 interface it generates the MAC or the "
-                "VTEP learning digest, or applies the dot1x outcome. The default resets the application id.",
+     .summary = "The last learning decision, by application id (exact), the invalid-tunnel, STP, VLAN and control "
+                "flags, port and the two top bits of the layer-2 interface. It generates the MAC or the VTEP "
+                "learning digest, or applies the dot1x outcome. The default resets the application id.",
      .key = {{"applicationId", "learningDigestMd_applicationId", 2},
              {"invalidTunnel", "ingMd_invalidTunnel", 1, ternary},
              {"ingressPort", "ig_intr_md_ingress_port", 9, ternary, port},
@@ -56,7 +56,7 @@ inline constexpr Table layer2[] = {
 
     {.name = "l2ForwardParams",
      .handle = 0x1000021,
-     .summary = "By the outer Ethernet valid bit, gives the 20-bit port used by layer-2 forwarding.",
+     .summary = "Gives the 20-bit port that layer-2 forwarding uses, by the outer Ethernet valid bit.",
      .key = {{"outerEthHdrValid", "outerEthHdr_valid", 1}},
      .actions = {{"l2ForwardParamsSet", 0x20000061, entry_or_default}}},
 
@@ -75,7 +75,7 @@ inline constexpr Table layer2[] = {
 
     {.name = "l2LookupMiss",
      .handle = 0x1000027,
-     .summary = "Ternary catch-all after a l2Lookup miss, per ingress port and destination MAC: broadcast hit, "
+     .summary = "Ternary catch-all after an l2Lookup miss, by ingress port and destination MAC: broadcast hit, "
                 "unknown multicast, unknown unicast. Every action, NoAction included, carries the direct meter "
                 "stormControlMeter.",
      .key = {{"ingressPort", "ig_intr_md_ingress_port", 9, ternary, port, 0x7f},
@@ -89,7 +89,7 @@ inline constexpr Table layer2[] = {
 
     {.name = "l2Multicast",
      .handle = 0x1000049,
-     .summary = "Layer-2 multicast result by MAC and layer-2 domain: multicast group, valid bit, copy bit.",
+     .summary = "Gives the layer-2 multicast result by MAC and layer-2 domain: multicast group, valid bit, copy bit.",
      .key = {{"dmacOui", "egrMd_dmacOui", 24, exact, mac},
              {"dmacStation", "egrMd_dmacStation", 24, exact, mac},
              {"egrL2Domain", "egrMd_egrL2Domain", 12}},
@@ -115,13 +115,13 @@ inline constexpr Table layer2[] = {
 
     {.name = "l2XRemap",
      .handle = 0x100005b,
-     .summary = "Per-port value l2XId (9 bits).",
+     .summary = "Gives a port its l2XId (9 bits).",
      .key = {{"ingressPort", "ig_intr_md_ingress_port", 9, exact, port}},
      .actions = {{"setL2XId", 0x200000f5, entry_or_default}}},
 
     {.name = "samePortBridgingTest",
      .handle = 0x1000057,
-     .summary = "Test of whether a frame is bridged back to its ingress port.",
+     .summary = "Tests whether a frame is bridged back to its ingress port.",
      .actions = {{"samePortBridgingTestAction", 0x200000d7, default_only}}},
 
     {.name = "mlagUcastPrune",

@@ -10,14 +10,14 @@ using enum Match;
 using enum Tag;
 using enum Use;
 
-// Agents hold a next hop in 32 bits everywhere, even where a key takes only its low 16.
+// In records a next hop always has 32 bits, even where a key takes only the low 16.
 inline constexpr unsigned next_hop_record_bits = 32;
 
 // clang-format off
 inline constexpr Table layer3[] = {
     {.name = "hashComputeInnerIpHdr",
      .handle = 0x1000002,
-     .summary = "Starts the hash input from the inner IP header: one action for each address family, keyed by the "
+     .summary = "Starts the hash input from the inner IP header, with one action per address family. The key is the "
                 "two valid bits.",
      .key = {{"innerIpv4HdrValid", "innerIpv4Hdr_valid", 1},
              {"innerIpv6HdrValid", "innerIpv6Hdr_valid", 1}},
@@ -47,9 +47,9 @@ inline constexpr Table layer3[] = {
 
     {.name = "ipv4Host",
      .handle = 0x1000023,
-     .summary = "Exact IPv4 host routes by VRF and destination. Its four result actions are the shape of every "
-                "route result: one ECMP group or one next hop in one of three result spaces (setNextHop, "
-                "setNextHop2, setNextHop3).",
+     .summary = "Exact IPv4 host routes by VRF and destination. Every route result has the form of its four actions: "
+                "one ECMP group, or one next hop in one of three result spaces (setNextHop, setNextHop2, "
+                "setNextHop3).",
      .idle_time = true,
      .key = {{"vrfId", "l3Info_vrfId", 8},
              {"dip", "ingIpv4_dip", 32, exact, v4addr}},
@@ -73,9 +73,9 @@ inline constexpr Table layer3[] = {
 
     {.name = "ipv4Partition0",
      .handle = 0x1000025,
-     .summary = "First level of the IPv4 partitioned LPM: the 7 low bits of the VRF and the 32-bit "
-                "ingIpv4_dipAndVrf with prefix length; the result is pri (5 bits), the partition index partIdx "
-                "and a next hop with its table.",
+     .summary = "First level of the IPv4 partitioned LPM, over the 7 low bits of the VRF and the 32-bit "
+                "ingIpv4_dipAndVrf with prefix length. The result is pri (5 bits), the partition index partIdx and a "
+                "next hop with its table.",
      .idle_time = true,
      .key = {{"vrfId", "l3Info_vrfId", 8, exact, untagged, 0x7f},
              {"dipAndVrf", "ingIpv4_dipAndVrf", 32, lpm}},
@@ -84,8 +84,8 @@ inline constexpr Table layer3[] = {
 
     {.name = "ipv6LgMaskPartition0",
      .handle = 0x1000026,
-     .summary = "First level of the IPv6 long-mask partitioned LPM, over the whole 128-bit destination, with the "
-                "same result, pri being 7 bits wide.",
+     .summary = "First level of the IPv6 long-mask partitioned LPM, over the whole 128-bit destination. The result "
+                "is that of ipv4Partition0, with 7 bits of pri.",
      .idle_time = true,
      .key = {{"vrfId", "l3Info_vrfId", 8},
              {"dip", "ingIpv6_dip", 128, lpm, v6addr}},
@@ -94,7 +94,7 @@ inline constexpr Table layer3[] = {
 
     {.name = "ipv6Partition",
      .handle = 0x1000035,
-     .summary = "First level of the IPv6 partitioned LPM over the high 64 bits of the destination, which gives a "
+     .summary = "First level of the IPv6 partitioned LPM, over the high 64 bits of the destination. The result is a "
                 "partition index and a route result.",
      .idle_time = true,
      .key = {{"vrfId", "l3Info_vrfId", 8},
@@ -181,7 +181,7 @@ inline constexpr Table layer3[] = {
 
     {.name = "ecmpHashSelection",
      .handle = 0x100003a,
-     .summary = "Picks which hash result feeds ECMP from the validity of the inner and outer headers and the "
+     .summary = "Picks the hash result that feeds ECMP, by the validity of the inner and outer headers and the "
                 "fragment flags: outer IP, outer layer 4, inner IP, inner layer 4 or inner Ethernet.",
      .key = {{"innerL4PortHdrValid", "innerL4PortHdr_valid", 1, ternary},
              {"innerIpv4HdrValid", "innerIpv4Hdr_valid", 1, ternary},
@@ -204,7 +204,7 @@ inline constexpr Table layer3[] = {
 
     {.name = "lagHashSelection",
      .handle = 0x100003b,
-     .summary = "Like ecmpHashSelection, for LAG members, with outer Ethernet added to the key and as a sixth "
+     .summary = "Like ecmpHashSelection, but for LAG members. Outer Ethernet is also in the key, and is a sixth "
                 "choice.",
      .key = {{"innerL4PortHdrValid", "innerL4PortHdr_valid", 1, ternary},
              {"innerIpv4HdrValid", "innerIpv4Hdr_valid", 1, ternary},
@@ -260,8 +260,8 @@ inline constexpr Table layer3[] = {
 
     {.name = "lagGroup",
      .handle = 0x1000063,
-     .summary = "Indirect table over lagPortActionProfile, keyed by a ternary match on the unresolved egress "
-                "interface: the only indirect table with entry priority.",
+     .summary = "Indirect table over lagPortActionProfile, with a ternary match on the unresolved egress interface. "
+                "It is the only indirect table with entry priority.",
      .key = {{"egrL2AintfUnresolved", "egrMd_egrL2AintfUnresolved", 20, ternary}}},
 
     {.name = "routedMartian",

@@ -15,8 +15,8 @@ inline constexpr Table mirror_cpu[] = {
     {.name = "ingressMirrorSession",
      .handle = 0x100003e,
      .summary = "Ingress mirror ACL: ternary on port, DSCP, reduced addresses (haloKeyOrig_sipMirror, "
-                "haloKeyOrig_dipMirror), protocol, TTL, layer-4 ports, flags and address-family bits; it selects "
-                "a session or drops the datalink.",
+                "haloKeyOrig_dipMirror), protocol, TTL, layer-4 ports, flags and address-family bits. It selects a "
+                "session or drops the datalink.",
      .key = {{"ingVPort", "phase0_ingVPort", 14, ternary, vport},
              {"ingressPort", "ig_intr_md_ingress_port", 9, ternary, port},
              {"dscp", "qosMd_dscp", 6, ternary},
@@ -39,14 +39,14 @@ inline constexpr Table mirror_cpu[] = {
     {.name = "ingressMirrorRate",
      .handle = 0x1000050,
      .summary = "Meters a mirror buffer: setIngressMirrorColor addresses ingressMirrorMeter at action_meterIndex; "
-                "setIngressMirrorColorRed leaves it detached.",
+                "setIngressMirrorColorRed detaches the meter.",
      .key = {{"mirrorBufId", "ingMirrorMd_mirrorBufId", 10}},
      .actions = {{"setIngressMirrorColor", 0x200000d5, entry},
                  {"setIngressMirrorColorRed", 0x200000d6, entry_or_default}}},
 
     {.name = "ingressMirrorResult",
      .handle = 0x1000054,
-     .summary = "Turns color, session and sFlow flag into the final mirror session. Of the 2-bit color only bit 0 "
+     .summary = "Turns color, session and sFlow flag into the final mirror session. Only bit 0 of the 2-bit color "
                 "counts.",
      .key = {{"mirrorColor", "ingMirrorMd_mirrorColor", 2, exact, untagged, 0x1},
              {"mirrorSession", "ingMirrorMd_mirrorSession", 10},
@@ -61,8 +61,7 @@ inline constexpr Table mirror_cpu[] = {
 
     {.name = "ingressSflowSample",
      .handle = 0x1000048,
-     .summary = "Samples packets: per port (ternary) and the low 24 bits of the random value ingMd_rand "
-                "(ternary).",
+     .summary = "Samples packets by port (ternary) and the low 24 bits of the random value ingMd_rand (ternary).",
      .key = {{"ingressPort", "ig_intr_md_ingress_port", 9, ternary, port},
              {"rand", "ingMd_rand", 32, ternary, untagged, 0xffffff}},
      .actions = {{"samplePacket", 0x200000cb, entry},
@@ -117,8 +116,8 @@ inline constexpr Table mirror_cpu[] = {
 
     {.name = "trapToCpu",
      .handle = 0x1000040,
-     .summary = "The trap ACL, 20 ternary fields wide, from EtherType to CPU reason code: trap, copy or setLlm. "
-                "It owns the direct counter trapToCpuCount. Only the top 16 bits of the IPv6 destination count.",
+     .summary = "The trap ACL, on 20 ternary fields from EtherType to CPU reason code: trap, copy or setLlm. It owns "
+                "the direct counter trapToCpuCount. Only the top 16 bits of the IPv6 destination count.",
      .key = {{"etherType", "ingMd_etherType", 16, ternary},
              {"bcast", "ingMd_bcast", 1, ternary},
              {"mcast", "ingMd_mcast", 1, ternary},
@@ -165,8 +164,8 @@ inline constexpr Table mirror_cpu[] = {
 
     {.name = "cpuEncapFields",
      .handle = 0x1000079,
-     .summary = "Writes the CPU header's framing per port, by port, tagging and decap type: to the CPU, to DPDK, "
-                "or the source MAC.",
+     .summary = "Writes the framing of the CPU header by port, tagging and decap type: to the CPU, to DPDK, or the "
+                "source MAC.",
      .key = {{"egressPort", "eg_intr_md_egress_port", 9, exact, port},
              {"switchPort", "phase0_switchPort", 1},
              {"ingressTagged", "egrMd_ingressTagged", 1},
@@ -179,8 +178,8 @@ inline constexpr Table mirror_cpu[] = {
 
     {.name = "srcIntfToLynIntf",
      .handle = 0x100007a,
-     .summary = "Translates the ingress port into its interface identity as the CPU side knows it: slice, port, "
-                "lane and LAG id.",
+     .summary = "Translates the ingress port into the interface identity that the CPU side knows: slice, port, lane "
+                "and LAG id.",
      .key = {{"ingressPort", "egrMd_ingressPort", 9}},
      .actions = {{"setLynIntfDetails", 0x2000015f, entry_or_default},
                  {"NoAction", 0x20000160, entry_or_default}}},

@@ -106,8 +106,8 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "wredQueueSelect",
      .handle = 0x1000068,
-     .summary = "Selects the WRED block entry for a port and queue: runWred addresses wredBlock with "
-                "action_index; the ports are seen through mask 0x7f, the queues through mask 0x7.",
+     .summary = "Selects the WRED block entry for a port (mask 0x7f) and queue (mask 0x7). runWred addresses "
+                "wredBlock with action_index.",
      .key = {{"egressPort", "eg_intr_md_egress_port", 9, exact, port, 0x7f},
              {"egressQid", "eg_intr_md_egress_qid", 5, exact, untagged, 0x7}},
      .actions = {{"runWred", 0x2000012c, entry},
@@ -115,8 +115,8 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "wredAction",
      .handle = 0x1000073,
-     .summary = "Acts on the WRED verdict: drop, or mark ECN on IPv4 or IPv6, by the mark flag, ECN enable, and "
-                "the ECN of the headers.",
+     .summary = "Acts on the WRED verdict by the mark flag, ECN enable, and the ECN of the headers: drop, or mark "
+                "ECN on IPv4 or IPv6.",
      .key = {{"wredMarkForDrop", "qosMd_wredMarkForDrop", 1, ternary},
              {"ecnEnabled", "qosMd_ecnEnabled", 1, ternary},
              {"outerIpv4HdrEcn", "outerIpv4Hdr_ecn", 2, ternary},
@@ -131,8 +131,8 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "queueCounters",
      .handle = 0x1000067,
-     .summary = "Its only action is countEgressQueue. The counter of this step is egressPortQueueCount, and the "
-                "hash calculation queueCounterHash goes with it.",
+     .summary = "Its only action is countEgressQueue. This step uses the counter egressPortQueueCount and the hash "
+                "calculation queueCounterHash.",
      .actions = {{"countEgressQueue", 0x20000114, default_only}}},
 
     {.name = "queueLatency",
@@ -142,8 +142,8 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "queueReport",
      .handle = 0x100006c,
-     .summary = "Per port and queue: sets the queue report flag through the register thresholds, at fixed index "
-                "1, with a quantizationMask.",
+     .summary = "Sets the queue report flag by port and queue, through the register thresholds at fixed index 1, "
+                "with a quantizationMask.",
      .key = {{"egressPort", "eg_intr_md_egress_port", 9, exact, port, 0x7f},
              {"egressQid", "eg_intr_md_egress_qid", 5, exact, untagged, 0x7}},
      .actions = {{"setQueueReportFlagStatus", 0x20000116, entry, 1},
@@ -151,8 +151,7 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "queueReportQuota",
      .handle = 0x100006d,
-     .summary = "Per port, queue and report flag: decides the final flag through the register quota at "
-                "action_index.",
+     .summary = "Decides the final flag by port, queue and report flag, through the register quota at action_index.",
      .key = {{"egressPort", "eg_intr_md_egress_port", 9, exact, port, 0x7f},
              {"egressQid", "eg_intr_md_egress_qid", 5, exact, untagged, 0x7},
              {"queueReportFlag", "egrIntMd_queueReportFlag", 1}},
@@ -161,8 +160,8 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "flowWatchlist",
      .handle = 0x100004d,
-     .summary = "Decides by exact port and ternary IPv4 and IPv6 addresses, protocol and layer-4 ports whether a "
-                "flow is watched (intPermit, intDeny).",
+     .summary = "Decides whether a flow is watched (intPermit, intDeny) by exact port and ternary IPv4 and IPv6 "
+                "addresses, protocol and layer-4 ports.",
      .key = {{"ingressPort", "ig_intr_md_ingress_port", 9, exact, port},
              {"ingIpv4Sip", "ingIpv4_sip", 32, ternary, v4addr},
              {"ingIpv4Dip", "ingIpv4_dip", 32, ternary, v4addr},
@@ -176,8 +175,8 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "flowHash",
      .handle = 0x1000061,
-     .summary = "By the copy-to-CPU bit and the multicast group, enables queue and drop reports for the flow "
-                "(setFlowHashAndIntFlags).",
+     .summary = "Enables queue and drop reports for the flow (setFlowHashAndIntFlags), by the copy-to-CPU bit and "
+                "the multicast group.",
      .key = {{"copyToCpu", "ig_intr_md_for_tm_copy_to_cpu", 1, ternary},
              {"mcastGrpA", "ig_intr_md_for_tm_mcast_grp_a", 16, ternary}},
      .actions = {{"setFlowHashAndIntFlags", 0x200000f3, entry},
@@ -185,13 +184,13 @@ inline constexpr Table qos_telemetry[] = {
 
     {.name = "flowReport",
      .handle = 0x1000071,
-     .summary = "Its only action sets the flow report flag. The register flowReportFilter and the hash "
-                "calculation flowReportQueryHash go with it.",
+     .summary = "Its only action sets the flow report flag. This step uses the register flowReportFilter and the "
+                "hash calculation flowReportQueryHash.",
      .actions = {{"setFlowReportFlagStatus", 0x2000011a, default_only}}},
 
     {.name = "dropReport",
      .handle = 0x100006a,
-     .summary = "Its only action sets the drop report flag. The register dropReportFilter goes with it.",
+     .summary = "Its only action sets the drop report flag. This step uses the register dropReportFilter.",
      .actions = {{"setDropReportFlagStatus", 0x20000155, default_only}}},
 };
 // clang-format on
