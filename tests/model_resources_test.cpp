@@ -1,19 +1,19 @@
 // Counters, meters, WRED blocks and registers in the embedded driver: what differs between software and hardware until
-// a sync, what goes away with an entry, and what is refused. Uses two tables made up for it.
+// a sync, what an entry takes with it, and what the driver refuses. Uses a pipeline of two tables made up for it.
 #include <array>
 #include <cstring>
+#include <tuple>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include <vl_driver/driver.h>
-#include <vl_model/control.h>
-#include <vl_model/observe.hpp>
 #include <vl_model/traffic.h>
+
+#include "support/model.h"
 
 namespace {
 
+using namespace support;
 using Words = std::vector<uint32_t>;
+using Counts = std::array<uint64_t, 2>; // packets and bytes
 
 constexpr uint32_t hosts = 0x1000001; // with a counter, a meter and a register for each entry
 constexpr uint32_t plain = 0x1000002;
@@ -57,51 +57,27 @@ pipe_stful_element word(uint32_t value) {
     return element;
 }
 
-class ResourcesTest : public testing::Test {
+class ResourcesTest : public DeviceTest {
 protected:
-    static constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
+    static constexpr pipe_dev_tgt all_pipes{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
     static constexpr pipe_dev_tgt pipe_2{.dev_id = 3, .pipe_id = 2, .reserved = 0};
-    pipe_sess_hdl session = 0;
 
     void SetUp() override {
-        vl_model_reset();
-        ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
-        for (size_t i = 0; i < tables.size(); ++i) {
-            tables[i] = {};
-            tables[i].handle = i == 0 ? hosts : plain;
-            tables[i].match = VL_MODEL_EXACT;
-            tables[i].key_bits = 32;
-            tables[i].key_len = 4;
-            tables[i].actions = actions;
-            tables[i].action_count = 1;
-            tables[i].initial_default = i == 0 ? drop : 0;
-        }
-        description = {.name = "p", .tables = tables.data(), .table_count = 2};
-        description.counters = counters;
-        description.counter_count = std::size(counters);
-        description.meters = meters;
-        description.meter_count = std::size(meters);
-        description.wred_blocks = wred_blocks;
-        description.wred_block_count = std::size(wred_blocks);
-        description.registers = registers;
-        description.register_count = std::size(registers);
-        ASSERT_EQ(vl_model_device_add(3, &description), VL_MODEL_OK);
+        tables[0].initial_default = drop;
+        start(description);
     }
 
     uint32_t add(uint32_t table, uint8_t key, const std::vector<pipe_resource_slot>& slots = {}) const {
-        uint8_t bytes[4] = {0, 0, 0, key};
-        uint8_t mask[4] = {0xFF, 0xFF, 0xFF, 0xFF};
-        const pipe_match_record match = {bytes, mask, 0, 0, 32, 4, 0};
         pipe_action_record action{};
         action.kind = PIPE_KIND_ACTION_DATA;
         action.resource_count = static_cast<uint8_t>(slots.size());
         std::copy(slots.begin(), slots.end(), action.slots);
         uint32_t entry = 0;
-        EXPECT_EQ(pipe_mgr_mat_ent_add(session, device, table, &match, drop, &action, 0, 0, &entry), VL_MODEL_OK);
+        EXPECT_EQ(add_exact(table, {0, 0, 0, key}, drop, action, &entry), VL_MODEL_OK);
         return entry;
     }
-    // Packets and bytes as the software has them.
-    std::array<uint64_t, 2> counts(uint32_t entry) const {
+    // The counts that the software has.
+    Counts counts(uint32_t entry) const {
         pipe_counter_record record{77, 77};
         EXPECT_EQ(pipe_mgr_mat_ent_direct_stat_query(session, 3, hosts, entry, &record), VL_MODEL_OK);
         return {record.count_a, record.count_b};
@@ -109,14 +85,20 @@ protected:
     pipe_status set(uint32_t table, uint32_t entry, const pipe_resource_slot& one) const {
         return pipe_mgr_mat_ent_set_resource(session, 3, table, entry, &one, 1, 0);
     }
-    pipe_status read_meter(uint32_t entry, uint64_t& committed_rate) const {
+    // The committed rate of an entry's meter, or -1 if it has none.
+    int64_t meter_rate(uint32_t entry) const {
         pipe_meter_spec spec{};
         const pipe_status status = pipe_mgr_meter_read_entry(session, device, hosts, entry, &spec);
-        committed_rate = spec.committed_rate;
-        return status;
+        if (status == VL_MODEL_OK) return static_cast<int64_t>(spec.committed_rate);
+        EXPECT_EQ(status, VL_MODEL_NOT_FOUND);
+        return -1;
+    }
+    pipe_status write_cell(uint32_t index, pipe_dev_tgt target, uint32_t value) const {
+        const pipe_stful_element element = word(value);
+        return pipe_stful_ent_set(session, target, stateful, index, &element, 0);
     }
     // The first words of a register's cell, with room for 6 values.
-    Words cell(uint32_t index, pipe_dev_tgt target = device, uint32_t from_hw = 0) const {
+    Words cell(uint32_t index, pipe_dev_tgt target = all_pipes, uint32_t from_hw = 0) const {
         return read([&](pipe_stful_query& query) {
             return pipe_stful_ent_query(session, target, stateful, index, &query, from_hw);
         });
@@ -132,12 +114,23 @@ protected:
         return words;
     }
 
-    std::array<vl_model_table, 2> tables{};
-    vl_model_pipeline description{};
+    std::array<vl_model_table, 2> tables{model_table(hosts, VL_MODEL_EXACT, 32, actions),
+                                         model_table(plain, VL_MODEL_EXACT, 32, actions)};
+    vl_model_pipeline description{.name = "p",
+                                  .tables = tables.data(),
+                                  .table_count = 2,
+                                  .counters = counters,
+                                  .counter_count = std::size(counters),
+                                  .meters = meters,
+                                  .meter_count = std::size(meters),
+                                  .wred_blocks = wred_blocks,
+                                  .wred_block_count = std::size(wred_blocks),
+                                  .registers = registers,
+                                  .register_count = std::size(registers)};
 };
 
 void note_sync(pipe_dev_id dev_id, void* cookie) {
-    // Runs without the driver's lock: a call of the driver from here must come through.
+    // Runs without the driver's lock, so it may call the driver.
     uint32_t session = 0;
     EXPECT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
     *static_cast<uint32_t*>(cookie) += dev_id;
@@ -148,30 +141,30 @@ TEST_F(ResourcesTest, DirectCountersNeedASyncAndGoAwayWithTheEntry) {
     const uint32_t second = add(hosts, 2);
     ASSERT_EQ(vl_model_counter_add(3, hosts, first, 2, 128), VL_MODEL_OK);
     ASSERT_EQ(vl_model_counter_add(3, hosts, second, 1, 64), VL_MODEL_OK);
-    EXPECT_EQ(counts(first), (std::array<uint64_t, 2>{0, 0}));
+    EXPECT_EQ(counts(first), (Counts{0, 0}));
     EXPECT_EQ(pipe_mgr_direct_stat_ent_database_sync(session, 3, hosts, first), VL_MODEL_OK);
-    EXPECT_EQ(counts(first), (std::array<uint64_t, 2>{2, 128}));
-    EXPECT_EQ(counts(second), (std::array<uint64_t, 2>{0, 0}));
+    EXPECT_EQ(counts(first), (Counts{2, 128}));
+    EXPECT_EQ(counts(second), (Counts{0, 0}));
 
     uint32_t told = 0;
     EXPECT_EQ(pipe_mgr_direct_stat_database_sync(session, device, hosts, note_sync, &told), VL_MODEL_OK);
     EXPECT_EQ(told, 3U);
-    EXPECT_EQ(counts(second), (std::array<uint64_t, 2>{1, 64}));
+    EXPECT_EQ(counts(second), (Counts{1, 64}));
 
     // A write reaches the hardware, where packets count on.
     const pipe_counter_record record{.count_b = 1000, .count_a = 10};
     EXPECT_EQ(pipe_mgr_mat_ent_direct_stat_set(session, device, hosts, first, &record), VL_MODEL_OK);
     ASSERT_EQ(vl_model_counter_add(3, hosts, first, 1, 1), VL_MODEL_OK);
-    EXPECT_EQ(counts(first), (std::array<uint64_t, 2>{10, 1000}));
+    EXPECT_EQ(counts(first), (Counts{10, 1000}));
     EXPECT_EQ(pipe_mgr_direct_stat_ent_database_sync(session, 3, hosts, first), VL_MODEL_OK);
-    EXPECT_EQ(counts(first), (std::array<uint64_t, 2>{11, 1001}));
+    EXPECT_EQ(counts(first), (Counts{11, 1001}));
 
     EXPECT_EQ(pipe_mgr_mat_ent_del(session, 3, hosts, first, 0), VL_MODEL_OK);
     pipe_counter_record untouched{5, 6};
     EXPECT_EQ(pipe_mgr_mat_ent_direct_stat_query(session, 3, hosts, first, &untouched), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(untouched.count_b, 5U);
     ASSERT_EQ(add(hosts, 9), first); // the handle comes back without its counts
-    EXPECT_EQ(counts(first), (std::array<uint64_t, 2>{0, 0}));
+    EXPECT_EQ(counts(first), (Counts{0, 0}));
 }
 
 TEST_F(ResourcesTest, IndirectCountersAreReadAsLists) {
@@ -195,28 +188,18 @@ TEST_F(ResourcesTest, IndirectCountersAreReadAsLists) {
     EXPECT_EQ(told, 3U);
 }
 
-TEST_F(ResourcesTest, ADirectMeterIsTheEntrysSlot) {
-    uint64_t committed = 0;
+TEST_F(ResourcesTest, ADirectMeterIsASlotOfItsEntry) {
     const uint32_t metered = add(hosts, 1, {slot(direct_meter, rate(1000))});
     const uint32_t bare = add(hosts, 2);
-    EXPECT_EQ(read_meter(metered, committed), VL_MODEL_OK);
-    EXPECT_EQ(committed, 1000U);
-    EXPECT_EQ(read_meter(bare, committed), VL_MODEL_NOT_FOUND);
-
-    const pipe_ent_hdl default_entry = [&] {
-        pipe_ent_hdl handle = 0;
-        EXPECT_EQ(pipe_mgr_table_get_default_entry_handle(session, device, hosts, &handle), VL_MODEL_OK);
-        return handle;
-    }();
-    for (const uint32_t entry : {metered, bare, uint32_t{default_entry}}) {
-        EXPECT_EQ(set(hosts, entry, slot(direct_meter, rate(2000))), VL_MODEL_OK);
-        EXPECT_EQ(read_meter(entry, committed), VL_MODEL_OK);
-        EXPECT_EQ(committed, 2000U);
-        EXPECT_EQ(set(hosts, entry, slot(direct_meter, rate(1), PIPE_SLOT_UNCHANGED)), VL_MODEL_OK);
-        EXPECT_EQ(read_meter(entry, committed), VL_MODEL_OK);
-        EXPECT_EQ(committed, 2000U);
-        EXPECT_EQ(set(hosts, entry, slot(direct_meter, rate(1), PIPE_SLOT_DETACHED)), VL_MODEL_OK);
-        EXPECT_EQ(read_meter(entry, committed), VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(meter_rate(metered), 1000);
+    EXPECT_EQ(meter_rate(bare), -1);
+    for (const uint32_t entry : {metered, bare, default_entry(hosts)}) {
+        const std::tuple<uint64_t, uint32_t, int64_t> steps[] = {
+            {2000, PIPE_SLOT_ATTACHED, 2000}, {1, PIPE_SLOT_UNCHANGED, 2000}, {1, PIPE_SLOT_DETACHED, -1}};
+        for (const auto& [sent, tag, expected] : steps) {
+            EXPECT_EQ(set(hosts, entry, slot(direct_meter, rate(sent), tag)), VL_MODEL_OK);
+            EXPECT_EQ(meter_rate(entry), expected) << entry << ", tag " << tag;
+        }
     }
     pipe_meter_spec unsound = rate(1);
     unsound.type = 2;
@@ -226,15 +209,15 @@ TEST_F(ResourcesTest, ADirectMeterIsTheEntrysSlot) {
     EXPECT_EQ(set(hosts, 99, slot(direct_meter, rate(1))), VL_MODEL_NOT_FOUND);
 }
 
-// The first of two slots is good: it must not be applied when the second is refused.
+// The driver refuses the second of two slots. It must not apply the first.
 TEST_F(ResourcesTest, SlotsAreAppliedAllOrNone) {
     const uint32_t entry = add(hosts, 1);
     const pipe_resource_slot slots[] = {slot(direct_counter, pipe_counter_record{7, 8}),
                                         slot(direct_counter, pipe_counter_record{}, PIPE_SLOT_DETACHED)};
     EXPECT_EQ(pipe_mgr_mat_ent_set_resource(session, 3, hosts, entry, slots, 2, 0), VL_MODEL_BAD_DATA);
-    EXPECT_EQ(counts(entry), (std::array<uint64_t, 2>{0, 0}));
+    EXPECT_EQ(counts(entry), (Counts{0, 0}));
     EXPECT_EQ(pipe_mgr_mat_ent_set_resource(session, 3, hosts, entry, slots, 1, 0), VL_MODEL_OK);
-    EXPECT_EQ(counts(entry), (std::array<uint64_t, 2>{8, 7}));
+    EXPECT_EQ(counts(entry), (Counts{8, 7}));
 }
 
 TEST_F(ResourcesTest, MetersAndWredBlocksByIndex) {
@@ -252,7 +235,7 @@ TEST_F(ResourcesTest, MetersAndWredBlocksByIndex) {
     EXPECT_EQ(spec.type, 9U);
     EXPECT_EQ(spec.committed_rate, 0U);
 
-    // Both sorts of meters have an adjustment of their own.
+    // Direct meters and meters by index have separate adjustments.
     uint32_t adjustment = 0;
     EXPECT_EQ(pipe_mgr_meter_set_bytecount_adjust(session, device, direct_meter, 20), VL_MODEL_OK);
     EXPECT_EQ(pipe_mgr_meter_get_bytecount_adjust(session, device, direct_meter, &adjustment), VL_MODEL_OK);
@@ -276,8 +259,7 @@ TEST_F(ResourcesTest, ARegisterHasAValueInEachPipe) {
     EXPECT_EQ(pipe_stful_query_get_sizes(session, pipe_2, stateful, &size), VL_MODEL_OK);
     EXPECT_EQ(size, 1);
 
-    const pipe_stful_element seven = word(7);
-    EXPECT_EQ(pipe_stful_ent_set(session, pipe_2, stateful, 5, &seven, 0), VL_MODEL_OK);
+    EXPECT_EQ(write_cell(5, pipe_2, 7), VL_MODEL_OK);
     EXPECT_EQ(cell(5), (Words{0, 0, 7, 0}));
     EXPECT_EQ(cell(5, pipe_2), (Words{7}));
     ASSERT_EQ(vl_model_register_write(3, stateful, 5, 0, word(8).bytes), VL_MODEL_OK);
@@ -291,6 +273,7 @@ TEST_F(ResourcesTest, ARegisterHasAValueInEachPipe) {
     EXPECT_EQ(cell(6), (Words{0, 0, 9, 0}));
     EXPECT_EQ(told, 3U);
 
+    const pipe_stful_element seven = word(7);
     EXPECT_EQ(pipe_stful_table_reset(session, device, stateful, &seven), VL_MODEL_OK);
     EXPECT_EQ(pipe_stful_table_reset_range(session, device, stateful, 1, 7, nullptr), VL_MODEL_OK);
     EXPECT_EQ(pipe_stful_table_reset_range(session, device, stateful, 1, 8, nullptr), VL_MODEL_OUT_OF_RANGE);
@@ -310,17 +293,17 @@ TEST_F(ResourcesTest, RangesEndAtTheLastCell) {
     std::array<pipe_stful_query, 3> queries{};
     for (size_t i = 0; i < queries.size(); ++i)
         queries[i] = {.count = 2, .reserved = 0, .elements = &elements[i * 2]};
-    const pipe_stful_element seven = word(7);
-    ASSERT_EQ(pipe_stful_ent_set(session, device, stateful, 7, &seven, 0), VL_MODEL_OK);
     uint32_t cells_read = 99;
-    EXPECT_EQ(pipe_stful_ent_query_range(session, device, stateful, 6, 3, queries.data(), &cells_read, 0), VL_MODEL_OK);
+    const auto query = [&](uint32_t first, int32_t count) {
+        return pipe_stful_ent_query_range(session, device, stateful, first, count, queries.data(), &cells_read, 0);
+    };
+    ASSERT_EQ(write_cell(7, device, 7), VL_MODEL_OK);
+    EXPECT_EQ(query(6, 3), VL_MODEL_OK);
     EXPECT_EQ(cells_read, 2U);
     EXPECT_EQ(queries[1].count, 2U); // the caller's room is less than the four values
     EXPECT_EQ(elements[3].bytes[0], 7);
-    EXPECT_EQ(pipe_stful_ent_query_range(session, device, stateful, 8, 1, queries.data(), &cells_read, 0),
-              VL_MODEL_OUT_OF_RANGE);
-    EXPECT_EQ(pipe_stful_ent_query_range(session, device, stateful, 0, -1, queries.data(), &cells_read, 0),
-              VL_MODEL_INVALID);
+    EXPECT_EQ(query(8, 1), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(query(0, -1), VL_MODEL_INVALID);
     EXPECT_EQ(pipe_stful_ent_query_range(session, device, stateful, 0, 0, nullptr, &cells_read, 0), VL_MODEL_OK);
     EXPECT_EQ(cells_read, 0U);
 
@@ -328,7 +311,7 @@ TEST_F(ResourcesTest, RangesEndAtTheLastCell) {
         answers[0].count = 1;
         answered = 1;
     });
-    EXPECT_EQ(pipe_stful_ent_query_range(session, device, stateful, 0, 3, queries.data(), &cells_read, 0), VL_MODEL_OK);
+    EXPECT_EQ(query(0, 3), VL_MODEL_OK);
     EXPECT_EQ(cells_read, 1U);
     EXPECT_EQ(queries[0].count, 1U);
 }
@@ -351,10 +334,8 @@ TEST_F(ResourcesTest, ADirectRegisterIsWrittenByItsOwnHandle) {
 
 TEST_F(ResourcesTest, RefusalsAndRecords) {
     const pipe_counter_record record{.count_b = 1, .count_a = 2};
-    vl_model::record_calls(true);
     vl_model::fail_call("pipe_mgr_stat_ent_set", 1, 55);
-    EXPECT_EQ(pipe_mgr_stat_ent_set(session, pipe_2, counter, 1, &record), 55U);
-    const std::vector<vl_model::Call> calls = vl_model::take_calls();
+    const auto calls = recorded([&] { EXPECT_EQ(pipe_mgr_stat_ent_set(session, pipe_2, counter, 1, &record), 55U); });
     ASSERT_EQ(calls.size(), 1U);
     EXPECT_EQ(calls[0].args[1], uint64_t{2} << 32 | 3);
     EXPECT_EQ(vl_model::input_record<pipe_counter_record>(calls[0]).count_a, 2U);
@@ -367,18 +348,14 @@ TEST_F(ResourcesTest, RefusalsAndRecords) {
     EXPECT_EQ(vl_model_counter_add(3, plain, add(plain, 1), 1, 1), VL_MODEL_NOT_SUPPORTED);
     EXPECT_EQ(vl_model_register_write(3, stateful, 0, 4, word(1).bytes), VL_MODEL_OUT_OF_RANGE);
 
-    // Descriptions that contradict themselves.
-    constexpr vl_model_resource of_no_table[] = {{direct_counter, 0x1000009, 0}};
-    constexpr vl_model_resource two_of_a_table[] = {{direct_counter, hosts, 0}, {counter, hosts, 0}};
-    constexpr vl_model_resource same_as_meter[] = {{meter, 0, 0}};
-    description.counter_count = 1;
-    for (const vl_model_resource* wrong : {of_no_table, same_as_meter}) {
-        description.counters = wrong;
+    // Descriptions that contradict themselves: an unknown table, the handle of a meter, two counters of a table.
+    const std::vector<vl_model_resource> wrong[] = {
+        {{direct_counter, 0x1000009, 0}}, {{meter, 0, 0}}, {{direct_counter, hosts, 0}, {counter, hosts, 0}}};
+    for (const auto& list : wrong) {
+        description.counters = list.data();
+        description.counter_count = static_cast<uint32_t>(list.size());
         EXPECT_EQ(vl_model_device_add(4, &description), VL_MODEL_INVALID);
     }
-    description.counters = two_of_a_table;
-    description.counter_count = 2;
-    EXPECT_EQ(vl_model_device_add(4, &description), VL_MODEL_INVALID);
 }
 
 } // namespace
