@@ -1,4 +1,4 @@
-// What the embedded driver does for its clients: the member-selector component, and what they hear of devices.
+// What the embedded driver does for its clients: the member-selector component, and callbacks about devices.
 #include <algorithm>
 #include <cstdlib>
 #include <map>
@@ -22,7 +22,7 @@ constexpr uint32_t miss = 0x20000003;
 
 class ShadowTest : public testing::Test {
 protected:
-    static constexpr uint32_t session = 1; // the component looks at none
+    static constexpr uint32_t session = 1; // the component ignores it
     p4_pd_ms_state* state = nullptr;
 
     void SetUp() override {
@@ -52,7 +52,7 @@ protected:
     }
 };
 
-TEST_F(ShadowTest, MembershipGoesWithEitherSide) {
+TEST_F(ShadowTest, MembershipEndsWithTheMemberOrTheGroup) {
     uint32_t action = 0;
     EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(p4_pd_ms_new_mbr(session, state, 3, 5), VL_MODEL_OK);
@@ -82,7 +82,7 @@ TEST_F(ShadowTest, MembershipGoesWithEitherSide) {
     EXPECT_EQ(log(state), R"({"members":[],"groups":[]})");
 }
 
-// Random joins and leaves beside lists that keep the order of arrival. The log and the walk over groups show it.
+// Compares random joins and leaves with lists in the order of arrival. The log and the walk over groups show the order.
 TEST_F(ShadowTest, MembershipsKeepTheOrderOfTheirArrival) {
     std::map<uint32_t, std::vector<uint32_t>> members_of; // by group
     std::map<uint32_t, std::vector<uint32_t>> expected_groups;
@@ -142,7 +142,7 @@ TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {
     EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
     cJSON_Delete(object);
     uint32_t action = 0;
-    EXPECT_EQ(p4_pd_ms_get_mbr_act(other, 3, 5, &action), VL_MODEL_OK); // the log had none to put in its place
+    EXPECT_EQ(p4_pd_ms_get_mbr_act(other, 3, 5, &action), VL_MODEL_OK); // the log has no action to replace it
     EXPECT_EQ(action, miss);
     p4_pd_ms_set_mbr_act(state, 3, 5, miss);
     EXPECT_EQ(log(other), log(state));
@@ -153,7 +153,7 @@ TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {
     EXPECT_EQ(log(other), log(state));
 }
 
-// An agent that never asked for a state hands over null.
+// An agent that has not asked for a state passes null.
 TEST_F(ShadowTest, NoStateIsRefused) {
     uint32_t word = 0;
     void* resources = nullptr;
@@ -183,7 +183,7 @@ TEST_F(ShadowTest, NoStateIsRefused) {
         EXPECT_EQ(status, VL_MODEL_INVALID) << name;
 }
 
-// Two clients, of which each notes its calls in one list.
+// Two clients that note their calls in one list.
 std::vector<std::string>& events() {
     static std::vector<std::string> list;
     return list;
@@ -211,7 +211,7 @@ void register_client(uint32_t priority) {
     ASSERT_EQ(bf_drv_client_register_callbacks(handle, &callbacks, priority), VL_MODEL_OK);
 }
 
-TEST(ClientTest, HearOfDevicesByPriority) {
+TEST(ClientTest, CallbacksRunByPriority) {
     vl_model_reset();
     events().clear();
     const vl_model_pipeline pipeline{.name = "p", .tables = nullptr, .table_count = 0};

@@ -1,5 +1,5 @@
-// Placement data of the embedded driver: what it decodes to and how long it is valid; and random damage to the
-// hardware, as it is told and as reads see it. Uses a pipeline of three tables made up for it.
+// Placement data of the embedded driver: what it decodes to, and how long it is valid. Also random damage to the
+// hardware, as the report and reads show it. Uses a pipeline of three tables made up for it.
 #include <cstring>
 #include <map>
 #include <set>
@@ -18,7 +18,7 @@ constexpr uint32_t hosts = 0x1000001, routes = 0x1000002, lags = 0x1000003;
 constexpr uint32_t members = 0x2000001, groups = 0x3000001, meter = 0x5000001, act = 0x20000001;
 constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
 
-// What a read or a decoder makes of zeroed records and buffers, the buffers' addresses left out. Compared as bytes.
+// What a read or a decoder writes to zeroed records and buffers, without the buffers' addresses. Compared as bytes.
 struct Reading {
     uint8_t key[8], mask[8], data[8];
     pipe_match_record match;
@@ -65,7 +65,7 @@ protected:
         vl_model_reset();
         fill();
     }
-    // A session; and a device with a member, a group and a default entry.
+    // Opens a session, and adds a device with a member, a group and a default entry.
     void fill() {
         constexpr vl_model_action action{act, 20, 3, 1, 1};
         const vl_model_table tables[] = {
@@ -147,7 +147,8 @@ TEST_F(PlacementTest, IsValidUntilItsRowChangesOrGoes) {
     expect_end(members, member, [&] { return pipe_mgr_adt_ent_del(session, 3, members, member, 0); });
     expect_end(hosts, host, [&] { return pipe_mgr_mat_ent_del(session, 3, hosts, host, 0); });
 
-    // Handle and place come back, what was fetched for them doesn't: nor when the device or all that there is goes.
+    // Handles and memory are reused, but old placement data stays invalid: also after the device is removed, or after a
+    // reset.
     for (int round = 0; round < 3; ++round) {
         const void* blob = fetch(hosts, add(hosts, 2, direct));
         EXPECT_EQ(decode(blob).status, VL_MODEL_OK);
@@ -162,7 +163,7 @@ TEST_F(PlacementTest, IsValidUntilItsRowChangesOrGoes) {
     }
 }
 
-TEST_F(PlacementTest, IsAnsweredAndRefusedAsTestsLike) {
+TEST_F(PlacementTest, TestsCanAnswerAndRefuseCalls) {
     const uint32_t host = add(hosts, 1, direct);
     const void* blob = fetch(hosts, host);
     vl_model::set_answer_hook([](auto&, auto&, uint32_t& act_hdl) { act_hdl = 1; });
@@ -188,7 +189,7 @@ TEST_F(PlacementTest, IsAnsweredAndRefusedAsTestsLike) {
 TEST_F(PlacementTest, DamageIsWhatTheReportSays) {
     std::vector<vl_model_corruption> report(200);
     uint32_t done = 0;
-    // Fills anew, and gives what the seed damages.
+    // Starts anew, and returns the damage that the seed causes.
     const auto damage_anew = [&](uint64_t seed) {
         SetUp();
         for (uint32_t i = 0; i < 200; ++i)
@@ -202,7 +203,7 @@ TEST_F(PlacementTest, DamageIsWhatTheReportSays) {
     EXPECT_EQ(damage_anew(1), first);
     EXPECT_EQ(vl_model_hardware_corrupt(3, 2, 100, report.data() + 60, &done), VL_MODEL_OK);
 
-    // In hardware the rows of the reports are as they say, all others, the default entry too, as in software.
+    // Hardware rows differ from software as the reports say. All others, among them the default entry, are the same.
     std::map<std::pair<uint32_t, uint32_t>, vl_model_corruption> told;
     for (uint32_t i = 0; i < 160; ++i)
         EXPECT_TRUE(told.emplace(std::pair(report[i].tbl_hdl, report[i].ent_hdl), report[i]).second);
@@ -226,7 +227,7 @@ TEST_F(PlacementTest, DamageIsWhatTheReportSays) {
     EXPECT_EQ(kinds.size(), 5U);
 
     EXPECT_EQ(vl_model_hardware_corrupt(3, 2, 100, report.data(), &done), VL_MODEL_OK);
-    EXPECT_EQ(done, 40U); // all that was still whole
+    EXPECT_EQ(done, 40U); // the entries that were still undamaged
 }
 
 } // namespace
