@@ -62,4 +62,50 @@ inline void store_block(Byte* to, Block block) {
     std::memcpy(to, &block, sizeof block);
 }
 
+// A field of a masked table at its place in key and mask. The mask is cut to the field's own bits, the key is not.
+inline void put_masked8(Byte* key, Byte* mask, unsigned at, Byte value, Byte value_mask, Byte bits) {
+    key[at] = value & value_mask;
+    mask[at] = value_mask & bits;
+}
+
+inline void put_masked16(Byte* key, Byte* mask, unsigned at, uint16_t value, uint16_t value_mask, uint16_t bits) {
+    put16(key + at, value & value_mask);
+    put16(mask + at, value_mask & bits);
+}
+
+inline void put_masked24(Byte* key, Byte* mask, unsigned at, uint32_t value, uint32_t value_mask, uint32_t bits) {
+    put24(key + at, value & value_mask);
+    put24(mask + at, value_mask & bits);
+}
+
+inline void put_masked32(Byte* key, Byte* mask, unsigned at, uint32_t value, uint32_t value_mask, uint32_t bits) {
+    put32(key + at, value & value_mask);
+    put32(mask + at, value_mask & bits);
+}
+
+inline void put_masked_block(Byte* key, Byte* mask, unsigned at, const Byte* value, const Byte* value_mask) {
+    store_block(key + at, load_block(value) & load_block(value_mask));
+    store_block(mask + at, load_block(value_mask));
+}
+
+inline void get_masked8(const Byte* key, const Byte* mask, unsigned at, Byte& value, Byte& value_mask) {
+    value = key[at];
+    value_mask = mask[at];
+}
+
+inline void get_masked16(const Byte* key, const Byte* mask, unsigned at, uint16_t& value, uint16_t& value_mask) {
+    value = get16(key + at);
+    value_mask = get16(mask + at);
+}
+
+inline void get_masked24(const Byte* key, const Byte* mask, unsigned at, uint32_t& value, uint32_t& value_mask) {
+    value = get24(key + at);
+    value_mask = get24(mask + at);
+}
+
+inline void get_masked32(const Byte* key, const Byte* mask, unsigned at, uint32_t& value, uint32_t& value_mask) {
+    value = get32(key + at);
+    value_mask = get32(mask + at);
+}
+
 } // namespace by_hand

@@ -13,62 +13,20 @@ inline void decode(const Byte* data, p4_pd_velmar_switch_setEcmp_action_spec_t* 
     spec->action_ecmpGroup = get32(data);
 }
 
-inline void decode(const Byte* data, p4_pd_velmar_switch_setNextHop_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_nextHop = get32(data);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setNextHop2_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_nextHop = get32(data);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setNextHop3_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_nextHop = get32(data);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setIpv6PrtIdxNextHop_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_partitionIndex = get16(data);
-    spec->action_nextHop = get32(data + 2);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setIpv6PrtIdxNextHop2_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_partitionIndex = get16(data);
-    spec->action_nextHop = get32(data + 2);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setIpv6PrtIdxNextHop3_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_partitionIndex = get16(data);
-    spec->action_nextHop = get32(data + 2);
-}
-
 inline void decode(const Byte* data, p4_pd_velmar_switch_setIpv6PrtIdxEcmp_action_spec_t* spec) {
     std::memset(spec, 0, sizeof *spec);
     spec->action_partitionIndex = get16(data);
     spec->action_ecmpGroup = get32(data + 2);
 }
 
-inline void decode(const Byte* data, p4_pd_velmar_switch_setNextHop0First_action_spec_t* spec) {
+// The many actions that set a next hop, some of them with a partition.
+template <class Spec>
+inline void decode(const Byte* data, Spec* spec) {
     std::memset(spec, 0, sizeof *spec);
-    spec->action_nextHop = get32(data);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setNextHop2First_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_nextHop = get32(data);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setNextHop3First_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
-    spec->action_nextHop = get32(data);
-}
-
-inline void decode(const Byte* data, p4_pd_velmar_switch_setNextHop1First_action_spec_t* spec) {
-    std::memset(spec, 0, sizeof *spec);
+    if constexpr (requires { spec->action_partitionIndex; }) {
+        spec->action_partitionIndex = get16(data);
+        data += 2;
+    }
     spec->action_nextHop = get32(data);
 }
 
@@ -110,38 +68,17 @@ pd_status ipv4Host_read(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hd
     Byte key[5] = {};
     Byte mask[5] = {};
     Answer answer(key, mask, 40, 5);
-    if (const pd_status refused = answer.ask(sess_hdl, dev_id, 0x1000023, entry_hdl, read_from_hw); refused != 0)
-        return refused;
     constexpr const char* function = "p4_pd_velmar_switch_ipv4Host_get_entry";
-    if (answer.action.kind != PIPE_KIND_ACTION_DATA) {
-        log_unexpected("\"0\" (0)", function, __LINE__);
-        return PD_STATUS_UNEXPECTED;
-    }
     Resources resources;
-    if (!resources.list(answer.action)) return PD_STATUS_NO_MEMORY;
+    pd_status status = answer.ask(sess_hdl, dev_id, 0x1000023, entry_hdl, read_from_hw, function, resources);
+    if (status != PD_STATUS_OK) return status;
 
-    pd_status status = PD_STATUS_OK;
-    const Byte* const data = answer.data;
     switch (answer.act_hdl) {
-    case 0x20000069:
-        tell("p4_pd_velmar_switch_setEcmp", p4_pd_velmar_switch_action_setEcmp, action_name, action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setEcmp_action_spec_t*>(action_spec));
-        break;
-    case 0x2000006a:
-        tell("p4_pd_velmar_switch_setNextHop", p4_pd_velmar_switch_action_setNextHop, action_name, action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setNextHop_action_spec_t*>(action_spec));
-        break;
-    case 0x2000006b:
-        tell("p4_pd_velmar_switch_setNextHop2", p4_pd_velmar_switch_action_setNextHop2, action_name, action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setNextHop2_action_spec_t*>(action_spec));
-        break;
-    case 0x2000006c:
-        tell("p4_pd_velmar_switch_setNextHop3", p4_pd_velmar_switch_action_setNextHop3, action_name, action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setNextHop3_action_spec_t*>(action_spec));
-        break;
-    case 0x2000006d:
-        tell("p4_pd_velmar_switch_onMiss", p4_pd_velmar_switch_action_onMiss, action_name, action_id);
-        break;
+        VL_ACTION_WITH_PARAMETERS(0x20000069, setEcmp);
+        VL_ACTION_WITH_PARAMETERS(0x2000006a, setNextHop);
+        VL_ACTION_WITH_PARAMETERS(0x2000006b, setNextHop2);
+        VL_ACTION_WITH_PARAMETERS(0x2000006c, setNextHop3);
+        VL_ACTION(0x2000006d, onMiss);
     default:
         log_unexpected("\"((void *)0)\" (NULL)", function, __LINE__);
         status = PD_STATUS_UNEXPECTED;
@@ -161,42 +98,17 @@ pd_status ipv6Partition_read(pd_session sess_hdl, pd_device dev_id, pd_entry ent
     Byte key[17] = {};
     Byte mask[17] = {};
     Answer answer(key, mask, 136, 17);
-    if (const pd_status refused = answer.ask(sess_hdl, dev_id, 0x1000035, entry_hdl, read_from_hw); refused != 0)
-        return refused;
     constexpr const char* function = "p4_pd_velmar_switch_ipv6Partition_get_entry";
-    if (answer.action.kind != PIPE_KIND_ACTION_DATA) {
-        log_unexpected("\"0\" (0)", function, __LINE__);
-        return PD_STATUS_UNEXPECTED;
-    }
     Resources resources;
-    if (!resources.list(answer.action)) return PD_STATUS_NO_MEMORY;
+    pd_status status = answer.ask(sess_hdl, dev_id, 0x1000035, entry_hdl, read_from_hw, function, resources);
+    if (status != PD_STATUS_OK) return status;
 
-    pd_status status = PD_STATUS_OK;
-    const Byte* const data = answer.data;
     switch (answer.act_hdl) {
-    case 0x2000008a:
-        tell("p4_pd_velmar_switch_setIpv6PrtIdxNextHop", p4_pd_velmar_switch_action_setIpv6PrtIdxNextHop, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setIpv6PrtIdxNextHop_action_spec_t*>(action_spec));
-        break;
-    case 0x2000008b:
-        tell("p4_pd_velmar_switch_setIpv6PrtIdxNextHop2", p4_pd_velmar_switch_action_setIpv6PrtIdxNextHop2, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setIpv6PrtIdxNextHop2_action_spec_t*>(action_spec));
-        break;
-    case 0x2000008c:
-        tell("p4_pd_velmar_switch_setIpv6PrtIdxNextHop3", p4_pd_velmar_switch_action_setIpv6PrtIdxNextHop3, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setIpv6PrtIdxNextHop3_action_spec_t*>(action_spec));
-        break;
-    case 0x2000008d:
-        tell("p4_pd_velmar_switch_setIpv6PrtIdxEcmp", p4_pd_velmar_switch_action_setIpv6PrtIdxEcmp, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setIpv6PrtIdxEcmp_action_spec_t*>(action_spec));
-        break;
-    case 0x2000008e:
-        tell("p4_pd_velmar_switch_onMiss", p4_pd_velmar_switch_action_onMiss, action_name, action_id);
-        break;
+        VL_ACTION_WITH_PARAMETERS(0x2000008a, setIpv6PrtIdxNextHop);
+        VL_ACTION_WITH_PARAMETERS(0x2000008b, setIpv6PrtIdxNextHop2);
+        VL_ACTION_WITH_PARAMETERS(0x2000008c, setIpv6PrtIdxNextHop3);
+        VL_ACTION_WITH_PARAMETERS(0x2000008d, setIpv6PrtIdxEcmp);
+        VL_ACTION(0x2000008e, onMiss);
     default:
         log_unexpected("\"((void *)0)\" (NULL)", function, __LINE__);
         status = PD_STATUS_UNEXPECTED;
@@ -219,42 +131,17 @@ pd_status ipv4FinalResolve0_read(pd_session sess_hdl, pd_device dev_id, pd_entry
     Byte key[6] = {};
     Byte mask[6] = {};
     Answer answer(key, mask, 48, 6);
-    if (const pd_status refused = answer.ask(sess_hdl, dev_id, 0x1000033, entry_hdl, read_from_hw); refused != 0)
-        return refused;
     constexpr const char* function = "p4_pd_velmar_switch_ipv4FinalResolve0_get_entry";
-    if (answer.action.kind != PIPE_KIND_ACTION_DATA) {
-        log_unexpected("\"0\" (0)", function, __LINE__);
-        return PD_STATUS_UNEXPECTED;
-    }
     Resources resources;
-    if (!resources.list(answer.action)) return PD_STATUS_NO_MEMORY;
+    pd_status status = answer.ask(sess_hdl, dev_id, 0x1000033, entry_hdl, read_from_hw, function, resources);
+    if (status != PD_STATUS_OK) return status;
 
-    pd_status status = PD_STATUS_OK;
-    const Byte* const data = answer.data;
     switch (answer.act_hdl) {
-    case 0x20000085:
-        tell("p4_pd_velmar_switch_setNextHop0First", p4_pd_velmar_switch_action_setNextHop0First, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setNextHop0First_action_spec_t*>(action_spec));
-        break;
-    case 0x20000086:
-        tell("p4_pd_velmar_switch_setNextHop2First", p4_pd_velmar_switch_action_setNextHop2First, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setNextHop2First_action_spec_t*>(action_spec));
-        break;
-    case 0x20000087:
-        tell("p4_pd_velmar_switch_setNextHop3First", p4_pd_velmar_switch_action_setNextHop3First, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setNextHop3First_action_spec_t*>(action_spec));
-        break;
-    case 0x20000088:
-        tell("p4_pd_velmar_switch_setNextHop1First", p4_pd_velmar_switch_action_setNextHop1First, action_name,
-             action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setNextHop1First_action_spec_t*>(action_spec));
-        break;
-    case 0x20000089:
-        tell("p4_pd_velmar_switch_setDefaultVrf", p4_pd_velmar_switch_action_setDefaultVrf, action_name, action_id);
-        break;
+        VL_ACTION_WITH_PARAMETERS(0x20000085, setNextHop0First);
+        VL_ACTION_WITH_PARAMETERS(0x20000086, setNextHop2First);
+        VL_ACTION_WITH_PARAMETERS(0x20000087, setNextHop3First);
+        VL_ACTION_WITH_PARAMETERS(0x20000088, setNextHop1First);
+        VL_ACTION(0x20000089, setDefaultVrf);
     default:
         log_unexpected("\"((void *)0)\" (NULL)", function, __LINE__);
         status = PD_STATUS_UNEXPECTED;
@@ -275,42 +162,17 @@ pd_status mirrorPacketEncap_read(pd_session sess_hdl, pd_device dev_id, pd_entry
     Byte key[5] = {};
     Byte mask[5] = {};
     Answer answer(key, mask, 26, 5);
-    if (const pd_status refused = answer.ask(sess_hdl, dev_id, 0x100006B, entry_hdl, read_from_hw); refused != 0)
-        return refused;
     constexpr const char* function = "p4_pd_velmar_switch_mirrorPacketEncap_get_entry";
-    if (answer.action.kind != PIPE_KIND_ACTION_DATA) {
-        log_unexpected("\"0\" (0)", function, __LINE__);
-        return PD_STATUS_UNEXPECTED;
-    }
     Resources resources;
-    if (!resources.list(answer.action)) return PD_STATUS_NO_MEMORY;
+    pd_status status = answer.ask(sess_hdl, dev_id, 0x100006B, entry_hdl, read_from_hw, function, resources);
+    if (status != PD_STATUS_OK) return status;
 
-    pd_status status = PD_STATUS_OK;
-    const Byte* const data = answer.data;
     switch (answer.act_hdl) {
-    case 0x20000156:
-        tell("p4_pd_velmar_switch_setMirrorPacketEncapNone", p4_pd_velmar_switch_action_setMirrorPacketEncapNone,
-             action_name, action_id);
-        break;
-    case 0x20000157:
-        tell("p4_pd_velmar_switch_setMirrorPacketEncapCpu", p4_pd_velmar_switch_action_setMirrorPacketEncapCpu,
-             action_name, action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setMirrorPacketEncapCpu_action_spec_t*>(action_spec));
-        break;
-    case 0x20000158:
-        tell("p4_pd_velmar_switch_setMirrorPacketEncapGreIpv4", p4_pd_velmar_switch_action_setMirrorPacketEncapGreIpv4,
-             action_name, action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setMirrorPacketEncapGreIpv4_action_spec_t*>(action_spec));
-        break;
-    case 0x20000159:
-        tell("p4_pd_velmar_switch_setMirrorPacketEncapIntIpv4", p4_pd_velmar_switch_action_setMirrorPacketEncapIntIpv4,
-             action_name, action_id);
-        decode(data, static_cast<p4_pd_velmar_switch_setMirrorPacketEncapIntIpv4_action_spec_t*>(action_spec));
-        break;
-    case 0x2000015a:
-        tell("p4_pd_velmar_switch_egressMirrorDrop", p4_pd_velmar_switch_action_egressMirrorDrop, action_name,
-             action_id);
-        break;
+        VL_ACTION(0x20000156, setMirrorPacketEncapNone);
+        VL_ACTION_WITH_PARAMETERS(0x20000157, setMirrorPacketEncapCpu);
+        VL_ACTION_WITH_PARAMETERS(0x20000158, setMirrorPacketEncapGreIpv4);
+        VL_ACTION_WITH_PARAMETERS(0x20000159, setMirrorPacketEncapIntIpv4);
+        VL_ACTION(0x2000015a, egressMirrorDrop);
     default:
         log_unexpected("\"((void *)0)\" (NULL)", function, __LINE__);
         status = PD_STATUS_UNEXPECTED;

@@ -14,29 +14,6 @@ namespace by_hand {
 
 inline constexpr uint16_t data_capacity = 32;
 
-// One call of the driver with the buffers that it fills.
-struct Answer {
-    Byte data[data_capacity] = {};
-    pipe_match_record match;
-    alignas(vl_pd::bytes::Vector) pipe_action_record action;
-    pipe_act_hdl act_hdl = 0;
-
-    Answer(Byte* key, Byte* mask, uint16_t key_bits, uint16_t key_len) : match{key, mask, 0, 0, key_bits, key_len, 0} {
-        vl_pd::bytes::clear(action);
-        action.action.data_len = data_capacity;
-        action.action.data = data;
-    }
-
-    pd_status ask(pd_session sess_hdl, pd_device dev_id, pipe_tbl_hdl table, pd_entry entry_hdl,
-                  uint32_t read_from_hw) {
-        return pipe_mgr_get_entry(sess_hdl, table, {dev_id, PIPE_ALL_PIPES, 0}, entry_hdl, &match, &action, &act_hdl,
-                                  static_cast<uint8_t>(read_from_hw), 1, 0);
-    }
-    bool has_key() const {
-        return match.key_bytes != nullptr && match.key_len != 0;
-    }
-};
-
 [[gnu::cold, gnu::noinline]] inline void log_unexpected(const char* condition, const char* function, int line) {
     bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "ASSERTION FAILED: %s from %s:%d", condition, function,
                          line);
@@ -63,6 +40,36 @@ struct Resources {
     }
 };
 
+// One call of the driver with the buffers that it fills.
+struct Answer {
+    Byte data[data_capacity] = {};
+    pipe_match_record match;
+    alignas(vl_pd::bytes::Vector) pipe_action_record action;
+    pipe_act_hdl act_hdl = 0;
+
+    Answer(Byte* key, Byte* mask, uint16_t key_bits, uint16_t key_len) : match{key, mask, 0, 0, key_bits, key_len, 0} {
+        vl_pd::bytes::clear(action);
+        action.action.data_len = data_capacity;
+        action.action.data = data;
+    }
+
+    // PD_STATUS_OK if the answer holds action data, whose resources are listed then.
+    pd_status ask(pd_session sess_hdl, pd_device dev_id, pipe_tbl_hdl table, pd_entry entry_hdl, uint32_t read_from_hw,
+                  const char* function, Resources& resources) {
+        const pd_status refused = pipe_mgr_get_entry(sess_hdl, table, {dev_id, PIPE_ALL_PIPES, 0}, entry_hdl, &match,
+                                                     &action, &act_hdl, static_cast<uint8_t>(read_from_hw), 1, 0);
+        if (refused != 0) return refused;
+        if (action.kind != PIPE_KIND_ACTION_DATA) {
+            log_unexpected("\"0\" (0)", function, __LINE__);
+            return PD_STATUS_UNEXPECTED;
+        }
+        return resources.list(action) ? PD_STATUS_OK : PD_STATUS_NO_MEMORY;
+    }
+    bool has_key() const {
+        return match.key_bytes != nullptr && match.key_len != 0;
+    }
+};
+
 template <size_t size>
 inline void tell(const char (&name)[size], uint32_t number, char* action_name, uint32_t* action_id) {
     if (action_name != nullptr) std::memcpy(action_name, name, size);
@@ -70,3 +77,14 @@ inline void tell(const char (&name)[size], uint32_t number, char* action_name, u
 }
 
 } // namespace by_hand
+
+// A case of the switch over the action's handle, in a read with the usual names.
+#define VL_ACTION(handle, action)                                                                                      \
+    case handle:                                                                                                       \
+        tell("p4_pd_velmar_switch_" #action, p4_pd_velmar_switch_action_##action, action_name, action_id);             \
+        break
+#define VL_ACTION_WITH_PARAMETERS(handle, action)                                                                      \
+    case handle:                                                                                                       \
+        tell("p4_pd_velmar_switch_" #action, p4_pd_velmar_switch_action_##action, action_name, action_id);             \
+        decode(answer.data, static_cast<p4_pd_velmar_switch_##action##_action_spec_t*>(action_spec));                  \
+        break
