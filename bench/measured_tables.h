@@ -1,4 +1,4 @@
-// The tables that are measured, with the two arms of each: the library's functions and those written by hand.
+// The measured tables with both arms: the library's functions and those written by hand.
 #pragma once
 
 #include <dlfcn.h>
@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "hand_written.h"
+#include "medians.h"
 #include "null_driver.h"
 #include "vl_pd/velmar_switch.h"
 
@@ -17,7 +18,7 @@ namespace bench {
 
 struct NoSpec {};
 
-// What an add or a look-up is called with.
+// The arguments of an add or a look-up.
 template <class Table>
 struct Record {
     typename Table::MatchSpec match_spec;
@@ -25,7 +26,7 @@ struct Record {
     uint32_t priority;
 };
 
-// The three functions of one arm, whose types are the same in both.
+// The three functions of one arm. Both arms have the same types.
 template <class Add, class Find, class Read>
 struct Functions {
     Add* add;
@@ -41,10 +42,10 @@ void find_symbol(void* library, const char* name, Function*& function) {
     function = reinterpret_cast<Function*>(dlsym(library, name));
 }
 
-// What a table's names decide. Beside it a table has the handle of the action that is added and read, and the first and
-// the last of the handles of all its actions.
-#define VL_MEASURED_TABLE(table, action)                                                                               \
+// What follows from the names of a table and an action. `first` and `last` are the handles of all actions of the table.
+#define VL_MEASURED_TABLE(table, action, handle, first, last, resource)                                                \
     static constexpr const char* name = #table;                                                                        \
+    static constexpr uint32_t action_hdl = handle, first_handle = first, last_handle = last, resource_hdl = resource;  \
     using MatchSpec = p4_pd_velmar_switch_##table##_match_spec_t;                                                      \
     static constexpr Functions library{p4_pd_velmar_switch_##table##_table_add_with_##action,                          \
                                        p4_pd_velmar_switch_##table##_match_spec_to_entry_hdl,                          \
@@ -60,85 +61,58 @@ void find_symbol(void* library, const char* name, Function*& function) {
     static_assert(true)
 
 struct Ipv4Host {
-    VL_MEASURED_TABLE(ipv4Host, setNextHop);
+    VL_MEASURED_TABLE(ipv4Host, setNextHop, 0x2000006A, 0x20000069, 0x2000006D, 0);
     using ActionSpec = p4_pd_velmar_switch_setNextHop_action_spec_t;
-    static constexpr uint32_t action_hdl = 0x2000006A, first_handle = 0x20000069, last_handle = 0x2000006D;
-    static constexpr unsigned prefix_bits = 0;
-    static constexpr uint32_t resource_hdl = 0;
 };
 
 struct Ipv6Partition {
-    VL_MEASURED_TABLE(ipv6Partition, setIpv6PrtIdxNextHop);
+    VL_MEASURED_TABLE(ipv6Partition, setIpv6PrtIdxNextHop, 0x2000008A, 0x2000008A, 0x2000008E, 0);
     using ActionSpec = p4_pd_velmar_switch_setIpv6PrtIdxNextHop_action_spec_t;
-    static constexpr uint32_t action_hdl = 0x2000008A, first_handle = 0x2000008A, last_handle = 0x2000008E;
     static constexpr unsigned prefix_bits = 128;
-    static constexpr uint32_t resource_hdl = 0;
-    static void set_prefix_length(MatchSpec& spec, uint16_t length) {
-        spec.ingIpv6_dip_prefix_length = length;
-    }
+    static constexpr uint16_t MatchSpec::*prefix_length = &MatchSpec::ingIpv6_dip_prefix_length;
 };
 
 struct Ipv4FinalResolve0 {
-    VL_MEASURED_TABLE(ipv4FinalResolve0, setNextHop0First);
+    VL_MEASURED_TABLE(ipv4FinalResolve0, setNextHop0First, 0x20000085, 0x20000085, 0x20000089, 0);
     using ActionSpec = p4_pd_velmar_switch_setNextHop0First_action_spec_t;
-    static constexpr uint32_t action_hdl = 0x20000085, first_handle = 0x20000085, last_handle = 0x20000089;
     static constexpr unsigned prefix_bits = 32;
-    static constexpr uint32_t resource_hdl = 0;
-    static void set_prefix_length(MatchSpec& spec, uint16_t length) {
-        spec.ingIpv4_dip_prefix_length = length;
-    }
+    static constexpr uint16_t MatchSpec::*prefix_length = &MatchSpec::ingIpv4_dip_prefix_length;
 };
 
 struct TrapToCpu {
-    VL_MEASURED_TABLE(trapToCpu, copyPacket);
+    VL_MEASURED_TABLE(trapToCpu, copyPacket, 0x200000C5, 0x200000C4, 0x200000C8, 0x4000004);
     using ActionSpec = p4_pd_velmar_switch_copyPacket_action_spec_t;
-    static constexpr uint32_t action_hdl = 0x200000C5, first_handle = 0x200000C4, last_handle = 0x200000C8;
-    static constexpr unsigned prefix_bits = 0;
-    static constexpr uint32_t resource_hdl = 0x4000004;
 };
 
 struct FinalDropControl {
-    VL_MEASURED_TABLE(finalDropControl, dropCountAndMirror);
+    VL_MEASURED_TABLE(finalDropControl, dropCountAndMirror, 0x20000109, 0x20000104, 0x2000010B, 0x4000007);
     using ActionSpec = p4_pd_velmar_switch_dropCountAndMirror_action_spec_t;
-    static constexpr uint32_t action_hdl = 0x20000109, first_handle = 0x20000104, last_handle = 0x2000010B;
-    static constexpr unsigned prefix_bits = 0;
-    static constexpr uint32_t resource_hdl = 0x4000007;
 };
 
 struct FlowWatchlist {
-    VL_MEASURED_TABLE(flowWatchlist, intPermit);
+    VL_MEASURED_TABLE(flowWatchlist, intPermit, 0x200000F1, 0x200000F1, 0x200000F2, 0);
     using ActionSpec = NoSpec;
-    static constexpr uint32_t action_hdl = 0x200000F1, first_handle = 0x200000F1, last_handle = 0x200000F2;
-    static constexpr unsigned prefix_bits = 0;
-    static constexpr uint32_t resource_hdl = 0;
 };
 
 struct MirrorPacketEncap {
-    VL_MEASURED_TABLE(mirrorPacketEncap, setMirrorPacketEncapIntIpv4);
+    VL_MEASURED_TABLE(mirrorPacketEncap, setMirrorPacketEncapIntIpv4, 0x20000159, 0x20000156, 0x2000015A, 0x6000008);
     using ActionSpec = p4_pd_velmar_switch_setMirrorPacketEncapIntIpv4_action_spec_t;
-    static constexpr uint32_t action_hdl = 0x20000159, first_handle = 0x20000156, last_handle = 0x2000015A;
-    static constexpr unsigned prefix_bits = 0;
-    static constexpr uint32_t resource_hdl = 0x6000008;
 };
 
 #undef VL_MEASURED_TABLE
 
-// Calls visit.operator()<Table>() for each of them.
+// Calls visit.operator()<Table>() for each table.
 template <class Visit>
 void for_each_table(Visit visit) {
-    visit.template operator()<Ipv4Host>();
-    visit.template operator()<Ipv6Partition>();
-    visit.template operator()<Ipv4FinalResolve0>();
-    visit.template operator()<TrapToCpu>();
-    visit.template operator()<FinalDropControl>();
-    visit.template operator()<FlowWatchlist>();
-    visit.template operator()<MirrorPacketEncap>();
+    const auto visit_all = [&]<class... Table>() { (visit.template operator()<Table>(), ...); };
+    visit_all.template operator()<Ipv4Host, Ipv6Partition, Ipv4FinalResolve0, TrapToCpu, FinalDropControl,
+                                  FlowWatchlist, MirrorPacketEncap>();
 }
 
 inline constexpr pd_session session = 3;
 inline constexpr pd_dev_tgt target{.dev_id = 1, .pipe_id = 2, .reserved = 0};
 
-// The signatures of exported functions leave out what a table or an action doesn't have.
+// Exported functions lack the arguments that their table or action doesn't have.
 template <class Table, class Add>
 pd_status call_add(Add* add, const Record<Table>& record, pd_entry* entry) {
     using Spec = const typename Table::ActionSpec*;
@@ -160,7 +134,7 @@ pd_status call_find(Find* find, const Record<Table>& record, pd_entry* entry) {
         return find(session, target, &record.match_spec, entry);
 }
 
-// What a read writes. The action record has room for the largest of all tables.
+// The outputs of a read, with room for the largest action record of all tables.
 template <class Table>
 struct Outputs {
     typename Table::MatchSpec match_spec;
@@ -190,17 +164,17 @@ inline void fill(Random& random, void* memory, size_t size) {
         static_cast<uint8_t*>(memory)[i] = static_cast<uint8_t>(random());
 }
 
-// Every byte is random, padding included. A prefix length seldom lies beyond its field.
+// Every byte is random, including padding. A prefix length is seldom longer than its field.
 template <class Table>
 Record<Table> random_record(Random& random) {
     Record<Table> record;
     fill(random, &record, sizeof record);
-    if constexpr (Table::prefix_bits != 0)
-        Table::set_prefix_length(record.match_spec, static_cast<uint16_t>(random() % (Table::prefix_bits + 3)));
+    if constexpr (requires { Table::prefix_bits; })
+        record.match_spec.*Table::prefix_length = static_cast<uint16_t>(random() % (Table::prefix_bits + 3));
     return record;
 }
 
-// An answer of the driver, with the buffers that it names.
+// An answer of the driver, with its buffers.
 struct Answer {
     uint8_t key[48];
     uint8_t mask[48];
@@ -217,7 +191,7 @@ void randomize(Random& random, Answer& answer) {
     fill(random, answer.key, sizeof answer.key);
     fill(random, answer.mask, sizeof answer.mask);
     fill(random, answer.data, sizeof answer.data);
-    if constexpr (Table::prefix_bits != 0) {
+    if constexpr (requires { Table::prefix_bits; }) {
         // A random last byte alone would hardly vary the prefix length.
         const size_t zeros = random() % (Table::prefix_bits / 8 + 1);
         constexpr size_t key_len = Table::prefix_bits == 32 ? 6 : 17;
@@ -240,9 +214,6 @@ void randomize(Random& random, Answer& answer) {
     answer.driver.slot.index = static_cast<uint32_t>(random());
     answer.driver.slot.tag = PIPE_SLOT_ATTACHED;
 }
-
-// Records and answers vary from one iteration to the next, and are few enough to stay in the first cache.
-inline constexpr size_t ring_size = 64;
 
 template <class Table>
 const std::array<Answer, ring_size>& answers() {

@@ -1,11 +1,11 @@
-// What a benchmark says to the null driver, a driver that accepts everything and keeps nothing.
+// How a benchmark steers the null driver, which accepts everything and keeps nothing.
 #pragma once
 
 #include <cstdint>
 
 #include "vl_driver/types.h"
 
-// What pipe_mgr_get_entry answers. A record without key bytes stands for an entry without a key.
+// The answer of pipe_mgr_get_entry. A record without key bytes is an entry without a key.
 struct NullDriverAnswer {
     pipe_match_record match;
     pipe_act_hdl act_hdl;
@@ -16,7 +16,7 @@ struct NullDriverAnswer {
     pipe_resource_slot slot;
 };
 
-// An add, or a look-up, whose action arguments are 0 and null then.
+// An add or a look-up. A look-up has 0 and null for the action.
 struct NullDriverCall {
     pipe_sess_hdl sess_hdl;
     pipe_dev_tgt dev_tgt;
@@ -31,6 +31,6 @@ struct NullDriverCall {
 #pragma GCC visibility push(default)
 // Variables, not functions: a benchmark changes the answer in every iteration, for the price of one store.
 extern const NullDriverAnswer* null_driver_answer;
-// Is shown all calls that send a match record. Null while measuring.
+// Sees all adds and look-ups. It is null while a benchmark measures.
 extern void (*null_driver_observer)(const NullDriverCall& call);
 #pragma GCC visibility pop

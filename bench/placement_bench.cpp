@@ -1,7 +1,7 @@
-// What checking an entry against the hardware costs the library: decoding its placement data, reading it back and
-// comparing the two, beside the embedded driver's decoding and reading alone. The difference is the library's share,
-// which is to stay below the cost of one read. Lists of an entry's resources are in memory that the driver gives and
-// takes back, which is told apart.
+// What it costs the library to check an entry against the hardware: it decodes the entry's placement data, reads the entry
+// back and compares the two. Beside it run the embedded driver's decoding and reading alone. The difference is the
+// library's share, which should stay below the cost of one read. The driver gives and takes back the memory for lists of
+// an entry's resources; the share is printed with and without it.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -24,7 +24,6 @@ namespace {
 
 constexpr pd_device device = 0;
 constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = PD_ALL_PIPES, .reserved = 0};
-constexpr size_t ring_size = 64;
 
 pd_session session;
 
@@ -63,7 +62,7 @@ struct Placed {
     const void* data = nullptr;
 };
 
-// Random entries of the table; made at the first use.
+// Random entries of the table, made at the first use.
 template <class Table>
 const std::array<Placed, ring_size>& ring() {
     static const auto entries = [] {
@@ -89,7 +88,7 @@ const std::array<Placed, ring_size>& ring() {
     return entries;
 }
 
-// A driver's answer in buffers that are ready for the next one.
+// An answer of the driver, in buffers that are used again for the next one.
 struct Reading {
     uint8_t key[48]{}, mask[48]{}, data[32]{};
     pipe_match_record match{};
@@ -106,19 +105,14 @@ struct Reading {
 };
 
 template <class Table>
-pipe_status decode_alone(const Placed& placed, Reading& out) {
-    return pipe_mgr_plcmt_mat_data_get_entry(placed.data, &out.match, &out.action, &out.action_hdl);
-}
-
-template <class Table>
-pipe_status read_alone(const Placed& placed, Reading& out) {
+bool read_alone(const Placed& placed, Reading& out) {
     out.match.key_len = Table::key_len;
     out.action.action.data_len = sizeof out.data;
     return pipe_mgr_get_entry(session, Table::handle, {device, PIPE_ALL_PIPES, 0}, placed.entry, &out.match,
-                              &out.action, &out.action_hdl, 1, 1, 0);
+                              &out.action, &out.action_hdl, 1, 1, 0) == 0;
 }
 
-// The arms. Each is true if all went well and the two views are equal.
+// The arms. Each returns true if all calls succeed and both views are equal.
 
 template <class Table>
 bool check(const Placed& placed) {
@@ -129,16 +123,18 @@ bool check(const Placed& placed) {
 template <class Table>
 bool both_reads(const Placed& placed) {
     static Reading software, hardware;
-    return decode_alone<Table>(placed, software) == 0 && read_alone<Table>(placed, hardware) == 0;
+    return pipe_mgr_plcmt_mat_data_get_entry(placed.data, &software.match, &software.action, &software.action_hdl) ==
+               0 &&
+           read_alone<Table>(placed, hardware);
 }
 
 template <class Table>
 bool one_read(const Placed& placed) {
     static Reading hardware;
-    return read_alone<Table>(placed, hardware) == 0;
+    return read_alone<Table>(placed, hardware);
 }
 
-// The lists of one check: one for what is decoded and one for what is read, of entries that have a resource.
+// The lists of one check, if entries have a resource: one for the decoded entry, and one for the entry read.
 template <class Table>
 bool lists(const Placed&) {
     bool made = true;
@@ -153,12 +149,11 @@ bool lists(const Placed&) {
 using Arm = bool(const Placed& placed);
 
 [[gnu::noinline]] void measure(benchmark::State& state, Arm* arm, const std::array<Placed, ring_size>& entries) {
-    size_t i = 0;
-    for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(arm(entries[i]));
+    go_round(state, [&](size_t i) {
+        const bool done = arm(entries[i]);
         benchmark::ClobberMemory();
-        i = (i + 1) % ring_size;
-    }
+        return done;
+    });
 }
 
 template <class Table>
@@ -185,10 +180,10 @@ bool prepare() {
 
 template <class Table>
 void print_share(const Medians& medians) {
-    const double* const whole = medians.find(benchmark_name<Table>("check"));
-    const double* const reads = medians.find(benchmark_name<Table>("both reads"));
-    const double* const read = medians.find(benchmark_name<Table>("one read"));
-    const double* const memory = medians.find(benchmark_name<Table>("lists"));
+    const double *const whole = find(medians, benchmark_name<Table>("check")),
+                        *const reads = find(medians, benchmark_name<Table>("both reads")),
+                        *const read = find(medians, benchmark_name<Table>("one read")),
+                        *const memory = find(medians, benchmark_name<Table>("lists"));
     if (whole == nullptr || reads == nullptr || read == nullptr || memory == nullptr) return;
     const double share = *whole - *reads, code = share - (Table::has_resource ? *memory : 0);
     std::printf("%-22s %8.1f %11.1f %9.1f %8.1f %7.2f %15.1f %7.2f\n", Table::name, *whole, *reads, *read, share,

@@ -1,4 +1,4 @@
-// Before anything is measured: both arms must do the same work, or their times can't be compared.
+// Checks that both arms do the same work; otherwise their times can't be compared.
 #pragma once
 
 #include <algorithm>
@@ -9,41 +9,46 @@
 
 namespace bench {
 
-// A call that reached the driver as one string of bytes, with the buffers in place of the pointers to them.
+// A call that reached the driver as one string of bytes, with buffers in place of the pointers to them.
 inline std::string observed;
 
 inline void append(const void* memory, size_t size) {
     observed.append(static_cast<const char*>(memory), size);
 }
 
+template <class Record>
+void append(const Record& record) {
+    append(&record, sizeof record);
+}
+
 inline void observe(const NullDriverCall& call) {
-    append(&call.sess_hdl, sizeof call.sess_hdl);
-    append(&call.dev_tgt, sizeof call.dev_tgt);
-    append(&call.tbl_hdl, sizeof call.tbl_hdl);
+    append(call.sess_hdl);
+    append(call.dev_tgt);
+    append(call.tbl_hdl);
     pipe_match_record match = *call.match;
     append(match.key_bytes, match.key_len);
     append(match.mask_bytes, match.key_len);
     match.key_bytes = match.mask_bytes = nullptr;
-    append(&match, sizeof match);
-    append(&call.act_hdl, sizeof call.act_hdl);
+    append(match);
+    append(call.act_hdl);
     if (call.action != nullptr) {
         pipe_action_record action;
-        std::memcpy(&action, call.action, sizeof action); // an assignment could lose what stands between the fields
+        std::memcpy(&action, call.action, sizeof action); // an assignment could lose the bytes between the fields
         observed += action.action.data == nullptr ? "no data" : "data";
         append(action.action.data, action.action.data_len);
         action.action.data = nullptr;
-        append(&action, sizeof action);
+        append(action);
     }
-    append(&call.ttl, sizeof call.ttl);
-    append(&call.flags, sizeof call.flags);
+    append(call.ttl);
+    append(call.flags);
 }
 
-// What a call did: its status, what it wrote and what reached the driver.
+// The effect of a call: its status, what it wrote and what the driver got.
 template <class Call>
 std::string effect(Call call) {
     observed.clear();
     const pd_status status = call();
-    append(&status, sizeof status);
+    append(status);
     return observed;
 }
 
@@ -61,7 +66,7 @@ std::string effect_of_read(const Arm& arm, bool with_name, bool with_id) {
     std::memset(&out, 0xA5, sizeof out);
     return effect([&] {
         const pd_status status = call_read<Table>(arm.read, out, with_name, with_id);
-        append(&out, sizeof out);
+        append(out);
         return status;
     });
 }
@@ -106,7 +111,7 @@ bool same_effect() {
     return same_reads<Table>(random);
 }
 
-// Says what differs, if anything does.
+// Prints the first difference, if there is one.
 inline bool all_have_same_effect() {
     null_driver_observer = observe;
     bool all = true;

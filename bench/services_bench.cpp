@@ -1,6 +1,6 @@
-// What the services cost that build or unpack more than a record: predicting a hash, beside the same stream built bit
-// by bit, and reading a range of register cells, beside a loop over the same driver's records written by hand for that
-// register. The driver is as good as none.
+// What services cost that handle more than a record. The prediction of a hash runs beside the same stream built bit by
+// bit, the read of a range of register cells beside a loop written by hand for that register. The driver does next to
+// nothing.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -66,7 +66,7 @@ pd_status predict_bit_by_bit(uint32_t count, pd_hash_attribute* fields, const ui
     });
 }
 
-// What the others have in common: memory of that size and the driver's call.
+// The part that all predictions have: memory of that size, and the driver's call.
 pd_status predict_nothing(uint32_t count, pd_hash_attribute*, const uint32_t* field_widths, uint8_t* hash,
                           uint32_t hash_len) {
     return predict_by_hand(count, field_widths, hash, hash_len, [](uint8_t*, uint32_t) {});
@@ -110,7 +110,7 @@ pd_status read_range_by_library(uint32_t flags, RangeOutputs& out) {
                                                              out.values.data(), &out.value_count);
 }
 
-// One register of 32-bit words and no other.
+// For one register of 32-bit words alone.
 pd_status read_range_by_hand(uint32_t flags, RangeOutputs& out) {
     constexpr uint32_t seq_number = 0x6000008;
     constexpr pipe_dev_tgt all_pipes = {device, PIPE_ALL_PIPES, 0};
@@ -148,46 +148,41 @@ bool same_cells() {
     return read_range_by_library(1, by_library) == read_range_by_hand(1, by_hand) && by_library == by_hand;
 }
 
-void print_ratio(const Medians& medians, const char* what, const char* slow, const char* fast) {
-    const double* const left = medians.find(slow);
-    const double* const right = medians.find(fast);
-    if (left != nullptr && right != nullptr)
-        std::printf("%-34s %10.1f ns %10.1f ns   %5.2f times\n", what, *left, *right, *left / *right);
-}
-
 } // namespace
 } // namespace bench
 
 int main(int argc, char** argv) {
-    if (!bench::initialize(argc, argv)) return 1;
-    if (!bench::same_streams(bench::widths) || !bench::same_streams(bench::odd_widths) || !bench::same_cells()) {
-        std::fprintf(stderr, "The library and the code that it is measured by differ in what they do\n");
+    using namespace bench;
+    if (!initialize(argc, argv)) return 1;
+    if (!same_streams(widths) || !same_streams(odd_widths) || !same_cells()) {
+        std::fprintf(stderr, "The library and the code that it is compared with differ in their effect\n");
         return 1;
     }
-    const auto prediction = [](const char* name, auto predict, const auto& widths) {
-        benchmark::RegisterBenchmark(
-            name, [predict, &widths](benchmark::State& state) { bench::measure_prediction(state, predict, widths); });
+    const auto prediction = [](const char* name, Predict predict, const auto& field_widths) {
+        benchmark::RegisterBenchmark(name, [predict, &field_widths](benchmark::State& state) {
+            measure_prediction(state, predict, field_widths);
+        });
     };
-    prediction("five_tuple/library", &bench::predict_by_library, bench::widths);
-    prediction("five_tuple/bit_by_bit", &bench::predict_bit_by_bit, bench::widths);
-    prediction("five_tuple/driver_alone", &bench::predict_nothing, bench::widths);
-    prediction("five_tuple_shifted/library", &bench::predict_by_library, bench::odd_widths);
-    prediction("five_tuple_shifted/bit_by_bit", &bench::predict_bit_by_bit, bench::odd_widths);
-    benchmark::RegisterBenchmark("range_read/library", bench::measure_range_read, &bench::read_range_by_library);
-    benchmark::RegisterBenchmark("range_read/by_hand", bench::measure_range_read, &bench::read_range_by_hand);
+    prediction("five_tuple/library", predict_by_library, widths);
+    prediction("five_tuple/bit_by_bit", predict_bit_by_bit, widths);
+    prediction("five_tuple/driver_alone", predict_nothing, widths);
+    prediction("five_tuple_shifted/library", predict_by_library, odd_widths);
+    prediction("five_tuple_shifted/bit_by_bit", predict_bit_by_bit, odd_widths);
+    benchmark::RegisterBenchmark("range_read/library", measure_range_read, &read_range_by_library);
+    benchmark::RegisterBenchmark("range_read/by_hand", measure_range_read, &read_range_by_hand);
 
-    const bench::Medians medians = bench::run();
-    std::printf("\n");
-    bench::print_ratio(medians, "five-tuple, bit by bit / library", "five_tuple/bit_by_bit", "five_tuple/library");
-    bench::print_ratio(medians, "the same shifted by three bits", "five_tuple_shifted/bit_by_bit",
-                       "five_tuple_shifted/library");
-    if (const double* const alone = medians.find("five_tuple/driver_alone"))
-        std::printf("%-34s %10.1f ns, in each of these\n", "memory and the driver's call", *alone);
-    bench::print_ratio(medians, "1,024 cells, library / by hand", "range_read/library", "range_read/by_hand");
-    const double* const by_library = medians.find("range_read/library");
-    const double* const by_hand = medians.find("range_read/by_hand");
+    const Medians medians = run();
+    print_header("bit by bit", "library");
+    print_ratio(medians, "five-tuple", "five_tuple/bit_by_bit", "five_tuple/library");
+    print_ratio(medians, "the same shifted by three bits", "five_tuple_shifted/bit_by_bit",
+                "five_tuple_shifted/library");
+    if (const double* const alone = find(medians, "five_tuple/driver_alone"))
+        std::printf("%-34s %12.1f, in each of these\n", "memory and the driver's call", *alone);
+    print_header("library", "by hand");
+    print_ratio(medians, "1,024 cells of four values", "range_read/library", "range_read/by_hand");
+    const double *const by_library = find(medians, "range_read/library"), *const by_hand =
+                                                                              find(medians, "range_read/by_hand");
     if (by_library != nullptr && by_hand != nullptr)
-        std::printf("%-34s %10.2f ns %10.2f ns\n", "per cell of four values", *by_library / bench::cells,
-                    *by_hand / bench::cells);
+        std::printf("%-34s %12.2f %12.2f\n", "per cell", *by_library / cells, *by_hand / cells);
     benchmark::Shutdown();
 }

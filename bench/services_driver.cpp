@@ -1,11 +1,10 @@
-// A driver that is as good as none for the services that build or unpack lists: memory costs its clearing, and reads
-// say that all was read. Only to compare what callers do with its answers does it give any: cells if it is to ask the
-// hardware, and as a hash the whole stream if there is room.
+// A driver that does next to nothing for services that build or unpack lists. Memory costs its clearing, and a read says
+// that all cells were read. To compare callers it also gives answers: cells when a read asks the hardware, and the whole
+// stream as the hash if there is room for it.
 #include <cstdint>
 #include <cstring>
 
 #include "vl_driver/hash.h"
-#include "vl_driver/member_shadow.h"
 #include "vl_driver/registers.h"
 #include "vl_driver/system.h"
 
@@ -50,10 +49,5 @@ pipe_status pipe_stful_ent_query_range(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl
             }
         }
     *cells_read = static_cast<uint32_t>(count);
-    return 0;
-}
-
-// The library takes this one's address when it is loaded.
-pipe_status p4_pd_ms_grp_update_res(pipe_dev_id, pipe_grp_hdl, pipe_mbr_hdl, void*) {
     return 0;
 }

@@ -1,5 +1,5 @@
-// What texts cost, beside the plain way to make them: a formatted write for each field, and for schemas a bare copy of
-// as many bytes. Both arms of an entry's value string read it with the library's own function from the null driver.
+// What texts cost, beside the plain way to make them: a formatted write for each field, and for schemas a copy of as many
+// bytes. Both arms of an entry's value string read the entry from the null driver with the library's own function.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -27,7 +27,11 @@ int dev_null() {
     return fd;
 }
 
-// The plain way.
+// The plain way. The bytes of a wide value go to one formatted write.
+#define VL_WIDE_FORMAT "%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X"
+#define VL_WIDE_BYTES(from)                                                                                            \
+    from[0], from[1], from[2], from[3], from[4], from[5], from[6], from[7], from[8], from[9], from[10], from[11],      \
+        from[12], from[13], from[14], from[15]
 
 template <catalog::TableRef T>
 char* plain_match_value(char* out, const void* record) {
@@ -35,9 +39,7 @@ char* plain_match_value(char* out, const void* record) {
     for (const Column& column : columns<T>) {
         const auto* const from = static_cast<const uint8_t*>(record) + column.record_offset;
         if (column.wide()) {
-            out += std::snprintf(out, 64, "0x%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X,",
-                                 from[0], from[1], from[2], from[3], from[4], from[5], from[6], from[7], from[8],
-                                 from[9], from[10], from[11], from[12], from[13], from[14], from[15]);
+            out += std::snprintf(out, 64, "0x" VL_WIDE_FORMAT ",", VL_WIDE_BYTES(from));
         } else {
             const uint32_t value = vl_pd::load_word(static_cast<const uint8_t*>(record), column);
             out += std::snprintf(out, 64, "0x%0*x,", static_cast<int>(column.digits), value & column.word_mask());
@@ -58,7 +60,8 @@ char* plain_action_value(char* out, const p4_pd_velmar_switch_copyPacket_action_
 }
 
 template <class Table, catalog::TableRef T>
-int plain_entry_value(char* buffer) {
+int plain_entry_value(size_t i, char* buffer) {
+    null_driver_answer = &answers<Table>()[i].driver;
     Outputs<Table> read{};
     if (call_read<Table>(Table::library.read, read, false) != 0) return 0;
     char* out = buffer + std::sprintf(buffer, "((");
@@ -70,7 +73,7 @@ int plain_entry_value(char* buffer) {
     return static_cast<int>(out - buffer);
 }
 
-// The cases. Each gives the text's length in both arms.
+// The cases. Both arms return the length of the text.
 
 template <class Table>
 const std::array<typename Table::MatchSpec, ring_size>& records() {
@@ -92,28 +95,10 @@ int plain_trap_match_value(size_t i, char* buffer) {
     return static_cast<int>(plain_match_value<catalog::table("trapToCpu")>(buffer, &records<TrapToCpu>()[i]) - buffer);
 }
 
-template <class Table, class Value>
-int library_entry_value(Value* value, size_t i, char* buffer) {
+template <class Table, auto* value>
+int library_entry_value(size_t i, char* buffer) {
     null_driver_answer = &answers<Table>()[i].driver;
     return value(session, target.dev_id, 1, 0, buffer);
-}
-
-int library_trap_value(size_t i, char* buffer) {
-    return library_entry_value<TrapToCpu>(p4_pd_velmar_switch_trapToCpu_value, i, buffer);
-}
-
-int library_host_value(size_t i, char* buffer) {
-    return library_entry_value<Ipv4Host>(p4_pd_velmar_switch_ipv4Host_value, i, buffer);
-}
-
-int plain_trap_value(size_t i, char* buffer) {
-    null_driver_answer = &answers<TrapToCpu>()[i].driver;
-    return plain_entry_value<TrapToCpu, catalog::table("trapToCpu")>(buffer);
-}
-
-int plain_host_value(size_t i, char* buffer) {
-    null_driver_answer = &answers<Ipv4Host>()[i].driver;
-    return plain_entry_value<Ipv4Host, catalog::table("ipv4Host")>(buffer);
 }
 
 int library_schema(size_t, char* buffer) {
@@ -142,14 +127,13 @@ int plain_print(size_t i, char* buffer) {
     int last = 0;
     for (const Column& column : columns<catalog::table("trapToCpu")>) {
         const uint8_t* const from = record + column.record_offset;
-        last =
-            column.wide()
-                ? std::snprintf(
-                      out, 128, "%*c %s%s: 0x%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X\n", 2,
-                      ' ', column.pd_name, column.pd_suffix, from[0], from[1], from[2], from[3], from[4], from[5],
-                      from[6], from[7], from[8], from[9], from[10], from[11], from[12], from[13], from[14], from[15])
-                : std::snprintf(out, 128, "%*c %s%s: 0x%0*x\n", 2, ' ', column.pd_name, column.pd_suffix,
-                                static_cast<int>(column.digits), vl_pd::load_word(record, column) & column.word_mask());
+        if (column.wide())
+            last = std::snprintf(out, 128, "%*c %s%s: 0x" VL_WIDE_FORMAT "\n", 2, ' ', column.pd_name, column.pd_suffix,
+                                 VL_WIDE_BYTES(from));
+        else
+            last =
+                std::snprintf(out, 128, "%*c %s%s: 0x%0*x\n", 2, ' ', column.pd_name, column.pd_suffix,
+                              static_cast<int>(column.digits), vl_pd::load_word(record, column) & column.word_mask());
         out += last;
     }
     const ssize_t written = write(dev_null(), buffer, static_cast<size_t>(out - buffer));
@@ -168,8 +152,10 @@ struct Case {
 
 constexpr Case cases[] = {
     {"trapToCpu match value", library_match_value, plain_trap_match_value, "snprintf"},
-    {"trapToCpu entry value", library_trap_value, plain_trap_value, "snprintf"},
-    {"ipv4Host entry value", library_host_value, plain_host_value, "snprintf"},
+    {"trapToCpu entry value", library_entry_value<TrapToCpu, p4_pd_velmar_switch_trapToCpu_value>,
+     plain_entry_value<TrapToCpu, catalog::table("trapToCpu")>, "snprintf"},
+    {"ipv4Host entry value", library_entry_value<Ipv4Host, p4_pd_velmar_switch_ipv4Host_value>,
+     plain_entry_value<Ipv4Host, catalog::table("ipv4Host")>, "snprintf"},
     {"trapToCpu print", library_print, plain_print, "snprintf, one write"},
     {"finalDropControl schema", library_schema, plain_schema, "memcpy"},
 };
@@ -191,39 +177,31 @@ bool both_arms_agree() {
 
 [[gnu::noinline]] void measure(benchmark::State& state, Arm* arm) {
     char buffer[buffer_size];
-    size_t i = 0;
-    for ([[maybe_unused]] auto _ : state) {
-        benchmark::DoNotOptimize(arm(i, buffer));
+    go_round(state, [&](size_t i) {
+        const int length = arm(i, buffer);
         benchmark::ClobberMemory();
-        i = (i + 1) % ring_size;
-    }
+        return length;
+    });
 }
 
 std::string benchmark_name(const Case& each, const char* arm) {
     return std::string(each.name) + "/" + arm;
 }
 
-void print_ratios(const Medians& medians) {
-    std::printf("\n%-26s %12s %12s %7s\n", "", "library, ns", "plain, ns", "times");
-    for (const Case& each : cases) {
-        const double* const library = medians.find(benchmark_name(each, "library"));
-        const double* const plain = medians.find(benchmark_name(each, "plain"));
-        if (library != nullptr && plain != nullptr)
-            std::printf("%-26s %12.1f %12.1f %7.2f  (%s)\n", each.name, *library, *plain, *plain / *library,
-                        each.plain_name);
-    }
-}
-
 } // namespace
 } // namespace bench
 
 int main(int argc, char** argv) {
-    if (!bench::both_arms_agree()) return 1;
-    if (!bench::initialize(argc, argv)) return 1;
-    for (const bench::Case& each : bench::cases) {
-        benchmark::RegisterBenchmark(bench::benchmark_name(each, "library").c_str(), bench::measure, each.library);
-        benchmark::RegisterBenchmark(bench::benchmark_name(each, "plain").c_str(), bench::measure, each.plain);
+    using namespace bench;
+    if (!both_arms_agree() || !initialize(argc, argv)) return 1;
+    for (const Case& each : cases) {
+        benchmark::RegisterBenchmark(benchmark_name(each, "library").c_str(), measure, each.library);
+        benchmark::RegisterBenchmark(benchmark_name(each, "plain").c_str(), measure, each.plain);
     }
-    bench::print_ratios(bench::run());
+    const Medians medians = run();
+    print_header("plain", "library", "times");
+    for (const Case& each : cases)
+        print_ratio(medians, each.name, benchmark_name(each, "plain"), benchmark_name(each, "library"),
+                    each.plain_name);
     benchmark::Shutdown();
 }
