@@ -1,23 +1,22 @@
-// Options by getopt_long, which takes them in any order and place; what doesn't go together is refused here, before
-// anything is loaded.
+// getopt_long() parses the options, which may stand anywhere. Options that don't go together are refused before anything
+// is loaded.
 #include "pd_show/arguments.h"
 
+#include <array>
 #include <charconv>
 #include <cstddef>
-#include <cstdint>
-#include <string>
 #include <string_view>
-#include <system_error>
 #include <vector>
 
 #include <getopt.h>
 
-#include "pd_show/near_names.h"
-#include "pd_show/problem.h"
+#include "pd_show/output.h"
+#include "pd_show/work.h"
 
 namespace pd_show {
+namespace {
 
-const char usage[] = R"(Usage: pd-show [OPTION]... COMMAND [NAME]
+constexpr char usage[] = R"(Usage: pd-show [OPTION]... COMMAND [NAME]
 
 Shows what the tables of the switch hold. The driver and the library are loaded into this process; the embedded driver
 starts empty there, so that --demo or --routes gives it something to show.
@@ -61,30 +60,27 @@ Exit status:
   127  the driver called a function that neither it nor its libraries have; the loader names it
 )";
 
-const char version[] = "pd-show " PD_SHOW_VERSION "\n";
+constexpr char version[] = "pd-show " PD_SHOW_VERSION "\n";
 
-namespace {
-
-struct CommandName {
+struct CommandRow {
     const char* name;
-    Command command;
-    enum class Names { none, optional, needed } names;
+    Command* command;
+    int least_names;
+    int most_names;
 };
 
-constexpr CommandName commands[] = {
-    {"tables", Command::tables, CommandName::Names::none},
-    {"table", Command::table, CommandName::Names::needed},
-    {"entries", Command::entries, CommandName::Names::optional},
-    {"counters", Command::counters, CommandName::Names::optional},
-    {"verify", Command::verify, CommandName::Names::optional},
-};
+constexpr CommandRow commands[] = {{"tables", show_tables, 0, 0},
+                                   {"table", show_table, 1, 1},
+                                   {"entries", show_entries, 0, 1},
+                                   {"counters", show_counters, 0, 1},
+                                   {"verify", verify, 0, 1}};
 
-struct FormatName {
+struct FormatRow {
     const char* name;
     Format format;
 };
 
-constexpr FormatName formats[] = {{"text", Format::text}, {"json", Format::json}, {"value", Format::value}};
+constexpr FormatRow formats[] = {{"text", Format::text}, {"json", Format::json}, {"value", Format::value}};
 
 [[noreturn]] void refuse(const std::string& what) {
     throw Problem(exit_bad_usage, what + "; pd-show --help tells more");
@@ -106,7 +102,7 @@ const Row& choose(const Row (&rows)[count], const char* kind, const std::string&
     refuse(what);
 }
 
-uint32_t number(const char* option, std::string_view text, uint32_t most) {
+uint32_t number(const char* option, std::string_view text, uint32_t most = UINT32_MAX) {
     uint32_t value = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     if (error != std::errc() || end != text.data() + text.size() || value > most)
@@ -115,86 +111,60 @@ uint32_t number(const char* option, std::string_view text, uint32_t most) {
     return value;
 }
 
-// Behind letters, in the order of `options`.
-enum Option { driver = 256, session, device, demo, routes, hw, format, time, corrupt, seed, help, show_version };
-
-constexpr option options[] = {
-    {"driver", required_argument, nullptr, driver},
-    {"session", required_argument, nullptr, session},
-    {"device", required_argument, nullptr, device},
-    {"demo", no_argument, nullptr, demo},
-    {"routes", required_argument, nullptr, routes},
-    {"hw", no_argument, nullptr, hw},
-    {"format", required_argument, nullptr, format},
-    {"time", no_argument, nullptr, time},
-    {"corrupt", required_argument, nullptr, corrupt},
-    {"seed", required_argument, nullptr, seed},
-    {"help", no_argument, nullptr, help},
-    {"version", no_argument, nullptr, show_version},
-    {nullptr, 0, nullptr, 0},
+struct OptionRow {
+    const char* name;
+    int has_value; // as getopt_long() takes it
+    void (*take)(Arguments& read, const char* value);
 };
 
-// `last` is the argument that getopt_long went through last. It may be one with several letters, of which `optopt` is
-// the wrong one, or a known option's that has a value too many.
+constexpr OptionRow options[] = {
+    {"driver", 1, [](Arguments& read, const char* value) { read.driver = value; }},
+    {"session", 1, [](Arguments& read, const char* value) { read.session = number("--session", value); }},
+    {"device", 1, [](Arguments& read, const char* value) { read.device = number("--device", value, 255); }},
+    {"demo", 0, [](Arguments& read, const char*) { read.demo = true; }},
+    {"routes", 1, [](Arguments& read, const char* value) { read.routes = value; }},
+    {"hw", 0, [](Arguments& read, const char*) { read.from_hw = true; }},
+    {"format", 1, [](Arguments& read, const char* value) { read.format = choose(formats, "format", value).format; }},
+    {"time", 0, [](Arguments& read, const char*) { read.time = true; }},
+    {"corrupt", 1, [](Arguments& read, const char* value) { read.corrupt = number("--corrupt", value); }},
+    {"seed", 1, [](Arguments& read, const char* value) { read.seed = number("--seed", value); }},
+    {"help", 0, [](Arguments& read, const char*) { read.answer = usage; }},
+    {"version", 0, [](Arguments& read, const char*) { read.answer = version; }},
+};
+
+constexpr int first_option = 256; // what getopt_long() returns for the first row; letters are below
+
+constexpr auto long_options = [] {
+    std::array<option, std::size(options) + 1> all{}; // the last one is empty
+    for (size_t i = 0; i < std::size(options); ++i)
+        all[i] = {options[i].name, options[i].has_value, nullptr, first_option + static_cast<int>(i)};
+    return all;
+}();
+
+// getopt_long() sets `optopt` to an unknown letter, or to an option that takes no value and got one, or to 0 for an
+// unknown long option. Only then is `last`, the argument that it read last, surely the wrong one.
 [[noreturn]] void refuse_option(const char* last) {
     if (optopt == 0) refuse("there is no option " + std::string(last));
-    if (optopt < driver) refuse(std::string("there is no option -") + static_cast<char>(optopt));
-    refuse("--" + std::string(options[optopt - driver].name) + " takes no value");
-}
-
-void take_option(Arguments& read, int found) {
-    switch (found) {
-    case driver:
-        read.driver = optarg;
-        break;
-    case session:
-        read.session = number("--session", optarg, UINT32_MAX);
-        break;
-    case device:
-        read.device = number("--device", optarg, 255);
-        break;
-    case demo:
-        read.demo = true;
-        break;
-    case routes:
-        read.routes = optarg;
-        break;
-    case hw:
-        read.from_hw = true;
-        break;
-    case format:
-        read.format = choose(formats, "format", optarg).format;
-        break;
-    case time:
-        read.time = true;
-        break;
-    case corrupt:
-        read.corrupt = number("--corrupt", optarg, UINT32_MAX);
-        break;
-    case seed:
-        read.seed = number("--seed", optarg, UINT32_MAX);
-        break;
-    }
+    if (optopt < first_option) refuse(std::string("there is no option -") + static_cast<char>(optopt));
+    refuse("--" + std::string(options[optopt - first_option].name) + " takes no value");
 }
 
 // The command and its name.
 void take_words(Arguments& read, int count, char** words) {
     if (count == 0) refuse("there is no command");
-    const CommandName& chosen = choose(commands, "command", words[0]);
+    const CommandRow& chosen = choose(commands, "command", words[0]);
     read.command = chosen.command;
     const int names = count - 1;
-    if (names > (chosen.names == CommandName::Names::none ? 0 : 1))
-        refuse("what is " + std::string(words[count - 1]) + " behind " + chosen.name + "?");
+    if (names > chosen.most_names) refuse("what is " + std::string(words[names]) + " behind " + chosen.name + "?");
+    if (names < chosen.least_names) refuse(std::string(chosen.name) + " needs a name");
     if (names == 1) read.name = words[1];
-    if (names == 0 && chosen.names == CommandName::Names::needed) refuse(std::string(chosen.name) + " needs a name");
 }
 
 void check(const Arguments& read) {
-    if (read.command != Command::entries && (read.format || read.time))
-        refuse("--format and --time are for entries alone");
-    if (read.command != Command::entries && read.command != Command::counters && read.from_hw)
+    if (read.command != show_entries && (read.format || read.time)) refuse("--format and --time are for entries alone");
+    if (read.command != show_entries && read.command != show_counters && read.from_hw)
         refuse("--hw is for entries and counters alone");
-    if (read.corrupt && read.command != Command::verify) refuse("--corrupt is for verify alone");
+    if (read.corrupt && read.command != verify) refuse("--corrupt is for verify alone");
     if (read.corrupt && read.name) refuse("--corrupt damages all tables, and all are compared then: it takes no name");
     if (read.corrupt && !read.demo && !read.routes) refuse("--corrupt needs --demo or --routes");
     if (read.seed && !read.corrupt) refuse("--seed is for --corrupt alone");
@@ -205,15 +175,14 @@ void check(const Arguments& read) {
 Arguments read_arguments(int count, char** arguments) {
     Arguments read;
     opterr = 0;
-    for (int found; (found = getopt_long(count, arguments, ":h", options, nullptr)) != -1;) {
-        if (found == help || found == 'h') return {};
-        if (found == show_version) {
-            read.command = Command::version;
-            return read;
-        }
-        if (found == ':') refuse("--" + std::string(options[optopt - driver].name) + " needs a value");
+    for (int found; (found = getopt_long(count, arguments, ":h", long_options.data(), nullptr)) != -1;) {
+        if (found == ':') refuse("--" + std::string(options[optopt - first_option].name) + " needs a value");
         if (found == '?') refuse_option(arguments[optind - 1]);
-        take_option(read, found);
+        if (found == 'h')
+            read.answer = usage;
+        else
+            options[found - first_option].take(read, optarg);
+        if (read.answer != nullptr) return read;
     }
     take_words(read, count - optind, arguments + optind);
     check(read);

@@ -7,14 +7,17 @@
 
 namespace pd_show {
 
-enum class Command { help, version, tables, table, entries, counters, verify };
+struct Work;
+using Command = bool(const Work& work);
+
 enum class Format { text, json, value };
 
 struct Arguments {
-    Command command = Command::help;
-    std::optional<std::string> name; // of what the command is about, if not of all
+    const char* answer = nullptr; // the help or the version; if it is set, there is no command
+    Command* command = nullptr;
+    std::optional<std::string> name; // of a table or counter; the command is about all of them if there is none
     std::optional<Format> format;
-    std::optional<std::string> driver; // the embedded one if none is named
+    std::optional<std::string> driver; // the embedded driver if none is given
     std::optional<uint32_t> session;
     uint32_t device = 0;
     bool demo = false;
@@ -24,9 +27,6 @@ struct Arguments {
     std::optional<uint32_t> corrupt; // how many entries
     std::optional<uint32_t> seed;
 };
-
-extern const char usage[];
-extern const char version[];
 
 // Throws Problem.
 Arguments read_arguments(int count, char** arguments);

@@ -1,37 +1,43 @@
-// Damage to the embedded driver's hardware, and which of it a comparison can see. That is told by the value strings of
-// both sides, and not by the library's comparison, which is there to be checked.
+// Damages the embedded driver's hardware, and predicts which damage a comparison sees. The prediction compares the
+// entries that the library reads from both sides. It doesn't use the library's comparison, which is there to be checked.
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
-#include <string_view>
 #include <vector>
 
-#include "pd_show/commands.h"
-#include "pd_show/walk.h"
+#include "pd_show/work.h"
 #include "vl_model/testing.h"
 
 namespace pd_show {
 namespace {
 
-unsigned digit_value(char digit) {
-    return static_cast<unsigned>(digit <= '9' ? digit - '0' : (digit | 0x20) - 'a' + 10);
+using Words = std::vector<uint64_t>;
+
+// A comparison ignores the bits that don't count, in 128-bit numbers too.
+void append(Words& words, const std::vector<Field>& fields, const uint8_t* record) {
+    for (const Field& field : fields)
+        for (const Part& part : field.parts)
+            for (const Place& place : {part.value, part.partner}) {
+                const Bits seen = load(record, place) & place.covered;
+                words.insert(words.end(), {seen.high, seen.low});
+            }
 }
 
-// A value string with the bits that count alone. Of the fields the library leaves 128-bit ones as they are.
-std::string narrowed(const Table& table, std::string_view text) {
-    std::string value(text);
-    constexpr size_t key = sizeof "((( " - 1;
-    for (const Column& column : table.key.all)
-        for (size_t i = 0; column.bits == 128 && i < column.digits && !value.empty(); ++i) {
-            char& digit = value[key + column.position + i];
-            digit = "0123456789ABCDEF"[digit_value(digit) & digit_value(column.covered[i])];
-        }
-    return value;
-}
-
-bool can_be_seen(Values& values, const Table& table, pd_entry handle) {
-    const std::string placed = narrowed(table, values.read(table, handle, false));
-    return placed != narrowed(table, values.read(table, handle, true));
+// What a comparison sees of an entry. Nothing if the entry can't be read.
+std::optional<Words> seen_of(const Work& work, const Table& table, pd_entry handle, bool from_hw) {
+    Entry entry;
+    if (!read_entry(work, table, handle, from_hw, entry)) return {};
+    Words words = {entry.is_default, table.has_priority ? entry.priority : 0};
+    if (entry.is_default == 0) append(words, table.key, entry.key);
+    if (table.profile == nullptr) {
+        words.push_back(entry.action);
+        append(words, work.pipeline.actions[entry.action].params, entry.params);
+    } else {
+        words.insert(words.end(), {entry.has_member, entry.has_group});
+        words.push_back(entry.has_member != 0 ? entry.member : entry.has_group != 0 ? entry.group : 0);
+    }
+    return words;
 }
 
 std::string damage_text(const vl_model_corruption& damage) {
@@ -57,33 +63,27 @@ std::string damage_text(const vl_model_corruption& damage) {
 } // namespace
 
 void corrupt_hardware(const Work& work) {
-    const auto corrupt =
-        work.place.library.driver_function<decltype(vl_model_hardware_corrupt)>("vl_model_hardware_corrupt");
+    const auto corrupt = work.library.driver_function<decltype(vl_model_hardware_corrupt)>("vl_model_hardware_corrupt");
     if (corrupt == nullptr) throw Problem(exit_bad_usage, "this driver's hardware can't be damaged");
-    const Walk walk(work.place, work.complaints);
     uint32_t count = 0;
     for (const Table& table : work.pipeline.tables)
-        count += walk.count(table).value_or(0);
+        count += count_entries(work, table).value_or(0);
     std::vector<vl_model_corruption> damages(std::min(*work.arguments.corrupt, count));
-    const auto wanted = static_cast<uint32_t>(damages.size());
-    const pd_status status =
-        corrupt(work.place.target.dev_id, work.arguments.seed.value_or(1), wanted, damages.data(), &count);
-    if (status != PD_STATUS_OK)
-        throw Problem(exit_failed,
-                      "damaging the hardware was refused with status " + work.place.library.status_text(status));
+    const pd_status status = corrupt(work.target.dev_id, work.arguments.seed.value_or(1),
+                                     static_cast<uint32_t>(damages.size()), damages.data(), &count);
+    if (status != PD_STATUS_OK) throw Problem(exit_failed, work.library.refusal("damaging the hardware", status));
     damages.resize(count);
 
     std::string lines;
     size_t seen = 0;
-    Values values(work.place);
     for (const vl_model_corruption& damage : damages) {
-        const auto found = std::ranges::find(work.pipeline.tables, damage.tbl_hdl, &Table::handle);
-        if (found == work.pipeline.tables.end())
+        const auto table = std::ranges::find(work.pipeline.tables, damage.tbl_hdl, &Table::handle);
+        if (table == work.pipeline.tables.end())
             throw Problem(exit_failed, "the driver damaged an entry of a table that this pipeline doesn't have");
-        const Table& table = *found;
-        const bool sees = can_be_seen(values, table, damage.ent_hdl);
+        const std::optional<Words> placed = seen_of(work, *table, damage.ent_hdl, false);
+        const bool sees = placed != seen_of(work, *table, damage.ent_hdl, true);
         seen += sees ? 1 : 0;
-        lines += "  " + table.name + " #" + std::to_string(damage.ent_hdl) + ": " + damage_text(damage) +
+        lines += "  " + table->name + " #" + std::to_string(damage.ent_hdl) + ": " + damage_text(damage) +
                  (sees ? "\n" : ", which no comparison sees\n");
     }
     work.out.put("Damaged in the hardware: " + std::to_string(count) + (count == 1 ? " entry" : " entries") + ", " +

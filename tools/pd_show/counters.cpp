@@ -1,13 +1,13 @@
-// Counters with what they count: of a direct one the entries' descriptions, of others the cells that have counted.
+// Counters and what they count. A direct counter is shown with a description of each entry, an indirect counter by the
+// cells that have counted.
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "pd_show/commands.h"
-#include "pd_show/near_names.h"
-#include "pd_show/walk.h"
+#include "pd_show/work.h"
 
 namespace pd_show {
 namespace {
@@ -17,94 +17,74 @@ constexpr uint32_t most_cells = 65536;
 using ReadDirect = pd_status(pd_session, pd_device, pd_entry, uint32_t, pd_counter_value*) noexcept;
 using ReadIndirect = pd_status(pd_session, pd_dev_tgt, uint32_t, uint32_t, pd_counter_value*) noexcept;
 
-std::string count_line(const pd_counter_value& value, const std::string& what) {
+void put_count(const Work& work, const pd_counter_value& value, const std::string& what) {
     char counts[64];
     std::snprintf(counts, sizeof counts, "  %15llu  %15llu  ", static_cast<unsigned long long>(value.count_a),
                   static_cast<unsigned long long>(value.count_b));
-    return counts + what + "\n";
+    work.out.put(counts + what + "\n");
 }
 
-std::string heading(const std::string& counter, const std::string& of_what, const char* counted) {
+void put_heading(const Work& work, const std::string& counter, const std::string& of_what, const char* counted) {
     char columns[64];
     std::snprintf(columns, sizeof columns, "  %15s  %15s  ", "count_a", "count_b");
-    return counter + ", " + of_what + "\n" + columns + counted + "\n";
+    work.out.put(counter + ", " + of_what + "\n" + columns + counted + "\n");
 }
 
-class Counts {
-public:
-    explicit Counts(const Work& work)
-        : work_(work),
-          walk_(work.place, work.complaints),
-          values_(work.place),
-          describe_(work.place.library.function<decltype(p4_pd_velmar_switch_stringify_counter_matchspec)>(
-              "stringify_counter_matchspec")) {}
+// The entry in the library's words, after two blanks; empty if there is nothing to say. The library gives the same answer
+// for an entry that can't be read. The result is nothing then.
+std::optional<std::string> description(const Work& work, const Table& table, pd_entry handle) {
+    const auto describe =
+        work.library.function<decltype(p4_pd_velmar_switch_stringify_counter_matchspec)>("stringify_counter_matchspec");
+    char text[most_bytes];
+    const int length = describe(work.session, work.target.dev_id, table.handle, handle, text);
+    Entry entry;
+    if (length <= 0 && !read_entry(work, table, handle, true, entry)) return {};
+    std::string words = "  " + std::string(text, static_cast<size_t>(std::max(length, 0)));
+    words.erase(words.find_last_not_of(' ') + 1);
+    return words;
+}
 
-    void direct(const Table& table, const Counter& counter) {
-        work_.out.put(heading(counter.name, "of the entries of " + table.name, "entry"));
-        const auto read = work_.place.library.function<ReadDirect>("counter_read_" + counter.name);
-        const auto show = [&](pd_entry handle, const std::string& entry) {
-            pd_counter_value value{};
-            const pd_status status =
-                read(work_.place.session, work_.place.target.dev_id, handle, work_.place.from_hw, &value);
-            std::string description;
-            if (status != PD_STATUS_OK)
-                work_.complaints.add(counter.name + ": reading the counts of " + entry + " was refused with status " +
-                                     work_.place.library.status_text(status));
-            else if (describe(table, handle, description))
-                work_.out.put(count_line(value, description.empty() ? entry : entry + "  " + description));
-            else
-                work_.complaints.add(table.name + ": " + entry + " can't be read");
-        };
-        walk_.entries(table, walk_.count(table),
-                      [&](pd_entry handle) { show(handle, std::string("#").append(std::to_string(handle))); });
-        const pd_entry default_entry = walk_.default_entry(table);
-        if (default_entry != PD_HDL_END) show(default_entry, "default");
-    }
+void show_direct(const Work& work, const Table& table, const std::string& counter) {
+    put_heading(work, counter, "of the entries of " + table.name, "entry");
+    const auto read = work.library.function<ReadDirect>("counter_read_" + counter);
+    visit_all_entries(work, table, count_entries(work, table), [&](pd_entry handle, bool is_default) {
+        const std::string entry = entry_name(handle, is_default);
+        pd_counter_value value{};
+        const pd_status status = read(work.session, work.target.dev_id, handle, work.arguments.from_hw, &value);
+        if (status != PD_STATUS_OK) return complain(work, counter + ": reading the counts of " + entry, status);
+        if (const std::optional<std::string> words = description(work, table, handle))
+            put_count(work, value, entry + *words);
+        else
+            work.complaints.add(table.name + ": " + entry + " can't be read");
+    });
+}
 
-    // How many cells there are is the driver's to say: the first index that it refuses is behind the last one. Drivers
-    // that refuse none, or have very many, are asked for the first ones alone.
-    void indirect(const std::string& of_what, const Counter& counter) const {
-        work_.out.put(heading(counter.name, of_what, "index"));
-        const auto read = work_.place.library.function<ReadIndirect>("counter_read_" + counter.name);
-        uint32_t index = 0;
-        uint32_t idle = 0;
-        for (; index < most_cells; ++index) {
-            pd_counter_value value{};
-            const pd_status status = read(work_.place.session, work_.place.target, index, work_.place.from_hw, &value);
-            if (status != PD_STATUS_OK && index == 0)
-                work_.complaints.add(counter.name + ": reading cell 0 was refused with status " +
-                                     work_.place.library.status_text(status));
-            if (status != PD_STATUS_OK) break;
-            if (value.count_a == 0 && value.count_b == 0)
-                ++idle;
-            else
-                work_.out.put(count_line(value, std::to_string(index)));
+// Only the driver knows the number of cells: it refuses the index after the last one. A driver that has very many cells,
+// or refuses no index, is asked for the first cells only.
+void show_indirect(const Work& work, const std::string& counter, const std::string& of_what) {
+    put_heading(work, counter, of_what, "index");
+    const auto read = work.library.function<ReadIndirect>("counter_read_" + counter);
+    uint32_t index = 0;
+    uint32_t idle = 0;
+    for (; index < most_cells; ++index) {
+        pd_counter_value value{};
+        const pd_status status = read(work.session, work.target, index, work.arguments.from_hw, &value);
+        if (status != PD_STATUS_OK) {
+            if (index == 0) complain(work, counter + ": reading cell 0", status);
+            break;
         }
-        work_.out.put("  " + std::to_string(idle) + (index == most_cells ? " of the first " : " of ") +
-                      std::to_string(index) + " cells are at 0\n");
+        if (value.count_a == 0 && value.count_b == 0)
+            ++idle;
+        else
+            put_count(work, value, std::to_string(index));
     }
-
-private:
-    // Nothing to say and not readable are the same to the library; the entry itself tells which it is.
-    bool describe(const Table& table, pd_entry handle, std::string& description) {
-        char text[longest_text];
-        const Place& place = work_.place;
-        const int length = describe_(place.session, place.target.dev_id, table.handle, handle, text);
-        if (length > 0) description.assign(text, static_cast<size_t>(length));
-        description.erase(description.find_last_not_of(' ') + 1);
-        return length > 0 || !values_.read(table, handle, true).empty();
-    }
-
-    const Work& work_;
-    Walk walk_;
-    Values values_;
-    decltype(&p4_pd_velmar_switch_stringify_counter_matchspec) describe_;
-};
+    work.out.put("  " + std::to_string(idle) + (index == most_cells ? " of the first " : " of ") +
+                 std::to_string(index) + " cells are at 0\n");
+}
 
 } // namespace
 
-void show_counters(const Work& work) {
-    Counts counts(work);
+bool show_counters(const Work& work) {
     const std::optional<std::string>& name = work.arguments.name;
     bool found = !name;
     std::vector<std::string> names;
@@ -116,19 +96,20 @@ void show_counters(const Work& work) {
     };
     for (const Table& table : work.pipeline.tables) {
         const bool whole_table = !table.counters.empty() && asked_for(table.name);
-        for (const Counter& counter : table.counters) {
-            if (!asked_for(counter.name) && !whole_table) continue;
-            if (counter.direct)
-                counts.direct(table, counter);
+        for (const catalog::Resource* counter : table.counters) {
+            if (!asked_for(counter->name) && !whole_table) continue;
+            if (counter->addressing == catalog::Addressing::direct)
+                show_direct(work, table, counter->name);
             else
-                counts.indirect("of what entries of " + table.name + " name", counter);
+                show_indirect(work, counter->name, "of what entries of " + table.name + " name");
         }
     }
-    for (const Counter& counter : work.pipeline.counters_without_table)
-        if (asked_for(counter.name)) counts.indirect("of no table", counter);
+    for (const catalog::Resource* counter : work.pipeline.counters_without_table)
+        if (asked_for(counter->name)) show_indirect(work, counter->name, "of no table");
     if (!found)
         throw Problem(exit_bad_usage,
                       "there is no counter, and no table with a counter, " + *name + near_text(*name, names));
+    return true;
 }
 
 } // namespace pd_show

@@ -1,6 +1,4 @@
-// The leaf switch and lists of routes, by the examples' own code. No exception leaves the module.
-#include "pd_show/demo.h"
-
+// The leaf switch and lists of routes, by the code of the examples. No exception leaves the module.
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -13,8 +11,8 @@
 
 #include "leaf_switch/leaf_switch.h"
 #include "leaf_switch/topology.h"
-#include "pd_show/problem.h"
-#include "pd_show/terminal_progress.h"
+#include "pd_show/modules.h"
+#include "pd_show/output.h"
 #include "route_agent/phases.h"
 #include "route_agent/printable.h"
 #include "route_agent/route_list.h"
@@ -37,7 +35,8 @@ std::vector<route_agent::Route> read_routes(const std::string& path) {
     return std::move(*routes);
 }
 
-// In a VRF of their own beside the leaf switch, and with ECMP groups whose numbers end below that of its own group.
+// Beside the leaf switch, the routes get a separate VRF, and ECMP groups with lower numbers than the group of the leaf
+// switch.
 void program_routes(route_agent::Device device, const std::string& path, bool beside_leaf_switch) {
     std::string reason;
     const std::optional<route_agent::Plan> plan = route_agent::make_plan(read_routes(path), reason);
@@ -61,7 +60,7 @@ int pd_show_demo(bool with_leaf_switch, const char* routes, pd_session* session,
     try {
         route_agent::Device device;
         if (with_leaf_switch) {
-            static const leaf_switch::Leaf leaf = leaf_switch::bring_up(); // stays up as long as the driver
+            static const leaf_switch::Leaf leaf = leaf_switch::bring_up(); // static: must last as long as the driver
             device.session = leaf.session;
         } else {
             device = route_agent::open_device();

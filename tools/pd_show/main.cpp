@@ -2,7 +2,7 @@
 #include <exception>
 #include <iostream>
 
-#include "pd_show/commands.h"
+#include "pd_show/work.h"
 #include "route_agent/printable.h"
 
 namespace {
@@ -11,41 +11,26 @@ using namespace pd_show;
 
 int run(const Arguments& arguments) {
     Output out;
-    if (arguments.command == Command::help || arguments.command == Command::version) {
-        out.put(arguments.command == Command::help ? usage : version);
+    if (arguments.answer != nullptr) {
+        out.put(arguments.answer);
         out.flush();
         return exit_shown;
     }
     const Library library(arguments.driver, arguments.time);
     const Pipeline pipeline = describe_pipeline(library);
-    const Place place = open_place(library, arguments);
+    const pd_dev_tgt target = {.dev_id = arguments.device, .pipe_id = PD_ALL_PIPES, .reserved = 0};
     Complaints complaints;
-    const Work work{arguments, place, pipeline, out, complaints};
-    bool equal = true;
-    switch (arguments.command) {
-    case Command::help:
-    case Command::version:
-        break;
-    case Command::tables:
-        show_tables(work);
-        break;
-    case Command::table:
-        show_table(work);
-        break;
-    case Command::entries:
-        show_entries(work);
-        break;
-    case Command::counters:
-        show_counters(work);
-        break;
-    case Command::verify:
-        if (arguments.corrupt) corrupt_hardware(work);
-        equal = verify(work);
-        break;
-    }
+    const Work work{arguments, library, start(library, arguments), target, pipeline, out, complaints};
+    const bool equal = arguments.command(work);
     out.flush();
-    close_place(place);
+    // What the embedded driver holds ends with the process.
+    static_cast<void>(library.function<decltype(p4_pd_velmar_switch_cleanup)>("cleanup")());
     return equal && !complaints.any() ? exit_shown : exit_failed;
+}
+
+int report(ExitStatus status, const char* what) {
+    std::cerr << "pd-show: " << route_agent::printable(what) << '\n';
+    return status;
 }
 
 } // namespace
@@ -54,10 +39,8 @@ int main(int count, char** arguments) {
     try {
         return run(read_arguments(count, arguments));
     } catch (const Problem& problem) {
-        std::cerr << "pd-show: " << route_agent::printable(problem.what()) << '\n';
-        return problem.status;
+        return report(problem.status, problem.what());
     } catch (const std::exception& error) {
-        std::cerr << "pd-show: " << route_agent::printable(error.what()) << '\n';
-        return exit_failed;
+        return report(exit_failed, error.what());
     }
 }

@@ -1,5 +1,4 @@
-// The tables of the pipeline, as their schemas describe them. Schemas don't say which counters and which profile belong
-// to a table: that comes from the catalog.
+// The tables of the pipeline as people see them, made from the catalog's rows.
 #pragma once
 
 #include <cstddef>
@@ -7,78 +6,83 @@
 #include <string>
 #include <vector>
 
+#include "catalog/rows.h"
 #include "pd_show/library.h"
 
 namespace pd_show {
 
-// A column of a key or a parameter of an action, and where its digits stand in value strings.
-struct Column {
-    enum class Role { value, mask, prefix_length };
+// A number of at most 128 bits.
+struct Bits {
+    uint64_t high = 0;
+    uint64_t low = 0;
 
-    std::string name;
-    std::string full_name; // as the record has it; of key columns
-    unsigned bits = 0;
-    std::string tag; // empty if untagged
-    Role role = Role::value;
-    std::string covered;   // the bits that really count, as a value string would show them
-    bool narrowed = false; // whether they are fewer than the column has
-    size_t digits = 0;     // hexadecimal
-    size_t position = 0;   // of the first digit, from the begin of the values
+    friend bool operator==(const Bits&, const Bits&) = default;
+    friend Bits operator&(const Bits& left, const Bits& right) {
+        return {left.high & right.high, left.low & right.low};
+    }
 };
 
-// What people take for one field: a column or several that belong together. The numbers are those of columns.
+// The place of a number in a record.
+struct Place {
+    unsigned offset = 0;
+    unsigned bytes = 0;
+    Bits covered; // the bits that count
+};
+
+// The number as value strings show it: without the bits that don't count. A 128-bit number keeps them.
+Bits load(const uint8_t* record, const Place& place);
+
+// A key field or a parameter of the catalog.
+struct Part {
+    const char* name;
+    const char* pd_name; // the name in records; null for a parameter
+    unsigned bits;
+    catalog::Tag tag;
+    Place value;
+    Place partner; // the mask or the prefix length, if the field has one
+};
+
+// What people see as one field: a part, or the two halves of a MAC address.
 struct Field {
-    enum class Display { hex, dec, mac, v4addr, v6addr };
-    static constexpr size_t none = SIZE_MAX;
-
     std::string label;
-    Display display = Display::hex;
-    size_t value = none;
-    size_t mask = none;
-    size_t length = none;
-    // The low half of a MAC address; the columns above are those of the high half.
-    size_t station = none;
-    size_t station_mask = none;
+    catalog::Tag shown_as; // mac only if there are two halves
+    catalog::Match match;
+    std::vector<Part> parts;
 };
 
-// Columns in the order of value strings.
-struct Columns {
-    std::vector<Column> all;
-    std::vector<Field> fields;
-    size_t length = 0; // of the values as text
-};
+// Whether fewer bits count than the part has.
+bool narrowed(const Part& part);
 
 struct Action {
     std::string name;
-    std::string opening; // of its part of value strings, up to the parameters
-    Columns params;
+    std::vector<Field> params;
 };
 
-struct Counter {
-    std::string name;
-    bool direct; // a cell for each entry of its table; if not, cells by index
-};
+// An exported function called with words. On x86-64 integers and pointers are passed in the same way, and a function
+// ignores the words after its last argument.
+using WordFunction = pd_status(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t,
+                               uint64_t, uint64_t);
 
 struct Table {
     std::string name;
-    uint32_t handle = 0;
-    bool indirect = false;
-    bool has_priority = false;
-    Columns key;
-    std::vector<Action> actions; // those of the profile, if the table is indirect
-    std::string profile;
-    std::vector<Counter> counters;
+    uint32_t handle;
+    bool has_priority;
+    std::vector<Field> key;
+    const char* profile;                // null if entries have actions of their own
+    std::vector<const Action*> actions; // of the table or of its profile, sorted by name
+    std::vector<const catalog::Resource*> counters;
+    WordFunction* get_entry;
 };
 
 struct Pipeline {
-    std::vector<Table> tables; // in the order of the pipeline
-    std::vector<Counter> counters_without_table;
+    std::vector<Action> actions; // as the catalog numbers them
+    std::vector<Table> tables;   // in the order of the pipeline
+    std::vector<const catalog::Resource*> counters_without_table;
 };
 
-// Throws Problem if a schema isn't what it should be.
 Pipeline describe_pipeline(const Library& library);
 
-// Throws Problem, with near names, if there is none.
+// Throws a Problem with near names if there is none.
 const Table& table_named(const Pipeline& pipeline, const std::string& name);
 
 } // namespace pd_show

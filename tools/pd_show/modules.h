@@ -1,0 +1,59 @@
+// The modules that pd-show loads when an option asks for them: the demo and the clock.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "vl_pd/types.h"
+
+namespace pd_show {
+
+// The time stamp counter of x86-64.
+inline uint64_t read_ticks() {
+    return __builtin_ia32_rdtsc();
+}
+
+// The time that calls took.
+struct TimeSpent {
+    uint64_t calls = 0;
+    uint64_t ticks = 0; // includes the cost of looking at the clock
+};
+
+// Adds a call and the time of its scope.
+class Stopwatch {
+public:
+    explicit Stopwatch(TimeSpent& spent) : spent_(spent) {}
+    ~Stopwatch() {
+        spent_.ticks += read_ticks() - start_;
+        ++spent_.calls;
+    }
+    Stopwatch(const Stopwatch&) = delete;
+    Stopwatch& operator=(const Stopwatch&) = delete;
+
+private:
+    TimeSpent& spent_;
+    uint64_t start_ = read_ticks();
+};
+
+} // namespace pd_show
+
+extern "C" {
+#pragma GCC visibility push(default)
+
+// The clock measures the driver's reads. It takes the driver's place in front of the library.
+using pd_show_clock_start_function = bool(void* driver);
+using pd_show_clock_read_function = void(pd_show::TimeSpent* spent);
+// `driver` is a handle of dlopen(). Must precede the first call of the driver. False if the driver lacks a function
+// that the clock measures: the loader wouldn't notice, because it finds the clock's.
+pd_show_clock_start_function pd_show_clock_start;
+pd_show_clock_read_function pd_show_clock_read;
+
+// The demo fills the embedded driver by the examples of this project. It is linked against library and driver, and so
+// must be loaded after them.
+using pd_show_demo_function = int(bool leaf_switch, const char* routes, pd_session* session, std::string* problem);
+// On device 0, brings up the leaf switch if `leaf_switch`, then programs the list of routes unless `routes` is null.
+// Starts the library first. Returns an exit status; if it isn't 0, `problem` says what was wrong.
+pd_show_demo_function pd_show_demo;
+
+#pragma GCC visibility pop
+} // extern "C"
