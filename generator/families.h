@@ -1,5 +1,5 @@
-// All families of exported functions. The writers print what stands here, so a new operation is an entry in the file of
-// its kind and a function in src/.
+// All families of exported functions. The writers print all of them. So a new operation needs only an entry in the file
+// of its kind, and a function in src/.
 #pragma once
 
 #include "generator/families/entries.h"
@@ -18,7 +18,7 @@ inline constexpr ExportedData exported_data[] = {
     {"{p}action_name_strings", "const char *const {p}action_name_strings{dimension}"},
 };
 
-// In the order in which the public headers declare them.
+// The public headers declare them in this order.
 inline constexpr std::span<const Area> areas[] = {program_areas,   entries_areas,  tables_areas, profiles_areas,
                                                   resources_areas, services_areas, texts_areas,  placement_areas};
 

@@ -1,4 +1,4 @@
-// What a family of exported functions is, and what its snippets may use.
+// Families of exported functions, and the names and flags that their snippets may use.
 #pragma once
 
 #include <span>
@@ -6,15 +6,15 @@
 
 namespace generator {
 
-// The rows that a family has members for.
+// The rows for which a family has a member.
 enum class Over {
     program, // one member
     every_table,
     keyed_table,
     masked_table,    // keyed tables with masks or a prefix length
-    counted_table,   // tables with a counter of their own
+    counted_table,   // tables that have a direct counter
     entry_binding,   // the entry actions of direct tables
-    default_binding, // the default actions of direct and keyless tables
+    default_binding, // the default actions of direct tables, keyless ones included
     key_field,
     idle_table,
     indirect_table,
@@ -31,46 +31,46 @@ enum class Over {
     hash_calculation,
 };
 
-// The generated source of a member. The shards from `entries` on are split by seam.
+// The generated source that holds a member. The shards from `entries` on have one file per seam.
 enum class Shard { program, actions, profiles, resources, entries, readback, tables, texts, placement };
 
-// A family of exported functions. It has one member for each row that it runs over; its snippets are expanded for each.
+// A family of exported functions. It has one member for each of its rows. Its snippets are expanded for each member.
 // Snippets may use:
 //   {p}                     the prefix of the exported names
 //   {dimension}             "[265]": the count of actions
 //   {args}                  in `call`: the names of the member's arguments
 //   {name}                  in `definition`: the member's name
-//   {table} {match_spec}    of table families, with the flags keyed, priority, indirect
-//   {width_name} {width}    of key_field families, beside the table's
+//   {table} {match_spec}    in table families, with the flags keyed, priority, indirect
+//   {width_name} {width}    in key_field families, besides the names of table families
 //   {profile} {data_table} {selector}
-//                           of profile families, with the handles of its tables
-//   {resource} {handle}     of counters, meters, WRED blocks, registers, digests and value sets: name and handle or id
-//   {table_handle}          of table families; of direct counters and meters (flag direct): their match table
-//   {cell} {cell_type}      of registers: the cell's form, and the type of its values
-//   {calc}                  of hash calculations
-//   {action} {action_spec}  of action and binding families, with the flag params
-//   flags meter, ttl        of binding families of tables
+//                           in profile families: name, and the handles of the profile's tables
+//   {resource} {handle}     for counters, meters, WRED blocks, registers, digests and value sets: name, handle or id
+//   {table_handle}          in table families; for direct counters and meters (flag direct): their match table
+//   {cell} {cell_type}      for registers: the cell's form, and the type of its values
+//   {calc}                  for hash calculations
+//   {action} {action_spec}  in action and binding families, with the flag params
+//   flags meter, ttl        in binding families of tables
 struct Family {
     Over over;
     std::string_view name;
     std::string_view result = "pd_status";
     std::string_view arguments;
     std::string_view call = {}; // the function in src/ that a member forwards to, with its arguments
-    // Instead of `call`, where no C++ function does what is wanted.
+    // Replaces `call` where a C++ function can't do the work.
     std::string_view definition = {};
-    // Of table and profile families: the member of the functions by handle that the family fills. See
+    // In table and profile families: the field that the family fills in TableFunctions or ProfileFunctions. See
     // pd_velmar/by_handle.h.
     std::string_view by_handle = {};
 };
 
-// Families whose functions stand in one header of src/.
+// Families whose functions are in one header of src/.
 struct Area {
     std::string_view header;
     std::span<const Family> families;
-    Shard shard = Shard::tables; // of the families that run over tables
+    Shard shard = Shard::tables; // for families over tables
 };
 
-// Data words that the library exports beside its functions.
+// Data that the library exports besides its functions.
 struct ExportedData {
     std::string_view name;
     std::string_view declaration;

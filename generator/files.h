@@ -1,4 +1,4 @@
-// The files that the generator writes. The build asks for them by list_files.cpp before it can run the generator.
+// The files that the generator writes. The build lists them with list_files.cpp before it can run the generator.
 #pragma once
 
 #include <string>

@@ -1,4 +1,4 @@
-// The public headers. They are C11 and C++, and small enough to be read: a table's record, then its functions.
+// The public headers. They are C11 and C++, and short enough to read: a table's record, then its functions.
 #include <algorithm>
 #include <cctype>
 
@@ -42,8 +42,8 @@ std::string record_open(const std::string& type) {
     return "typedef struct " + type.substr(0, type.size() - 2) + " {\n";
 }
 
-// A 128-bit value begins at an even offset, which its type, an array of bytes, doesn't say: a gap before it, or behind
-// the last field, is a member, so that any parser of the header finds the same layout.
+// A 128-bit value begins at an even offset, but its type, an array of bytes, doesn't demand that. So a gap before it or
+// after the last field becomes a member. Then every parser of the header finds the same layout.
 class MatchSpecText {
 public:
     void add(unsigned offset, unsigned bytes, const std::string& name, const std::string& note) {
@@ -58,7 +58,7 @@ public:
     }
 
 private:
-    // `alignment` is what C gives the member that follows.
+    // `alignment` is C's alignment of the next member.
     void close_gap(unsigned offset, unsigned alignment) {
         const unsigned by_itself = (end_ + alignment - 1) / alignment * alignment;
         if (by_itself != offset)
@@ -151,7 +151,7 @@ std::string write_header(const Exports& exports, const File& file) {
     std::string text;
     switch (file.shard) {
     case Shard::program:
-        text = opening(exports, "program", "What belongs to the program as a whole.");
+        text = opening(exports, "program", "Functions and data of the program as a whole.");
         for (const Data& data : exports.data)
             text += "extern " + data.declaration + ";\n";
         text += "\n";

@@ -1,5 +1,4 @@
-// The texts that hold the binary interface to its form: asserts, the version script, and the lists of names, rows and
-// totals.
+// The texts that fix the binary interface: asserts, the version script, and the lists of names, rows and totals.
 #include <map>
 #include <set>
 
@@ -12,7 +11,7 @@ using namespace catalog;
 
 namespace {
 
-// Visits every record with its size, and every field of it with offset and bytes.
+// Visits every record with its size, and every field of each record with its offset and size.
 void for_each_record(const Catalog& rows, auto record, auto field_of) {
     for (const Table& table : tables(rows)) {
         if (key_shape(table) == KeyShape::keyless) continue;
@@ -119,7 +118,7 @@ void add_services(Lines& lines, const Catalog& rows) {
                      hex(row.input) + ", algorithm " + hex(row.algorithm) + "\n");
 }
 
-// Of a snapshot record the catalog knows only which bytes turn.
+// For a snapshot record the catalog only knows the fields whose byte order is reversed.
 void add_snapshot_layouts(Lines& lines, const Catalog& rows) {
     for (size_t layout = 0; layout < rows.snapshot_layouts.size(); ++layout) {
         const auto add_offsets = [&](List<uint16_t> offsets, const char* width) {
@@ -138,7 +137,7 @@ void add_snapshot_layouts(Lines& lines, const Catalog& rows) {
 std::string write_record_asserts(const Exports& exports) {
     const Catalog& rows = *exports.rows;
     std::string text =
-        "// Made from the catalog. The encoders reach the fields of records by offset; these asserts make that safe.\n"
+        "// Made from the catalog. The encoders access record fields by offset. These asserts make that safe.\n"
         "#include <cstddef>\n\n#include \"vl_pd/" +
         std::string(rows.name) + "/functions.h\"\n\n";
     const auto assert_size = [&text](const std::string& type, unsigned size) {

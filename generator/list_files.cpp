@@ -1,5 +1,5 @@
-// Prints the files that the generator writes for the program, as a list for CMake. The build compiles and runs this while
-// it configures.
+// Prints the files that the generator writes for the program, as a list for CMake. The build compiles and runs this
+// program while it configures.
 #include <cstdio>
 
 #include "catalog/rows.h"

@@ -1,8 +1,8 @@
-// Writes everything that is made from the catalog of the program below one folder:
+// Writes everything that is made from the program's catalog into one folder:
 //
 //   pd_generator OUTPUT_FOLDER
 //
-// A file is written only if its text changes, so that nothing is built again without need.
+// It writes a file only if its text changes, so that nothing is rebuilt without need.
 #include <cstdio>
 #include <exception>
 #include <filesystem>

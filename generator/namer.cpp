@@ -1,4 +1,4 @@
-// Expands each family's snippets for the rows that the family runs over.
+// Expands each family's snippets for the rows of the family.
 #include "generator/namer.h"
 
 #include <cstdio>
@@ -129,7 +129,7 @@ class Namer {
 public:
     explicit Namer(Exports& exports) : exports_(exports), rows_(*exports.rows) {}
 
-    // Adds the members of the families that run over the program, its actions, profiles or resources.
+    // Adds the members of the families over the program, its actions and its resources.
     void add_common_members() {
         each_family([&](const Area& area, const Family& family) {
             const auto add_each = [&](const auto& space, auto context_of) {

@@ -1,4 +1,4 @@
-// Expands the families over a catalog: which exported names there are, with their signatures and bodies.
+// Expands the families for a catalog: gives all exported names with their signatures and bodies.
 #pragma once
 
 #include <string>
@@ -13,7 +13,7 @@ struct Member {
     const Family* family = nullptr;
     const Area* area = nullptr;
     Shard shard = Shard::program;
-    // The rows that the member belongs to, if there are any.
+    // The rows that the member belongs to; null if it belongs to none.
     const catalog::Seam* seam = nullptr;
     const catalog::Table* table = nullptr;
     const catalog::Profile* profile = nullptr;
@@ -33,7 +33,7 @@ struct Data {
     std::string declaration;
 };
 
-// Members follow the order of the rows, and for one row that of the families.
+// Members have the order of the rows; the members of one row have the order of the families.
 struct Exports {
     const catalog::Catalog* rows;
     std::vector<Data> data;

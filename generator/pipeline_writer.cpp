@@ -1,5 +1,5 @@
-// The description of the pipeline that an agent hands to the embedded driver when it adds a device: handles, widths and
-// lengths, which are all that a driver sees of a P4 program.
+// The description of the pipeline, which an agent passes to the embedded driver when it adds a device. It has handles,
+// widths and lengths: a driver sees no more of a P4 program.
 #include "catalog/layout.h"
 #include "generator/writers.h"
 
@@ -23,7 +23,7 @@ const char* match_name(KeyShape shape) {
     return "";
 }
 
-// The values of a record, in the order of its members: C++11 has no other form.
+// The values of a record, in the order of its members. C++11 has no designated initializers.
 std::string row(std::initializer_list<std::string> values) {
     std::string text;
     for (const std::string& value : values)
@@ -35,18 +35,18 @@ std::string quoted(const std::string& text) {
     return '"' + text + '"';
 }
 
-// A capacity or a count of cells is left to the driver.
+// The driver chooses capacities and counts of cells.
 constexpr const char* default_size = "0";
 
-// The actions of a profile serve entries and the default entry alike.
+// The actions of a profile serve both entries and the default entry.
 std::string action_line(const Catalog& rows, const Binding& binding, bool in_profile) {
     const ActionLayout layout = action_layout(rows.actions[number_of(rows.actions, binding.action)]);
     return row({hex(binding.handle), std::to_string(layout.bits), std::to_string(layout.bytes),
                 in_profile || for_entries(binding) ? "1" : "0", in_profile || for_default(binding) ? "1" : "0"});
 }
 
-// What the program starts with isn't in the catalog. The last of a table's default actions stands for it: most often
-// the miss.
+// The catalog doesn't say which default action a table starts with. This takes the table's last default action, which
+// is mostly the miss.
 uint32_t initial_default(const Table& table) {
     uint32_t handle = 0;
     for (const Binding& binding : table.actions)
@@ -65,7 +65,7 @@ std::string table_line(const Catalog& rows, const Table& table, const std::strin
                 hex(profile ? profile->selector : 0), table.idle_time ? "1" : "0", default_size});
 }
 
-// An array of the description, and its address and length in the record that gathers them. C has no empty arrays.
+// An array of the description, with its address and length in the record of all arrays. C has no empty arrays.
 struct Section {
     std::string definition;
     std::string members;
@@ -148,7 +148,7 @@ std::string write_pipeline_description(const Catalog& rows) {
         members += part.members;
     }
     return "/* Made from the catalog: what the embedded driver is told about " + program +
-           " when a device is added. Values\n * stand in the order of the members. */\n#ifndef "
+           " when a device is added. Values\n * have the order of the members. */\n#ifndef "
            "VL_PD_" +
            program + "_PIPELINE_H\n#define VL_PD_" + program +
            "_PIPELINE_H\n\n"

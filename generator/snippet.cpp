@@ -11,7 +11,7 @@ namespace {
     throw std::runtime_error(std::string(what) + " in snippet: " + std::string(snippet));
 }
 
-// The position of the first of `stops` at the nesting level of `from`.
+// The first position from `from` on that has one of `stops` at the same nesting level.
 size_t find_at_level(std::string_view snippet, size_t from, std::string_view stops) {
     int depth = 0;
     for (size_t at = from; at < snippet.size(); ++at) {

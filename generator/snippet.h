@@ -1,12 +1,12 @@
-// Snippets of C text with holes, from which names, signatures and bodies are made.
+// Snippets of C text with holes. Names, signatures and bodies are made from them.
 //
 //   {name}              the value of `name`
-//   [flag?text]         `text` where `flag` holds, else nothing
-//   [flag?text|other]   `text` where `flag` holds, else `other`
+//   [flag?text]         `text` if `flag` holds, else nothing
+//   [flag?text|other]   `text` if `flag` holds, else `other`
 //   {{ }}               braces
 //
-// Choices may be nested. A name or flag that the context doesn't know is an error: a misspelt hole must not become an
-// empty one.
+// Choices may be nested. A name or flag that the context doesn't know is an error, so that a misspelt hole isn't
+// left empty.
 #pragma once
 
 #include <map>
@@ -24,7 +24,7 @@ public:
         flags_.insert_or_assign(std::string(name), holds);
     }
 
-    // Throw std::runtime_error for what isn't known.
+    // Throw std::runtime_error for an unknown name.
     const std::string& value(std::string_view name) const;
     bool holds(std::string_view name) const;
 

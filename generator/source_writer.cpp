@@ -1,4 +1,4 @@
-// The definitions of the exported functions, one line each, and the constants that they name.
+// The definitions of the exported functions, each with one line, and the constants that they use.
 #include <map>
 #include <set>
 
@@ -42,15 +42,14 @@ std::string write_source(const Exports& exports, const File& file) {
         headers.insert(member.area->header);
         body += definition(member);
     }
-    return opening(exports, headers, "Each function forwards to the one place that holds its behaviour.") +
+    return opening(exports, headers, "Each function forwards to the one that does the work.") +
            "using namespace vl_pd;\n\n" + (file.shard == Shard::program ? action_names(exports) : "") + body;
 }
 
 std::string write_row_constants(const Exports& exports) {
     const Catalog& rows = *exports.rows;
-    std::string text =
-        "// Made from the catalog. The rows as constants, by which the functions name them.\n#pragma once\n\n"
-        "#include \"catalog/rows.h\"\n\n";
+    std::string text = "// Made from the catalog. The rows as constants for the functions.\n#pragma once\n\n"
+                       "#include \"catalog/rows.h\"\n\n";
     const auto add = [&text](const char* scope, const auto& list, auto value_of) {
         text.append("namespace ").append(scope).append(" {\n");
         size_t number = 0;
@@ -83,7 +82,7 @@ std::string write_functions_by_handle(const Exports& exports) {
         if (line.empty()) line = "    {.handle = " + hex(handle);
         line.append(",\n     .").append(member.family->by_handle).append(" = ").append(member.name);
     }
-    std::string text = opening(exports, {"pd_velmar/by_handle.h"}, "What is reached by handle, sorted by it.") +
+    std::string text = opening(exports, {"pd_velmar/by_handle.h"}, "The functions by handle, in handle order.") +
                        "namespace vl_pd::by_handle {\n\n";
     const auto write_list = [&text](const std::string& type, const std::string& name, const auto& lines) {
         text += "static constexpr " + type + " " + name + "_by_handle[] = {\n";

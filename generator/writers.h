@@ -1,4 +1,4 @@
-// What the generator writes, each file as one text. No text holds behaviour: functions forward, asserts compare.
+// What the generator writes: one text per file. No text implements anything: functions forward, asserts compare.
 #pragma once
 
 #include <string>
@@ -8,14 +8,15 @@
 
 namespace generator {
 
-// Public headers: the declarations of a shard, or of a seam's tables with their records; and one that includes them all.
+// Public headers: the declarations of a shard, or of a seam's tables with their records; and one header that includes
+// all others.
 std::string write_header(const Exports& exports, const File& file);
 std::string write_functions_header(const Exports& exports);
 
 // Functions of one line each, of one seam or of all.
 std::string write_source(const Exports& exports, const File& file);
 
-// The rows as constants, by which the functions name them.
+// The rows as constants for the functions.
 std::string write_row_constants(const Exports& exports);
 
 // The exported functions that are reached by handle, as constant data.
@@ -24,20 +25,20 @@ std::string write_functions_by_handle(const Exports& exports);
 // Compares the offsets and sizes that the compiler gives the records with those that the encoders use.
 std::string write_record_asserts(const Exports& exports);
 
-// The linker's version script, which names the exports and nothing else.
+// The linker's version script, which names only the exports.
 std::string write_version_script(const Exports& exports);
 
 // Every exported name with its signature, sorted: "name<tab>result (arguments)", or the declaration of a data word.
 std::string write_export_list(const Exports& exports);
 
-// What agents and drivers know of the rows besides names: the layout of each record, the handle of each table, action,
-// resource and hash calculation, and the sizes of keys and data. Sorted: "subject<tab>facts".
+// What agents and drivers rely on besides names: the layout of each record, the handle of each table, action, resource
+// and hash calculation, and the sizes of keys and data. Sorted: "subject<tab>facts".
 std::string write_row_list(const Exports& exports);
 
 // How many rows of each kind there are: "kind<tab>count".
 std::string write_totals(const Exports& exports);
 
-// The pipeline as the embedded driver takes it.
+// The pipeline in the form that the embedded driver takes.
 std::string write_pipeline_description(const catalog::Catalog& rows);
 
 } // namespace generator
