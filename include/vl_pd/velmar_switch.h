@@ -84,10 +84,10 @@
  *   <table>_table_delete_by_match_spec(sess_hdl, dev_tgt, match_spec, [priority])
  *   <table>_match_spec_to_entry_hdl(sess_hdl, dev_tgt, match_spec, [priority], entry_hdl out)
  *
- * Each makes one driver call. The driver writes the handle of a new or found entry; after a failed call entry_hdl holds
- * what the driver left there. In a masked table, key and priority together identify an entry. Mask and prefix length
- * decide which bits of a key matter: the library clears the value bits that they don't cover. A prefix length above the
- * field's width is sent as a priority that no prefix has, so that the driver refuses it.
+ * Each function makes one driver call. The driver writes the handle of a new or found entry; after a failed call
+ * entry_hdl holds what the driver left there. In a masked table, key and priority together identify an entry. Mask and
+ * prefix length decide which bits of a key matter: the library clears the value bits that they don't cover. A prefix
+ * length above the field's width is sent as a priority that no prefix has, so that the driver refuses it.
  *
  * Only l2LookupMiss takes a meter_spec. An add must have one, or the entry's meter slot is sent unset. A modify with
  * null leaves the entry's meter as it is. An unknown meter_type is a failed assertion, and is sent as colour aware.
@@ -117,8 +117,8 @@
  *       An entry that points at a member sets has_mbr to 1 and writes mbr_hdl. An entry that points at a group sets
  *       has_grp to 1 and writes grp_hdl. The other flag is 0, and the other handle isn't written.
  *
- *       PD_STATUS_UNEXPECTED is a failed assertion here. Either the driver's answer holds no action data; then nothing
- *       is written. Or the action isn't the table's; then only match_spec, priority and is_default are written.
+ *       PD_STATUS_UNEXPECTED, after a failed assertion: the driver's answer holds no action data, and nothing is
+ *       written; or the action isn't the table's, and only match_spec, priority and is_default are written.
  *       PD_STATUS_NO_MEMORY: no memory for the list of the entry's resources; nothing is written.
  *
  *   <table>_get_entry_count(sess_hdl, dev_tgt, count out)
@@ -139,13 +139,13 @@
  *
  * The default entry says what a table does with a packet that matches no entry. Keyless tables have no other entry.
  * Each action that may be a default has a set_default_action_. Tables whose entries point into an action profile have
- * set_default_entry (below) instead, and the second form of the read. A set sends what an add of the same action sends.
- * In l2LookupMiss, the set of NoAction takes a meter_spec; null detaches the meter from the default entry.
+ * set_default_entry (below) instead, and the second form of get_default_entry. set_default_action_ sends what an add of
+ * the same action sends. In l2LookupMiss, set_default_action_NoAction takes a meter_spec; null detaches the meter.
  *
- * A read writes the action's number and, from byte 4 on, the action's record if the action has parameters. It writes
+ * get_default_entry writes the action's number and, if the action has parameters, its record from byte 4 on. It writes
  * nothing more. A pd_action_record has room for any action. PD_STATUS_UNEXPECTED: the driver's answer holds no action
  * data, or an action that isn't the table's; in the second form, neither a member nor a group. Nothing is written or
- * logged then. PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset restores what the driver started with.
+ * logged then. PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset restores the entry that the driver started with.
  *
  *
  * Tables themselves
@@ -296,11 +296,11 @@
  *   bytes_meter_read, packets_meter_read(sess_hdl, dev_tgt, meter_hdl, index, meter_spec out)
  *   wred_set(sess_hdl, dev_tgt, wred_hdl, index, wred_spec)
  *
- * The pipeline's meters count bytes; the functions that take meter_hdl can also count packets. A set translates
- * PD_METER_TYPE_... into the driver's meter type. A read returns the driver's meter type, and the low 32 bits of
- * rates and bursts. In meter_set_<meter>, a meter_type outside PD_METER_TYPE_... is a failed assertion, and is sent as
- * colour aware. The sets by handle return PD_STATUS_INVALID for it, without a driver call. They do the same for a
- * colour aware meter without has_pre_color, of which only the low 8 bits count. WRED specs are copied unchanged.
+ * meter_set_<meter> and bytes_meter_set set a meter that counts bytes, packets_meter_set one that counts packets. They
+ * translate PD_METER_TYPE_... into the driver's meter type. A read returns the driver's meter type, and the low 32 bits
+ * of rates and bursts. In meter_set_<meter>, a meter_type outside PD_METER_TYPE_... is a failed assertion, and is sent
+ * as colour aware. The two sets by handle return PD_STATUS_INVALID for it, without a driver call. They do the same for
+ * a colour aware meter if the low 8 bits of has_pre_color are zero. WRED specs are copied unchanged.
  *
  *
  * Registers
