@@ -3,9 +3,9 @@
 
   check_exports.py LIBRARY GENERATED_FOLDER COMMITTED_FOLDER BOUNDARY_HEADERS...
 
-The catalog yields the committed lists: exports.txt (names and signatures), rows.txt (record layouts, handles, sizes) and
-totals.txt. A parser that knows nothing but the sizes of types gives the headers' records the same layouts. LIBRARY
-exports the names of the list and nothing else. It wants only functions of the driver boundary, of cJSON and of libc.
+The catalog yields the committed lists: exports.txt (names and signatures), rows.txt (record layouts, handles, sizes)
+and totals.txt. The records in the headers have these layouts, computed from the sizes of types alone. LIBRARY exports
+exactly the names of the list, and needs only functions of the driver boundary, of cJSON and of libc.
 """
 
 import glob
@@ -40,7 +40,7 @@ def compare(title, generated, committed):
 
 
 def plain_layouts(folder):
-    """The records of the generated headers as rows.txt tells of them, laid out by the types of their members alone."""
+    """The lines of rows.txt for the records of the generated headers, laid out by the types of their members alone."""
     lines = {}
     bytes_of = {"uint8_t": 1, "uint16_t": 2, "uint32_t": 4, "pd_bytes16": 16}
     for path in glob.glob(f"{folder}/include/vl_pd/*/*.h"):
@@ -77,7 +77,7 @@ def main():
     faults += report("missing from the library", generated.keys() - exported.keys())
     faults += report("extra in the library", exported.keys() - generated.keys())
 
-    # Sanitizers stand before libc, as a library that is needed or as symbols that the program has, and make data larger.
+    # A sanitized library needs symbols of its sanitizer, and its data is larger.
     sanitizer = re.compile(r"lib(asan|tsan)\.|__(asan|tsan|ubsan|sanitizer)_")
     needed = re.findall(r"NEEDED.*\[(.*)\]", output_of("readelf", "-d", library))
     wanted = [line.split() for line in output_of("nm", "-D", "--undefined-only", library).splitlines()]
@@ -90,7 +90,7 @@ def main():
         for header in headers:
             with open(header, encoding="ascii") as text:
                 declared |= set(re.findall(r"\b((?:pipe_|bf_|p4_pd_ms_)\w+)\(", text.read()))
-        faults += report("wanted from outside, but nobody's",
+        faults += report("needed, but declared nowhere",
                          [name for kind, name in wanted
                           if kind == "U" and "@GLIBC" not in name and not name.startswith("cJSON_")
                           and name not in declared])

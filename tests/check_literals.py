@@ -3,8 +3,9 @@
 
   check_literals.py LIBRARY DRIVER LIST_ROWS COMMITTED_ROWS
 
-LIST_ROWS prints the rows of the catalog; where fields stand in records is taken from the committed list rows.txt. The
-texts are composed here anew and compared letter by letter, and what Python makes of them is compared with the rows.
+LIST_ROWS prints the rows of the catalog, and the committed list rows.txt has the places of fields in records. The
+script composes the texts anew and compares them letter by letter. It also compares their values in Python with the
+rows.
 """
 
 import ast
@@ -19,7 +20,7 @@ from collections import Counter, namedtuple
 PREFIX = "p4_pd_velmar_switch_"
 ROOM = 4096
 
-# Of a key field, a field's partner, or a parameter; `shown` is the name that print lines have.
+# A key field, its mask or prefix length, or a parameter. `shown` is its name in print lines.
 Column = namedtuple("Column", "name shown width mask tag offset size")
 
 # Every field that a table matches in part: the field, the bits that are matched, and the tables.
@@ -79,7 +80,7 @@ def expect(what, got, wanted):
 
 
 def expect_text(kind, what, got, text, literal):
-    """A text, and the value of the Python literal that it is. The last comma of a value string is for its reader."""
+    """Compares a text, and its value as a Python literal. The last comma of a value string is for its reader."""
     expect(f"{kind} of {what}", got, text)
     longest[kind] = max(longest[kind], len(got))
     try:
@@ -94,7 +95,7 @@ def expect_tag(row, name, bits, tag):
 
 
 def written(function, *arguments):
-    """What a writer writes. The length that it returns is that of the text, and nothing behind the NUL is touched."""
+    """What a writer writes. It must return the length of the text, and write nothing behind the NUL."""
     buffer = ctypes.create_string_buffer(b"\xa5" * ROOM, ROOM)
     length = function(*arguments, buffer)
     expect("NUL and what stands behind it", buffer.raw[length:], b"\0" + b"\xa5" * (ROOM - length - 1))
@@ -102,7 +103,7 @@ def written(function, *arguments):
 
 
 def printed(function, indent, record):
-    """What is printed on a descriptor, and whether the last line's length is the result."""
+    """What is printed on a descriptor. The result must be the length of the last line."""
     reader, writer = os.pipe()
     result = function(writer, indent, record)
     os.close(writer)
@@ -131,7 +132,7 @@ def param_columns(action, params, layout):
 
 
 def digits(column, record):
-    """What texts show of a value, and the value. Those of 128 bits are shown whole, whatever the table matches."""
+    """What texts show of a value, and the value. Texts show all 128 bits of a value, whichever bits the table matches."""
     stored = record[column.offset:column.offset + column.size]
     if column.width == 128:
         return "0x" + stored.hex().upper(), int.from_bytes(stored, "big")
@@ -148,7 +149,7 @@ def lines_of(columns, record, indent):
 
 
 def records(size):
-    """Random ones, and one full of ones."""
+    """Random records, and one full of ones."""
     return [random.randbytes(size) for _ in range(4)] + [b"\xff" * size]
 
 
@@ -179,7 +180,7 @@ def main():
         rows = [line.rstrip("\n").split("\t") for line in lines]
     layout = {name: tuple(map(int, re.findall(r"\d+", place))) for name, place in rows if place.startswith("offset")}
     size = {name: int(text.split()[1]) for name, text in rows if text.startswith("size")}
-    # A sanitized program has a runtime of its own, beside which the one that this process was given can't stand.
+    # A sanitized program has its own runtime, which conflicts with the one that this process has preloaded.
     environment = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
     listed = subprocess.run([list_rows], check=True, capture_output=True, text=True, env=environment).stdout
     catalog = [ast.literal_eval(line) for line in listed.splitlines()]

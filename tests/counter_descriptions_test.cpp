@@ -1,5 +1,5 @@
-// What counters count, in words: every piece of the seven descriptions by its form, the fields with rules of their own,
-// the order of the pieces, and the reads behind descriptions of entries.
+// Descriptions of what counters count: every piece by its form, the fields with special rules, the order of the pieces,
+// and the reads for descriptions of entries.
 #include "support/text.h"
 
 #include <cstring>
@@ -30,7 +30,7 @@ std::string describe(const std::string& table, const std::vector<Field>& fields)
     return text_of(table + "_match_spec_stringify_for_counter", {word(record.data())});
 }
 
-// The piece of one field, without what the table's exact fields say in any case.
+// The piece of one field, without the pieces of the table's exact fields, which are always there.
 std::string piece(const std::string& table, const Field& field) {
     std::string text = describe(table, {field});
     std::string before, behind;
@@ -58,7 +58,7 @@ void for_pieces(catalog::Form form, Body body) {
 }
 
 // clang-format off
-// Fields with rules of their own, and what is looked up under which mask.
+// Fields with special rules, and look-ups under a mask.
 const char* const ether = "ingMd_etherType";
 const char* const decap = "egrMd_decapType";
 const char* const acl = "haloResultRow1_bestResult";
@@ -171,7 +171,7 @@ TEST(CounterDescriptions, ExactFieldsAndAddresses) {
     EXPECT_EQ(text(), "dip ff02::2/ffff:: ");
 }
 
-// Every field of the record has something to say, and none stands in the record where it stands in the key.
+// All fields of the record are described. The record has them in another order than the key.
 TEST(CounterDescriptions, PiecesStandInKeyOrder) {
     const auto full = [](const char* table) {
         const Bytes ones(catalog::key_layout(table_named(table)).record_size, 0xFF);

@@ -1,4 +1,4 @@
-// The generator on the small program of the tests, and the rules that every catalog keeps.
+// The generator with the small program of the tests, and the rules for every catalog.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -37,7 +37,7 @@ TEST(Snippets, NamesAndChoices) {
     EXPECT_EQ(expand("[yes?[no?1|{table}]|2][no?[yes?3|4]|5]", context), "acl5");
 }
 
-TEST(Snippets, WhatIsNotKnownIsRefused) {
+TEST(Snippets, UnknownNamesAndOpenBracketsAreRefused) {
     Context context;
     context.flag("yes", true);
     for (const char* const wrong : {"{tabel}", "[no?x]", "{open", "[yes?open", "[yes]", "stray]", "stray}"})
@@ -75,7 +75,7 @@ TEST(Generator, TextsNameEveryExportOnce) {
     EXPECT_TRUE(contains(script, "local:\n    *;"));
 }
 
-// A catalog with one thing changed; `seams` refers to tables that must outlive it.
+// A copy of the catalog, for one change. Its rows refer to the arrays here.
 struct Variant {
     Table tables[5] = {tiny_switch::edge[0], tiny_switch::edge[1], tiny_switch::core[0], tiny_switch::core[1],
                        tiny_switch::core[2]};

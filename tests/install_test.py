@@ -17,7 +17,7 @@ import tempfile
 
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
-# Nothing of the caller's may help a program to find its libraries.
+# A program must find its libraries without help from the environment.
 ENVIRONMENT = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
 
 
@@ -44,7 +44,7 @@ def check_headers(prefix, folder, cc, cxx):
             if (suffix == ".hpp") != name.endswith(".hpp"):
                 continue
             source = folder / (name.replace("/", "_") + suffix.replace("hpp", "cpp"))
-            # Once more behind itself, for its guard.
+            # Twice, for its guard.
             source.write_text(f"#include <{name}>\n#include <{name}>\n")
             sources.append(source)
         run(compiler, f"-std={standard}", *WARNINGS, "-fsyntax-only", f"-I{include}", *sources)
@@ -89,13 +89,13 @@ def main():
         run(*configure)
         run("cmake", "--build", folder / "build")
         check("the agent through find_package", run(folder / "build/agent"), output)
-        # A program is told the version, and isn't given one that it didn't ask for.
+        # find_package tells the version, and refuses another one.
         (folder / "CMakeLists.txt").write_text(cmake_lists + 'message("found ${vl_bf_pd_VERSION}")\n')
         if f"found {version}\n" not in run(*configure):
             sys.exit("find_package doesn't tell the version")
         (folder / "CMakeLists.txt").write_text(re.sub(r"vl_bf_pd [\d.]+", "vl_bf_pd 99.0", cmake_lists))
         if "requested version" not in run(*configure, accept=(1,)):
-            sys.exit("find_package gives a version that wasn't asked for")
+            sys.exit("find_package accepts a version that it should refuse")
 
 
 if __name__ == "__main__":

@@ -1,4 +1,4 @@
-// Prints the rows that texts are made from as Python literals, one a line: the catalog for check_literals.py.
+// Prints the rows that texts come from for check_literals.py: one Python literal on each line.
 #include <cstdio>
 
 #include "catalog/rows.h"

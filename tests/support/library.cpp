@@ -1,4 +1,4 @@
-// Starting the library once per test on a driver that has forgotten everything.
+// See library.h.
 #include "support/library.h"
 
 #include <dlfcn.h>

@@ -1,5 +1,5 @@
 // What the tests of the library share: a device on the embedded driver, the calls that reached the driver, and calls of
-// exported functions by name, so that a property can be checked for every row of the catalog.
+// exported functions by name, for tests that go through all rows of the catalog.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,7 +24,7 @@ inline constexpr pd_device device = 3;
 inline constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = 2, .reserved = 0x1234};
 // The target's eight bytes as a recorded call shows them.
 inline constexpr uint64_t target_word = uint64_t{0x12340002} << 32 | device;
-// What reads by handle send: the device on all pipes, and nothing else.
+// The target that reads by handle send: the device on all pipes.
 inline constexpr uint64_t all_pipes_word = uint64_t{0xFFFF} << 32 | device;
 
 // The library started on a fresh driver with one device and one session, every call recorded.
@@ -44,15 +44,15 @@ protected:
     pd_session session = 0;
 };
 
-// All rows of the catalog, for properties that hold for every one.
+// The tables of the catalog: all of them, those with a key, and those with a key and actions of their own.
 std::vector<const catalog::Table*> all_tables();
 std::vector<const catalog::Table*> keyed_tables();
 std::vector<const catalog::Table*> direct_tables();
 const catalog::Table& table_named(const char* name);
 const catalog::Action& action_of(const catalog::Binding& binding);
 
-// Handles that a look-up by handle doesn't know, where it knows those of all tables, of all profiles, or of both: the
-// gaps between the rows' handles, the first below and above them, the handles of other kinds of row, 0 and all ones.
+// Handles that a look-up doesn't know, if it knows those of all tables, of all profiles, or of both. They are the gaps
+// between the rows' handles, the first handles below and above, handles of other kinds of row, 0 and all ones.
 enum class Known { tables, profiles, both };
 std::vector<uint32_t> unknown_handles(Known known);
 
@@ -68,7 +68,7 @@ uint64_t word(Pointee* pointer) {
     return reinterpret_cast<uintptr_t>(pointer);
 }
 
-// An argument with dirt where a callee mustn't look.
+// An argument with dirt in the bits that a callee must ignore.
 constexpr uint64_t dirty(uint32_t value) {
     return uint64_t{0xDEADBEEF} << 32 | value;
 }

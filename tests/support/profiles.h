@@ -1,5 +1,4 @@
-// What the tests of action profiles share: calls written as lines of text, the same for all five profiles, whose words
-// name values of the profile at hand.
+// What the tests of action profiles share: calls as lines of text, whose words name values of the profile under test.
 #pragma once
 
 #include <algorithm>
@@ -15,7 +14,7 @@ namespace support {
 
 using Lines = std::vector<std::string>;
 
-// An action spec or key whose values fit no declared width.
+// An action spec or key whose values are wider than every field.
 inline const Bytes wide_values = {0xF1, 0xF2, 0xF3, 0xF4, 0xF5, 0xF6, 0xF7, 0xF8};
 
 class ProfileTest : public LibraryTest {
@@ -26,7 +25,7 @@ protected:
             states_.push_back(call.args[1]);
     }
 
-    // What the words of a line stand for. A name without a value is an argument that isn't there.
+    // The values of the words in a line. A name without a value is an argument that the function doesn't have.
     std::map<std::string, std::optional<uint64_t>> names = {
         {"sess", session}, {"tgt", target_word}, {"dev", device}, {"all_pipes", all_pipes_word}, {"*", ~0ull}};
     const catalog::Profile* profile = nullptr;
@@ -51,7 +50,7 @@ protected:
         return profile->actions.begin()[i];
     }
 
-    // Calls an operation of the profile, of its table, or by its name. Integers go with dirt above their 32 bits.
+    // Calls an operation of the profile, of its table, or by its name. Integers have dirt above their 32 bits.
     pd_status run(const std::string& operation, const std::string& arguments) {
         return run_export(profile->name + ("_" + operation), arguments);
     }
@@ -66,8 +65,8 @@ protected:
         return call(exported(name), words);
     }
 
-    // These calls were made since the last look, in this order, and no others: "function argument ...", where `*` is
-    // the address of something that the library holds itself.
+    // Expects that just these calls were made since the last look, in this order: "function argument ...", where `*` is
+    // an address inside the library.
     std::vector<vl_model::Call> expect_calls(const Lines& expected) {
         std::vector<vl_model::Call> made = calls();
         Lines made_lines, expected_lines;
@@ -87,7 +86,8 @@ protected:
         return made;
     }
 
-    // The driver refuses the call that an operation consists of: it had these arguments, and its status is the result.
+    // Expects that an operation is one driver call with these arguments. The driver refuses it, and its status is the
+    // result.
     void expect_forwarded(const std::string& name, const std::string& arguments, const std::string& expected) {
         SCOPED_TRACE(name);
         vl_model::fail_call(split(expected)[0], 1, 77);
@@ -95,8 +95,8 @@ protected:
         expect_calls({expected});
     }
 
-    // The same for a list of a profile's operations, each with its arguments and the call; beside them the operation
-    // that tells a handle without a call.
+    // The same for rows of a profile's operations, their arguments and their calls. `handle_operation` returns a handle
+    // without a call.
     template <size_t count>
     void expect_profile_forwards(const char* const (&operations)[count][3], const char* handle_operation,
                                  uint32_t catalog::Profile::*handle) {
@@ -116,12 +116,12 @@ protected:
         });
     }
 
-    // "spec" where the action has parameters.
+    // Names "spec", if the action has parameters.
     void name_spec(const catalog::Binding& binding, const Bytes& values = wide_values) {
         names["spec"] = action_of(binding).params.size() == 0 ? std::nullopt : std::optional(word(values.data()));
     }
 
-    // These are no subject of the test, and leave no calls behind.
+    // Set-up that leaves no recorded calls behind.
     pd_member add_member(size_t i = 0) {
         pd_member member = 0;
         names["made"] = word(&member);
@@ -144,7 +144,7 @@ protected:
     p4_pd_ms_state* state() {
         return reinterpret_cast<p4_pd_ms_state*>(*names["state"]);
     }
-    // What the shadow says of a group, 0 if it knows no action.
+    // The action that the shadow has for a group, or 0.
     uint32_t action_of_group(pd_group group) {
         uint32_t action_hdl = 0;
         p4_pd_ms_get_grp_act(state(), device, group, &action_hdl);
@@ -179,7 +179,7 @@ private:
     std::vector<uint64_t> states_;
 };
 
-// The records that the driver saw hold nothing but what their fields say.
+// Expects that the record has no resources, and that every reserved byte is 0.
 inline void expect_clear_rest(const vl_model::ActionCopy& action) {
     EXPECT_TRUE(is_clear(action.slots.data(), sizeof action.slots));
     EXPECT_EQ(action.reserved, decltype(action.reserved){});

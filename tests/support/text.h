@@ -1,4 +1,4 @@
-// What the tests of texts share: a buffer that shows every byte that a writer touched.
+// What the tests of texts share: a buffer that shows every byte that a writer touches.
 #pragma once
 
 #include <algorithm>
@@ -8,8 +8,8 @@
 
 namespace support {
 
-// The text that `write(buffer)` writes. It must be as long as the returned length says and have a terminator, with
-// nothing written behind it; a length of 0 must leave the buffer alone, without even a terminator.
+// The text that `write(buffer)` writes. The function must return its length, write a terminator, and nothing behind that.
+// If it returns 0, it must not write at all.
 template <class Write>
 std::string written(Write write) {
     constexpr char untouched = '\xA5';
@@ -21,7 +21,7 @@ std::string written(Write write) {
         return {};
     }
     const std::string text(buffer, static_cast<size_t>(length));
-    EXPECT_EQ(text.find_first_of(std::string{untouched, '\0'}), text.npos) << "the length is that of the text";
+    EXPECT_EQ(text.find_first_of(std::string{untouched, '\0'}), text.npos) << "the result is the text's length";
     const char* behind = buffer + length;
     if (length != 0) {
         EXPECT_EQ(*behind++, '\0');
