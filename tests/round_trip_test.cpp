@@ -60,8 +60,7 @@ protected:
     pd_status run(const std::string& operation, std::initializer_list<Word> words) const {
         return call(exported(table->name) + "_" + operation, words);
     }
-    pd_status run_action(const std::string& before, const std::string& after,
-                         std::initializer_list<OptionalWord> words) const {
+    pd_status run_action(const std::string& before, const std::string& after, std::initializer_list<Word> words) const {
         return run(before + binding->action + after, words);
     }
 
