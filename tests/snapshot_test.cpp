@@ -82,7 +82,7 @@ TEST_F(Snapshot, CapturesComeStageByStageEvenAfterAFailure) {
             *call.pointer<uint32_t>(4) = 1;
             return status;
         });
-        std::vector<pd_snapshot_record> stages(PD_SNAPSHOT_MAX_STAGES + 1);
+        std::vector<pd_snapshot_record> stages(2 * PD_SNAPSHOT_MAX_STAGES);
         std::memset(stages.data(), 0xA5, stages.size() * sizeof stages[0]);
         uint32_t count = 99;
         EXPECT_EQ(p4_pd_velmar_switch_snapshot_capture_data_get(handle, 0x10002, stages.data(), &control, &count),
