@@ -37,7 +37,7 @@ enum class Shard { program, actions, profiles, resources, entries, readback, tab
 // A family of exported functions. It has one member for each of its rows. Its snippets are expanded for each member.
 // Snippets may use:
 //   {p}                     the prefix of the exported names
-//   {dimension}             "[265]": the count of actions
+//   {dimension}             "[N]", where N is the count of actions
 //   {args}                  in `call`: the names of the member's arguments
 //   {name}                  in `definition`: the member's name
 //   {table} {match_spec}    in table families, with the flags keyed, priority, indirect

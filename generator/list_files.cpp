@@ -6,6 +6,9 @@
 #include "generator/files.h"
 
 int main() {
-    for (const generator::File& file : generator::files(catalog::program))
-        std::printf("%s;", file.path.c_str());
+    const char* separator = "";
+    for (const generator::File& file : generator::files(catalog::program)) {
+        std::printf("%s%s", separator, file.path.c_str());
+        separator = ";";
+    }
 }

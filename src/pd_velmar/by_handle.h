@@ -1,6 +1,5 @@
 // What is reached by handle, for callers that hold the handle of a table, profile or meter as data: walks, texts,
-// comparisons and meters. Each function says what it answers to a handle that
-// no row has.
+// comparisons and meters. Each function says what it answers to a handle that no row has.
 #pragma once
 
 #include <cstdint>
@@ -45,7 +44,8 @@ pd_status member_hdl_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t adt_
 // The schema of a table or profile; "()" for any other handle.
 int cli_schema(uint32_t handle, char* buffer) noexcept;
 
-// Both return 0 and write nothing for a handle that no table has; the second also for a table without a counter.
+// entry_value and stringify_counter_matchspec return 0 and write nothing for a handle that no table has.
+// stringify_counter_matchspec does the same for a table without a counter.
 int entry_value(pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl, uint32_t read_from_hw,
                 char* buffer) noexcept;
 int stringify_counter_matchspec(pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl, pd_entry entry_hdl,

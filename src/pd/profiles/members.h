@@ -45,7 +45,7 @@ inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_i
 }
 
 // Writes a member's action as a record. `ask_resources` says whether the shadow is asked for the member's resources
-// first, which no member has. False: the action isn't the profile's.
+// first. No member has any; the question alone is asked. False: the action isn't the profile's.
 template <ProfileRef P>
 bool write_record(uint32_t action_hdl, const pipe_action_data& action, bool ask_resources, pd_device dev_id,
                   pd_member mbr_hdl, void* action_record) {

@@ -1,7 +1,8 @@
 // Reading entries back, by handle or from placement data, and walking tables.
 //
-// Both readers fill the same outputs. A refused driver call writes no output. In a direct table an answer by handle
-// without action data writes none either. An action that isn't the table's still lets the key through.
+// Both readers fill the same outputs. A refused driver call and PD_STATUS_NO_MEMORY write no output. In a direct table,
+// neither does an answer by handle that has no action data. If the action isn't the table's, only the key is written; the
+// status is PD_STATUS_UNEXPECTED by handle, and PD_STATUS_INVALID from placement data.
 #pragma once
 
 #include "codec/actions.h"
