@@ -1,6 +1,7 @@
-// The embedded driver with a few answers of its own, for the tests of pd-show: the first entries of ipv4Host can't be
-// read from the hardware, nor at all if their handles are odd; of ipv6Host only the first entry is listed; and a
-// counter by index has ten cells, of which one has counted. With REFUSED_CLIENTS in the environment it registers nobody.
+// The embedded driver with faults, for the tests of pd-show. Of ipv4Host, the hardware's entries can't be read up to
+// handle 99, and the driver's copies can't be read if their handles are odd as well. Of ipv6Host, only the first entry is
+// listed. A counter by index has ten cells, and one of them has counted. If REFUSED_CLIENTS is in the environment, the
+// driver refuses to register any client.
 #include <cstdlib>
 
 #include <dlfcn.h>

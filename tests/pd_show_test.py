@@ -5,9 +5,11 @@
 """
 
 import ast
+import functools
 import ipaddress
 import json
 import os
+import pathlib
 import re
 import subprocess
 import sys
@@ -15,68 +17,56 @@ import tempfile
 import unittest
 
 pd_show, faulty_driver, foreign_driver = sys.argv[1:4]
+faulty, foreign = ("--driver", faulty_driver), ("--driver", foreign_driver, "--session", "7")
+abi = pathlib.Path(__file__).parent.parent / "abi"
+totals = dict(line.split("\t") for line in (abi / "totals.txt").read_text("ascii").splitlines())
 
-routes = """# of both families, in tables of all kinds
-10.1.0.0/16 1
-10.0.0.0/8 2
-192.0.2.1 1
-192.0.2.2 2
-192.0.2.3 2
-2001:db8::/32 3
-2001:db8:0:1::/64 3
-2001:db8::1:0:0:1 4
-2001:db8:1:2:3::/80 4
-::/0 1
-"""
+# Of both families, in tables of all kinds.
+routes = "\n".join(("# two families", "10.1.0.0/16 1", "10.0.0.0/8 2", "192.0.2.1 1", "192.0.2.2 2", "192.0.2.3 2",
+                    "2001:db8::/32 3", "2001:db8:0:1::/64 3", "2001:db8::1:0:0:1 4", "::ffff:10.0.0.1 4",
+                    "2001:db8:1:2:3::/80 4", "::/0 1", ""))
+# Enough of them for damage of all kinds.
+many_routes = routes + "".join(f"10.{i}.{i}.1 {i % 4 + 1}\n10.{i}.{i}.0/24 1\n2001:db8:{i:x}::/48 2\n"
+                               f"2001:db8:{i:x}:1:2:3::/96 3\n2001:db8:{i:x}::7 4\n" for i in range(2, 100))
+hosts = "".join(f"192.0.2.{i} {i}\n" for i in range(200))
 
 
-def run(*arguments, stdin="", stdout=subprocess.PIPE, **environment):
+def run(*arguments, stdin=routes, stdout=subprocess.PIPE, **environment):
     return subprocess.run([pd_show, *arguments], input=stdin, stdout=stdout, stderr=subprocess.PIPE, text=True,
                           check=False, env=os.environ | environment)
 
 
-# Enough of them for damage of all kinds.
-many_routes = routes + "".join(f"10.{i}.{i}.1 {i % 4 + 1}\n10.{i}.{i}.0/24 1\n2001:db8:{i:x}::/48 2\n"
-                               f"2001:db8:{i:x}:1:2:3::/96 3\n2001:db8:{i:x}::7 4\n" for i in range(2, 100))
-
-
 def by_table(text):
-    """The lines below each table's heading, by the heading's first word."""
-    tables = {}
-    for line in text.splitlines():
-        if line.startswith(" "):
-            lines.append(line.strip())
-        else:
-            lines = tables.setdefault(line.split(",")[0], [])
-    return tables
+    """The lines below each table's heading, by the first word of the heading."""
+    parts = re.findall(r"^(\w+).*\n((?: .*\n)*)", text, re.M)
+    return {table: [line.strip() for line in lines.splitlines()] for table, lines in parts}
 
 
 def numbers(value):
-    """What a value of a JSON document stands for in a value string."""
+    """The numbers in a value string that a JSON value shows."""
     if isinstance(value, int):
         return [value]
     if re.fullmatch(r"[0-9a-f]{4}(\.[0-9a-f]{4}){2}", value):
         digits = value.replace(".", "")
         return [int(digits[:6], 16), int(digits[6:], 16)]
     address = ipaddress.ip_address(value)
-    assert str(address) == value, value
+    # How Python writes this one depends on its version.
+    assert str(address) == value or value == "::ffff:a00:1", value
     return [int(address)]
 
 
 def columns(fields):
+    """The numbers of a JSON object as a value string has them, where a mask or length follows each value."""
     flat = []
     for value in fields.values():
-        if isinstance(value, dict):
-            parts = zip(numbers(value["value"]), numbers(value.get("mask", value.get("length"))))
-            flat += [number for pair in parts for number in pair]
-        else:
-            flat += numbers(value)
+        parts = list(value.values()) if isinstance(value, dict) else [value]
+        flat += [number for group in zip(*map(numbers, parts)) for number in group]
     return tuple(flat)
 
 
 class Shown(unittest.TestCase):
-    def shown(self, *arguments, stdin=""):
-        """The output of a run that shows all and has nothing to complain of."""
+    def shown(self, *arguments, stdin=routes):
+        """The output of a run that shows everything and complains of nothing."""
         done = run(*arguments, stdin=stdin)
         self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
         return done.stdout
@@ -100,75 +90,73 @@ class Shown(unittest.TestCase):
 
     def test_tables_stand_in_pipeline_order(self):
         text = self.shown("--demo", "tables")
-        handles = [int(handle, 16) for handle in re.findall(r"^(0x\w+)  \w+$", text, re.M)]
-        self.assertEqual(handles, [each for each in range(0x1000001, 0x1000085) if each != 0x100005E])
-        self.assertIn("0x1000023  ipv4Host\n"
+        rows = re.findall(r"^(\w+)\t0x(1[0-9a-f]{6}), key", (abi / "rows.txt").read_text("ascii"), re.M)
+        in_order = sorted((int(handle, 16), table) for table, handle in rows)
+        self.assertEqual(re.findall(r"^(0x\w+)  (\w+)$", text, re.M),
+                         [(f"{handle:#x}", table) for handle, table in in_order])
+        self.assertIn("  ipv4Host\n"
                       "    key       vrfId, dip\n"
                       "    actions   onMiss, setEcmp, setNextHop, setNextHop2, setNextHop3\n"
                       "    entries   3\n", text)
-        self.assertIn("0x1000083  egressPortDropCheck\n", text)
         self.assertRegex(text, r"dmac/mask\n    actions .*\n( {14}.*\n)*    counter   l2DmacClassifyCount\n")
         self.assertIn("    counter   pdpClassCount (cells by index)\n", text)
         self.assertIn("    entries   only a default entry\n", text)
         self.assertLess(max(map(len, text.splitlines())), 112)
 
     def test_page_of_a_table(self):
-        text = self.shown("table", "ipv4ShortMaskLpm")
-        self.assertRegex(text, r"\n    dip +ingIpv4_dip +32 +prefix +v4addr +0xfff00000\n")
-        self.assertRegex(text, r"\n    vrfId +l3Info_vrfId +8 +exact +hex +all\n")
-        self.assertRegex(text, r"\n    setNextHop +nextHop +32 +hex\n")
-        self.assertIn("\nEntries   0\n", text)
-        self.assertRegex(self.shown("table", "ecmpGroup"), r"profile ecmpMemberActionProfile.*\n.*\n    NoAction\n")
-        self.assertIn("No key", self.shown("table", "queueCounters"))
-        self.assertRegex(self.shown("table", "trapToCpu"), r"Key, with a priority\n(.*\n)*Counter   trapToCpuCount\n")
+        for table, *expected in (
+                ("ipv4ShortMaskLpm", r"\n    dip +ingIpv4_dip +32 +prefix +v4addr +0xfff00000\n",
+                 r"\n    vrfId +l3Info_vrfId +8 +exact +hex +all\n", r"\n    setNextHop +nextHop +32 +hex\n",
+                 "\nEntries   0\n"),
+                ("ecmpGroup", r"profile ecmpMemberActionProfile.*\n.*\n    NoAction\n"),
+                ("queueCounters", "No key"),
+                ("trapToCpu", r"Key, with a priority\n(.*\n)*Counter   trapToCpuCount\n")):
+            for each in expected:
+                self.assertRegex(self.shown("table", table), each)
 
     def test_entries_as_text(self):
-        tables = by_table(self.shown("--demo", "--routes", "-", "entries", stdin=routes))
-        self.assertEqual(len(tables), 131)
+        tables = by_table(self.shown("--demo", "--routes", "-", "entries"))
+        self.assertEqual(len(tables), int(totals["tables"]))
         self.assertEqual(tables["ipv4ShortMaskLpm"],
                          ["#1 vrfId=0x1 dip=0.0.0.0/0 -> setEcmp ecmpGroup=0xc8",
                           "#2 vrfId=0x2 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0x2",
                           "default -> ipv4ShortMaskLpmMiss"])
-        self.assertIn("#1 vrfId=0x2 dip=2001:db8::1:0:0:1 -> setEcmp ecmpGroup=0x4", tables["ipv6Host"])
+        for address in ("2001:db8::1:0:0:1", "::ffff:a00:1"):
+            self.assertRegex(" ".join(tables["ipv6Host"]), rf"#\d vrfId=0x2 dip={address} -> setEcmp ecmpGroup=0x4 ")
         self.assertIn("#1 smac=0200.0000.0011 ingL2Domain=0xa ingL2Aintf=0x1 -> noOp", tables["l2LearningLookup"])
-        # Masks: of a field whole, of a part of it, and of nothing.
+        # A mask can be that of a whole field, of a part of the field, or zero.
         self.assertIn("#1 ingressPort=0x1 dmac=ffff.ffff.ffff priority 1 -> l2LookupBcastHit", tables["l2LookupMiss"])
         self.assertRegex(" ".join(tables["lagGroup"]),
                          r"#1 egrL2AintfUnresolved=0x20001 priority 1 -> group 0x\w+ "
                          r"#2 egrL2AintfUnresolved=0x0/0xf0000 priority 1 -> member 0x\w+")
         self.assertEqual(tables["queueCounters"], ["default -> countEgressQueue"])
 
-    def test_forms_say_the_same(self):
+    def test_formats_say_the_same(self):
         arguments = ("--demo", "--routes", "-", "entries")
-        document = json.loads(self.shown(*arguments, "--format", "json", stdin=routes))
-        values = []
-        for line in self.shown(*arguments, "--format=value", stdin=routes).splitlines():
-            if line.startswith("# "):
-                table = line[2:]
-            else:
-                values.append((table, ast.literal_eval(line)))
-        text = sum((lines for lines in by_table(self.shown(*arguments, stdin=routes)).values()), [])
+        document = json.loads(self.shown(*arguments, "--format", "json"))
+        text = sum(by_table(self.shown(*arguments)).values(), [])
+        values = [(table, ast.literal_eval(line)) for table, lines in
+                  re.findall(r"^# (.*)\n((?:\(.*\n)*)", self.shown(*arguments, "--format=value"), re.M)
+                  for line in lines.splitlines()]
         self.assertEqual((len(values), len(text)), (len(document), len(document)))
+        handles = {"member": "setMbrHdl", "group": "setGrpHdl"}
         targets = set()
-        for entry, (table, ((key, *action), (priority, _))), line in zip(document, values, text):
-            self.assertEqual(entry["table"], table)
-            self.assertEqual(columns(entry.get("key", {})), key, entry)
-            self.assertEqual(entry.get("priority", 0), 0 if entry["default"] else priority)
-            target = next(name for name in ("action", "member", "group") if name in entry)
+        for entry, (table, value), line in zip(document, values, text):
+            target = next(name for name in ("action", *handles) if name in entry)
             targets.add(target)
-            if target == "action":
-                self.assertEqual(((entry["action"], columns(entry["params"])),), tuple(action))
-                self.assertIn("-> " + entry["action"], line)
-            else:
-                self.assertEqual((({"member": "setMbrHdl", "group": "setGrpHdl"}[target], (entry[target],)),),
-                                 tuple(action))
-            self.assertTrue(line.startswith("default" if entry["default"] else f"#{entry['handle']} "), line)
-        self.assertEqual(targets, {"action", "member", "group"})
+            action = ((entry["action"], columns(entry["params"])) if target == "action"
+                      else (handles[target], (entry[target],)))
+            priority = value[1][0] if entry["default"] else entry.get("priority", 0)
+            self.assertEqual((table, value),
+                             (entry["table"], ((columns(entry.get("key", {})), action), (priority, True))))
+            self.assertNotEqual(entry.get("key"), {})
+            name = "default" if entry["default"] else f"#{entry['handle']}"
+            self.assertRegex(line, rf"\A{name} (.* )?-> {entry.get('action', target)}\b")
+        self.assertEqual(targets, {"action", *handles})
 
     def test_routes_stand_beside_the_leaf_switch(self):
-        hops = "".join(f"192.0.2.{i} {i}\n" for i in range(1, 198))
-        arguments = ("--demo", "--routes", "-", "entries")
-        tables = by_table(self.shown(*arguments, stdin="0.0.0.0/0 0\n10.0.10.11 198\n" + hops))
+        beside = "0.0.0.0/0 0\n10.0.10.11 198\n" + "".join(hosts.splitlines(True)[1:198])
+        tables = by_table(self.shown("--demo", "--routes", "-", "entries", stdin=beside))
         leaf = by_table(self.shown("--demo", "entries"))
         for table, lines in leaf.items():
             self.assertLessEqual(set(lines), set(tables[table]))
@@ -176,9 +164,9 @@ class Shown(unittest.TestCase):
         self.assertEqual(len(tables["ecmpGroup"]), len(leaf["ecmpGroup"]) + 199)
 
     def test_large_tables_are_shown_whole(self):
-        hosts = [f"10.{i // 250}.{i % 250}.1" for i in range(6000)]
-        text = self.shown("--routes", "-", "entries", "ipv4Host", stdin="".join(host + " 1\n" for host in hosts))
-        self.assertEqual(re.findall(r"^  #\d+ vrfId=0x1 dip=(\S+) -> setEcmp ecmpGroup=0x1$", text, re.M), hosts)
+        many = [f"10.{i // 250}.{i % 250}.1" for i in range(6000)]
+        text = self.shown("--routes", "-", "entries", "ipv4Host", stdin="".join(host + " 1\n" for host in many))
+        self.assertEqual(re.findall(r"^  #\d+ vrfId=0x1 dip=(\S+) -> setEcmp ecmpGroup=0x1$", text, re.M), many)
 
     def test_counters(self):
         text = self.shown("--demo", "counters")
@@ -186,12 +174,12 @@ class Shown(unittest.TestCase):
                                r" +\d+ +\d+  #1\n +\d+ +\d+  #2  dstPort 0x00b3 L3DmacValid dip 10.0.10.1/32 TCP\n"
                                r" +\d+ +\d+  default\n")
         self.assertIn("65536 of the first 65536 cells are at 0", text)
-        self.assertEqual(len(re.findall("count_a", text)), 9)
+        self.assertEqual(text.count("count_a"), int(totals["counters"]))
         of_table = self.shown("counters", "haloCounters")
         self.assertTrue(of_table.startswith("haloCount, of the entries of haloCounters\n"))
         self.assertEqual(self.shown("counters", "haloCount"), of_table)
-        counted = self.shown("--driver", faulty_driver, "counters", "egressPortQueueCount")
-        self.assertRegex(counted, r"index\n +3 +192  7\n  9 of 10 cells are at 0\n$")
+        self.assertRegex(self.shown(*faulty, "counters", "egressPortQueueCount"),
+                         r"index\n +3 +192  7\n  9 of 10 cells are at 0\n$")
 
     def test_times_go_to_stderr(self):
         done = run("--demo", "--time", "entries")
@@ -199,66 +187,54 @@ class Shown(unittest.TestCase):
         self.assertEqual(len(re.findall(r"^ +[\d.]+ s +[\d.]+ %  \w", done.stderr, re.M)), 4, done.stderr)
 
 
-class Damage:
-    """A line that tells of damage, and what the table's page makes of it."""
+# What verify says of an entry by the part of it that was damaged.
+messages = {"lost": r"p4_pd_velmar_switch_\w+_get_entry failed", "key": r"mspec \w+ differs.*",
+            "mask": r"mspec \w+_mask differs.*", "action data": r"aspec action_\w+ differs 0x\w+ vs 0x\w+",
+            "member's handle": r"mbr_hdl differs: mbr_hdl_pd=0x\w+, mbr_hdl_hw=0x\w+"}
+# The driver doesn't match the first key field of these tables: it selects the partition.
+partitioned = ("ipv4FinalResolve0", "ipv6FinalResolve", "ipv6LgMaskFinalResolve0")
 
-    # Their first key field is no part of what the driver matches: it chooses the partition.
-    partitioned = ("ipv4FinalResolve0", "ipv6FinalResolve", "ipv6LgMaskFinalResolve0")
 
-    def __init__(self, line):
-        place, self.what = re.fullmatch(r"(\w+ #\d+): (.*?)(?:, which no comparison sees)?", line).groups()
-        self.called_visible = not line.endswith(", which no comparison sees")
-        self.table, handle = place.split(" #")
-        self.entry = (self.table, int(handle))
-        flip = re.fullmatch(r"bit (\d+) of (?:byte (\d+) of )?the (key|mask|action data|member's handle) flipped",
-                            self.what)
-        self.bit, self.byte, self.part = flip.groups() if flip else (0, 0, "lost")
-        self.bit, self.byte = int(self.bit), int(self.byte or 0)
+@functools.cache
+def page(table):
+    return run("table", table).stdout
 
-    def visible(self, page, entry):
-        """`page` is the table's, `entry` the software's as JSON has it."""
-        if self.part in ("lost", "member's handle"):
-            return True
-        if self.part == "action data":
-            rows = re.search(rf"^    {entry['action']} (.*\n( {{6}}.*\n)*)", page, re.M)[0][4 + len(entry["action"]):]
-            fields = [(int(bits), "", "all") for bits in re.findall(r"^ +\w+ +(\d+) ", rows, re.M)]
-        else:
-            fields = [(int(bits), match, covered) for bits, match, covered in
-                      re.findall(r"^    \w+ +\w+ +(\d+) +(exact|mask|prefix) .* (all|0x\w+)$", page, re.M)]
-        # Each field begins with a byte, most significant bit first.
-        byte = self.byte
-        for number, (bits, match, covered) in enumerate(fields):
-            length = (bits + 7) // 8
-            if byte < length:
-                if (number == 0 and self.table in self.partitioned and self.part == "key" or
-                        self.part == "mask" and match != "mask"):
-                    return False
-                mask = (1 << bits) - 1 if covered == "all" else int(covered, 16)
-                return mask >> 8 * (length - 1 - byte) + self.bit & 1 != 0
-            byte -= length
-        raise AssertionError(f"no field has {self.what} of {self.entry}")
 
-    message = {"lost": r"p4_pd_velmar_switch_\w+_get_entry failed", "key": r"mspec \w+ differs.*",
-               "mask": r"mspec \w+_mask differs.*", "action data": r"aspec action_\w+ differs 0x\w+ vs 0x\w+",
-               "member's handle": r"mbr_hdl differs: mbr_hdl_pd=0x\w+, mbr_hdl_hw=0x\w+"}
+def is_visible(entry, part, byte, bit):
+    """Whether a comparison can see a damaged bit of an entry, which JSON shows as the software has it."""
+    if part in ("lost", "member's handle"):
+        return True
+    text = page(entry["table"])
+    if part == "action data":
+        rows = re.search(rf"^    {entry['action']} (.*\n( {{6}}.*\n)*)", text, re.M)[0][4 + len(entry["action"]):]
+        fields = [(int(bits), "", "all") for bits in re.findall(r"^ +\w+ +(\d+) ", rows, re.M)]
+    else:
+        fields = [(int(bits), match, covered) for bits, match, covered in
+                  re.findall(r"^    \w+ +\w+ +(\d+) +(exact|mask|prefix) .* (all|0x\w+)$", text, re.M)]
+    seen = b""  # each field starts at a byte, most significant byte first
+    for bits, match, covered in fields:
+        mask = (1 << bits) - 1 if covered == "all" else int(covered, 16)
+        if part == "mask" and match != "mask" or part == "key" and not seen and entry["table"] in partitioned:
+            mask = 0
+        seen += mask.to_bytes((bits + 7) // 8, "big")
+    return seen[byte] >> bit & 1 != 0
 
 
 class Verified(unittest.TestCase):
-    def software(self, *arguments):
-        """What the software has of all entries, by table and handle, and what their counters count."""
-        document = json.loads(run(*arguments, "--format", "json", "entries", stdin=many_routes).stdout)
-        text = run(*arguments, "--format", "value", "entries", stdin=many_routes).stdout
-        values = [line for line in text.splitlines() if not line.startswith("#")]
+    def software(self, *setup):
+        """By table and handle, the software's entries as JSON and value string, and what counters say of entries."""
+        def dump(*arguments):
+            return run(*setup, *arguments, stdin=many_routes).stdout
+        document = json.loads(dump("--format", "json", "entries"))
+        values = re.findall(r"^\(.*", dump("--format", "value", "entries"), re.M)
         self.assertEqual(len(document), len(values))
         entries = {(entry["table"], entry["handle"]): (entry, value) for entry, value in zip(document, values)}
-        counts = re.split(r"^\w+, of the entries of (\w+)\n", run(*arguments, "counters", stdin=many_routes).stdout,
-                          flags=re.M)
-        descriptions = {(table, int(handle)): text for table, lines in zip(counts[1::2], counts[2::2])
-                        for handle, text in re.findall(r"^ +\d+ +\d+  #(\d+)  (.+)$", lines, re.M)}
-        return entries, descriptions
+        counted = re.findall(r"^\w+, of the entries of (\w+)\n((?: .*\n)*)", dump("counters"), re.M)
+        return entries, {(table, int(handle)): text for table, lines in counted
+                         for handle, text in re.findall(r"^ +\d+ +\d+  #(\d+)  (.+)$", lines, re.M)}
 
-    def test_all_that_was_damaged_is_found_and_nothing_else(self):
-        pages, parts, unseen, described = {}, set(), 0, 0
+    def test_all_damage_is_found_and_nothing_else(self):
+        parts, unseen, described = set(), 0, 0
         for setup, runs in ((("--demo",), [(5, 1), (20, 2), (1000, 3), (1000, 4), (1000, 97)]),
                             (("--routes", "-"), [(0, 1), (50, 5), (400, 6), (400, 7), (5000, 8)]),
                             (("--demo", "--routes", "-"), [(300, 9), (4000000000, 10)])):
@@ -269,40 +245,38 @@ class Verified(unittest.TestCase):
                 self.assertEqual(done.stderr, "")
                 damaged, summary, differences = done.stdout.split("\n\n")
                 head, *lines = damaged.splitlines()
-                damages = [Damage(line.strip()) for line in lines]
-                self.assertEqual(len({damage.entry for damage in damages}), min(count, keyed))
+                damages = [re.fullmatch(r"  (\w+) #(\d+): (?:bit (\d+) of (?:byte (\d+) of )?the (.*) flipped|lost)"
+                                        "(, which no comparison sees)?", line).groups() for line in lines]
                 wanted = []
-                for damage in damages:
-                    if damage.table not in pages:
-                        pages[damage.table] = run("table", damage.table).stdout
-                    entry, value = entries[damage.entry]
-                    parts.add(damage.part)
-                    visible = damage.visible(pages[damage.table], entry)
-                    self.assertEqual(damage.called_visible, visible, (damage.entry, damage.what))
-                    if not visible:
+                for table, handle, bit, byte, part, hidden in damages:
+                    place, part = (table, int(handle)), part or "lost"
+                    entry, value = entries[place]
+                    parts.add(part)
+                    visible = is_visible(entry, part, int(byte or 0), int(bit or 0))
+                    self.assertEqual(hidden is None, visible, (place, part, byte, bit))
+                    if visible:
+                        texts = [value, descriptions[place]] if place in descriptions else [value]
+                        described += len(texts) - 1
+                        wanted.append((table, "\n {6}".join([f"  {table} #{handle}: {messages[part]}",
+                                                            *map(re.escape, texts)])))
+                    else:
                         unseen += 1
-                        continue
-                    text = rf"  {damage.table} #{damage.entry[1]}: {damage.message[damage.part]}\n      "
-                    text += re.escape(value) + "\n"
-                    if damage.entry in descriptions:
-                        described += 1
-                        text += "      " + re.escape(descriptions[damage.entry]) + "\n"
-                    wanted.append((damage, text))
+                self.assertEqual(len({damage[:2] for damage in damages}), min(count, keyed))
                 self.assertEqual(head, f"Damaged in the hardware: {len(damages)} entries, "
                                        f"{len(wanted)} of them in what a comparison sees")
-                found = re.findall(r"^  \S.*\n(?:      .*\n)*", differences + "\n", re.M)
+                found = re.findall(r"^  \S.*(?:\n {6}.*)*", differences, re.M)
                 self.assertEqual(len(found), len(wanted))
-                for got, (damage, text) in zip(found, wanted):
+                for got, (_, text) in zip(found, wanted):
                     self.assertRegex(got, rf"\A{text}\Z")
                 self.assertEqual(done.returncode, 1 if wanted else 0)
                 rows = {name: (int(compared), int(different)) for compared, different, name in
                         re.findall(r"^ +(\d+) +(\d+)  (.+)$", summary, re.M)}
                 self.assertEqual(rows.pop("in all"), (len(entries), len(wanted)))
-                for table in {damage.table for damage in damages}:
-                    self.assertEqual(rows[table], (sum(name == table for name, _ in entries),
-                                                   sum(damage.table == table for damage, _ in wanted)))
                 self.assertEqual(sum(compared for compared, _ in rows.values()), len(entries))
-        self.assertEqual(parts, set(Damage.message))
+                for table in {table for table, *_ in damages}:
+                    self.assertEqual(rows[table], tuple(sum(name == table for name, _ in each)
+                                                        for each in (entries, wanted)))
+        self.assertEqual(parts, set(messages))
         self.assertTrue(unseen and described, (unseen, described))
 
     def test_nothing_differs_in_sound_hardware(self):
@@ -314,26 +288,25 @@ class Verified(unittest.TestCase):
                          "     compared    different\n            3            0  trapToCpu\n\nNothing differs.\n")
 
     def test_what_cannot_be_read_differs(self):
-        done = run("--driver", faulty_driver, "--routes", "-", "verify", "ipv4Host", stdin="10.0.0.1 1\n10.0.0.2 1\n")
+        done = run(*faulty, "--routes", "-", "verify", "ipv4Host", stdin="10.0.0.1 1\n10.0.0.2 1\n")
         self.assertEqual((done.returncode, done.stderr), (1, ""))
         message = "p4_pd_velmar_switch_ipv4Host_get_entry failed\n"
         self.assertRegex(done.stdout, rf" 2  ipv4Host\n\nDifferences.*\n  ipv4Host #1: {message}"
                                       rf"  ipv4Host #2: {message}      \(\(.*0x0a000002.*\n\Z")
-        done = run("--driver", foreign_driver, "--session", "7", "verify", "ipv4Host")
-        self.assertEqual(done.returncode, 1)
-        self.assertIn("ipv4Host: counting the entries was refused with status 4\n", done.stderr)
+        done = run(*foreign, "verify", "ipv4Host")
+        self.assertEqual((done.returncode, done.stderr),
+                         (1, "pd-show: ipv4Host: counting the entries was refused with status 4\n"))
         self.assertIn("Nothing of what could be read differs.", done.stdout)
-        # Nobody knows whether such tables are empty.
-        whole = run("--driver", foreign_driver, "--session", "7", "verify").stdout
+        # A table has a row if its entries can't be counted.
+        whole = run(*foreign, "verify").stdout
         self.assertRegex(whole, " 0  ipv4Host\n")
-        keyless = run("tables").stdout.count("only a default entry")
-        self.assertIn(f" 0  {keyless} others, without entries but default ones\n", whole)
+        self.assertIn(f" 0  {totals['tables, keyless']} others, without entries but default ones\n", whole)
 
-    def test_lists_that_end_early_are_told(self):
+    def test_lists_that_end_early_are_reported(self):
         for command in ("verify", "entries"):
-            done = run("--driver", faulty_driver, "--routes", "-", command, "ipv6Host", stdin=many_routes)
+            done = run(*faulty, "--routes", "-", command, "ipv6Host", stdin=many_routes)
             self.assertEqual((done.returncode, done.stderr),
-                             (1, "pd-show: ipv6Host: of its entries the driver counts 99, but lists 1\n"))
+                             (1, "pd-show: ipv6Host: of its entries the driver counts 100, but lists 1\n"))
             self.assertNotIn("Nothing differs", done.stdout)
 
     def test_progress_on_a_terminal(self):
@@ -373,9 +346,25 @@ class Refused(unittest.TestCase):
                 ("what is ipv4Host behind tables", "tables", "ipv4Host"),
                 ("drivers that aren't embedded", "--session", "1", "tables"),
                 ("device 0", "--demo", "--device", "1", "tables"),
-                ("needs? the embedded driver", "--driver", foreign_driver, "--session", "1", "--demo", "tables"),
-                ("say which by --session", "--driver", foreign_driver, "tables")):
+                ("needs? the embedded driver", *foreign, "--demo", "tables"),
+                ("say which by --session", *foreign[:2], "tables"),
+                # Near names.
+                (r"no table ipv4host: did you mean ipv4Host\b.*\bipv6Host\b.*\?\n$", "table", "ipv4host"),
+                (r"no table ipv4host: did you mean ipv4Host\b", "entries", "ipv4host"),
+                (r"did you mean ipv4Host\b", "table", "IPV4HOST"),
+                (r"did you mean .*\bipv4FinalResolve0\b", "table", "FinalResolve"),
+                (r"no table xyzzyxyzzy\n$", "table", "xyzzyxyzzy"),
+                (r"did you mean .*\bhaloCounters\b.*\bhaloCount\b", "counters", "haloCounter"),
+                (r"no counter, and no table with a counter, \n$", "counters", ""),
+                # Lists of routes.
+                ("nowhere can't be opened: No such file", "--routes", "/nowhere", "tables"),
+                ("/dev/zero:1: the line is longer", "--routes", "/dev/zero", "tables"),
+                ("/dev/null: there is no route", "--routes", "/dev/null", "tables")):
             self.assertEqual(self.refused(2, expected, *arguments).stdout, "")
+        self.refused(2, r"\A<stdin>:2: .*no IPv4.*\npd-show: .* bad\n\Z", "--routes", "-", "tables",
+                     stdin="10.0.0.0/8 1\n10.x 1\n")
+        self.refused(2, "with --demo, a list has at most 199 different next hops", "--demo", "--routes", "-", "tables",
+                     stdin=hosts)
 
     def test_arguments_are_repeated_in_print(self):
         odd = b"\x1b[31m\n\xff\xc2\x9b\\"
@@ -388,30 +377,11 @@ class Refused(unittest.TestCase):
         self.refused(2, "no command Straße;", "Straße")
         self.refused(2, r"no option -\\x0a;", "-\n")
         with tempfile.TemporaryDirectory() as folder:
-            with open(os.path.join(folder.encode(), odd), "wb") as bad:
-                bad.write(b"\x1b 1\n")
-            done = self.refused(2, rf"(?m)^{re.escape(folder)}/{printed}:1: '\\x1b' is no IPv4", "--routes", bad.name,
+            bad = pathlib.Path(folder, os.fsdecode(odd))
+            bad.write_bytes(b"\x1b 1\n")
+            done = self.refused(2, rf"(?m)^{re.escape(folder)}/{printed}:1: '\\x1b' is no IPv4", "--routes", bad,
                                 "tables")
             self.assertNotIn("\x1b", done.stderr)
-
-    def test_mistyped_names_get_near_ones(self):
-        for command in ("table", "entries"):
-            self.refused(2, r"no table ipv4host: did you mean ipv4Host or ipv6Host\?\n$", command, "ipv4host")
-        self.refused(2, r"did you mean ipv4Host or", "table", "IPV4HOST")
-        self.refused(2, r"did you mean .*\bipv4FinalResolve0\b", "table", "FinalResolve")
-        self.refused(2, r"no table xyzzyxyzzy\n$", "table", "xyzzyxyzzy")
-        self.refused(2, r"did you mean haloCounters or haloCount\?", "counters", "haloCounter")
-        self.refused(2, r"no counter, and no table with a counter, \n$", "counters", "")
-
-    def test_bad_lists_of_routes(self):
-        self.refused(2, "nowhere can't be opened: No such file", "--routes", "/nowhere", "tables")
-        done = self.refused(2, r"\A<stdin>:2: .*no IPv4.*\npd-show: .* bad\n\Z", "--routes", "-", "tables",
-                            stdin="10.0.0.0/8 1\n10.x 1\n")
-        self.assertEqual(done.stdout, "")
-        self.refused(2, "/dev/zero:1: the line is longer", "--routes", "/dev/zero", "tables")
-        self.refused(2, "/dev/null: there is no route", "--routes", "/dev/null", "tables")
-        self.refused(2, "with --demo, a list has at most 199 different next hops", "--demo", "--routes", "-", "tables",
-                     stdin="".join(f"192.0.2.{i} {i}\n" for i in range(200)))
 
     def test_drivers_that_cannot_be_used(self):
         self.refused(1, "the driver can't be loaded: .*nowhere.so", "--driver", "/nowhere.so", "tables")
@@ -419,27 +389,23 @@ class Refused(unittest.TestCase):
         self.refused(1, "the driver lacks a function of those that --time looks at", "--driver", "libm.so.6", "--time",
                      "entries")
         for setup in ((), ("--demo",), ("--routes", "-")):
-            done = self.refused(1, "refuses to register", "--driver", faulty_driver, *setup, "tables", stdin="::/0 1\n",
-                                REFUSED_CLIENTS="all")
+            done = self.refused(1, "refuses to register", *faulty, *setup, "tables", REFUSED_CLIENTS="all")
             self.assertEqual(done.stdout, "")
 
-    def test_what_cannot_be_read_is_told_and_the_rest_is_shown(self):
-        hosts = "".join(f"192.0.2.{i} 1\n" for i in range(1, 51))
-        done = self.refused(1, "ipv4Host: entry #1 can't be read\n", "--driver", faulty_driver, "--routes", "-",
-                            "entries", "ipv4Host", stdin=hosts)
-        self.assertEqual(len(re.findall("^  #", done.stdout, re.M)), 25)
+    def test_what_cannot_be_read_is_reported_and_the_rest_is_shown(self):
+        dump = (*faulty, "--routes", "-", "entries", "ipv4Host")
+        fifty = "".join(hosts.splitlines(True)[1:51])
+        done = self.refused(1, "ipv4Host: entry #1 can't be read\n", *dump, stdin=fifty)
+        self.assertEqual(done.stdout.count("\n  #"), 25)
         self.assertEqual(done.stderr.count("can't be read"), 20)
         self.assertTrue(done.stderr.endswith("and 5 more like these\n"), done.stderr)
-        document = run("--driver", faulty_driver, "--routes", "-", "--format", "json", "entries", "ipv4Host",
-                       stdin=hosts).stdout
-        self.assertEqual([entry["handle"] for entry in json.loads(document)][:3], [2, 4, 6])
-        # The driver's copy can be read where the hardware can't.
-        of_hw = run("--driver", faulty_driver, "--routes", "-", "--hw", "entries", "ipv4Host", stdin=hosts)
-        self.assertEqual(of_hw.stdout.count("\n  #"), 0)
-
-    def test_sessions_of_other_drivers(self):
-        done = self.refused(1, "ipv4Host: counting the entries was refused with status 4\n", "--driver",
-                            foreign_driver, "--session", "7", "table", "ipv4Host")
+        document = json.loads(run(*dump, "--format", "json", stdin=fifty).stdout)
+        self.assertEqual([entry["handle"] for entry in document][:3], [2, 4, 6])
+        # The driver's copy of these entries can be read, but the hardware can't.
+        self.assertEqual(run(*dump, "--hw", stdin=fifty).stdout.count("\n  #"), 0)
+        # This driver has no such session.
+        done = self.refused(1, "ipv4Host: counting the entries was refused with status 4\n", *foreign, "table",
+                            "ipv4Host")
         self.assertIn("Table ipv4Host", done.stdout)
 
     def test_output_that_cannot_be_written(self):
