@@ -386,8 +386,7 @@ class Refused(unittest.TestCase):
     def test_drivers_that_cannot_be_used(self):
         self.refused(1, "the driver can't be loaded: .*nowhere.so", "--driver", "/nowhere.so", "tables")
         self.refused(1, "beside this driver: .*undefined symbol", "--driver", "libm.so.6", "tables")
-        self.refused(1, "the driver lacks a function of those that --time looks at", "--driver", "libm.so.6", "--time",
-                     "entries")
+        self.refused(1, "function of those that --time looks at", "--driver", "libm.so.6", "--time", "entries")
         for setup in ((), ("--demo",), ("--routes", "-")):
             done = self.refused(1, "refuses to register", *faulty, *setup, "tables", REFUSED_CLIENTS="all")
             self.assertEqual(done.stdout, "")
@@ -404,15 +403,12 @@ class Refused(unittest.TestCase):
         # The driver's copy of these entries can be read, but the hardware can't.
         self.assertEqual(run(*dump, "--hw", stdin=fifty).stdout.count("\n  #"), 0)
         # This driver has no such session.
-        done = self.refused(1, "ipv4Host: counting the entries was refused with status 4\n", *foreign, "table",
-                            "ipv4Host")
+        done = self.refused(1, "ipv4Host: counting .* refused with status 4\n", *foreign, "table", "ipv4Host")
         self.assertIn("Table ipv4Host", done.stdout)
 
     def test_output_that_cannot_be_written(self):
         with open("/dev/full", "w", encoding="ascii") as full:
-            done = run("tables", stdout=full)
-        self.assertEqual(done.returncode, 1)
-        self.assertIn("No space left", done.stderr)
+            self.refused(1, "No space left", "tables", stdout=full)
 
 
 if __name__ == "__main__":
