@@ -108,8 +108,8 @@ TEST_F(Services, HashAlgorithmSeedAndInput) {
         for (const auto& [get, handle] :
              {std::pair("algorithm_get", row.algorithm), std::pair("input_get", row.input)}) {
             uint32_t out = 42;
-            const auto expect_get = [&](uint32_t driver_handle, pipe_status driver_status, pd_status status,
-                                        uint32_t expected) {
+            const auto expect_get = [&, get = get](uint32_t driver_handle, pipe_status driver_status, pd_status status,
+                                                   uint32_t expected) {
                 vl_model::answer_calls_with(driver + get, driver_status, output(3, driver_handle));
                 EXPECT_EQ(call(exported(base + get), {session, device, word(&out)}), status) << get;
                 EXPECT_EQ(out, expected);
