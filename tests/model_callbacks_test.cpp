@@ -149,7 +149,8 @@ std::vector<Kind> kinds() {
         {"log line", [](Cookie* c) { vl_model_log_sink_set(CallbackFor{c}, c); },
          [] { bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "line"); }}};
     for (const auto& [name, start, provoke] : replaceable) {
-        all.push_back({name, start, provoke, {[=] { start(nullptr); }, [=] { start(&other); }, reset}});
+        all.push_back(
+            {name, start, provoke, {[begin = start] { begin(nullptr); }, [begin = start] { begin(&other); }, reset}});
         if (all.back().name != "log line") all.back().ends.push_back(remove_device);
     }
 
