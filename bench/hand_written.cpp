@@ -1,6 +1,6 @@
-// Adds and look-ups written by hand, as straight lines: values are loaded from constant offsets, masked in registers
-// and stored at constant positions. Masking a key 16 bytes at a time once it stands in memory is slower: the block is
-// loaded in pieces other than those just stored, and waits for them.
+// Adds and look-ups written by hand, as straight lines. They load values from constant offsets, mask them in registers
+// and store them at constant positions. It would be slower to mask a key in memory, 16 bytes at a time: the load of
+// such a block has to wait for the smaller stores before it.
 #include "hand_written.h"
 
 #include "codec/bytes.h"

@@ -1,5 +1,5 @@
-// Entry operations of a few tables, each written by hand for its table and no other: what the library is measured by.
-// They have the signatures of their exported twins, take the same records and make the same driver call.
+// Entry operations of a few tables, each written by hand for one table. The library is compared with them. They have
+// the signatures of the exported functions, take the same records and make the same driver call.
 #pragma once
 
 #include "vl_pd/velmar_switch.h"

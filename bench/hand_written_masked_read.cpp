@@ -1,4 +1,4 @@
-// Reads of masked tables written by hand, as those of the other tables.
+// Reads of masked tables written by hand, like those of the other tables.
 #include "hand_written_read.h"
 
 namespace by_hand {

@@ -1,5 +1,5 @@
-// Reads of exact and prefix tables written by hand. An entry's action is found by a switch over the handles that its
-// table has, and key and parameters are decoded field by field.
+// Reads of exact and prefix tables written by hand. A switch over the table's action handles finds the action, and key
+// and parameters are decoded field by field.
 #include "hand_written_read.h"
 
 #include <bit>

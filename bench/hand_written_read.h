@@ -1,5 +1,5 @@
-// What all reads written by hand begin with: one call of the driver and the buffers that it fills, the list of
-// resources, and the name and number of the action.
+// The parts that all reads written by hand share: the driver's call with its buffers, the list of resources, and the
+// name and number of the action.
 #pragma once
 
 #include <cstring>
@@ -19,8 +19,8 @@ inline constexpr uint16_t data_capacity = 32;
                          line);
 }
 
-// The attached slots as pairs. None of these tables has an action that wants them, but making the list is part of a
-// read, and fails it if there is no memory.
+// The attached slots as pairs. No action of these tables needs them. But every read makes the list, and fails if there
+// is no memory for it.
 struct Resources {
     pd_resource_index* pairs = nullptr;
     uint32_t count = 0;
@@ -40,7 +40,7 @@ struct Resources {
     }
 };
 
-// One call of the driver with the buffers that it fills.
+// The driver's call, with the buffers that it fills.
 struct Answer {
     Byte data[data_capacity] = {};
     pipe_match_record match;
@@ -53,7 +53,7 @@ struct Answer {
         action.action.data = data;
     }
 
-    // PD_STATUS_OK if the answer holds action data, whose resources are listed then.
+    // Reads an entry and lists its resources. PD_STATUS_OK if the answer holds action data.
     pd_status ask(pd_session sess_hdl, pd_device dev_id, pipe_tbl_hdl table, pd_entry entry_hdl, uint32_t read_from_hw,
                   const char* function, Resources& resources) {
         const pd_status refused = pipe_mgr_get_entry(sess_hdl, table, {dev_id, PIPE_ALL_PIPES, 0}, entry_hdl, &match,
@@ -78,7 +78,7 @@ inline void tell(const char (&name)[size], uint32_t number, char* action_name, u
 
 } // namespace by_hand
 
-// A case of the switch over the action's handle, in a read with the usual names.
+// A case of the switch over the action's handle. The names are those of the reads' arguments.
 #define VL_ACTION(handle, action)                                                                                      \
     case handle:                                                                                                       \
         tell("p4_pd_velmar_switch_" #action, p4_pd_velmar_switch_action_##action, action_name, action_id);             \

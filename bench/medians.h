@@ -1,5 +1,5 @@
-// How all benchmarks run: short repetitions in random order, so that other work on the machine affects all of them alike.
-// The median of each counts.
+// How all benchmarks run: short repetitions in random order, so that other work on the machine affects all of them
+// alike. The median of each counts.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -16,9 +16,8 @@ namespace bench {
 // Records and answers vary from one iteration to the next, and are few enough to stay in the first cache.
 inline constexpr size_t ring_size = 64;
 
-// The loop of all cases that go round a ring: calls body(i) for every iteration. `Body` is the same type in all arms of
-// a case, so that all of them run through the same loop: where a loop happens to be placed can cost more than what is to
-// be found out.
+// The loop of all cases that go round a ring: calls body(i) in every iteration. All arms of a case pass a body of the
+// same type, so they run through the same loop. The place of a loop in memory can cost more than what is measured.
 template <class Body>
 void go_round(benchmark::State& state, Body body) {
     size_t i = 0;
@@ -87,7 +86,7 @@ inline bool initialize(int argc, char** argv) {
     return !benchmark::ReportUnrecognizedArguments(count, arguments.data());
 }
 
-// Runs all that is registered, with the normal report.
+// Runs all registered benchmarks, with the normal report.
 inline Medians run() {
     const std::unique_ptr<benchmark::BenchmarkReporter> report(benchmark::CreateDefaultDisplayReporter());
     Medians medians;

@@ -23,7 +23,7 @@ constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = PD_ALL_PIPES, .reser
 // Two IPv4 addresses, protocol and two ports.
 constexpr std::array<uint32_t, 5> widths = {32, 32, 8, 16, 16};
 
-// The same behind three bits, so that no field stands on a byte boundary.
+// The same behind three bits, so that no field begins at a byte boundary.
 constexpr std::array<uint32_t, 6> odd_widths = {32, 32, 8, 16, 16, 3};
 
 template <size_t count>
@@ -110,7 +110,7 @@ pd_status read_range_by_library(uint32_t flags, RangeOutputs& out) {
                                                              out.values.data(), &out.value_count);
 }
 
-// For one register of 32-bit words alone.
+// Written for one register of 32-bit words.
 pd_status read_range_by_hand(uint32_t flags, RangeOutputs& out) {
     constexpr uint32_t seq_number = 0x6000008;
     constexpr pipe_dev_tgt all_pipes = {device, PIPE_ALL_PIPES, 0};

@@ -14,7 +14,7 @@ struct Field {
     uint32_t mask;
 };
 
-// The description of a record that is zero but for some fields.
+// The description of a record in which all fields are zero except these.
 std::string describe(const std::string& table, const std::vector<Field>& fields) {
     const catalog::Table& row = table_named(table.c_str());
     const catalog::KeyLayout layout = catalog::key_layout(row);

@@ -1,6 +1,6 @@
-// What the library sends and writes doesn't depend on what was on its stack. All exported functions are called twice from
-// the same start, on stacks full of two different bytes. The driver gets the same records with every reserved byte, and
-// outputs and results are the same.
+// What the library sends and writes doesn't depend on what was on its stack. All exported functions are called twice
+// from the same start, on stacks full of two different bytes. The driver gets the same records with every reserved
+// byte, and outputs and results are the same.
 #include "support/library.h"
 
 #include <dlfcn.h>

@@ -1,6 +1,7 @@
 // Every table with every action of the catalog. What an add sends comes back through a read, except the bits that
-// encoding clears; the other writes send the same record; and a default entry takes the same action. Records are random,
-// from a fixed seed. Expectations are worked out here from the rows, field by field, without the library's encoders.
+// encoding clears; the other writes send the same record; and a default entry takes the same action. Records are
+// random, from a fixed seed. Expectations are worked out here from the rows, field by field, without the library's
+// encoders.
 #include "support/text.h"
 
 #include <cstring>

@@ -1,5 +1,5 @@
-// Value strings of entries: what is read for them, what the text consists of, and failed reads. check_literals.py checks
-// keys and actions for the whole catalog, and round_trip_test.cpp the entries of all direct tables.
+// Value strings of entries: what is read for them, what the text consists of, and failed reads. check_literals.py
+// checks keys and actions for the whole catalog, and round_trip_test.cpp the entries of all direct tables.
 #include "support/text.h"
 
 #include "pd_velmar/value.h"

@@ -51,21 +51,14 @@ std::vector<std::string> LibraryTest::log_lines() {
 
 std::vector<const catalog::Table*> all_tables() {
     std::vector<const catalog::Table*> tables;
-    for (const catalog::Seam& seam : catalog::program.seams)
-        for (const catalog::Table& table : seam.tables)
-            tables.push_back(&table);
+    for (const catalog::Table& table : catalog::tables(catalog::program))
+        tables.push_back(&table);
     return tables;
 }
 
 std::vector<const catalog::Table*> keyed_tables() {
     std::vector<const catalog::Table*> tables = all_tables();
     std::erase_if(tables, [](const catalog::Table* table) { return table->key.size() == 0; });
-    return tables;
-}
-
-std::vector<const catalog::Table*> direct_tables() {
-    std::vector<const catalog::Table*> tables = keyed_tables();
-    std::erase_if(tables, [](const catalog::Table* table) { return table->actions.size() == 0; });
     return tables;
 }
 

@@ -44,10 +44,9 @@ protected:
     pd_session session = 0;
 };
 
-// The tables of the catalog: all of them, those with a key, and those with a key and actions of their own.
+// The tables of the catalog: all of them, and those with a key.
 std::vector<const catalog::Table*> all_tables();
 std::vector<const catalog::Table*> keyed_tables();
-std::vector<const catalog::Table*> direct_tables();
 const catalog::Table& table_named(const char* name);
 const catalog::Action& action_of(const catalog::Binding& binding);
 
@@ -57,8 +56,8 @@ enum class Known { tables, profiles, both };
 std::vector<uint32_t> unknown_handles(Known known);
 
 // Calls an exported function by its name, with each argument in a 64-bit word as x86-64 passes it: integers and
-// pointers as they are, a pd_dev_tgt as its eight bytes. A word without a value is an argument that the function doesn't
-// have.
+// pointers as they are, a pd_dev_tgt as its eight bytes. A word without a value is an argument that the function
+// doesn't have.
 using Word = std::optional<uint64_t>;
 uint32_t call(const std::string& name, std::initializer_list<Word> words);
 uint32_t call(const std::string& name, const std::vector<uint64_t>& words);

@@ -8,8 +8,8 @@
 
 namespace support {
 
-// The text that `write(buffer)` writes. The function must return its length, write a terminator, and nothing behind that.
-// If it returns 0, it must not write at all.
+// The text that `write(buffer)` writes. The function must return its length, write a terminator, and nothing behind
+// that. If it returns 0, it must not write at all.
 template <class Write>
 std::string written(Write write) {
     constexpr char untouched = '\xA5';
