@@ -76,35 +76,35 @@ inline constexpr Family indirect_families[] = {
     {.over = Over::indirect_table, .name = "{p}{table}_add_entry",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
                   "[priority?uint32_t priority, ]pd_member mbr_hdl, pd_entry *entry_hdl",
-     .call = "indirect::add<t::{table}>(indirect::Kind::member, sess_hdl, dev_tgt, match_spec, "
+     .call = "indirect::add<t::{table}>(indirect::PointsAt::member, sess_hdl, dev_tgt, match_spec, "
              "[priority?priority|0], mbr_hdl, entry_hdl)"},
     {.over = Over::indirect_table, .name = "{p}{table}_modify_entry",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, pd_member mbr_hdl",
-     .call = "indirect::modify<t::{table}>(indirect::Kind::member, {args})"},
+     .call = "indirect::modify<t::{table}>(indirect::PointsAt::member, {args})"},
     {.over = Over::indirect_table, .name = "{p}{table}_modify_entry_by_match_spec",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
                   "[priority?uint32_t priority, ]pd_member mbr_hdl",
-     .call = "indirect::modify_by_match_spec<t::{table}>(indirect::Kind::member, sess_hdl, dev_tgt, match_spec, "
+     .call = "indirect::modify_by_match_spec<t::{table}>(indirect::PointsAt::member, sess_hdl, dev_tgt, match_spec, "
              "[priority?priority|0], mbr_hdl)"},
     {.over = Over::indirect_table, .name = "{p}{table}_set_default_entry",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl, pd_entry *entry_hdl",
-     .call = "indirect::set_default<t::{table}>(indirect::Kind::member, {args})"},
+     .call = "indirect::set_default<t::{table}>(indirect::PointsAt::member, {args})"},
     {.over = Over::indirect_table, .name = "{p}{table}_add_entry_with_selector",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
                   "[priority?uint32_t priority, ]pd_group grp_hdl, pd_entry *entry_hdl",
-     .call = "indirect::add<t::{table}>(indirect::Kind::group, sess_hdl, dev_tgt, match_spec, [priority?priority|0], "
+     .call = "indirect::add<t::{table}>(indirect::PointsAt::group, sess_hdl, dev_tgt, match_spec, [priority?priority|0], "
              "grp_hdl, entry_hdl)"},
     {.over = Over::indirect_table, .name = "{p}{table}_modify_entry_with_selector",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, pd_group grp_hdl",
-     .call = "indirect::modify<t::{table}>(indirect::Kind::group, {args})"},
+     .call = "indirect::modify<t::{table}>(indirect::PointsAt::group, {args})"},
     {.over = Over::indirect_table, .name = "{p}{table}_modify_entry_with_selector_by_match_spec",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
                   "[priority?uint32_t priority, ]pd_group grp_hdl",
-     .call = "indirect::modify_by_match_spec<t::{table}>(indirect::Kind::group, sess_hdl, dev_tgt, match_spec, "
+     .call = "indirect::modify_by_match_spec<t::{table}>(indirect::PointsAt::group, sess_hdl, dev_tgt, match_spec, "
              "[priority?priority|0], grp_hdl)"},
     {.over = Over::indirect_table, .name = "{p}{table}_set_default_entry_with_selector",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl, pd_entry *entry_hdl",
-     .call = "indirect::set_default<t::{table}>(indirect::Kind::group, {args})"},
+     .call = "indirect::set_default<t::{table}>(indirect::PointsAt::group, {args})"},
 };
 
 inline constexpr Area entries_areas[] = {

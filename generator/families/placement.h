@@ -32,7 +32,7 @@ inline constexpr Family placement_reading_families[] = {
      .call = "reading::decode_entry<t::{table}>(plcmt_data, {{[keyed?.match_spec = match_spec, ]"
              "[priority?.priority = priority, ].is_default = is_default, [indirect?.has_mbr = has_mbr, "
              ".has_grp = has_grp, .grp_hdl = grp_hdl, .mbr_hdl = mbr_hdl|.action_number = action_record, "
-             ".action_spec = reading::spec_of(action_record)]}})"},
+             ".action_spec = decoding::spec_of(action_record)]}})"},
 };
 
 inline constexpr Family placement_print_families[] = {

@@ -17,7 +17,7 @@ inline constexpr Family defaults_families[] = {
                   "uint8_t *has_grp, pd_group *grp_hdl, pd_member *mbr_hdl|void *action_record]",
      .call = "defaults::get<t::{table}>(sess_hdl, dev_tgt, read_from_hw, {{[indirect?.has_mbr = has_mbr, "
              ".has_grp = has_grp, .grp_hdl = grp_hdl, .mbr_hdl = mbr_hdl|.action_number = action_record, "
-             ".action_spec = reading::spec_of(action_record)]}})"},
+             ".action_spec = decoding::spec_of(action_record)]}})"},
     {.over = Over::every_table, .name = "{p}{table}_table_get_default_entry_handle",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry *entry_hdl",
      .call = "defaults::get_handle({table_handle}, {args})"},

@@ -11,6 +11,9 @@ using catalog::TableRef;
 using encoding::action_layout;
 using encoding::key_layout;
 
+// Room for the action data of every action.
+inline constexpr size_t data_capacity = 32;
+
 // Clears the whole record, padding included, and sets the fields of the key. Values are not cut to their width.
 template <TableRef T>
 VL_INLINE void unbuild_key(const pipe_match_record& match, void* match_spec) {
@@ -92,6 +95,23 @@ void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index
                                              bytes::load_big_endian<param.data_bytes>(data + param.data_position));
         }
     });
+}
+
+// Where an action record has its parameters: behind the action's number.
+inline void* spec_of(void* action_record) {
+    return static_cast<Byte*>(action_record) + sizeof(uint32_t);
+}
+
+// Decodes an action: its number, and its parameters if it has some.
+template <ActionRef A>
+VL_INLINE void unbuild_action(const pipe_action_data& action, const pd_resource_index* resources,
+                              uint32_t resource_count, void* action_number, void* action_spec) {
+    static_assert(action_layout<A>.bytes <= data_capacity &&
+                  action_layout<A>.record_size <= sizeof(pd_action_record::spec));
+    constexpr uint32_t number = A.number;
+    std::memcpy(action_number, &number, sizeof number);
+    if constexpr (action_layout<A>.param_count != 0)
+        unbuild_action_spec<A>(action, resources, resource_count, action_spec);
 }
 
 } // namespace vl_pd::decoding

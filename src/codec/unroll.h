@@ -8,8 +8,16 @@
 #include <cstddef>
 #include <utility>
 
-// Speed doesn't matter under a sanitizer. There the compiler may choose, which halves the time of the build.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// Speed doesn't matter under a sanitizer. There the compiler may choose, which halves the time of the build. g++ and
+// clang say in different ways that there is one.
+#if defined(__has_feature)
+#define VL_HAS_SANITIZER (__has_feature(address_sanitizer) || __has_feature(thread_sanitizer))
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define VL_HAS_SANITIZER 1
+#else
+#define VL_HAS_SANITIZER 0
+#endif
+#if VL_HAS_SANITIZER
 #define VL_INLINE inline
 #define VL_INLINE_LAMBDA
 #else

@@ -44,20 +44,19 @@ inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_i
     return PD_STATUS_OK;
 }
 
-// Writes a member's action as a record. `ask_resources` says whether the shadow is asked for the member's resources
-// first. No member has any; the question alone is asked. False: the action isn't the profile's.
+// Writes a member's action as a record. If there is a shadow, it is first asked for the member's resources, although no
+// member has any. False: the action isn't the profile's.
 template <ProfileRef P>
-bool write_record(uint32_t action_hdl, const pipe_action_data& action, bool ask_resources, pd_device dev_id,
+bool write_record(uint32_t action_hdl, const pipe_action_data& action, p4_pd_ms_state* shadow, pd_device dev_id,
                   pd_member mbr_hdl, void* action_record) {
     return visit_action<P>(action_hdl, [&](auto visited) {
         constexpr ActionRef A = visited.value;
-        if (ask_resources && A->params.size() != 0) {
+        if (shadow != nullptr && A->params.size() != 0) {
             uint32_t count = 0;
             void* resources = nullptr;
-            p4_pd_ms_mbr_get_res(shadow_of(P), dev_id, mbr_hdl, &count, &resources);
+            p4_pd_ms_mbr_get_res(shadow, dev_id, mbr_hdl, &count, &resources);
         }
-        reading::write_action_as<A>(action, nullptr, 0,
-                                    {.action_number = action_record, .action_spec = reading::spec_of(action_record)});
+        decoding::unbuild_action<A>(action, nullptr, 0, action_record, decoding::spec_of(action_record));
     });
 }
 
@@ -66,13 +65,13 @@ inline constexpr std::string_view get_member_suffix = "_get_member";
 // Reads the driver, because the shadow holds no data.
 template <ProfileRef P>
 pd_status get(pd_session, pd_device dev_id, pd_member mbr_hdl, uint32_t read_from_hw, void* action_record) noexcept {
-    bytes::Byte data[reading::data_capacity]{};
-    pipe_action_data action{.data_bits = 0, .data_len = reading::data_capacity, .reserved = 0, .data = data};
+    bytes::Byte data[decoding::data_capacity]{};
+    pipe_action_data action{.data_bits = 0, .data_len = decoding::data_capacity, .reserved = 0, .data = data};
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = pipe_mgr_get_action_data_entry(P->data_table, on_all_pipes(dev_id), mbr_hdl, &action,
                                                              &action_hdl, static_cast<uint8_t>(read_from_hw));
     if (refused != PD_STATUS_OK) return refused;
-    if (write_record<P>(action_hdl, action, true, dev_id, mbr_hdl, action_record)) return PD_STATUS_OK;
+    if (write_record<P>(action_hdl, action, shadow_of(P), dev_id, mbr_hdl, action_record)) return PD_STATUS_OK;
     assertion_failed(Condition::null_pointer, joined<name_prefix, name_of<P>, get_member_suffix>.data(), __LINE__);
     return PD_STATUS_UNEXPECTED;
 }

@@ -23,11 +23,11 @@ pd_status set(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* action_spec, 
 // pipeline.
 template <TableRef T>
 pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t read_from_hw, const reading::Outputs& out) noexcept {
-    bytes::Byte data[reading::data_capacity]{};
+    bytes::Byte data[decoding::data_capacity]{};
     pipe_action_record action{};
     if constexpr (!catalog::is_indirect(*T)) {
         action.action.data = data;
-        action.action.data_len = reading::data_capacity;
+        action.action.data_len = decoding::data_capacity;
     }
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = pipe_mgr_table_get_default_entry(sess_hdl, to_driver(dev_tgt), T->handle, &action,

@@ -14,7 +14,7 @@ namespace vl_pd::indirect {
 using catalog::TableRef;
 
 // What an entry points at.
-enum class Kind { member, group };
+enum class PointsAt { member, group };
 
 // The driver's record of an entry that points at a member or group, and the action of that member or group.
 struct Pointer {
@@ -22,11 +22,11 @@ struct Pointer {
     pipe_act_hdl action;
 };
 
-inline pd_status build_pointer(p4_pd_ms_state* shadow, Kind kind, pd_device dev_id, uint32_t handle, Pointer& out) {
+inline pd_status build_pointer(p4_pd_ms_state* shadow, PointsAt what, pd_device dev_id, uint32_t handle, Pointer& out) {
     bytes::clear(out.record);
     uint32_t count = 0;
     void* resources = nullptr; // these tables have none, but the shadow is always asked
-    if (kind == Kind::member) {
+    if (what == PointsAt::member) {
         out.record.kind = PIPE_KIND_MEMBER;
         out.record.member_hdl = handle;
         const pd_status unknown = p4_pd_ms_get_mbr_act(shadow, dev_id, handle, &out.action);
@@ -48,43 +48,43 @@ p4_pd_ms_state* shadow() {
 }
 
 template <TableRef T>
-pd_status add(Kind kind, pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, uint32_t priority,
+pd_status add(PointsAt what, pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec, uint32_t priority,
               uint32_t handle, pd_entry* entry_hdl) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     Pointer pointer;
-    const pd_status unknown = build_pointer(shadow<T>(), kind, dev_tgt.dev_id, handle, pointer);
+    const pd_status unknown = build_pointer(shadow<T>(), what, dev_tgt.dev_id, handle, pointer);
     if (unknown != PD_STATUS_OK) return unknown;
     return pipe_mgr_mat_ent_add(sess_hdl, to_driver(dev_tgt), T->handle, &match.record, pointer.action, &pointer.record,
                                 0, no_flags, entry_hdl);
 }
 
 template <TableRef T>
-pd_status modify(Kind kind, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t handle) noexcept {
+pd_status modify(PointsAt what, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t handle) noexcept {
     Pointer pointer;
-    const pd_status unknown = build_pointer(shadow<T>(), kind, dev_id, handle, pointer);
+    const pd_status unknown = build_pointer(shadow<T>(), what, dev_id, handle, pointer);
     if (unknown != PD_STATUS_OK) return unknown;
     return pipe_mgr_mat_ent_set_action(sess_hdl, dev_id, T->handle, entry_hdl, pointer.action, &pointer.record,
                                        no_flags);
 }
 
 template <TableRef T>
-pd_status modify_by_match_spec(Kind kind, pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
+pd_status modify_by_match_spec(PointsAt what, pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* match_spec,
                                uint32_t priority, uint32_t handle) noexcept {
     encoding::MatchRecord<T> match;
     encoding::build_match_spec<T>(match_spec, priority, match);
     Pointer pointer;
-    const pd_status unknown = build_pointer(shadow<T>(), kind, dev_tgt.dev_id, handle, pointer);
+    const pd_status unknown = build_pointer(shadow<T>(), what, dev_tgt.dev_id, handle, pointer);
     if (unknown != PD_STATUS_OK) return unknown;
     return pipe_mgr_mat_ent_set_action_by_match_spec(sess_hdl, to_driver(dev_tgt), T->handle, &match.record,
                                                      pointer.action, &pointer.record, no_flags);
 }
 
 template <TableRef T>
-pd_status set_default(Kind kind, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t handle,
+pd_status set_default(PointsAt what, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t handle,
                       pd_entry* entry_hdl) noexcept {
     Pointer pointer;
-    const pd_status unknown = build_pointer(shadow<T>(), kind, dev_tgt.dev_id, handle, pointer);
+    const pd_status unknown = build_pointer(shadow<T>(), what, dev_tgt.dev_id, handle, pointer);
     if (unknown != PD_STATUS_OK) return unknown;
     return pipe_mgr_mat_default_entry_set(sess_hdl, to_driver(dev_tgt), T->handle, pointer.action, &pointer.record,
                                           no_flags, entry_hdl);

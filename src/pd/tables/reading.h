@@ -18,7 +18,7 @@ namespace vl_pd::reading {
 
 using bytes::Byte;
 using catalog::TableRef;
-using decoding::action_layout;
+using decoding::data_capacity;
 using decoding::key_layout;
 
 // Where a reader writes an entry: one shape for tables of all classes. The table's class says which members count.
@@ -27,7 +27,7 @@ struct Outputs {
     uint32_t* priority = nullptr;  // of a masked table
     uint8_t* is_default = nullptr; // of a table with a key; placement data of a keyless table writes 1
 
-    // The action of a direct table. `name` and `number` may be null in a read by handle.
+    // The action of a direct table. The name may be null, and in a read by handle the number too.
     char* action_name = nullptr;
     void* action_number = nullptr; // four bytes
     void* action_spec = nullptr;
@@ -38,9 +38,6 @@ struct Outputs {
     pd_group* grp_hdl = nullptr;
     pd_member* mbr_hdl = nullptr;
 };
-
-// Room for the action data of every table.
-inline constexpr size_t data_capacity = 32;
 
 // Bytes of the program's largest key. The driver writes the key of the entry that the placement data is of, and the
 // caller can mistake the table.
@@ -92,31 +89,16 @@ inline void write_target(const pipe_action_record& action, const Outputs& out) {
     if (*out.has_grp) *out.grp_hdl = action.group_hdl;
 }
 
-template <catalog::ActionRef A>
-VL_INLINE void write_action_as(const pipe_action_data& action, const pd_resource_index* resources,
-                               uint32_t resource_count, const Outputs& out) {
-    static_assert(action_layout<A>.bytes <= data_capacity &&
-                  action_layout<A>.record_size <= sizeof(pd_action_record::spec));
-    constexpr auto& name = joined<name_prefix, name_of<A>>;
-    constexpr uint32_t number = A.number;
-    if (out.action_name != nullptr) std::memcpy(out.action_name, name.data(), name.size());
-    if (out.action_number != nullptr) std::memcpy(out.action_number, &number, sizeof number);
-    if constexpr (action_layout<A>.param_count != 0)
-        decoding::unbuild_action_spec<A>(action, resources, resource_count, out.action_spec);
-}
-
 // Writes the table's action of this handle. False if no action of the table has the handle.
 template <TableRef T>
 VL_INLINE bool write_action(uint32_t action_hdl, const pipe_action_data& action, const ResourceList& resources,
                             const Outputs& out) {
     return visit_action<T>(action_hdl, [&](auto visited) VL_INLINE_LAMBDA {
-        write_action_as<visited.value>(action, resources.pairs(), resources.count(), out);
+        constexpr auto& name = joined<name_prefix, name_of<visited.value>>;
+        if (out.action_name != nullptr) std::memcpy(out.action_name, name.data(), name.size());
+        decoding::unbuild_action<visited.value>(action, resources.pairs(), resources.count(), out.action_number,
+                                                out.action_spec);
     });
-}
-
-// Where an action record has its parameters: behind the action's number.
-inline void* spec_of(void* action_record) {
-    return static_cast<Byte*>(action_record) + sizeof(uint32_t);
 }
 
 inline constexpr std::string_view get_entry_suffix = "_get_entry";
@@ -124,7 +106,9 @@ inline constexpr std::string_view get_entry_suffix = "_get_entry";
 // Reads an entry by its handle, in one driver call.
 template <TableRef T>
 VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw,
-                              const Outputs& out) noexcept {
+                              Outputs out) noexcept {
+    uint32_t unasked_number = 0;
+    if (out.action_number == nullptr) out.action_number = &unasked_number;
     constexpr catalog::KeyLayout key = key_layout<T>;
     constexpr const char* name = joined<name_prefix, name_of<T>, get_entry_suffix>.data();
     Answer<key.bytes == 0 ? 1 : key.bytes> answer;
