@@ -84,7 +84,7 @@ typedef struct pd_resource_index {
 typedef void (*pd_driver_callback)(void);
 
 /*
- * An action with its parameters: the action's number, and from byte 4 on its action_spec record. It has room for any
+ * An action with its parameters: the action's number, then its action_spec record from byte 4 on. It has room for any
  * action of the pipeline.
  */
 typedef struct pd_action_record {
@@ -92,7 +92,7 @@ typedef struct pd_action_record {
     uint32_t spec[11];
 } pd_action_record;
 
-/* How a table ages its entries. In modes other than 1 only mode counts. The driver defines what the values mean. */
+/* How a table ages its entries. In modes other than 1, only mode counts. The driver defines what the values mean. */
 typedef struct pd_idle_params {
     uint32_t mode;
     uint64_t params_a;
@@ -134,8 +134,8 @@ typedef struct pd_pvs_target {
 
 /*
  * An attribute of one input field of a hash calculation. Fields and types are the driver's numbers. For
- * calculate_hash_value it holds a field's value of up to 32 bits, or for a wider field the address of its bytes, most
- * significant first.
+ * calculate_hash_value, attr_value is the value of a field of up to 32 bits. For a wider field, attr_bytes is the
+ * address of its bytes, most significant first.
  */
 typedef struct pd_hash_attribute {
     uint32_t input_field;

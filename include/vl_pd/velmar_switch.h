@@ -5,7 +5,7 @@
  * each action of a table; its functions differ only in constants. This comment describes each family once. The headers
  * included below declare the functions, table by table, next to the records that they take.
  *
- * Every name has the prefix p4_pd_velmar_switch_, which is left out here. Only the unbuild_ functions have no prefix.
+ * Every name except bf_drv_hdl and unbuild_... has the prefix p4_pd_velmar_switch_, which is left out here.
  *
  *
  * Arguments that recur
@@ -26,9 +26,9 @@
  * be freed. Values are not checked: a value that is wider than its field goes to the driver as it is.
  *
  * Every pd_status comes unchanged from the driver, unless the family says otherwise. Don't read outputs after a
- * failure. The driver itself writes handles, counts and times. The library leaves the outputs that it decodes
- * unwritten, unless the family says otherwise. Functions may be called from several threads; the driver defines what
- * happens then. If the low 8 bits of read_from_hw are zero, the driver's copy is read, else the hardware.
+ * failure. The driver itself writes handles, counts and times. The library doesn't write the outputs that it decodes,
+ * unless the family says otherwise. Functions may be called from several threads; the driver defines what happens then.
+ * If the low 8 bits of read_from_hw are zero, the driver's copy is read, otherwise the hardware.
  *
  * A failed assertion writes a line to the driver's log, and the call goes on as its family says. In the driver's debug
  * mode it stops the process instead. Two things fail an assertion: a driver's answer that can't come from this
@@ -63,7 +63,7 @@
  *   init()                          Call it once, before anything else. It sets up the shadow of the action profiles
  *                                   and registers with the driver. From then on the driver calls the library back when
  *                                   a device goes away and when it saves or restores a device's state. If the driver
- *                                   refuses the registration, the process stops. A second call is not guarded against.
+ *                                   refuses the registration, the process stops. A second call isn't detected.
  *   cleanup()                       Call it at the end. Deregisters; returns the driver's status. Frees nothing.
  *   device_state_cleanup()          Does nothing. It exists for agents that call it.
  *   bf_drv_hdl                      (no prefix) The handle of this library as the driver's client.
@@ -125,7 +125,7 @@
  *   <table>_get_first_entry_handle(sess_hdl, dev_tgt, entry_hdl out)
  *   <table>_get_next_entry_handles(sess_hdl, dev_tgt, entry_hdl, n, next_entry_hdls out)
  *       To walk a table, get the first handle, then up to n handles after the last one that you have. next_entry_hdls
- *       needs room for n handles. PD_HDL_END in it ends the list. All three return the driver's answer, failures too.
+ *       needs room for n handles. PD_HDL_END in it ends the list. All three pass on what the driver answers.
  *
  *
  * Default entries
@@ -148,7 +148,7 @@
  * logged then. PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset restores the entry that the driver started with.
  *
  *
- * Tables themselves
+ * Whole tables
  *
  *   <table>_get_mat_table_handle(tbl_hdl out)           tbl_hdl may be null. Needs no driver; always returns 0.
  *   <table>_supports_entry_priority()                   1 for masked tables, else 0.
@@ -192,7 +192,7 @@
  *
  * A member is an instance of an action that many entries share. The driver holds the members. The library keeps a
  * shadow: which members exist, and which action each has. It updates the shadow after the driver has accepted a change.
- * A member keeps its action for life. A modify with another action returns PD_STATUS_MISMATCH. A modify of an unknown
+ * A member never changes its action. A modify with another action returns PD_STATUS_MISMATCH. A modify of an unknown
  * member returns the shadow's status. Neither calls the driver. get_member writes action_record as a read of a default
  * entry does; an action that isn't the profile's is a failed assertion and gives PD_STATUS_UNEXPECTED. Callers that
  * share a profile must serialise their calls, because a driver call and the update of the shadow are not one atomic
@@ -231,8 +231,8 @@
  * the member that joined last, and keeps it when members leave. Entries that point at the group carry that action. A
  * member that the shadow doesn't know can't join: the result is the shadow's status, without a driver call. mbr_state
  * is P4_PD_GRP_MBR_STATE_ACTIVE or _INACTIVE. A set of any other value returns PD_STATUS_INVALID. If the driver reports
- * another state, a get returns 0 and writes nothing. del_group needs memory for the list of members, else it returns
- * PD_STATUS_NO_MEMORY and the group remains. Once the driver has deleted the group, del_group returns the
+ * another state, a get returns 0 and writes nothing. del_group needs memory for the list of members. Without memory, it
+ * returns PD_STATUS_NO_MEMORY and the group remains. Once the driver has deleted the group, del_group returns the
  * shadow's status.
  *
  *
@@ -258,8 +258,8 @@
  * driver replays its members, groups and memberships. The library hands the five words on to the driver, which may keep
  * the callback that comes with them. Call init() first. No member or group operation may run during the replay. A
  * replayed group has the action of the last of its members in the replay; a group that had lost its members before the
- * restart has no action until one joins. What can't be restored is left out without a report. A device state that was
- * saved while memory was short may lack members, groups or whole profiles; they are left out in the same way.
+ * restart has no action until a member joins. What can't be restored is left out without a report. A device state that
+ * was saved while memory was short may lack members, groups or whole profiles; they are left out in the same way.
  *
  *
  * Walking by handle, for callers that hold the handle of a table or profile as data
@@ -299,8 +299,8 @@
  * meter_set_<meter> and bytes_meter_set set a meter that counts bytes, packets_meter_set one that counts packets. They
  * translate PD_METER_TYPE_... into the driver's meter type. A read returns the driver's meter type, and the low 32 bits
  * of rates and bursts. In meter_set_<meter>, a meter_type outside PD_METER_TYPE_... is a failed assertion, and is sent
- * as colour aware. The two sets by handle return PD_STATUS_INVALID for it, without a driver call. They do the same for
- * a colour aware meter if the low 8 bits of has_pre_color are zero. WRED specs are copied unchanged.
+ * as colour aware. The two sets by handle return PD_STATUS_INVALID for such a type, without a driver call. They do the
+ * same for a colour aware meter if the low 8 bits of has_pre_color are zero. WRED specs are copied unchanged.
  *
  *
  * Registers
@@ -319,9 +319,9 @@
  * other with no gaps. Bit 0 of flags goes to the driver. A read allocates its lists in the driver's memory and frees
  * them before it returns. PD_STATUS_NO_MEMORY: no memory for these lists; no cell was read and nothing is written.
  *
- * The count of a range is signed. A count of 0 goes to the driver too. A negative count gives PD_STATUS_NO_MEMORY,
- * after the driver was asked how many values a cell has. count times that number must stay below 2^31;
- * the library doesn't check it.
+ * The count of a range is signed. A count of 0 also goes to the driver. A negative count gives PD_STATUS_NO_MEMORY,
+ * after the driver was asked how many values a cell has. count times that number must stay below 2^31; the library
+ * doesn't check it.
  *
  *   register_read_indirect(sess_hdl, dev_tgt, reg_hdl, index, flags, query), register_read_direct(sess_hdl, dev_tgt,
  *   tbl_hdl, entry_hdl, flags, query), register_write_indirect, register_write_all_indirect,
@@ -334,7 +334,7 @@
  * Learning digests
  *
  *   <digest>_register(sess_hdl, dev_id, callback, cookie), <digest>_deregister(sess_hdl, dev_id)
- *   <digest>_notify_ack(sess_hdl, message)                          gives a message that was handled back to the driver
+ *   <digest>_notify_ack(sess_hdl, message)                          returns a message to the driver after handling it
  *   set_learning_timeout(sess_hdl, dev_id, timeout)                 one timeout for the whole device
  *   get_digest_entry_size(digest)                                   bytes of an entry; 0 for an unknown name
  *   get_digest_entry_field(entry, digest, field, size out)          the field's address in the entry; null, and size 0,
@@ -362,12 +362,12 @@
  *   hash_calc_<calc>_input_field_attribute_count_get(sess_hdl, dev_id, input, count out)
  *   hash_calc_<calc>_calculate_hash_value(sess_hdl, dev_id, count, fields, widths, hash out, hash_len)
  *
- * A calculation has one algorithm and one input. The number of both is 0; a set sends any other number to the driver as
- * handle 0. The get of an algorithm or input returns PD_STATUS_INVALID and writes nothing if the driver reports
- * anything else, or nothing because it failed. The reads of attributes use the input that the driver reports. If that
- * is the calculation's own and the caller names an input other than 0, they return PD_STATUS_INVALID; by then the get
- * of attributes has set count to 0, but the get of their count has written nothing. attr_value carries 32 bits.
- * PD_STATUS_NO_MEMORY: no memory for the driver's records or for the stream.
+ * A calculation has one algorithm and one input. Each has the number 0; a set sends any other number to the driver as
+ * handle 0. _algorithm_get and _input_get return PD_STATUS_INVALID and write nothing if the driver reports another
+ * handle, or none because it failed. The reads of attributes use the input that the driver reports. If this is the
+ * calculation's input and the caller passes a number other than 0, they return PD_STATUS_INVALID; _attribute_get then
+ * sets count to 0, _attribute_count_get writes nothing. attr_value carries 32 bits. PD_STATUS_NO_MEMORY: no memory for
+ * the driver's records or for the stream.
  *
  * calculate_hash_value predicts the hash of a packet. It packs the values of `count` fields, of widths[i] bits each,
  * into one big-endian number, with the first field at the top and no alignment between fields. A value of up to 32 bits
@@ -442,18 +442,18 @@
  * _print_v6addr_exact leaves out the last blank. The result is the length. If the mask is zero, the ternary forms write
  * nothing, not even a terminator, and return 0. The halves of a MAC address are 24-bit values. IPv6 addresses and masks
  * are 16 bytes in network order. Only the low 16 bits of prefix_length count. The mask of a MAC or IPv6 address is
- * shown as an address. Of an IPv4 mask, the leading run of ones is shown as a length.
+ * shown as an address. An IPv4 mask is shown as the length of its leading run of ones.
  *
  *
- * Texts: what a counter counts, for the seven tables whose entries are counted
+ * Texts: what a counter counts, for the seven tables with a direct counter
  *
  *   <table>_match_spec_stringify_for_counter(match_spec, buffer out)
  *   <table>_stringify_counter_match_spec(sess_hdl, dev_id, entry_hdl, buffer out)
  *   stringify_counter_matchspec(sess_hdl, dev_id, tbl_hdl, entry_hdl, buffer out)       by table handle
  *
  * They write an entry's key in words: "Ingress Port 0x05 PACL/RACL Drop+/Log  ". The result is the length, at most 512.
- * If the key has nothing to say, the entry can't be read, or the handle belongs to none of the seven tables, the result
- * is 0, and not even a terminator is written. Entries are read from the hardware, with the low 8 bits of dev_id.
+ * If the text is empty, the entry can't be read, or the handle belongs to none of the seven tables, the result is 0,
+ * and not even a terminator is written. Entries are read from the hardware, with the low 8 bits of dev_id.
  *
  *
  * Placement data: what the driver has placed or will place, as the software sees it
@@ -481,10 +481,10 @@
  *       data that can't be decoded and for an unknown handle they return 0 and write nothing.
  *   <table>_plcmt_data_print(fd, indent, plcmt_data), <profile>_adt_plcmt_data_print(fd, indent, plcmt_data)
  *   plcmt_data_print(fd, indent, tbl_hdl, plcmt_data), adt_plcmt_data_print(fd, indent, adt_hdl, plcmt_data)
- *       Print the key, unless the entry is a default entry, or the name of a keyless table. Then print the action with
- *       its parameters, except for an indirect table. The result is the decoder's status, even if a write fails. Data
- *       that can't be decoded gives the line "cannot decode plcmt_data for <full name>". An unknown handle gives the
- *       line "0x0100005e table not found", and the result of its write.
+ *       Print the key (for a default entry, nothing; for a keyless table, its name). Then print the action with its
+ *       parameters, except for an indirect table. The result is the decoder's status, even if a write fails. Data that
+ *       can't be decoded gives the line "cannot decode plcmt_data for <full name>". An unknown handle gives the line
+ *       "0x0100005e table not found", and the result of its write.
  *
  *
  * Comparing with the hardware
@@ -500,7 +500,7 @@
  *
  * Fields are compared in key order, through the bits that the table matches. Masks and prefix lengths count as fields.
  * For a default entry, only the action is compared. Priority and resources aren't compared. For an entry of an indirect
- * table, a member is compared by handle, and a group only by its presence. A member 0 in the hardware always passes.
+ * table, a member is compared by handle (0 from the hardware counts as equal), and a group only by its presence.
  *
  * The result is also 0 if the hardware can't be read ("p4_pd_velmar_switch_<table>_get_entry failed"), if the data
  * can't be decoded ("Failed to decode plcmt_data in table <table>"), and for an unknown table handle ("unknown table").
@@ -515,7 +515,7 @@
  *
  * They decode the driver's records, for callers that get these records from the driver themselves. unbuild_key_ clears
  * the whole record, padding included, and sets the fields. unbuild_mask_ then adds the masks or the prefix length,
- * which is the width less the mask's trailing zeros. Bits are not trimmed. `resources` lists resource_count pairs, one
+ * which is the width minus the mask's trailing zeros. Bits are not trimmed. `resources` lists resource_count pairs, one
  * for each attached slot. Only actions with an index parameter use them. With a count of 0 `resources` may be null.
  */
 #ifndef VL_PD_VELMAR_SWITCH_H

@@ -1,6 +1,6 @@
 /*
  * The whole driver boundary: all functions of the driver that this library calls. These headers say what the library
- * relies on in any driver. Everything else is the driver's choice. vl_model/behaviour.h tells the choices of the
+ * relies on in any driver. Everything else is the driver's choice. vl_model/behaviour.h describes the choices of the
  * embedded driver.
  */
 #ifndef VL_DRIVER_DRIVER_H

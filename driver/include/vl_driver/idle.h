@@ -48,7 +48,7 @@ pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev
 
 typedef void (*pipe_idle_tmo_cb)(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, pipe_ent_hdl ent_hdl, void* cookie);
 
-/* The driver keeps one callback and cookie for a table, and calls back when an entry times out. Null ends that. */
+/* The driver keeps one callback and cookie for a table, for entries that time out. Null ends the registration. */
 pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_idle_tmo_cb callback, void* cookie);
 
@@ -70,7 +70,7 @@ typedef void (*pipe_idle_hit_state_cb)(pipe_dev_id dev_id, void* cookie);
 pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                 pipe_idle_hit_state_cb callback, void* cookie);
 
-/* Writes whether a packet had hit the entry before the last update of hit states, and after the one before it. */
+/* Writes whether a packet hit the entry between the last two updates of hit states. */
 pipe_status pipe_mgr_idle_time_get_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, uint32_t* hit_state);
 

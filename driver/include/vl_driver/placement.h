@@ -22,8 +22,8 @@ pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
                                         pipe_grp_hdl grp_hdl, const void** plcmt_data);
 
 /*
- * Decode placement data without access to the device. The caller attaches zeroed buffers that are large enough, and
- * leaves the lengths to the driver. In this, a decoder differs from a read of an entry.
+ * Decode placement data without access to the device. The caller attaches zeroed buffers that are large enough. Here
+ * the driver sets the lengths; in a read of an entry, the caller does.
  */
 pipe_status pipe_mgr_plcmt_mat_data_get_entry(const void* plcmt_data, pipe_match_record* match,
                                               pipe_action_record* action, pipe_act_hdl* act_hdl);

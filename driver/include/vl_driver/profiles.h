@@ -87,9 +87,9 @@ pipe_status pipe_mgr_sel_grp_mbr_get_from_hash(pipe_sess_hdl sess_hdl, pipe_dev_
                                                pipe_mbr_hdl* mbr_hdl);
 
 /*
- * A selector's memory consists of words with positions for members. These write the number of active members of one
- * word, and at most `count` of these members in the order of their positions, with PIPE_HDL_END after the last one if
- * there is room.
+ * A selector's memory consists of words with positions for members. These functions write the number of active members
+ * of one word, and at most `count` of these members in the order of their positions, with PIPE_HDL_END after the last
+ * one if there is room.
  */
 pipe_status pipe_mgr_get_word_llp_active_member_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
                                                       pipe_tbl_hdl sel_hdl, uint32_t word, uint32_t* count);
@@ -118,7 +118,7 @@ pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 typedef void (*pipe_sel_tbl_cb)(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_grp_hdl grp_hdl,
                                 pipe_mbr_hdl mbr_hdl, uint32_t index, uint32_t active, void* cookie);
 
-/* The driver keeps this callback as those above. Session 0 is allowed here. */
+/* The driver keeps this callback like those above. Session 0 is allowed here. */
 pipe_status pipe_mgr_sel_tbl_register_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                          pipe_sel_tbl_cb callback, void* cookie);
 

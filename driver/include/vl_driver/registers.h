@@ -1,6 +1,6 @@
 /*
  * Registers: stateful cells that packets read and change. A cell has one value for each instance of it in the hardware.
- * Readers first ask how many values that is, and bring the room.
+ * Readers first ask for the number of values, and provide room for them.
  */
 #ifndef VL_DRIVER_REGISTERS_H
 #define VL_DRIVER_REGISTERS_H

@@ -92,7 +92,7 @@ pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
 pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                           uint32_t index, pipe_meter_spec* spec, uint32_t flags);
 
-/* The number of bytes to add to each packet's length before metering. Direct meters, too, go by their own handle. */
+/* The number of bytes to add to each packet's length before metering. A direct meter goes by its own handle, too. */
 pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t adjustment);
 

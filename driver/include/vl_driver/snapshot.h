@@ -12,7 +12,7 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-typedef uint32_t bf_snapshot_hdl; /* bit 1 tells which of the two record layouts holds */
+typedef uint32_t bf_snapshot_hdl; /* bit 1 selects one of the two record layouts */
 
 #define BF_SNAPSHOT_RECORD_SIZE 676
 

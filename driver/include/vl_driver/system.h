@@ -46,7 +46,7 @@ void* bf_sys_calloc(size_t count, size_t size);
 
 void bf_sys_free(void* memory);
 
-/* Returns 0 unless a broken assertion is to stop the process. */
+/* Returns 0 unless a failed assertion must stop the process. */
 int bf_sys_dbg_mode(void);
 
 enum { BF_SYS_MODULE_NONE = 0 };

@@ -65,7 +65,7 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
                                pipe_match_record* match, pipe_action_record* action, pipe_act_hdl* act_hdl,
                                uint8_t read_from_hw, uint32_t always_1, uint32_t always_0);
 
-/* Counting and walking serve match, action data and selector tables. The handles are entries, members or groups. */
+/* Counting and walking work on match, action data and selector tables. Handles are entries, members or groups. */
 pipe_status pipe_mgr_get_entry_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                      uint32_t always_0, uint32_t* count);
 

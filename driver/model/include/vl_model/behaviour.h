@@ -1,6 +1,6 @@
 /*
- * What the embedded driver chooses where the driver boundary leaves a choice. The library knows none of this. An agent
- * that relies on it works with this driver only.
+ * The choices of the embedded driver where the driver boundary leaves one. The library relies on none of them. An agent
+ * that does works with this driver only.
  */
 #ifndef VL_MODEL_BEHAVIOUR_H
 #define VL_MODEL_BEHAVIOUR_H
@@ -14,7 +14,7 @@ extern "C" {
 /*
  * Update callbacks: what happened to an entry, member or group. Changes of the default entry are reported, too.
  * Enabling or disabling a member of a group changes the member. Session and target are those of the call that made the
- * change; a call without a pipe stands for all pipes.
+ * change; a call without a pipe means all pipes.
  */
 enum { PIPE_UPDATE_ADDED = 1, PIPE_UPDATE_CHANGED = 2, PIPE_UPDATE_DELETED = 3 };
 
@@ -22,11 +22,11 @@ enum { PIPE_UPDATE_ADDED = 1, PIPE_UPDATE_CHANGED = 2, PIPE_UPDATE_DELETED = 3 }
  * Idle time. Times are in milliseconds. Entries age in PIPE_IDLE_MODE_NOTIFY only; in other modes the driver just keeps
  * hit states. It reads these members of pipe_idle_params:
  *
- *   params_a  the interval at which it looks for time-outs, counted from the switching on; 0: at each step of the clock
- *   params_b  the longest time to live: longer ones are cut to it; 0: no limit
+ *   params_a  the interval at which it looks for time-outs, from the switching on; 0: at each step of the clock
+ *   params_b  the longest time to live: longer ones are cut to this; 0: no limit
  *   params_c  the time to live of entries that were added with 0; 0: these don't age
  *
- * Switching on starts the time of all entries and forgets their hits, also if idle time was on before. The callback is
+ * Switching it on restarts the time of all entries and forgets their hits, even if it was on before. The callback is
  * called once for each entry that times out, and again if the entry was hit or renewed and times out once more. While a
  * table has no callback, time-outs wait for the next one. An entry whose own time to live is set to 0 doesn't age.
  */
@@ -40,7 +40,7 @@ enum { PIPE_IDLE_NOT_HIT = 0, PIPE_IDLE_HIT = 1 };
  *
  * The hash that selects a member is one number, most significant byte first. Its remainder by the count of the group's
  * active members is the position of the member among them, counted from 0 in the order of handles. If none is active,
- * the selector's fallback member is selected; without one the call is refused.
+ * the selector's fallback member is selected; without a fallback the call is refused.
  *
  * A word of a selector's memory has this many positions: position p is slot p % 32 of word p / 32. A word belongs to
  * one group or none; the driver refuses to read a word that belongs to none. A group starts with one word, and takes
@@ -56,12 +56,12 @@ enum { PIPE_IDLE_NOT_HIT = 0, PIPE_IDLE_HIT = 1 };
 
 /*
  * The algorithms of hash calculations, by the low byte of their handles. The hash is one number. A reader gets its low
- * bytes, most significant first. A CRC continues from the seed (CRC-32 from its low 32 bits) as from the checksum of
- * bytes in front of the stream, so that a seed of 0 gives the usual CRC. The driver keeps the attributes of input
- * fields but they change nothing.
+ * bytes, most significant first. A CRC continues from the seed as if it were the checksum of bytes before the stream,
+ * so a seed of 0 gives the usual CRC. CRC-32 takes the low 32 bits of the seed. The driver keeps the attributes of
+ * input fields, but they change nothing.
  */
 typedef enum vl_model_hash_algorithm {
-    VL_MODEL_HASH_IDENTITY = 0, /* the stream itself, exclusive or the seed */
+    VL_MODEL_HASH_IDENTITY = 0, /* the stream itself, XORed with the seed */
     VL_MODEL_HASH_CRC64 = 1,    /* of ECMA-182, reflected: CRC-64/XZ */
     VL_MODEL_HASH_CRC32 = 2     /* of IEEE 802.3 */
 } vl_model_hash_algorithm;

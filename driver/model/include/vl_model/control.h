@@ -1,9 +1,9 @@
 /*
  * The embedded driver for agents: what the platform code of a real driver does. It opens sessions, adds devices with
  * the pipelines that they run, saves and restores the state of devices and moves the clock. Everything else goes
- * through the driver boundary. behaviour.h tells what the driver does there, traffic.h stands in for packets.
+ * through the driver boundary. behaviour.h describes the driver's choices there; traffic.h replaces packets.
  *
- * The driver knows the handles, widths and lengths of a pipeline, from the description that comes with a device.
+ * A device comes with a description, from which the driver knows the handles, widths and lengths of its pipeline.
  *
  * Callbacks run without a lock, on the thread of the call that causes them. A call that ends a registration returns
  * when the callback no longer runs and will not be called again. Then the agent may free its cookie. A registration
@@ -51,7 +51,7 @@ typedef enum vl_model_status {
     VL_MODEL_OUT_OF_RANGE = 19      /* an index at or above the cell count, a pipe that the device doesn't have */
 } vl_model_status;
 
-/* The name of a status without the prefix, and a phrase for people. Others are "UNKNOWN" and "unknown status". */
+/* The name of a status without the prefix, and a phrase for people; "UNKNOWN" and "unknown status" for any other. */
 const char* vl_model_status_name(uint32_t status);
 const char* vl_model_status_text(uint32_t status);
 
@@ -175,13 +175,13 @@ uint32_t vl_model_device_state_drop(uint32_t dev_id);
 uint32_t vl_model_device_set_pipes(uint32_t dev_id, uint32_t count);
 
 /*
- * Moves the driver's clock, which starts at 0 and moves only by this. Calls the time-out callback for each entry that
- * runs out of time: in the order of these times, then by device, table and entry. Entries that an earlier callback has
+ * Moves the driver's clock, which starts at 0 and moves in no other way. Calls the time-out callback for each entry
+ * that times out: in the order of these times, then by device, table and entry. Entries that an earlier callback has
  * removed or renewed are left out.
  */
 uint32_t vl_model_clock_advance(uint32_t milliseconds);
 
-/* 1: a client whose assertion fails stops the process. 0, at the start: the client logs the failure and goes on. */
+/* 0, the initial value: a client logs a failed assertion and goes on. 1: it stops the process. */
 void vl_model_debug_mode_set(int on);
 
 /* The levels of log lines, the most severe first. */
@@ -207,7 +207,7 @@ char* vl_model_state_log(uint32_t dev_id);
 
 /*
  * Passes the objects of such a text to the clients with the same names. Clients without an object are not called.
- * Returns the first status of a client that is not 0.
+ * Returns the first client status other than 0.
  */
 uint32_t vl_model_state_restore(uint32_t dev_id, const char* json);
 

@@ -72,7 +72,7 @@ struct Call {
     // each 8 bytes.
     std::vector<uint64_t> args;
     std::optional<MatchCopy> match;
-    std::optional<ActionCopy> action; // from action data alone, kind and the members after data are 0
+    std::optional<ActionCopy> action; // made from action data alone: kind and the members after data are 0
     std::string text;                 // the formatted line of bf_sys_log_and_trace
     std::vector<uint32_t> handles;    // the members of p4_pd_ms_del_grp
     // The hash of pipe_mgr_sel_grp_mbr_get_from_hash, the stream of pipe_mgr_hash_calc_calculate_hash_value.
@@ -131,7 +131,7 @@ Output<Value> output(size_t arg, Value value) {
     return {arg, value};
 }
 
-// The same with a fixed status and fixed outputs.
+// Answers calls with a fixed status and fixed outputs.
 template <class... Values>
 void answer_calls_with(std::string_view function, uint32_t status, Output<Values>... outputs) {
     answer_calls(function, [=](const AnsweredCall& call) {
@@ -140,7 +140,7 @@ void answer_calls_with(std::string_view function, uint32_t status, Output<Values
     });
 }
 
-// Answers that edit what the driver wrote in a successful call. Above each are the functions that it answers. An empty
+// Hooks that edit the driver's outputs after a successful call. The comment above each names the functions. An empty
 // hook ends it.
 
 // pipe_mgr_get_entry and pipe_mgr_table_get_default_entry. A default entry read by table has no match record: the hook
@@ -172,7 +172,7 @@ void set_meter_answer_hook(const MeterAnswerHook& hook);
 using RegisterAnswerHook = std::function<void(pipe_stful_query* queries, uint32_t& cells_read)>;
 void set_register_answer_hook(const RegisterAnswerHook& hook);
 
-// What an entry is apart from its bytes and slots.
+// An entry without its bytes and slots.
 struct EntryFields {
     uint32_t partition_index = 0;
     uint32_t priority = 0;
