@@ -1,4 +1,4 @@
-// The actions of a table or of a profile: the handle of an action, and the way back from a handle to the action.
+// The actions of a table or of a profile: from an action to its handle, and from a handle or number to the action.
 #pragma once
 
 #include "catalog/rows.h"
@@ -25,7 +25,7 @@ VL_INLINE bool visit_first(Wanted wanted, Visit visit) {
     (std::make_index_sequence<row->actions.size()>());
 }
 
-// The same for the action that has this handle, or this number.
+// Both call visit(constant<A>) for the action with this handle or number. False if there is none.
 template <auto row, class Visit>
 VL_INLINE bool visit_action(uint32_t action_hdl, Visit visit) {
     return visit_first<row>([=](auto i) VL_INLINE_LAMBDA { return row->actions.begin()[i].handle == action_hdl; },

@@ -1,5 +1,5 @@
-// The logged assertion. With it the library reports an answer that can't come from this pipeline, such as a foreign
-// action handle.
+// The logged assertion. It reports a driver's answer that can't come from this pipeline, such as a foreign action
+// handle, and an unknown meter type.
 #pragma once
 
 namespace vl_pd {

@@ -1,4 +1,4 @@
-// Loads and stores. All conversions between integers and bytes stand here.
+// Loads and stores. All conversions between integers and bytes are here.
 //
 // Records hold integers in the machine's byte order. Keys and action data hold the low-order bytes of a value, most
 // significant first. The machine is little-endian.
@@ -28,7 +28,7 @@ struct Wide {
     }
 };
 
-// 16 bytes in their own order, which is enough for masking.
+// 16 bytes in memory order, which is enough for masking.
 struct Block {
     uint64_t words[2];
 
@@ -61,7 +61,7 @@ void clear(Record& record) {
     unroll<count>([=](auto i) VL_INLINE_LAMBDA { _mm_store_si128(vectors + i, _mm_setzero_si128()); });
 }
 
-// An integer of a record.
+// Loads an integer from a record.
 template <unsigned size>
 uint32_t load(const Byte* from) {
     static_assert(size == 1 || size == 2 || size == 4);

@@ -34,7 +34,7 @@ VL_INLINE void unbuild_key(const pipe_match_record& match, void* match_spec) {
     });
 }
 
-// The count of bits of a 32-bit or 128-bit prefix mask before its trailing zeros.
+// The number of bits before the trailing zeros of a prefix mask of 32 or 128 bits.
 template <unsigned bits>
 uint32_t prefix_length(const Byte* mask) {
     if constexpr (bits == 32) {
@@ -97,7 +97,7 @@ void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index
     });
 }
 
-// Where an action record has its parameters: behind the action's number.
+// Where an action record has its parameters: after the action's number.
 inline void* spec_of(void* action_record) {
     return static_cast<Byte*>(action_record) + sizeof(uint32_t);
 }

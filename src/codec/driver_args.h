@@ -16,7 +16,7 @@ inline pipe_dev_tgt to_driver(pd_dev_tgt dev_tgt) {
     return std::bit_cast<pipe_dev_tgt>(dev_tgt);
 }
 
-// The library has a device and the driver takes a target.
+// For driver calls that take a target where the library has only a device.
 inline pipe_dev_tgt on_all_pipes(pd_device dev_id) {
     return {.dev_id = dev_id, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
 }

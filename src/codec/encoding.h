@@ -48,13 +48,13 @@ struct ActionRecord {
     ActionRecord& operator=(const ActionRecord&) = delete;
 };
 
-// The bits of a field's width. Masks of masked tables are cut to the width; key bytes keep what the caller set above it.
+// The bits of a field's width. Masks of masked tables are cut to the width; key bytes keep what the caller set above.
 constexpr uint32_t width_mask(unsigned bits) {
     return bits == 32 ? ~uint32_t{0} : (uint32_t{1} << bits) - 1;
 }
 
-// Encodes one field of a masked table. The caller's mask is applied to the key first, and cut to the field's width after
-// that. Both values stay in registers until they are complete.
+// Encodes one field of a masked table. The caller's mask is first applied to the key, and then cut to the field's
+// width. Both values stay in registers until they are complete.
 template <TableRef T, size_t i>
 void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
@@ -68,7 +68,7 @@ void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
         bytes::store_block(field_key, value & value_mask);
         bytes::store_block(field_mask, value_mask);
     } else if constexpr (field.key_bytes == 1) {
-        // With bytes the compiler sees that it can mask and store neighbours together.
+        // Written with bytes, so that the compiler sees that it can mask and store neighbours together.
         const Byte value = match_spec[field.record_offset];
         Byte value_mask = 0xFF;
         if constexpr (has_mask) value_mask = match_spec[field.partner_offset];
@@ -93,7 +93,7 @@ void build_exact_field(const Byte* match_spec, Byte* key) {
                                                  bytes::load<field.record_bytes>(match_spec + field.record_offset));
 }
 
-// A mask of the first `length` bits, which are at most as many as the field has.
+// A mask of the first `length` bits. `length` must not exceed the field's width.
 inline uint32_t prefix_mask(uint32_t length) {
     return static_cast<uint32_t>(~uint64_t{0} << (32 - length));
 }
@@ -117,9 +117,9 @@ VL_INLINE void build_prefix_field(const Byte* match_spec, uint32_t length, Byte*
     }
 }
 
-// Encodes the key of a prefix table. The prefix is the last field. The fields before it are exact, or name a partition:
-// that travels beside the key and isn't matched. Returns the entry's priority, which is the count of bits behind the
-// prefix, so that longer prefixes come first. For a length beyond the field, key and mask are left whole and the
+// Encodes the key of a prefix table. The prefix is the last field. The fields before it are exact, or name a partition,
+// which is sent beside the key and isn't matched. Returns the entry's priority: the number of bits after the prefix, so
+// that longer prefixes come first. If the length exceeds the field's width, key and mask keep all bits, and the
 // priority is one that no prefix has.
 template <TableRef T>
 VL_INLINE uint32_t build_prefix_key(const Byte* match_spec, Byte* key, Byte* mask) {
@@ -176,8 +176,8 @@ VL_INLINE void build_match_spec(const void* match_spec, uint32_t priority, Match
                   .reserved = 0};
 }
 
-// The operation that sends an action. Operations differ in what a missing meter means, and in how much of an index they
-// send.
+// The operation that sends an action. Operations differ in what a missing meter means and in how many bits of an index
+// they send.
 enum class Operation { add, modify, set_default };
 
 template <ActionRef A>

@@ -9,8 +9,8 @@
 
 namespace vl_pd::meters {
 
-// The driver's meter type for the agent's. Packets are taken to reach the meter with a colour. A type outside the
-// enumeration is a logged assertion, and colour aware.
+// The driver's meter type for the agent's. Packets are taken to reach the meter with a colour. An unknown type fails a
+// logged assertion and becomes colour aware.
 uint32_t get_bytes_meter_type(uint32_t meter_type) noexcept;
 
 // `driver_type` and `unit` are the driver's. Reserved words are zero.
@@ -19,7 +19,7 @@ pipe_meter_spec driver_form(const pd_meter_spec& spec, uint32_t driver_type, uin
 // The driver's form for the meters of the pipeline, all of which count bytes.
 pipe_meter_spec bytes_meter(const pd_meter_spec& spec) noexcept;
 
-// The type stays the driver's; the units are left out.
+// Keeps the driver's type, and leaves out the units.
 pd_meter_spec agent_form(const pipe_meter_spec& driver_spec) noexcept;
 
 } // namespace vl_pd::meters

@@ -1,4 +1,4 @@
-// Lists in the driver's memory, for the length of a call.
+// Lists in the driver's memory, for the duration of a call.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ public:
         if (elements_ != nullptr) bf_sys_free(elements_);
     }
 
-    // Once, for an array that is declared before another one and so freed after it.
+    // Call it once, for an array that is declared before another one and so freed after it.
     void allocate(size_t count) noexcept {
         elements_ = static_cast<Element*>(bf_sys_calloc(count, sizeof(Element)));
     }

@@ -33,7 +33,7 @@ constexpr const char* program_key = "name";
 constexpr const char* profiles_key = "act_profs";
 constexpr const char* profile_name_key = "name";
 
-// In the order of the program's profiles. Creation, removal, log and restore follow it.
+// In the order of the program's profiles. Creation, removal, log and restore keep this order.
 std::array<p4_pd_ms_state*, program.profiles.size()> shadows{};
 
 pipe_status dev_remove(pipe_dev_id dev_id) {
@@ -83,8 +83,8 @@ bool has_action(const catalog::Profile& profile, pipe_act_hdl action) {
     return false;
 }
 
-// Goes the way of the agent's own call, without a call of the driver. False if the member of a group has no action in
-// the shadow; the membership stays recorded.
+// Updates the shadow as the agent's own call would, but doesn't call the driver. False if the member of a group has no
+// action in the shadow; the membership is recorded all the same.
 bool restore_row(p4_pd_ms_state* shadow, pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_act_hdl action,
                  pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl) {
     if (grp_hdl == 0 && mbr_hdl != 0) {
@@ -102,7 +102,7 @@ bool restore_row(p4_pd_ms_state* shadow, pipe_sess_hdl sess_hdl, pipe_dev_id dev
     return true;
 }
 
-// Restores one row that the driver replays. No row can be refused: a failure leaves the shadow as it is by then.
+// Restores one row that the driver replays. No row can be refused: the changes made before a failure remain.
 void ha_restore_state_from_adt_sel(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl adt_hdl,
                                    pipe_act_hdl action, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl,
                                    uint32_t resource_count) {

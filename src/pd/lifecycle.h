@@ -1,8 +1,8 @@
 // Start and end of the library, the shadow of the action profiles, and what the driver calls back.
 //
-// The shadow of a profile tells the action of each member and group. The driver wants to be given that action, and the
-// agent doesn't pass it. The shadow is written only after the driver has accepted a change, or while the driver replays
-// its tables. The status of a write to the shadow is ignored, except when a group is deleted.
+// The shadow of a profile holds the action of each member and group. The driver's calls take this action, but the agent
+// doesn't pass it. The shadow is written only after the driver has accepted a change, or while the driver replays its
+// tables. The status of a write to the shadow is ignored, except when a group is deleted.
 #pragma once
 
 #include <cstddef>
@@ -21,7 +21,7 @@ void device_state_cleanup() noexcept;
 // the agent to the driver.
 pd_status restore_virtual_dev_state(uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5) noexcept;
 
-// The shadow of a profile, which serves all devices. Null before init().
+// The shadow of a profile, for all devices. Null before init().
 p4_pd_ms_state* shadow_of(size_t profile) noexcept;
 
 inline p4_pd_ms_state* shadow_of(catalog::ProfileRef profile) noexcept {

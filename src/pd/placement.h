@@ -1,11 +1,11 @@
-// Placement data: the software's view of an entry or a member, without access to the device. Here: how agents fetch the
-// data, and how the data of a member is decoded. tables/reading.h decodes that of an entry.
+// Placement data: the software's view of an entry or a member, without access to the device. Agents fetch the data
+// here, and the data of members is decoded here. tables/reading.h decodes the data of entries.
 //
-// Agents fetch the data by functions that replace their third argument and pass on all the others. These functions don't
-// know how many arguments there are. C++ can't express that. A function with parameters drops the arguments beyond them.
-// For a variadic or naked function, some compilers make code that stores to the caller's frame. So these functions are
-// two instructions that the compiler doesn't see. The third argument travels in edx. The jump leaves all other registers,
-// the stack and the return address as the caller made them, so the driver returns straight to the caller.
+// Agents fetch the data by functions that replace their third argument and pass on all others, however many there are.
+// C++ can't express that. A function with parameters drops the arguments beyond them. For a variadic or naked function,
+// some compilers store to the caller's frame. So these functions are two instructions that the compiler doesn't see.
+// The third argument travels in edx. The jump leaves all other registers, the stack and the return address as the
+// caller made them, so the driver returns straight to the caller.
 #pragma once
 
 #include "pd/profiles/members.h"
@@ -53,7 +53,7 @@ pd_status decode_member(const void* plcmt_data, void* action_record) noexcept {
     return decode<P, member_suffix>(plcmt_data, nullptr, 0, 0, action_record);
 }
 
-// Asks the shadow for the member's resources too, if there is a shadow by now.
+// If there is a shadow, it is asked for the member's resources.
 template <ProfileRef P>
 pd_status decode_full_member(pd_device dev_id, pd_member mbr_hdl, const void* plcmt_data,
                              void* action_record) noexcept {

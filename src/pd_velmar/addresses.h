@@ -1,5 +1,5 @@
-// Addresses as people write them, after a label. Each function adds a terminator and returns the length of its text. It
-// returns 0 and leaves the buffer untouched if there is nothing to say. Each text ends in a blank, except that of
+// Addresses as people write them, after a label. Each function adds a terminator and returns the length of its text. If
+// there is nothing to show, it returns 0 and leaves the buffer untouched. Each text ends in a blank, except that of
 // print_v6addr_exact.
 //
 // The halves of a MAC address are 24-bit values. IPv4 addresses are in the machine's byte order, IPv6 addresses 16
@@ -11,7 +11,7 @@
 namespace vl_pd::addresses {
 
 int print_mac_exact(char* buffer, const char* label, uint32_t oui, uint32_t station) noexcept;
-// The mask is shown unless it is all ones; a mask of zero has nothing to say.
+// The mask is shown unless it is all ones. If it is zero, there is nothing to show.
 int print_mac_ternary(char* buffer, const char* label, uint32_t oui, uint32_t oui_mask, uint32_t station,
                       uint32_t station_mask) noexcept;
 

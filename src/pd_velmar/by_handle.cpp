@@ -1,5 +1,5 @@
-// Handles are found by bisection in the lists of functions. A known handle goes on to the function of its row; the walks
-// go straight to the driver, which takes the handle.
+// Handles are found by bisection in the lists of functions. For a known handle, the function of its row is called; the
+// walks call the driver, which takes the handle.
 #include "pd_velmar/by_handle.h"
 
 #include <algorithm>
@@ -39,7 +39,7 @@ pd_status print_not_found(int fd, uint32_t handle) {
     return static_cast<pd_status>(dprintf(fd, "0x%08x table not found\n", handle));
 }
 
-// False for a request that can't be met.
+// False for an unknown type, and for a colour aware meter without colours.
 bool get_meter_type(uint32_t requested_meter_type, bool has_pre_color, uint32_t& driver_type) {
     if (requested_meter_type == PD_METER_TYPE_COLOR_UNAWARE) {
         driver_type = PIPE_METER_COLOR_UNAWARE;

@@ -1,4 +1,4 @@
-// What is reached by handle, for callers that hold the handle of a table, profile or meter as data: walks, texts,
+// Functions that take the handle of a table, profile or meter, for callers that hold it as data: walks, texts,
 // comparisons and meters. Each function says what it answers to a handle that no row has.
 #pragma once
 
@@ -31,8 +31,8 @@ struct ProfileFunctions {
 extern const std::span<const TableFunctions> table_functions;
 extern const std::span<const ProfileFunctions> profile_functions;
 
-// Walks. A handle that no table has ends the walk: the end mark and status 0. A handle that no profile has gives the end
-// mark and PD_STATUS_MISMATCH. Otherwise the answer is that of the table's or profile's own function.
+// Walks. A handle that no table has ends the walk: the end mark and status 0. A handle that no profile has gives the
+// end mark and PD_STATUS_MISMATCH. Otherwise the answer is that of the table's or profile's own function.
 pd_status entry_hdl_first(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry* entry_hdl) noexcept;
 pd_status entry_hdl_next(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t tbl_hdl, pd_entry entry_hdl, uint32_t n,
                          pd_entry* next_entry_hdls) noexcept;
@@ -63,8 +63,8 @@ int plcmt_data_eq_to_hw(pd_session sess_hdl, pd_device dev_id, uint32_t tbl_hdl,
                         const void* plcmt_data, char* message) noexcept;
 
 // Set any meter, of bytes or of packets. The caller says whether packets reach the meter with a colour; the low 8 bits
-// of has_pre_color count. PD_STATUS_INVALID, without a driver call: the meter type is none of the enumeration's, or is
-// colour aware where packets have no colour.
+// of has_pre_color count. PD_STATUS_INVALID, without a driver call: the meter type is unknown, or is colour aware
+// although packets have no colour.
 pd_status bytes_meter_set(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t handle, uint32_t index,
                           const pd_meter_spec* meter_spec, uint32_t has_pre_color) noexcept;
 pd_status packets_meter_set(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t handle, uint32_t index,

@@ -22,7 +22,7 @@ char* put_column_name(char* out, const Column& column) {
     return put(put(out, std::string_view(column.pd_name)), std::string_view(column.pd_suffix));
 }
 
-// Equal under the mask, whose high byte is that of the first byte of the field.
+// Whether the values are equal under the mask. The mask's highest byte belongs to the field's first byte.
 bool wide_equal(const Column& column, const Byte* pd, const Byte* hw) {
     const bytes::Wide left = bytes::load_wide(pd + column.record_offset);
     const bytes::Wide right = bytes::load_wide(hw + column.record_offset);

@@ -1,6 +1,5 @@
-// Compares what the software believes of an entry with what the hardware holds. The software's side is placement data;
-// the hardware's side is a read of the same entry. The answer is 1, or 0 with a line of text that names the first
-// difference.
+// Compares the software's view of an entry with the hardware. The software's side is placement data; the hardware's
+// side is a read of the same entry. The answer is 1, or 0 with a line of text that names the first difference.
 //
 // Fields are compared in key order, each through its field mask. Priority and attached resources aren't compared. In
 // messages the software's value comes first. An answer of 1 leaves the message as it was.
@@ -19,7 +18,7 @@ using catalog::TableRef;
 int match_columns(std::span<const Column> columns, const void* pd, const void* hw, char* message) noexcept;
 int action_specs(uint32_t action, const void* pd, const void* hw, char* message) noexcept;
 
-// Writes a message that a name alone explains, and returns 0.
+// Writes a message without values, and returns 0.
 int differ(char* message, const char* before, const char* name = "", const char* after = "") noexcept;
 
 int actions_differ(uint32_t pd, uint32_t hw, char* message) noexcept;

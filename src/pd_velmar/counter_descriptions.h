@@ -17,7 +17,7 @@ using catalog::Form;
 using catalog::Piece;
 using catalog::TableRef;
 
-// The pieces of a table's description. A counted table has words, which follow its key: the catalog's rules say so.
+// The pieces of a table's description. A rule of the catalog: a counted table has words for each key field.
 template <TableRef T>
 consteval std::span<const Piece> pieces_of() {
     for (const catalog::CounterWords& words : catalog::program.counter_words)
@@ -106,7 +106,7 @@ char* put_acl_result(char* out, const char* label, Matched field) {
     return put_under_mask<verdict>(out, label, field);
 }
 
-inline constexpr uint32_t flood_interface = 0x10000; // it belongs to no port, and is a blank
+inline constexpr uint32_t flood_interface = 0x10000; // belongs to no port, and is shown as a blank
 inline constexpr uint32_t invalid_port = 0x1ff;
 
 template <uint32_t ones>
@@ -162,7 +162,7 @@ char* put_piece(char* out, [[maybe_unused]] const Byte* record) {
     }
 }
 
-// If no field has anything to say, the buffer stays as it was, without a terminator.
+// If the description is empty, the buffer stays as it was, without a terminator.
 template <TableRef T>
 int match_spec(const void* record, char* buffer) noexcept {
     char* out = buffer;

@@ -1,5 +1,5 @@
-// An entry that was read by its handle or decoded from placement data: what texts and comparisons take, in one shape for
-// tables of all classes.
+// An entry that was read by its handle or decoded from placement data: what texts and comparisons take, in one shape
+// for tables of all classes.
 #pragma once
 
 #include "codec/actions.h"
@@ -8,7 +8,7 @@
 
 namespace vl_pd {
 
-// An action's number with its parameters behind it, which has room for any action of the table or profile.
+// An action's number and then its parameters, with room for any action of the table or profile.
 template <auto row>
 struct NumberedAction {
     static constexpr size_t spec_size = [] {
@@ -34,7 +34,7 @@ struct PointedAt {
 };
 
 // Readers leave a member as it is here if the table's class or the entry doesn't have it. The records aren't cleared,
-// because most entries are shown once and gone.
+// because most entries are shown once and then dropped.
 template <catalog::TableRef T>
 struct Entry {
     alignas(4) bytes::Byte match_spec[encoding::key_layout<T>.record_size + 1];

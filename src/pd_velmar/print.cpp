@@ -1,4 +1,4 @@
-// The lines. Speed doesn't matter here, so they are loops over columns with the C library's formats.
+// Makes the lines in loops over columns, with the C library's formats, because speed doesn't matter here.
 #include "pd_velmar/print.h"
 
 #include <cstdio>

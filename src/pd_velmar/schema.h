@@ -1,7 +1,7 @@
 // Schemas: tables, actions and profiles described as Python literals.
 //
-// The texts are constants. The productions below make them from the rows while compiling, and a table's schema is a join
-// of several. Blanks and trailing commas belong to the form, because readers may compare schemas as text.
+// The texts are constants. The productions below make them from the rows at compile time, and a table's schema is a
+// join of several. Blanks and trailing commas belong to the form, because readers may compare schemas as text.
 #pragma once
 
 #include <array>
@@ -183,7 +183,7 @@ constexpr std::string_view view(const std::array<char, size>& text) {
     return {text.data(), size - 1};
 }
 
-// Writes the parts and a terminator; returns the length of the text. Not inlined: for lengths that it knows, the compiler
+// Writes the parts and a terminator; returns the length of the text. Not inlined: for known lengths, the compiler
 // copies by a string instruction, which is several times slower than the C library's copy.
 [[gnu::noinline]] inline int join(char* buffer, std::initializer_list<std::string_view> parts) noexcept {
     char* end = buffer;

@@ -1,5 +1,5 @@
 // Writes text into a caller's buffer. Each function writes at `out` and returns the new end. Only finish() adds a
-// terminator, and nothing behind the end is touched.
+// terminator, and nothing after the end is touched.
 #pragma once
 
 #include <bit>

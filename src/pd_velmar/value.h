@@ -1,6 +1,6 @@
-// Value strings: entries, keys and actions as Python literals, in the columns that the schemas announce.
+// Value strings: entries, keys and actions as Python literals, in the columns that the schemas describe.
 //
-// The counts of digits and the punctuation are known while compiling, so that the code that writes has no branches.
+// The numbers of digits and the punctuation are known at compile time, so the writing code has no branches.
 #pragma once
 
 #include <cassert>
@@ -50,7 +50,7 @@ char* put_action(char* out, [[maybe_unused]] const Byte* record) {
     return text::put(out, ")),");
 }
 
-// Writes the action of a table or profile that has this number. Readers give no other number.
+// Writes the action of a table or profile that has this number. Readers give only such numbers.
 template <auto row>
 char* put_numbered_action(char* out, uint32_t number, const Byte* record) {
     [[maybe_unused]] const bool known =
@@ -59,7 +59,7 @@ char* put_numbered_action(char* out, uint32_t number, const Byte* record) {
     return out;
 }
 
-// Writes the handle of an indirect entry, or nothing. A member hides a group.
+// Writes the handle of an indirect entry, or nothing. If there are both, it writes the member.
 inline char* put_target(char* out, const PointedAt& target) {
     if (target.has_mbr != 0)
         out = text::put_hex(text::put(out, "('setMbrHdl',(0x"), target.mbr_hdl);

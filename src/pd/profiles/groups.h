@@ -1,7 +1,7 @@
 // Selector groups: sets of members among which the data plane chooses per packet.
 //
-// The driver's calls take the group before the member, the shadow's calls the member before the group. The selector
-// comes before the device in the driver's walks, and behind it in its other calls.
+// The driver's calls take the group before the member, the shadow's calls the member before the group. The driver's
+// walks take the selector before the device, its other calls take it after the device.
 #pragma once
 
 #include "codec/driver_args.h"
@@ -47,7 +47,7 @@ inline pd_status remove_member(ProfileRef profile, pd_session sess_hdl, pd_devic
     return PD_STATUS_OK;
 }
 
-// Deletes a group. The shadow wants the members, and the driver lists them only while the group exists, so they are
+// Deletes a group. The shadow takes the members, and the driver lists them only while the group exists, so they are
 // fetched first. Returns the shadow's status, once the driver has deleted the group.
 inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl) noexcept {
     const uint32_t selector = profile->selector;
@@ -61,7 +61,7 @@ inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_i
     }
 
     const DriverArray<pd_member> members(count);
-    const DriverArray<uint8_t> states(count); // the driver wants to fill it
+    const DriverArray<uint8_t> states(count); // not used, but the driver fills it
     if (members.get() == nullptr || states.get() == nullptr) return PD_STATUS_NO_MEMORY;
     uint32_t returned = 0;
     refused = pipe_mgr_sel_grp_mbrs_get(sess_hdl, dev_id, selector, grp_hdl, count, members.get(), states.get(),
@@ -72,7 +72,7 @@ inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_i
     return p4_pd_ms_del_grp(sess_hdl, shadow_of(profile), dev_id, grp_hdl, returned, members.get());
 }
 
-// Logs a state that is none of the two. PD_STATUS_INVALID, without a driver call.
+// Logs an unknown state. Returns PD_STATUS_INVALID, without a driver call.
 inline pd_status refuse_member_state() noexcept {
     bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "%s",
                          "mbr_state == P4_PD_GRP_MBR_STATE_INACTIVE doesn't hold: no state of a group's member");
@@ -92,7 +92,7 @@ inline pd_status set_member_state(ProfileRef profile, pd_session sess_hdl, pd_de
     }
 }
 
-// Writes the two states that agents know, and nothing for another one.
+// If the driver reports a state that agents don't know, nothing is written.
 inline pd_status get_member_state(ProfileRef profile, pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_group grp_hdl,
                                   pd_member mbr_hdl, uint32_t* mbr_state) noexcept {
     uint32_t driver_state = 0;
@@ -150,7 +150,7 @@ inline pd_status register_callback(ProfileRef profile, pd_session sess_hdl, pd_d
                                         reinterpret_cast<pipe_sel_tbl_cb>(callback), cookie);
 }
 
-// The same registration without a session.
+// Registers the same callback without a session.
 inline pd_status track_updates(ProfileRef profile, pd_device dev_id, pd_driver_callback callback,
                                void* cookie) noexcept {
     return pipe_mgr_sel_tbl_register_cb(0, on_device(dev_id), profile->selector,

@@ -24,7 +24,7 @@ pd_status add(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* action_spec, 
     return PD_STATUS_OK;
 }
 
-// Changes the data of a member. A member keeps its action: another one is refused without a driver call.
+// Changes the data of a member. A member keeps its action: a different one is refused without a driver call.
 template <ProfileRef P, ActionRef A>
 pd_status modify(pd_session sess_hdl, pd_device dev_id, pd_member mbr_hdl, const void* action_spec) noexcept {
     pipe_act_hdl present = 0;
@@ -45,7 +45,7 @@ inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_i
 }
 
 // Writes a member's action as a record. If there is a shadow, it is first asked for the member's resources, although no
-// member has any. False: the action isn't the profile's.
+// member has any. False if the action isn't the profile's.
 template <ProfileRef P>
 bool write_record(uint32_t action_hdl, const pipe_action_data& action, p4_pd_ms_state* shadow, pd_device dev_id,
                   pd_member mbr_hdl, void* action_record) {

@@ -1,7 +1,7 @@
 // Counters: cells of two counts. A direct counter has one cell for each entry of its match table, and is named by the
 // handle of that table. An indirect counter is an array of cells.
 //
-// The driver's record has the two counts in the opposite order of the agent's, so each read and write swaps them.
+// The driver's record has the two counts in the opposite order, so each read and write swaps them.
 #pragma once
 
 #include <cstdint>
@@ -10,8 +10,8 @@
 
 namespace vl_pd::counters {
 
-// If bit 0 of flags is set, the driver brings the cell up to date from the hardware first. No other bit counts. If
-// either step fails, no value is written.
+// If bit 0 of flags is set, the driver first updates the cell from the hardware. Other bits are ignored. If either step
+// fails, no value is written.
 pd_status read_direct(uint32_t table, pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t flags,
                       pd_counter_value* value) noexcept;
 pd_status read_indirect(uint32_t counter, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, uint32_t flags,

@@ -1,4 +1,4 @@
-// Sizing, reading and unpacking of cells, and the forwarding of all else.
+// Sizes, reads and unpacks cells, and forwards all other operations.
 #include "pd/resources/registers.h"
 
 #include <cstring>
@@ -29,13 +29,13 @@ size_t value_size(Cell cell) {
     return sizeof(pd_register_pair);
 }
 
-// Copies the values of all cells to `to` with no gaps, and returns how many they are: each record's own count rules.
+// Copies the values of all cells to `to` with no gaps, and returns their number. Each record has its own count.
 template <size_t size>
 uint32_t unpack_values(const pipe_stful_query* queries, uint32_t cells, uint8_t* to) {
     uint32_t values = 0;
     for (uint32_t i = 0; i < cells; ++i) {
-        const pipe_stful_query query = queries[i]; // a copy, which the stores can't be taken to change
-        // A cell has few values, and what a loop costs at their end is much beside them.
+        const pipe_stful_query query = queries[i]; // a copy, so that the compiler knows that no store changes it
+                                                   // A cell has few values. Beside them, the end of a loop costs much.
 #pragma GCC unroll 4
         for (uint32_t j = 0; j < query.count; ++j, to += size)
             std::memcpy(to, query.elements[j].bytes, size);
@@ -86,7 +86,7 @@ pd_status read_range(Cell cell, uint32_t handle, pd_session sess_hdl, pd_dev_tgt
     int32_t size = 0;
     pd_status refused = pipe_stful_query_get_sizes(sess_hdl, to_driver(dev_tgt), handle, &size);
     if (refused != PD_STATUS_OK) return refused;
-    // Products of sizes and counts are 32-bit and signed. Both arrays are always tried for, and the queries go first.
+    // Products of sizes and counts are 32-bit and signed. Both arrays are always asked for, the queries first.
     const auto times_size = [size](int32_t cells) {
         return static_cast<int32_t>(static_cast<uint32_t>(size) * static_cast<uint32_t>(cells));
     };

@@ -1,5 +1,5 @@
 // Registers: stateful cells that packets read and change. A cell has one value for each of its instances in the
-// hardware. A read asks the driver how many there are, brings the room, and lays the values out for the caller.
+// hardware. A read asks the driver how many there are, makes room for them, and lays the values out for the caller.
 #pragma once
 
 #include <cstdint>
@@ -12,8 +12,8 @@ namespace vl_pd::registers {
 
 using catalog::Cell;
 
-// The caller brings room for all values of the cell or cells, and can't ask how many the driver has. After a failure
-// nothing is written. PD_STATUS_NO_MEMORY: no memory for the driver's answer.
+// The caller must provide room for all values of the cell or cells, and can't ask how many the driver has. After a
+// failure nothing is written. PD_STATUS_NO_MEMORY: no memory for the driver's answer.
 pd_status read(Cell cell, uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, uint32_t flags,
                void* values, uint32_t* value_count) noexcept;
 
@@ -26,7 +26,7 @@ pd_status write(Cell cell, uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_
                 const void* value) noexcept;
 pd_status write_all(Cell cell, uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* value) noexcept;
 
-// Resets cells to the register's initial value. The resets and sync() serve registers by handle too.
+// Resets cells to the register's initial value. The resets and sync() are also used for registers by handle.
 pd_status reset_all(uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt) noexcept;
 pd_status reset_range(uint32_t handle, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t first_index,
                       uint32_t count) noexcept;
@@ -45,7 +45,7 @@ pd_status write_all_indirect(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t h
 pd_status sync_direct(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t table, pd_driver_callback callback,
                       void* cookie) noexcept;
 
-// A register attached to a match entry. Of the device, the low 8 bits reach the driver.
+// A register attached to a match entry. Only the low 8 bits of dev_id reach the driver.
 pd_status write_direct(pd_session sess_hdl, pd_device dev_id, uint32_t handle, pd_entry entry_hdl,
                        pd_register_value value) noexcept;
 

@@ -1,5 +1,5 @@
 // A packed stream of bits, built from its end toward its start. Less than a word waits in a register, because reading
-// back bytes that were just stored costs more than all the rest.
+// back bytes that were just stored costs more than everything else.
 #pragma once
 
 #include <algorithm>
@@ -10,7 +10,7 @@
 
 namespace vl_pd {
 
-// The stream is one big-endian number. Each new value stands above the values before it, without alignment. A value that
+// The stream is one big-endian number. Each new value goes above the values before it, without alignment. A value that
 // is wider than its given width is cut to whole bytes. Its surplus bits fill the rest of the topmost byte, and the next
 // value is ORed to them; surplus beyond that byte is lost.
 class Bitstream {
@@ -39,7 +39,7 @@ public:
         used_ -= word_bits;
     }
 
-    // Stores the rest. It is the last call.
+    // Stores the rest. Must be the last call.
     void finish() {
         for (uint32_t done = 0; done < used_; done += 8)
             *--unset_end_ = static_cast<uint8_t>(pending_ >> done);
@@ -60,7 +60,7 @@ private:
     uint32_t used_ = 0;    // the count of these bits, without the surplus; below word_bits between calls
 };
 
-// Whole words from the end of the source, and then the rest at its start.
+// Takes whole words from the end of the source, and then the rest at its start.
 [[gnu::noinline]] inline Bitstream Bitstream::prepended_with_bytes(Bitstream stream, const uint8_t* source,
                                                                    uint32_t width) {
     const uint8_t* end = source + (size_t{width} + 7) / 8;

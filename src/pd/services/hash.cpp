@@ -24,7 +24,7 @@ uint32_t current_input(const Row& calc, pd_session sess_hdl, pd_device dev_id) {
     return input;
 }
 
-// Whether a caller names another input than the calculation has.
+// Whether the driver has the calculation's input, but the caller names another one.
 bool names_another(const Row& calc, uint32_t current, uint32_t input) {
     return current == calc.input && input != the_one;
 }

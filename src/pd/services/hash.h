@@ -32,7 +32,7 @@ pd_status input_field_attribute_get(const Row& calc, pd_session sess_hdl, pd_dev
 pd_status input_field_attribute_count_get(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t input,
                                           uint32_t* count) noexcept;
 
-// Hashes the values of `count` fields, which are packed into one bit stream, the first at the top. widths[i] is in bits.
+// Hashes the values of `count` fields, packed into one bit stream with the first at the top. widths[i] is in bits.
 pd_status calculate_hash_value(const Row& calc, pd_session sess_hdl, pd_device dev_id, uint32_t count,
                                const pd_hash_attribute* fields, const uint32_t* widths, uint8_t* hash,
                                uint32_t hash_len) noexcept;

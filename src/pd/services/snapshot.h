@@ -18,7 +18,7 @@ pd_status remove(uint32_t snapshot_hdl) noexcept;
 pd_status capture_trigger_set(uint32_t snapshot_hdl, const pd_snapshot_record* value,
                               const pd_snapshot_record* mask) noexcept;
 
-// Fills `stages` in order, which has room for PD_SNAPSHOT_MAX_STAGES. If the service fails, it fills in zeros.
+// Fills `stages` in order, which has room for PD_SNAPSHOT_MAX_STAGES. If the service fails, the records are zero.
 pd_status capture_data_get(uint32_t snapshot_hdl, uint32_t pipe, pd_snapshot_record* stages,
                            bf_snapshot_capture_ctrl* capture_ctrl, uint32_t* count) noexcept;
 

@@ -1,5 +1,5 @@
-// Parser value sets: values and masks with which the parser compares packet fields. An agent's target is one record; the
-// driver takes its members as arguments. The low 8 bits of `parser` and of read_from_hw reach the driver.
+// Parser value sets: values and masks with which the parser compares packet fields. An agent's target is one record;
+// the driver takes its members as arguments. The low 8 bits of `parser` and of read_from_hw reach the driver.
 #pragma once
 
 #include <cstddef>

@@ -9,7 +9,7 @@ namespace vl_pd::defaults {
 using catalog::ActionRef;
 using catalog::TableRef;
 
-// Sends the record that an add of the same action sends, except that a missing meter means none.
+// Sends the record that an add of the same action sends, except that a missing meter_spec detaches the meter.
 template <TableRef T, ActionRef A>
 pd_status set(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* action_spec, const pd_meter_spec* meter_spec,
               pd_entry* entry_hdl) noexcept {

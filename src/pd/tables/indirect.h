@@ -1,6 +1,6 @@
 // Entries that point at a member or a group of an action profile, instead of having action data.
 //
-// The driver wants the action of that member or group with every entry, and the shadow knows it. A handle that the
+// With every entry, the driver takes the action of its member or group, which the shadow knows. A handle that the
 // shadow doesn't know is refused with the shadow's status, without a driver call. The shadow is only read here.
 #pragma once
 

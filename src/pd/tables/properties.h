@@ -1,5 +1,5 @@
-// A table without its entries: its handle, its properties, and the callback for its updates. The numbers and values of
-// properties are the driver's.
+// A table without its entries: its handle, its properties, and the callback for its updates. The driver defines the
+// numbers and values of properties.
 #pragma once
 
 #include <cstdint>
@@ -9,7 +9,7 @@
 
 namespace vl_pd::properties {
 
-// Needs no driver, and serves all kinds of tables.
+// Needs no driver. Used for all kinds of tables.
 inline pd_status get_handle(uint32_t handle, uint32_t* out) noexcept {
     if (out != nullptr) *out = handle;
     return PD_STATUS_OK;

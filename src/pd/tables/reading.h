@@ -1,8 +1,8 @@
 // Reading entries back, by handle or from placement data, and walking tables.
 //
-// Both readers fill the same outputs. A refused driver call and PD_STATUS_NO_MEMORY write no output. In a direct table,
-// neither does an answer by handle that has no action data. If the action isn't the table's, only the key is written; the
-// status is PD_STATUS_UNEXPECTED by handle, and PD_STATUS_INVALID from placement data.
+// Both readers fill the same outputs. After a refused driver call or PD_STATUS_NO_MEMORY, nothing is written. A read of
+// a direct table by handle also writes nothing if the answer has no action data. If the action isn't the table's, only
+// the key is written; the status is PD_STATUS_UNEXPECTED by handle, and PD_STATUS_INVALID from placement data.
 #pragma once
 
 #include "codec/actions.h"
@@ -27,7 +27,7 @@ struct Outputs {
     uint32_t* priority = nullptr;  // of a masked table
     uint8_t* is_default = nullptr; // of a table with a key; placement data of a keyless table writes 1
 
-    // The action of a direct table. The name may be null, and in a read by handle the number too.
+    // The action of a direct table. The name may be null. In a read by handle, the number may also be null.
     char* action_name = nullptr;
     void* action_number = nullptr; // four bytes
     void* action_spec = nullptr;
@@ -39,8 +39,8 @@ struct Outputs {
     pd_member* mbr_hdl = nullptr;
 };
 
-// Bytes of the program's largest key. The driver writes the key of the entry that the placement data is of, and the
-// caller can mistake the table.
+// Bytes of the program's largest key. The driver writes the key of the entry that the placement data describes, and the
+// caller may pass data of another table.
 inline constexpr size_t key_capacity = [] {
     size_t largest = 1;
     for (const catalog::Table& table : catalog::tables(catalog::program))
@@ -148,8 +148,8 @@ VL_INLINE pd_status get_entry(pd_session sess_hdl, pd_device dev_id, pd_entry en
 
 inline constexpr std::string_view decode_suffix = "_get_entry_from_plcmt_data";
 
-// Decodes an entry from placement data, without access to the device. The driver reports the lengths here, and the kind
-// of the action isn't looked at. PD_STATUS_INVALID: the action isn't the table's; the key is written all the same.
+// Decodes an entry from placement data, without access to the device. Here the driver reports the lengths, and the kind
+// of the action is ignored. PD_STATUS_INVALID: the action isn't the table's; the key is written all the same.
 template <TableRef T>
 pd_status decode_entry(const void* plcmt_data, const Outputs& out) noexcept {
     Answer<key_capacity> answer;
@@ -176,8 +176,8 @@ pd_status decode_entry(const void* plcmt_data, const Outputs& out) noexcept {
     }
 }
 
-// The walks serve match tables, data tables and selectors. The table comes before the device in them, and behind it in
-// the driver's other calls.
+// The walks work on match tables, data tables and selectors. The driver's walks take the table before the device, its
+// other calls take it after the device.
 inline pd_status get_count(uint32_t table, pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t* count) noexcept {
     return pipe_mgr_get_entry_count(sess_hdl, to_driver(dev_tgt), table, 0, count);
 }

@@ -30,7 +30,7 @@ private:
     [[gnu::noinline]] bool list_slots(const pipe_action_record& record) noexcept {
         pairs_.allocate(record.resource_count);
         if (pairs_.get() == nullptr) return false;
-        // The driver can count more slots than the record has. Nothing behind them belongs to the answer.
+        // The driver can count more slots than the record has. Nothing after them belongs to the answer.
         const int slots = std::min<int>(record.resource_count, PIPE_MAX_SLOTS);
         for (int i = 0; i < slots; ++i)
             if (const pipe_resource_slot& slot = record.slots[i]; slot.tag == PIPE_SLOT_ATTACHED)
