@@ -1,4 +1,4 @@
-// The rules of every catalog. A row that breaks a rule doesn't compile; the compiler's message names row and rule.
+// The rules for every catalog. A row that breaks a rule doesn't compile; the message names the row and the rule.
 #pragma once
 
 #include <cstdint>

@@ -10,7 +10,7 @@
 
 namespace catalog {
 
-// A list inside a row. The array behind it lives as long as the row.
+// A list inside a row. Its array lives as long as the row.
 template <class Row>
 using List = std::initializer_list<Row>;
 

@@ -1,4 +1,4 @@
-// The program that this build serves, and its rows as template arguments.
+// The program of this build, and its rows as template arguments.
 //
 // The build names the program: PD_PROGRAM is the namespace of its rows, and PD_PROGRAM_HEADER the header with the rows.
 // Code that includes this header works for any program.

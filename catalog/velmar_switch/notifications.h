@@ -1,4 +1,4 @@
-// What the pipeline and the parser exchange with the agent apart from tables: learning digests and parser value sets.
+// What the pipeline and the parser exchange with the agent besides tables: learning digests and parser value sets.
 #pragma once
 
 #include "catalog/row_types.h"

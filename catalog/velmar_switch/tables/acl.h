@@ -10,7 +10,7 @@ using enum Match;
 using enum Tag;
 using enum Use;
 
-// The exact key of the rules of one stage: crlId, then the search key after the stage's key mask.
+// The exact key of the rules of one stage: crlId, then the search key under the stage's key mask.
 inline constexpr List<KeyField> halo_row1_key = {
     {"crlId", "haloKeyOrig_crlId", 8},
     {"sip", "haloKeyMaskedRow1_sip", 16},
