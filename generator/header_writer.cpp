@@ -42,8 +42,8 @@ std::string record_open(const std::string& type) {
     return "typedef struct " + type.substr(0, type.size() - 2) + " {\n";
 }
 
-// A 128-bit value begins at an even offset, but its type, an array of bytes, doesn't demand that. So a gap before it or
-// after the last field becomes a member. Then every parser of the header finds the same layout.
+// A 128-bit value begins at an even offset, but its type, an array of bytes, doesn't demand that. So a gap before it,
+// or after the last field, becomes a reserved member. Then every parser of the header finds the same layout.
 class MatchSpecText {
 public:
     void add(unsigned offset, unsigned bytes, const std::string& name, const std::string& note) {

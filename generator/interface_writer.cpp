@@ -180,7 +180,7 @@ std::string write_totals(const Exports& exports) {
         totals["tables, longest prefix"] += shape == KeyShape::prefix;
         totals["tables, masked"] += shape == KeyShape::masked;
         totals["tables, indirect"] += profile_of(rows, table) != not_found;
-        totals["tables with a record order of their own"] += table.record_order.size() != 0;
+        totals["tables whose record order differs from the key order"] += table.record_order.size() != 0;
         totals["key fields"] += table.key.size();
         for (const KeyField& field : table.key)
             totals["key fields with a mask"] += field.match == Match::ternary;

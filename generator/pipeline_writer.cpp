@@ -1,5 +1,5 @@
 // The description of the pipeline, which an agent passes to the embedded driver when it adds a device. It has handles,
-// widths and lengths: a driver sees no more of a P4 program.
+// widths and lengths: a driver sees nothing else of a P4 program.
 #include "catalog/layout.h"
 #include "generator/writers.h"
 
@@ -38,7 +38,7 @@ std::string quoted(const std::string& text) {
 // The driver chooses capacities and counts of cells.
 constexpr const char* default_size = "0";
 
-// The actions of a profile serve both entries and the default entry.
+// Entries and the default entry may both use the actions of a profile.
 std::string action_line(const Catalog& rows, const Binding& binding, bool in_profile) {
     const ActionLayout layout = action_layout(rows.actions[number_of(rows.actions, binding.action)]);
     return row({hex(binding.handle), std::to_string(layout.bits), std::to_string(layout.bytes),
@@ -46,7 +46,7 @@ std::string action_line(const Catalog& rows, const Binding& binding, bool in_pro
 }
 
 // The catalog doesn't say which default action a table starts with. This takes the table's last default action, which
-// is mostly the miss.
+// is usually the miss.
 uint32_t initial_default(const Table& table) {
     uint32_t handle = 0;
     for (const Binding& binding : table.actions)
@@ -147,8 +147,8 @@ std::string write_pipeline_description(const Catalog& rows) {
         tables += part.definition;
         members += part.members;
     }
-    return "/* Made from the catalog: what the embedded driver is told about " + program +
-           " when a device is added. Values\n * have the order of the members. */\n#ifndef "
+    return "/* Made from the catalog: the description of " + program +
+           " for the embedded driver. Values have the order\n * of the members. */\n#ifndef "
            "VL_PD_" +
            program + "_PIPELINE_H\n#define VL_PD_" + program +
            "_PIPELINE_H\n\n"

@@ -1,4 +1,4 @@
-// What the generator writes: one text per file. No text implements anything: functions forward, asserts compare.
+// What the generator writes: one text per file. The texts implement nothing: functions forward, asserts compare.
 #pragma once
 
 #include <string>
@@ -19,7 +19,7 @@ std::string write_source(const Exports& exports, const File& file);
 // The rows as constants for the functions.
 std::string write_row_constants(const Exports& exports);
 
-// The exported functions that are reached by handle, as constant data.
+// The functions of each table and profile, for calls by handle, as constant data.
 std::string write_functions_by_handle(const Exports& exports);
 
 // Compares the offsets and sizes that the compiler gives the records with those that the encoders use.
