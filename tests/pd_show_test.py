@@ -361,7 +361,7 @@ class Refused(unittest.TestCase):
                 ("/dev/zero:1: the line is longer", "--routes", "/dev/zero", "tables"),
                 ("/dev/null: there is no route", "--routes", "/dev/null", "tables")):
             self.assertEqual(self.refused(2, expected, *arguments).stdout, "")
-        self.refused(2, r"\A<stdin>:2: .*no IPv4.*\npd-show: .* bad\n\Z", "--routes", "-", "tables",
+        self.refused(2, r"\A<stdin>:2: .*not an IPv4.*\npd-show: .* bad\n\Z", "--routes", "-", "tables",
                      stdin="10.0.0.0/8 1\n10.x 1\n")
         self.refused(2, "with --demo, a list has at most 199 different next hops", "--demo", "--routes", "-", "tables",
                      stdin=hosts)
@@ -379,7 +379,7 @@ class Refused(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             bad = pathlib.Path(folder, os.fsdecode(odd))
             bad.write_bytes(b"\x1b 1\n")
-            done = self.refused(2, rf"(?m)^{re.escape(folder)}/{printed}:1: '\\x1b' is no IPv4", "--routes", bad,
+            done = self.refused(2, rf"(?m)^{re.escape(folder)}/{printed}:1: '\\x1b' is not an IPv4", "--routes", bad,
                                 "tables")
             self.assertNotIn("\x1b", done.stderr)
 

@@ -77,23 +77,23 @@ TEST(RouteAgentLines, GiveARouteOrAReason) {
         {" \t\r", ""},
         {"# 10.0.0.0/8 1", ""},
         {"  #", ""},
-        {"10.0.0/8 1", "'10.0.0/8' is no IPv4 or IPv6 prefix"},
-        {"10.0.0.256 1", "'10.0.0.256' is no IPv4 or IPv6 prefix"},
-        {"1:2::3::4/64 1", "'1:2::3::4/64' is no IPv4 or IPv6 prefix"},
-        {std::string("::1\0/64 1", 9), "'::1\\x00/64' is no IPv4 or IPv6 prefix"},
-        {"10.0.0.0/ 1", "prefix length '' is no number"},
-        {"10.0.0.0/-8 1", "prefix length '-8' is no number"},
-        {"10.0.0.0/8/8 1", "prefix length '8/8' is no number"},
+        {"10.0.0/8 1", "'10.0.0/8' is not an IPv4 or IPv6 prefix"},
+        {"10.0.0.256 1", "'10.0.0.256' is not an IPv4 or IPv6 prefix"},
+        {"1:2::3::4/64 1", "'1:2::3::4/64' is not an IPv4 or IPv6 prefix"},
+        {std::string("::1\0/64 1", 9), "'::1\\x00/64' is not an IPv4 or IPv6 prefix"},
+        {"10.0.0.0/ 1", "prefix length '' is not a number"},
+        {"10.0.0.0/-8 1", "prefix length '-8' is not a number"},
+        {"10.0.0.0/8/8 1", "prefix length '8/8' is not a number"},
         {"10.0.0.0/33 1", "prefix length '33' is too large, an IPv4 address has 32 bits"},
         {"::/129 1", "prefix length '129' is too large, an IPv6 address has 128 bits"},
         {"::/4294967296 1", "prefix length '4294967296' is too large, an IPv6 address has 128 bits"},
         {"10.0.0.1/31 1", "'10.0.0.1/31' has bits set beyond the prefix length, the prefix is 10.0.0.0/31"},
         {"::1/64 1", "'::1/64' has bits set beyond the prefix length, the prefix is ::/64"},
-        {"10.0.0.0/8 # 1", "no next hop behind the prefix"},
-        {"10.0.0.0/8 0x1", "next hop '0x1' is no decimal number"},
-        {"10.0.0.0/8 -1", "next hop '-1' is no decimal number"},
+        {"10.0.0.0/8 # 1", "no next hop after the prefix"},
+        {"10.0.0.0/8 0x1", "next hop '0x1' is not a decimal number"},
+        {"10.0.0.0/8 -1", "next hop '-1' is not a decimal number"},
         {"10.0.0.0/8 4294967296", "next hop '4294967296' doesn't fit 32 bits"},
-        {"10.0.0.0/8 1 via", "trailing 'via' behind the next hop"},
+        {"10.0.0.0/8 1 via", "trailing 'via' after the next hop"},
     };
     for (const auto& [line, expected] : lines) {
         std::string reason;
@@ -135,7 +135,7 @@ TEST(RouteAgentLines, WhatIsNoListOfRoutesIsRefused) {
     for (const char* empty : {"", "# no route\n\n"})
         EXPECT_EQ(messages_of(empty), "list: there is no route in this list\n");
 
-    EXPECT_EQ(messages_of("::/0"), "list:1: no next hop behind the prefix\n"); // a last line without an end
+    EXPECT_EQ(messages_of("::/0"), "list:1: no next hop after the prefix\n"); // a last line without an end
 
     const std::string longest = "::/0 1 #" + std::string(longest_line - 8, '#');
     EXPECT_EQ(messages_of(longest), "");
@@ -175,8 +175,8 @@ TEST(RouteAgentPlan, PartitionsAreNumberedUpToTheirLimit) {
     EXPECT_EQ(full->tables[ipv6LgMaskPartition0].back().partition, 65535);
     routes.push_back({.prefix = {Address{65536} << 72, 65, Family::ipv6}, .next_hop = 1});
     EXPECT_FALSE(make_plan(routes, reason));
-    EXPECT_EQ(reason, "prefixes longer than /64 lie in more than 65536 different IPv6 prefixes of /64; there are no "
-                      "more partitions");
+    EXPECT_EQ(reason, "prefixes longer than /64 lie in more than 65536 different IPv6 prefixes of /64; there are not "
+                      "enough partitions");
 }
 
 TEST(RouteAgentPlan, PartitionGoesWithItsLastRoute) {
@@ -203,7 +203,7 @@ TEST(RouteAgentPlan, GroupsAreNumberedUpToTheirLimitAndComeInThreeLoads) {
     EXPECT_EQ(full->tables[ipv4Host].back().group, 1023);
     EXPECT_EQ(full->groups.back().next_hop, 0xFFFFFFFF - 1022);
     EXPECT_FALSE(plan_of(1024));
-    EXPECT_EQ(reason, "there are more than 1023 different next hops; ECMP groups have no more numbers");
+    EXPECT_EQ(reason, "there are more than 1023 different next hops; there are not enough numbers for ECMP groups");
 
     for (const std::string loads : {"", "0", "00", "012", "00000001122"}) {
         const Plan plan = plan_of(static_cast<uint32_t>(loads.size())).value();
@@ -276,7 +276,7 @@ TEST_F(RouteAgentRun, RoutesReachTheDriverInTheirTables) {
     struct Sent {
         std::vector<uint8_t> key;
         uint32_t partition;
-        uint32_t priority; // the number of address bits behind the prefix
+        uint32_t priority; // the number of address bits after the prefix
         uint32_t action;
         std::vector<uint8_t> data;
     };
@@ -348,13 +348,13 @@ TEST_F(RouteAgentRun, ReportTellsWhatStands) {
                     "\nipv4Host 4 4 1 2 1 1 ", "\nipv6Host 0 0 0 0 0 0 ",
                     "\necmpGroup 3 3 0 1 2 2 ", // the group of 10.0.0.4 lost its only route
                     "\ntotal 1011 1011 1 505 505 505 ", "\nECMP groups 3 3 0 1 2 - ", "\nECMP members 12 12 0 2 10 - ",
-                    "\nAll was as meant.\n"});
+                    "\nEverything was as planned.\n"});
 }
 
 TEST_F(RouteAgentRun, BadListIsToldInFullAndProgramsNothing) {
     vl_model::record_calls(true);
     EXPECT_EQ(run("10.0.0.0/8 1\n10.0.0.1/8 1\n\n10.0.0.0/8 2\n10.0.0.0/9\n"), 2);
-    expect_in(messages, {"<stdin>:2: '10.0.0.1/8' has bits set", "<stdin>:4: 10.0.0.0/8 was given before, in line 1\n",
+    expect_in(messages, {"<stdin>:2: '10.0.0.1/8' has bits set", "<stdin>:4: 10.0.0.0/8 was already given in line 1\n",
                          "<stdin>:5: no next hop"});
     EXPECT_EQ(out, "");
 
@@ -422,7 +422,7 @@ TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {
         const size_t at = messages.find(std::string("\n") + message);
         ASSERT_NE(at, std::string::npos) << message << '\n' << messages;
         expect_in(messages.substr(at + 1, messages.find('\n', at + 1) - at), {" was refused with status 2, NO_MEMORY"});
-        expect_in(out, {"\nNOT as meant: the driver refused.\n"});
+        expect_in(out, {"\nNOT as planned: the driver refused a call.\n"});
         // The device was closed anyway: it can be opened again.
         EXPECT_EQ(run(list), 0) << messages << out;
     }
@@ -434,7 +434,7 @@ TEST_F(RouteAgentRun, ReadingsThatDifferAreCountedAndShown) {
     const auto expect_with = [&](const vl_model::AnswerHook& hook, const std::vector<std::string>& differences,
                                  const std::string& ipv4_host) {
         vl_model::set_answer_hook(hook);
-        expect_differences(list, differences, {"\nipv4Host " + ipv4_host, "\nNOT as meant: there were differences.\n"});
+        expect_differences(list, differences, {"\nipv4Host " + ipv4_host, "\nNOT as planned: there were differences."});
     };
     expect_with(
         [](pipe_match_record&, pipe_action_record& action, uint32_t& action_hdl) {
@@ -466,7 +466,7 @@ TEST_F(RouteAgentRun, ReadingsThatDifferAreCountedAndShown) {
     vl_model::set_answer_hook({});
 
     vl_model::set_member_answer_hook([](pipe_action_data& data, uint32_t&) { data.data[0] ^= 4; });
-    expect_differences(list, {"group 1: meant 3 paths, from 5 of table 0 on, read 5 of table 4, 5 of table 5"},
+    expect_differences(list, {"group 1: expected 3 paths, from 5 of table 0 on, read 5 of table 4, 5 of table 5"},
                        {"\nECMP members 11 0 0 6 5 - "});
     vl_model::set_member_answer_hook([](pipe_action_data&, uint32_t& action_hdl) { action_hdl = 0x200000b6; });
     expect_differences(list, {" has another action, number 1\n"});
@@ -480,28 +480,28 @@ TEST_F(RouteAgentRun, ChangesThatTheDriverOnlyClaimsAreFound) {
         expect_differences("10.1.2.3 5\n10.1.2.4 6\n10.1.2.5 6\n", found, rows);
     };
     expect_if_claimed("pipe_mgr_mat_ent_add", 3, // after the two for ecmpGroup
-                      {"the driver counts 2 entries, meant are 3", "the walk leaves out 10.1.2.3/32"});
+                      {"the driver counts 2 entries, expected 3", "the walk leaves out 10.1.2.3/32"});
     expect_if_claimed("pipe_mgr_mat_ent_del_by_match_spec", 1,
-                      {"10.1.2.4/32 was deleted and still stands", "10.1.2.4/32 was deleted and is still found"},
+                      {"10.1.2.4/32 was deleted and still exists", "10.1.2.4/32 was deleted and is still found"},
                       {"\nipv4Host 3 3 1 1 2 1 "});
     // The list of handles isn't written, so it has foreign handles and no end. The groups are read three times before.
     expect_if_claimed("pipe_mgr_get_next_entry_handles", 3 * 3 + 1,
-                      {"the walk gives handle 0, which no entry has", "the walk goes on after 3 handles; not followed",
+                      {"the walk gives handle 0, which no entry has", "the walk goes on after 3 handles; stopped",
                        "the walk leaves out 10.1.2.4/32"});
     expect_if_claimed("pipe_mgr_sel_grp_mbr_add", 1,
                       {", 5 of table 0, is in no group",
-                       "group 1: meant 3 paths, from 5 of table 0 on, read 5 of table 1, 5 of table 2\n"});
+                       "group 1: expected 3 paths, from 5 of table 0 on, read 5 of table 1, 5 of table 2\n"});
     expect_if_claimed("p4_pd_ms_destroy_state_for_dev", 2, // of the second profile
-                      {"adding a member again to group 1 gave EXISTS, meant was NOT_FOUND",
-                       "adding entry 1 again gave EXISTS, meant was NOT_FOUND"});
-    const std::vector<std::string> not_restored = {"adding a member again to group 1 gave NOT_FOUND, meant was EXISTS",
+                      {"adding a member again to group 1 gave EXISTS, expected NOT_FOUND",
+                       "adding entry 1 again gave EXISTS, expected NOT_FOUND"});
+    const std::vector<std::string> not_restored = {"adding a member again to group 1 gave NOT_FOUND, expected EXISTS",
                                                    "with the shadow restored, adding to a group gives NOT_FOUND"};
     expect_if_claimed("p4_pd_ms_restore_state", 2, not_restored);
     expect_if_claimed("pipe_mgr_hitless_ha_restore_virtual_dev_state", 1, not_restored);
     expect_if_claimed("pipe_mgr_idle_tmo_set_enable", 1,
                       {"the hit state of 10.1.2.3/32 is 0", "10.1.2.5/32 got no packet and didn't time out"},
                       {"\nipv4Host 3 3 0 1 2 2 "});
-    expect_if_claimed("pipe_mgr_mat_ent_del", 1, {"10.1.2.5/32 was deleted and still stands"});
+    expect_if_claimed("pipe_mgr_mat_ent_del", 1, {"10.1.2.5/32 was deleted and still exists"});
 }
 
 TEST_F(RouteAgentRun, HardwareThatDiffersFromThePlacementIsFound) {

@@ -1,5 +1,5 @@
-// Packets that don't simply go their way: a rule of a port ACL through all its tables, the table that decides every
-// drop, and the packets that the CPU gets. Entries that count such packets are listed, and read here.
+// Packets that aren't simply forwarded: a port ACL's rule in all its tables, the table that decides every drop, and the
+// packets that go to the CPU. The entries that count such packets are listed and read here.
 #include "leaf_switch/steps.h"
 
 namespace leaf_switch {
@@ -8,7 +8,7 @@ namespace {
 constexpr uint8_t ipv4_packet = 1;
 constexpr uint8_t tcp = 6;
 constexpr uint16_t telnet_port = 23;
-constexpr uint16_t telnet = 1;      // rules match 16-bit names of ports, not the field
+constexpr uint16_t telnet = 1;      // rules match a port's 16-bit name, not its number
 constexpr uint8_t server_rules = 1; // the rule list of the servers' ports
 constexpr uint16_t bgp_port = 179;
 
@@ -17,7 +17,7 @@ constexpr uint32_t wish = 0x38000;
 constexpr uint32_t wish_drop = 0x38000;
 constexpr uint32_t no_telnet_rule = 1;
 
-// In the header that the CPU sees. It tells who is to handle the packet.
+// Part of the header that the CPU sees. It says who must handle the packet.
 constexpr uint8_t reason_arp = 1;
 constexpr uint8_t reason_bgp = 2;
 
@@ -68,7 +68,7 @@ void forbid_telnet(Leaf& leaf) {
 }
 
 void decide_drops(Leaf& leaf) {
-    // Earlier tables mark packets, and this table decides. An unmarked packet goes its way.
+    // Earlier tables mark packets, and this table decides. An unmarked packet is forwarded.
     set_default(leaf, "the last decision", DEFAULT_ENTRY(finalDropControl, accept));
 
     p4_pd_velmar_switch_finalDropControl_match_spec_t by_rule = {};
@@ -93,7 +93,7 @@ void trap_to_cpu(Leaf& leaf) {
                                                                         .action_trapPipelineQid = 0};
     set_default(leaf, "the way to the CPU", DEFAULT_ENTRY(cpuEncap, trapPktToCpuUntagged), &way);
 
-    // ARP is copied: the packet itself goes its way, and the CPU learns who is where.
+    // ARP is copied: the packet itself is forwarded, and the CPU learns who is where.
     p4_pd_velmar_switch_trapToCpu_match_spec_t arp = {};
     arp.arpHdr_valid = 1;
     arp.arpHdr_valid_mask = 1;

@@ -1,6 +1,6 @@
 // Which spine a flow takes. The library works out the hash of a packet without sending it; vl_model/behaviour.h says
-// which member the driver chooses for a hash. With another driver, predicted_next_hop() changes. chosen_next_hop() asks
-// the driver, so it needs no such knowledge.
+// which member the driver chooses for a hash. For another driver, predicted_next_hop() must change. chosen_next_hop()
+// asks the driver, so it needs no such knowledge.
 #include <array>
 
 #include "leaf_switch/steps.h"

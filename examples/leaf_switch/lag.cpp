@@ -1,5 +1,5 @@
 // From an interface to the port by which a packet leaves. lagGroup is an indirect table: its entries point at members
-// (one way to go on) or at groups (several ways, of which a hash chooses one).
+// (one way out) or at groups (several ways out, from which a hash chooses one).
 #include "leaf_switch/steps.h"
 
 namespace leaf_switch {

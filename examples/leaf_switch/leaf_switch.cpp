@@ -1,5 +1,5 @@
-// From nothing to a running switch and back. With another driver below the library, start() and the text of statuses
-// would change.
+// From nothing to a running switch and back. For another driver below the library, start() and the text of statuses
+// must change.
 #include "leaf_switch/leaf_switch.h"
 
 #include <exception>

@@ -19,7 +19,7 @@ namespace leaf_switch {
 
 // An entry of a table whose entries count their packets.
 struct CountingEntry {
-    std::string what; // it counts
+    std::string what; // the packets that it counts
     pd_status (*read)(pd_session, pd_device, pd_entry, uint32_t flags, pd_counter_value*);
     pd_status (*table)(uint32_t*); // the function that gives the table's handle
     pd_entry entry;
@@ -63,7 +63,7 @@ std::vector<TableCount> table_counts(const Leaf& leaf);
 std::vector<uint32_t> spine_next_hops(const Leaf& leaf);
 std::vector<uint32_t> lag_ports_in_use(const Leaf& leaf);
 
-// These functions change and read a running switch. They throw Refused, too.
+// These functions change and read a running switch. They also throw Refused.
 
 // learning.cpp: the stations that the switch learned from digests.
 struct Station {
@@ -88,7 +88,7 @@ struct PacketCount {
 };
 std::vector<PacketCount> packet_counts(const Leaf& leaf);
 
-// vxlan_ports.cpp: the UDP ports whose packets the parser takes for VXLAN.
+// vxlan_ports.cpp: the UDP ports whose packets the parser treats as VXLAN.
 std::vector<uint16_t> vxlan_ports(const Leaf& leaf);
 
 // ecmp_prediction.cpp: the next hop as the agent works it out, and as the driver says when asked.
@@ -115,7 +115,7 @@ std::optional<Capture> read_snapshot(uint32_t snapshot); // nothing before the t
 void delete_snapshot(uint32_t snapshot);
 
 // traffic.cpp: what packets and time do to the switch. The embedded driver has neither, so the tour and the tests make
-// them. On a real switch they just come.
+// them. On a real switch they come by themselves.
 
 // Each station sends a frame. Those that the switch doesn't know come in one digest; returns their number.
 size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
@@ -131,7 +131,7 @@ void pass_time(uint32_t seconds);
 // Shows all of this at work, with our own traffic. Also throws if a prediction was wrong.
 void take_tour(const Leaf& leaf, std::ostream& out);
 
-// Prints what it reads back from the driver; the bring-up keeps nothing of this. Throws Refused.
+// Prints what it reads back from the driver, because the bring-up keeps none of it. Throws Refused.
 void print_summary(const Leaf& leaf, std::ostream& out);
 
 } // namespace leaf_switch

@@ -28,7 +28,7 @@ namespace {
 
 constexpr const char* digest = "macLearningDigest";
 
-// What a packet asks for that l2LearningLookup doesn't know.
+// What l2LearningLookup asks for when it doesn't know a packet's source.
 constexpr uint8_t learn_macs = 1;
 
 constexpr uint32_t look_interval = 1'000; // the driver's unit is the millisecond
@@ -57,7 +57,7 @@ pd_status remove_entries(Learning& learning, pd_session session, Learning::Known
     if (status != PD_STATUS_OK) return status;
     const pd_entry source = known.source;
     const pd_status removed = remove(p4_pd_velmar_switch_l2LearningLookup_table_delete, session, device, known.source);
-    // The driver may give the handle to another entry, and that one is not silent.
+    // The driver may give the handle to another entry, which isn't silent.
     if (removed == PD_STATUS_OK) std::erase(learning.silent, source);
     return removed;
 }
@@ -90,7 +90,7 @@ pd_status learn(Learning& learning, pd_session session, const Station& station) 
         known.interface = station.interface;
         status = add_entries(session, learning.target, station, known);
     }
-    // A destination without a source would remain for ever. The station's next frame starts again.
+    // A destination without a source would remain forever. The station's next frame starts again.
     if (status != PD_STATUS_OK && remove_entries(learning, session, known) == PD_STATUS_OK)
         learning.stations.erase(name_of(station));
     return status;

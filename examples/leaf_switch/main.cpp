@@ -11,7 +11,7 @@ int main() {
         leaf_switch::print_summary(leaf, std::cout);
         leaf_switch::take_tour(leaf, std::cout);
         leaf_switch::shut_down(leaf);
-        std::cout << "All is taken down again, and the tables are empty." << std::endl;
+        std::cout << "Everything is taken down again, and the tables are empty." << std::endl;
         return 0;
     } catch (const std::exception& error) {
         std::cerr << "leaf_switch: " << error.what() << '\n';

@@ -1,5 +1,5 @@
-// Routing: a packet gets a VRF. A route in it names a next hop or an ECMP group, and a group chooses one of its next
-// hops by hash. The next hop says where the packet leaves and to which MAC.
+// Routing: a packet gets a VRF. A route in the VRF names a next hop or an ECMP group, and a group chooses one of its
+// next hops by hash. The next hop says where the packet leaves and to which MAC.
 #include "leaf_switch/steps.h"
 
 namespace leaf_switch {
@@ -87,7 +87,7 @@ void join_spines(Leaf& leaf) {
 }
 
 void add_routes(Leaf& leaf) {
-    // Routes are added after everything that they lead to, so that no packet finds half a way.
+    // Routes are added after everything that they lead to, so that no packet takes an incomplete route.
     for (const Host& host : hosts)
         make(leaf, std::string("the route to ") + host.name, ENTRY(ipv4Host, setNextHop),
              {.l3Info_vrfId = vrf, .ingIpv4_dip = host.address}, {.action_nextHop = host.next_hop});

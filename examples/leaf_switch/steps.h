@@ -44,8 +44,8 @@ using Remove = pd_status(pd_session, pd_device, uint32_t);
 using Reset = pd_status(pd_session, pd_dev_tgt);
 void at_shut_down(Leaf& leaf, const std::string& what, const std::function<pd_status(const Leaf&)>& undo);
 
-// The library has functions of their own for each table and action. Each of these names the two that make something and
-// take it away again; ENTRY(ipv4Host, setNextHop) names p4_pd_velmar_switch_ipv4Host_table_add_with_setNextHop and
+// The library has separate functions for each table and action. Each of these macros names the two that make and remove
+// something; ENTRY(ipv4Host, setNextHop) names p4_pd_velmar_switch_ipv4Host_table_add_with_setNextHop and
 // p4_pd_velmar_switch_ipv4Host_table_delete.
 #define ENTRY(table, action)                                                                                           \
     p4_pd_velmar_switch_##table##_table_add_with_##action, p4_pd_velmar_switch_##table##_table_delete
@@ -66,8 +66,8 @@ requires std::invocable<Add*, pd_session, pd_dev_tgt, Arguments..., uint32_t*>
     return handle;
 }
 
-// With these, records can be written where they are passed: a key, or an action of a member; a key and an action; the
-// same with a number, such as a priority, behind the key.
+// These overloads let callers write records as arguments: a key or a member's action; a key and an action; and both
+// forms with a number, such as a priority, after the key.
 template <class Key>
 uint32_t make(Leaf& leaf, const std::string& what, pd_status (*add)(pd_session, pd_dev_tgt, const Key*, uint32_t*),
               Remove* remove, const std::type_identity_t<Key>& key) {
@@ -103,8 +103,8 @@ void set_default(Leaf& leaf, const std::string& what, Set* set, Reset* reset, Ar
     at_shut_down(leaf, "resetting " + what, [=](const Leaf& made) { return reset(made.session, made.target); });
 }
 
-// In masked tables, priorities order the entries that match the same packet. The switch has no such entries, or they do
-// the same, so any priority will do.
+// In masked tables, priorities order the entries that match the same packet. In this switch there are no such entries,
+// or they do the same, so any priority will do.
 inline constexpr uint32_t any_priority = 1;
 
 } // namespace leaf_switch

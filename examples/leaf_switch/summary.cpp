@@ -68,7 +68,7 @@ std::vector<pd_member> members_of(const Leaf& leaf, const Profile& profile, pd_g
     expect(std::string("finding the first member of ") + profile.name,
            profile.first(leaf.session, leaf.target.dev_id, group, &first));
     std::vector<pd_member> members = {first};
-    // A walk goes on behind its last handle, and ends at the first PD_HDL_END.
+    // A walk goes on after its last handle, and ends at the first PD_HDL_END.
     for (;;) {
         pd_member more[4] = {};
         expect(std::string("finding more members of ") + profile.name,
@@ -163,7 +163,7 @@ std::vector<uint32_t> lag_ports_in_use(const Leaf& leaf) {
 }
 
 void print_summary(const Leaf& leaf, std::ostream& out) {
-    out << "What stands:\n";
+    out << "Entries, members and groups:\n";
     for (const TableCount& table : table_counts(leaf))
         out << "  " << std::left << std::setw(36) << table.name << std::right << std::setw(3) << table.count << '\n';
     print_list(out, "ECMP group, next hops:", spine_next_hops(leaf));

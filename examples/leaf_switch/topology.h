@@ -1,4 +1,4 @@
-// What is connected to the leaf, and the numbers that the switch's administrator chooses.
+// What is connected to the leaf, and the numbers that the administrator of the switch chooses.
 //
 //   ports 1 to 4     servers, untagged in VLAN 10
 //   ports 5 and 6    LAG 1 to a storage box, tagged in VLANs 10 and 20

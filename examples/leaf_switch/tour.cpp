@@ -78,7 +78,7 @@ void show_counts(const Leaf& leaf, std::ostream& out) {
 }
 
 void show_vxlan_ports(const Leaf& leaf, std::ostream& out) {
-    out << "The parser takes for VXLAN what goes to UDP port";
+    out << "The parser treats packets as VXLAN if they go to UDP port";
     for (const uint16_t port : vxlan_ports(leaf))
         out << ' ' << port;
     out << '\n';

@@ -1,5 +1,5 @@
-// The parser looks for VXLAN behind the UDP ports of a value set, which starts empty. A value set is no table: its
-// entries have a value and a mask, and are in the parsers.
+// The parser looks for VXLAN in packets to the UDP ports of a value set, which starts empty. A value set isn't a table:
+// its entries have a value and a mask, and are in the parsers.
 #include "leaf_switch/steps.h"
 
 namespace leaf_switch {

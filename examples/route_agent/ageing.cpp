@@ -1,5 +1,5 @@
-// Idle time on the host routes. The agent itself moves the driver's clock and sends packets. On a real switch both just
-// happen.
+// Idle time on the host routes. The agent itself moves the driver's clock and sends packets. On a real switch both
+// happen by themselves.
 #include <deque>
 
 #include "route_agent/phases.h"

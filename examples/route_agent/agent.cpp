@@ -18,8 +18,8 @@ constexpr const char* usage = R"(Usage: route_agent [FILE]
 
 Programs routes into the route tables of one VRF, and an ECMP group of several paths for each of their next hops. On
 the way it restarts twice: it forgets what it knows about the groups, reads it back from the switch and goes on. Then
-it reads everything back, ages the host routes, deletes every second route, and proves that the rest still stands, also
-in the hardware, where the driver says that it placed it. Ends with a table of what was done.
+it reads everything back, ages the host routes, deletes every second route, and proves that the rest remains, and
+that the hardware holds it as the driver placed it. Ends with a table of what was done.
 
 Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
 country. FILE (or - for standard input) has a route per line, of at most 4096 bytes. NEXT_HOP is a decimal number from
@@ -29,7 +29,7 @@ country. FILE (or - for standard input) has a route per line, of at most 4096 by
                        2001:db8::/32 8
                        192.0.2.1 9
 
-Exit status: 0 if all was as meant, 1 if anything differed or the driver refused, 2 for bad arguments or a bad list.
+Exit status: 0 if everything was as planned, 1 if anything differed or was refused, 2 for bad arguments or a bad list.
 )";
 
 bool open(std::ifstream& file, const std::string& path, std::ostream& messages) {
@@ -98,9 +98,9 @@ int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
     attempt([&] { close_device(device); });
     print_report(out, run);
     const bool as_meant = !refused && all_as_meant(run);
-    out << (as_meant  ? "All was as meant."
-            : refused ? "NOT as meant: the driver refused."
-                      : "NOT as meant: there were differences.")
+    out << (as_meant  ? "Everything was as planned."
+            : refused ? "NOT as planned: the driver refused a call."
+                      : "NOT as planned: there were differences.")
         << std::endl;
     return as_meant ? exit_as_meant : exit_not_as_meant;
 }
@@ -128,7 +128,7 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
                                                    : printable(arguments[0]);
     Progress progress(streams.messages, streams.messages_on_terminal);
     progress.begin_phase("loading " + name);
-    progress.end_phase(); // messages about the list begin on a line of their own
+    progress.end_phase(); // messages about the list begin on a new line
     std::optional<std::vector<Route>> routes =
         own_list ? load_list(arguments[0], name, streams) : load_allocations(streams.messages);
     if (!routes) return exit_bad_input;
@@ -138,7 +138,7 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
         streams.messages << name << ": " << reason << '\n';
         return exit_bad_input;
     }
-    routes.reset(); // a run is long, and the plan has all that it needs
+    routes.reset(); // a run is long, and the plan has everything that it needs
     return drive_switch(*plan, progress, streams.out);
 }
 

@@ -1,6 +1,6 @@
 // The ECMP groups, and the restart, which concerns only them. The switch keeps members, groups and entries, but the
-// agent loses the handles of members and groups. The library loses its shadow of the profile, without which nothing can
-// be added to a group: the shadow knows the action, which the driver wants to be told.
+// agent loses the handles of members and groups. The library loses its shadow of the profile. Without it, nothing can
+// be added to a group, because only the shadow knows the action that the driver takes.
 #include "route_agent/phases.h"
 
 #include <cstdlib>
@@ -24,7 +24,7 @@ struct EcmpWork {
     Account members{run, "ECMP members", run.ecmp_members};
 };
 
-// What a member says. All paths of a group lead to the number of its next hop, each in a next-hop table of its own.
+// What a member says. All paths of a group lead to the number of its next hop, each in a different next-hop table.
 struct Path {
     unsigned next_hop_table = 0;
     uint32_t next_hop = 0;
@@ -143,8 +143,8 @@ FoundGroup read_group(EcmpWork& work, pd_group handle, FoundMembers& loose) {
     return found;
 }
 
-// Reads what the switch has from the members up, and relies only on what the driver says. Returns the groups by the
-// numbers of their entries. What no entry leads to is a difference.
+// Reads what the switch has, from the members up, and relies only on what the driver says. Returns the groups by the
+// numbers of their entries. A group or member that no entry leads to is a difference.
 std::map<uint32_t, FoundGroup> read_groups(EcmpWork& work) {
     FoundMembers loose_members = read_members(work);
     std::map<pd_group, FoundGroup> loose;
@@ -189,7 +189,7 @@ bool paths_equal(EcmpWork& work, size_t row, const FoundGroup& found) {
     std::string read;
     for (const auto& [path, member] : found.paths)
         read += text_of(read.empty() ? "" : ", ", path);
-    work.members.differs("group ", number_of(row), ": meant ", grouped(meant.size()), " paths, from ", meant.front(),
+    work.members.differs("group ", number_of(row), ": expected ", grouped(meant.size()), " paths, from ", meant.front(),
                          " on, read ", read);
     return false;
 }
@@ -206,13 +206,13 @@ EcmpCounts driver_counts(EcmpWork& work) {
 }
 
 void check_count(Account& account, uint32_t count, uint32_t meant) {
-    if (count != meant) account.differs("the driver counts ", grouped(count), ", meant are ", grouped(meant));
+    if (count != meant) account.differs("the driver counts ", grouped(count), ", expected ", grouped(meant));
 }
 
 void expect(Account& account, pd_status status, pd_status expected, const std::string& what) {
     ++account.tally.calls;
     if (status != expected)
-        account.differs(what, " gave ", vl_model_status_name(status), ", meant was ", vl_model_status_name(expected));
+        account.differs(what, " gave ", vl_model_status_name(status), ", expected ", vl_model_status_name(expected));
 }
 
 // Adds a member to a group that has it already, and an entry that exists already. With the shadow the driver says so;
@@ -249,7 +249,7 @@ EcmpCounts learn_groups(Run& run) {
         const size_t number = number_of(row);
         const auto node = found.extract(static_cast<uint32_t>(number));
         if (group.state != RowState::standing) {
-            if (node) work.entries.differs("group ", number, " is not meant to stand");
+            if (node) work.entries.differs("group ", number, " should not exist");
             continue;
         }
         ++meant.groups;
@@ -294,7 +294,7 @@ void restart(Run& run, RestoreBy by) {
     try_adds(run, "without the shadow", VL_MODEL_NOT_FOUND);
     if (by_log)
         check(vl_model_state_restore(device, log.get()), "restoring by the device state log");
-    else // agent and driver agree on the words behind the device; this driver takes the session first
+    else // agent and driver agree on the words after the device; this driver takes the session first
         check(p4_pd_velmar_switch_restore_virtual_dev_state(device, run.device.session, 0, 0, 0),
               "restoring by replay");
     try_adds(run, "with the shadow restored", VL_MODEL_EXISTS); // neither way reports what it couldn't restore

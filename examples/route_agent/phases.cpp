@@ -24,22 +24,22 @@ uint32_t driver_count(Work& work) {
     return count;
 }
 
-// Reads one entry. True if it is as meant.
+// Reads one entry. True if it is as planned.
 bool reads_equal(Work& work, pd_entry handle, const Entry& entry) {
     Content content;
     work.done(work.table.read(work.run.device, handle, content), "reading ", entry.prefix);
     const Content meant = work.table.meant(work.run.device, entry);
     if (content == meant) return true;
-    work.differs("meant ", meant, ", read ", content);
+    work.differs("expected ", meant, ", read ", content);
     return false;
 }
 
-// Every standing entry must come up in the walk, once, and read as meant. Returns how many did.
+// The walk must give every standing entry once, and the entry must read as planned. Returns how many do.
 size_t check_standing(Work& work) {
     const Device& device = work.run.device;
     const auto meant_count = static_cast<size_t>(std::ranges::count(work.rows, RowState::standing));
     if (const uint32_t count = driver_count(work); count != meant_count)
-        work.differs("the driver counts ", grouped(count), " entries, meant are ", grouped(meant_count));
+        work.differs("the driver counts ", grouped(count), " entries, expected ", grouped(meant_count));
     std::vector<bool> seen(work.entries.size(), false);
     size_t equal = 0;
     walk(work, work.entries.size(), std::bind_front(work.table.first, device.session, device.target),
@@ -56,7 +56,7 @@ size_t check_standing(Work& work) {
              }
              seen[placed->row] = true;
              if (work.rows[placed->row] != RowState::standing)
-                 work.differs(entry.prefix, " was deleted and still stands");
+                 work.differs(entry.prefix, " was deleted and still exists");
              else if (reads_equal(work, handle, entry))
                  ++equal;
              work.run.progress.step();

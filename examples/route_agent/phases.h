@@ -37,7 +37,7 @@ void compare_with_hardware(Run& run);
 // Asks the driver how many entries are left. May follow a phase that was refused.
 void count_left(Run& run);
 
-// True if the phases found all that was planned and nothing else.
+// True if the phases found everything that was planned and nothing else.
 bool all_as_meant(const Run& run);
 
 // Prints a row per table, a row for all, and a row each for the groups and members of ecmpGroup's entries. The calls
@@ -56,7 +56,7 @@ struct EcmpCounts {
 void add_groups(Run& run, unsigned load);
 
 // Reads all members, groups and entries from the switch, and compares them with the plan. The agent goes on with the
-// handles that it reads: after a restart it has no others. Returns how many are as meant.
+// handles that it reads: after a restart it has no others. Returns how many are as planned.
 EcmpCounts learn_groups(Run& run);
 
 // Removes the groups to which no route leads any more.

@@ -58,7 +58,7 @@ std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& rea
         if (!numbers.try_emplace(route.next_hop, number).second) continue;
         if (number > max_ecmp_groups) {
             reason = text_of("there are more than ", max_ecmp_groups,
-                             " different next hops; ECMP groups have no more numbers");
+                             " different next hops; there are not enough numbers for ECMP groups");
             return std::nullopt;
         }
         plan.groups.push_back({.next_hop = route.next_hop});
@@ -78,7 +78,7 @@ std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& rea
         const Family family = plan.tables[scheme.second].front().prefix.family;
         reason =
             text_of("prefixes longer than /", scheme.first_length, " lie in more than ", max_partitions, " different ",
-                    family_name(family), " prefixes of /", scheme.first_length, "; there are no more partitions");
+                    family_name(family), " prefixes of /", scheme.first_length, "; there are not enough partitions");
         return std::nullopt;
     }
     return plan;

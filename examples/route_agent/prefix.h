@@ -44,7 +44,7 @@ struct Prefix {
     friend constexpr auto operator<=>(const Prefix&, const Prefix&) = default;
 };
 
-// The prefix of that length around the address.
+// The prefix of this length that contains the address.
 constexpr Prefix network_of(Family family, Address address, unsigned length) {
     // A shift by the whole width is undefined.
     const Address mask = length == 0 ? 0 : ~Address{0} << (128 - length);

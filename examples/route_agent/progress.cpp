@@ -1,4 +1,4 @@
-// Draws the bar with a carriage return, so the terminal needs only some 80 columns.
+// Draws the bar with a carriage return, so the terminal needs only about 80 columns.
 #include "route_agent/progress.h"
 
 namespace route_agent {

@@ -1,4 +1,4 @@
-// Reads and checks lists line by line. All that can be known of a list is checked here, before anything is programmed.
+// Reads and checks lists line by line. A list is checked as far as possible before anything is programmed.
 #include "route_agent/route_list.h"
 
 #include <algorithm>
@@ -16,7 +16,7 @@ std::string quoted(std::string_view text) {
     return "'" + printable(text.substr(0, longest)) + (text.size() > longest ? "...'" : "'");
 }
 
-// Why the line can't be one of a list in UTF-8, or null. The rest of such a file isn't worth reading.
+// Why the line can't belong to a list in UTF-8, or null. The rest of such a file isn't worth reading.
 const char* why_no_text(std::string_view line, size_t number) {
     if (number == 1 && line.starts_with("\xEF\xBB\xBF"))
         return "the list begins with a byte order mark; save it as UTF-8 without one";
@@ -30,7 +30,7 @@ using TakeLine = std::function<std::string(std::string_view, size_t)>;
 
 // False if a line was bad, or if the stream could not be read to its end; the messages say so.
 bool read_lines(std::istream& in, const std::string& name, std::ostream& messages, const TakeLine& take) {
-    constexpr size_t max_bad_lines = 20; // a list with more is probably no such list at all
+    constexpr size_t max_bad_lines = 20; // a file with more is probably not a list of routes
     std::array<char, longest_line + 1> room;
     size_t number = 0;
     size_t bad = 0;
@@ -75,14 +75,14 @@ std::string parse_prefix(std::string_view word, Prefix& prefix) {
     const std::string_view address_text = word.substr(0, slash);
     const Family family = std::ranges::find(address_text, ':') == address_text.end() ? Family::ipv4 : Family::ipv6;
     const std::optional<Address> address = parse_address(family, address_text);
-    if (!address) return quoted(word) + " is no IPv4 or IPv6 prefix";
+    if (!address) return quoted(word) + " is not an IPv4 or IPv6 prefix";
     const uint32_t width = address_bits(family);
     uint32_t length = width;
     if (slash != std::string_view::npos) {
         const std::string_view length_text = word.substr(slash + 1);
         const std::errc error = parse_decimal(length_text, length);
         if (error == std::errc::invalid_argument)
-            return text_of("prefix length ", quoted(length_text), " is no number");
+            return text_of("prefix length ", quoted(length_text), " is not a number");
         if (error != std::errc{} || length > width) {
             return text_of("prefix length ", quoted(length_text), " is too large, an ", family_name(family),
                            " address has ", width, " bits");
@@ -94,9 +94,9 @@ std::string parse_prefix(std::string_view word, Prefix& prefix) {
 }
 
 std::string parse_next_hop(std::string_view word, uint32_t& next_hop) {
-    if (word.empty()) return "no next hop behind the prefix";
+    if (word.empty()) return "no next hop after the prefix";
     const std::errc error = parse_decimal(word, next_hop);
-    if (error == std::errc::invalid_argument) return "next hop " + quoted(word) + " is no decimal number";
+    if (error == std::errc::invalid_argument) return "next hop " + quoted(word) + " is not a decimal number";
     return error == std::errc{} ? "" : "next hop " + quoted(word) + " doesn't fit 32 bits";
 }
 
@@ -139,7 +139,7 @@ std::optional<Route> parse_route_line(std::string_view line, std::string& reason
     if (reason.empty()) reason = parse_next_hop(take_word(line), route.next_hop);
     if (!reason.empty()) return std::nullopt;
     if (const std::string_view trailing = take_word(line); !trailing.empty()) {
-        reason = "trailing " + quoted(trailing) + " behind the next hop";
+        reason = "trailing " + quoted(trailing) + " after the next hop";
         return std::nullopt;
     }
     return route;
@@ -153,7 +153,7 @@ std::optional<std::vector<Route>> read_route_list(std::istream& in, const std::s
         const std::optional<Route> route = parse_route_line(line, reason);
         if (!route) return reason;
         const auto [earlier, is_new] = line_of.try_emplace(route->prefix, number);
-        if (!is_new) return text_of(route->prefix, " was given before, in line ", earlier->second);
+        if (!is_new) return text_of(route->prefix, " was already given in line ", earlier->second);
         routes.push_back(*route);
         return reason;
     };

@@ -63,7 +63,7 @@ void take_action(const Action& action, Content& content) {
     }
 }
 
-// Puts the library's typed functions behind those of RouteTable.
+// Wraps the library's typed functions as those of RouteTable.
 template <class Members, class Action, uint32_t action_id, auto add, auto find, auto remove, auto read>
 constexpr RouteTable row(const char* name, GetCount* count, GetFirst* first, GetNext* next, GetPlacement* placement,
                          EqualToHardware* equal_to_hardware) {

@@ -1,4 +1,4 @@
-// The state of a run: the plan, what is on the switch by now, and the counts for the report. And the tools that the
+// The state of a run: the plan, what is on the switch by now, and the counts for the report. Also the tools that the
 // phases share: they count calls and differences, demand success, and walk lists of handles.
 #pragma once
 
@@ -151,7 +151,7 @@ void walk(Account& account, size_t most, const First& first, const Next& next, V
         for (const uint32_t listed : handles) {
             if (listed == PD_HDL_END) return;
             if (walked++ == most) {
-                account.differs("the walk goes on after ", grouped(most), " handles; not followed");
+                account.differs("the walk goes on after ", grouped(most), " handles; stopped");
                 return;
             }
             visit(listed);
