@@ -74,12 +74,12 @@ class Shown(unittest.TestCase):
     def test_help(self):
         text = self.shown("--help")
         commands = re.findall(r"^  ([a-z]+)( NAME| \[NAME\])?  ", text, re.M)
-        known = re.search("; there are (.+); pd-show", run("show").stderr)[1]
+        known = re.search("; there are (.+); see pd-show", run("show").stderr)[1]
         self.assertEqual([command for command, _ in commands], known.split(", "))
         for command, name in commands:
             alone, named = run(command), run(command, "nobody")
             self.assertEqual((alone.returncode, named.returncode), (2 if name == " NAME" else 0, 2), command)
-            self.assertIn("there is no" if name else "behind", named.stderr)
+            self.assertIn("there is no" if name else "after", named.stderr)
         options = re.findall(r"^  (?:-h, )?(--[a-z]+)( [A-Z]+)?  ", text, re.M)
         self.assertEqual(len(options), 12)
         for option, value in options:
@@ -187,7 +187,7 @@ class Shown(unittest.TestCase):
         self.assertEqual(len(re.findall(r"^ +[\d.]+ s +[\d.]+ %  \w", done.stderr, re.M)), 4, done.stderr)
 
 
-# What verify says of an entry by the part of it that was damaged.
+# What verify says about an entry, by the part that was damaged.
 messages = {"lost": r"p4_pd_velmar_switch_\w+_get_entry failed", "key": r"mspec \w+ differs.*",
             "mask": r"mspec \w+_mask differs.*", "action data": r"aspec action_\w+ differs 0x\w+ vs 0x\w+",
             "member's handle": r"mbr_hdl differs: mbr_hdl_pd=0x\w+, mbr_hdl_hw=0x\w+"}
@@ -222,7 +222,7 @@ def is_visible(entry, part, byte, bit):
 
 class Verified(unittest.TestCase):
     def software(self, *setup):
-        """By table and handle, the software's entries as JSON and value string, and what counters say of entries."""
+        """By table and handle: the software's entries as JSON and value string, and what counters say about entries."""
         def dump(*arguments):
             return run(*setup, *arguments, stdin=many_routes).stdout
         document = json.loads(dump("--format", "json", "entries"))
@@ -296,17 +296,17 @@ class Verified(unittest.TestCase):
         done = run(*foreign, "verify", "ipv4Host")
         self.assertEqual((done.returncode, done.stderr),
                          (1, "pd-show: ipv4Host: counting the entries was refused with status 4\n"))
-        self.assertIn("Nothing of what could be read differs.", done.stdout)
+        self.assertIn("Nothing that could be read differs.", done.stdout)
         # A table has a row if its entries can't be counted.
         whole = run(*foreign, "verify").stdout
         self.assertRegex(whole, " 0  ipv4Host\n")
-        self.assertIn(f" 0  {totals['tables, keyless']} others, without entries but default ones\n", whole)
+        self.assertIn(f" 0  {totals['tables, keyless']} others, with default entries only\n", whole)
 
     def test_lists_that_end_early_are_reported(self):
         for command in ("verify", "entries"):
             done = run(*faulty, "--routes", "-", command, "ipv6Host", stdin=many_routes)
             self.assertEqual((done.returncode, done.stderr),
-                             (1, "pd-show: ipv6Host: of its entries the driver counts 100, but lists 1\n"))
+                             (1, "pd-show: ipv6Host: the driver counts 100 entries, but lists 1\n"))
             self.assertNotIn("Nothing differs", done.stdout)
 
     def test_progress_on_a_terminal(self):
@@ -336,18 +336,18 @@ class Refused(unittest.TestCase):
                 ("--device needs a value", "tables", "--device"),
                 ("--device takes a number from 0 to 255, not 256", "--device", "256", "tables"),
                 ("no format xml; there are text, json, value", "--format", "xml", "entries"),
-                ("entries alone", "--format", "json", "tables"),
-                ("entries and counters alone", "--hw", "verify"),
+                ("only for entries", "--format", "json", "tables"),
+                ("only for entries and counters", "--hw", "verify"),
                 ("table needs a name", "table"),
-                ("--corrupt is for verify", "--demo", "--corrupt", "1", "entries"),
+                ("--corrupt is only for verify", "--demo", "--corrupt", "1", "entries"),
                 ("--corrupt needs --demo or --routes", "--corrupt", "1", "verify"),
                 ("takes no name", "--demo", "--corrupt", "1", "verify", "l2Lookup"),
-                ("--seed is for --corrupt", "--demo", "--seed", "1", "verify"),
-                ("what is ipv4Host behind tables", "tables", "ipv4Host"),
-                ("drivers that aren't embedded", "--session", "1", "tables"),
+                ("--seed is only for --corrupt", "--demo", "--seed", "1", "verify"),
+                ("what is ipv4Host after tables", "tables", "ipv4Host"),
+                ("with the embedded driver, a session is opened", "--session", "1", "tables"),
                 ("device 0", "--demo", "--device", "1", "tables"),
                 ("needs? the embedded driver", *foreign, "--demo", "tables"),
-                ("say which by --session", *foreign[:2], "tables"),
+                ("choose one by --session", *foreign[:2], "tables"),
                 # Near names.
                 (r"no table ipv4host: did you mean ipv4Host\b.*\bipv6Host\b.*\?\n$", "table", "ipv4host"),
                 (r"no table ipv4host: did you mean ipv4Host\b", "entries", "ipv4host"),
@@ -386,7 +386,7 @@ class Refused(unittest.TestCase):
     def test_drivers_that_cannot_be_used(self):
         self.refused(1, "the driver can't be loaded: .*nowhere.so", "--driver", "/nowhere.so", "tables")
         self.refused(1, "beside this driver: .*undefined symbol", "--driver", "libm.so.6", "tables")
-        self.refused(1, "function of those that --time looks at", "--driver", "libm.so.6", "--time", "entries")
+        self.refused(1, "function that --time measures", "--driver", "libm.so.6", "--time", "entries")
         for setup in ((), ("--demo",), ("--routes", "-")):
             done = self.refused(1, "refuses to register", *faulty, *setup, "tables", REFUSED_CLIENTS="all")
             self.assertEqual(done.stdout, "")

@@ -1,5 +1,5 @@
-// getopt_long() parses the options, which may stand anywhere. Options that don't go together are refused before anything
-// is loaded.
+// getopt_long() parses the options, in any position. Options that don't go together are refused before anything is
+// loaded.
 #include "pd_show/arguments.h"
 
 #include <array>
@@ -18,8 +18,8 @@ namespace {
 
 constexpr char usage[] = R"(Usage: pd-show [OPTION]... COMMAND [NAME]
 
-Shows what the tables of the switch hold. The driver and the library are loaded into this process; the embedded driver
-starts empty there, so that --demo or --routes gives it something to show.
+Shows what the tables of the switch hold. Loads the driver and the library into this process. The embedded driver starts
+empty there; --demo and --routes fill it.
 
 Commands:
   tables            all tables in the order of the pipeline, with keys, actions, counters and numbers of entries
@@ -27,35 +27,35 @@ Commands:
   entries [NAME]    the entries of one table, or of all
   counters [NAME]   the counts and what they count, of one counter or table with a counter, or of all
   verify [NAME]     compares the entries of one table, or of all, with the hardware: a summary by table, then what
-                    differs, with the entries as the driver's copy has them. Takes a driver that hands out placement
+                    differs, with the entries as the driver's copy has them. Needs a driver that hands out placement
                     data as the embedded one does
 
 Options:
   --driver LIB      a driver to load in place of the embedded one
-  --session N       the session to work in, with a driver in which this command can't open one
+  --session N       the session to use, with a driver in which this command can't open one
   --device N        the device, from 0 to 255 (0)
   --demo            brings up the example leaf switch first; needs the embedded driver
   --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); NEXT_HOP is
                     a decimal number from 0 to 4294967295, and a list has at most 1023 different ones. Needs the
-                    embedded driver. With --demo the routes stand beside the leaf switch: in VRF 2, where its own are in
-                    VRF 1, and with at most 199 different next hops
+                    embedded driver. With --demo, the routes have at most 199 different next hops, and go into VRF 2,
+                    because the leaf switch has its own in VRF 1
   --hw              for entries and counters: reads the hardware, not the driver's copy of it
   --format FORMAT   of entries:
                       text   a line for each; fields that match anything are left out, and so are masks of a whole field
                       json   one array of objects, with all fields
-                      value  the library's value strings, Python literals, behind a comment with the table's name
-  --time            tells on stderr where the time of a dump of entries went
-  --corrupt N       for verify of all tables, without a NAME: first loses, or flips a random bit of, N entries in the
-                    hardware, and tells which; with --demo or --routes. Bits that the table doesn't match, or behind
-                    the width of an action's parameter, make no difference
-  --seed S          chooses other damage (1)
+                      value  the library's value strings, Python literals, after a comment with the table's name
+  --time            shows on stderr what a dump of entries spent its time on
+  --corrupt N       for verify without a NAME, with --demo or --routes: first damages N random entries in the hardware
+                    and lists them. An entry is lost, or one of its bits flips. Bits that the table doesn't match, or
+                    beyond the width of an action's parameter, make no difference
+  --seed S          the seed of the random damage (1)
   -h, --help        this text
   --version         the version
 
 Exit status:
-  0    all was shown and nothing differs
-  1    an entry differs, something couldn't be read or written, or the driver refused; or driver and library can't be
-       used: one of them can't be loaded, or the driver refuses to register the library
+  0    everything was shown and nothing differs
+  1    an entry differs, something couldn't be read or written, or the driver refused; or the driver and the
+       library can't be used: one can't be loaded, or the driver refuses to register the library
   2    wrong arguments, an unknown name or a bad list of routes
   127  the driver called a function that neither it nor its libraries have; the loader names it
 )";
@@ -83,7 +83,7 @@ struct FormatRow {
 constexpr FormatRow formats[] = {{"text", Format::text}, {"json", Format::json}, {"value", Format::value}};
 
 [[noreturn]] void refuse(const std::string& what) {
-    throw Problem(exit_bad_usage, what + "; pd-show --help tells more");
+    throw Problem(exit_bad_usage, what + "; see pd-show --help");
 }
 
 // The row with this name.
@@ -142,7 +142,7 @@ constexpr auto long_options = [] {
 }();
 
 // getopt_long() sets `optopt` to an unknown letter, or to an option that takes no value and got one, or to 0 for an
-// unknown long option. Only then is `last`, the argument that it read last, surely the wrong one.
+// unknown long option. Only in the last case is `last`, the argument that it read last, surely the wrong one.
 [[noreturn]] void refuse_option(const char* last) {
     if (optopt == 0) refuse("there is no option " + std::string(last));
     if (optopt < first_option) refuse(std::string("there is no option -") + static_cast<char>(optopt));
@@ -155,19 +155,19 @@ void take_words(Arguments& read, int count, char** words) {
     const CommandRow& chosen = choose(commands, "command", words[0]);
     read.command = chosen.command;
     const int names = count - 1;
-    if (names > chosen.most_names) refuse("what is " + std::string(words[names]) + " behind " + chosen.name + "?");
+    if (names > chosen.most_names) refuse("what is " + std::string(words[names]) + " after " + chosen.name + "?");
     if (names < chosen.least_names) refuse(std::string(chosen.name) + " needs a name");
     if (names == 1) read.name = words[1];
 }
 
 void check(const Arguments& read) {
-    if (read.command != show_entries && (read.format || read.time)) refuse("--format and --time are for entries alone");
+    if (read.command != show_entries && (read.format || read.time)) refuse("--format and --time are only for entries");
     if (read.command != show_entries && read.command != show_counters && read.from_hw)
-        refuse("--hw is for entries and counters alone");
-    if (read.corrupt && read.command != verify) refuse("--corrupt is for verify alone");
-    if (read.corrupt && read.name) refuse("--corrupt damages all tables, and all are compared then: it takes no name");
+        refuse("--hw is only for entries and counters");
+    if (read.corrupt && read.command != verify) refuse("--corrupt is only for verify");
+    if (read.corrupt && read.name) refuse("--corrupt damages all tables, so verify compares all: it takes no name");
     if (read.corrupt && !read.demo && !read.routes) refuse("--corrupt needs --demo or --routes");
-    if (read.seed && !read.corrupt) refuse("--seed is for --corrupt alone");
+    if (read.seed && !read.corrupt) refuse("--seed is only for --corrupt");
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-// Measures the driver functions that dumps call. It defines functions of the same names and is loaded before the driver,
-// so that the library finds these; each passes the call on to the driver.
+// Measures the driver functions that dumps call. It defines functions of the same names and is loaded before the
+// driver, so that the library finds these; each passes the call on to the driver.
 #include <algorithm>
 
 #include <dlfcn.h>

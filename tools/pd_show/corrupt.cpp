@@ -1,5 +1,5 @@
 // Damages the embedded driver's hardware, and predicts which damage a comparison sees. The prediction compares the
-// entries that the library reads from both sides. It doesn't use the library's comparison, which is there to be checked.
+// entries that the library reads from both sides. It doesn't use the library's comparison, which it checks.
 #include <algorithm>
 #include <cstdint>
 #include <optional>
@@ -14,7 +14,7 @@ namespace {
 
 using Words = std::vector<uint64_t>;
 
-// A comparison ignores the bits that don't count, in 128-bit numbers too.
+// A comparison ignores the bits that don't count, even in 128-bit numbers.
 void append(Words& words, const std::vector<Field>& fields, const uint8_t* record) {
     for (const Field& field : fields)
         for (const Part& part : field.parts)
@@ -24,7 +24,7 @@ void append(Words& words, const std::vector<Field>& fields, const uint8_t* recor
             }
 }
 
-// What a comparison sees of an entry. Nothing if the entry can't be read.
+// The part of an entry that a comparison sees. Nothing if the entry can't be read.
 std::optional<Words> seen_of(const Work& work, const Table& table, pd_entry handle, bool from_hw) {
     Entry entry;
     if (!read_entry(work, table, handle, from_hw, entry)) return {};

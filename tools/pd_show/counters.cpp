@@ -1,5 +1,5 @@
-// Counters and what they count. A direct counter is shown with a description of each entry, an indirect counter by the
-// cells that have counted.
+// Counters and what they count. For a direct counter, each entry is shown with its description; for an indirect
+// counter, the cells that have counted.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -30,8 +30,8 @@ void put_heading(const Work& work, const std::string& counter, const std::string
     work.out.put(counter + ", " + of_what + "\n" + columns + counted + "\n");
 }
 
-// The entry in the library's words, after two blanks; empty if there is nothing to say. The library gives the same answer
-// for an entry that can't be read. The result is nothing then.
+// The library's description of the entry, after two blanks; empty if the library has none. Nothing if the entry can't
+// be read, for which the library gives the same answer.
 std::optional<std::string> description(const Work& work, const Table& table, pd_entry handle) {
     const auto describe =
         work.library.function<decltype(p4_pd_velmar_switch_stringify_counter_matchspec)>("stringify_counter_matchspec");
@@ -59,8 +59,8 @@ void show_direct(const Work& work, const Table& table, const std::string& counte
     });
 }
 
-// Only the driver knows the number of cells: it refuses the index after the last one. A driver that has very many cells,
-// or refuses no index, is asked for the first cells only.
+// Only the driver knows the number of cells: it refuses the index after the last one. A driver that has very many
+// cells, or refuses no index, is asked for the first cells only.
 void show_indirect(const Work& work, const std::string& counter, const std::string& of_what) {
     put_heading(work, counter, of_what, "index");
     const auto read = work.library.function<ReadIndirect>("counter_read_" + counter);

@@ -1,4 +1,4 @@
-// The leaf switch and lists of routes, by the code of the examples. No exception leaves the module.
+// Brings up the leaf switch and programs lists of routes by the code of the examples. No exception leaves the module.
 #include <cerrno>
 #include <cstring>
 #include <exception>
@@ -35,8 +35,7 @@ std::vector<route_agent::Route> read_routes(const std::string& path) {
     return std::move(*routes);
 }
 
-// Beside the leaf switch, the routes get a separate VRF, and ECMP groups with lower numbers than the group of the leaf
-// switch.
+// If the leaf switch is up, the routes get a separate VRF, and ECMP groups with lower numbers than its group.
 void program_routes(route_agent::Device device, const std::string& path, bool beside_leaf_switch) {
     std::string reason;
     const std::optional<route_agent::Plan> plan = route_agent::make_plan(read_routes(path), reason);

@@ -1,4 +1,4 @@
-// Dumps of entries in all formats, and where their time goes.
+// Dumps of entries in all formats, and the time that they take.
 #include <algorithm>
 #include <charconv>
 #include <chrono>
@@ -180,7 +180,7 @@ private:
         out_ += "}";
     }
 
-    // An address is a text, and everything else is a number.
+    // An address is a string, and everything else is a number.
     void put_json_value(const Field& field, PlaceOf place, const uint8_t* record) {
         const Tag tag = tag_of(field, place);
         if (tag != Tag::mac && tag != Tag::v4addr && tag != Tag::v6addr)
@@ -269,8 +269,8 @@ uint64_t clock_cost() {
     return least;
 }
 
-// A measurement also costs as many ticks outside of its result as in it. This is an estimate: a time that is shorter than
-// its error is shown as 0.
+// A measurement also costs as many ticks outside of its result as in it. This is an estimate: a time below its error is
+// shown as 0.
 void tell_times(size_t shown, double seconds, TimeSpent all, TimeSpent driver, TimeSpent text, uint64_t output) {
     const auto cost = static_cast<double>(clock_cost());
     const auto without_clock = [&](TimeSpent spent, double times) {

@@ -1,5 +1,5 @@
-// Loads by dlopen(), in an order that lets the library find the driver, or the clock in front of the driver. The embedded
-// driver is recognised by functions that no other driver has.
+// Loads by dlopen(), in an order that lets the library find the driver, or the clock in front of the driver. The
+// embedded driver is recognised by functions that no other driver has.
 #include "pd_show/library.h"
 
 #include <csignal>
@@ -45,7 +45,7 @@ Library::Library(const std::optional<std::string>& driver, bool timed) {
     // Lazy: a driver may lack functions that are never called. The library binds all functions that it needs at once.
     driver_ = load(driver.value_or(beside_this_program(embedded_driver)), RTLD_LAZY | RTLD_GLOBAL, "the driver");
     if (timed && !reinterpret_cast<pd_show_clock_start_function*>(dlsym(clock_, "pd_show_clock_start"))(driver_))
-        throw Problem(exit_failed, "the driver lacks a function of those that --time looks at");
+        throw Problem(exit_failed, "the driver lacks a function that --time measures");
     library_ = dlopen(beside_this_program(library_name).c_str(), RTLD_NOW | RTLD_LOCAL);
     if (library_ == nullptr)
         throw Problem(exit_failed, std::string("the library can't be loaded beside this driver: ") + dlerror());
@@ -83,7 +83,7 @@ bool Library::says_not_found(pd_status status) const {
 namespace {
 
 pd_session bring_up_demo(const Arguments& arguments) {
-    if (arguments.device != 0) throw Problem(exit_bad_usage, "--demo and --routes work on device 0 and on no other");
+    if (arguments.device != 0) throw Problem(exit_bad_usage, "--demo and --routes work only on device 0");
     void* const module = load(beside_this_program(demo_module), RTLD_NOW | RTLD_LOCAL, demo_module);
     const auto demo = reinterpret_cast<pd_show_demo_function*>(dlsym(module, "pd_show_demo"));
     if (demo == nullptr) throw Problem(exit_failed, std::string(demo_module) + " has no function pd_show_demo");
@@ -112,10 +112,10 @@ pd_session start(const Library& library, const Arguments& arguments) {
     const bool embedded = add_device && open_session;
     const bool demo = arguments.demo || arguments.routes.has_value();
     if (embedded && arguments.session)
-        throw Problem(exit_bad_usage, "--session is for drivers that aren't embedded; here a session is opened");
+        throw Problem(exit_bad_usage, "--session is for other drivers; with the embedded driver, a session is opened");
     if (!embedded && demo) throw Problem(exit_bad_usage, "--demo and --routes need the embedded driver");
     if (!embedded && !arguments.session)
-        throw Problem(exit_bad_usage, "this driver opens no sessions for others; say which by --session");
+        throw Problem(exit_bad_usage, "pd-show can't open a session with this driver; choose one by --session");
 
     pd_session session = arguments.session.value_or(0);
     std::signal(SIGABRT, tell_abort);

@@ -40,7 +40,7 @@ private:
 extern "C" {
 #pragma GCC visibility push(default)
 
-// The clock measures the driver's reads. It takes the driver's place in front of the library.
+// The clock measures the driver's reads. The library calls it in place of the driver.
 using pd_show_clock_start_function = bool(void* driver);
 using pd_show_clock_read_function = void(pd_show::TimeSpent* spent);
 // `driver` is a handle of dlopen(). Must precede the first call of the driver. False if the driver lacks a function
@@ -48,7 +48,7 @@ using pd_show_clock_read_function = void(pd_show::TimeSpent* spent);
 pd_show_clock_start_function pd_show_clock_start;
 pd_show_clock_read_function pd_show_clock_read;
 
-// The demo fills the embedded driver by the examples of this project. It is linked against library and driver, and so
+// The demo fills the embedded driver with the code of the examples. It is linked against library and driver, and so
 // must be loaded after them.
 using pd_show_demo_function = int(bool leaf_switch, const char* routes, pd_session* session, std::string* problem);
 // On device 0, brings up the leaf switch if `leaf_switch`, then programs the list of routes unless `routes` is null.

@@ -18,8 +18,8 @@ namespace pd_show {
 
 enum ExitStatus {
     exit_shown = 0,
-    // The driver or the library can't be used or refused a request, or the hardware differs. To a script they are the
-    // same: it can't rely on the hardware.
+    // The driver or the library can't be used or refused a request, or the hardware differs. Both mean the same to a
+    // script: it can't rely on the hardware.
     exit_failed = 1,
     exit_bad_usage = 2 // wrong arguments, an unknown name or a bad list of routes
 };
@@ -44,7 +44,7 @@ struct Output {
     void flush();
 };
 
-// Collects what couldn't be read, and prints it when the run ends and no progress bar is in the way. Only the first
+// Collects what couldn't be read, and prints it at the end, when no progress bar is in the way. Only the first
 // complaints are printed, so that a driver that refuses all reads doesn't flood the screen.
 class Complaints {
 public:

@@ -1,4 +1,4 @@
-// The list of all tables, and the page of one.
+// The list of all tables, and the page of one table.
 #include <algorithm>
 #include <cinttypes>
 #include <cstdint>

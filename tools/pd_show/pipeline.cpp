@@ -1,4 +1,4 @@
-// Joins what belongs together for people: values with their masks, halves of MAC addresses, tables with their counters.
+// Joins what people see as one thing: values with their masks, halves of MAC addresses, tables with their counters.
 #include "pd_show/pipeline.h"
 
 #include <algorithm>

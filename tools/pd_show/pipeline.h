@@ -68,7 +68,7 @@ struct Table {
     uint32_t handle;
     bool has_priority;
     std::vector<Field> key;
-    const char* profile;                // null if entries have actions of their own
+    const char* profile;                // null if the entries themselves have actions
     std::vector<const Action*> actions; // of the table or of its profile, sorted by name
     std::vector<const catalog::Resource*> counters;
     WordFunction* get_entry;

@@ -27,8 +27,8 @@ struct Tally {
     size_t different = 0;
 };
 
-// What the entry counts, described from the placement data: the functions that take an entry's handle read the hardware,
-// which may have lost the entry.
+// Describes what the entry counts, from the placement data: the functions that take a handle read the hardware, which
+// may have lost the entry.
 std::string description(const Work& work, const Table& table, const void* placement) {
     const auto is_direct = [](const catalog::Resource* counter) {
         return counter->addressing == catalog::Addressing::direct;
@@ -99,8 +99,7 @@ void put_summary(const Work& work, const std::vector<Tally>& tallies) {
             put_row(work, tally, tally.table->name);
         }
     }
-    if (other_tables != 0)
-        put_row(work, others, std::to_string(other_tables) + " others, without entries but default ones");
+    if (other_tables != 0) put_row(work, others, std::to_string(other_tables) + " others, with default entries only");
     if (tallies.size() > 1) put_row(work, all, "in all");
 }
 
@@ -124,7 +123,7 @@ bool verify(const Work& work) {
     }
     put_summary(work, tallies);
     work.out.put(!differences.empty()    ? "\nDifferences, software first:\n" + differences
-                 : work.complaints.any() ? "\nNothing of what could be read differs.\n"
+                 : work.complaints.any() ? "\nNothing that could be read differs.\n"
                                          : "\nNothing differs.\n");
     return differences.empty();
 }

@@ -7,7 +7,7 @@
 namespace pd_show {
 namespace {
 
-// Whether the driver did the call. Complains if it refused.
+// Whether the call succeeded. Complains if it was refused.
 bool done(const Work& work, const Table& table, const char* call, pd_status status) {
     if (status != PD_STATUS_OK) complain(work, table.name + ": " + call, status);
     return status == PD_STATUS_OK;
@@ -64,8 +64,8 @@ void visit_entries(const Work& work, const Table& table, std::optional<uint32_t>
         more = done(work, table, "asking for the next entries", status) && listed != 0;
     }
     if (visited != *counted)
-        work.complaints.add(table.name + ": of its entries the driver counts " + std::to_string(*counted) +
-                            ", but lists " + std::to_string(visited));
+        work.complaints.add(table.name + ": the driver counts " + std::to_string(*counted) + " entries, but lists " +
+                            std::to_string(visited));
 }
 
 void visit_all_entries(const Work& work, const Table& table, std::optional<uint32_t> counted, const Visit& visit) {
@@ -83,7 +83,7 @@ bool read_entry(const Work& work, const Table& table, pd_entry handle, bool from
     size_t count = 4;
     const auto add = [&](auto*... outputs) { ((words[count++] = reinterpret_cast<uintptr_t>(outputs)), ...); };
     char* const no_name = nullptr;
-    entry.is_default = 1; // the library doesn't say so for a keyless table
+    entry.is_default = 1; // the library doesn't set it for a keyless table
     if (!table.key.empty()) add(entry.key);
     if (table.has_priority) add(&entry.priority);
     if (table.profile != nullptr)
