@@ -17,7 +17,7 @@
 
 namespace vl_model {
 
-// Ends a call with a status. A call may refuse only before its first change.
+// Ends a call with a status. A call may be refused only before its first change.
 struct Refusal {
     pipe_status status;
 };

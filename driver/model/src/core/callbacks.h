@@ -1,4 +1,4 @@
-// Registered callbacks. A registration that has ended gets no more calls. Ending one waits for the calls that run, so
+// Registered callbacks. A registration that has ended gets no more calls. Ending one waits for its running calls, so
 // that the agent may free its cookie. Callbacks run without the model's mutex. The calls of registrations are counted
 // under another mutex, which may be taken while the model's is held.
 #pragma once
@@ -14,7 +14,7 @@ struct Registration {
     bool ended = false;
 };
 
-// While it lives, this thread is within a callback.
+// While one exists, its thread is within a callback.
 class WithinCallback {
 public:
     WithinCallback();
@@ -49,7 +49,7 @@ void call_once(Callback callback, uint32_t dev_id, void* cookie) {
 }
 
 // Ends a registration, unless it is null, and waits for its running calls. Within a callback it doesn't wait: callbacks
-// could wait for themselves or for each other for ever. The model's mutex must be free.
+// could wait for themselves or for each other forever. The model's mutex must be free.
 void end(const std::shared_ptr<Registration>& registration) noexcept;
 
 // A callback with its cookie and registration. Callers take a copy under the mutex and call without it.

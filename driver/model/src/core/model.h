@@ -223,7 +223,7 @@ private:
     Held& held_;
 };
 
-// These refuse a session, device or pipe that doesn't exist. The first is for those who have no session.
+// These refuse a session, device or pipe that doesn't exist. The first is for calls without a session.
 Locked<Device> lock_device(Target target);
 Locked<Device> lock_device(pipe_sess_hdl sess_hdl, Target target);
 
@@ -244,7 +244,7 @@ void write_following(uint32_t hdl, uint32_t n, uint32_t* hdls, Next&& next) {
     }
 }
 
-// A row as the software or the hardware has it. Refuse a row that doesn't exist, and one that the hardware has lost. See
+// A row as the software or the hardware has it. They refuse a row that doesn't exist or that the hardware has lost. See
 // reads/readback.cpp; the mutex must be held.
 EntryView view_of_row(const Table& table, pipe_ent_hdl ent_hdl, bool from_hw);
 EntryView view_of_row(const DataTable& table, pipe_mbr_hdl mbr_hdl, bool from_hw);

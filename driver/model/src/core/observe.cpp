@@ -1,5 +1,5 @@
-// Faults, recorded calls and answers. They have a mutex of their own: a call is recorded before the model is locked,
-// and answers run without a lock.
+// Faults, recorded calls and answers. They have a separate mutex: a call is recorded before the model is locked, and
+// answers run without a lock.
 #include <algorithm>
 #include <map>
 #include <mutex>
@@ -69,7 +69,7 @@ std::optional<uint32_t> take_fault(Watch& watch, const char* function) {
 Subscriber<Answer> find_answer(const Watch& watch, std::string_view function) {
     if (const auto found = watch.answers.find(function); found != watch.answers.end()) return found->second;
     Subscriber<Answer> longest;
-    // The map has longer names after their beginnings.
+    // The map is sorted, so longer names come after their beginnings.
     for (const auto& [name, answer] : watch.answers)
         if (name.ends_with('*') && function.starts_with(std::string_view(name).substr(0, name.size() - 1)))
             longest = answer;
@@ -130,7 +130,7 @@ void fail_call(std::string_view function, unsigned nth, uint32_t status) {
 }
 
 void fail_allocation(unsigned nth) {
-    fail_call("bf_sys_calloc", nth, VL_MODEL_OK); // null all the same: the function returns a pointer
+    fail_call("bf_sys_calloc", nth, VL_MODEL_OK); // refused all the same: functions that return a pointer return null
 }
 
 void clear_faults() {

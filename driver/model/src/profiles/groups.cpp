@@ -15,7 +15,7 @@ struct Position {
     bool active;
 };
 
-// What callbacks get of a change.
+// What callbacks learn about a change.
 struct GroupChange {
     pipe_grp_hdl grp_hdl;
     pipe_mbr_hdl mbr_hdl;
@@ -63,7 +63,7 @@ void set_member_state(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl
                       });
 }
 
-// The fallback counts as a use of the member.
+// Being the fallback counts as a use of the member.
 void set_fallback(Selector& selector, pipe_mbr_hdl mbr_hdl) {
     RowMap<Member>& members = selector.data_table.members;
     if (mbr_hdl != 0) ++members.at(mbr_hdl).uses;

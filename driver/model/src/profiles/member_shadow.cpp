@@ -75,7 +75,7 @@ struct p4_pd_ms_state {
 
 namespace vl_model {
 
-// Clients keep the addresses of states for ever, so a reset only empties them.
+// Clients keep the addresses of states forever, so a reset only empties the states.
 static std::deque<p4_pd_ms_state>& member_states() {
     static std::deque<p4_pd_ms_state>& instance = *new std::deque<p4_pd_ms_state>;
     return instance;
@@ -112,7 +112,7 @@ void forget_group_of(DeviceShadow& shadow, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl gr
     if (groups->second.empty()) shadow.groups_of.erase(groups);
 }
 
-// The device's part of a state, which the first call that names the device makes. Refuses a call with a handle of 0.
+// The device's part of a state. The first call that names the device makes it. Refuses a call with a handle of 0.
 Locked<DeviceShadow> lock_shadow(p4_pd_ms_state* state, pipe_dev_id dev_id,
                                  std::initializer_list<uint32_t> handles = {}) {
     const bool has_zero = std::find(handles.begin(), handles.end(), 0U) != handles.end();

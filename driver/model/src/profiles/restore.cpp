@@ -42,7 +42,7 @@ pipe_status pipe_mgr_hitless_ha_restore_virtual_dev_state(uint64_t a1, uint64_t 
                                                           uint64_t a5, pipe_adt_sel_restore_cb callback) {
     return Boundary(__func__, a1, a2, a3, a4, a5, callback)([&] {
         refuse_if(callback == nullptr, VL_MODEL_INVALID);
-        // A word that is too large for an id must not pass for the id in its lower half.
+        // A word that is too large for an id must not be taken for the id in its lower half.
         refuse_if(a1 > UINT32_MAX, VL_MODEL_UNKNOWN_DEVICE);
         refuse_if(a2 > UINT32_MAX, VL_MODEL_UNKNOWN_SESSION);
         const auto dev_id = static_cast<pipe_dev_id>(a1);
@@ -59,7 +59,7 @@ pipe_status pipe_mgr_hitless_ha_restore_virtual_dev_state(uint64_t a1, uint64_t 
         end(replaced);
         for (const vl_model_row& row : rows) {
             const RunningCall running(own);
-            if (!running) break; // it was ended meanwhile
+            if (!running) break; // it has ended meanwhile
             call(callback, row);
         }
     });

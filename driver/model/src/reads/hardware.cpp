@@ -124,7 +124,7 @@ uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t coun
         uint64_t left = 0;
         for (const Table* table : tables)
             left += intact_entries(*table);
-        // One pass: the chance of each entry is the count of those still wanted by the count of those left.
+        // One pass: the chance of each entry is the number still wanted, divided by the number of entries left.
         std::mt19937_64 random(seed);
         for (Table* table : tables) {
             for (pipe_ent_hdl entry = table->entries.first(); entry != 0; entry = table->entries.next(entry)) {

@@ -1,4 +1,4 @@
-// Placement data at the boundary: given out for a row, and decoded from the row in software.
+// Placement data at the boundary: handed out for a row, and decoded from the software's row.
 #include <vl_driver/placement.h>
 
 #include "core/model.h"

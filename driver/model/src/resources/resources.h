@@ -85,7 +85,7 @@ struct Register {
 bool is_sound(const pipe_meter_spec& spec);
 pipe_meter_spec meter_spec_of(const pipe_resource_slot& slot);
 
-// Find a resource; one with cells by index; one that has a cell of this index. They refuse if there is none.
+// Find a resource, a resource with cells by index, and one that has a cell with this index. Refuse if there is none.
 template <class Map>
 auto& resource_in(Map& resources, pipe_tbl_hdl hdl) {
     return found_in(resources, hdl, VL_MODEL_UNKNOWN_RESOURCE);

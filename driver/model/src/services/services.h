@@ -28,7 +28,7 @@ struct Digest {
     uint32_t entry_size = 0;
     pipe_sess_hdl sess_hdl = 0; // of the registration
     Subscriber<pipe_digest_cb> subscriber;
-    // Those not acknowledged, by the address that the agent has.
+    // The unacknowledged messages, by the address that the agent has.
     std::unordered_map<const pipe_digest_msg*, std::unique_ptr<DigestMessage>> messages;
 };
 

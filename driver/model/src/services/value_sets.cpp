@@ -1,5 +1,5 @@
-// Parser value sets at the boundary. Gress, pipe and parser are just numbers to compare: PIPE_ALL_PIPES is one more
-// pipe and doesn't match the others.
+// Parser value sets at the boundary. Gress, pipe and parser are just numbers to compare: PIPE_ALL_PIPES is a pipe like
+// any other and doesn't match them.
 #include "core/model.h"
 
 using namespace vl_model;

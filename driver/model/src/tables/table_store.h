@@ -1,6 +1,6 @@
 // The entries of one match table: records of one size in chunks that never move. A handle is a position; keys are found
-// by an open-addressed index. An entry takes key, mask and the table's largest action data, plus some 60 bytes.
-// Callers check keys and actions against the table first, and hold the model's mutex.
+// by an open-addressed index. An entry takes the room of key, mask and the table's largest action data, plus about 60
+// bytes. Callers check keys and actions against the table first, and hold the model's mutex.
 #pragma once
 
 #include <array>
