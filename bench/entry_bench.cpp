@@ -1,5 +1,5 @@
-// What an entry operation costs in the library, beside code written by hand for the same table. The driver does
-// nothing, so both figures are those of encoding and decoding, and of one call through the linkage table.
+// The cost of an entry operation in the library, compared with code written by hand for the same table. The driver does
+// nothing, so both figures are for encoding and decoding, and for one call through the linkage table.
 //
 // With --against=LIBRARY another build of the library runs as a third arm in the same run.
 #include <benchmark/benchmark.h>

@@ -1,4 +1,4 @@
-// How a benchmark steers the null driver, which accepts everything and keeps nothing.
+// How a benchmark controls the null driver, which accepts everything and keeps nothing.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
-// What it costs the library to check an entry against the hardware: it decodes the entry's placement data, reads the
-// entry back and compares the two. Beside it run the embedded driver's decoding and reading alone. The difference is
-// the library's share, which should stay below the cost of one read. The driver gives and takes back the memory for
-// lists of an entry's resources; the share is printed with and without it.
+// The cost of checking an entry against the hardware: the library decodes the entry's placement data, reads the entry
+// back and compares the two. The embedded driver's decoding and reading are also measured alone. The difference is the
+// library's share, which should stay below the cost of one read. The driver gives and takes back the memory for lists
+// of an entry's resources; the share is printed with and without it.
 #include <benchmark/benchmark.h>
 
 #include <array>

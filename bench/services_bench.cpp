@@ -1,6 +1,6 @@
-// What services cost that handle more than a record. The prediction of a hash runs beside the same stream built bit by
-// bit, the read of a range of register cells beside a loop written by hand for that register. The driver does next to
-// nothing.
+// The cost of services that handle more than one record. The prediction of a hash is compared with the same stream
+// built bit by bit, the read of a range of register cells with a loop written by hand for that register. The driver
+// does next to nothing.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -23,7 +23,7 @@ constexpr pd_dev_tgt target = {.dev_id = device, .pipe_id = PD_ALL_PIPES, .reser
 // Two IPv4 addresses, protocol and two ports.
 constexpr std::array<uint32_t, 5> widths = {32, 32, 8, 16, 16};
 
-// The same behind three bits, so that no field begins at a byte boundary.
+// The same after three bits, so that no field begins at a byte boundary.
 constexpr std::array<uint32_t, 6> odd_widths = {32, 32, 8, 16, 16, 3};
 
 template <size_t count>

@@ -1,6 +1,6 @@
-// A driver that does next to nothing for services that build or unpack lists. Memory costs its clearing, and a read
-// says that all cells were read. To compare callers it also gives answers: cells when a read asks the hardware, and the
-// whole stream as the hash if there is room for it.
+// A driver that does next to nothing for services that build or unpack lists. Memory costs only its clearing, and a
+// read says that all cells were read. To compare callers it also gives answers: cells when a read asks the hardware,
+// and the whole stream as the hash if there is room for it.
 #include <cstdint>
 #include <cstring>
 

@@ -1,5 +1,5 @@
-// What texts cost, beside the plain way to make them: a formatted write for each field, and for schemas a copy of as
-// many bytes. Both arms of an entry's value string read the entry from the null driver with the library's own function.
+// The cost of texts, compared with the plain way: a formatted write for each field, and for schemas a copy of as many
+// bytes. Both arms of an entry's value string read the entry from the null driver with the library's own function.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <unistd.h>
