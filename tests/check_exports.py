@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the library's surface to the committed lists.
+"""Compares the library's interface with the committed lists.
 
   check_exports.py LIBRARY GENERATED_FOLDER COMMITTED_FOLDER BOUNDARY_HEADERS...
 

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Holds schemas, value strings and print lines to the catalog, for every table, action and profile.
+"""Checks schemas, value strings and print lines against the catalog, for every table, action and profile.
 
   check_literals.py LIBRARY DRIVER LIST_ROWS COMMITTED_ROWS
 
 LIST_ROWS prints the rows of the catalog, and the committed list rows.txt has the places of fields in records. The
-script composes the texts anew and compares them letter by letter. It also compares their values in Python with the
+script makes the texts again and compares them character by character. It also compares their values in Python with the
 rows.
 """
 
@@ -58,7 +58,7 @@ l3_nextHop 0xf reservedNextHop
 l3_nextHop 0x3ff ecmpGroup
 """
 
-# A tag goes by the width and the name of a field or parameter. One field is an exception.
+# A tag follows from the width and the name of a field or parameter. One field is an exception.
 TAGS = {"mac": (24, "(.*[Mm]ac)?(Oui|Station|oui|station)"), "v4addr": (32, ".*([sd]ip|Dip|dipB|srcIp|dstIp)"),
         "v6addr": (128, ".*"), "port": (9, ".*gress_port|cpuPort|egrL2AintfPort"), "vport": (14, "phase0_ingVPort"),
         "dec": (16, ".*(partIdx|[pP]artitionIndex)")}
@@ -95,10 +95,10 @@ def expect_tag(row, name, bits, tag):
 
 
 def written(function, *arguments):
-    """What a writer writes. It must return the length of the text, and write nothing behind the NUL."""
+    """The text that a writer writes. The writer must return its length, and write nothing after the NUL."""
     buffer = ctypes.create_string_buffer(b"\xa5" * ROOM, ROOM)
     length = function(*arguments, buffer)
-    expect("NUL and what stands behind it", buffer.raw[length:], b"\0" + b"\xa5" * (ROOM - length - 1))
+    expect("NUL and what follows it", buffer.raw[length:], b"\0" + b"\xa5" * (ROOM - length - 1))
     return buffer.raw[:length].decode("ascii")
 
 
@@ -132,7 +132,7 @@ def param_columns(action, params, layout):
 
 
 def digits(column, record):
-    """What texts show of a value, and the value. Texts show all 128 bits of a value, whichever bits the table matches."""
+    """A value's text, and the value. Texts show all bits of a 128-bit value, whichever bits the table matches."""
     stored = record[column.offset:column.offset + column.size]
     if column.width == 128:
         return "0x" + stored.hex().upper(), int.from_bytes(stored, "big")

@@ -1,5 +1,5 @@
-// Comparing placement data with the hardware: every bit of every field and parameter of the catalog, and the members and
-// groups that entries point at. The tests work out the expected messages from the rows, the decoder and the read.
+// Comparing placement data with the hardware: every bit of every field and parameter of the catalog, and the members
+// and groups that entries point at. The tests work out the expected messages from the rows, the decoder and the read.
 #include "support/views.h"
 
 #include <algorithm>
@@ -119,7 +119,7 @@ protected:
         return message;
     }
 
-    // Compares the two views. The table's own function, which ignores its handle, and the function by handle say the same.
+    // Compares the two views. The table's own function, which ignores its handle, and the function by handle agree.
     std::string compare(const catalog::Table& table) {
         const std::string own = answer_of(std::string(table.name) + "_plcmt_data_eq_to_hw",
                                           {dirty(session), 0x7700 | device, 0x7777, dirty(99), blob});

@@ -1,6 +1,6 @@
-// What the library sends and writes doesn't depend on what was on its stack. All exported functions are called twice
-// from the same start, on stacks full of two different bytes. The driver gets the same records with every reserved
-// byte, and outputs and results are the same.
+// What the library sends and writes must not depend on what was on its stack. All exported functions are called twice
+// from the same start, on stacks full of two different bytes. The driver must get the same records, reserved bytes
+// included, and outputs and results must be the same.
 #include "support/library.h"
 
 #include <dlfcn.h>
@@ -32,7 +32,7 @@ struct Export {
     }
 };
 
-// Functions that make what others need, in the order of the need.
+// Functions that make what others need, in the order in which it is needed.
 constexpr const char* makers[] = {"_add_member_with_", "_create_group", "_add_member_to_group",
                                   "_set_default",      "_add_",         "_get_plcmt_data"};
 constexpr int others = std::size(makers);
@@ -125,7 +125,7 @@ public:
     }
 
 private:
-    // A table, a profile, or a word that is neither. A profile's members and groups serve its table too.
+    // A table, a profile, or a word that is neither. The profile's table also uses its members and groups.
     static std::string row_of(const std::string& name) {
         const size_t begin = exported("").size();
         return name.size() < begin ? name : name.substr(begin, name.find('_', begin) - begin);

@@ -1,5 +1,5 @@
-// What the write operations send beside the key: arguments, action data, indices and meters. That each table sends its
-// own handles and resource slots is checked by round_trip_test.cpp.
+// What the write operations send beside the key: arguments, action data, indices and meters. round_trip_test.cpp checks
+// that each table sends its own handles and resource slots.
 #include "support/profiles.h"
 
 #include <cstring>

@@ -38,7 +38,7 @@ protected:
     }
     void expect_match(const Call& call) {
         ASSERT_TRUE(call.match);
-        // Of wide_values the first bytes are the value, and in lagGroup the next four the mask.
+        // The first bytes of wide_values are the value. In lagGroup, the next four are the mask.
         const bool is_lag = names["prio"].has_value(), is_ecmp = profile->table == std::string("ecmpGroup");
         EXPECT_EQ(hex(call.match->key), is_lag ? "f3 f2 f1" : "f2 f1");
         EXPECT_EQ(hex(call.match->mask), is_lag ? "07 f6 f5" : "ff ff");

@@ -3,9 +3,9 @@
 
   install_test.py BUILD SOURCE CC CXX
 
-Every installed header compiles by itself as C11 and C++11 without a warning (.hpp as C++20). The README's agent is built
-by the README's command as C11, as C++17, and through find_package, and prints what the README says. pd-show runs from
-the install.
+Every installed header compiles by itself as C11 and C++11 without a warning (.hpp as C++20). The README's agent is
+built by the README's command as C11, as C++17, and through find_package, and prints what the README says. pd-show runs
+from the install.
 """
 
 import os
@@ -89,10 +89,10 @@ def main():
         run(*configure)
         run("cmake", "--build", folder / "build")
         check("the agent through find_package", run(folder / "build/agent"), output)
-        # find_package tells the version, and refuses another one.
+        # find_package reports the version, and refuses another one.
         (folder / "CMakeLists.txt").write_text(cmake_lists + 'message("found ${vl_bf_pd_VERSION}")\n')
         if f"found {version}\n" not in run(*configure):
-            sys.exit("find_package doesn't tell the version")
+            sys.exit("find_package doesn't report the version")
         (folder / "CMakeLists.txt").write_text(re.sub(r"vl_bf_pd [\d.]+", "vl_bf_pd 99.0", cmake_lists))
         if "requested version" not in run(*configure, accept=(1,)):
             sys.exit("find_package accepts a version that it should refuse")

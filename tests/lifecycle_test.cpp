@@ -1,5 +1,5 @@
-// Start, end, and the three device callbacks: which calls the driver and its member shadow get, in which order, and that
-// a device's state survives as JSON.
+// Start, end, and the three device callbacks: which calls the driver and its member shadow get, in which order, and
+// that a device's state survives as JSON.
 #include <cstdlib>
 #include <cstring>
 #include <memory>
@@ -93,7 +93,7 @@ protected:
         return found;
     }
 
-    // Gives each profile a member of its own in a group of its own.
+    // Gives each profile one member in one group.
     void fill(const Shadows& shadows) {
         for (uint32_t i = 0; i < shadows.size(); ++i) {
             p4_pd_ms_new_mbr(session, shadows[i], device, 10 + i);

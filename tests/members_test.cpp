@@ -10,7 +10,7 @@ using vl_model::Call;
 
 constexpr uint8_t untouched = 0xA5;
 
-// What wide_values are in the data of each action that has parameters, and how they come back.
+// How wide_values appear in the data of each action that has parameters, and how they are read back.
 const struct Row {
     const char* action;
     uint16_t data_bits;
@@ -91,7 +91,7 @@ TEST_F(Members, EveryActionOfEveryProfile) {
                 EXPECT_EQ(number, catalog::number_of(catalog::program.actions, own.action));
                 const std::string rest = hex(Bytes(record.begin() + 4, record.end())), spec = row.spec;
                 EXPECT_EQ(rest.substr(0, spec.size()), spec);
-                EXPECT_EQ(rest.find_first_not_of("a5 ", spec.size()), rest.npos) << "nothing behind the parameters";
+                EXPECT_EQ(rest.find_first_not_of("a5 ", spec.size()), rest.npos) << "nothing after the parameters";
             }
             EXPECT_EQ(run("del_member", "sess dev mbr"), 0u);
             expect_calls({"pipe_mgr_adt_ent_del sess dev adt mbr 0", "p4_pd_ms_del_mbr sess state dev mbr"});

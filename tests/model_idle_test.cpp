@@ -1,5 +1,5 @@
-// Idle time in the embedded driver, on a clock that the test moves: when the driver names an entry, and what starts
-// the time anew.
+// Idle time in the embedded driver, on a clock that the test moves: when the driver names an entry, and what restarts
+// the time.
 #include <cstring>
 #include <utility>
 #include <vector>

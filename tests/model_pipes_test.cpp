@@ -13,7 +13,7 @@ struct TargetCall {
     pipe_status (*call)(pipe_sess_hdl session, pipe_dev_tgt target);
 };
 
-// A blank argument that the driver accepts: the session's handle for a number, zeros behind a pointer.
+// A blank argument that the driver accepts: the session's handle for a number, the address of zeros for a pointer.
 template <class Arg>
 Arg blank(uint32_t session, pipe_dev_tgt target) {
     alignas(16) static std::array<uint8_t, 4096> zeros{};

@@ -1,5 +1,5 @@
 // Placement data of the embedded driver: what it decodes to, and how long it is valid. Also random damage to the
-// hardware, as the report and reads show it. Uses a pipeline of three tables made up for it.
+// hardware, as the report and reads show it. Uses a made-up pipeline of three tables.
 #include <cstring>
 #include <map>
 #include <set>

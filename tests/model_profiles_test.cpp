@@ -1,5 +1,5 @@
 // Action profiles in the embedded driver: rows that are in use and so can't be deleted, the choice by hash, the memory
-// of a selector, replays, and the arguments of callbacks. Uses a pipeline of two indirect tables made up for it.
+// of a selector, replays, and the arguments of callbacks. Uses a made-up pipeline of two indirect tables.
 #include <initializer_list>
 #include <string>
 #include <tuple>

@@ -1,5 +1,5 @@
 // Counters, meters, WRED blocks and registers in the embedded driver: what differs between software and hardware until
-// a sync, what an entry takes with it, and what the driver refuses. Uses a pipeline of two tables made up for it.
+// a sync, what a deleted entry takes with it, and what the driver refuses. Uses a made-up pipeline of two tables.
 #include <array>
 #include <cstring>
 #include <tuple>

@@ -1,5 +1,5 @@
 // Match tables in the embedded driver: entry identity, refusals, walks, default entries and hardware that differs from
-// software. Also faults, records and answers of calls. Uses a pipeline of four tables made up for it.
+// software. Also faults, records and answers of calls. Uses a made-up pipeline of four tables.
 #include <algorithm>
 #include <array>
 #include <cstring>

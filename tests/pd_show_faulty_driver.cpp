@@ -1,7 +1,7 @@
-// The embedded driver with faults, for the tests of pd-show. Of ipv4Host, the hardware's entries can't be read up to
-// handle 99, and the driver's copies can't be read if their handles are odd as well. Of ipv6Host, only the first entry is
-// listed. A counter by index has ten cells, and one of them has counted. If REFUSED_CLIENTS is in the environment, the
-// driver refuses to register any client.
+// The embedded driver with faults, for the tests of pd-show. In ipv4Host, entries up to handle 99 can't be read from
+// the hardware, and those with odd handles can't be read from the driver's copy either. In ipv6Host, only the first
+// entry is listed. A counter by index has ten cells, and one of them has counted. If REFUSED_CLIENTS is in the
+// environment, the driver refuses to register any client.
 #include <cstdlib>
 
 #include <dlfcn.h>

@@ -25,8 +25,8 @@ protected:
         names["blob"] = blob;
     }
 
-    // The driver gives the decoder and the read the same records. Only the kinds may differ, because a read refuses kinds
-    // that a decoder ignores.
+    // The driver gives the decoder and the read the same records. Only the kinds may differ, because a read refuses
+    // kinds that a decoder ignores.
     void expect_agreement(const catalog::Table& table, const View& view, unsigned kind, pd_status when_decoded = 0,
                           pd_status when_read = 0) {
         software = hardware = view;
@@ -235,8 +235,8 @@ TEST_F(Placement, FetchingReplacesTheThirdArgumentAlone) {
 
 } // namespace
 
-// The embedded driver records only the arguments that the boundary declares. These functions replace its own, to see more
-// of them. So this file can't include the boundary's header.
+// The embedded driver records only the arguments that the boundary declares. These functions replace its own, to see
+// more of them. So this file can't include the boundary's header.
 #define VL_FETCH(function, name)                                                                                       \
     extern "C" [[gnu::visibility("default")]] uint32_t function(                                                       \
         uint32_t s, Integer t, uint32_t h, Integer a, Integer b, Integer c, Integer d, Integer e, Real f, Real g,      \

@@ -33,7 +33,7 @@ Printed printed(const std::string& name, std::vector<uint64_t> words) {
 class PlacementText : public LibraryTest {
 protected:
     std::mt19937 random{20240713};
-    // Takes no byte. A closed descriptor would do the same, but each failed write to one leaks a buffer of the C library.
+    // Takes no byte. A closed descriptor would do too, but each failed write to one leaks a buffer of the C library.
     const int full = open("/dev/full", O_WRONLY);
     const uint64_t no_room = static_cast<uint32_t>(full);
 

@@ -1,5 +1,5 @@
-// Reading entries of all tables: what the driver is asked, refusals, and answers that can't come from this pipeline. Also
-// the decoders by themselves.
+// Reading entries of all tables: what the driver is asked, refusals, and answers that can't come from this pipeline.
+// Also the decoders alone.
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>

@@ -223,7 +223,7 @@ protected:
                 query.elements[value].bytes[byte] = static_cast<uint8_t>(cell << 6 | value << 4 | byte);
     }
 
-    // The values begin with the first bytes of these elements, and nothing is written behind them.
+    // The values begin with the first bytes of these elements, and nothing is written after them.
     static void expect_values(const Bytes& values, unsigned size, const Bytes& elements) {
         for (unsigned i = 0; i < values.size(); ++i) {
             EXPECT_EQ(values[i], i < elements.size() * size ? elements[i / size] + i % size : 0xEE) << i;

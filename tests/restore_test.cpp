@@ -60,7 +60,7 @@ TEST_F(Restore, TheAgentGoesOnAfterALogAndAfterAReplay) {
         old = kept.begin();
         for_profiles([&] {
             Kept& was = *old++;
-            // A log restores the member that joined last. A replay goes in the order of handles.
+            // The group's action comes from the member that joined last; in a replay, from the highest handle.
             EXPECT_EQ(action_of_group(was.group), action(by_log ? 0 : 1).handle);
             EXPECT_EQ(modify_with_second(was.second), 0u);
             EXPECT_EQ(modify_with_second(was.first), PD_STATUS_MISMATCH);

@@ -1,4 +1,4 @@
-// Snapshots: which bytes of a trigger change places, in both layouts, and where a capture's stages go.
+// Snapshots: which bytes of a trigger are swapped, in both layouts, and where a capture's stages go.
 #include <set>
 
 #include "support/forwarding.h"
@@ -10,7 +10,7 @@ using namespace support;
 
 using Snapshot = ForwardingTest;
 
-// A record and its bytes with a layout's fields turned, field by field.
+// A record, and the same record with the bytes of each of a layout's fields reversed.
 struct Record {
     pd_snapshot_record record;
 
@@ -70,7 +70,7 @@ TEST_F(Snapshot, CreateCutsStagesAndSplitsTheTarget) {
 TEST_F(Snapshot, CapturesComeStageByStageEvenAfterAFailure) {
     constexpr uint32_t handle = 0x12345678;
     bf_snapshot_capture_ctrl control;
-    // A capture of this many stages, whose bytes count up. Bytes of the agent's stages are 0xA5 where nothing is written.
+    // A capture of this many stages, whose bytes count up. The agent's stages are 0xA5 where nothing is written.
     const auto expect_capture = [&](uint32_t stage_count, uint32_t stage_size, pipe_status status) {
         const uint32_t total = stage_count * stage_size;
         vl_model::answer_calls_with("bf_snapshot_capture_phv_fields_dict_size", 77, vl_model::output(1, total),

@@ -1,5 +1,5 @@
 // Failed reads of default entries, the default entries of indirect tables, and the shapes and properties of tables.
-// That every default entry is set and read is checked by round_trip_test.cpp.
+// round_trip_test.cpp sets and reads every default entry.
 #include "support/library.h"
 
 #include <cstring>

@@ -1,5 +1,5 @@
-// What the tests of resources and services share: operations that are one driver call. The embedded driver does none of
-// them. It answers each with success, unless a test answers it in another way.
+// What the tests of resources and services share: operations that are one driver call. The embedded driver doesn't
+// carry them out. Each succeeds, unless a test gives another answer.
 #pragma once
 
 #include <cstring>
@@ -13,7 +13,7 @@ using Words = std::vector<uint64_t>;
 using vl_model::AnsweredCall;
 using vl_model::Call;
 
-// In expected arguments: an address of the library's own.
+// In expected arguments: any address inside the library.
 inline constexpr uint64_t some_address = ~0ull;
 
 inline Words operator+(Words first, const Words& second) {
@@ -27,7 +27,7 @@ Bytes bytes_of(const Record& record) {
     return Bytes(bytes, bytes + sizeof record);
 }
 
-// An operation that is one driver call. Names and arguments lack what all operations of a row have in front.
+// An operation that is one driver call. Names and arguments lack the beginning that all operations of a row share.
 struct Operation {
     std::string name;
     Words words;

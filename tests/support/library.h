@@ -67,7 +67,7 @@ uint64_t word(Pointee* pointer) {
     return reinterpret_cast<uintptr_t>(pointer);
 }
 
-// An argument with dirt in the bits that a callee must ignore.
+// An argument with garbage in the bits that a callee must ignore.
 constexpr uint64_t dirty(uint32_t value) {
     return uint64_t{0xDEADBEEF} << 32 | value;
 }

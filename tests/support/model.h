@@ -1,4 +1,4 @@
-// What the tests of the embedded driver share: a session, a device with tables made up for the test, and recorded calls.
+// What the tests of the embedded driver share: a session, a device with made-up tables, and recorded calls.
 #pragma once
 
 #include <algorithm>

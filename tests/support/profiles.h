@@ -50,7 +50,7 @@ protected:
         return profile->actions.begin()[i];
     }
 
-    // Calls an operation of the profile, of its table, or by its name. Integers have dirt above their 32 bits.
+    // Calls an operation of the profile, of its table, or by its name. Integers have garbage above their 32 bits.
     pd_status run(const std::string& operation, const std::string& arguments) {
         return run_export(profile->name + ("_" + operation), arguments);
     }

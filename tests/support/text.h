@@ -8,7 +8,7 @@
 
 namespace support {
 
-// The text that `write(buffer)` writes. The function must return its length, write a terminator, and nothing behind
+// The text that `write(buffer)` writes. The function must return its length, write a terminator, and nothing after
 // that. If it returns 0, it must not write at all.
 template <class Write>
 std::string written(Write write) {
@@ -27,7 +27,7 @@ std::string written(Write write) {
         EXPECT_EQ(*behind++, '\0');
     }
     EXPECT_TRUE(std::all_of(behind, std::cend(buffer), [](char byte) { return byte == untouched; }))
-        << "nothing is written behind '" << text << "'";
+        << "nothing is written after '" << text << "'";
     return text;
 }
 

@@ -8,8 +8,8 @@
 
 namespace support {
 
-// One side's view of an entry or a member. The pointers of its records aren't used: the bytes go to the buffers that the
-// library attaches.
+// One side's view of an entry or a member. The pointers of its records aren't used: the bytes go to the buffers that
+// the library attaches.
 struct View {
     pipe_status status = 0;
     pipe_match_record match{};
@@ -38,7 +38,7 @@ View random_view(std::mt19937& random, const catalog::Table* table, const catalo
 // All outputs of a table's decoder or read. Each has a value that shows whether it was written.
 struct Outputs {
     Bytes key = Bytes(128, 0xA5);
-    Bytes action = Bytes(64, 0xA5); // the number, and the parameters behind it
+    Bytes action = Bytes(64, 0xA5); // the number, and then the parameters
     uint32_t priority = 0xA5A5A5A5, mbr = 0xA5A5A5A5, grp = 0xA5A5A5A5;
     uint8_t has_mbr = 0xA5, has_grp = 0xA5, is_default = 0xA5;
     bool operator==(const Outputs&) const = default;

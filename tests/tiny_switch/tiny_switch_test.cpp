@@ -1,5 +1,5 @@
-// The second program, used through its generated header as an agent would use it. What is proved here is that no part of
-// the library depends on which program it serves.
+// The second program, used through its generated header as an agent would use it. Shows that no part of the library
+// depends on the program.
 #include <gtest/gtest.h>
 
 #include <cstring>
