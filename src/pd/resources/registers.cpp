@@ -35,7 +35,7 @@ uint32_t unpack_values(const pipe_stful_query* queries, uint32_t cells, uint8_t*
     uint32_t values = 0;
     for (uint32_t i = 0; i < cells; ++i) {
         const pipe_stful_query query = queries[i]; // a copy, so that the compiler knows that no store changes it
-                                                   // A cell has few values. Beside them, the end of a loop costs much.
+        // Unrolled, because a cell has few values and the end of a loop costs much beside them.
 #pragma GCC unroll 4
         for (uint32_t j = 0; j < query.count; ++j, to += size)
             std::memcpy(to, query.elements[j].bytes, size);
