@@ -45,7 +45,8 @@ void find_symbol(void* library, const char* name, Function*& function) {
 // What follows from the names of a table and an action. `first` and `last` are the handles of all actions of the table.
 #define VL_MEASURED_TABLE(table, action, handle, first, last, resource)                                                \
     static constexpr const char* name = #table;                                                                        \
-    static constexpr uint32_t action_hdl = handle, first_handle = first, last_handle = last, resource_hdl = resource;  \
+    static constexpr uint32_t action_hdl = (handle), first_handle = (first), last_handle = (last);                     \
+    static constexpr uint32_t resource_hdl = (resource);                                                               \
     using MatchSpec = p4_pd_velmar_switch_##table##_match_spec_t;                                                      \
     static constexpr Functions library{p4_pd_velmar_switch_##table##_table_add_with_##action,                          \
                                        p4_pd_velmar_switch_##table##_match_spec_to_entry_hdl,                          \

@@ -30,8 +30,8 @@ int dev_null() {
 // The plain way. The bytes of a wide value go to one formatted write.
 #define VL_WIDE_FORMAT "%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X%02X"
 #define VL_WIDE_BYTES(from)                                                                                            \
-    from[0], from[1], from[2], from[3], from[4], from[5], from[6], from[7], from[8], from[9], from[10], from[11],      \
-        from[12], from[13], from[14], from[15]
+    (from)[0], (from)[1], (from)[2], (from)[3], (from)[4], (from)[5], (from)[6], (from)[7], (from)[8], (from)[9],      \
+        (from)[10], (from)[11], (from)[12], (from)[13], (from)[14], (from)[15]
 
 template <catalog::TableRef T>
 char* plain_match_value(char* out, const void* record) {

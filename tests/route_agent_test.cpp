@@ -386,7 +386,7 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
     for (const char* unprintable : {"/\x1B[2J\n", "-\x1B[2J\n"}) {
         EXPECT_EQ(run("", {unprintable}), 2);
         expect_in(messages, {"\\x1b[2J\\x0a"});
-        EXPECT_EQ(messages.find("\x1B"), std::string::npos);
+        EXPECT_EQ(messages.find('\x1B'), std::string::npos);
     }
 }
 

@@ -84,6 +84,7 @@ protected:
                                         const Words& first_words, const std::string& function_start,
                                         const Words& first_args) {
         std::vector<Call> made;
+        made.reserve(operations.size());
         for (const auto& [name, words, function, args] : operations)
             made.push_back(
                 expect_forwarded(name_start + name, first_words + words, function_start + function, first_args + args));
