@@ -227,6 +227,14 @@ private:
 Locked<Device> lock_device(Target target);
 Locked<Device> lock_device(pipe_sess_hdl sess_hdl, Target target);
 
+// A boundary function's call about a device. Its work gets the device, under the mutex.
+template <class DeviceArg, class... Args>
+auto device_call(const char* function, const pipe_sess_hdl& sess_hdl, const DeviceArg& device, const Args&... args) {
+    return [&, function](auto&& work) {
+        return Boundary(function, sess_hdl, device, args...)([&] { return work(*lock_device(sess_hdl, device)); });
+    };
+}
+
 // Writes the first handle of a walk; refuses 0, which is none.
 inline void write_first(uint32_t first, uint32_t* hdl) {
     refuse_if(first == 0, VL_MODEL_NOT_FOUND);

@@ -46,32 +46,28 @@ const SelectorWord& word_of(const Selector& selector, uint32_t word) {
 
 pipe_status pipe_mgr_sel_grp_mbr_state_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                            pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl, uint32_t* state) {
-    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, state)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        const Group& group = device->group(sel_hdl, grp_hdl);
-        *state = state_of(device->selector(sel_hdl), found_in(group.positions, mbr_hdl, VL_MODEL_NOT_FOUND));
+    return device_call(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, mbr_hdl, state)([&](Device& device) {
+        const Group& group = device.group(sel_hdl, grp_hdl);
+        *state = state_of(device.selector(sel_hdl), found_in(group.positions, mbr_hdl, VL_MODEL_NOT_FOUND));
     });
 }
 
 pipe_status pipe_mgr_get_sel_grp_mbr_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                            pipe_grp_hdl grp_hdl, uint32_t* count) {
-    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, count)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        *count = static_cast<uint32_t>(device->group(sel_hdl, grp_hdl).positions.size());
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, count)(
+        [&](Device& device) { *count = static_cast<uint32_t>(device.group(sel_hdl, grp_hdl).positions.size()); });
 }
 
 pipe_status pipe_mgr_sel_grp_mbrs_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl sel_hdl,
                                       pipe_grp_hdl grp_hdl, uint32_t room_for, pipe_mbr_hdl* mbr_hdls, uint8_t* states,
                                       uint32_t* count, uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl, room_for, room(mbr_hdls, room_for),
-                    room(states, room_for), count, flags)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
+    return device_call(__func__, sess_hdl, dev_id, sel_hdl, grp_hdl, room_for, room(mbr_hdls, room_for),
+                       room(states, room_for), count, flags)([&](Device& device) {
         uint32_t written = 0;
-        for (const auto& [mbr_hdl, position] : device->group(sel_hdl, grp_hdl).positions) {
+        for (const auto& [mbr_hdl, position] : device.group(sel_hdl, grp_hdl).positions) {
             if (written == room_for) break;
             mbr_hdls[written] = mbr_hdl;
-            states[written] = static_cast<uint8_t>(state_of(device->selector(sel_hdl), position));
+            states[written] = static_cast<uint8_t>(state_of(device.selector(sel_hdl), position));
             ++written;
         }
         *count = written;
@@ -111,17 +107,15 @@ pipe_status pipe_mgr_sel_grp_mbr_get_from_hash(pipe_sess_hdl sess_hdl, pipe_dev_
 
 pipe_status pipe_mgr_get_word_llp_active_member_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
                                                       pipe_tbl_hdl sel_hdl, uint32_t word, uint32_t* count) {
-    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, word, count)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        *count = static_cast<uint32_t>(std::popcount(word_of(device->selector(sel_hdl), word).active));
+    return device_call(__func__, sess_hdl, dev_tgt, sel_hdl, word, count)([&](Device& device) {
+        *count = static_cast<uint32_t>(std::popcount(word_of(device.selector(sel_hdl), word).active));
     });
 }
 
 pipe_status pipe_mgr_get_word_llp_active_members(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                                  uint32_t word, uint32_t count, pipe_mbr_hdl* mbr_hdls) {
-    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, word, count, room(mbr_hdls, count))([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        const SelectorWord& found = word_of(device->selector(sel_hdl), word);
+    return device_call(__func__, sess_hdl, dev_tgt, sel_hdl, word, count, room(mbr_hdls, count))([&](Device& device) {
+        const SelectorWord& found = word_of(device.selector(sel_hdl), word);
         uint32_t written = 0;
         for (uint32_t rest = found.active; rest != 0 && written < count; rest &= rest - 1)
             mbr_hdls[written++] = found.members[static_cast<size_t>(std::countr_zero(rest))];

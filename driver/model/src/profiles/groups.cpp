@@ -147,9 +147,8 @@ pipe_status pipe_mgr_sel_grp_mbr_disable(pipe_sess_hdl sess_hdl, pipe_dev_tgt de
 
 pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                           pipe_mbr_hdl mbr_hdl, uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, mbr_hdl, flags)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        Selector& selector = device->selector(sel_hdl);
+    return device_call(__func__, sess_hdl, dev_tgt, sel_hdl, mbr_hdl, flags)([&](Device& device) {
+        Selector& selector = device.selector(sel_hdl);
         selector.data_table.require_row(mbr_hdl);
         set_fallback(selector, mbr_hdl);
     });
@@ -157,8 +156,8 @@ pipe_status pipe_mgr_sel_fallback_mbr_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt d
 
 pipe_status pipe_mgr_sel_fallback_mbr_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                             uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl,
-                    flags)([&] { set_fallback(lock_device(sess_hdl, dev_tgt)->selector(sel_hdl), 0); });
+    return device_call(__func__, sess_hdl, dev_tgt, sel_hdl,
+                       flags)([&](Device& device) { set_fallback(device.selector(sel_hdl), 0); });
 }
 
 pipe_status pipe_register_sel_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,

@@ -30,9 +30,8 @@ constexpr uint16_t any_room = UINT16_MAX; // the caller's buffers are large enou
 
 pipe_status pipe_mgr_plcmt_mat_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                         pipe_ent_hdl ent_hdl, const void** plcmt_data) {
-    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, plcmt_data)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        Table& table = device->table(tbl_hdl);
+    return device_call(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, plcmt_data)([&](Device& device) {
+        Table& table = device.table(tbl_hdl);
         table.require_row(ent_hdl);
         *plcmt_data = blob_of(table.placement(ent_hdl), dev_tgt.dev_id, tbl_hdl, ent_hdl);
     });
@@ -40,18 +39,16 @@ pipe_status pipe_mgr_plcmt_mat_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 
 pipe_status pipe_mgr_plcmt_adt_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl adt_hdl,
                                         pipe_mbr_hdl mbr_hdl, const void** plcmt_data) {
-    return Boundary(__func__, sess_hdl, dev_tgt, adt_hdl, mbr_hdl, plcmt_data)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        Member& member = device->data_table(adt_hdl).members.at(mbr_hdl);
+    return device_call(__func__, sess_hdl, dev_tgt, adt_hdl, mbr_hdl, plcmt_data)([&](Device& device) {
+        Member& member = device.data_table(adt_hdl).members.at(mbr_hdl);
         *plcmt_data = blob_of(member.placement, dev_tgt.dev_id, adt_hdl, mbr_hdl);
     });
 }
 
 pipe_status pipe_mgr_plcmt_sel_data_get(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl sel_hdl,
                                         pipe_grp_hdl grp_hdl, const void** plcmt_data) {
-    return Boundary(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, plcmt_data)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        Group& group = device->group(sel_hdl, grp_hdl);
+    return device_call(__func__, sess_hdl, dev_tgt, sel_hdl, grp_hdl, plcmt_data)([&](Device& device) {
+        Group& group = device.group(sel_hdl, grp_hdl);
         *plcmt_data = blob_of(group.placement, dev_tgt.dev_id, sel_hdl, grp_hdl);
     });
 }

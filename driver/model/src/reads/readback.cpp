@@ -79,9 +79,9 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
 pipe_status pipe_mgr_table_get_default_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                              pipe_action_record* action, pipe_act_hdl* act_hdl, uint8_t read_from_hw,
                                              uint32_t always_1, uint32_t always_0) {
-    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, action, act_hdl, read_from_hw, always_1, always_0)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        const Table& table = device->table(tbl_hdl);
+    return device_call(__func__, sess_hdl, dev_tgt, tbl_hdl, action, act_hdl, read_from_hw, always_1,
+                       always_0)([&](Device& device) {
+        const Table& table = device.table(tbl_hdl);
         const EntryView entry = view_of_row(table, table.default_handle(), read_from_hw != 0);
         read_action(entry, action->action.data_len, *action, *act_hdl);
     });

@@ -25,24 +25,20 @@ CounterCells& direct_cells(const Table& table, pipe_ent_hdl ent_hdl) {
 
 pipe_status pipe_mgr_mat_ent_direct_stat_query(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                pipe_ent_hdl ent_hdl, pipe_counter_record* record) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, record)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        *record = direct_cells(device->table(tbl_hdl), ent_hdl).software(ent_hdl);
-    });
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, record)(
+        [&](Device& device) { *record = direct_cells(device.table(tbl_hdl), ent_hdl).software(ent_hdl); });
 }
 
 pipe_status pipe_mgr_mat_ent_direct_stat_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, const pipe_counter_record* record) {
-    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(record))([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        direct_cells(device->table(tbl_hdl), ent_hdl).set(ent_hdl, *record);
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl, input(record))(
+        [&](Device& device) { direct_cells(device.table(tbl_hdl), ent_hdl).set(ent_hdl, *record); });
 }
 
 pipe_status pipe_mgr_direct_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                                    pipe_ent_hdl ent_hdl) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)(
-        [&] { direct_cells(lock_device(sess_hdl, dev_id)->table(tbl_hdl), ent_hdl).sync(ent_hdl); });
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl,
+                       ent_hdl)([&](Device& device) { direct_cells(device.table(tbl_hdl), ent_hdl).sync(ent_hdl); });
 }
 
 pipe_status pipe_mgr_direct_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
@@ -71,18 +67,14 @@ pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt
 
 pipe_status pipe_mgr_stat_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl, uint32_t index,
                                   const pipe_counter_record* record) {
-    return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, index, input(record))([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        array_with_cell(device->counters, stat_hdl, index).cells.set(index, *record);
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, stat_hdl, index, input(record))(
+        [&](Device& device) { array_with_cell(device.counters, stat_hdl, index).cells.set(index, *record); });
 }
 
 pipe_status pipe_mgr_stat_ent_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,
                                             uint32_t index) {
-    return Boundary(__func__, sess_hdl, dev_tgt, stat_hdl, index)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        array_with_cell(device->counters, stat_hdl, index).cells.sync(index);
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, stat_hdl, index)(
+        [&](Device& device) { array_with_cell(device.counters, stat_hdl, index).cells.sync(index); });
 }
 
 pipe_status pipe_mgr_stat_database_sync(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stat_hdl,

@@ -29,8 +29,8 @@ pipe_meter_spec attached_spec(const Table& table, pipe_ent_hdl ent_hdl) {
 
 pipe_status pipe_mgr_meter_read_entry(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                       pipe_ent_hdl ent_hdl, pipe_meter_spec* spec) {
-    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl,
-                    spec)([&] { *spec = attached_spec(lock_device(sess_hdl, dev_tgt)->table(tbl_hdl), ent_hdl); });
+    return device_call(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl,
+                       spec)([&](Device& device) { *spec = attached_spec(device.table(tbl_hdl), ent_hdl); });
 }
 
 pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl, uint32_t index,
@@ -44,40 +44,30 @@ pipe_status pipe_mgr_meter_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt,
 
 pipe_status pipe_mgr_meter_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                           uint32_t index, pipe_meter_spec* spec, uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_tgt, meter_hdl, index, spec, flags)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        *spec = spec_at(array_with_cell(device->meters, meter_hdl, index).specs, index);
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, meter_hdl, index, spec, flags)(
+        [&](Device& device) { *spec = spec_at(array_with_cell(device.meters, meter_hdl, index).specs, index); });
 }
 
 pipe_status pipe_mgr_meter_set_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t adjustment) {
-    return Boundary(__func__, sess_hdl, dev_tgt, meter_hdl, adjustment)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        resource_in(device->meters, meter_hdl).bytecount_adjust = adjustment;
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, meter_hdl, adjustment)(
+        [&](Device& device) { resource_in(device.meters, meter_hdl).bytecount_adjust = adjustment; });
 }
 
 pipe_status pipe_mgr_meter_get_bytecount_adjust(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl meter_hdl,
                                                 uint32_t* adjustment) {
-    return Boundary(__func__, sess_hdl, dev_tgt, meter_hdl, adjustment)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        *adjustment = resource_in(device->meters, meter_hdl).bytecount_adjust;
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, meter_hdl, adjustment)(
+        [&](Device& device) { *adjustment = resource_in(device.meters, meter_hdl).bytecount_adjust; });
 }
 
 pipe_status pipe_mgr_wred_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl wred_hdl, uint32_t index,
                                   const pipe_wred_spec* spec, uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_tgt, wred_hdl, index, input(spec), flags)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        array_with_cell(device->wred_blocks, wred_hdl, index).specs[index] = *spec;
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, wred_hdl, index, input(spec), flags)(
+        [&](Device& device) { array_with_cell(device.wred_blocks, wred_hdl, index).specs[index] = *spec; });
 }
 
 pipe_status pipe_mgr_wred_read_entry_idx(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl wred_hdl,
                                          uint32_t index, pipe_wred_spec* spec, uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_tgt, wred_hdl, index, spec, flags)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        *spec = spec_at(array_with_cell(device->wred_blocks, wred_hdl, index).specs, index);
-    });
+    return device_call(__func__, sess_hdl, dev_tgt, wred_hdl, index, spec, flags)(
+        [&](Device& device) { *spec = spec_at(array_with_cell(device.wred_blocks, wred_hdl, index).specs, index); });
 }

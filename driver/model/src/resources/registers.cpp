@@ -46,9 +46,8 @@ void sync(Pipes pipes) {
 // Readers of a direct register use its own handle here.
 pipe_status pipe_stful_query_get_sizes(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                        int32_t* size) {
-    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, size)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        *size = static_cast<int32_t>(resource_in(device->registers, stful_hdl).pipes_of(dev_tgt.pipe_id).size());
+    return device_call(__func__, sess_hdl, dev_tgt, stful_hdl, size)([&](Device& device) {
+        *size = static_cast<int32_t>(resource_in(device.registers, stful_hdl).pipes_of(dev_tgt.pipe_id).size());
     });
 }
 
@@ -90,27 +89,25 @@ pipe_status pipe_stful_direct_ent_query(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev
 
 pipe_status pipe_stful_ent_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl, uint32_t index,
                                const pipe_stful_element* element, uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(element), flags)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        for (auto& cells : array_with_cell(device->registers, stful_hdl, index).pipes_of(dev_tgt.pipe_id))
+    return device_call(__func__, sess_hdl, dev_tgt, stful_hdl, index, input(element), flags)([&](Device& device) {
+        for (auto& cells : array_with_cell(device.registers, stful_hdl, index).pipes_of(dev_tgt.pipe_id))
             cells.set(index, *element);
     });
 }
 
 pipe_status pipe_stful_table_reset(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                    const pipe_stful_element* element) {
-    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, nullable_input(element))([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        for (auto& cells : array_in(device->registers, stful_hdl).pipes_of(dev_tgt.pipe_id))
+    return device_call(__func__, sess_hdl, dev_tgt, stful_hdl, nullable_input(element))([&](Device& device) {
+        for (auto& cells : array_in(device.registers, stful_hdl).pipes_of(dev_tgt.pipe_id))
             cells.fill(element != nullptr ? *element : pipe_stful_element{});
     });
 }
 
 pipe_status pipe_stful_table_reset_range(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl stful_hdl,
                                          uint32_t first_index, uint32_t count, const pipe_stful_element* element) {
-    return Boundary(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count, nullable_input(element))([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        Register& stateful = array_with_cell(device->registers, stful_hdl, first_index);
+    return device_call(__func__, sess_hdl, dev_tgt, stful_hdl, first_index, count,
+                       nullable_input(element))([&](Device& device) {
+        Register& stateful = array_with_cell(device.registers, stful_hdl, first_index);
         refuse_if(count > stateful.description.cell_count - first_index, VL_MODEL_OUT_OF_RANGE);
         for (auto& cells : stateful.pipes_of(dev_tgt.pipe_id))
             for (uint32_t i = 0; i < count; ++i)

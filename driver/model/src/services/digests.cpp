@@ -46,8 +46,7 @@ pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl
 }
 
 pipe_status pipe_mgr_flow_lrn_set_timeout(pipe_sess_hdl sess_hdl, uint8_t dev_id, uint32_t timeout) {
-    return Boundary(__func__, sess_hdl, dev_id,
-                    timeout)([&] { lock_device(sess_hdl, dev_id)->learning_timeout = timeout; });
+    return device_call(__func__, sess_hdl, dev_id, timeout)([&](Device& device) { device.learning_timeout = timeout; });
 }
 
 uint32_t vl_model_digest_raise(uint32_t dev_id, uint32_t digest_hdl, const uint8_t* entries, uint32_t count) {

@@ -13,8 +13,8 @@ using namespace vl_model;
 namespace {
 
 // Refuses an input that isn't the calculation's.
-HashCalculation& calc_of(const Locked<Device>& device, pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl) {
-    HashCalculation& calc = resource_in(device->hash_calculations, hash_hdl);
+HashCalculation& calc_of(Device& device, pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl) {
+    HashCalculation& calc = resource_in(device.hash_calculations, hash_hdl);
     refuse_if(input_hdl != calc.description.input, VL_MODEL_NOT_FOUND);
     return calc;
 }
@@ -75,47 +75,39 @@ pipe_status pipe_mgr_hash_calc_algorithm_set(pipe_sess_hdl sess_hdl, pipe_dev_id
 
 pipe_status pipe_mgr_hash_calc_algorithm_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                              pipe_hash_algo_hdl* algo_hdl, uint64_t always_0, uint64_t always_0_too) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl, algo_hdl, always_0, always_0_too)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        *algo_hdl = resource_in(device->hash_calculations, hash_hdl).algorithm;
-    });
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl, algo_hdl, always_0, always_0_too)(
+        [&](Device& device) { *algo_hdl = resource_in(device.hash_calculations, hash_hdl).algorithm; });
 }
 
 pipe_status pipe_mgr_hash_calc_seed_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                         uint64_t seed) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl, seed)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        resource_in(device->hash_calculations, hash_hdl).seed = seed;
-    });
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl,
+                       seed)([&](Device& device) { resource_in(device.hash_calculations, hash_hdl).seed = seed; });
 }
 
 pipe_status pipe_mgr_hash_calc_seed_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                         uint64_t* seed) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl, seed)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        *seed = resource_in(device->hash_calculations, hash_hdl).seed;
-    });
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl,
+                       seed)([&](Device& device) { *seed = resource_in(device.hash_calculations, hash_hdl).seed; });
 }
 
 pipe_status pipe_mgr_hash_calc_input_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                          pipe_hash_input_hdl input_hdl) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl,
-                    input_hdl)([&] { calc_of(lock_device(sess_hdl, dev_id), hash_hdl, input_hdl); });
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl,
+                       input_hdl)([&](Device& device) { calc_of(device, hash_hdl, input_hdl); });
 }
 
 pipe_status pipe_mgr_hash_calc_input_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_hash_hdl hash_hdl,
                                          pipe_hash_input_hdl* input_hdl) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        *input_hdl = resource_in(device->hash_calculations, hash_hdl).description.input;
-    });
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl, input_hdl)(
+        [&](Device& device) { *input_hdl = resource_in(device.hash_calculations, hash_hdl).description.input; });
 }
 
 pipe_status pipe_mgr_hash_calc_input_field_attribute_set(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
                                                          pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                          uint32_t count, const pipe_hash_attribute* attributes) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, count, input(attributes, count))([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, count,
+                       input(attributes, count))([&](Device& device) {
         calc_of(device, hash_hdl, input_hdl).attributes.assign(attributes, attributes + count);
     });
 }
@@ -124,8 +116,8 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_get(pipe_sess_hdl sess_hdl,
                                                          pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                          uint32_t room_for, pipe_hash_attribute* attributes,
                                                          uint32_t* count) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, room_for, room(attributes, room_for), count)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, room_for, room(attributes, room_for),
+                       count)([&](Device& device) {
         const auto& known = calc_of(device, hash_hdl, input_hdl).attributes;
         *count = static_cast<uint32_t>(std::min<size_t>(room_for, known.size()));
         std::copy_n(known.begin(), *count, attributes);
@@ -135,8 +127,7 @@ pipe_status pipe_mgr_hash_calc_input_field_attribute_get(pipe_sess_hdl sess_hdl,
 pipe_status pipe_mgr_hash_calc_input_field_attribute_count_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
                                                                pipe_hash_hdl hash_hdl, pipe_hash_input_hdl input_hdl,
                                                                uint32_t* count) {
-    return Boundary(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, count)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
+    return device_call(__func__, sess_hdl, dev_id, hash_hdl, input_hdl, count)([&](Device& device) {
         *count = static_cast<uint32_t>(calc_of(device, hash_hdl, input_hdl).attributes.size());
     });
 }

@@ -46,9 +46,8 @@ pipe_status pipe_mgr_pvs_entry_add(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, p
 
 pipe_status pipe_mgr_pvs_entry_modify(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id,
                                       pipe_pvs_ent_hdl ent_hdl, uint32_t value, uint32_t mask) {
-    return Boundary(__func__, sess_hdl, dev_id, pvs_id, ent_hdl, value, mask)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        ValueSet& set = resource_in(device->value_sets, pvs_id);
+    return device_call(__func__, sess_hdl, dev_id, pvs_id, ent_hdl, value, mask)([&](Device& device) {
+        ValueSet& set = resource_in(device.value_sets, pvs_id);
         ValueSetEntry& entry = set.entries.at(ent_hdl);
         const ValueSetEntry wanted{.place = entry.place, .value = value, .mask = mask};
         const pipe_pvs_ent_hdl same = find_entry(set, wanted);
@@ -59,9 +58,8 @@ pipe_status pipe_mgr_pvs_entry_modify(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 
 pipe_status pipe_mgr_pvs_entry_delete(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id,
                                       pipe_pvs_ent_hdl ent_hdl) {
-    return Boundary(__func__, sess_hdl, dev_id, pvs_id, ent_hdl)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        ValueSet& set = resource_in(device->value_sets, pvs_id);
+    return device_call(__func__, sess_hdl, dev_id, pvs_id, ent_hdl)([&](Device& device) {
+        ValueSet& set = resource_in(device.value_sets, pvs_id);
         set.entries.at(ent_hdl);
         set.entries.remove(ent_hdl);
     });
@@ -70,10 +68,9 @@ pipe_status pipe_mgr_pvs_entry_delete(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 pipe_status pipe_mgr_pvs_entry_get(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id,
                                    pipe_pvs_ent_hdl ent_hdl, uint32_t* value, uint32_t* mask, uint32_t* gress,
                                    uint32_t* pipe, uint8_t* parser) {
-    return Boundary(__func__, sess_hdl, dev_id, pvs_id, ent_hdl, value, mask, nullable(gress), nullable(pipe),
-                    nullable(parser))([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        const ValueSetEntry& entry = resource_in(device->value_sets, pvs_id).entries.at(ent_hdl);
+    return device_call(__func__, sess_hdl, dev_id, pvs_id, ent_hdl, value, mask, nullable(gress), nullable(pipe),
+                       nullable(parser))([&](Device& device) {
+        const ValueSetEntry& entry = resource_in(device.value_sets, pvs_id).entries.at(ent_hdl);
         *value = entry.value;
         *mask = entry.mask;
         if (gress != nullptr) *gress = entry.place.gress;
@@ -127,16 +124,12 @@ pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
 
 pipe_status pipe_mgr_pvs_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t property,
                                       uint32_t value, pipe_pvs_property_args args) {
-    return Boundary(__func__, sess_hdl, dev_id, pvs_id, property, value, args)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        property_of(resource_in(device->value_sets, pvs_id), property, args.arg) = value;
-    });
+    return device_call(__func__, sess_hdl, dev_id, pvs_id, property, value, args)(
+        [&](Device& device) { property_of(resource_in(device.value_sets, pvs_id), property, args.arg) = value; });
 }
 
 pipe_status pipe_mgr_pvs_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_pvs_id pvs_id, uint32_t property,
                                       uint32_t* value, pipe_pvs_property_args args) {
-    return Boundary(__func__, sess_hdl, dev_id, pvs_id, property, value, args)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        *value = property_of(resource_in(device->value_sets, pvs_id), property, args.arg);
-    });
+    return device_call(__func__, sess_hdl, dev_id, pvs_id, property, value, args)(
+        [&](Device& device) { *value = property_of(resource_in(device.value_sets, pvs_id), property, args.arg); });
 }

@@ -62,15 +62,14 @@ void tell(const TimeOut& time_out) {
 
 pipe_status pipe_mgr_idle_set_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params params) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl,
-                    params)([&] { lock_device(sess_hdl, dev_id)->table(tbl_hdl).ageing_entries().params = params; });
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl,
+                       params)([&](Device& device) { device.table(tbl_hdl).ageing_entries().params = params; });
 }
 
 pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                      pipe_idle_params* params) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, params)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        const Ageing& ageing = device->table(tbl_hdl).ageing_entries();
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, params)([&](Device& device) {
+        const Ageing& ageing = device.table(tbl_hdl).ageing_entries();
         refuse_if(!ageing.params, VL_MODEL_NOT_FOUND);
         *params = *ageing.params;
     });
@@ -78,9 +77,8 @@ pipe_status pipe_mgr_idle_get_params(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id,
 
 pipe_status pipe_mgr_idle_tmo_set_enable(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                          uint32_t enable) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, enable)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        const Table& table = device->table(tbl_hdl);
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, enable)([&](Device& device) {
+        const Table& table = device.table(tbl_hdl);
         Ageing& ageing = table.ageing_entries();
         refuse_if(enable > 1, VL_MODEL_INVALID);
         if (enable == 0) return ageing.switch_off();
@@ -100,24 +98,20 @@ pipe_status pipe_mgr_idle_register_tmo_cb(pipe_sess_hdl sess_hdl, pipe_dev_id de
 
 pipe_status pipe_mgr_mat_ent_set_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t ttl, uint32_t flags, uint32_t always_0) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl, flags, always_0)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        device->table(tbl_hdl).ageing_of(ent_hdl).set_ttl(ent_hdl, ttl, model().now);
-    });
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, ttl, flags, always_0)(
+        [&](Device& device) { device.table(tbl_hdl).ageing_of(ent_hdl).set_ttl(ent_hdl, ttl, model().now); });
 }
 
 pipe_status pipe_mgr_mat_ent_get_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                           pipe_ent_hdl ent_hdl, uint32_t* ttl) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl,
-                    ttl)([&] { *ttl = lock_device(sess_hdl, dev_id)->table(tbl_hdl).ageing_of(ent_hdl).ttl(ent_hdl); });
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl,
+                       ttl)([&](Device& device) { *ttl = device.table(tbl_hdl).ageing_of(ent_hdl).ttl(ent_hdl); });
 }
 
 pipe_status pipe_mgr_mat_ent_reset_idle_ttl(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                             pipe_ent_hdl ent_hdl) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        device->table(tbl_hdl).ageing_of(ent_hdl).restart(ent_hdl, model().now);
-    });
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl)(
+        [&](Device& device) { device.table(tbl_hdl).ageing_of(ent_hdl).restart(ent_hdl, model().now); });
 }
 
 pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
@@ -130,9 +124,8 @@ pipe_status pipe_mgr_idle_time_update_hit_state(pipe_sess_hdl sess_hdl, pipe_dev
 
 pipe_status pipe_mgr_idle_time_get_hit_state(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                              pipe_ent_hdl ent_hdl, uint32_t* hit_state) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, hit_state)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        const bool was_hit = device->table(tbl_hdl).ageing_of(ent_hdl).hit_state(ent_hdl);
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, ent_hdl, hit_state)([&](Device& device) {
+        const bool was_hit = device.table(tbl_hdl).ageing_of(ent_hdl).hit_state(ent_hdl);
         *hit_state = was_hit ? PIPE_IDLE_HIT : PIPE_IDLE_NOT_HIT;
     });
 }

@@ -213,8 +213,8 @@ pipe_status pipe_mgr_mat_ent_del_by_match_spec(pipe_sess_hdl sess_hdl, pipe_dev_
 
 pipe_status pipe_mgr_match_spec_to_ent_hdl(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                            const pipe_match_record* match, pipe_ent_hdl* ent_hdl, uint32_t flags) {
-    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, match, ent_hdl,
-                    flags)([&] { *ent_hdl = find_entry(lock_device(sess_hdl, dev_tgt)->table(tbl_hdl), *match); });
+    return device_call(__func__, sess_hdl, dev_tgt, tbl_hdl, match, ent_hdl,
+                       flags)([&](Device& device) { *ent_hdl = find_entry(device.table(tbl_hdl), *match); });
 }
 
 pipe_status pipe_mgr_mat_default_entry_set(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
@@ -237,9 +237,8 @@ pipe_status pipe_mgr_mat_tbl_default_entry_reset(pipe_sess_hdl sess_hdl, pipe_de
 
 pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
                                                     pipe_ent_hdl* ent_hdl) {
-    return Boundary(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl)([&] {
-        const auto device = lock_device(sess_hdl, dev_tgt);
-        const Table& table = device->table(tbl_hdl);
+    return device_call(__func__, sess_hdl, dev_tgt, tbl_hdl, ent_hdl)([&](Device& device) {
+        const Table& table = device.table(tbl_hdl);
         table.require_row(table.default_handle());
         *ent_hdl = table.default_handle();
     });
@@ -247,9 +246,8 @@ pipe_status pipe_mgr_table_get_default_entry_handle(pipe_sess_hdl sess_hdl, pipe
 
 pipe_status pipe_mgr_tbl_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                       uint32_t property, uint32_t* value, uint32_t* args) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&] {
-        const auto device = lock_device(sess_hdl, dev_id);
-        const Property& found = property_of(device->table(tbl_hdl), property);
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)([&](Device& device) {
+        const Property& found = property_of(device.table(tbl_hdl), property);
         *value = found.value;
         *args = found.args;
     });
@@ -257,8 +255,8 @@ pipe_status pipe_mgr_tbl_get_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id
 
 pipe_status pipe_mgr_tbl_set_property(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
                                       uint32_t property, uint32_t value, uint32_t args) {
-    return Boundary(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)(
-        [&] { property_of(lock_device(sess_hdl, dev_id)->table(tbl_hdl), property) = {.value = value, .args = args}; });
+    return device_call(__func__, sess_hdl, dev_id, tbl_hdl, property, value, args)(
+        [&](Device& device) { property_of(device.table(tbl_hdl), property) = {.value = value, .args = args}; });
 }
 
 pipe_status pipe_register_mat_update_cb(pipe_sess_hdl sess_hdl, pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl,
