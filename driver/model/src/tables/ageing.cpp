@@ -11,8 +11,8 @@ Ageing::Record& Ageing::record(pipe_ent_hdl ent_hdl) {
     return records_[ent_hdl];
 }
 
-const Ageing::Record* Ageing::find(pipe_ent_hdl ent_hdl) const {
-    return ent_hdl < records_.size() ? &records_[ent_hdl] : nullptr;
+Ageing::Record Ageing::copy(pipe_ent_hdl ent_hdl) const {
+    return ent_hdl < records_.size() ? records_[ent_hdl] : Record{};
 }
 
 uint32_t Ageing::effective_ttl(const Record& entry) const {
@@ -37,31 +37,23 @@ void Ageing::dequeue(pipe_ent_hdl ent_hdl, Record& entry) {
     if (entry.queued != never) queue_.erase({std::exchange(entry.queued, never), ent_hdl});
 }
 
-void Ageing::clear_queue() {
-    queue_.clear();
-    for (Record& entry : records_)
-        entry.queued = never;
-}
-
 void Ageing::switch_on(uint64_t now, const TableStore& entries) {
-    clear_queue();
+    switch_off();
     active_ = *params;
     on_since_ = now;
     on_ = true;
     for (pipe_ent_hdl ent_hdl = entries.first(); ent_hdl != 0; ent_hdl = entries.next(ent_hdl)) {
         Record& entry = record(ent_hdl);
         entry.started = now;
-        entry.expired = false;
-        entry.hit = false;
-        entry.hit_state = false;
         enqueue(ent_hdl, entry);
     }
 }
 
 void Ageing::switch_off() {
-    clear_queue();
     on_ = false;
+    queue_.clear();
     for (Record& entry : records_) {
+        entry.queued = never;
         entry.expired = false;
         entry.hit = false;
         entry.hit_state = false;
@@ -92,8 +84,7 @@ void Ageing::set_ttl(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now) {
 }
 
 uint32_t Ageing::ttl(pipe_ent_hdl ent_hdl) const {
-    const Record* entry = find(ent_hdl);
-    return effective_ttl(entry != nullptr ? *entry : Record{});
+    return effective_ttl(copy(ent_hdl));
 }
 
 void Ageing::restart(pipe_ent_hdl ent_hdl, uint64_t now) {
@@ -116,8 +107,7 @@ void Ageing::update_hit_states() {
 }
 
 bool Ageing::hit_state(pipe_ent_hdl ent_hdl) const {
-    const Record* entry = find(ent_hdl);
-    return entry != nullptr && entry->hit_state;
+    return copy(ent_hdl).hit_state;
 }
 
 void Ageing::expire(uint64_t now, std::vector<IdleEntry>& expired) {
@@ -144,8 +134,7 @@ void Ageing::take_back(pipe_ent_hdl ent_hdl) {
 }
 
 bool Ageing::is_expired(pipe_ent_hdl ent_hdl) const {
-    const Record* entry = find(ent_hdl);
-    return entry != nullptr && entry->expired;
+    return copy(ent_hdl).expired;
 }
 
 } // namespace vl_model

@@ -69,11 +69,10 @@ private:
     static constexpr uint64_t never = UINT64_MAX;
 
     Record& record(pipe_ent_hdl ent_hdl);
-    const Record* find(pipe_ent_hdl ent_hdl) const;
+    Record copy(pipe_ent_hdl ent_hdl) const;
     uint32_t effective_ttl(const Record& entry) const;
     void enqueue(pipe_ent_hdl ent_hdl, Record& entry);
     void dequeue(pipe_ent_hdl ent_hdl, Record& entry);
-    void clear_queue();
 
     bool on_ = false;
     pipe_idle_params active_{};
