@@ -26,7 +26,8 @@ uint32_t with_row(uint32_t dev_id, uint32_t tbl_hdl, uint32_t handle, Body&& bod
 
 struct Damage {
     vl_model_damage what;
-    uint32_t bits; // 0 if the entry has no such bits
+    uint32_t bits;                                     // 0 if the entry has no such bits
+    std::vector<uint8_t> EntryImage::*bytes = nullptr; // where the bits are
 };
 
 // All kinds of damage that are possible for the entry are equally likely. Only ternary tables have masks in hardware.
@@ -35,9 +36,9 @@ Damage choose_damage(const Table& table, const EntryView& entry, std::mt19937_64
     const bool has_mask_bits = table.description.match == VL_MODEL_TERNARY;
     const Damage choices[] = {
         {.what = VL_MODEL_LOST, .bits = 1},
-        {.what = VL_MODEL_KEY_BIT, .bits = key_bits},
-        {.what = VL_MODEL_MASK_BIT, .bits = has_mask_bits ? key_bits : 0U},
-        {.what = VL_MODEL_DATA_BIT, .bits = entry.data_len * 8U},
+        {.what = VL_MODEL_KEY_BIT, .bits = key_bits, .bytes = &EntryImage::key},
+        {.what = VL_MODEL_MASK_BIT, .bits = has_mask_bits ? key_bits : 0U, .bytes = &EntryImage::mask},
+        {.what = VL_MODEL_DATA_BIT, .bits = entry.data_len * 8U, .bytes = &EntryImage::data},
         {.what = VL_MODEL_MEMBER_BIT, .bits = entry.kind == PIPE_KIND_MEMBER ? 32U : 0U},
     };
     Damage choice{};
@@ -56,22 +57,8 @@ vl_model_corruption corrupt(Table& table, pipe_ent_hdl ent_hdl, std::mt19937_64&
     const auto bit = static_cast<uint32_t>(random() % damage.bits);
     std::optional<EntryImage> image;
     if (damage.what != VL_MODEL_LOST) image = image_of(entry);
-    switch (damage.what) {
-    case VL_MODEL_LOST:
-        break;
-    case VL_MODEL_KEY_BIT:
-        flip(image->key, bit);
-        break;
-    case VL_MODEL_MASK_BIT:
-        flip(image->mask, bit);
-        break;
-    case VL_MODEL_DATA_BIT:
-        flip(image->data, bit);
-        break;
-    case VL_MODEL_MEMBER_BIT:
-        image->member_hdl ^= UINT32_C(1) << bit;
-        break;
-    }
+    if (damage.bytes != nullptr) flip((*image).*damage.bytes, bit);
+    if (damage.what == VL_MODEL_MEMBER_BIT) image->member_hdl ^= UINT32_C(1) << bit;
     table.hardware.emplace(ent_hdl, std::move(image));
     return {.tbl_hdl = table.description.handle, .ent_hdl = ent_hdl, .what = damage.what, .bit = bit};
 }

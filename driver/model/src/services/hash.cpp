@@ -40,21 +40,12 @@ void put_identity(const uint8_t* stream, size_t stream_len, uint64_t seed, uint8
 }
 
 void put_hash(const HashCalculation& calc, const uint8_t* stream, size_t stream_len, uint8_t* hash, size_t hash_len) {
-    switch (calc.algorithm & 0xFF) {
-    case VL_MODEL_HASH_IDENTITY:
-        put_identity(stream, stream_len, calc.seed, hash, hash_len);
-        break;
-    case VL_MODEL_HASH_CRC64: {
-        const auto crc = big_endian(lzma_crc64(stream, stream_len, calc.seed));
-        put_number(crc.data(), crc.size(), hash, hash_len);
-        break;
-    }
-    default: {
-        const auto crc = big_endian(lzma_crc32(stream, stream_len, static_cast<uint32_t>(calc.seed)));
-        put_number(crc.data(), crc.size(), hash, hash_len);
-        break;
-    }
-    }
+    const uint32_t algorithm = calc.algorithm & 0xFF;
+    if (algorithm == VL_MODEL_HASH_IDENTITY) return put_identity(stream, stream_len, calc.seed, hash, hash_len);
+    const auto crc =
+        big_endian(algorithm == VL_MODEL_HASH_CRC64 ? lzma_crc64(stream, stream_len, calc.seed)
+                                                    : lzma_crc32(stream, stream_len, static_cast<uint32_t>(calc.seed)));
+    put_number(crc.data(), crc.size(), hash, hash_len);
 }
 
 } // namespace
