@@ -35,10 +35,9 @@ pipe_status call_client(bf_drv_client_hdl handle, Callback bf_drv_client_callbac
     Callback callback = nullptr;
     std::optional<RunningCall> running;
     {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        const auto client = find_client(m, handle);
-        if (client == m.clients.end() || client->callbacks.*which == nullptr) return VL_MODEL_OK;
+        const auto m = lock_model();
+        const auto client = find_client(*m, handle);
+        if (client == m->clients.end() || client->callbacks.*which == nullptr) return VL_MODEL_OK;
         callback = client->callbacks.*which;
         running.emplace(client->registration);
     }
@@ -58,18 +57,13 @@ std::vector<Client> clients_for_device(pipe_dev_id dev_id) {
 
 pipe_status bf_drv_register(const char* client_name, bf_drv_client_hdl* hdl) {
     return Boundary(__func__, client_name, hdl)([&] {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
+        const auto m = lock_model();
         // The device state log tells clients apart by name.
         const bool is_taken =
-            std::any_of(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.name == client_name; });
+            std::any_of(m->clients.begin(), m->clients.end(), [&](const Client& c) { return c.name == client_name; });
         refuse_if(is_taken, VL_MODEL_EXISTS);
-        m.clients.push_back({.handle = m.last_client + 1,
-                             .name = client_name,
-                             .callbacks = {},
-                             .registration = nullptr,
-                             .priority = 0});
-        *hdl = ++m.last_client;
+        m->clients.push_back({.handle = m->last_client + 1, .name = client_name});
+        *hdl = ++m->last_client;
     });
 }
 
@@ -92,9 +86,9 @@ pipe_status bf_drv_deregister(bf_drv_client_hdl hdl) {
     return Boundary(__func__, hdl)([&] {
         std::shared_ptr<Registration> ended;
         {
-            const std::lock_guard lock(model().mutex);
+            const auto m = lock_model();
             ended = std::move(registered_client(hdl).registration);
-            model().clients.erase(find_client(model(), hdl));
+            m->clients.erase(find_client(*m, hdl));
         }
         end(ended);
     });
@@ -112,13 +106,12 @@ uint32_t vl_model_device_remove(uint32_t dev_id) {
     // Destroyed at the end: until end() has waited, a callback may look at its messages.
     std::unique_ptr<Device> device;
     {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        const auto found = m.devices.find(dev_id);
-        if (found == m.devices.end()) return VL_MODEL_UNKNOWN_DEVICE;
+        const auto m = lock_model();
+        const auto found = m->devices.find(dev_id);
+        if (found == m->devices.end()) return VL_MODEL_UNKNOWN_DEVICE;
         device = std::move(found->second);
-        m.devices.erase(found);
-        m.placements.remove_device(dev_id);
+        m->devices.erase(found);
+        m->placements.remove_device(dev_id);
     }
     end_registrations(*device);
     return VL_MODEL_OK;

@@ -106,24 +106,21 @@ uint32_t vl_model_device_add(uint32_t dev_id, const vl_model_pipeline* pipeline)
     return guarded([&] {
         refuse_if(pipeline == nullptr, VL_MODEL_INVALID);
         auto device = make_device(*pipeline);
-        const std::lock_guard lock(model().mutex);
-        refuse_if(!model().devices.try_emplace(dev_id, std::move(device)).second, VL_MODEL_EXISTS);
+        refuse_if(!lock_model()->devices.try_emplace(dev_id, std::move(device)).second, VL_MODEL_EXISTS);
     });
 }
 
 uint32_t vl_model_session_open(uint32_t* sess_hdl) {
     return guarded([&] {
         refuse_if(sess_hdl == nullptr, VL_MODEL_INVALID);
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        m.sessions.insert(m.last_session + 1);
-        *sess_hdl = ++m.last_session;
+        const auto m = lock_model();
+        m->sessions.insert(m->last_session + 1);
+        *sess_hdl = ++m->last_session;
     });
 }
 
 uint32_t vl_model_session_close(uint32_t sess_hdl) {
-    const std::lock_guard lock(model().mutex);
-    return model().sessions.erase(sess_hdl) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_SESSION;
+    return lock_model()->sessions.erase(sess_hdl) != 0 ? VL_MODEL_OK : VL_MODEL_UNKNOWN_SESSION;
 }
 
 uint32_t vl_model_table_set_capacity(uint32_t dev_id, uint32_t tbl_hdl, uint32_t capacity) {

@@ -159,9 +159,9 @@ void end_registrations(Device& device) noexcept;
 struct Client {
     bf_drv_client_hdl handle;
     std::string name;
-    bf_drv_client_callbacks callbacks;
-    std::shared_ptr<Registration> registration; // of the callbacks
-    uint32_t priority;
+    bf_drv_client_callbacks callbacks{};
+    std::shared_ptr<Registration> registration{}; // of the callbacks
+    uint32_t priority = 0;
 };
 
 constexpr uint32_t most_rows = UINT32_C(0x7FFFFFFF); // of a table: handles with the top bit are default entries'
@@ -222,6 +222,10 @@ private:
     const std::lock_guard<std::mutex> lock_;
     Held& held_;
 };
+
+inline Locked<Model> lock_model() {
+    return Locked<Model>(model);
+}
 
 // These refuse a session, device or pipe that doesn't exist. The first is for calls without a session.
 Locked<Device> lock_device(Target target);

@@ -27,14 +27,13 @@ std::string formatted(const char* format, va_list args) {
 
 void* bf_sys_calloc(size_t count, size_t size) {
     return Boundary(__func__, count, size)([&]() -> void* {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
+        const auto m = lock_model();
         // Null would be a refusal, so an empty block has an address as well.
         std::unique_ptr<void, decltype(&std::free)> memory(
             count == 0 || size == 0 ? std::calloc(1, 1) : std::calloc(count, size), std::free);
         if (memory != nullptr) {
-            m.allocations.insert(memory.get());
-            ++m.allocations_made;
+            m->allocations.insert(memory.get());
+            ++m->allocations_made;
         }
         return memory.release();
     });
@@ -43,9 +42,8 @@ void* bf_sys_calloc(size_t count, size_t size) {
 void bf_sys_free(void* memory) {
     Boundary(__func__, memory)([&] {
         if (memory == nullptr) return;
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        if (m.allocations.erase(memory) == 0) {
+        const auto m = lock_model();
+        if (m->allocations.erase(memory) == 0) {
             std::fprintf(stderr, "driver: bf_sys_free of %p, which is not a live block\n", memory);
             std::abort();
         }
@@ -54,10 +52,7 @@ void bf_sys_free(void* memory) {
 }
 
 int bf_sys_dbg_mode(void) {
-    return Boundary<>(__func__)([] {
-        const std::lock_guard lock(model().mutex);
-        return model().debug_mode ? 1 : 0;
-    });
+    return Boundary<>(__func__)([] { return lock_model()->debug_mode ? 1 : 0; });
 }
 
 int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
@@ -71,16 +66,15 @@ int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
         return VL_MODEL_NO_MEMORY;
     }
     return Boundary(__func__, module, level, format, LogLine{line})([&]() -> int {
-        Model& m = model();
         vl_model_log_sink sink = write_to_stderr;
         void* cookie = nullptr;
         std::optional<RunningCall> running;
         {
-            const std::lock_guard lock(m.mutex);
-            if (m.log_sink.callback != nullptr) {
-                sink = m.log_sink.callback;
-                cookie = m.log_sink.cookie;
-                running.emplace(m.log_sink.registration);
+            const auto m = lock_model();
+            if (m->log_sink.callback != nullptr) {
+                sink = m->log_sink.callback;
+                cookie = m->log_sink.cookie;
+                running.emplace(m->log_sink.registration);
             }
         }
         sink(module, level, line.c_str(), cookie);
@@ -89,33 +83,22 @@ int bf_sys_log_and_trace(int module, int level, const char* format, ...) {
 }
 
 void vl_model_debug_mode_set(int on) {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    m.debug_mode = on != 0;
+    lock_model()->debug_mode = on != 0;
 }
 
 void vl_model_log_sink_set(vl_model_log_sink sink, void* cookie) {
-    std::shared_ptr<Registration> replaced;
-    {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        replaced = m.log_sink.replace(sink, cookie);
-    }
+    const auto replaced = lock_model()->log_sink.replace(sink, cookie);
     end(replaced);
 }
 
 namespace vl_model {
 
 size_t live_allocations() {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    return m.allocations.size();
+    return lock_model()->allocations.size();
 }
 
 size_t allocations_made() {
-    Model& m = model();
-    const std::lock_guard lock(m.mutex);
-    return m.allocations_made;
+    return lock_model()->allocations_made;
 }
 
 } // namespace vl_model

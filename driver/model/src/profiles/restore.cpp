@@ -16,13 +16,7 @@ void add_rows(std::vector<vl_model_row>& rows, pipe_sess_hdl sess_hdl, pipe_dev_
               pipe_tbl_hdl adt_hdl, const DataTable& table) {
     const RowMap<Member>& members = table.members;
     const auto add = [&](pipe_act_hdl act_hdl, pipe_grp_hdl grp_hdl, pipe_mbr_hdl mbr_hdl) {
-        rows.push_back({.sess_hdl = sess_hdl,
-                        .dev_id = dev_id,
-                        .data_table = adt_hdl,
-                        .act_hdl = act_hdl,
-                        .grp_hdl = grp_hdl,
-                        .mbr_hdl = mbr_hdl,
-                        .resource_count = 0});
+        rows.push_back({sess_hdl, dev_id, adt_hdl, act_hdl, grp_hdl, mbr_hdl, 0});
     };
     const auto for_groups = [&](auto&& body) {
         for (const auto& [sel_hdl, selector] : device.selectors)
@@ -70,11 +64,10 @@ uint32_t vl_model_replay_row(const vl_model_row* row) {
     pipe_adt_sel_restore_cb callback = nullptr;
     std::optional<RunningCall> running;
     {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        if (m.restore_callback.callback == nullptr) return VL_MODEL_NOT_FOUND;
-        callback = m.restore_callback.callback;
-        running.emplace(m.restore_callback.registration);
+        const auto m = lock_model();
+        if (m->restore_callback.callback == nullptr) return VL_MODEL_NOT_FOUND;
+        callback = m->restore_callback.callback;
+        running.emplace(m->restore_callback.registration);
     }
     call(callback, *row);
     return VL_MODEL_OK;

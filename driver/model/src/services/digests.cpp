@@ -31,11 +31,10 @@ pipe_status pipe_mgr_lrn_digest_notification_deregister(pipe_sess_hdl sess_hdl, 
 // The pointer may be anything, so it isn't followed.
 pipe_status pipe_mgr_flow_lrn_notify_ack(pipe_sess_hdl sess_hdl, pipe_digest_hdl digest_hdl, pipe_digest_msg* msg) {
     return Boundary(__func__, sess_hdl, digest_hdl, nullable(msg))([&] {
-        Model& m = model();
-        const std::lock_guard lock(m.mutex);
-        refuse_if(!m.sessions.contains(sess_hdl), VL_MODEL_UNKNOWN_SESSION);
+        const auto m = lock_model();
+        refuse_if(!m->sessions.contains(sess_hdl), VL_MODEL_UNKNOWN_SESSION);
         bool is_known = false;
-        for (auto& [dev_id, device] : m.devices) {
+        for (auto& [dev_id, device] : m->devices) {
             const auto digest = device->digests.find(digest_hdl);
             if (digest == device->digests.end()) continue;
             if (digest->second.messages.erase(msg) != 0) return;

@@ -138,10 +138,9 @@ uint32_t vl_model_clock_advance(uint32_t milliseconds) {
     return guarded([&] {
         std::vector<TimeOut> time_outs;
         {
-            Model& m = model();
-            const std::lock_guard lock(m.mutex);
-            m.now += milliseconds;
-            time_outs = take_time_outs(m);
+            const auto m = lock_model();
+            m->now += milliseconds;
+            time_outs = take_time_outs(*m);
         }
         for (const TimeOut& time_out : time_outs)
             tell(time_out);
