@@ -8,13 +8,14 @@
 #include <vector>
 
 #include <cjson/cJSON.h>
-#include <gtest/gtest.h>
 
-#include <vl_driver/driver.h>
-#include <vl_model/control.h>
 #include <vl_model/testing.h>
 
+#include "support/model.h"
+
 namespace {
+
+using namespace support;
 
 constexpr uint32_t forward = 0x20000001;
 constexpr uint32_t drop = 0x20000002;
@@ -39,12 +40,12 @@ protected:
         cJSON_Delete(object);
         return result;
     }
-    std::vector<uint32_t> groups_of(uint32_t member) {
-        std::vector<uint32_t> found;
+    Handles groups_of(uint32_t member) {
+        Handles found;
         p4_pd_ms_mbr_apply_to_grps(
             state, 3, member,
             [](uint32_t, uint32_t group, uint32_t, void* cookie) -> pipe_status {
-                static_cast<std::vector<uint32_t>*>(cookie)->push_back(group);
+                static_cast<Handles*>(cookie)->push_back(group);
                 return VL_MODEL_OK;
             },
             &found);
@@ -58,8 +59,7 @@ TEST_F(ShadowTest, MembershipEndsWithTheMemberOrTheGroup) {
     EXPECT_EQ(p4_pd_ms_new_mbr(session, state, 3, 5), VL_MODEL_OK);
     EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(p4_pd_ms_set_mbr_act(state, 3, 5, forward), VL_MODEL_OK);
-    EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 3, 5, &action), VL_MODEL_OK);
-    EXPECT_EQ(action, forward);
+    EXPECT_EQ(output_of(p4_pd_ms_get_mbr_act, state, 3, 5), forward);
     EXPECT_EQ(p4_pd_ms_get_mbr_act(state, 4, 5, &action), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(p4_pd_ms_set_grp_act(state, 3, 7, forward), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(p4_pd_ms_new_mbr(session, state, 3, 0), VL_MODEL_INVALID);
@@ -68,24 +68,24 @@ TEST_F(ShadowTest, MembershipEndsWithTheMemberOrTheGroup) {
         EXPECT_EQ(p4_pd_ms_new_grp(session, state, 3, group), VL_MODEL_OK);
         EXPECT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, 5, group), VL_MODEL_OK);
     }
-    EXPECT_EQ(groups_of(5), (std::vector<uint32_t>{7, 8, 9}));
+    EXPECT_EQ(groups_of(5), (Handles{7, 8, 9}));
     EXPECT_EQ(p4_pd_ms_del_mbr_from_grp(session, state, 3, 5, 8), VL_MODEL_OK);
     EXPECT_EQ(p4_pd_ms_del_grp(session, state, 3, 7, 0, nullptr), VL_MODEL_OK);
-    EXPECT_EQ(groups_of(5), std::vector<uint32_t>{9});
+    EXPECT_EQ(groups_of(5), Handles{9});
     EXPECT_EQ(p4_pd_ms_del_mbr(session, state, 3, 5), VL_MODEL_OK);
     EXPECT_EQ(log(state), R"({"members":[],"groups":[{"group":8,"members":[]},{"group":9,"members":[]}]})");
 
     // A replay may name a member in a group before the member itself.
     EXPECT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, 6, 9), VL_MODEL_OK);
-    EXPECT_EQ(groups_of(6), std::vector<uint32_t>{9});
+    EXPECT_EQ(groups_of(6), Handles{9});
     EXPECT_EQ(p4_pd_ms_destroy_state_for_dev(state, 3), VL_MODEL_OK);
     EXPECT_EQ(log(state), R"({"members":[],"groups":[]})");
 }
 
 // Compares random joins and leaves with lists in the order of arrival. The log and the walk over groups show the order.
 TEST_F(ShadowTest, MembershipsKeepTheOrderOfTheirArrival) {
-    std::map<uint32_t, std::vector<uint32_t>> members_of; // by group
-    std::map<uint32_t, std::vector<uint32_t>> expected_groups;
+    std::map<uint32_t, Handles> members_of; // by group
+    std::map<uint32_t, Handles> expected_groups;
     for (uint32_t handle = 1; handle <= 6; ++handle) {
         p4_pd_ms_new_mbr(session, state, 3, handle);
         p4_pd_ms_new_grp(session, state, 3, handle);
@@ -95,8 +95,8 @@ TEST_F(ShadowTest, MembershipsKeepTheOrderOfTheirArrival) {
     for (int step = 0; step < 2000; ++step) {
         const auto member = static_cast<uint32_t>(1 + random() % 6);
         const auto group = static_cast<uint32_t>(1 + random() % 6);
-        std::vector<uint32_t>& members = members_of[group];
-        std::vector<uint32_t>& groups = expected_groups[member];
+        Handles& members = members_of[group];
+        Handles& groups = expected_groups[member];
         const bool is_in = std::find(members.begin(), members.end(), member) != members.end();
         if (random() % 2 == 0) {
             ASSERT_EQ(p4_pd_ms_add_mbr_to_grp(session, state, 3, member, group), is_in ? VL_MODEL_EXISTS : VL_MODEL_OK);
@@ -141,9 +141,7 @@ TEST_F(ShadowTest, JsonRoundTripMergesAndToleratesGaps) {
     EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
     EXPECT_EQ(p4_pd_ms_restore_state(3, other, object), VL_MODEL_OK);
     cJSON_Delete(object);
-    uint32_t action = 0;
-    EXPECT_EQ(p4_pd_ms_get_mbr_act(other, 3, 5, &action), VL_MODEL_OK); // the log has no action to replace it
-    EXPECT_EQ(action, miss);
+    EXPECT_EQ(output_of(p4_pd_ms_get_mbr_act, other, 3, 5), miss); // the log has no action to replace it
     p4_pd_ms_set_mbr_act(state, 3, 5, miss);
     EXPECT_EQ(log(other), log(state));
 
@@ -183,12 +181,6 @@ TEST_F(ShadowTest, NoStateIsRefused) {
         EXPECT_EQ(status, VL_MODEL_INVALID) << name;
 }
 
-// Two clients that note their calls in one list.
-std::vector<std::string>& events() {
-    static std::vector<std::string> list;
-    return list;
-}
-
 template <char name>
 void register_client(uint32_t priority) {
     bf_drv_client_hdl handle = 0;
@@ -197,7 +189,7 @@ void register_client(uint32_t priority) {
     EXPECT_EQ(bf_drv_register(text, &handle), VL_MODEL_EXISTS);
     bf_drv_client_callbacks callbacks{};
     callbacks.device_remove = [](uint32_t dev_id) -> pipe_status {
-        events().push_back(std::string(1, name) + " removes " + std::to_string(dev_id));
+        told().push_back(std::string(1, name) + " removes " + std::to_string(dev_id));
         return VL_MODEL_OK;
     };
     callbacks.state_log = [](uint32_t, cJSON* object) -> pipe_status {
@@ -205,17 +197,17 @@ void register_client(uint32_t priority) {
         return VL_MODEL_OK;
     };
     callbacks.state_restore = [](uint32_t, cJSON* object) -> pipe_status {
-        events().push_back(std::string(1, name) + " gets " + cJSON_GetObjectItem(object, "of")->valuestring);
+        told().push_back(std::string(1, name) + " gets " + cJSON_GetObjectItem(object, "of")->valuestring);
         return VL_MODEL_OK;
     };
     ASSERT_EQ(bf_drv_client_register_callbacks(handle, &callbacks, priority), VL_MODEL_OK);
 }
 
-TEST(ClientTest, CallbacksRunByPriority) {
-    vl_model_reset();
-    events().clear();
+using ClientTest = DeviceTest;
+
+TEST_F(ClientTest, CallbacksRunByPriority) {
     const vl_model_pipeline pipeline{.name = "p", .tables = nullptr, .table_count = 0};
-    ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
+    start(pipeline);
     EXPECT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_EXISTS);
     register_client<'a'>(5);
     register_client<'b'>(2);
@@ -227,7 +219,7 @@ TEST(ClientTest, CallbacksRunByPriority) {
     EXPECT_EQ(vl_model_state_restore(3, "{"), VL_MODEL_INVALID);
     EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK);
     EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_UNKNOWN_DEVICE);
-    EXPECT_EQ(events(), (std::vector<std::string>{"b gets b", "a gets a", "a gets x", "b removes 3", "a removes 3"}));
+    EXPECT_EQ(told(), (std::vector<std::string>{"b gets b", "a gets a", "a gets x", "b removes 3", "a removes 3"}));
     EXPECT_EQ(vl_model_state_log(3), nullptr);
     EXPECT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
 }

@@ -67,14 +67,10 @@ protected:
         ASSERT_EQ(pipe_mgr_mat_ent_set_idle_ttl(session, 3, hosts, entry, ttl, 0, 0), VL_MODEL_OK);
     }
     uint32_t ttl(uint32_t entry) const {
-        uint32_t read = 0;
-        EXPECT_EQ(pipe_mgr_mat_ent_get_idle_ttl(session, 3, hosts, entry, &read), VL_MODEL_OK);
-        return read;
+        return output_of(pipe_mgr_mat_ent_get_idle_ttl, session, 3, hosts, entry).value();
     }
     uint32_t hit_state(uint32_t entry) const {
-        uint32_t state = 9;
-        EXPECT_EQ(pipe_mgr_idle_time_get_hit_state(session, 3, hosts, entry, &state), VL_MODEL_OK);
-        return state;
+        return output_of(pipe_mgr_idle_time_get_hit_state, session, 3, hosts, entry).value();
     }
     void name_with(pipe_idle_tmo_cb callback, void* cookie = nullptr) const {
         ASSERT_EQ(pipe_mgr_idle_register_tmo_cb(session, 3, hosts, callback, cookie), VL_MODEL_OK);
@@ -235,8 +231,7 @@ TEST_F(IdleTest, RefusalsAndRecords) {
     params = {7, 0, 1, 2, 3, 4, 5, 6, 7};
     const auto calls = recorded([&] { EXPECT_EQ(pipe_mgr_idle_set_params(session, 3, hosts, params), VL_MODEL_OK); });
     EXPECT_EQ(calls.at(0).args, (std::vector<uint64_t>{session, 3, hosts, 7, 1, UINT64_C(3) << 32 | 2, 4, 5, 6, 7}));
-    pipe_idle_params read{};
-    ASSERT_EQ(pipe_mgr_idle_get_params(session, 3, hosts, &read), VL_MODEL_OK);
+    const pipe_idle_params read = output_of(pipe_mgr_idle_get_params, session, 3, hosts).value();
     EXPECT_EQ(std::memcmp(&read, &params, sizeof(read)), 0);
 }
 

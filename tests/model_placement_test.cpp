@@ -1,59 +1,31 @@
 // Placement data of the embedded driver: what it decodes to, and how long it is valid. Also random damage to the
 // hardware, as the report and reads show it. Uses a made-up pipeline of three tables.
-#include <cstring>
 #include <map>
 #include <set>
 #include <string>
 #include <vector>
 
-#include <gtest/gtest.h>
-
-#include <vl_driver/driver.h>
-#include <vl_model/control.h>
-#include <vl_model/observe.hpp>
+#include "support/model.h"
 
 namespace {
 
+using namespace support;
+
 constexpr uint32_t hosts = 0x1000001, routes = 0x1000002, lags = 0x1000003;
 constexpr uint32_t members = 0x2000001, groups = 0x3000001, meter = 0x5000001, act = 0x20000001;
-constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
-
-// What a read or a decoder writes to zeroed records and buffers, without the buffers' addresses. Compared as bytes.
-struct Reading {
-    uint8_t key[8], mask[8], data[8];
-    pipe_match_record match;
-    pipe_action_record action;
-    uint32_t act_hdl;
-    pipe_status status;
-    bool operator==(const Reading& other) const {
-        return std::memcmp(this, &other, sizeof(*this)) == 0;
-    }
-};
-
-template <class Call>
-Reading reading(uint16_t room, Call call) {
-    Reading r;
-    std::memset(&r, 0, sizeof(r));
-    r.match = {r.key, r.mask, 0, 0, 0, room, 0};
-    r.action.action.data = r.data;
-    r.action.action.data_len = room;
-    r.status = call(r);
-    r.match.key_bytes = r.match.mask_bytes = r.action.action.data = nullptr;
-    return r;
-}
 
 Reading decode(const void* blob) {
-    return reading(0,
-                   [&](auto& r) { return pipe_mgr_plcmt_mat_data_get_entry(blob, &r.match, &r.action, &r.act_hdl); });
+    return reading(
+        0, 0, [&](Reading& r) { return pipe_mgr_plcmt_mat_data_get_entry(blob, &r.match, &r.action, &r.action_hdl); });
 }
 
 Reading decode_member(const void* blob) {
-    return reading(0, [&](auto& r) { return pipe_mgr_plcmt_adt_data_get_entry(blob, &r.action.action, &r.act_hdl); });
+    return reading(
+        0, 0, [&](Reading& r) { return pipe_mgr_plcmt_adt_data_get_entry(blob, &r.action.action, &r.action_hdl); });
 }
 
-class PlacementTest : public testing::Test {
+class PlacementTest : public DeviceTest {
 protected:
-    pipe_sess_hdl session = 0;
     uint8_t data[3] = {1, 2, 3};
     pipe_action_record direct{PIPE_KIND_ACTION_DATA, 0, {}, {20, 3, 0, data}, 0, 0, {}};
     pipe_action_record content{0, 0, {}, {20, 3, 0, data}, 0, 0, {}}; // of a member
@@ -88,11 +60,6 @@ protected:
         EXPECT_EQ(pipe_mgr_mat_ent_add(session, device, table, &match, act, &action, 0, 0, &entry), VL_MODEL_OK);
         return entry;
     }
-    Reading read(uint32_t table, uint32_t entry, uint8_t hw) const {
-        return reading(8, [&](auto& r) {
-            return pipe_mgr_get_entry(session, table, device, entry, &r.match, &r.action, &r.act_hdl, hw, 1, 0);
-        });
-    }
     // Null if the fetch is refused.
     const void* fetch(uint32_t table, uint32_t handle) const {
         const void* blob = nullptr;
@@ -113,11 +80,10 @@ TEST_F(PlacementTest, DecodesToWhatAReadOfTheSoftwareGives) {
         ASSERT_EQ(vl_model::drop_hardware(3, tables[i], entries[i]), VL_MODEL_OK);
         const Reading decoded = decode(fetch(tables[i], entries[i]));
         EXPECT_EQ(decoded.status, VL_MODEL_OK);
-        EXPECT_EQ(decoded, read(tables[i], entries[i], 0)) << i;
+        EXPECT_EQ(decoded, read(tables[i], entries[i])) << i;
     }
-    const Reading software = reading(0, [&](Reading& r) {
-        r.action.action.data_len = sizeof(r.data);
-        return pipe_mgr_get_action_data_entry(members, device, member, &r.action.action, &r.act_hdl, 0);
+    const Reading software = reading(0, 8, [&](Reading& r) {
+        return pipe_mgr_get_action_data_entry(members, device, member, &r.action.action, &r.action_hdl, 0);
     });
     EXPECT_EQ(decode_member(fetch(members, member)), software);
     EXPECT_EQ(software.data[2], 3);
@@ -170,8 +136,8 @@ TEST_F(PlacementTest, TestsCanAnswerAndRefuseCalls) {
     vl_model::set_placed_entry_answer_hook([](pipe_match_record& match, auto&, auto&) { match.key_len = 0; });
     vl_model::set_placed_member_answer_hook([](auto&, uint32_t& act_hdl) { act_hdl = 2; });
     EXPECT_EQ(decode(blob).match.key_len, 0);
-    EXPECT_EQ(decode(blob).act_hdl, act);
-    EXPECT_EQ(decode_member(fetch(members, member)).act_hdl, 2U);
+    EXPECT_EQ(decode(blob).action_hdl, act);
+    EXPECT_EQ(decode_member(fetch(members, member)).action_hdl, 2U);
 
     const std::string before = "pipe_mgr_plcmt_";
     for (const char* name :
@@ -210,19 +176,19 @@ TEST_F(PlacementTest, DamageIsWhatTheReportSays) {
     std::set<uint32_t> kinds;
     for (uint32_t i = 0; i <= 200; ++i) {
         const std::pair row = i == 200 ? std::pair(hosts, fallback) : std::pair(hosts + i % 3, 1 + i / 3);
-        Reading expected = read(row.first, row.second, 0);
+        Reading expected = read(row.first, row.second);
         if (const auto found = told.find(row); found != told.end()) {
             const auto [table, entry, what, bit] = found->second;
             uint8_t* const buffers[] = {nullptr, expected.key, expected.mask, expected.data};
             kinds.insert(what);
             if (what == VL_MODEL_LOST)
-                expected = reading(8, [](auto&) { return VL_MODEL_NOT_FOUND; });
+                expected = reading(8, 8, [](auto&) { return VL_MODEL_NOT_FOUND; });
             else if (what == VL_MODEL_MEMBER_BIT)
                 expected.action.member_hdl ^= 1U << bit;
             else
                 buffers[what][bit / 8] ^= uint8_t(1U << bit % 8);
         }
-        EXPECT_EQ(read(row.first, row.second, 1), expected) << row.first << ' ' << row.second;
+        EXPECT_EQ(read(row.first, row.second, true), expected) << row.first << ' ' << row.second;
     }
     EXPECT_EQ(kinds.size(), 5U);
 

@@ -31,12 +31,7 @@ constexpr vl_model_action lag_actions[] = {
     {.handle = set_lag, .data_bits = 0, .data_len = 0, .for_entries = 1, .for_default = 1},
 };
 
-// The arguments of callbacks, as text.
-std::vector<std::string>& told() {
-    static std::vector<std::string> list;
-    return list;
-}
-
+// Notes the arguments of a callback.
 void tell(const char* who, std::initializer_list<uint32_t> words) {
     std::string line = who;
     for (const uint32_t word : words)
@@ -47,7 +42,6 @@ void tell(const char* who, std::initializer_list<uint32_t> words) {
 class ProfilesTest : public DeviceTest {
 protected:
     void SetUp() override {
-        told().clear();
         device.pipe_id = 1;
         vl_model_table tables[] = {model_table(hops, VL_MODEL_EXACT, 16, hop_actions),
                                    model_table(lags, VL_MODEL_EXACT, 16, lag_actions)};
@@ -116,10 +110,9 @@ protected:
     }
     // The member that a hash picks, or 0 if the call is refused.
     uint32_t pick(uint32_t group, const Bytes& hash) const {
-        uint32_t member = 0;
-        const pipe_status status = pipe_mgr_sel_grp_mbr_get_from_hash(session, device, hop_groups, group, hash.data(),
-                                                                      static_cast<uint32_t>(hash.size()), &member);
-        return status == VL_MODEL_OK ? member : 0;
+        return output_of(pipe_mgr_sel_grp_mbr_get_from_hash, session, device, hop_groups, group, hash.data(),
+                         hash.size())
+            .value_or(0);
     }
 };
 
@@ -237,9 +230,8 @@ TEST_F(ProfilesTest, TheHashChoosesAmongTheActive) {
     ASSERT_EQ(disable(group, members[1]), VL_MODEL_OK);
     EXPECT_EQ(pick(group, {1}), members[2]);
     EXPECT_EQ(pick(group, {1, 0}), members[0]); // most significant byte first
-    uint32_t state = 9;
-    EXPECT_EQ(pipe_mgr_sel_grp_mbr_state_get(session, device, hop_groups, group, members[1], &state), 0U);
-    EXPECT_EQ(state, uint32_t{PIPE_MBR_STATE_INACTIVE});
+    EXPECT_EQ(output_of(pipe_mgr_sel_grp_mbr_state_get, session, device, hop_groups, group, members[1]),
+              uint32_t{PIPE_MBR_STATE_INACTIVE});
     Handles found(4, 7);
     Bytes states(4, 7);
     uint32_t count = 0;
@@ -268,28 +260,23 @@ TEST_F(ProfilesTest, Walks) {
     uint32_t next = 0;
     EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, hop_members, device, groups[0], 1, &next), VL_MODEL_NOT_FOUND);
     ASSERT_EQ(delete_member(members[1]), VL_MODEL_OK);
-    EXPECT_EQ(pipe_mgr_get_next_entry_handles(session, hop_members, device, members[1], 1, &next), VL_MODEL_OK);
-    EXPECT_EQ(next, members[2]);
+    EXPECT_EQ(output_of(pipe_mgr_get_next_entry_handles, session, hop_members, device, members[1], 1), members[2]);
     EXPECT_EQ(rows_of(hop_members), 3U);
 
     EXPECT_EQ(pipe_mgr_get_first_group_member(session, hop_groups, 3, groups[0], &next), VL_MODEL_NOT_FOUND);
     for (const uint32_t member : {members[3], members[0], members[2]})
         ASSERT_EQ(join(groups[0], member), VL_MODEL_OK);
-    EXPECT_EQ(pipe_mgr_get_first_group_member(session, hop_groups, 3, groups[0], &next), VL_MODEL_OK);
-    EXPECT_EQ(next, members[0]);
+    EXPECT_EQ(output_of(pipe_mgr_get_first_group_member, session, hop_groups, 3, groups[0]), members[0]);
     ASSERT_EQ(leave(groups[0], members[0]), VL_MODEL_OK);
     Handles rest(3, 7);
     EXPECT_EQ(pipe_mgr_get_next_group_members(session, hop_groups, 3, groups[0], members[0], 3, rest.data()), 0U);
     EXPECT_EQ(rest, (Handles{members[2], members[3], PIPE_HDL_END}));
-    EXPECT_EQ(pipe_mgr_get_sel_grp_mbr_count(session, device, hop_groups, groups[0], &next), VL_MODEL_OK);
-    EXPECT_EQ(next, 2U);
+    EXPECT_EQ(output_of(pipe_mgr_get_sel_grp_mbr_count, session, device, hop_groups, groups[0]), 2U);
 }
 
 TEST_F(ProfilesTest, AGroupTakesWordsAsItGrows) {
     const auto active_in = [&](uint32_t word) {
-        uint32_t count = 0;
-        const pipe_status status = pipe_mgr_get_word_llp_active_member_count(session, device, hop_groups, word, &count);
-        return status == VL_MODEL_OK ? static_cast<int>(count) : -1;
+        return output_of(pipe_mgr_get_word_llp_active_member_count, session, device, hop_groups, word);
     };
     const uint32_t large = add_group();
     const uint32_t small = add_group();
@@ -298,10 +285,10 @@ TEST_F(ProfilesTest, AGroupTakesWordsAsItGrows) {
     ASSERT_EQ(join(small, members[5]), VL_MODEL_OK);
     ASSERT_EQ(disable(large, members[0]), VL_MODEL_OK);
     ASSERT_EQ(leave(large, members[2]), VL_MODEL_OK);
-    EXPECT_EQ(active_in(0), 30);
-    EXPECT_EQ(active_in(1), 1);
-    EXPECT_EQ(active_in(2), 1);
-    EXPECT_EQ(active_in(3), -1);
+    EXPECT_EQ(active_in(0), 30U);
+    EXPECT_EQ(active_in(1), 1U);
+    EXPECT_EQ(active_in(2), 1U);
+    EXPECT_EQ(active_in(3), std::nullopt);
     ASSERT_EQ(join(large, members[2]), VL_MODEL_OK); // takes the free position, not a new word
     Handles found(3, 7);
     EXPECT_EQ(pipe_mgr_get_word_llp_active_members(session, device, hop_groups, 0, 2, found.data()), VL_MODEL_OK);
@@ -309,10 +296,10 @@ TEST_F(ProfilesTest, AGroupTakesWordsAsItGrows) {
     EXPECT_EQ(pipe_mgr_get_word_llp_active_members(session, device, hop_groups, 2, 3, found.data()), VL_MODEL_OK);
     EXPECT_EQ(found, (Handles{members.back(), PIPE_HDL_END, 7}));
     ASSERT_EQ(delete_group(large), VL_MODEL_OK);
-    EXPECT_EQ(active_in(0), -1);
-    EXPECT_EQ(active_in(2), -1);
+    EXPECT_EQ(active_in(0), std::nullopt);
+    EXPECT_EQ(active_in(2), std::nullopt);
     add_group();
-    EXPECT_EQ(active_in(0), 0);
+    EXPECT_EQ(active_in(0), 0U);
 }
 
 // The words of a group need not be in ascending order.
@@ -339,9 +326,7 @@ TEST_F(ProfilesTest, MembersTakeTheLowestFreePositionOfTheirGroup) {
 // table's number of rows, for which the callback asks the driver.
 TEST_F(ProfilesTest, CallbacksRunOutsideTheLock) {
     static const auto count = [](uint32_t sess, pipe_dev_tgt dev, uint32_t table) {
-        uint32_t rows = 0;
-        EXPECT_EQ(pipe_mgr_get_entry_count(sess, dev, table, 0, &rows), VL_MODEL_OK);
-        return rows;
+        return output_of(pipe_mgr_get_entry_count, sess, dev, table, 0).value();
     };
     const auto on_member = [](pipe_sess_hdl sess, pipe_dev_tgt dev, uint32_t table, uint32_t member, uint32_t update,
                               void*) {

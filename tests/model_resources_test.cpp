@@ -78,8 +78,7 @@ protected:
     }
     // The counts that the software has.
     Counts counts(uint32_t entry) const {
-        pipe_counter_record record{77, 77};
-        EXPECT_EQ(pipe_mgr_mat_ent_direct_stat_query(session, 3, hosts, entry, &record), VL_MODEL_OK);
+        const auto record = output_of(pipe_mgr_mat_ent_direct_stat_query, session, 3, hosts, entry).value();
         return {record.count_a, record.count_b};
     }
     pipe_status set(uint32_t table, uint32_t entry, const pipe_resource_slot& one) const {
@@ -236,12 +235,9 @@ TEST_F(ResourcesTest, MetersAndWredBlocksByIndex) {
     EXPECT_EQ(spec.committed_rate, 0U);
 
     // Direct meters and meters by index have separate adjustments.
-    uint32_t adjustment = 0;
     EXPECT_EQ(pipe_mgr_meter_set_bytecount_adjust(session, device, direct_meter, 20), VL_MODEL_OK);
-    EXPECT_EQ(pipe_mgr_meter_get_bytecount_adjust(session, device, direct_meter, &adjustment), VL_MODEL_OK);
-    EXPECT_EQ(adjustment, 20U);
-    EXPECT_EQ(pipe_mgr_meter_get_bytecount_adjust(session, device, meter, &adjustment), VL_MODEL_OK);
-    EXPECT_EQ(adjustment, 0U);
+    EXPECT_EQ(output_of(pipe_mgr_meter_get_bytecount_adjust, session, device, direct_meter), 20U);
+    EXPECT_EQ(output_of(pipe_mgr_meter_get_bytecount_adjust, session, device, meter), 0U);
     EXPECT_EQ(pipe_mgr_meter_set_bytecount_adjust(session, device, wred, 1), VL_MODEL_UNKNOWN_RESOURCE);
 
     pipe_wred_spec red{{1, 2}};
@@ -253,11 +249,8 @@ TEST_F(ResourcesTest, MetersAndWredBlocksByIndex) {
 }
 
 TEST_F(ResourcesTest, ARegisterHasAValueInEachPipe) {
-    int32_t size = 0;
-    EXPECT_EQ(pipe_stful_query_get_sizes(session, device, stateful, &size), VL_MODEL_OK);
-    EXPECT_EQ(size, VL_MODEL_DEFAULT_PIPES);
-    EXPECT_EQ(pipe_stful_query_get_sizes(session, pipe_2, stateful, &size), VL_MODEL_OK);
-    EXPECT_EQ(size, 1);
+    EXPECT_EQ(output_of(pipe_stful_query_get_sizes, session, device, stateful), VL_MODEL_DEFAULT_PIPES);
+    EXPECT_EQ(output_of(pipe_stful_query_get_sizes, session, pipe_2, stateful), 1);
 
     EXPECT_EQ(write_cell(5, pipe_2, 7), VL_MODEL_OK);
     EXPECT_EQ(cell(5), (Words{0, 0, 7, 0}));
@@ -282,7 +275,7 @@ TEST_F(ResourcesTest, ARegisterHasAValueInEachPipe) {
 
     ASSERT_EQ(vl_model_device_set_pipes(3, 2), VL_MODEL_OK);
     EXPECT_EQ(cell(0), (Words{7, 7}));
-    EXPECT_EQ(pipe_stful_query_get_sizes(session, pipe_2, stateful, &size), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(output_of(pipe_stful_query_get_sizes, session, pipe_2, stateful), std::nullopt);
     ASSERT_EQ(vl_model_device_set_pipes(3, 3), VL_MODEL_OK);
     EXPECT_EQ(cell(0), (Words{7, 7, 0}));
     EXPECT_EQ(vl_model_device_set_pipes(3, 0), VL_MODEL_INVALID);

@@ -36,14 +36,10 @@ protected:
     }
 
     static uint32_t unacked() {
-        uint32_t count = 99;
-        EXPECT_EQ(vl_model_digest_unacked(3, hosts, &count), VL_MODEL_OK);
-        return count;
+        return output_of(vl_model_digest_unacked, 3, hosts).value();
     }
     uint32_t attribute_count() const {
-        uint32_t count = 99;
-        EXPECT_EQ(pipe_mgr_hash_calc_input_field_attribute_count_get(session, 3, crc32, 0x21000002, &count), 0U);
-        return count;
+        return output_of(pipe_mgr_hash_calc_input_field_attribute_count_get, session, 3, crc32, 0x21000002).value();
     }
     pipe_status add(uint32_t set, uint32_t pipe, uint32_t value, uint32_t* handle) const {
         return pipe_mgr_pvs_entry_add(session, 3, set, 0, pipe, 1, value, 0xFFFF, handle);
@@ -107,12 +103,9 @@ TEST_F(ServicesTest, DigestsStayUntilTheyAreAcknowledged) {
     EXPECT_EQ(pipe_mgr_flow_lrn_notify_ack(session, hosts, kept), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(unacked(), 0U);
 
-    uint32_t timeout = 1;
-    EXPECT_EQ(vl_model_learning_timeout(3, &timeout), VL_MODEL_OK);
-    EXPECT_EQ(timeout, 0U);
+    EXPECT_EQ(output_of(vl_model_learning_timeout, 3), 0U);
     EXPECT_EQ(pipe_mgr_flow_lrn_set_timeout(session, 3, 500), VL_MODEL_OK);
-    EXPECT_EQ(vl_model_learning_timeout(3, &timeout), VL_MODEL_OK);
-    EXPECT_EQ(timeout, 500U);
+    EXPECT_EQ(output_of(vl_model_learning_timeout, 3), 500U);
 }
 
 TEST_F(ServicesTest, ValueSetsListEachPipeSeparately) {
@@ -124,11 +117,9 @@ TEST_F(ServicesTest, ValueSetsListEachPipeSeparately) {
     EXPECT_EQ(add(505, 0, 4789, &refused), VL_MODEL_UNKNOWN_RESOURCE);
     EXPECT_EQ(refused, 77U);
 
-    uint32_t found = 0, count = 0;
-    EXPECT_EQ(pipe_mgr_pvs_entry_get_count(session, 3, 506, 0, 0, 1, 0, &count), VL_MODEL_OK);
-    EXPECT_EQ(count, 2U);
-    EXPECT_EQ(pipe_mgr_pvs_entry_get_first(session, 3, 506, 0, 0, 1, &found), VL_MODEL_OK);
-    EXPECT_EQ(found, first);
+    uint32_t found = 0;
+    EXPECT_EQ(output_of(pipe_mgr_pvs_entry_get_count, session, 3, 506, 0, 0, 1, 0), 2U);
+    EXPECT_EQ(output_of(pipe_mgr_pvs_entry_get_first, session, 3, 506, 0, 0, 1), first);
     EXPECT_EQ(walk(0, first, 3), (Handles{second, PIPE_HDL_END, 7}));
     EXPECT_EQ(walk(0, first, 1), (Handles{second}));
     EXPECT_EQ(pipe_mgr_pvs_entry_get_first(session, 3, 507, 0, 0, 1, &found), VL_MODEL_NOT_FOUND);
@@ -136,8 +127,7 @@ TEST_F(ServicesTest, ValueSetsListEachPipeSeparately) {
 
     EXPECT_EQ(pipe_mgr_pvs_entry_modify(session, 3, 506, first, 8472, 0xFFFF), VL_MODEL_EXISTS);
     EXPECT_EQ(pipe_mgr_pvs_entry_modify(session, 3, 506, first, 4790, 0xFF), VL_MODEL_OK);
-    EXPECT_EQ(pipe_mgr_pvs_entry_handle_get(session, 3, 506, 0, 0, 1, 4790, 0xFF, &found), VL_MODEL_OK);
-    EXPECT_EQ(found, first);
+    EXPECT_EQ(output_of(pipe_mgr_pvs_entry_handle_get, session, 3, 506, 0, 0, 1, 4790, 0xFF), first);
     EXPECT_EQ(pipe_mgr_pvs_entry_handle_get(session, 3, 506, 0, 0, 1, 4789, 0xFFFF, &found), VL_MODEL_NOT_FOUND);
     uint32_t value = 0, mask = 0, pipe = 9;
     EXPECT_EQ(pipe_mgr_pvs_entry_get(session, 3, 506, elsewhere, &value, &mask, nullptr, &pipe, nullptr), VL_MODEL_OK);
@@ -177,9 +167,7 @@ TEST_F(ServicesTest, HashesAreTheKnownAlgorithms) {
         seed = seed << 8 | byte;
     EXPECT_EQ(pipe_mgr_hash_calc_seed_set(session, 3, crc32, seed), VL_MODEL_OK);
     EXPECT_EQ(hash(crc32, "9", 4), crc);
-    uint64_t read = 0;
-    EXPECT_EQ(pipe_mgr_hash_calc_seed_get(session, 3, crc32, &read), VL_MODEL_OK);
-    EXPECT_EQ(read, seed);
+    EXPECT_EQ(output_of(pipe_mgr_hash_calc_seed_get, session, 3, crc32), seed);
     EXPECT_EQ(pipe_mgr_hash_calc_seed_set(session, 3, identity, 0x0102), VL_MODEL_OK);
     EXPECT_EQ(hash(identity, "123", 3), (Bytes{'1', '2' ^ 1, '3' ^ 2}));
 }
@@ -214,12 +202,15 @@ TEST_F(ServicesTest, AlgorithmsInputsAndAttributes) {
 }
 
 TEST_F(ServicesTest, SnapshotsCaptureOnceATriggerIsSet) {
-    uint32_t hdl = 0, other = 0, total = 0, stage_size = 0, count = 9;
+    uint32_t hdl = 0, other = 0, refused = 77, total = 0, stage_size = 0, count = 9;
     ASSERT_EQ(bf_snapshot_create(3, 1, 2, 4, 1, &hdl), VL_MODEL_OK);
     ASSERT_EQ(bf_snapshot_create(3, PIPE_ALL_PIPES, 0, 0, 0, &other), VL_MODEL_OK);
     EXPECT_EQ(hdl >> 1 & 1, 1U); // the direction
     EXPECT_EQ(other >> 1 & 1, 0U);
-    EXPECT_EQ(bf_snapshot_create(3, 1, 4, 2, 0, &other), VL_MODEL_INVALID);
+    EXPECT_EQ(bf_snapshot_create(3, 1, 4, 2, 0, &refused), VL_MODEL_INVALID);
+    EXPECT_EQ(bf_snapshot_create(3, VL_MODEL_DEFAULT_PIPES, 0, 0, 0, &refused), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(bf_snapshot_create(3, UINT32_MAX, 0, 0, 0, &refused), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(refused, 77U);
     ASSERT_EQ(bf_snapshot_capture_phv_fields_dict_size(hdl, &total, &stage_size), VL_MODEL_OK);
     ASSERT_EQ(stage_size, uint32_t{VL_MODEL_SNAPSHOT_STAGE_SIZE});
     ASSERT_EQ(total, 3 * stage_size);
@@ -252,6 +243,10 @@ TEST_F(ServicesTest, SnapshotsCaptureOnceATriggerIsSet) {
 
     EXPECT_EQ(bf_snapshot_capture_trigger_set(hdl, records.data(), records.data()), VL_MODEL_OK); // starts anew
     expect_captures(BF_SNAPSHOT_ARMED, 0);
+    EXPECT_EQ(bf_snapshot_capture_trigger_set(other, records.data(), records.data()), VL_MODEL_OK);
+    EXPECT_EQ(bf_snapshot_capture_get(other, 9, buffer.data(), &control, &count), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(vl_model_snapshot_match(other, 9, 0, records.data(), 1), VL_MODEL_OUT_OF_RANGE);
+    EXPECT_EQ(vl_model_snapshot_match(other, 3, 0, records.data(), 1), VL_MODEL_OK);
     EXPECT_EQ(bf_snapshot_delete(hdl), VL_MODEL_OK);
     EXPECT_EQ(bf_snapshot_capture_phv_fields_dict_size(hdl, &total, &stage_size), VL_MODEL_NOT_FOUND);
     EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK);

@@ -4,7 +4,6 @@
 #include <array>
 #include <cstring>
 #include <map>
-#include <memory>
 #include <random>
 #include <vector>
 
@@ -79,17 +78,6 @@ struct Action {
     }
 };
 
-// What a read returns. Keys have 5 bytes.
-struct Reading {
-    Bytes key = Bytes(5);
-    Bytes mask = Bytes(5);
-    Bytes data;
-    pipe_match_record match{};
-    pipe_action_record action{};
-    uint32_t action_hdl = 0;
-    pipe_status status = 0;
-};
-
 class ModelTest : public DeviceTest {
 protected:
     void SetUp() override {
@@ -114,19 +102,6 @@ protected:
         return handle;
     }
 
-    std::unique_ptr<Reading> read(uint32_t tbl, uint32_t handle, bool from_hw = false, uint16_t room = 32) const {
-        auto r = std::make_unique<Reading>();
-        r->data.resize(room);
-        r->match.key_bytes = r->key.data();
-        r->match.mask_bytes = r->mask.data();
-        r->match.key_len = 5;
-        r->action.action.data = r->data.data();
-        r->action.action.data_len = room;
-        r->status = pipe_mgr_get_entry(session, tbl, device, handle, &r->match, &r->action, &r->action_hdl,
-                                       from_hw ? 1 : 0, 1, 0);
-        return r;
-    }
-
     pipe_status remove(uint32_t entry) const {
         return pipe_mgr_mat_ent_del(session, 3, hosts, entry, 0);
     }
@@ -147,22 +122,19 @@ TEST_F(ModelTest, EntryComesBackAsSent) {
     const Key key({1, 2, 3, 4, 0}, {0xFF, 0xFF, 0xFF, 0xF0, 0}, 40, 12, 0x1234);
     uint32_t handle = 0;
     ASSERT_EQ(add(routes, key, forward, Action({1, 0xFF}, 9), &handle), VL_MODEL_OK);
-    const auto r = read(routes, handle);
-    EXPECT_EQ(r->key, key.key);
-    EXPECT_EQ(r->mask, key.mask);
-    EXPECT_EQ(r->match.partition_index, 0x1234U);
-    EXPECT_EQ(r->match.priority, 12U);
-    EXPECT_EQ(r->match.key_bits, 40);
-    EXPECT_EQ(r->action.kind, PIPE_KIND_ACTION_DATA);
-    EXPECT_EQ(r->action_hdl, forward);
-    EXPECT_EQ(r->action.action.data_len, 2);
-    EXPECT_EQ(r->data[0], 1);
-    EXPECT_EQ(r->data[1], 0xFF);
+    Reading expected{.key = {1, 2, 3, 4},
+                     .mask = {0xFF, 0xFF, 0xFF, 0xF0},
+                     .data = {1, 0xFF},
+                     .match = {nullptr, nullptr, 0x1234, 12, 40, 5, 0},
+                     .action = {PIPE_KIND_ACTION_DATA, 0, {}, {9, 2, 0, nullptr}, 0, 0, {}},
+                     .action_hdl = forward,
+                     .status = VL_MODEL_OK};
+    EXPECT_EQ(read(routes, handle), expected);
 
     // A read writes no more than there is room for.
-    const auto little = read(routes, handle, false, 1);
-    EXPECT_EQ(little->action.action.data_len, 1);
-    EXPECT_EQ(little->data, Bytes{1});
+    expected.action.action.data_len = 1;
+    expected.data[1] = 0;
+    EXPECT_EQ(read(routes, handle, false, 1), expected);
 }
 
 TEST_F(ModelTest, IdentityIsPartitionKeyMaskAndPriority) {
@@ -230,26 +202,26 @@ TEST_F(ModelTest, ModifyKeepsUnchangedSlotsOnly) {
     Action sent({0, 1}, 9);
     sent.slot(0, counter, PIPE_SLOT_ATTACHED, 0xAA).slot(3, counter + 1, PIPE_SLOT_DETACHED, 0xBB);
     const uint32_t handle = add_host(1, forward, sent);
-    const auto added = read(hosts, handle);
-    EXPECT_EQ(std::memcmp(added->action.slots, sent.record.slots, sizeof(sent.record.slots)), 0);
-    EXPECT_EQ(added->action.resource_count, 4);
+    const Reading added = read(hosts, handle);
+    EXPECT_EQ(std::memcmp(added.action.slots, sent.record.slots, sizeof(sent.record.slots)), 0);
+    EXPECT_EQ(added.action.resource_count, 4);
 
     Action unchanged;
     unchanged.slot(0, counter, PIPE_SLOT_UNCHANGED, 0);
     ASSERT_EQ(set_action(handle, drop, unchanged), VL_MODEL_OK);
-    const auto modified = read(hosts, handle);
-    EXPECT_EQ(modified->action_hdl, drop);
-    EXPECT_EQ(modified->action.action.data_len, 0);
-    EXPECT_EQ(modified->action.slots[0].spec[0], 0xAA);
-    EXPECT_EQ(modified->action.slots[0].tag, uint32_t{PIPE_SLOT_ATTACHED});
-    EXPECT_EQ(modified->action.slots[3].resource_hdl, 0U);
+    const Reading modified = read(hosts, handle);
+    EXPECT_EQ(modified.action_hdl, drop);
+    EXPECT_EQ(modified.action.action.data_len, 0);
+    EXPECT_EQ(modified.action.slots[0].spec[0], 0xAA);
+    EXPECT_EQ(modified.action.slots[0].tag, uint32_t{PIPE_SLOT_ATTACHED});
+    EXPECT_EQ(modified.action.slots[3].resource_hdl, 0U);
 
     Action detached;
     detached.slot(0, counter, PIPE_SLOT_DETACHED, 0);
     const Key key = host(1);
     ASSERT_EQ(pipe_mgr_mat_ent_set_action_by_match_spec(session, device, hosts, &key.record, drop, &detached.record, 0),
               VL_MODEL_OK);
-    EXPECT_EQ(read(hosts, handle)->action.slots[0].spec[0], 0);
+    EXPECT_EQ(read(hosts, handle).action.slots[0].spec[0], 0);
 }
 
 TEST_F(ModelTest, WalkGoesOnFromDeletedEntries) {
@@ -292,7 +264,7 @@ TEST_F(ModelTest, AgreesWithAMapInRandomOrder) {
     for (const auto& [address, handle] : expected) {
         handles.push_back(handle);
         ASSERT_EQ(find(hosts, host(address)), handle);
-        ASSERT_EQ(read(hosts, handle)->key, host(address).key);
+        ASSERT_EQ(std::memcmp(read(hosts, handle).key, host(address).key.data(), 5), 0);
     }
     std::sort(handles.begin(), handles.end());
     EXPECT_EQ(walk(hosts), handles); // so no two entries share a handle
@@ -314,9 +286,9 @@ TEST_F(ModelTest, DefaultEntry) {
     ASSERT_EQ(set_default(hosts, miss, Action({9}, 8), &handle), VL_MODEL_OK);
     EXPECT_EQ(read_action(hosts), miss);
     EXPECT_NE(handle, PIPE_HDL_END);
-    const auto r = read(hosts, handle);
-    EXPECT_EQ(r->match.key_len, 0);
-    EXPECT_EQ(r->data[0], 9);
+    const Reading r = read(hosts, handle);
+    EXPECT_EQ(r.match.key_len, 0);
+    EXPECT_EQ(r.data[0], 9);
     EXPECT_EQ(rows_of(hosts), 0U);
     EXPECT_TRUE(walk(hosts).empty());
 
@@ -329,28 +301,28 @@ TEST_F(ModelTest, DefaultEntry) {
 
 TEST_F(ModelTest, HardwareDiffersUntilTheNextWrite) {
     const uint32_t handle = add_host(1, forward, Action({0, 1}, 9));
-    const auto set_data = [](vl_model::EntryImage& image) { image.data[1] = 0x55; };
-    ASSERT_EQ(vl_model::edit_hardware(3, hosts, handle, set_data), VL_MODEL_OK);
-    EXPECT_EQ(read(hosts, handle, true)->data[1], 0x55);
-    EXPECT_EQ(read(hosts, handle, false)->data[1], 1);
-    EXPECT_EQ(read(hosts, handle, true)->key, host(1).key);
+    Reading expected = read(hosts, handle);
+    ASSERT_EQ(vl_model::edit_hardware(3, hosts, handle, [](auto& image) { image.data[1] = 0x55; }), VL_MODEL_OK);
+    EXPECT_EQ(read(hosts, handle), expected);
+    expected.data[1] = 0x55;
+    EXPECT_EQ(read(hosts, handle, true), expected);
 
     ASSERT_EQ(set_action(handle, forward, Action({0, 2}, 9)), VL_MODEL_OK);
-    EXPECT_EQ(read(hosts, handle, true)->data[1], 2);
+    EXPECT_EQ(read(hosts, handle, true).data[1], 2);
 
     ASSERT_EQ(vl_model::drop_hardware(3, hosts, handle), VL_MODEL_OK);
-    EXPECT_EQ(read(hosts, handle, true)->status, VL_MODEL_NOT_FOUND);
-    EXPECT_EQ(read(hosts, handle, false)->status, VL_MODEL_OK);
+    EXPECT_EQ(read(hosts, handle, true).status, VL_MODEL_NOT_FOUND);
+    EXPECT_EQ(read(hosts, handle, false).status, VL_MODEL_OK);
 
     // A reused handle doesn't inherit the hardware of its last entry.
     ASSERT_EQ(remove(handle), VL_MODEL_OK);
     ASSERT_EQ(add_host(2), handle);
-    EXPECT_EQ(read(hosts, handle, true)->status, VL_MODEL_OK);
+    EXPECT_EQ(read(hosts, handle, true).status, VL_MODEL_OK);
 
     const uint32_t fallback = default_entry(hosts);
     ASSERT_EQ(vl_model::edit_hardware(3, hosts, fallback, [](auto& image) { image.action_hdl = miss; }), VL_MODEL_OK);
-    EXPECT_EQ(read(hosts, fallback, true)->action_hdl, miss);
-    EXPECT_EQ(read(hosts, fallback, false)->action_hdl, drop);
+    EXPECT_EQ(read(hosts, fallback, true).action_hdl, miss);
+    EXPECT_EQ(read(hosts, fallback, false).action_hdl, drop);
 }
 
 TEST_F(ModelTest, FaultsRefuseTheirCallAndNoOther) {
@@ -405,8 +377,8 @@ TEST_F(ModelTest, RecordsCallsAsTheyCameIn) {
     EXPECT_EQ(calls[0].action->slots[0].spec[0], 5);
     EXPECT_EQ(calls[0].action->reserved[5], 0xEE);
     // The record of a read shows what the caller sent, not the answer.
-    EXPECT_EQ(calls[1].action->data, Bytes(32));
-    EXPECT_EQ(calls[1].match->key, Bytes(5));
+    EXPECT_EQ(calls[1].action->data, Bytes(8));
+    EXPECT_EQ(calls[1].match->key, Bytes(8));
     EXPECT_EQ(calls[1].action->kind, 0);
     EXPECT_EQ(calls[2].status, 99U);
     EXPECT_EQ(calls[3].text, "here:7");
@@ -416,16 +388,16 @@ TEST_F(ModelTest, RecordsCallsAsTheyCameIn) {
 TEST_F(ModelTest, AnswerHookHasTheLastWord) {
     const uint32_t handle = add_host(1);
     vl_model::set_answer_hook([](pipe_match_record& match, pipe_action_record& action, uint32_t& action_hdl) {
-        match.key_bytes = nullptr;
+        match.key_len = 1;
         action.kind = PIPE_KIND_GROUP;
         action_hdl = 0xBAD;
     });
-    const auto r = read(hosts, handle);
-    EXPECT_EQ(r->match.key_bytes, nullptr);
-    EXPECT_EQ(r->action.kind, PIPE_KIND_GROUP);
-    EXPECT_EQ(r->action_hdl, 0xBADU);
+    const Reading r = read(hosts, handle);
+    EXPECT_EQ(r.match.key_len, 1);
+    EXPECT_EQ(r.action.kind, PIPE_KIND_GROUP);
+    EXPECT_EQ(r.action_hdl, 0xBADU);
     vl_model::set_answer_hook({});
-    EXPECT_EQ(read(hosts, handle)->action_hdl, drop);
+    EXPECT_EQ(read(hosts, handle).action_hdl, drop);
 }
 
 TEST_F(ModelTest, TestsAnswerCallsInPlaceOfTheDriver) {
