@@ -26,22 +26,18 @@ constexpr uint32_t members = 0x2000001;
 constexpr uint32_t groups = 0x3000001;
 constexpr uint32_t digest = 0x9000000;
 constexpr uint32_t action = 0x20000001;
-constexpr pipe_dev_tgt device{.dev_id = 3, .pipe_id = PIPE_ALL_PIPES, .reserved = 0};
 
 constexpr vl_model_action actions[] = {
     {.handle = action, .data_bits = 8, .data_len = 1, .for_entries = 1, .for_default = 1}};
 
-pipe_sess_hdl session = 0;
+using Step = std::function<void()>;
 
-// What a callback does. Callbacks that take no cookie use `without_cookie`.
-struct Cookie {
-    std::function<void()> body;
-};
+// A cookie is what its callback does. Callbacks that take no cookie use `without_cookie`.
+using Cookie = Step;
 Cookie* without_cookie = nullptr;
 
 void run(void* cookie) {
-    // A copy: the body may free its cookie.
-    const std::function<void()> body = static_cast<Cookie*>(cookie)->body;
+    const Cookie body = *static_cast<Cookie*>(cookie); // a copy: the body may free its cookie
     body();
 }
 
@@ -65,11 +61,8 @@ struct CallbackFor {
         return cookie != nullptr ? on_call<Args...> : nullptr;
     }
 };
-pipe_status on_device(pipe_dev_id) {
-    run(without_cookie);
-    return VL_MODEL_OK;
-}
-pipe_status on_state(pipe_dev_id, cJSON*) {
+template <class... Args>
+pipe_status on_client(Args...) {
     run(without_cookie);
     return VL_MODEL_OK;
 }
@@ -79,29 +72,6 @@ void on_row(pipe_sess_hdl, pipe_dev_id, pipe_tbl_hdl, pipe_act_hdl, pipe_grp_hdl
 
 bf_drv_client_hdl client = 0;
 
-void add_member(pipe_mbr_hdl* handle) {
-    uint8_t data = 0;
-    pipe_action_record record{};
-    record.action = {8, 1, 0, &data};
-    EXPECT_EQ(pipe_mgr_adt_ent_add(session, device, members, action, 0, &record, handle, 0), VL_MODEL_OK);
-}
-
-void set_default_entry(pipe_mbr_hdl member) {
-    pipe_action_record record{};
-    record.kind = PIPE_KIND_MEMBER;
-    record.member_hdl = member;
-    uint32_t entry = 0;
-    EXPECT_EQ(pipe_mgr_mat_default_entry_set(session, device, table, action, &record, 0, &entry), VL_MODEL_OK);
-}
-
-pipe_grp_hdl add_group() {
-    pipe_grp_hdl group = 0;
-    EXPECT_EQ(pipe_mgr_sel_grp_add(session, device, groups, 0, 0, PIPE_SEL_GRP_MARK, &group, 0), VL_MODEL_OK);
-    return group;
-}
-
-using Step = std::function<void()>;
-
 // A kind of callback: how it is registered, what makes the driver call it, and what ends the registration.
 struct Kind {
     std::string name;
@@ -110,56 +80,89 @@ struct Kind {
     std::vector<Step> ends;
 };
 
-void no_end() {}
+class CallbacksTest : public support::DeviceTest {
+protected:
+    // Starts anew with a device that has one entry, which times out after 10 milliseconds.
+    void restart() {
+        alarm(60); // ends the program if threads wait for each other
+        vl_model_table tables[] = {support::model_table(table, VL_MODEL_KEYLESS, 0, actions),
+                                   support::model_table(ageing_table, VL_MODEL_EXACT, 8, actions)};
+        tables[0].data_table = members;
+        tables[0].selector = groups;
+        tables[1].idle_time = 1;
+        constexpr vl_model_digest digests[] = {{digest, 1}};
+        start({.name = "p", .tables = tables, .table_count = 2, .digests = digests, .digest_count = 1});
 
-void add_any_member() {
-    pipe_mbr_hdl member = 0;
-    add_member(&member);
-}
+        pipe_idle_params params{};
+        params.mode = PIPE_IDLE_MODE_NOTIFY;
+        ASSERT_EQ(pipe_mgr_idle_set_params(session, 3, ageing_table, params), VL_MODEL_OK);
+        ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, ageing_table, 1), VL_MODEL_OK);
+        uint8_t data = 0;
+        uint32_t entry = 0;
+        const pipe_action_record record{PIPE_KIND_ACTION_DATA, 0, {}, {8, 1, 0, &data}, 0, 0, {}};
+        ASSERT_EQ(add_exact(ageing_table, {1}, action, record, &entry, 10), VL_MODEL_OK);
+    }
+    pipe_mbr_hdl add_member() const {
+        uint8_t data = 0;
+        pipe_mbr_hdl member = 0;
+        const pipe_action_record record{0, 0, {}, {8, 1, 0, &data}, 0, 0, {}};
+        EXPECT_EQ(pipe_mgr_adt_ent_add(session, device, members, action, 0, &record, &member, 0), VL_MODEL_OK);
+        return member;
+    }
+    void set_default_entry() const {
+        const pipe_action_record record{PIPE_KIND_MEMBER, 0, {}, {}, add_member(), 0, {}};
+        uint32_t entry = 0;
+        EXPECT_EQ(pipe_mgr_mat_default_entry_set(session, device, table, action, &record, 0, &entry), VL_MODEL_OK);
+    }
+    pipe_grp_hdl add_group() const {
+        pipe_grp_hdl group = 0;
+        EXPECT_EQ(pipe_mgr_sel_grp_add(session, device, groups, 0, 0, PIPE_SEL_GRP_MARK, &group, 0), VL_MODEL_OK);
+        return group;
+    }
+    std::vector<Kind> kinds();
+    template <class Body>
+    void for_each_end(Body body);
+};
 
-std::vector<Kind> kinds() {
-    static Cookie other{no_end};
+std::vector<Kind> CallbacksTest::kinds() {
+    static Cookie other = [] {};
     const Step remove_device = [] { EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK); };
-    const Step reset = [] { vl_model_reset(); };
+    const Step add_row = [this] { add_member(); };
     std::vector<Kind> all;
     all.push_back(
         {"digest",
-         [](Cookie* cookie) { pipe_mgr_lrn_digest_notification_register(session, 3, digest, on_digest, cookie); },
+         [this](Cookie* cookie) { pipe_mgr_lrn_digest_notification_register(session, 3, digest, on_digest, cookie); },
          [] {
              const uint8_t entry = 42;
              vl_model_digest_raise(3, digest, &entry, 1);
          },
-         {[] { pipe_mgr_lrn_digest_notification_deregister(session, 3, digest); }, remove_device, reset}});
+         {[this] { pipe_mgr_lrn_digest_notification_deregister(session, 3, digest); }, remove_device}});
 
     // Kinds that end when another callback, or null, is registered.
     const std::tuple<const char*, std::function<void(Cookie*)>, Step> replaceable[] = {
-        {"time-out", [](Cookie* c) { pipe_mgr_idle_register_tmo_cb(session, 3, ageing_table, CallbackFor{c}, c); },
+        {"time-out", [this](Cookie* c) { pipe_mgr_idle_register_tmo_cb(session, 3, ageing_table, CallbackFor{c}, c); },
          [] { vl_model_clock_advance(10); }},
-        {"entry", [](Cookie* c) { pipe_register_mat_update_cb(session, 3, table, CallbackFor{c}, c); },
-         [] {
-             pipe_mbr_hdl member = 0;
-             add_member(&member);
-             set_default_entry(member);
-         }},
-        {"member", [](Cookie* c) { pipe_register_adt_update_cb(session, device, members, CallbackFor{c}, c); },
-         add_any_member},
-        {"group", [](Cookie* c) { pipe_register_sel_update_cb(session, device, groups, CallbackFor{c}, c); },
-         add_group},
-        {"position", [](Cookie* c) { pipe_mgr_sel_tbl_register_cb(0, device, groups, CallbackFor{c}, c); }, add_group},
+        {"entry", [this](Cookie* c) { pipe_register_mat_update_cb(session, 3, table, CallbackFor{c}, c); },
+         [this] { set_default_entry(); }},
+        {"member", [this](Cookie* c) { pipe_register_adt_update_cb(session, device, members, CallbackFor{c}, c); },
+         add_row},
+        {"group", [this](Cookie* c) { pipe_register_sel_update_cb(session, device, groups, CallbackFor{c}, c); },
+         [this] { add_group(); }},
+        {"position", [this](Cookie* c) { pipe_mgr_sel_tbl_register_cb(0, device, groups, CallbackFor{c}, c); },
+         [this] { add_group(); }},
         {"log line", [](Cookie* c) { vl_model_log_sink_set(CallbackFor{c}, c); },
          [] { bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "line"); }}};
     for (const auto& [name, start, provoke] : replaceable) {
         all.push_back(
-            {name, start, provoke, {[begin = start] { begin(nullptr); }, [begin = start] { begin(&other); }, reset}});
+            {name, start, provoke, {[begin = start] { begin(nullptr); }, [begin = start] { begin(&other); }}});
         if (all.back().name != "log line") all.back().ends.push_back(remove_device);
     }
 
     const auto register_client = [](Cookie* cookie) {
         without_cookie = cookie;
         bf_drv_client_callbacks callbacks{};
-        callbacks.device_remove = on_device;
-        callbacks.state_log = on_state;
-        callbacks.state_restore = on_state;
+        callbacks.device_remove = on_client;
+        callbacks.state_log = callbacks.state_restore = on_client;
         bf_drv_register("client", &client);
         bf_drv_client_register_callbacks(client, &callbacks, 1);
     };
@@ -172,16 +175,16 @@ std::vector<Kind> kinds() {
         {"state log", [] { std::free(vl_model_state_log(3)); }},
         {"state restore", [] { vl_model_state_restore(3, R"({"client":{}})"); }}};
     for (const auto& [name, provoke] : of_clients)
-        all.push_back({name, register_client, provoke, {[] { bf_drv_deregister(client); }, register_none, reset}});
+        all.push_back({name, register_client, provoke, {[] { bf_drv_deregister(client); }, register_none}});
 
-    static constexpr auto restore = [](pipe_adt_sel_restore_cb callback) {
+    const auto restore = [this](pipe_adt_sel_restore_cb callback) {
         pipe_mgr_hitless_ha_restore_virtual_dev_state(3, session, 0, 0, 0, callback);
     };
-    const Step restore_again = [] {
+    const Step restore_again = [restore] {
         restore([](uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t, uint32_t) {});
     };
     all.push_back({"replayed row",
-                   [](Cookie* cookie) {
+                   [restore](Cookie* cookie) {
                        without_cookie = &other;
                        restore(on_row);
                        without_cookie = cookie;
@@ -190,81 +193,48 @@ std::vector<Kind> kinds() {
                        const vl_model_row row{};
                        vl_model_replay_row(&row);
                    },
-                   {restore_again, reset}});
+                   {restore_again}});
     all.push_back({"row of a replay",
-                   [](Cookie* cookie) {
-                       for (pipe_mbr_hdl member = 0; member < 2;) // of two rows
-                           add_member(&member);
+                   [add_row](Cookie* cookie) {
+                       add_row();
+                       add_row();
                        without_cookie = cookie;
                    },
-                   [] { restore(on_row); },
-                   {restore_again, reset}});
+                   [restore] { restore(on_row); },
+                   {restore_again}});
     all.push_back({"answer hook",
                    [](Cookie* cookie) {
                        vl_model::set_member_answer_hook([cookie](pipe_action_data&, uint32_t&) { run(cookie); });
                    },
-                   [] {
-                       pipe_mbr_hdl member = 0;
-                       add_member(&member);
+                   [this] {
                        pipe_action_data data{};
                        uint32_t act = 0;
-                       pipe_mgr_get_action_data_entry(members, device, member, &data, &act, 0);
+                       pipe_mgr_get_action_data_entry(members, device, add_member(), &data, &act, 0);
                    },
-                   {[] { vl_model::set_member_answer_hook({}); }, reset}});
+                   {[] { vl_model::set_member_answer_hook({}); }}});
+    for (Kind& kind : all)
+        kind.ends.emplace_back(vl_model_reset);
     return all;
-}
-
-// Starts anew with a device that has one entry, which times out after 10 milliseconds.
-void set_up() {
-    vl_model_reset();
-    ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
-    vl_model_table tables[] = {support::model_table(table, VL_MODEL_KEYLESS, 0, actions),
-                               support::model_table(ageing_table, VL_MODEL_EXACT, 8, actions)};
-    tables[0].data_table = members;
-    tables[0].selector = groups;
-    tables[1].idle_time = 1;
-    constexpr vl_model_digest digests[] = {{digest, 1}};
-    const vl_model_pipeline pipeline{
-        .name = "p", .tables = tables, .table_count = 2, .digests = digests, .digest_count = 1};
-    ASSERT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
-
-    pipe_idle_params params{};
-    params.mode = PIPE_IDLE_MODE_NOTIFY;
-    ASSERT_EQ(pipe_mgr_idle_set_params(session, 3, ageing_table, params), VL_MODEL_OK);
-    ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, ageing_table, 1), VL_MODEL_OK);
-    uint8_t bytes[] = {1, 0xFF, 0};
-    const pipe_match_record match = {&bytes[0], &bytes[1], 0, 0, 8, 1, 0};
-    pipe_action_record record{};
-    record.kind = PIPE_KIND_ACTION_DATA;
-    record.action = {8, 1, 0, &bytes[2]};
-    uint32_t entry = 0;
-    ASSERT_EQ(pipe_mgr_mat_ent_add(session, device, ageing_table, &match, action, &record, 10, 0, &entry), VL_MODEL_OK);
-}
-
-// Ends the program if threads wait for each other.
-void stop_if_it_hangs() {
-    alarm(60);
 }
 
 // Runs the body for every kind of callback and every way to end its registration.
 template <class Body>
-void for_each_end(Body body) {
+void CallbacksTest::for_each_end(Body body) {
     for (const Kind& kind : kinds()) {
         for (size_t i = 0; i < kind.ends.size(); ++i) {
             SCOPED_TRACE(kind.name + ", end " + std::to_string(i));
-            stop_if_it_hangs();
-            set_up();
+            restart();
             body(kind, i);
         }
     }
 }
 
-TEST(CallbacksTest, TheEndOfARegistrationWaitsForItsCallback) {
+TEST_F(CallbacksTest, TheEndOfARegistrationWaitsForItsCallback) {
     for_each_end([](const Kind& kind, size_t end) {
         std::binary_semaphore entered{0}, go_on{0};
         bool has_left = false;
         auto cookie = std::make_unique<Cookie>();
-        cookie->body = [&] {
+        *cookie = [&] {
             entered.release();
             go_on.acquire();
             has_left = true;
@@ -284,11 +254,11 @@ TEST(CallbacksTest, TheEndOfARegistrationWaitsForItsCallback) {
     });
 }
 
-TEST(CallbacksTest, ACallbackMayEndItsOwnRegistration) {
+TEST_F(CallbacksTest, ACallbackMayEndItsOwnRegistration) {
     for_each_end([](const Kind& kind, size_t end) {
         int calls = 0;
         auto cookie = std::make_unique<Cookie>();
-        cookie->body = [&] {
+        *cookie = [&] {
             ++calls;
             if (kind.name == "digest" && end != 0) return; // the message would go with the device
             kind.ends[end]();
@@ -300,21 +270,19 @@ TEST(CallbacksTest, ACallbackMayEndItsOwnRegistration) {
     });
 }
 
-TEST(CallbacksTest, AChangeIsNotReportedToAnEndedRegistration) {
-    set_up();
-    pipe_mbr_hdl first = 0, second = 0;
-    add_member(&first);
-    add_member(&second);
+TEST_F(CallbacksTest, AChangeIsNotReportedToAnEndedRegistration) {
+    restart();
     const pipe_grp_hdl group = add_group();
-    ASSERT_EQ(pipe_mgr_sel_grp_mbr_add(session, 3, groups, group, action, first, 0), VL_MODEL_OK);
-    ASSERT_EQ(pipe_mgr_sel_grp_mbr_add(session, 3, groups, group, action, second, 0), VL_MODEL_OK);
+    for (int i = 0; i < 2; ++i) {
+        ASSERT_EQ(pipe_mgr_sel_grp_mbr_add(session, 3, groups, group, action, add_member(), 0), VL_MODEL_OK);
+    }
     int positions = 0, updates = 0;
-    Cookie on_update{[&] { ++updates; }};
-    Cookie on_first_position{[&] {
+    Cookie on_update = [&] { ++updates; };
+    Cookie on_first_position = [&] {
         ++positions;
         pipe_mgr_sel_tbl_register_cb(0, device, groups, nullptr, nullptr);
         pipe_register_sel_update_cb(session, device, groups, nullptr, nullptr);
-    }};
+    };
     pipe_mgr_sel_tbl_register_cb(0, device, groups, CallbackFor{&on_first_position}, &on_first_position);
     pipe_register_sel_update_cb(session, device, groups, CallbackFor{&on_update}, &on_update);
     ASSERT_EQ(pipe_mgr_sel_grp_del(session, 3, groups, group, 0), VL_MODEL_OK); // two positions and an update
@@ -323,19 +291,18 @@ TEST(CallbacksTest, AChangeIsNotReportedToAnEndedRegistration) {
 }
 
 // Two callbacks run on two threads. Each ends the other's registration, and returns once the other has done the same.
-TEST(CallbacksTest, CallbacksNeverWaitForEachOther) {
+TEST_F(CallbacksTest, CallbacksNeverWaitForEachOther) {
     const std::vector<Kind> all = kinds();
     for (size_t i = 1; i < all.size(); ++i) {
         SCOPED_TRACE(all[i].name);
-        stop_if_it_hangs();
-        set_up();
+        restart();
         std::latch inside{2}, done{2};
         const auto ending = [&](const Kind& other) {
-            return Cookie{[&] {
+            return [&] {
                 inside.arrive_and_wait();
                 other.ends[0]();
                 done.arrive_and_wait();
-            }};
+            };
         };
         Cookie first = ending(all[i]);
         Cookie second = ending(all[0]);
