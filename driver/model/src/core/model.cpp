@@ -148,34 +148,20 @@ uint32_t vl_model_device_set_pipes(uint32_t dev_id, uint32_t count) {
 
 void vl_model_reset(void) {
     Model& m = model();
-    // Destroyed at the end: until end() has waited, a callback may look at their messages.
-    decltype(m.devices) devices;
-    decltype(m.clients) clients;
-    std::shared_ptr<Registration> restore_callback;
-    std::shared_ptr<Registration> log_sink;
+    // Destroyed at the end: until end() has waited, a callback may look at the messages of its device.
+    ModelState old;
     {
         const std::lock_guard lock(m.mutex);
-        m.sessions.clear();
-        devices.swap(m.devices);
+        std::swap<ModelState>(m, old);
         m.placements.remove_all();
-        clients.swap(m.clients);
         clear_member_states();
-        m.now = 0;
-        m.last_member = before_members;
-        m.last_group = before_groups;
-        m.last_value_set_entry = 0;
-        m.last_snapshot = 0;
-        restore_callback = m.restore_callback.replace(nullptr);
-        m.allocations_made = 0;
-        log_sink = m.log_sink.replace(nullptr);
-        m.debug_mode = false;
     }
-    for (const auto& [dev_id, device] : devices)
+    for (const auto& [dev_id, device] : old.devices)
         end_registrations(*device);
-    for (const Client& client : clients)
+    for (const Client& client : old.clients)
         end(client.registration);
-    end(restore_callback);
-    end(log_sink);
+    end(old.restore_callback.registration);
+    end(old.log_sink.registration);
     reset_watch();
 }
 

@@ -172,29 +172,29 @@ constexpr pipe_mbr_hdl before_members = UINT32_C(0x10000000);
 constexpr pipe_grp_hdl before_groups = UINT32_C(0x40000000);
 constexpr uint32_t most_profile_handles = UINT32_C(0x2FFFFFFF); // of each kind
 
-struct Model {
-    std::mutex mutex;
-
-    uint32_t last_session = 0;
+// What a reset sets back to the beginning.
+struct ModelState {
     std::unordered_set<pipe_sess_hdl> sessions;
     std::unordered_map<pipe_dev_id, std::unique_ptr<Device>> devices;
+    std::vector<Client> clients; // in the order of registration
 
-    PlacementStore placements;
     uint64_t now = 0; // milliseconds
     pipe_mbr_hdl last_member = before_members;
     pipe_grp_hdl last_group = before_groups;
     pipe_pvs_ent_hdl last_value_set_entry = 0;
     uint32_t last_snapshot = 0;
     Subscriber<pipe_adt_sel_restore_cb> restore_callback; // of the last restore
-
-    bf_drv_client_hdl last_client = 0;
-    std::vector<Client> clients; // in the order of registration
-
-    std::unordered_set<void*> allocations;
     size_t allocations_made = 0;
-
     Subscriber<vl_model_log_sink> log_sink;
     bool debug_mode = false;
+};
+
+struct Model : ModelState {
+    std::mutex mutex;
+    uint32_t last_session = 0;
+    bf_drv_client_hdl last_client = 0;
+    PlacementStore placements;
+    std::unordered_set<void*> allocations;
 };
 
 Model& model();
