@@ -110,7 +110,8 @@ bool Ageing::hit_state(pipe_ent_hdl ent_hdl) const {
     return copy(ent_hdl).hit_state;
 }
 
-void Ageing::expire(uint64_t now, std::vector<IdleEntry>& expired) {
+std::vector<Ageing::Deadline> Ageing::expire(uint64_t now) {
+    std::vector<Deadline> expired;
     const uint64_t interval = active_.params_a;
     const uint64_t looked_at = interval != 0 ? now - (now - on_since_) % interval : now;
     while (!queue_.empty() && queue_.begin()->first <= looked_at) {
@@ -121,10 +122,11 @@ void Ageing::expire(uint64_t now, std::vector<IdleEntry>& expired) {
         if (deadline > looked_at) {
             enqueue(ent_hdl, entry);
         } else {
-            expired.push_back({deadline, ent_hdl});
+            expired.emplace_back(deadline, ent_hdl);
             entry.expired = true;
         }
     }
+    return expired;
 }
 
 void Ageing::take_back(pipe_ent_hdl ent_hdl) {

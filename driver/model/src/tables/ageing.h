@@ -16,14 +16,10 @@
 
 namespace vl_model {
 
-// An entry that has run out of time, and the time when it did.
-struct IdleEntry {
-    uint64_t deadline;
-    pipe_ent_hdl ent_hdl;
-};
-
 class Ageing {
 public:
+    using Deadline = std::pair<uint64_t, pipe_ent_hdl>; // and its entry
+
     std::optional<pipe_idle_params> params; // take effect when idle time is switched on
     Subscriber<pipe_idle_tmo_cb> time_outs;
 
@@ -49,8 +45,8 @@ public:
     void update_hit_states();
     bool hit_state(pipe_ent_hdl ent_hdl) const;
 
-    // Appends the entries that have run out of time since the last call.
-    void expire(uint64_t now, std::vector<IdleEntry>& expired);
+    // The entries that have run out of time since the last call.
+    std::vector<Deadline> expire(uint64_t now);
     // The next `expire` will give the entry again.
     void take_back(pipe_ent_hdl ent_hdl);
     // False once the entry's time has started again.
@@ -78,7 +74,7 @@ private:
     pipe_idle_params active_{};
     uint64_t on_since_ = 0;
     std::vector<Record> records_; // by handle, as far as needed
-    std::set<std::pair<uint64_t, pipe_ent_hdl>> queue_;
+    std::set<Deadline> queue_;
 };
 
 } // namespace vl_model

@@ -23,15 +23,12 @@ struct TimeOut {
 // In the order of the calls. Tables without a callback keep their time-outs until they get one. The mutex must be held.
 std::vector<TimeOut> take_time_outs(const Model& m) {
     std::vector<TimeOut> time_outs;
-    std::vector<IdleEntry> expired;
     for (const auto& [dev_id, device] : m.devices) {
         for (const auto& [tbl_hdl, table] : device->tables) {
             Ageing* ageing = table->ageing.get();
             if (ageing == nullptr || !ageing->is_on() || ageing->time_outs.callback == nullptr) continue;
-            expired.clear();
-            ageing->expire(m.now, expired);
-            for (const IdleEntry& entry : expired)
-                time_outs.push_back({entry.deadline, dev_id, tbl_hdl, entry.ent_hdl});
+            for (const auto& [deadline, ent_hdl] : ageing->expire(m.now))
+                time_outs.push_back({deadline, dev_id, tbl_hdl, ent_hdl});
         }
     }
     std::sort(time_outs.begin(), time_outs.end());
