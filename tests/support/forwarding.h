@@ -42,13 +42,6 @@ protected:
             vl_model::answer_calls_with(functions, 0);
     }
 
-    // The calls since the last look. Logging and memory don't count.
-    std::vector<Call> driver_calls() {
-        std::vector<Call> made = calls();
-        std::erase_if(made, [](const Call& call) { return call.function.starts_with("bf_sys_"); });
-        return made;
-    }
-
     // These calls were made since the last look, and no others. Returns them.
     std::vector<Call> expect_calls(const std::vector<std::pair<std::string, Words>>& expected) {
         std::vector<Call> made = driver_calls();

@@ -35,9 +35,14 @@ std::vector<vl_model::Call> LibraryTest::calls_of(std::string_view function) {
     return all;
 }
 
-vl_model::Call LibraryTest::only_call() {
+std::vector<vl_model::Call> LibraryTest::driver_calls() {
     std::vector<vl_model::Call> all = calls();
     std::erase_if(all, [](const vl_model::Call& call) { return call.function.starts_with("bf_sys_"); });
+    return all;
+}
+
+vl_model::Call LibraryTest::only_call() {
+    const std::vector<vl_model::Call> all = driver_calls();
     EXPECT_EQ(all.size(), 1u);
     return all.empty() ? vl_model::Call{} : all.front();
 }

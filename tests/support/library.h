@@ -33,10 +33,10 @@ protected:
     LibraryTest();
     ~LibraryTest() override;
 
-    // The one call that reached the driver since the last look. Logging and memory don't count.
-    vl_model::Call only_call();
-    // All calls since the last look, and those of one function.
+    // All calls since the last look; those that aren't for logging or memory; the only such call; those of one function.
     std::vector<vl_model::Call> calls();
+    std::vector<vl_model::Call> driver_calls();
+    vl_model::Call only_call();
     std::vector<vl_model::Call> calls_of(std::string_view function);
     // Lines that went to the driver's log since the last look.
     std::vector<std::string> log_lines();

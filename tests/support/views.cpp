@@ -12,11 +12,6 @@ const uint64_t blob = word(&software);
 
 namespace {
 
-bool all_zero(const void* from, size_t size) {
-    const auto* const bytes = static_cast<const uint8_t*>(from);
-    return std::all_of(bytes, bytes + size, [](uint8_t byte) { return byte == 0; });
-}
-
 // Writes a view to a caller's records, with the bytes in the buffers that the caller attached.
 uint32_t write(const View& view, pipe_action_data& data, uint32_t& action_hdl) {
     if (view.status != 0) return view.status;
@@ -45,13 +40,13 @@ uint32_t write(const View& view, pipe_match_record& match, pipe_action_record& a
 }
 
 void expect_clear(const pipe_match_record& match, const pipe_action_record& action) {
-    EXPECT_TRUE(all_zero(&match.partition_index, sizeof match - offsetof(pipe_match_record, partition_index)));
+    EXPECT_TRUE(is_clear(&match.partition_index, sizeof match - offsetof(pipe_match_record, partition_index)));
     EXPECT_TRUE(match.key_bytes == nullptr ||
-                (all_zero(match.key_bytes, software.key.size()) && all_zero(match.mask_bytes, software.mask.size())));
+                (is_clear(match.key_bytes, software.key.size()) && is_clear(match.mask_bytes, software.mask.size())));
     const auto* const record = reinterpret_cast<const uint8_t*>(&action);
     constexpr size_t pointer = offsetof(pipe_action_record, action.data), behind = pointer + sizeof action.action.data;
-    EXPECT_TRUE(all_zero(record, pointer) && all_zero(record + behind, sizeof action - behind));
-    EXPECT_TRUE(all_zero(action.action.data, 32));
+    EXPECT_TRUE(is_clear(record, pointer) && is_clear(record + behind, sizeof action - behind));
+    EXPECT_TRUE(is_clear(action.action.data, 32));
 }
 
 } // namespace
@@ -68,7 +63,7 @@ void answer_with_views() {
         auto& data = *call.pointer<pipe_action_data>(1);
         EXPECT_EQ(call.args[0], blob);
         EXPECT_EQ(data.data_bits | data.data_len, 0);
-        EXPECT_TRUE(all_zero(data.data, 32));
+        EXPECT_TRUE(is_clear(data.data, 32));
         return write(software, data, *call.pointer<uint32_t>(2));
     });
     vl_model::answer_calls("pipe_mgr_get_entry", [](const vl_model::AnsweredCall& call) {
