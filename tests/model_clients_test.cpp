@@ -189,7 +189,7 @@ void register_client(uint32_t priority) {
     EXPECT_EQ(bf_drv_register(text, &handle), VL_MODEL_EXISTS);
     bf_drv_client_callbacks callbacks{};
     callbacks.device_remove = [](uint32_t dev_id) -> pipe_status {
-        told().push_back(std::string(1, name) + " removes " + std::to_string(dev_id));
+        told.push_back(std::string(1, name) + " removes " + std::to_string(dev_id));
         return VL_MODEL_OK;
     };
     callbacks.state_log = [](uint32_t, cJSON* object) -> pipe_status {
@@ -197,7 +197,7 @@ void register_client(uint32_t priority) {
         return VL_MODEL_OK;
     };
     callbacks.state_restore = [](uint32_t, cJSON* object) -> pipe_status {
-        told().push_back(std::string(1, name) + " gets " + cJSON_GetObjectItem(object, "of")->valuestring);
+        told.push_back(std::string(1, name) + " gets " + cJSON_GetObjectItem(object, "of")->valuestring);
         return VL_MODEL_OK;
     };
     ASSERT_EQ(bf_drv_client_register_callbacks(handle, &callbacks, priority), VL_MODEL_OK);
@@ -219,7 +219,7 @@ TEST_F(ClientTest, CallbacksRunByPriority) {
     EXPECT_EQ(vl_model_state_restore(3, "{"), VL_MODEL_INVALID);
     EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_OK);
     EXPECT_EQ(vl_model_device_remove(3), VL_MODEL_UNKNOWN_DEVICE);
-    EXPECT_EQ(told(), (std::vector<std::string>{"b gets b", "a gets a", "a gets x", "b removes 3", "a removes 3"}));
+    EXPECT_EQ(told, (std::vector<std::string>{"b gets b", "a gets a", "a gets x", "b removes 3", "a removes 3"}));
     EXPECT_EQ(vl_model_state_log(3), nullptr);
     EXPECT_EQ(vl_model_device_add(3, &pipeline), VL_MODEL_OK);
 }

@@ -21,19 +21,12 @@ constexpr vl_model_action actions[] = {
 };
 
 // The entries that the time-out callback named, in this order.
-Handles& named() {
-    static Handles list;
-    return list;
-}
-
-Handles take_named() {
-    return std::exchange(named(), {});
-}
+Handles named;
 
 class IdleTest : public DeviceTest {
 protected:
     void SetUp() override {
-        named().clear();
+        named.clear();
         vl_model_table tables[]{model_table(hosts, VL_MODEL_EXACT, 32, actions),
                                 model_table(fixed, VL_MODEL_EXACT, 32, actions)};
         tables[0].initial_default = drop;
@@ -41,7 +34,7 @@ protected:
         start({.name = "p", .tables = tables, .table_count = 2});
         name_with(
             [](uint32_t, uint32_t, uint32_t entry, void* cookie) { static_cast<Handles*>(cookie)->push_back(entry); },
-            &named());
+            &named);
     }
 
     void switch_on(uint64_t interval, uint32_t longest, uint64_t ordinary, uint32_t mode = PIPE_IDLE_MODE_NOTIFY) {
@@ -80,7 +73,7 @@ protected:
     }
     static Handles after(uint32_t milliseconds) {
         EXPECT_EQ(vl_model_clock_advance(milliseconds), VL_MODEL_OK);
-        return take_named();
+        return std::exchange(named, {});
     }
 };
 
@@ -168,7 +161,7 @@ TEST_F(IdleTest, OffAndOtherModesNameNoEntry) {
     vl_model_entry_hit(3, hosts, entry);
     name_with(nullptr);
     EXPECT_EQ(after(1000), Handles());
-    name_with([](uint32_t, uint32_t, uint32_t handle, void*) { named().push_back(handle + 1000); });
+    name_with([](uint32_t, uint32_t, uint32_t handle, void*) { named.push_back(handle + 1000); });
     EXPECT_EQ(after(0), Handles{entry + 1000});
 }
 
@@ -180,7 +173,7 @@ TEST_F(IdleTest, ACallbackMayRemoveWhatIsStillToBeNamed) {
     name_with(
         [](uint32_t dev, uint32_t table, uint32_t entry, void* cookie) {
             const pipe_sess_hdl of_callback = *static_cast<pipe_sess_hdl*>(cookie);
-            named().push_back(entry);
+            named.push_back(entry);
             EXPECT_EQ(pipe_mgr_mat_ent_del(of_callback, dev, table, entry, 0), VL_MODEL_OK);
             pipe_mgr_mat_ent_del(of_callback, dev, table, entry + 1, 0);
             pipe_mgr_mat_ent_reset_idle_ttl(of_callback, dev, table, entry + 2);
@@ -194,7 +187,7 @@ TEST_F(IdleTest, TimeOutsWaitForTheNextCallback) {
     switch_on(0, 0, 10);
     const uint32_t first = add(1), second = add(2), third = add(3);
     const pipe_idle_tmo_cb end_after_one = [](uint32_t, uint32_t, uint32_t entry, void* idle_session) {
-        named().push_back(entry);
+        named.push_back(entry);
         EXPECT_EQ(pipe_mgr_idle_register_tmo_cb(*static_cast<pipe_sess_hdl*>(idle_session), 3, hosts, nullptr, nullptr),
                   VL_MODEL_OK);
     };
@@ -249,7 +242,7 @@ TEST_F(IdleTest, ManyEntriesAndManySteps) {
         vl_model_entry_hit(3, hosts, entries[i % 10]);
         EXPECT_EQ(vl_model_clock_advance(i < 50000 ? 1 : 0), VL_MODEL_OK);
     }
-    EXPECT_EQ(take_named(), Handles());
+    EXPECT_EQ(std::exchange(named, {}), Handles());
     EXPECT_EQ(after(10000).size(), count - 10);
     EXPECT_EQ(after(50000).size(), 10U);
 }

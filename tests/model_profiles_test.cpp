@@ -36,7 +36,7 @@ void tell(const char* who, std::initializer_list<uint32_t> words) {
     std::string line = who;
     for (const uint32_t word : words)
         line += ' ' + std::to_string(word);
-    told().push_back(line);
+    told.push_back(line);
 }
 
 class ProfilesTest : public DeviceTest {
@@ -342,13 +342,13 @@ TEST_F(ProfilesTest, CallbacksRunOutsideTheLock) {
     };
     const auto on_entry = [](pipe_sess_hdl sess, pipe_dev_tgt dev, uint32_t table, uint32_t entry, uint32_t update,
                              void* cookie) {
-        EXPECT_EQ(cookie, &told());
+        EXPECT_EQ(cookie, &told);
         tell("entry", {entry, update, count(sess, dev, table)});
     };
     ASSERT_EQ(pipe_register_adt_update_cb(session, device, hop_members, on_member, nullptr), VL_MODEL_OK);
     ASSERT_EQ(pipe_register_sel_update_cb(session, device, hop_groups, on_group, nullptr), VL_MODEL_OK);
     ASSERT_EQ(pipe_mgr_sel_tbl_register_cb(0, device, hop_groups, on_memory, nullptr), VL_MODEL_OK);
-    ASSERT_EQ(pipe_register_mat_update_cb(session, 3, hops, on_entry, &told()), VL_MODEL_OK);
+    ASSERT_EQ(pipe_register_mat_update_cb(session, 3, hops, on_entry, &told), VL_MODEL_OK);
 
     const uint32_t member = add_hop(1);
     const uint32_t group = add_group();
@@ -364,10 +364,10 @@ TEST_F(ProfilesTest, CallbacksRunOutsideTheLock) {
     delete_group(group);
     ASSERT_EQ(pipe_register_adt_update_cb(session, device, hop_members, nullptr, nullptr), VL_MODEL_OK);
     delete_member(member);
-    EXPECT_EQ(told(), (std::vector<std::string>{"member 1 1 1 1", "memory 1 0 0 0", "group 1 0 1 1", "memory 1 1 0 1",
-                                                "group 1 1 1 1", "memory 1 1 0 0", "group 1 1 2 1", "entry 1 1 1",
-                                                "entry 1 2 1", "entry 1 3 0", "memory 1 0 0 0", "group 1 1 3 1",
-                                                "memory 1 0 0 0", "group 1 0 3 0"}));
+    EXPECT_EQ(told, (std::vector<std::string>{"member 1 1 1 1", "memory 1 0 0 0", "group 1 0 1 1", "memory 1 1 0 1",
+                                              "group 1 1 1 1", "memory 1 1 0 0", "group 1 1 2 1", "entry 1 1 1",
+                                              "entry 1 2 1", "entry 1 3 0", "memory 1 0 0 0", "group 1 1 3 1",
+                                              "memory 1 0 0 0", "group 1 0 3 0"}));
 }
 
 TEST_F(ProfilesTest, ReplaysAfterARestartOfTheAgent) {
@@ -403,9 +403,9 @@ TEST_F(ProfilesTest, ReplaysAfterARestartOfTheAgent) {
     ASSERT_EQ(pipe_mgr_hitless_ha_restore_virtual_dev_state(3, session, 9, 9, 9, on_row), VL_MODEL_OK);
     ASSERT_EQ(vl_model_replay_row(&row), VL_MODEL_OK);
     const std::string start = "row " + std::to_string(session) + " 3 ";
-    EXPECT_EQ(told(), (std::vector<std::string>{"gone 3", start + "1 1 0 2 0", start + "1 1 0 3 0", start + "1 0 1 0 0",
-                                                start + "1 1 1 2 0", start + "2 3 0 1 0", start + "2 0 2 0 0",
-                                                "row 8 7 6 5 4 3 2"}));
+    EXPECT_EQ(told, (std::vector<std::string>{"gone 3", start + "1 1 0 2 0", start + "1 1 0 3 0", start + "1 0 1 0 0",
+                                              start + "1 1 1 2 0", start + "2 3 0 1 0", start + "2 0 2 0 0",
+                                              "row 8 7 6 5 4 3 2"}));
 }
 
 TEST_F(ProfilesTest, FaultsAndRecordsReachTheseCallsToo) {

@@ -31,20 +31,13 @@ constexpr vl_model_action host_actions[] = {
 
 // A match record that owns its bytes.
 struct Key {
-    Bytes key;
-    Bytes mask;
+    Bytes key, mask;
     pipe_match_record record{};
 
     Key(Bytes key_bytes, Bytes mask_bytes, uint16_t bits, uint32_t priority = 0, uint32_t partition = 0)
         : key(std::move(key_bytes)),
-          mask(std::move(mask_bytes)) {
-        record.key_bytes = key.data();
-        record.mask_bytes = mask.data();
-        record.key_bits = bits;
-        record.key_len = static_cast<uint16_t>(key.size());
-        record.priority = priority;
-        record.partition_index = partition;
-    }
+          mask(std::move(mask_bytes)),
+          record{key.data(), mask.data(), partition, priority, bits, static_cast<uint16_t>(key.size()), 0} {}
     Key(const Key&) = delete;
     Key& operator=(const Key&) = delete;
 };
@@ -62,9 +55,7 @@ struct Action {
     explicit Action(Bytes bytes = {}, uint16_t bits = 0) : data(std::move(bytes)) {
         data.reserve(1);
         record.kind = PIPE_KIND_ACTION_DATA;
-        record.action.data = data.data();
-        record.action.data_len = static_cast<uint16_t>(data.size());
-        record.action.data_bits = bits;
+        record.action = {bits, static_cast<uint16_t>(data.size()), 0, data.data()};
     }
     Action(const Action&) = delete;
     Action& operator=(const Action&) = delete;

@@ -29,10 +29,7 @@ inline Bytes big_endian(uint32_t value, size_t len) {
 }
 
 // What callbacks were told, as text.
-inline std::vector<std::string>& told() {
-    static std::vector<std::string> list;
-    return list;
-}
+inline std::vector<std::string> told;
 
 template <size_t action_count>
 vl_model_table model_table(uint32_t handle, vl_model_match match, uint16_t key_bits,
@@ -98,7 +95,7 @@ protected:
     // Starts anew with one session and one device.
     void start(const vl_model_pipeline& pipeline) {
         vl_model_reset();
-        told().clear();
+        told.clear();
         ASSERT_EQ(vl_model_session_open(&session), VL_MODEL_OK);
         ASSERT_EQ(vl_model_device_add(device.dev_id, &pipeline), VL_MODEL_OK);
     }
