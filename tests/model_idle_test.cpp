@@ -150,9 +150,10 @@ TEST_F(IdleTest, AHandleThatComesBackStartsAnew) {
 TEST_F(IdleTest, OffAndOtherModesNameNoEntry) {
     switch_on(0, 0, 100);
     const uint32_t entry = add(1);
-    ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, hosts, 0), VL_MODEL_OK);
-    EXPECT_EQ(after(1000), Handles());
     switch_on(0, 0, 100, PIPE_IDLE_MODE_NOTIFY + 1);
+    EXPECT_EQ(after(1000), Handles());
+    switch_on(0, 0, 100);
+    ASSERT_EQ(pipe_mgr_idle_tmo_set_enable(session, 3, hosts, 0), VL_MODEL_OK);
     EXPECT_EQ(after(1000), Handles());
     switch_on(0, 0, 100);
     EXPECT_EQ(after(99), Handles());
