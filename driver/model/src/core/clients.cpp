@@ -11,13 +11,7 @@ using namespace vl_model;
 
 namespace {
 
-struct FreeJson {
-    void operator()(cJSON* json) const {
-        cJSON_Delete(json);
-    }
-};
-
-using Json = std::unique_ptr<cJSON, FreeJson>;
+using Json = std::unique_ptr<cJSON, decltype(&cJSON_Delete)>;
 
 auto find_client(Model& m, bf_drv_client_hdl handle) {
     return std::find_if(m.clients.begin(), m.clients.end(), [&](const Client& c) { return c.handle == handle; });
@@ -120,7 +114,7 @@ uint32_t vl_model_device_remove(uint32_t dev_id) {
 char* vl_model_state_log(uint32_t dev_id) {
     return guarded([&]() -> char* {
         const std::vector<Client> clients = clients_for_device(dev_id);
-        const Json root(cJSON_CreateObject());
+        const Json root(cJSON_CreateObject(), cJSON_Delete);
         if (root == nullptr) return nullptr;
         for (const Client& client : clients) {
             if (client.callbacks.state_log != nullptr) {
@@ -139,7 +133,7 @@ char* vl_model_state_log(uint32_t dev_id) {
 
 uint32_t vl_model_state_restore(uint32_t dev_id, const char* json) {
     return guarded([&] {
-        const Json root(json != nullptr ? cJSON_Parse(json) : nullptr);
+        const Json root(json != nullptr ? cJSON_Parse(json) : nullptr, cJSON_Delete);
         refuse_if(root == nullptr || !cJSON_IsObject(root.get()), VL_MODEL_INVALID);
         pipe_status result = VL_MODEL_OK;
         for (const Client& client : clients_for_device(dev_id)) {
