@@ -153,7 +153,8 @@ void vl_model_reset(void) {
     {
         const std::lock_guard lock(m.mutex);
         std::swap<ModelState>(m, old);
-        m.placements.remove_all();
+        for (const auto& [dev_id, device] : old.devices)
+            m.placements.remove_device(dev_id);
         clear_member_states();
     }
     for (const auto& [dev_id, device] : old.devices)

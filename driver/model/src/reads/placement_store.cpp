@@ -45,11 +45,6 @@ void PlacementStore::remove_device(pipe_dev_id dev_id) {
     }
 }
 
-void PlacementStore::remove_all() {
-    for (uint32_t number = 1; number <= places_.size(); ++number)
-        if (places_[number - 1].tbl_hdl != 0) remove(number);
-}
-
 const void* PlacementStore::blob(uint32_t number) const {
     const uint64_t use = places_[number - 1].use;
     return reinterpret_cast<const void*>(blob_bit | use << 32 | number);

@@ -24,7 +24,6 @@ public:
     uint32_t add(pipe_dev_id dev_id, pipe_tbl_hdl tbl_hdl, uint32_t handle);
     void remove(uint32_t number);
     void remove_device(pipe_dev_id dev_id);
-    void remove_all();
 
     const void* blob(uint32_t number) const;
     // Null if the blob isn't valid, or isn't a blob.
