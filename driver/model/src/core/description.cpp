@@ -43,7 +43,7 @@ void add_profile(Device& device, Table& table) {
     DataTable& data_table = device.data_tables[description.data_table];
     table.data_table = &data_table;
     for (const vl_model_action& action : table.actions)
-        if (action.for_entries != 0 && data_table.find_action(action.handle) == nullptr)
+        if (action.for_entries != 0 && find_action(data_table.actions, action.handle) == nullptr)
             data_table.actions.push_back(action);
     if (description.selector == 0) return;
     table.selector = &device.selectors.try_emplace(description.selector, data_table).first->second;

@@ -29,7 +29,7 @@ uint32_t* Table::target_uses(uint8_t kind, pipe_mbr_hdl mbr_hdl, pipe_grp_hdl gr
 
 void Table::reset_default_entry() {
     std::optional<EntryImage> image;
-    if (const vl_model_action* action = find_action(description.initial_default)) {
+    if (const vl_model_action* action = find_action(actions, description.initial_default)) {
         image.emplace();
         image->action_hdl = action->handle;
         image->kind = PIPE_KIND_ACTION_DATA;

@@ -78,9 +78,6 @@ struct Table {
     pipe_ent_hdl default_handle() const {
         return UINT32_C(0x80000000) | (description.handle & UINT32_C(0x00FFFFFF));
     }
-    const vl_model_action* find_action(pipe_act_hdl act_hdl) const {
-        return vl_model::find_action(actions, act_hdl);
-    }
     void reset_default_entry();
     // True for an entry, and for the default entry by its handle.
     bool has_row(pipe_ent_hdl ent_hdl) const {

@@ -9,7 +9,7 @@ using namespace vl_model;
 namespace {
 
 void check_member(const DataTable& table, pipe_act_hdl act_hdl, const pipe_action_record& record) {
-    const vl_model_action* action = table.find_action(act_hdl);
+    const vl_model_action* action = find_action(table.actions, act_hdl);
     refuse_if(action == nullptr, VL_MODEL_FOREIGN_ACTION);
     const pipe_action_data& data = record.action;
     refuse_if(record.kind != 0 || record.resource_count != 0 || data.data_bits != action->data_bits ||

@@ -92,9 +92,6 @@ EntryView view_of(const Member& member);
 
 struct DataTable {
     std::vector<vl_model_action> actions; // of all match tables that point here
-    const vl_model_action* find_action(pipe_act_hdl act_hdl) const {
-        return vl_model::find_action(actions, act_hdl);
-    }
     uint32_t capacity = VL_MODEL_DEFAULT_CAPACITY;
     RowMap<Member> members;
 

@@ -46,7 +46,7 @@ void check_slot(const Table& table, const pipe_resource_slot& slot) {
 
 void set_meter_slot(Table& table, pipe_ent_hdl ent_hdl, const pipe_resource_slot& slot) {
     const EntryView entry = view_of_row(table, ent_hdl, false);
-    std::array<pipe_resource_slot, PIPE_MAX_SLOTS> slots{};
+    Slots slots{};
     std::copy_n(entry.slots, entry.slot_count, slots.begin());
     uint8_t resource_count = entry.resource_count;
     refuse_if(!put_slot(slots, resource_count, slot), VL_MODEL_BAD_DATA);

@@ -85,9 +85,8 @@ EntryView view_of(const EntryImage& image) {
     return view;
 }
 
-std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
-                                                            const pipe_resource_slot* old_slots, size_t old_count) {
-    std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged;
+Slots merged_slots(const pipe_action_record& action, const pipe_resource_slot* old_slots, size_t old_count) {
+    Slots merged;
     std::copy(std::begin(action.slots), std::end(action.slots), merged.begin());
     for (size_t i = 0; i < action.resource_count; ++i) {
         if (merged[i].tag == PIPE_SLOT_UNCHANGED) {
@@ -100,8 +99,7 @@ std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_re
     return merged;
 }
 
-bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
-              const pipe_resource_slot& slot) {
+bool put_slot(Slots& slots, uint8_t& resource_count, const pipe_resource_slot& slot) {
     uint8_t place = 0;
     while (place < resource_count && slots[place].resource_hdl != slot.resource_hdl)
         ++place;
@@ -218,7 +216,7 @@ void TableStore::grow_index() {
 
 namespace {
 
-KeptSlots kept_slots(const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots) {
+KeptSlots kept_slots(const Slots& slots) {
     KeptSlots kept;
     kept.count = PIPE_MAX_SLOTS;
     while (kept.count != 0 && is_zero(slots[kept.count - 1U]))
@@ -265,10 +263,6 @@ uint32_t TableStore::add(const pipe_match_record& match, uint32_t hash, uint32_t
     return handle;
 }
 
-bool TableStore::has(uint32_t handle) const {
-    return live_.has(handle);
-}
-
 void TableStore::set_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action) {
     const Head& h = head(handle);
     KeptSlots kept;
@@ -279,8 +273,7 @@ void TableStore::set_action(uint32_t handle, uint32_t action_hdl, const pipe_act
     write_action(handle, fields, action.action, std::move(kept));
 }
 
-void TableStore::set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
-                           uint8_t resource_count) {
+void TableStore::set_slots(uint32_t handle, const Slots& slots, uint8_t resource_count) {
     keep_slots(head(handle), kept_slots(slots));
     head(handle).resource_count = resource_count;
 }
@@ -338,10 +331,6 @@ uint32_t& TableStore::placement(uint32_t handle) {
 EntryView TableStore::view(uint32_t handle) const {
     const Head& h = head(handle);
     return {h, key(handle), key(handle) + key_len_, data(handle), h.slots, h.slot_count, key_len_, h.data_len};
-}
-
-uint32_t TableStore::first() const {
-    return next(0);
 }
 
 uint32_t TableStore::next(uint32_t handle) const {

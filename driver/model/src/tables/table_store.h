@@ -31,13 +31,13 @@ EntryFields fields_of(const pipe_match_record* match, uint32_t action_hdl, const
 EntryImage image_of(const EntryView& view);
 EntryView view_of(const EntryImage& image);
 
+using Slots = std::array<pipe_resource_slot, PIPE_MAX_SLOTS>;
+
 // The slots that an entry keeps from an action. An unchanged slot keeps what the entry had for its resource.
-std::array<pipe_resource_slot, PIPE_MAX_SLOTS> merged_slots(const pipe_action_record& action,
-                                                            const pipe_resource_slot* old_slots, size_t old_count);
+Slots merged_slots(const pipe_action_record& action, const pipe_resource_slot* old_slots, size_t old_count);
 
 // Replaces the slot of the same resource, or adds one after the last slot in use. Returns false if there is no room.
-bool put_slot(std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots, uint8_t& resource_count,
-              const pipe_resource_slot& slot);
+bool put_slot(Slots& slots, uint8_t& resource_count, const pipe_resource_slot& slot);
 
 // Positions of live entries, as bits with levels of summaries, so that the next one is found quickly across any hole.
 class LiveSet {
@@ -79,17 +79,20 @@ public:
     uint32_t find(const pipe_match_record& match, uint32_t hash) const;
     // There must be no such entry. Returns the handle.
     uint32_t add(const pipe_match_record& match, uint32_t hash, uint32_t action_hdl, const pipe_action_record& action);
-    bool has(uint32_t handle) const;
+    bool has(uint32_t handle) const {
+        return live_.has(handle);
+    }
     void set_action(uint32_t handle, uint32_t action_hdl, const pipe_action_record& action);
-    void set_slots(uint32_t handle, const std::array<pipe_resource_slot, PIPE_MAX_SLOTS>& slots,
-                   uint8_t resource_count);
+    void set_slots(uint32_t handle, const Slots& slots, uint8_t resource_count);
     void remove(uint32_t handle);
     // A number that the caller keeps here; 0 at first.
     uint32_t& placement(uint32_t handle);
     EntryView view(uint32_t handle) const;
 
     // Handles in ascending order; 0 if there is none. A walk may go on from an entry that was removed.
-    uint32_t first() const;
+    uint32_t first() const {
+        return next(0);
+    }
     uint32_t next(uint32_t handle) const;
     bool was_given_out(uint32_t handle) const {
         return handle != 0 && handle <= high_water_;

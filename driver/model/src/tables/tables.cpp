@@ -53,7 +53,7 @@ bool has_sound_data(const Table& table, const vl_model_action& action, const pip
 enum class Use { entry, default_entry };
 
 void check_action(const Table& table, pipe_act_hdl act_hdl, const pipe_action_record& record, Use use) {
-    const vl_model_action* action = table.find_action(act_hdl);
+    const vl_model_action* action = find_action(table.actions, act_hdl);
     refuse_if(action == nullptr || (use == Use::entry ? action->for_entries : action->for_default) == 0,
               VL_MODEL_FOREIGN_ACTION);
     refuse_if(record.resource_count > PIPE_MAX_SLOTS || (table.meter != nullptr && !has_sound_meter(table, record)) ||
