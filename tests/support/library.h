@@ -33,11 +33,12 @@ protected:
     LibraryTest();
     ~LibraryTest() override;
 
-    // All calls since the last look; those that aren't for logging or memory; the only such call; those of one function.
+    // The calls since the last look: all of them, those that aren't for logging or memory, and those of one function.
     std::vector<vl_model::Call> calls();
     std::vector<vl_model::Call> driver_calls();
-    vl_model::Call only_call();
     std::vector<vl_model::Call> calls_of(std::string_view function);
+    // The call that driver_calls() has. The test fails if there isn't exactly one.
+    vl_model::Call only_call();
     // Lines that went to the driver's log since the last look.
     std::vector<std::string> log_lines();
 

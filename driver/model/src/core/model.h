@@ -228,7 +228,8 @@ inline Locked<Model> lock_model() {
 Locked<Device> lock_device(Target target);
 Locked<Device> lock_device(pipe_sess_hdl sess_hdl, Target target);
 
-// A boundary function's call about a device. Its work gets the device, under the mutex.
+// A boundary function's call about a device. Its work gets the device, under the mutex. The result keeps references to
+// the arguments, so it must be called in the same expression.
 template <class DeviceArg, class... Args>
 auto device_call(const char* function, const pipe_sess_hdl& sess_hdl, const DeviceArg& device, const Args&... args) {
     return [&, function](auto&& work) {
