@@ -1,0 +1,84 @@
+// Calls any exported function. Its arguments follow from its signature in abi/exports.txt: the handles that other
+// exports have made, records of values that every field can hold, and room for outputs.
+#pragma once
+
+#include <array>
+#include <map>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "support/library.h"
+#include "vl_driver/registers.h"
+
+namespace support {
+
+struct Export {
+    std::string name, result;
+    std::vector<std::string> arguments; // each with its type
+    int turn = 0;
+
+    bool has(const char* part) const {
+        return name.find(part) != name.npos;
+    }
+};
+
+// All exported functions except init and cleanup, in an order in which each finds what it needs: first those that make
+// members, groups, entries and placement data, last those that reset and delete.
+const std::vector<Export>& every_export();
+
+// The library started on a fresh driver with one device, and the arguments of one call at a time.
+class ExportCalls {
+public:
+    // The unused bits of arguments have the byte `dirt`.
+    explicit ExportCalls(uint8_t dirt = 0);
+    ~ExportCalls();
+    ExportCalls(const ExportCalls&) = delete;
+    ExportCalls& operator=(const ExportCalls&) = delete;
+
+    // Makes the arguments of a call. All outputs are full of 0xEE.
+    void prepare(const Export& next);
+    // Calls the prepared function. May be called again.
+    uint32_t run() const;
+    // Keeps the handles and placement data that the function has made, for the calls that come.
+    void keep();
+
+    // The name of each output, and its bytes.
+    const std::vector<std::pair<std::string, Bytes*>>& outputs() const {
+        return outputs_;
+    }
+    pd_session session() const {
+        return session_;
+    }
+    // The placement data that the prepared function got.
+    uint64_t placement_data() const {
+        const auto found = blobs_.find(row_of(export_->name));
+        return found != blobs_.end() ? found->second : 0;
+    }
+
+private:
+    static std::string row_of(const std::string& name);
+    std::string maker_of(const std::string& what) const;
+    void add_words(const std::string& argument);
+    uint64_t pointer(const std::string& argument, const std::string& what);
+    uint32_t integer(const std::string& what);
+    Bytes& output(const std::string& what);
+
+    const Export* export_ = nullptr;
+    std::vector<uint64_t> words_;
+    std::vector<std::pair<std::string, Bytes*>> outputs_;
+    uint8_t dirt_;
+    int nowhere_;
+    pd_session session_ = 0;
+    std::map<std::string, uint32_t> made_; // handles
+    std::map<std::string, uint64_t> blobs_;
+    std::array<Bytes, 8> output_buffers_;
+    Bytes input_;
+    uint32_t width_ = 8;
+    pipe_match_record match_;
+    pipe_action_data data_;
+    std::array<pipe_stful_element, 4> elements_{};
+    pipe_stful_query query_;
+};
+
+} // namespace support
