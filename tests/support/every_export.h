@@ -3,6 +3,7 @@
 #pragma once
 
 #include <array>
+#include <cstdio>
 #include <map>
 #include <string>
 #include <utility>
@@ -38,11 +39,13 @@ public:
 
     // Makes the arguments of a call. All outputs are full of 0xEE.
     void prepare(const Export& next);
-    // Calls the prepared function. May be called again.
-    uint32_t run() const;
+    // Calls the prepared function and returns its result, which is 0 for void. May be called again.
+    uint64_t run();
     // Keeps the handles and placement data that the function has made, for the calls that come.
     void keep();
 
+    // What the last run printed.
+    std::string printed() const;
     // The name of each output, and its bytes.
     const std::vector<std::pair<std::string, Bytes*>>& outputs() const {
         return outputs_;
@@ -68,7 +71,7 @@ private:
     std::vector<uint64_t> words_;
     std::vector<std::pair<std::string, Bytes*>> outputs_;
     uint8_t dirt_;
-    int nowhere_;
+    std::FILE* prints_;
     pd_session session_ = 0;
     std::map<std::string, uint32_t> made_; // handles
     std::map<std::string, uint64_t> blobs_;

@@ -62,6 +62,8 @@ std::vector<uint32_t> unknown_handles(Known known);
 using Word = std::optional<uint64_t>;
 uint32_t call(const std::string& name, std::initializer_list<Word> words);
 uint32_t call(const std::string& name, const std::vector<uint64_t>& words);
+// The same for a function that may return a pointer.
+uint64_t call_for_word(const std::string& name, const std::vector<uint64_t>& words);
 
 template <class Pointee>
 uint64_t word(Pointee* pointer) {

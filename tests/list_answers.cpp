@@ -1,0 +1,15 @@
+// Prints a line for each exported function: its name, and a hash of what the library does when it is called. Libraries
+// from different compilers print the same.
+#include <cinttypes>
+#include <cstdio>
+
+#include "support/answers.h"
+
+int main() {
+    for (const support::Answer& answer : support::answers(0)) {
+        uint64_t hash = 0xcbf29ce484222325; // FNV-1a
+        for (const char byte : answer.seen)
+            hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
+        std::printf("%s\t%016" PRIx64 "\n", answer.name.c_str(), hash);
+    }
+}
