@@ -27,8 +27,8 @@
  *
  * Every pd_status comes unchanged from the driver, unless the family says otherwise. Don't read outputs after a
  * failure. The driver itself writes handles, counts and times. The library doesn't write the outputs that it decodes,
- * unless the family says otherwise. Functions may be called from several threads; the driver defines what happens then.
- * If the low 8 bits of read_from_hw are zero, the driver's copy is read, otherwise the hardware.
+ * unless the family says otherwise. If the low 8 bits of read_from_hw are zero, the driver's copy is read, otherwise the
+ * hardware.
  *
  * A failed assertion writes a line to the driver's log, and the call goes on as its family says. In the driver's debug
  * mode it stops the process instead. Two things fail an assertion: a driver's answer that can't come from this
@@ -38,9 +38,8 @@
  *
  * Callbacks
  *
- * The library passes a callback and its cookie to the driver unchanged, and the driver calls it. The driver also
- * defines how a registration ends, from which thread a callback comes, and what a callback may call. Each callback has
- * one of the driver's types; cast it to pd_driver_callback. Integers below are uint32_t; dev_tgt is passed by value:
+ * The library passes a callback and its cookie to the driver unchanged, and the driver calls it. Each callback has one
+ * of the driver's types; cast it to pd_driver_callback. Integers below are uint32_t; dev_tgt is passed by value:
  *
  *   <table>_register_mat_update_cb      void (sess_hdl, pd_dev_tgt dev_tgt, tbl_hdl, entry_hdl, update, void *cookie)
  *   <table>_idle_register_tmo_cb        void (dev_id, tbl_hdl, entry_hdl, void *cookie)
@@ -56,6 +55,33 @@
  *
  * The headers in vl_driver/ define these types as pipe_mat_update_cb, pipe_idle_tmo_cb, pipe_idle_hit_state_cb,
  * pipe_adt_update_cb, pipe_sel_update_cb, pipe_sel_tbl_cb, pipe_sync_cb and pipe_digest_cb.
+ *
+ *
+ * Threads
+ *
+ * Several threads may call any functions at once, even for the same table or entry. The library has no lock. It writes
+ * its own data in init() and only reads it later. vl_driver/driver.h says what the library expects of the driver. An
+ * agent keeps these rules:
+ *
+ *   Start and end  While init() or cleanup() runs, no other function may run.
+ *   Profiles       For each device and profile, only one thread at a time may call the functions that add, modify or
+ *                  delete members or groups, change the members of a group, or make an entry or a default entry point
+ *                  at a member or group. The driver call and the update of the shadow (see below) are two steps. None
+ *                  of these functions may run while the driver removes the device, or while it drops, restores or
+ *                  replays the state of the device. If the driver saves the state meanwhile, the latest change may be
+ *                  missing. The other functions of a profile may run at any time.
+ *   Callbacks      A callback may come on any thread, and on several at once. It may call all functions except init()
+ *                  and cleanup(). The rule for profiles holds there, too.
+ *   Cookies        A registration ends when null or another callback is registered, or by deregistration, or when the
+ *                  device is removed. When the call that ends it has returned, the cookie may be freed. If that call
+ *                  came from within a callback, the ended callback may still be running, on this thread or another.
+ *                  The caller must not hold a lock that the callback takes. The cookie of an update_hit_state,
+ *                  counter_hw_sync_ or register_hw_sync_ may be freed when the callback has run, or when the call was
+ *                  refused.
+ *   Outputs        Two calls must not write to the same record or buffer at once. A print writes line by line: on one
+ *                  file descriptor, the lines of several threads may mix.
+ *
+ * A function that makes several driver calls is not one step: other threads may make changes between these calls.
  *
  *
  * The program
@@ -194,9 +220,9 @@
  * shadow: which members exist, and which action each has. It updates the shadow after the driver has accepted a change.
  * A member never changes its action. A modify with another action returns PD_STATUS_MISMATCH. A modify of an unknown
  * member returns the shadow's status. Neither calls the driver. get_member writes action_record as a read of a default
- * entry does; an action that isn't the profile's is a failed assertion and gives PD_STATUS_UNEXPECTED. Callers that
- * share a profile must serialise their calls, because a driver call and the update of the shadow are not one atomic
- * step. get_adt_table_handle and get_sel_table_handle need no driver, and their tbl_hdl may be null.
+ * entry does; an action that isn't the profile's is a failed assertion and gives PD_STATUS_UNEXPECTED.
+ * get_adt_table_handle and get_sel_table_handle need no driver, and their tbl_hdl may be null. Callers that share a
+ * profile take turns (see Threads).
  *
  * If the shadow fails after the driver has accepted a change, the change remains and the result is 0. Only del_group
  * returns the shadow's status. The consequences depend on the change:

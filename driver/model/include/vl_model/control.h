@@ -5,14 +5,9 @@
  *
  * A device comes with a description, from which the driver knows the handles, widths and lengths of its pipeline.
  *
- * Callbacks run without a lock, on the thread of the call that causes them. A call that ends a registration returns
- * when the callback no longer runs and will not be called again. Then the agent may free its cookie. A registration
- * ends by deregistering, by registering null or another callback, by removing the device and by vl_model_reset. An
- * agent that makes such a call must not hold a lock that the callback takes.
- *
- * Within any callback of the driver, such a call returns at once. So a callback may end its own registration, and two
- * callbacks never wait for each other. But a callback that has ended this way may still run on other threads, and the
- * messages of a device that is removed this way are gone at once.
+ * Callbacks run on the thread of the call that causes them. vl_driver/driver.h says what a callback may do and how a
+ * registration ends. The same holds for log sinks. vl_model_reset ends all registrations. If a callback removes a
+ * device, the digest messages of the device are gone at once, even if another callback still reads them.
  */
 #ifndef VL_MODEL_CONTROL_H
 #define VL_MODEL_CONTROL_H
