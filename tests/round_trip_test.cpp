@@ -42,9 +42,9 @@ protected:
                 table = each;
                 binding = &its;
                 action = &action_of(its);
-                key = random_match_spec();
-                spec = random_action_spec();
-                priority = random_value(32);
+                key = random_match_spec(*each, random);
+                spec = random_action_spec(*action, random);
+                priority = static_cast<uint32_t>(random());
                 // 32-bit arguments arrive with garbage above them, as the calling convention allows.
                 priority_word = catalog::has_priority(*each) ? Word(dirty(priority)) : std::nullopt;
                 spec_word = spec.empty() ? std::nullopt : Word(word(spec.data()));
@@ -139,38 +139,6 @@ protected:
 private:
     std::mt19937 random{20240611};
 
-    uint32_t random_value(unsigned bits) {
-        const uint32_t value = static_cast<uint32_t>(random());
-        return bits >= 32 ? value : value & ((1u << bits) - 1);
-    }
-
-    // Random values in every field. Padding and bits above a field's width stay zero.
-    Bytes random_match_spec() {
-        const catalog::KeyLayout layout = catalog::key_layout(*table);
-        Bytes record(layout.record_size);
-        for (size_t i = 0; i < layout.field_count; ++i) {
-            const KeyField& field = table->key.begin()[i];
-            const FieldLayout& place = layout.fields[i];
-            fill(record, place.record_offset, place.record_bytes, field.bits);
-            if (field.match == Match::ternary) fill(record, place.partner_offset, place.partner_bytes, field.bits);
-            if (field.match == Match::lpm) record[place.partner_offset] = uint8_t(random() % (field.bits + 1));
-        }
-        return record;
-    }
-    Bytes random_action_spec() {
-        const catalog::ActionLayout layout = catalog::action_layout(*action);
-        Bytes record(layout.record_size);
-        for (size_t i = 0; i < layout.param_count; ++i)
-            fill(record, layout.params[i].record_offset, layout.params[i].record_bytes, layout.params[i].bits);
-        return record;
-    }
-
-    void fill(Bytes& record, unsigned offset, unsigned bytes, unsigned bits) {
-        for (unsigned i = 0; i < bytes; i += 4) {
-            const uint32_t value = random_value(bits);
-            std::memcpy(&record[offset + i], &value, std::min(bytes, 4u));
-        }
-    }
     static uint32_t get(const Bytes& record, unsigned offset, unsigned bytes) {
         uint32_t value = 0;
         std::memcpy(&value, &record[offset], bytes);

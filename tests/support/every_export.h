@@ -28,11 +28,12 @@ struct Export {
 // members, groups, entries and placement data, last those that reset and delete.
 const std::vector<Export>& every_export();
 
-// The library started on a fresh driver with one device, and the arguments of one call at a time.
+// The library on a device, and the arguments of one call at a time.
 class ExportCalls {
 public:
-    // The unused bits of arguments have the byte `dirt`.
-    explicit ExportCalls(uint8_t dirt = 0);
+    // The unused bits of arguments have the byte `dirt`. The first of several starts the library on a fresh driver with
+    // one device. The others have a session of their own on the same device.
+    explicit ExportCalls(uint8_t dirt = 0, bool is_first = true);
     ~ExportCalls();
     ExportCalls(const ExportCalls&) = delete;
     ExportCalls& operator=(const ExportCalls&) = delete;
@@ -71,6 +72,7 @@ private:
     std::vector<uint64_t> words_;
     std::vector<std::pair<std::string, Bytes*>> outputs_;
     uint8_t dirt_;
+    bool is_first_;
     std::FILE* prints_;
     pd_session session_ = 0;
     std::map<std::string, uint32_t> made_; // handles

@@ -4,6 +4,7 @@
 #include <dlfcn.h>
 
 #include <algorithm>
+#include <cstring>
 #include <set>
 
 #include "vl_pd/velmar_switch_pipeline.h"
@@ -76,6 +77,35 @@ const catalog::Table& table_named(const char* name) {
 
 const catalog::Action& action_of(const catalog::Binding& binding) {
     return catalog::program.actions[catalog::number_of(catalog::program.actions, binding.action)];
+}
+
+static void fill(Bytes& record, unsigned offset, unsigned bytes, unsigned bits, std::mt19937& random) {
+    for (unsigned i = 0; i < bytes; i += 4) {
+        const uint32_t value = static_cast<uint32_t>(random()) & (bits < 32 ? (1u << bits) - 1 : ~0u);
+        std::memcpy(&record[offset + i], &value, std::min(bytes, 4u));
+    }
+}
+
+Bytes random_match_spec(const catalog::Table& table, std::mt19937& random) {
+    const catalog::KeyLayout layout = catalog::key_layout(table);
+    Bytes record(layout.record_size);
+    for (size_t i = 0; i < layout.field_count; ++i) {
+        const catalog::KeyField& field = table.key.begin()[i];
+        const catalog::FieldLayout& place = layout.fields[i];
+        fill(record, place.record_offset, place.record_bytes, field.bits, random);
+        if (field.match == catalog::Match::ternary)
+            fill(record, place.partner_offset, place.partner_bytes, field.bits, random);
+        if (field.match == catalog::Match::lpm) record[place.partner_offset] = uint8_t(random() % (field.bits + 1));
+    }
+    return record;
+}
+
+Bytes random_action_spec(const catalog::Action& action, std::mt19937& random) {
+    const catalog::ActionLayout layout = catalog::action_layout(action);
+    Bytes record(layout.record_size);
+    for (size_t i = 0; i < layout.param_count; ++i)
+        fill(record, layout.params[i].record_offset, layout.params[i].record_bytes, layout.params[i].bits, random);
+    return record;
 }
 
 std::vector<uint32_t> unknown_handles(Known known) {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -50,6 +51,10 @@ std::vector<const catalog::Table*> all_tables();
 std::vector<const catalog::Table*> keyed_tables();
 const catalog::Table& table_named(const char* name);
 const catalog::Action& action_of(const catalog::Binding& binding);
+
+// Records with random values in every field. Padding and bits above a field's width are zero.
+Bytes random_match_spec(const catalog::Table& table, std::mt19937& random);
+Bytes random_action_spec(const catalog::Action& action, std::mt19937& random);
 
 // Handles that a look-up doesn't know, if it knows those of all tables, of all profiles, or of both. They are the gaps
 // between the rows' handles, the first handles below and above, handles of other kinds of row, 0 and all ones.
