@@ -38,6 +38,12 @@ auto& found_in(Map& map, const typename Map::key_type& key, vl_model_status refu
     return found->second;
 }
 
+// Gives the keys of a map that follow `key`, one by each call, and then 0. The map must not change meanwhile.
+template <class Map>
+auto keys_after(const Map& map, uint32_t key) {
+    return [at = map.upper_bound(key), end = map.end()]() mutable { return at == end ? 0 : at++->first; };
+}
+
 // The return type of a function with the work `Body`. Work without a result gives a status.
 template <class Body, class Result = std::invoke_result_t<Body>>
 using ResultOf = std::conditional_t<std::is_void_v<Result>, pipe_status, Result>;

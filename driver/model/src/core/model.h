@@ -243,12 +243,12 @@ inline void write_first(uint32_t first, uint32_t* hdl) {
     *hdl = first;
 }
 
-// Writes up to n handles that follow `hdl`, and PIPE_HDL_END after the last one if there is room. `next` gives the
-// handle that follows another, or 0.
+// Writes up to n handles, and PIPE_HDL_END after the last one if there is room. Each call of `next` gives a handle, or
+// 0 if there are no more.
 template <class Next>
-void write_following(uint32_t hdl, uint32_t n, uint32_t* hdls, Next&& next) {
+void write_following(uint32_t n, uint32_t* hdls, Next&& next) {
     for (uint32_t i = 0; i < n; ++i) {
-        hdl = next(hdl);
+        const uint32_t hdl = next();
         hdls[i] = hdl != 0 ? hdl : PIPE_HDL_END;
         if (hdl == 0) break;
     }

@@ -10,12 +10,6 @@ using namespace vl_model;
 
 namespace {
 
-// 0 if no member of the group follows. Members follow each other in ascending order.
-pipe_mbr_hdl next_member(const Group& group, pipe_mbr_hdl mbr_hdl) {
-    const auto next = group.positions.upper_bound(mbr_hdl);
-    return next == group.positions.end() ? 0 : next->first;
-}
-
 // In ascending order.
 std::vector<pipe_mbr_hdl> active_members(const Selector& selector, const Group& group) {
     std::vector<pipe_mbr_hdl> active;
@@ -78,7 +72,7 @@ pipe_status pipe_mgr_get_first_group_member(pipe_sess_hdl sess_hdl, pipe_tbl_hdl
                                             pipe_grp_hdl grp_hdl, pipe_mbr_hdl* mbr_hdl) {
     return Boundary(__func__, sess_hdl, sel_hdl, dev_id, grp_hdl, mbr_hdl)([&] {
         const auto device = lock_device(sess_hdl, dev_id);
-        write_first(next_member(device->group(sel_hdl, grp_hdl), 0), mbr_hdl);
+        write_first(keys_after(device->group(sel_hdl, grp_hdl).positions, 0)(), mbr_hdl);
     });
 }
 
@@ -89,7 +83,7 @@ pipe_status pipe_mgr_get_next_group_members(pipe_sess_hdl sess_hdl, pipe_tbl_hdl
         const auto device = lock_device(sess_hdl, dev_id);
         const Group& group = device->group(sel_hdl, grp_hdl);
         refuse_if(!device->selector(sel_hdl).data_table.members.was_given_out(mbr_hdl), VL_MODEL_NOT_FOUND);
-        write_following(mbr_hdl, n, mbr_hdls, [&](pipe_mbr_hdl last) { return next_member(group, last); });
+        write_following(n, mbr_hdls, keys_after(group.positions, mbr_hdl));
     });
 }
 

@@ -60,8 +60,10 @@ public:
         return rows_.empty() ? 0 : rows_.begin()->first;
     }
     uint32_t next(uint32_t handle) const {
-        const auto found = rows_.upper_bound(handle);
-        return found == rows_.end() ? 0 : found->first;
+        return following(handle)();
+    }
+    auto following(uint32_t handle) const {
+        return keys_after(rows_, handle);
     }
     // `body` takes a handle and its row.
     template <class Body>

@@ -38,7 +38,7 @@ pipe_status pipe_mgr_get_next_entry_handles(pipe_sess_hdl sess_hdl, pipe_tbl_hdl
     return Boundary(__func__, sess_hdl, tbl_hdl, dev_tgt, hdl, n, room(hdls, n))([&] {
         with_rows(sess_hdl, dev_tgt, tbl_hdl, [&](const auto& rows) {
             refuse_if(!rows.was_given_out(hdl), VL_MODEL_NOT_FOUND);
-            write_following(hdl, n, hdls, [&](uint32_t last) { return rows.next(last); });
+            write_following(n, hdls, rows.following(hdl));
         });
     });
 }

@@ -117,8 +117,8 @@ pipe_status pipe_mgr_pvs_entry_get_next(pipe_sess_hdl sess_hdl, pipe_dev_id dev_
         const auto device = lock_device(sess_hdl, {dev_id, pipe});
         const ValueSet& set = resource_in(device->value_sets, pvs_id);
         refuse_if(!set.entries.was_given_out(ent_hdl), VL_MODEL_NOT_FOUND);
-        const auto next = [&](pipe_pvs_ent_hdl last) { return next_in(set, {gress, pipe, parser}, last); };
-        write_following(ent_hdl, count, ent_hdls, next);
+        const ValueSetPlace place{gress, pipe, parser};
+        write_following(count, ent_hdls, [&, at = ent_hdl]() mutable { return at = next_in(set, place, at); });
     });
 }
 

@@ -94,6 +94,10 @@ public:
         return next(0);
     }
     uint32_t next(uint32_t handle) const;
+    // Gives the handles after this one, one by each call, and then 0.
+    auto following(uint32_t handle) const {
+        return [this, handle]() mutable { return handle = next(handle); };
+    }
     bool was_given_out(uint32_t handle) const {
         return handle != 0 && handle <= high_water_;
     }
