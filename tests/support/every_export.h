@@ -38,7 +38,8 @@ public:
     ExportCalls(const ExportCalls&) = delete;
     ExportCalls& operator=(const ExportCalls&) = delete;
 
-    // Makes the arguments of a call. All outputs are full of 0xEE.
+    // Makes the arguments of a call, and before that what the function needs: a free key, or something to delete. All
+    // outputs are full of 0xEE.
     void prepare(const Export& next);
     // Calls the prepared function and returns its result, which is 0 for void. May be called again.
     uint64_t run();
@@ -54,13 +55,21 @@ public:
     pd_session session() const {
         return session_;
     }
-    // The placement data that the prepared function got.
-    uint64_t placement_data() const {
-        const auto found = blobs_.find(row_of(export_->name));
-        return found != blobs_.end() ? found->second : 0;
+    // Everything that a call of the driver sends, as text. The session, placement data and `handles` are left out,
+    // because the driver never gives them twice. Addresses are left out too.
+    std::string sent(const vl_model::Call& call, const std::vector<uint32_t>& handles = {}) const;
+    // The handles that the prepared function takes, and those that were made for it.
+    const std::vector<uint32_t>& handles() const {
+        return handles_;
+    }
+    // The table or profile of the prepared function.
+    std::string row() const {
+        return row_of(export_->name);
     }
 
 private:
+    void set_up(const Export& next);
+    void run_first(const std::string& beginning);
     static std::string row_of(const std::string& name);
     std::string maker_of(const std::string& what) const;
     void add_words(const std::string& argument);
@@ -70,6 +79,7 @@ private:
 
     const Export* export_ = nullptr;
     std::vector<uint64_t> words_;
+    std::vector<uint32_t> handles_;
     std::vector<std::pair<std::string, Bytes*>> outputs_;
     uint8_t dirt_;
     bool is_first_;
@@ -80,6 +90,7 @@ private:
     std::array<Bytes, 8> output_buffers_;
     Bytes input_;
     uint32_t width_ = 8;
+    pd_meter_spec meter_{1, 2, 3, 4, PD_METER_TYPE_COLOR_UNAWARE};
     pipe_match_record match_;
     pipe_action_data data_;
     std::array<pipe_stful_element, 4> elements_{};
