@@ -79,9 +79,14 @@ Facts logged_facts(const char* text) {
     return facts;
 }
 
+using Text = std::unique_ptr<char, decltype(&std::free)>;
+
+Text state_log() {
+    return {vl_model_state_log(device), &std::free};
+}
+
 Facts shadow_facts() {
-    const std::unique_ptr<char, decltype(&std::free)> log(vl_model_state_log(device), &std::free);
-    return logged_facts(log.get());
+    return logged_facts(state_log().get());
 }
 
 // What became true, and what no longer is, without the handles: they differ from attempt to attempt.
@@ -296,18 +301,22 @@ Facts lost_by(const std::string& step, const std::string& profile, const std::st
     return wanted;
 }
 
-// What the driver asks of the library: a state log, a restore from it, a replay, to forget a device. If the shadow
-// refuses a call, the others follow, and only what depends on that call is missing.
-TEST(Faults, EachShadowCallOfEachCallback) {
-    ExportCalls exports;
+void make_members_and_groups(ExportCalls& exports) {
     for (const Export& each : every_export()) {
-        if (!each.has("ActionProfile_") || each.turn > 2) continue; // others than members, groups and memberships
+        if (!each.has("ActionProfile_") || each.turn > 2) continue;
         exports.prepare(each);
         ASSERT_EQ(exports.run(), 0u);
         exports.keep();
     }
+}
+
+// What the driver asks of the library: a state log, a restore from it, a replay, to forget a device. If the shadow
+// refuses a call, the others follow, and only what depends on that call is missing.
+TEST(Faults, EachShadowCallOfEachCallback) {
+    ExportCalls exports;
+    make_members_and_groups(exports);
     const Facts all = shadow_facts();
-    const std::unique_ptr<char, decltype(&std::free)> log(vl_model_state_log(device), &std::free);
+    const Text log = state_log();
     std::map<uint64_t, std::string> profiles; // by their states
     vl_model::answer_calls("p4_pd_ms_log_state", [&](const AnsweredCall& call) {
         profiles[call.args[1]] = catalog::program.profiles[profiles.size()].name;
@@ -354,6 +363,43 @@ TEST(Faults, EachShadowCallOfEachCallback) {
         } while (refused);
         EXPECT_GT(n, catalog::program.profiles.size());
     }
+}
+
+// cJSON's memory while a test counts it: the blocks in use, and the allocation that fails.
+size_t json_blocks = 0, json_failing = 0;
+
+TEST(Faults, AStateLogWhileMemoryIsShort) {
+    ExportCalls exports;
+    make_members_and_groups(exports);
+    const Facts all = shadow_facts();
+    const Text complete = state_log();
+    cJSON_Hooks hooks = {.malloc_fn = [](size_t size) -> void* {
+                             if (json_failing != 0 && --json_failing == 0) return nullptr;
+                             ++json_blocks;
+                             return std::malloc(size);
+                         },
+                         .free_fn =
+                             [](void* block) {
+                                 json_blocks -= block != nullptr;
+                                 std::free(block);
+                             }};
+    for (size_t n = 1; json_failing == 0; ++n) { // until no allocation fails
+        cJSON_InitHooks(&hooks);
+        json_failing = n;
+        const Text log = state_log();
+        cJSON_InitHooks(nullptr);
+        EXPECT_EQ(json_blocks, 0u) << n;
+        EXPECT_EQ(vl_model_device_state_drop(device), 0u);
+        if (log != nullptr) { // else the driver's own part failed
+            EXPECT_EQ(vl_model_state_restore(device, log.get()), 0u);
+        }
+        const Facts restored = shadow_facts();
+        EXPECT_TRUE(std::includes(all.begin(), all.end(), restored.begin(), restored.end())) << n;
+        EXPECT_TRUE(restored == all || json_failing == 0) << n;
+        EXPECT_EQ(vl_model_device_state_drop(device), 0u);
+        EXPECT_EQ(vl_model_state_restore(device, complete.get()), 0u);
+    }
+    json_failing = 0;
 }
 
 } // namespace
