@@ -74,45 +74,6 @@ TEST_F(Groups, OneCallOperations) {
     expect_profile_forwards(operations, "get_sel_table_handle", &catalog::Profile::selector);
 }
 
-TEST_F(Groups, TheStateAfterARefusal) {
-    // Each step starts from the state that the steps before it left.
-    const struct {
-        const char *operation, *arguments, *failing;
-        pd_status expected;
-        size_t calls;
-        unsigned members; // in the driver, afterwards
-        bool action;      // in the shadow
-    } steps[] = {
-        {"create_group", "sess tgt 0 out", "pipe_mgr_sel_grp_add", 51, 1, 0, false},
-        {"create_group", "sess tgt 0 out", "p4_pd_ms_new_grp", 0, 2, 0, false},
-        {"add_member_to_group", "sess dev grp mbr", "p4_pd_ms_get_mbr_act", 51, 1, 0, false},
-        {"add_member_to_group", "sess dev grp mbr", "pipe_mgr_sel_grp_mbr_add", 51, 2, 0, false},
-        {"add_member_to_group", "sess dev grp mbr", "p4_pd_ms_set_grp_act", 0, 4, 1, false},
-        {"del_member_from_group", "sess dev grp mbr", "pipe_mgr_sel_grp_mbr_del", 51, 1, 1, false},
-        {"del_member_from_group", "sess dev grp mbr", "p4_pd_ms_del_mbr_from_grp", 0, 2, 0, false},
-        {"add_member_to_group", "sess dev grp mbr", "p4_pd_ms_add_mbr_to_grp", 0, 4, 1, true},
-    };
-    for_profiles([&] {
-        pd_group lost = 0;
-        names["out"] = word(&lost);
-        names["mbr"] = add_member();
-        const pd_group group = add_group();
-        names["grp"] = group;
-        for (const auto& step : steps) {
-            SCOPED_TRACE(step.failing);
-            vl_model::fail_call(step.failing, 1, 51);
-            EXPECT_EQ(run(step.operation, step.arguments), step.expected);
-            EXPECT_EQ(calls().size(), step.calls);
-            EXPECT_EQ(members_in_driver(), step.members);
-            EXPECT_EQ(action_of_group(group) != 0, step.action);
-        }
-        names["grp"] = lost;
-        EXPECT_EQ(run_on_table("set_default_entry_with_selector", "sess tgt grp out"), VL_MODEL_NOT_FOUND)
-            << "the shadow failed to take this group";
-        calls();
-    });
-}
-
 TEST_F(Groups, TheMemberThatJoinedLastGivesTheAction) {
     use(catalog::program.profiles[4]);
     const pd_member port = add_member(0), tunnel = add_member(2);
@@ -163,47 +124,24 @@ TEST_F(Groups, ADeletionHandsTheMembersToTheShadow) {
     }
 }
 
-TEST_F(Groups, ARefusedDeletionLeavesTheGroupAndNoMemory) {
-    const std::string count = "pipe_mgr_get_sel_grp_mbr_count", list = "pipe_mgr_sel_grp_mbrs_get",
-                      drop = "pipe_mgr_sel_grp_del", allocate = "bf_sys_calloc", release = "bf_sys_free";
-    const struct {
-        std::string function; // or allocations
-        std::vector<unsigned> allocations;
-        pd_status expected;
-        Lines calls;
-    } faults[] = {
-        {count, {}, 53, {count}},
-        {"", {1}, PD_STATUS_NO_MEMORY, {count, allocate, allocate, release}},
-        {"", {2}, PD_STATUS_NO_MEMORY, {count, allocate, allocate, release}},
-        {"", {1, 2}, PD_STATUS_NO_MEMORY, {count, allocate, allocate}},
-        {list, {}, 53, {count, allocate, allocate, list, release, release}},
-        {drop, {}, 53, {count, allocate, allocate, list, drop, release, release}},
-    };
+TEST_F(Groups, DeletionsThatFailOtherwise) {
+    const std::string count = "pipe_mgr_get_sel_grp_mbr_count", drop = "pipe_mgr_sel_grp_del",
+                      forget = "p4_pd_ms_del_grp", allocate = "bf_sys_calloc";
     for_profiles([&] {
-        const pd_group group = add_group({add_member(), add_member()}), empty = add_group();
-        names["grp"] = group;
-        for (const auto& fault : faults) {
-            if (!fault.function.empty()) vl_model::fail_call(fault.function, 1, 53);
-            for (const unsigned nth : fault.allocations)
-                vl_model::fail_allocation(nth);
-            EXPECT_EQ(run("del_group", "sess dev grp"), fault.expected);
-            EXPECT_EQ(functions_called(), fault.calls);
-            EXPECT_EQ(vl_model::live_allocations(), 0u);
-            EXPECT_EQ(members_in_driver(), 2u);
-            EXPECT_EQ(action_of_group(group), action(0).handle);
-        }
-        names["grp"] = empty;
+        names["grp"] = add_group({add_member(), add_member()});
+        vl_model::fail_allocation(1);
+        vl_model::fail_allocation(2);
+        EXPECT_EQ(run("del_group", "sess dev grp"), +PD_STATUS_NO_MEMORY);
+        EXPECT_EQ(functions_called(), (Lines{count, allocate, allocate}));
+        EXPECT_EQ(members_in_driver(), 2u);
+        names["grp"] = add_group();
         vl_model::fail_call(drop, 1, 54);
         EXPECT_EQ(run("del_group", "sess dev grp"), 54u);
         EXPECT_EQ(functions_called(), (Lines{count, drop})) << "the shadow keeps an empty group too";
-        for (const pd_group last : {group, empty}) {
-            names["grp"] = last;
-            vl_model::fail_call("p4_pd_ms_del_grp", 1, 55);
-            EXPECT_EQ(run("del_group", "sess dev grp"), 55u) << "the status is the shadow's";
-            EXPECT_EQ(vl_model::live_allocations(), 0u);
-            EXPECT_EQ(run("del_group", "sess dev grp"), VL_MODEL_NOT_FOUND) << "the driver no longer has the group";
-        }
-        EXPECT_EQ(action_of_group(group), action(0).handle) << "the shadow still holds it";
+        vl_model::fail_call(forget, 1, 55);
+        EXPECT_EQ(run("del_group", "sess dev grp"), 55u) << "the status is the shadow's";
+        EXPECT_EQ(functions_called(), (Lines{count, drop, forget}));
+        EXPECT_EQ(run("del_group", "sess dev grp"), VL_MODEL_NOT_FOUND) << "the driver no longer has the group";
     });
 }
 

@@ -197,17 +197,6 @@ TEST_F(DeviceState, ALogWithoutProfilesRestoresNothing) {
     }
 }
 
-TEST_F(DeviceState, TheShadowsAnswersAreIgnored) {
-    vl_model::fail_call("p4_pd_ms_log_state", 1, 9);
-    const Json json = log();
-    EXPECT_EQ(cJSON_GetArraySize(cJSON_GetObjectItem(own(json), "act_profs")), static_cast<int>(profile_count));
-    vl_model::fail_call("p4_pd_ms_restore_state", 1, 9);
-    EXPECT_EQ(restore(json), profile_count);
-    vl_model::fail_call("p4_pd_ms_destroy_state_for_dev", 1, 9);
-    EXPECT_EQ(vl_model_device_remove(device), 0u);
-    EXPECT_EQ(calls().size(), profile_count + 1);
-}
-
 TEST(ActionNames, NumbersAndNamesAreInverse) {
     const uint32_t count = p4_pd_velmar_switch_action_count;
     ASSERT_EQ(count, catalog::program.actions.size());
