@@ -1,6 +1,6 @@
 // What an operation leaves behind when one of its steps fails. A step is a call of the driver or an allocation. Every
-// exported function is called again and again: first its first step is refused, then its second, until all have been.
-// The steps that the driver takes on its own account are not swept. Those of the library's callbacks are.
+// exported function is called with its first step refused, then with its second, until no step is left. The same is done
+// to the library's callbacks. The work of the embedded driver itself isn't swept.
 #include "support/every_export.h"
 
 #include <cjson/cJSON.h>
@@ -89,9 +89,9 @@ Facts shadow_facts() {
     return logged_facts(state_log().get());
 }
 
-// What became true, and what no longer is, without the handles: they differ from attempt to attempt.
+// What became true and what no longer is. Handles are left out, because they differ from attempt to attempt.
 Facts change(const Facts& before, const Facts& after) {
-    Facts lines, changes;
+    Facts changes;
     const auto compare = [&](const Facts& of, const Facts& other, const char* sign) {
         for (const std::string& line : of) {
             if (other.contains(line)) continue;
@@ -169,13 +169,13 @@ struct Attempt {
     }
 };
 
-// The shadow is told of a change once the driver has accepted it, and then the result is 0 whatever the shadow says. The
-// list of a member's resources isn't needed either.
+// The shadow learns of a change after the driver has accepted it, so its refusal doesn't count. No member has resources,
+// so a refusal to list them doesn't count either.
 bool is_ignored(const std::string& step) {
     return step.starts_with("p4_pd_ms_") && !step.starts_with("p4_pd_ms_get_") && step != "p4_pd_ms_del_grp";
 }
 
-// These go on without an answer, in another way than with one.
+// After these steps fail, the call goes on, but sends something else.
 bool is_guessed(const Export& each, const std::string& step) {
     return step == "bf_snapshot_capture_phv_fields_dict_size" ||
            (step == "pipe_mgr_hash_calc_input_get" && each.has("_input_field_attribute_"));
@@ -219,8 +219,10 @@ void expect_calls(const Export& each, const Attempt& failed, const Attempt& good
         EXPECT_EQ(failed.functions, good.functions);
     } else {
         const auto stop = static_cast<std::ptrdiff_t>(failed.position);
-        EXPECT_TRUE(std::equal(failed.sent.begin(), failed.sent.begin() + stop, good.sent.begin()));
-        // These two try for both their lists before they look at them.
+        EXPECT_EQ(
+            std::vector(failed.sent.begin(), failed.sent.begin() + stop),
+            std::vector(good.sent.begin(), good.sent.begin() + std::min<std::ptrdiff_t>(stop, std::ssize(good.sent))));
+        // These two allocate both their lists before they check either.
         std::set<std::string> after(failed.functions.begin() + stop, failed.functions.end());
         after.erase("bf_sys_free");
         if ((each.has("_range_read_") || each.has("_del_group")) && failed.refused == "bf_sys_calloc")
@@ -229,7 +231,7 @@ void expect_calls(const Export& each, const Attempt& failed, const Attempt& good
     }
 }
 
-// Driver and shadow differ by what the refused step should have told the shadow.
+// If the shadow refuses a step, it misses what that step and the steps that depend on it should have told it.
 void expect_facts(const Attempt& failed, const Attempt& good) {
     const std::string& step = failed.refused;
     const bool is_accepted = is_ignored(step) || step == "p4_pd_ms_del_grp";
@@ -243,8 +245,8 @@ void expect_facts(const Attempt& failed, const Attempt& good) {
     EXPECT_EQ(failed.shadow, shadow);
 }
 
-// No digest has come. The program has no direct register. A keyless table has no entries to walk, and
-// ingressPortMapping has no default entry.
+// True for the few functions that can't succeed here. No digest has come to acknowledge. The program has no direct
+// register. A keyless table has no entries to walk, and ingressPortMapping has no default entry.
 bool must_fail(const Export& each, const std::string& row) {
     if (each.has("Digest_notify_ack")) return true;
     if (each.has("_register_")) return each.name.ends_with("_direct");
@@ -281,7 +283,7 @@ TEST(Faults, EachStepOfEachExport) {
     EXPECT_GT(refused_steps, every_export().size() / 2);
 }
 
-// What the shadow of one profile lacks after a restore or a state log in which one of its calls was refused.
+// What a restore or a state log lacks if one call about a profile was refused.
 Facts lost_by(const std::string& step, const std::string& profile, const std::string& handle, const Facts& all) {
     const std::string member = profile + " member " + handle, group = profile + " group " + handle;
     Facts joined, wanted;
@@ -310,8 +312,8 @@ void make_members_and_groups(ExportCalls& exports) {
     }
 }
 
-// What the driver asks of the library: a state log, a restore from it, a replay, to forget a device. If the shadow
-// refuses a call, the others follow, and only what depends on that call is missing.
+// The driver asks the library to log a device's state, to forget it, to restore it, and to restore it by a replay. If
+// the shadow refuses a call, the other calls still follow, and only what depends on that call is missing.
 TEST(Faults, EachShadowCallOfEachCallback) {
     ExportCalls exports;
     make_members_and_groups(exports);
@@ -356,7 +358,7 @@ TEST(Faults, EachShadowCallOfEachCallback) {
                 Facts lost = lost_by(refused->function, profile->second, std::to_string(handle), all);
                 for (const std::string& line : lost)
                     expected.erase(line);
-                if (is_drop) expected = lost; // that is, not forgotten
+                if (is_drop) expected = lost; // these weren't forgotten
             }
             EXPECT_EQ(is_log ? logged : shadow_facts(), expected) << (refused ? refused->function : "nothing");
             ++n;
@@ -365,7 +367,7 @@ TEST(Faults, EachShadowCallOfEachCallback) {
     }
 }
 
-// cJSON's memory while a test counts it: the blocks in use, and the allocation that fails.
+// While a test counts them: cJSON's blocks in use, and the number of the allocation that fails, counted down.
 size_t json_blocks = 0, json_failing = 0;
 
 TEST(Faults, AStateLogWhileMemoryIsShort) {

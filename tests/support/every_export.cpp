@@ -23,8 +23,8 @@ constexpr const char* makers[] = {
     "_entry_add",        "_snapshot_create", "_idle_tmo_enable",     "_get_plcmt_data"};
 constexpr int others = std::size(makers);
 
-// What must run before a function whose name has a part: the functions with one of `first` instead of that part. They
-// may fail. The first row that fits counts.
+// Before a function whose name contains `part`, other functions run. Their names begin like its name, and go on with one
+// of `first` instead of `part`. They may fail. Only the first row that fits counts.
 struct Need {
     const char* part;
     std::array<const char*, 3> first;
@@ -42,7 +42,7 @@ constexpr Need needs[] = {
     {"_deregister", {"_register"}},
 };
 
-// Digests come only with traffic, which no test that calls all functions has.
+// Never called, because there is no traffic.
 pipe_status no_digest(pipe_sess_hdl, pipe_digest_msg*, void*) {
     return 0;
 }
@@ -211,8 +211,8 @@ std::string ExportCalls::sent(const vl_model::Call& call, const std::vector<uint
     return text;
 }
 
-// The table or profile of a function, or the set of values. A profile's members and groups serve its table too. The
-// functions of other rows take handles of one table or profile.
+// The row whose handles a function takes: its table, profile or value set. Functions that work on any table or profile
+// get the handles of one of them.
 std::string ExportCalls::row_of(const std::string& name) {
     static const std::map<std::string, std::string> rows = [] {
         std::map<std::string, std::string> all;
@@ -233,6 +233,7 @@ std::string ExportCalls::row_of(const std::string& name) {
     return "ipv4Host";
 }
 
+// A table takes the members and groups of its profile.
 std::string ExportCalls::maker_of(const std::string& what) const {
     if (export_->has("_modify_member_with_"))
         return std::string(export_->name).replace(export_->name.find("_modify_"), 8, "_add_");
