@@ -114,7 +114,7 @@ Facts without(Facts facts, const char* ending) {
 struct Attempt {
     std::string refused; // the step; empty if the call had fewer steps
     size_t position = 0; // the number of calls up to the step
-    uint32_t result = 0;
+    uint64_t result = 0;
     std::vector<std::string> functions; // that were called, and what they were sent
     std::vector<std::string> sent;
     uint32_t last_status = 0;
@@ -181,7 +181,7 @@ bool is_guessed(const Export& each, const std::string& step) {
            (step == "pipe_mgr_hash_calc_input_get" && each.has("_input_field_attribute_"));
 }
 
-uint32_t expected_result(const Export& each, const Attempt& failed, const Attempt& good) {
+uint64_t expected_result(const Export& each, const Attempt& failed, const Attempt& good) {
     const bool by_number = each.name.ends_with("_algorithm_get") || each.name.ends_with("_input_get");
     if (is_ignored(failed.refused)) return good.result;
     if (is_guessed(each, failed.refused)) return failed.last_status;

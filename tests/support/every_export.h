@@ -46,6 +46,10 @@ public:
     // Keeps the handles and placement data that the function has made, for the calls that come.
     void keep();
 
+    // The arguments of the prepared function.
+    const std::vector<uint64_t>& words() const {
+        return words_;
+    }
     // What the last run printed.
     std::string printed() const;
     // The name of each output, and its bytes.

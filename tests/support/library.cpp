@@ -138,19 +138,16 @@ uint32_t call(const std::string& name, const std::vector<uint64_t>& words) {
     return static_cast<uint32_t>(call_for_word(name, words));
 }
 
-uint64_t call_for_word(const std::string& name, const std::vector<uint64_t>& words) {
+void* address_of(const std::string& name) {
     void* const symbol = dlsym(RTLD_DEFAULT, name.c_str());
-    if (symbol == nullptr) {
-        ADD_FAILURE() << "the library doesn't export " << name;
-        return ~uint64_t{0};
-    }
-    constexpr size_t most = 12;
-    uint64_t w[most] = {};
-    EXPECT_LE(words.size(), most);
-    std::copy(words.begin(), words.end(), w);
-    using Function = uint64_t (*)(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t,
-                                  uint64_t, uint64_t, uint64_t, uint64_t);
-    return reinterpret_cast<Function>(symbol)(w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8], w[9], w[10], w[11]);
+    EXPECT_NE(symbol, nullptr) << "the library doesn't export " << name;
+    return symbol;
+}
+
+uint64_t call_for_word(const std::string& name, const std::vector<uint64_t>& words) {
+    EXPECT_LE(words.size(), most_words);
+    void* const function = address_of(name);
+    return function != nullptr ? call_at(function, words) : ~uint64_t{0};
 }
 
 std::string hex(const Bytes& bytes) {

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
@@ -69,6 +70,18 @@ uint32_t call(const std::string& name, std::initializer_list<Word> words);
 uint32_t call(const std::string& name, const std::vector<uint64_t>& words);
 // The same for a function that may return a pointer.
 uint64_t call_for_word(const std::string& name, const std::vector<uint64_t>& words);
+// The address of an exported function. The test fails if there is none.
+void* address_of(const std::string& name);
+inline constexpr size_t most_words = 12;
+// Calls the function at this address.
+[[gnu::always_inline]] inline uint64_t call_at(void* function, const std::vector<uint64_t>& words) {
+    uint64_t w[most_words] = {};
+    std::copy_n(words.begin(), std::min(words.size(), most_words), w);
+    using Function = uint64_t (*)(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t, uint64_t,
+                                  uint64_t, uint64_t, uint64_t, uint64_t);
+    return reinterpret_cast<Function>(function)(w[0], w[1], w[2], w[3], w[4], w[5], w[6], w[7], w[8], w[9], w[10],
+                                                w[11]);
+}
 
 template <class Pointee>
 uint64_t word(Pointee* pointer) {
