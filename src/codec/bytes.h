@@ -54,7 +54,7 @@ using Vector = __m128i;
 // memset of that size compilers use a string instruction or a call, which takes longer to start than the stores take to
 // finish. The record is aligned like a vector, so that no store crosses a cache line.
 template <class Record>
-void clear(Record& record) {
+VL_INLINE void clear(Record& record) {
     constexpr size_t count = sizeof record / sizeof(Vector);
     static_assert(sizeof record == count * sizeof(Vector));
     Vector* const vectors = reinterpret_cast<Vector*>(&record);
@@ -63,7 +63,7 @@ void clear(Record& record) {
 
 // Loads an integer from a record.
 template <unsigned size>
-uint32_t load(const Byte* from) {
+VL_INLINE uint32_t load(const Byte* from) {
     static_assert(size == 1 || size == 2 || size == 4);
     uint32_t value = 0;
     std::memcpy(&value, from, size);
@@ -71,14 +71,14 @@ uint32_t load(const Byte* from) {
 }
 
 template <unsigned size>
-void store(Byte* to, uint32_t value) {
+VL_INLINE void store(Byte* to, uint32_t value) {
     static_assert(size == 1 || size == 2 || size == 4);
     std::memcpy(to, &value, size);
 }
 
 // The `size` low-order bytes of a value, most significant first.
 template <unsigned size>
-void store_big_endian(Byte* to, uint32_t value) {
+VL_INLINE void store_big_endian(Byte* to, uint32_t value) {
     static_assert(size >= 1 && size <= 4);
     if constexpr (size == 3) {
         store_big_endian<2>(to, value >> 8);
@@ -94,7 +94,7 @@ void store_big_endian(Byte* to, uint32_t value) {
 }
 
 template <unsigned size>
-uint32_t load_big_endian(const Byte* from) {
+VL_INLINE uint32_t load_big_endian(const Byte* from) {
     static_assert(size >= 1 && size <= 4);
     if constexpr (size == 3) return load_big_endian<2>(from) << 8 | from[2];
     if constexpr (size == 2) {

@@ -78,8 +78,8 @@ inline uint32_t find_index(uint32_t resource_hdl, const pd_resource_index* resou
 }
 
 template <ActionRef A>
-void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources, uint32_t count,
-                         void* action_spec) {
+VL_INLINE void unbuild_action_spec(const pipe_action_data& action, const pd_resource_index* resources, uint32_t count,
+                                   void* action_spec) {
     constexpr catalog::ActionLayout layout = action_layout<A>;
     Byte* const record = static_cast<Byte*>(action_spec);
     std::memset(record, 0, layout.record_size);

@@ -56,7 +56,7 @@ constexpr uint32_t width_mask(unsigned bits) {
 // Encodes one field of a masked table. The caller's mask is first applied to the key, and then cut to the field's
 // width. Both values stay in registers until they are complete.
 template <TableRef T, size_t i>
-void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
+VL_INLINE void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
     constexpr bool has_mask = field.partner_bytes != 0;
     Byte* const field_key = key + field.key_position;
@@ -84,7 +84,7 @@ void build_masked_field(const Byte* match_spec, Byte* key, Byte* mask) {
 }
 
 template <TableRef T, size_t i>
-void build_exact_field(const Byte* match_spec, Byte* key) {
+VL_INLINE void build_exact_field(const Byte* match_spec, Byte* key) {
     constexpr catalog::FieldLayout field = key_layout<T>.fields[i];
     if constexpr (field.bits > 32)
         std::memcpy(key + field.key_position, match_spec + field.record_offset, field.key_bytes);

@@ -47,9 +47,9 @@ inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_i
 // Writes a member's action as a record. If there is a shadow, it is first asked for the member's resources, although no
 // member has any. False if the action isn't the profile's.
 template <ProfileRef P>
-bool write_record(uint32_t action_hdl, const pipe_action_data& action, p4_pd_ms_state* shadow, pd_device dev_id,
-                  pd_member mbr_hdl, void* action_record) {
-    return visit_action<P>(action_hdl, [&](auto visited) {
+VL_INLINE bool write_record(uint32_t action_hdl, const pipe_action_data& action, p4_pd_ms_state* shadow,
+                            pd_device dev_id, pd_member mbr_hdl, void* action_record) {
+    return visit_action<P>(action_hdl, [&](auto visited) VL_INLINE_LAMBDA {
         constexpr ActionRef A = visited.value;
         if (shadow != nullptr && A->params.size() != 0) {
             uint32_t count = 0;

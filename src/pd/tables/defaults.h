@@ -22,7 +22,8 @@ pd_status set(pd_session sess_hdl, pd_dev_tgt dev_tgt, const void* action_spec, 
 // Reads the default entry. PD_STATUS_UNEXPECTED, with nothing written or logged: the answer can't come from this
 // pipeline.
 template <TableRef T>
-pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t read_from_hw, const reading::Outputs& out) noexcept {
+VL_INLINE pd_status get(pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t read_from_hw,
+                        const reading::Outputs& out) noexcept {
     bytes::Byte data[decoding::data_capacity]{};
     pipe_action_record action{};
     if constexpr (!catalog::is_indirect(*T)) {

@@ -22,7 +22,8 @@ struct Pointer {
     pipe_act_hdl action;
 };
 
-inline pd_status build_pointer(p4_pd_ms_state* shadow, PointsAt what, pd_device dev_id, uint32_t handle, Pointer& out) {
+VL_INLINE pd_status build_pointer(p4_pd_ms_state* shadow, PointsAt what, pd_device dev_id, uint32_t handle,
+                                  Pointer& out) {
     bytes::clear(out.record);
     uint32_t count = 0;
     void* resources = nullptr; // these tables have none, but the shadow is always asked
