@@ -1,0 +1,146 @@
+// Fuzzes pd-show: its arguments, and a driver that gives any answers. An input is the arguments, a list of routes for
+// `--routes -`, and the answers. Whatever comes, the command ends with a result or a Problem.
+#include <csignal>
+#include <iostream>
+#include <sstream>
+
+#include <fcntl.h>
+#include <getopt.h>
+#include <unistd.h>
+
+#include "fuzz/any_answer.h"
+#include "pd_show/work.h"
+#include "vl_model/control.h"
+#include "vl_model/testing.h"
+
+namespace {
+
+using fuzz::demand;
+using pd_show::Problem;
+
+constexpr const char* vocabulary[] = {"tables",
+                                      "table",
+                                      "entries",
+                                      "counters",
+                                      "verify",
+                                      "ipv4Host",
+                                      "ipv6Host",
+                                      "ecmpGroup",
+                                      "trapToCpu",
+                                      "queueCounters",
+                                      "pdpClassCount",
+                                      "trapToCpuCount",
+                                      "--routes",
+                                      "-",
+                                      "--hw",
+                                      "--format",
+                                      "text",
+                                      "json",
+                                      "value",
+                                      "--time",
+                                      "--corrupt",
+                                      "3",
+                                      "--seed",
+                                      "--device",
+                                      "0",
+                                      "--session",
+                                      "--help",
+                                      "--version",
+                                      "-h",
+                                      "--format=json",
+                                      "--routes=-",
+                                      "--corrupt=99",
+                                      "--",
+                                      "ipv4host",
+                                      "lpm"};
+
+std::vector<std::string> make_arguments(fuzz::Input& input) {
+    std::vector<std::string> arguments = {"pd-show"};
+    for (size_t count = input.below(8); count > 0; --count) {
+        const uint8_t choice = input.byte();
+        arguments.emplace_back(choice < 224 ? vocabulary[choice % std::size(vocabulary)] : input.take(choice % 32));
+    }
+    return arguments;
+}
+
+pd_show::Arguments parse(std::vector<std::string>& texts) {
+    std::vector<char*> arguments;
+    for (std::string& text : texts)
+        arguments.push_back(text.data());
+    arguments.push_back(nullptr);
+    optind = 0; // start() of getopt_long()
+    return pd_show::read_arguments(static_cast<int>(texts.size()), arguments.data());
+}
+
+// The table of a call, whose handle is one of the first arguments.
+std::string table_of(const vl_model::Call& call) {
+    for (const catalog::Table& table : catalog::tables(catalog::program))
+        for (size_t i = 0; i < std::min<size_t>(call.args.size(), 3); ++i)
+            if (call.args[i] == table.handle) return table.name;
+    return "ipv4Host";
+}
+
+uint64_t answer(fuzz::Input& input, const vl_model::AnsweredCall& call) {
+    constexpr uint32_t most_cells = 10; // of counters, because all cells are read
+    if (call.function == "pipe_mgr_stat_ent_query" && *call.pointer<uint32_t>(3) >= most_cells) return 1;
+    return fuzz::any_answer(input, call, table_of(call));
+}
+
+// The fuzzer's handler of an abort, which start() replaces.
+struct KeptHandler {
+    struct sigaction of_fuzzer {};
+
+    KeptHandler() {
+        sigaction(SIGABRT, nullptr, &of_fuzzer);
+    }
+    ~KeptHandler() {
+        sigaction(SIGABRT, &of_fuzzer, nullptr);
+    }
+};
+
+pd_session start_kept(const pd_show::Library& library, const pd_show::Arguments& arguments) {
+    const KeptHandler kept;
+    return pd_show::start(library, arguments);
+}
+
+void run(const pd_show::Arguments& arguments, fuzz::Input& input) {
+    const pd_show::Library library(std::nullopt, arguments.time);
+    static const pd_show::Pipeline pipeline = describe_pipeline(library);
+    const pd_dev_tgt target = {.dev_id = arguments.device, .pipe_id = PD_ALL_PIPES, .reserved = 0};
+    pd_show::Output out;
+    pd_show::Complaints complaints;
+    const std::string routes(input.take(input.byte()));
+    std::istringstream in(routes);
+    std::streambuf* const replaced = std::cin.rdbuf(in.rdbuf());
+    std::cin.clear();
+    const pd_show::Work work{arguments, library, start_kept(library, arguments), target, pipeline, out, complaints};
+    std::cin.rdbuf(replaced);
+    vl_model::answer_calls("*", [&](const vl_model::AnsweredCall& call) { return answer(input, call); });
+    arguments.command(work);
+    out.flush();
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+    std::cerr.rdbuf(nullptr);
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    fuzz::Input input(data, size);
+    vl_model_reset();
+    vl_model_log_sink_set([](int, int, const char*, void*) {}, nullptr);
+    std::vector<std::string> texts = make_arguments(input);
+    try {
+        const pd_show::Arguments arguments = parse(texts);
+        // The demo is brought up once in a process, and another driver is none of this project.
+        if (arguments.answer == nullptr && !arguments.demo && !arguments.driver) run(arguments, input);
+    } catch (const Problem& problem) {
+        demand(problem.status != pd_show::exit_shown && problem.what()[0] != 0, "a problem without a reason");
+    }
+    vl_model::answer_calls("*", {});
+    demand(vl_model::live_allocations() == 0, "memory leaks");
+    return 0;
+}
