@@ -65,6 +65,7 @@ std::vector<std::string> make_arguments(fuzz::Input& input) {
 
 pd_show::Arguments parse(std::vector<std::string>& texts) {
     std::vector<char*> arguments;
+    arguments.reserve(texts.size() + 1);
     for (std::string& text : texts)
         arguments.push_back(text.data());
     arguments.push_back(nullptr);

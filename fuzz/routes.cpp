@@ -47,8 +47,12 @@ std::optional<Routes> read_list(const std::string& text) {
     demand(routes.has_value() == messages.str().empty(), "a list is bad without a reason, or good with one");
     if (!routes) return std::nullopt;
     Routes read;
-    for (const Route& route : *routes)
-        read[route.prefix] = route.next_hop;
+    for (const auto& [prefix, next_hop] : *routes) {
+        demand(prefix.length <= address_bits(prefix.family) &&
+                   prefix == network_of(prefix.family, prefix.address, prefix.length),
+               "a prefix was read that is none");
+        read[prefix] = next_hop;
+    }
     demand(read.size() == routes->size(), "a prefix was read twice");
     return read;
 }

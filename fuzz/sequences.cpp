@@ -196,12 +196,13 @@ private:
         return catalog::same(table_.name, "l2LookupMiss") ? Word(word(&meter_spec)) : std::nullopt;
     }
 
-    // A handle of the map or, sometimes, any other.
+    // Mostly a handle of the map.
     template <class Map>
     uint32_t pick(const Map& map) {
-        const size_t choice = in_.below(map.size() + 3);
-        if (choice < map.size()) return std::next(map.begin(), static_cast<std::ptrdiff_t>(choice))->first;
-        return choice == map.size() ? last_deleted_ : choice == map.size() + 1 ? 0 : in_.word();
+        const uint8_t choice = in_.byte();
+        if (choice < 0xE0 && !map.empty())
+            return std::next(map.begin(), static_cast<std::ptrdiff_t>(choice % map.size()))->first;
+        return choice % 3 == 0 ? last_deleted_ : choice % 3 == 1 ? 0 : in_.word();
     }
     template <class Map>
     void forget(Map& map, uint32_t handle) {
@@ -414,7 +415,7 @@ private:
                            : has_member ? 0
                                         : uint32_t{VL_MODEL_NOT_FOUND});
             if (has_member && state != 2) group_at->second.members[member] = state;
-            return;
+            return check_state(group, member);
         }
         case 8:
             return restart_by_log();
@@ -560,12 +561,17 @@ private:
             uint32_t count = 0;
             expect_profile("get_selector_group_member_count", {session_, target_word, handle, word(&count)}, 0);
             demand(count == group.members.size(), "a group has another number of members");
-            for (const auto& [member, state] : group.members) {
-                uint32_t got = 2;
-                expect_profile("group_member_state_get", {session_, target_word, handle, member, word(&got)}, 0);
-                demand(got == state, "a member of a group has another state");
-            }
+            for (const auto& [member, state] : group.members)
+                check_state(handle, member);
         }
+    }
+    void check_state(pd_group group, pd_member member) const {
+        uint32_t state = 2;
+        const auto found = groups_.find(group);
+        const bool has_member = found != groups_.end() && found->second.members.contains(member);
+        expect_profile("group_member_state_get", {session_, target_word, group, member, word(&state)},
+                       has_member ? 0 : VL_MODEL_NOT_FOUND);
+        demand(state == (has_member ? found->second.members.at(member) : 2), "a member has another state");
     }
 
     fuzz::Input& in_;

@@ -61,7 +61,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t mos
     mutate(root.get(), random);
     char* const text = cJSON_PrintUnformatted(root.get());
     const size_t length = std::strlen(text);
-    if (length <= most) std::memcpy(data, text, length);
+    if (length <= most) std::copy_n(text, length, data);
     cJSON_free(text);
     return length <= most ? length : size;
 }
