@@ -1,5 +1,5 @@
-// Fuzzes what a driver answers. An input is the number of an exported function in two bytes, and the driver's answers
-// to its calls; then the next function. No answer makes the library touch memory that isn't its, leak, write an output
+// Fuzzes what a driver answers. An input is the number of a family of exported functions, that of one of its functions,
+// and the driver's answers to its calls; then the next family. No answer makes the library touch memory that isn't its, leak, write an output
 // of its own after a failure, or write a text beyond the room that the public header asks for.
 #include "fuzz/any_answer.h"
 #include "support/every_export.h"
@@ -23,6 +23,24 @@ std::string row_of(const std::string& name) {
     return name.size() < begin ? name : name.substr(begin, name.find('_', begin) - begin);
 }
 
+// Exports that differ only in their row or action, so that a family of one function is called as often as one of many.
+const std::vector<std::vector<const Export*>>& families() {
+    static const std::vector<std::vector<const Export*>> all = [] {
+        std::map<std::string, std::vector<const Export*>> by_name;
+        for (const Export& each : support::every_export()) {
+            const std::string row = row_of(each.name);
+            const std::string rest =
+                row == each.name ? row.substr(0, row.rfind('_')) : each.name.substr(each.name.find(row) + row.size());
+            by_name[rest.substr(0, std::min(rest.find("_with_"), rest.find("_action_")))].push_back(&each);
+        }
+        std::vector<std::vector<const Export*>> listed;
+        for (const auto& [name, exports] : by_name)
+            listed.push_back(exports);
+        return listed;
+    }();
+    return all;
+}
+
 // Families that the header exempts: they write outputs whether or not they succeed.
 bool writes_always(const Export& each) {
     return each.has("_get_property") || each.has("_hit_state") || each.has("_input_field_attribute_") ||
@@ -35,8 +53,8 @@ bool is_of_key(const std::string& output) {
 
 // `passed_on` says whether the driver got the output.
 void check_output(const Export& each, uint32_t result, const std::string& what, const Bytes& output, bool passed_on) {
-    if (what == "message") demand(is_untouched(output, 66), each.name + ": a message of more than 66 bytes");
-    if (what == "action_name") demand(is_untouched(output, 61), each.name + ": a name of more than 61 bytes");
+    for (const auto& [name, room] : {std::pair("message", 66), {"action_name", 61}, {"stages", 20 * 676}})
+        if (what == name) demand(is_untouched(output, static_cast<size_t>(room)), each.name + ": too long a " + what);
     if (each.result.starts_with("int")) {
         const bool writes = what == "message" ? result == 0 : result != 0;
         if (!writes) demand(is_untouched(output), each.name + ": wrote its output without a reason");
@@ -60,10 +78,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     fuzz::Input input(data, size);
-    const std::vector<Export>& exports = support::every_export();
     support::ExportCalls calls(input.byte());
     while (!input.empty()) {
-        const Export& each = exports[input.below(exports.size())];
+        const auto& family = families()[input.below(families().size())];
+        const Export& each = *family[input.below(family.size())];
         const std::string row = row_of(each.name);
         calls.prepare(each);
         std::vector<bool> passed_on(calls.outputs().size());
