@@ -1,11 +1,13 @@
 // Fuzzes pd-show: its arguments, and a driver that gives any answers. An input is the arguments, a list of routes for
-// `--routes -`, and the answers. Whatever comes, the command ends with a result or a Problem.
+// `--routes -`, and the answers. Whatever comes, the command ends with a result or a Problem, its output is text, and JSON
+// is sound. On the embedded driver's own answers nothing differs, unless the user damages entries.
 #include <csignal>
 #include <iostream>
 #include <sstream>
 
-#include <fcntl.h>
+#include <cjson/cJSON.h>
 #include <getopt.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "fuzz/any_answer.h"
@@ -104,6 +106,23 @@ pd_session start_kept(const pd_show::Library& library, const pd_show::Arguments&
     return pd_show::start(library, arguments);
 }
 
+// What was written to standard output, which is a file in memory.
+std::string take_output() {
+    std::string text(static_cast<size_t>(lseek(STDOUT_FILENO, 0, SEEK_END)), 0);
+    demand(pread(STDOUT_FILENO, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size()), "no output");
+    demand(ftruncate(STDOUT_FILENO, 0) == 0 && lseek(STDOUT_FILENO, 0, SEEK_SET) == 0, "the output stays");
+    return text;
+}
+
+void check_text(const std::string& text, bool is_json) {
+    const auto is_control = [](char byte) { return (byte >= 0 && byte < ' ' && byte != '\n') || byte == '\x7F'; };
+    demand(std::none_of(text.begin(), text.end(), is_control), "the output isn't text: " + text);
+    if (!is_json) return;
+    cJSON* const json = cJSON_ParseWithOpts(text.c_str(), nullptr, 1);
+    demand(json != nullptr, "the output isn't JSON: " + text);
+    cJSON_Delete(json);
+}
+
 void run(const pd_show::Arguments& arguments, fuzz::Input& input) {
     const pd_show::Library library(std::nullopt, arguments.time);
     static const pd_show::Pipeline pipeline = describe_pipeline(library);
@@ -116,15 +135,19 @@ void run(const pd_show::Arguments& arguments, fuzz::Input& input) {
     std::cin.clear();
     const pd_show::Work work{arguments, library, start_kept(library, arguments), target, pipeline, out, complaints};
     std::cin.rdbuf(replaced);
+    const bool embedded_alone = input.empty();
     vl_model::answer_calls("*", [&](const vl_model::AnsweredCall& call) { return answer(input, call); });
-    arguments.command(work);
+    const bool equal = arguments.command(work);
     out.flush();
+    const std::string shown = take_output();
+    check_text(shown, arguments.format == pd_show::Format::json);
+    if (embedded_alone && !arguments.corrupt) demand(equal && !complaints.any(), "something differs");
 }
 
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
+    dup2(memfd_create("output", 0), STDOUT_FILENO);
     std::cerr.rdbuf(nullptr);
     return 0;
 }
@@ -142,6 +165,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         demand(problem.status != pd_show::exit_shown && problem.what()[0] != 0, "a problem without a reason");
     }
     vl_model::answer_calls("*", {});
+    take_output();
     demand(vl_model::live_allocations() == 0, "memory leaks");
     return 0;
 }
