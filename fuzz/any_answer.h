@@ -9,7 +9,7 @@
 namespace fuzz {
 
 // Answers a call by the bytes of the input: as the embedded driver does, or by a refusal, or by records of any content.
-// Some of the actions in the records are those of `row`, a table or profile. Without input, the embedded driver answers.
+// Most actions in the records are those of `row`, a table or profile. Without input, the embedded driver answers.
 uint64_t any_answer(Input& input, const vl_model::AnsweredCall& call, const std::string& row);
 
 } // namespace fuzz

@@ -30,14 +30,14 @@ public:
         const size_t high = count > 256 ? byte() : 0u;
         return (high << 8 | byte()) % count;
     }
-    // Mostly small, or all ones but the last bits.
+    // Mostly a small number.
     uint32_t word() {
         const uint32_t first = byte();
         if (first < 0xE0) return first;
-        if (first < 0xF0) return first - 0xF0u;
+        if (first < 0xF0) return first - 0xF0u; // near the highest
         return uint32_t{byte()} << 24 | uint32_t{byte()} << 16 | uint32_t{byte()} << 8 | byte();
     }
-    // Fills memory with zeros, ones, random bytes, or bytes of the input.
+    // Fills memory with zeros, with ones, with random bytes or with bytes of the input.
     void fill(void* memory, size_t size) {
         auto* const bytes = static_cast<uint8_t*>(memory);
         const uint8_t how = byte();

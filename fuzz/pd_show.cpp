@@ -1,6 +1,6 @@
 // Fuzzes pd-show: its arguments, and a driver that gives any answers. An input is the arguments, a list of routes for
-// `--routes -`, and the answers. Whatever comes, the command ends with a result or a Problem, its output is text, and JSON
-// is sound. On the embedded driver's own answers nothing differs, unless the user damages entries.
+// `--routes -`, and the answers. In every case the command ends with a result or a Problem, and its output is text, or
+// sound JSON. If only the embedded driver answers, nothing differs, unless the user damages entries.
 #include <csignal>
 #include <iostream>
 #include <sstream>

@@ -1,5 +1,5 @@
-// Fuzzes the device state that the driver saves for the library. An input is the text of a device state log. When a
-// restore succeeds, the next log is a fixed point: restored on an empty shadow or once more, it is logged again as it is.
+// Fuzzes the device state that the driver saves for the library. An input is the text of a device state log. After a
+// restore that succeeds, the next log is a fixed point: restored again, or on an empty shadow, it is logged unchanged.
 #include <memory>
 #include <vector>
 
