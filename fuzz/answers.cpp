@@ -34,6 +34,7 @@ const std::vector<std::vector<const Export*>>& families() {
             by_name[rest.substr(0, std::min(rest.find("_with_"), rest.find("_action_")))].push_back(&each);
         }
         std::vector<std::vector<const Export*>> listed;
+        listed.reserve(by_name.size());
         for (const auto& [name, exports] : by_name)
             listed.push_back(exports);
         return listed;
