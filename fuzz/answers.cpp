@@ -53,7 +53,7 @@ bool is_of_key(const std::string& output) {
 }
 
 // `passed_on` says whether the driver got the output.
-void check_output(const Export& each, uint32_t result, const std::string& what, const Bytes& output, bool passed_on) {
+void check_output(const Export& each, uint64_t result, const std::string& what, const Bytes& output, bool passed_on) {
     for (const auto& [name, room] : {std::pair("message", 66), {"action_name", 61}, {"stages", 20 * 676}})
         if (what == name) demand(is_untouched(output, static_cast<size_t>(room)), each.name + ": too long a " + what);
     if (each.result.starts_with("int")) {
@@ -92,7 +92,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                     if (arg == support::word(calls.outputs()[i].second->data())) passed_on[i] = true;
             return fuzz::any_answer(input, call, row);
         });
-        const uint32_t result = calls.run();
+        const uint64_t result = calls.run();
         for (size_t i = 0; i < passed_on.size(); ++i)
             check_output(each, result, calls.outputs()[i].first, *calls.outputs()[i].second, passed_on[i]);
         if (result == 0) calls.keep();
