@@ -1,14 +1,14 @@
 // What the library sends and writes must not depend on what was on its stack. All exported functions are called twice
 // from the same start, on stacks full of two different bytes. The driver must get the same records, reserved bytes
 // included, and outputs and results must be the same.
-#include "support/answers.h"
+#include "support/effects.h"
 
 namespace {
 
 using namespace support;
 
 TEST(DirtyStack, NothingOfItGetsOut) {
-    const std::vector<Answer> first = answers(0xA5), second = answers(0x5A);
+    const std::vector<Effect> first = effects(0xA5), second = effects(0x5A);
     ASSERT_GT(first.size(), 10 * all_tables().size());
     for (size_t i = 0; i < first.size(); ++i) {
         const std::string& name = first[i].name;

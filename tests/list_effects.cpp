@@ -3,13 +3,13 @@
 #include <cinttypes>
 #include <cstdio>
 
-#include "support/answers.h"
+#include "support/effects.h"
 
 int main() {
-    for (const support::Answer& answer : support::answers(0)) {
+    for (const support::Effect& effect : support::effects(0)) {
         uint64_t hash = 0xcbf29ce484222325; // FNV-1a
-        for (const char byte : answer.seen)
+        for (const char byte : effect.seen)
             hash = (hash ^ static_cast<unsigned char>(byte)) * 0x100000001b3;
-        std::printf("%s\t%016" PRIx64 "\n", answer.name.c_str(), hash);
+        std::printf("%s\t%016" PRIx64 "\n", effect.name.c_str(), hash);
     }
 }

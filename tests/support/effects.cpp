@@ -1,5 +1,5 @@
-// See answers.h.
-#include "support/answers.h"
+// See effects.h.
+#include "support/effects.h"
 
 #include <cstring>
 
@@ -21,8 +21,8 @@ void append(std::string& text, const Items& items) {
 
 } // namespace
 
-std::vector<Answer> answers(uint8_t dirt) {
-    std::vector<Answer> all;
+std::vector<Effect> effects(uint8_t dirt) {
+    std::vector<Effect> all;
     fill_stack(dirt);
     ExportCalls calls(dirt);
     vl_model::record_calls(true);
@@ -30,17 +30,17 @@ std::vector<Answer> answers(uint8_t dirt) {
         calls.prepare(each);
         vl_model::take_calls();
         fill_stack(dirt);
-        Answer answer{.name = each.name, .seen = {}, .result = calls.run()};
+        Effect effect{.name = each.name, .seen = {}, .result = calls.run()};
         for (const vl_model::Call& made : vl_model::take_calls())
-            answer.seen += calls.sent(made);
+            effect.seen += calls.sent(made);
         for (const auto& [what, bytes] : calls.outputs())
-            if (what != "blob") append(answer.seen, *bytes);
-        append(answer.seen, calls.printed());
-        const bool is_text = each.result.starts_with("const char") && answer.result != 0;
-        if (is_text) append(answer.seen, std::string_view(reinterpret_cast<const char*>(answer.result)));
-        if (!each.result.ends_with("*")) append(answer.seen, std::to_string(answer.result));
-        if (answer.result == 0) calls.keep();
-        all.push_back(std::move(answer));
+            if (what != "blob") append(effect.seen, *bytes);
+        append(effect.seen, calls.printed());
+        const bool is_text = each.result.starts_with("const char") && effect.result != 0;
+        if (is_text) append(effect.seen, std::string_view(reinterpret_cast<const char*>(effect.result)));
+        if (!each.result.ends_with("*")) append(effect.seen, std::to_string(effect.result));
+        if (effect.result == 0) calls.keep();
+        all.push_back(std::move(effect));
     }
     vl_model::record_calls(false);
     return all;
