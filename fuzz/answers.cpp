@@ -93,10 +93,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
             return fuzz::any_answer(input, call, row);
         });
         const uint64_t result = calls.run();
+        vl_model::answer_calls("*", {}); // the embedded driver answers what prepares the next call
         for (size_t i = 0; i < passed_on.size(); ++i)
             check_output(each, result, calls.outputs()[i].first, *calls.outputs()[i].second, passed_on[i]);
         if (result == 0) calls.keep();
     }
-    vl_model::answer_calls("*", {});
     return 0;
 }
