@@ -184,7 +184,8 @@ void members_and_groups(uint32_t count) {
 
 int main(int argc, char** argv) {
     const uint32_t count = argc == 2 ? static_cast<uint32_t>(std::strtoul(argv[1], nullptr, 10)) : 0;
-    check(count >= 1000 && count <= VL_MODEL_DEFAULT_CAPACITY, "a number of entries from 1000");
+    check(count >= 1000 && count <= VL_MODEL_DEFAULT_CAPACITY,
+          "checking that the argument is a number of entries from 1000");
     p4_pd_velmar_switch_init();
     check(vl_model_device_add(device, &velmar_switch_pipeline) == 0 && vl_model_session_open(&session) == 0,
           "starting");

@@ -159,7 +159,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::vector<std::string> texts = make_arguments(input);
     try {
         const pd_show::Arguments arguments = parse(texts);
-        // The demo is brought up once in a process, and another driver is none of this project.
+        // The demo is brought up once in a process, and other drivers aren't tested here.
         if (arguments.answer == nullptr && !arguments.demo && !arguments.driver) run(arguments, input);
     } catch (const Problem& problem) {
         demand(problem.status != pd_show::exit_shown && problem.what()[0] != 0, "a problem without a reason");

@@ -50,7 +50,7 @@ std::optional<Routes> read_list(const std::string& text) {
     for (const auto& [prefix, next_hop] : *routes) {
         demand(prefix.length <= address_bits(prefix.family) &&
                    prefix == network_of(prefix.family, prefix.address, prefix.length),
-               "a prefix was read that is none");
+               "a prefix that was read has bits beyond its length");
         read[prefix] = next_hop;
     }
     demand(read.size() == routes->size(), "a prefix was read twice");

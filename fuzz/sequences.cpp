@@ -432,7 +432,7 @@ private:
         const std::unique_ptr<char, decltype(&std::free)> again(vl_model_state_log(device), std::free);
         demand(std::string(log.get()) == again.get(), "a restored state is logged differently");
     }
-    // Or the driver replays its tables. A group without members has no action then.
+    // The agent restarts, and the driver replays its tables. A group without members has no action then.
     void restart_by_replay() {
         vl_model_device_state_drop(device);
         expect("restore_virtual_dev_state", p4_pd_velmar_switch_restore_virtual_dev_state(device, session_, 0, 0, 0),

@@ -71,13 +71,13 @@
  *                  replays the state of the device. If the driver saves the state meanwhile, the latest change may be
  *                  missing. The other functions of a profile may run at any time.
  *   Callbacks      A callback may come on any thread, and on several at once. It may call all functions except init()
- *                  and cleanup(). The rule for profiles holds there, too.
+ *                  and cleanup(). A callback keeps the rule for profiles, too.
  *   Cookies        A registration ends when null or another callback is registered, or by deregistration, or when the
  *                  device is removed. When the call that ends it has returned, the cookie may be freed. If that call
  *                  came from within a callback, the ended callback may still be running, on this thread or another.
- *                  The caller must not hold a lock that the callback takes. The cookie of an update_hit_state,
- *                  counter_hw_sync_ or register_hw_sync_ may be freed when the callback has run, or when the call was
- *                  refused.
+ *                  During that call, the caller must not hold a lock that the callback takes. The cookie of an
+ *                  update_hit_state, counter_hw_sync_ or register_hw_sync_ may be freed when the callback has run, or
+ *                  when the call was refused.
  *   Outputs        Two calls must not write to the same record or buffer at once. A print writes line by line: on one
  *                  file descriptor, the lines of several threads may mix.
  *

@@ -17,7 +17,7 @@ namespace support {
 
 namespace {
 
-// Functions that make what others need, in the order in which it is needed.
+// Functions that make what others need, in order.
 constexpr const char* makers[] = {
     "_add_member_with_", "_create_group",    "_add_member_to_group", "_set_default",   "_add_",
     "_entry_add",        "_snapshot_create", "_idle_tmo_enable",     "_get_plcmt_data"};
