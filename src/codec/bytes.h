@@ -96,15 +96,17 @@ VL_INLINE void store_big_endian(Byte* to, uint32_t value) {
 template <unsigned size>
 VL_INLINE uint32_t load_big_endian(const Byte* from) {
     static_assert(size >= 1 && size <= 4);
-    if constexpr (size == 3) return load_big_endian<2>(from) << 8 | from[2];
-    if constexpr (size == 2) {
+    if constexpr (size == 3) {
+        return load_big_endian<2>(from) << 8 | from[2];
+    } else if constexpr (size == 2) {
         uint16_t half = 0;
         std::memcpy(&half, from, size);
         return __builtin_bswap16(half);
+    } else {
+        uint32_t value = 0;
+        std::memcpy(&value, from, size);
+        return __builtin_bswap32(value) >> (32 - 8 * size);
     }
-    uint32_t value = 0;
-    std::memcpy(&value, from, size);
-    return __builtin_bswap32(value) >> (32 - 8 * size);
 }
 
 inline Wide load_wide(const Byte* from) {
