@@ -45,13 +45,11 @@ pipe_status dev_remove(pipe_dev_id dev_id) {
 
 pipe_status dev_log(pipe_dev_id dev_id, cJSON* object) {
     cJSON_AddStringToObject(object, program_key, program.name);
-    cJSON* const logs = cJSON_AddArrayToObject(object, profiles_key);
+    cJSON* const logs = cJSON_CreateArray();
+    cJSON_AddItemToObject(object, profiles_key, logs);
     for (size_t i = 0; i < shadows.size(); ++i) {
         cJSON* const log = cJSON_CreateObject();
-        if (!cJSON_AddItemToArray(logs, log)) { // no memory
-            cJSON_Delete(log);
-            continue;
-        }
+        cJSON_AddItemToArray(logs, log);
         cJSON_AddStringToObject(log, profile_name_key, program.profiles[i].name);
         p4_pd_ms_log_state(dev_id, shadows[i], log);
     }

@@ -35,29 +35,32 @@ using catalog::ProfileRef;
 inline constexpr std::string_view member_suffix = "_get_member_from_plcmt_data";
 inline constexpr std::string_view full_member_suffix = "_get_full_member_info_from_plcmt_data";
 
-template <ProfileRef P, const std::string_view& suffix>
-pd_status decode(const void* plcmt_data, p4_pd_ms_state* shadow, pd_device dev_id, pd_member mbr_hdl,
-                 void* action_record) noexcept {
+template <ProfileRef P, const std::string_view& suffix, class BeforeParams>
+pd_status decode(const void* plcmt_data, BeforeParams before_params, void* action_record) noexcept {
     bytes::Byte data[decoding::data_capacity]{};
     pipe_action_data action{.data_bits = 0, .data_len = 0, .reserved = 0, .data = data};
     pipe_act_hdl action_hdl = 0;
     const pd_status refused = pipe_mgr_plcmt_adt_data_get_entry(plcmt_data, &action, &action_hdl);
     if (refused != PD_STATUS_OK) return refused;
-    if (members::write_record<P>(action_hdl, action, shadow, dev_id, mbr_hdl, action_record)) return PD_STATUS_OK;
+    if (members::write_record<P>(action_hdl, action, before_params, action_record)) return PD_STATUS_OK;
     assertion_failed(Condition::null_pointer, joined<name_prefix, name_of<P>, suffix>.data(), __LINE__);
     return PD_STATUS_UNEXPECTED;
 }
 
 template <ProfileRef P>
 pd_status decode_member(const void* plcmt_data, void* action_record) noexcept {
-    return decode<P, member_suffix>(plcmt_data, nullptr, 0, 0, action_record);
+    return decode<P, member_suffix>(
+        plcmt_data, [] {}, action_record);
 }
 
 // If there is a shadow, it is asked for the member's resources.
 template <ProfileRef P>
 pd_status decode_full_member(pd_device dev_id, pd_member mbr_hdl, const void* plcmt_data,
                              void* action_record) noexcept {
-    return decode<P, full_member_suffix>(plcmt_data, lifecycle::shadow_of(P), dev_id, mbr_hdl, action_record);
+    const auto before_params = [&] {
+        if (lifecycle::shadow_of(P) != nullptr) members::ask_resources(lifecycle::shadow_of(P), dev_id, mbr_hdl);
+    };
+    return decode<P, full_member_suffix>(plcmt_data, before_params, action_record);
 }
 
 } // namespace vl_pd::placement

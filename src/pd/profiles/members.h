@@ -44,18 +44,21 @@ inline pd_status remove(ProfileRef profile, pd_session sess_hdl, pd_device dev_i
     return PD_STATUS_OK;
 }
 
-// Writes a member's action as a record. If there is a shadow, it is first asked for the member's resources, although no
-// member has any. False if the action isn't the profile's.
-template <ProfileRef P>
-VL_INLINE bool write_record(uint32_t action_hdl, const pipe_action_data& action, p4_pd_ms_state* shadow,
-                            pd_device dev_id, pd_member mbr_hdl, void* action_record) {
+// No member has resources, but the shadow is asked for them before a member's parameters are written.
+inline void ask_resources(p4_pd_ms_state* shadow, pd_device dev_id, pd_member mbr_hdl) {
+    uint32_t count = 0;
+    void* resources = nullptr;
+    p4_pd_ms_mbr_get_res(shadow, dev_id, mbr_hdl, &count, &resources);
+}
+
+// Writes a member's action as a record, and calls before_params() first if the action has parameters. False if the
+// action isn't the profile's.
+template <ProfileRef P, class BeforeParams>
+VL_INLINE bool write_record(uint32_t action_hdl, const pipe_action_data& action, BeforeParams before_params,
+                            void* action_record) {
     return visit_action<P>(action_hdl, [&](auto visited) VL_INLINE_LAMBDA {
         constexpr ActionRef A = visited.value;
-        if (shadow != nullptr && A->params.size() != 0) {
-            uint32_t count = 0;
-            void* resources = nullptr;
-            p4_pd_ms_mbr_get_res(shadow, dev_id, mbr_hdl, &count, &resources);
-        }
+        if constexpr (A->params.size() != 0) before_params();
         decoding::unbuild_action<A>(action, nullptr, 0, action_record, decoding::spec_of(action_record));
     });
 }
@@ -71,7 +74,8 @@ pd_status get(pd_session, pd_device dev_id, pd_member mbr_hdl, uint32_t read_fro
     const pd_status refused = pipe_mgr_get_action_data_entry(P->data_table, on_all_pipes(dev_id), mbr_hdl, &action,
                                                              &action_hdl, static_cast<uint8_t>(read_from_hw));
     if (refused != PD_STATUS_OK) return refused;
-    if (write_record<P>(action_hdl, action, shadow_of(P), dev_id, mbr_hdl, action_record)) return PD_STATUS_OK;
+    const auto before_params = [&] { ask_resources(shadow_of(P), dev_id, mbr_hdl); };
+    if (write_record<P>(action_hdl, action, before_params, action_record)) return PD_STATUS_OK;
     assertion_failed(Condition::null_pointer, joined<name_prefix, name_of<P>, get_member_suffix>.data(), __LINE__);
     return PD_STATUS_UNEXPECTED;
 }
