@@ -101,8 +101,26 @@ struct KeptHandler {
     }
 };
 
-pd_session start_kept(const pd_show::Library& library, const pd_show::Arguments& arguments) {
+// Replaces standard input.
+class Typed {
+public:
+    explicit Typed(std::string_view text) : in_(std::string(text)), replaced_(std::cin.rdbuf(in_.rdbuf())) {
+        std::cin.clear();
+    }
+    ~Typed() {
+        std::cin.rdbuf(replaced_);
+    }
+    Typed(const Typed&) = delete;
+    Typed& operator=(const Typed&) = delete;
+
+private:
+    std::istringstream in_;
+    std::streambuf* replaced_;
+};
+
+pd_session start_typed(const pd_show::Library& library, const pd_show::Arguments& arguments, std::string_view routes) {
     const KeptHandler kept;
+    const Typed typed(routes);
     return pd_show::start(library, arguments);
 }
 
@@ -129,12 +147,8 @@ void run(const pd_show::Arguments& arguments, fuzz::Input& input) {
     const pd_dev_tgt target = {.dev_id = arguments.device, .pipe_id = PD_ALL_PIPES, .reserved = 0};
     pd_show::Output out;
     pd_show::Complaints complaints;
-    const std::string routes(input.take(input.byte()));
-    std::istringstream in(routes);
-    std::streambuf* const replaced = std::cin.rdbuf(in.rdbuf());
-    std::cin.clear();
-    const pd_show::Work work{arguments, library, start_kept(library, arguments), target, pipeline, out, complaints};
-    std::cin.rdbuf(replaced);
+    const pd_session session = start_typed(library, arguments, input.take(input.byte()));
+    const pd_show::Work work{arguments, library, session, target, pipeline, out, complaints};
     const bool embedded_alone = input.empty();
     vl_model::answer_calls("*", [&](const vl_model::AnsweredCall& call) { return answer(input, call); });
     const bool equal = arguments.command(work);

@@ -1,7 +1,7 @@
 // The embedded driver with faults, for the tests of pd-show. In ipv4Host, entries up to handle 99 can't be read from
 // the hardware, and those with odd handles can't be read from the driver's copy either. In ipv6Host, only the first
-// entry is listed. A counter by index has ten cells, and one of them has counted. If REFUSED_CLIENTS is in the
-// environment, the driver refuses to register any client.
+// entry is listed. The entries of l2Lookup can't be counted. A counter by index has ten cells, and one of them has
+// counted. If REFUSED_CLIENTS is in the environment, the driver refuses to register any client.
 #include <cstdlib>
 
 #include <dlfcn.h>
@@ -14,6 +14,7 @@ namespace {
 
 constexpr pipe_tbl_hdl ipv6_host = 0x1000022;
 constexpr pipe_tbl_hdl ipv4_host = 0x1000023;
+constexpr pipe_tbl_hdl l2_lookup = 0x1000024;
 
 void* embedded(const char* name) {
     static void* const driver = dlopen("libvl_driver_model.so", RTLD_LAZY | RTLD_NOLOAD);
@@ -42,6 +43,14 @@ pipe_status pipe_mgr_get_next_entry_handles(pipe_sess_hdl sess_hdl, pipe_tbl_hdl
     if (tbl_hdl != ipv6_host) return list(sess_hdl, tbl_hdl, dev_tgt, hdl, n, hdls);
     hdls[0] = PIPE_HDL_END;
     return 0;
+}
+
+pipe_status pipe_mgr_get_entry_count(pipe_sess_hdl sess_hdl, pipe_dev_tgt dev_tgt, pipe_tbl_hdl tbl_hdl,
+                                     uint32_t always_0, uint32_t* count) {
+    if (tbl_hdl == l2_lookup) return 99;
+    static const auto read =
+        reinterpret_cast<decltype(&pipe_mgr_get_entry_count)>(embedded("pipe_mgr_get_entry_count"));
+    return read(sess_hdl, dev_tgt, tbl_hdl, always_0, count);
 }
 
 pipe_status pipe_mgr_stat_ent_query(pipe_sess_hdl, pipe_dev_tgt, pipe_tbl_hdl, const uint32_t* indices, uint32_t,

@@ -181,6 +181,11 @@ class Shown(unittest.TestCase):
         self.assertRegex(self.shown(*faulty, "counters", "egressPortQueueCount"),
                          r"index\n +3 +192  7\n  9 of 10 cells are at 0\n$")
 
+    def test_entries_that_cannot_be_counted(self):
+        done = run(*faulty, "tables")
+        self.assertEqual(done.stdout.count("    entries   unknown\n"), 1)
+        self.assertRegex(done.stderr, r"l2Lookup: counting the entries was refused with status 99")
+
     def test_times_go_to_stderr(self):
         done = run("--demo", "--time", "entries")
         self.assertEqual((done.returncode, done.stdout), (0, self.shown("--demo", "entries")))

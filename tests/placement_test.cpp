@@ -158,13 +158,15 @@ TEST_F(Placement, Members) {
                 software = hardware = random_view(random, nullptr, &binding);
                 EXPECT_EQ(run_reader("get_member", "sess dev mbr 0 record"), 0u);
                 const std::string as_read = hex(record);
+                const std::string ask = "p4_pd_ms_mbr_get_res state dev mbr * *";
+                const bool has_params = action_of(binding).params.size() != 0;
+                EXPECT_EQ(has_params, calls().back().function == "p4_pd_ms_mbr_get_res") << "also without a shadow";
                 EXPECT_EQ(of_data(), 0u);
                 EXPECT_EQ(hex(record), as_read);
                 expect_calls({decoded});
                 EXPECT_EQ(in_full(), 0u);
                 EXPECT_EQ(hex(record), as_read);
-                const bool asks = has_shadow && action_of(binding).params.size() != 0;
-                expect_calls(asks ? Lines{decoded, "p4_pd_ms_mbr_get_res state dev mbr * *"} : Lines{decoded});
+                expect_calls(has_shadow && has_params ? Lines{decoded, ask} : Lines{decoded});
             }
         });
     };

@@ -20,7 +20,7 @@ inline constexpr catalog::ActionRef action_of = {
 template <auto row, class Wanted, class Visit>
 VL_INLINE bool visit_first(Wanted wanted, Visit visit) {
     return [&]<size_t... i>(std::index_sequence<i...>) VL_INLINE_LAMBDA {
-        return ((wanted(constant<i>) && (visit(constant<action_of<row, i>>), true)) || ...); // one way: true
+        return ((wanted(constant<i>) && (visit(constant<action_of<row, i>>), true)) || ...); // one way: always true
     }
     (std::make_index_sequence<row->actions.size()>());
 }

@@ -21,7 +21,7 @@ void assertion_failed(Condition condition, const char* function, int line) noexc
     }
     void* frames[128];
     const int count = backtrace(frames, 128);
-    if (char** const symbols = backtrace_symbols(frames, count)) // one way: there is memory
+    if (char** const symbols = backtrace_symbols(frames, count)) // one way: null only without memory
         for (int i = 0; i < count; ++i)
             bf_sys_log_and_trace(BF_SYS_MODULE_NONE, BF_SYS_LEVEL_ERROR, "%s", symbols[i]);
     std::abort();

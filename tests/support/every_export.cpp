@@ -294,6 +294,8 @@ uint32_t ExportCalls::integer(const std::string& what) {
         handles_.push_back(made_[maker_of(what)]);
         return handles_.back();
     }
+    if (what == "count" || what == "n") return count_;
+    if (what == "read_from_hw") return read_from_hw_;
     if (what == "word" || what == "input" || what == "algorithm") return 0; // the first, and the only ones
     return 1;
 }

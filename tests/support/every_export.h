@@ -41,6 +41,11 @@ public:
     // Makes the arguments of a call, and before that what the function needs: a free key, or something to delete. All
     // outputs are full of 0xEE.
     void prepare(const Export& next);
+    // From now on functions that take a count get 3 instead of 1, and reads are from the software instead of hardware.
+    void read_otherwise() {
+        count_ = 3;
+        read_from_hw_ = 0;
+    }
     // Calls the prepared function and returns its result, which is 0 for void. May be called again.
     uint64_t run();
     // Keeps the handles and placement data that the function has made, for the calls that come.
@@ -93,7 +98,7 @@ private:
     std::map<std::string, uint64_t> blobs_;
     std::array<Bytes, 8> output_buffers_;
     Bytes input_;
-    uint32_t width_ = 8;
+    uint32_t width_ = 8, count_ = 1, read_from_hw_ = 1;
     pd_meter_spec meter_{1, 2, 3, 4, PD_METER_TYPE_COLOR_UNAWARE};
     pipe_match_record match_;
     pipe_action_data data_;

@@ -18,7 +18,7 @@ uint32_t from_hardware(uint32_t flags) {
 
 // Bytes of a value, in the agent's records as in the driver's element.
 size_t value_size(Cell cell) {
-    switch (cell) { // one way: these are all
+    switch (cell) { // one way: there are no other cells
     case Cell::flag:
         return sizeof(uint8_t);
     case Cell::word:
@@ -46,7 +46,7 @@ uint32_t unpack_values(const pipe_stful_query* queries, uint32_t cells, uint8_t*
 
 uint32_t unpack(Cell cell, const pipe_stful_query* queries, uint32_t cells, void* values) {
     auto* const to = static_cast<uint8_t*>(values);
-    switch (cell) { // one way: these are all
+    switch (cell) { // one way: there are no other cells
     case Cell::flag:
         return unpack_values<sizeof(uint8_t)>(queries, cells, to);
     case Cell::word:
