@@ -54,7 +54,23 @@ uint32_t initial_default(const Table& table) {
     return handle;
 }
 
-std::string table_line(const Catalog& rows, const Table& table, const std::string& actions) {
+// A byte of the mask of a field, counted from the lowest.
+uint32_t mask_byte(const KeyField& field, unsigned number) {
+    const uint64_t word = number < 8 ? field.mask.low : field.mask.high;
+    const unsigned bits = std::min(8u, field.bits - 8 * number);
+    return static_cast<uint32_t>(word >> number % 8 * 8) & ((1u << bits) - 1);
+}
+
+// The bits of each field that the table matches, in the order of the key's bytes.
+std::string key_mask(const Table& table) {
+    std::string bytes;
+    for (const KeyField& field : table.key)
+        for (unsigned left = whole_bytes(field.bits); left > 0; --left)
+            bytes += (bytes.empty() ? "" : ", ") + hex(mask_byte(field, left - 1));
+    return bytes;
+}
+
+std::string table_line(const Catalog& rows, const Table& table, const std::string& actions, const std::string& mask) {
     const KeyLayout layout = key_layout(table);
     const size_t profile_number = profile_of(rows, table);
     const Profile* profile = profile_number == not_found ? nullptr : &rows.profiles[profile_number];
@@ -62,7 +78,7 @@ std::string table_line(const Catalog& rows, const Table& table, const std::strin
     return row({hex(table.handle), quoted(table.name), match_name(key_shape(table)), std::to_string(layout.bits),
                 std::to_string(layout.bytes), actions, std::to_string(action_count), hex(initial_default(table)),
                 hex(resource_of(rows, table).handle), hex(profile ? profile->data_table : 0),
-                hex(profile ? profile->selector : 0), table.idle_time ? "1" : "0", default_size});
+                hex(profile ? profile->selector : 0), table.idle_time ? "1" : "0", default_size, mask});
 }
 
 // An array of the description, with its address and length in the record of all arrays. C has no empty arrays.
@@ -136,7 +152,12 @@ std::string write_pipeline_description(const Catalog& rows) {
         for (const Binding& binding : actions_of(rows, table))
             actions += action_line(rows, binding, profile_of(rows, table) != not_found);
         actions += "};\n";
-        tables += table_line(rows, table, name);
+        std::string mask = "0";
+        if (table.key.size() != 0) {
+            mask = program + "_" + table.name + "_key_mask";
+            actions += "static const uint8_t " + mask + "[] = {" + key_mask(table) + "};\n";
+        }
+        tables += table_line(rows, table, name, mask);
     }
     tables += "};\n\n";
     std::string members;

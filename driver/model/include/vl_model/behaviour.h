@@ -12,6 +12,17 @@ extern "C" {
 #endif
 
 /*
+ * Which entry a packet takes. All matching entries compete, by their priority in the match record as the hardware has
+ * it: the lowest number wins, unsigned. So the longest prefix wins, because the priority of a prefix is the number of
+ * bits after it. Among equals the entry that was added first wins; changing an entry doesn't move it.
+ *
+ * An entry matches if the packet's key has the entry's key bits wherever the entry's mask and the table's key mask have
+ * a one, and the packet's partition is the entry's, with all 32 bits. Bits outside the key mask, and above the width of
+ * a field, never count. So two entries of an exact table can match one packet. If no entry matches, the default entry
+ * stands.
+ */
+
+/*
  * Update callbacks: what happened to an entry, member or group. Changes of the default entry are reported, too.
  * Enabling or disabling a member of a group changes the member. Session and target are those of the call that made the
  * change; a call without a pipe means all pipes.

@@ -52,6 +52,15 @@ const char* vl_model_status_text(uint32_t status);
 
 /* Initialise the structs of the description by member name. Later versions may have more members, which may be 0. */
 
+/* A member that older descriptions don't have. The initialiser keeps C++ compilers from warning of its absence. In
+ * C++11 it would keep the struct from being an aggregate. */
+#if defined(__cplusplus) && __cplusplus >= 201402L
+#define VL_MODEL_OPTIONAL(member)                                                                                      \
+    member {}
+#else
+#define VL_MODEL_OPTIONAL(member) member
+#endif
+
 typedef struct vl_model_action {
     uint32_t handle;
     uint16_t data_bits; /* sum of the parameters' widths */
@@ -81,6 +90,7 @@ typedef struct vl_model_table {
     uint32_t selector;        /* the table of groups of these members that entries point at, or 0 */
     uint8_t idle_time;        /* 1 if entries age */
     uint32_t capacity;        /* 0 for VL_MODEL_DEFAULT_CAPACITY */
+    const uint8_t* VL_MODEL_OPTIONAL(key_mask); /* key_len bytes: the bits of a key that the table matches; null: all */
 } vl_model_table;
 
 #define VL_MODEL_DEFAULT_CAPACITY (UINT32_C(4) * 1024 * 1024)
@@ -107,15 +117,6 @@ typedef struct vl_model_hash_calculation {
     uint32_t input;
     uint32_t algorithm;
 } vl_model_hash_calculation;
-
-/* A member that older descriptions don't have. The initialiser keeps C++ compilers from warning of its absence. In
- * C++11 it would keep the struct from being an aggregate. */
-#if defined(__cplusplus) && __cplusplus >= 201402L
-#define VL_MODEL_OPTIONAL(member)                                                                                      \
-    member {}
-#else
-#define VL_MODEL_OPTIONAL(member) member
-#endif
 
 typedef struct vl_model_pipeline {
     const char* name;

@@ -25,6 +25,11 @@ uint16_t max_data_len(const vl_model_table& table) {
     return max;
 }
 
+std::vector<uint8_t> key_mask(const vl_model_table& table) {
+    if (table.key_mask == nullptr) return std::vector<uint8_t>(table.key_len, 0xFF);
+    return {table.key_mask, table.key_mask + table.key_len};
+}
+
 void check(const vl_model_table& table) {
     require(table.handle != 0 && table.match <= VL_MODEL_PREFIX &&
             (table.match == VL_MODEL_KEYLESS) == (table.key_len == 0));
@@ -107,8 +112,10 @@ void add_services(Device& device, const vl_model_pipeline& pipeline) {
 Table::Table(const vl_model_table& from)
     : actions(from.actions, from.actions + from.action_count),
       description(from),
-      entries(from.key_len, max_data_len(from)) {
+      entries(from.key_len, max_data_len(from)),
+      matches(entries, hardware, key_mask(from)) {
     description.name = nullptr;
+    description.key_mask = nullptr;
     description.actions = actions.data();
     if (description.capacity == 0) description.capacity = VL_MODEL_DEFAULT_CAPACITY;
     description.capacity = std::min(description.capacity, most_rows);

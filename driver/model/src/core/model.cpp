@@ -50,8 +50,16 @@ void Table::set_default_entry(std::optional<EntryImage> image) {
     if (!default_entry) forget_cells(default_handle());
 }
 
+void Table::set_hardware(pipe_ent_hdl ent_hdl, std::optional<EntryImage> image) {
+    matches.change(ent_hdl);
+    hardware[ent_hdl] = std::move(image);
+}
+
 void Table::forget_copies(pipe_ent_hdl ent_hdl) {
-    hardware.erase(ent_hdl);
+    if (const auto differing = hardware.find(ent_hdl); differing != hardware.end()) {
+        matches.change(ent_hdl);
+        hardware.erase(differing);
+    }
     forget_placement(placement(ent_hdl));
 }
 

@@ -26,6 +26,7 @@
 #include "resources/resources.h"
 #include "services/services.h"
 #include "tables/ageing.h"
+#include "tables/match_index.h"
 #include "tables/table_store.h"
 
 namespace vl_model {
@@ -69,7 +70,8 @@ struct Table {
     Register* stateful = nullptr;
 
     // By handle, the hardware of entries that differs from the software: nothing where the hardware has lost the entry.
-    std::unordered_map<uint32_t, std::optional<EntryImage>> hardware;
+    MatchIndex::Differences hardware;
+    MatchIndex matches;
 
     bool is_direct() const {
         return description.data_table == 0 && description.selector == 0;
@@ -102,6 +104,8 @@ struct Table {
     }
     // The software changes or removes an entry. Its hardware no longer differs, and its placement data ends.
     void forget_copies(pipe_ent_hdl ent_hdl);
+    // The hardware of an entry differs from now on.
+    void set_hardware(pipe_ent_hdl ent_hdl, std::optional<EntryImage> image);
     // Clears the cells of an entry that goes away.
     void forget_cells(pipe_ent_hdl ent_hdl) const;
     // The default entry uses what it points at, as entries do.

@@ -101,6 +101,10 @@ struct DataTable {
         refuse_if(members.find(mbr_hdl) == nullptr, VL_MODEL_NOT_FOUND);
     }
 
+    void set_hardware(pipe_mbr_hdl mbr_hdl, std::optional<EntryImage> image) {
+        hardware[mbr_hdl] = std::move(image);
+    }
+
     // The hardware of members that differs from the software, as in Table.
     std::unordered_map<pipe_mbr_hdl, std::optional<EntryImage>> hardware;
     Subscriber<pipe_adt_update_cb> updates;

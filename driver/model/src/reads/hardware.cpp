@@ -59,7 +59,7 @@ vl_model_corruption corrupt(Table& table, pipe_ent_hdl ent_hdl, std::mt19937_64&
     if (damage.what != VL_MODEL_LOST) image = image_of(entry);
     if (damage.bytes != nullptr) flip((*image).*damage.bytes, bit);
     if (damage.what == VL_MODEL_MEMBER_BIT) image->member_hdl ^= UINT32_C(1) << bit;
-    table.hardware.emplace(ent_hdl, std::move(image));
+    table.set_hardware(ent_hdl, std::move(image));
     return {.tbl_hdl = table.description.handle, .ent_hdl = ent_hdl, .what = damage.what, .bit = bit};
 }
 
@@ -90,11 +90,11 @@ uint32_t edit_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl,
         const WithinCallback within;
         edit(image);
     }
-    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) { table.hardware[ent_hdl] = std::move(image); });
+    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) { table.set_hardware(ent_hdl, std::move(image)); });
 }
 
 uint32_t drop_hardware(uint32_t dev_id, uint32_t tbl_hdl, uint32_t ent_hdl) {
-    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) { table.hardware[ent_hdl].reset(); });
+    return with_row(dev_id, tbl_hdl, ent_hdl, [&](auto& table) { table.set_hardware(ent_hdl, std::nullopt); });
 }
 
 } // namespace vl_model

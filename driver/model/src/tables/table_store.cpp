@@ -18,11 +18,6 @@ bool is_zero(const pipe_resource_slot& slot) {
     return std::memcmp(&slot, &zero, sizeof(zero)) == 0;
 }
 
-uint64_t mix(uint64_t hash, uint64_t word) {
-    hash = (hash ^ word) * UINT64_C(0x9E3779B97F4A7C15);
-    return hash ^ (hash >> 29);
-}
-
 uint64_t mix_bytes(uint64_t hash, const uint8_t* bytes, size_t len) {
     for (; len >= sizeof(uint64_t); bytes += sizeof(uint64_t), len -= sizeof(uint64_t)) {
         uint64_t word;
@@ -41,14 +36,6 @@ uint64_t mix_bytes(uint64_t hash, const uint8_t* bytes, size_t len) {
             rest = rest << 8 | *bytes;
     }
     return mix(hash, rest);
-}
-
-uint32_t hash_of_slot(uint64_t slot) {
-    return static_cast<uint32_t>(slot >> 32);
-}
-
-uint32_t handle_of_slot(uint64_t slot) {
-    return static_cast<uint32_t>(slot);
 }
 
 } // namespace
@@ -179,39 +166,17 @@ uint32_t TableStore::hash(const pipe_match_record& match) const {
     uint64_t hash = mix(0, uint64_t{match.partition_index} << 32 | match.priority);
     hash = mix_bytes(hash, match.key_bytes, key_len_);
     hash = mix_bytes(hash, match.mask_bytes, key_len_);
-    return static_cast<uint32_t>(hash ^ hash >> 32);
+    return folded(hash);
 }
 
 uint32_t TableStore::find(const pipe_match_record& match, uint32_t wanted) const {
-    if (count_ == 0) return 0;
-    const size_t mask = index_.size() - 1;
-    for (size_t i = wanted & mask; index_[i] != 0; i = (i + 1) & mask) {
-        if (hash_of_slot(index_[i]) == wanted) {
-            const uint32_t handle = handle_of_slot(index_[i]);
-            const Head& h = head(handle);
-            const uint8_t* bytes = key(handle);
-            if (h.partition_index == match.partition_index && h.priority == match.priority &&
-                std::memcmp(bytes, match.key_bytes, key_len_) == 0 &&
-                std::memcmp(bytes + key_len_, match.mask_bytes, key_len_) == 0)
-                return handle;
-        }
-    }
-    return 0;
-}
-
-void TableStore::insert_into_index(IndexSlot slot) {
-    const size_t mask = index_.size() - 1;
-    size_t i = hash_of_slot(slot) & mask;
-    while (index_[i] != 0)
-        i = (i + 1) & mask;
-    index_[i] = slot;
-}
-
-void TableStore::grow_index() {
-    std::vector<IndexSlot> old(std::max<size_t>(16, index_.size() * 2));
-    old.swap(index_);
-    for (const IndexSlot slot : old)
-        if (slot != 0) insert_into_index(slot);
+    return index_.find(wanted, [&](uint32_t handle) {
+        const Head& h = head(handle);
+        const uint8_t* bytes = key(handle);
+        return h.partition_index == match.partition_index && h.priority == match.priority &&
+               std::memcmp(bytes, match.key_bytes, key_len_) == 0 &&
+               std::memcmp(bytes + key_len_, match.mask_bytes, key_len_) == 0;
+    });
 }
 
 namespace {
@@ -237,7 +202,7 @@ bool has_slots(const pipe_action_record& action) {
 
 uint32_t TableStore::add(const pipe_match_record& match, uint32_t hash, uint32_t action_hdl,
                          const pipe_action_record& action) {
-    if (count_ + 1 > index_.size() / 8 * 5) grow_index();
+    index_.reserve_one();
     KeptSlots kept;
     if (has_slots(action)) kept = kept_slots(merged_slots(action, nullptr, 0));
     if (free_.empty() && high_water_ == chunks_.size() * chunk_records) {
@@ -253,11 +218,11 @@ uint32_t TableStore::add(const pipe_match_record& match, uint32_t hash, uint32_t
         handle = free_.back();
         free_.pop_back();
     }
-    new (record(handle)) Head{};
+    (new (record(handle)) Head{})->added = ++adds_;
     std::memcpy(key(handle), match.key_bytes, key_len_);
     std::memcpy(key(handle) + key_len_, match.mask_bytes, key_len_);
     write_action(handle, fields_of(&match, action_hdl, action), action.action, std::move(kept));
-    insert_into_index(IndexSlot{hash} << 32 | handle);
+    index_.insert(hash, handle);
     live_.set(handle);
     ++count_;
     return handle;
@@ -292,32 +257,13 @@ void TableStore::write_action(uint32_t handle, const EntryFields& fields, const 
     if (h.data_len != 0) std::memcpy(data(handle), action_data.data, h.data_len);
 }
 
-size_t TableStore::index_position(uint32_t handle) const {
+void TableStore::remove(uint32_t handle) {
     pipe_match_record match{};
     match.key_bytes = key(handle);
     match.mask_bytes = key(handle) + key_len_;
     match.partition_index = head(handle).partition_index;
     match.priority = head(handle).priority;
-    const size_t mask = index_.size() - 1;
-    size_t i = hash(match) & mask;
-    while (handle_of_slot(index_[i]) != handle)
-        i = (i + 1) & mask;
-    return i;
-}
-
-void TableStore::remove(uint32_t handle) {
-    // Close the gap: a later slot of the run moves up unless that would put it before its home position.
-    const size_t mask = index_.size() - 1;
-    size_t gap = index_position(handle);
-    for (size_t i = (gap + 1) & mask; index_[i] != 0; i = (i + 1) & mask) {
-        const size_t home = hash_of_slot(index_[i]) & mask;
-        if (((i - home) & mask) >= ((i - gap) & mask)) {
-            index_[gap] = index_[i];
-            gap = i;
-        }
-    }
-    index_[gap] = 0;
-
+    index_.erase(hash(match), handle);
     delete[] head(handle).slots;
     live_.clear(handle);
     free_.push_back(handle); // has room for all handles
@@ -331,6 +277,10 @@ uint32_t& TableStore::placement(uint32_t handle) {
 EntryView TableStore::view(uint32_t handle) const {
     const Head& h = head(handle);
     return {h, key(handle), key(handle) + key_len_, data(handle), h.slots, h.slot_count, key_len_, h.data_len};
+}
+
+uint64_t TableStore::added(uint32_t handle) const {
+    return head(handle).added;
 }
 
 uint32_t TableStore::next(uint32_t handle) const {

@@ -1,6 +1,6 @@
 // The entries of one match table: records of one size in chunks that never move. A handle is a position; keys are found
-// by an open-addressed index. An entry takes the room of key, mask and the table's largest action data, plus about 60
-// bytes. Callers check keys and actions against the table first, and hold the model's mutex.
+// by an index. An entry takes the room of key, mask and the table's largest action data, plus about 70 bytes. Callers
+// check keys and actions against the table first, and hold the model's mutex.
 #pragma once
 
 #include <array>
@@ -11,6 +11,8 @@
 
 #include <vl_driver/types.h>
 #include <vl_model/observe.hpp>
+
+#include "tables/handle_index.h"
 
 namespace vl_model {
 
@@ -88,6 +90,8 @@ public:
     // A number that the caller keeps here; 0 at first.
     uint32_t& placement(uint32_t handle);
     EntryView view(uint32_t handle) const;
+    // A number that is higher than those of all entries that were there when this one was added.
+    uint64_t added(uint32_t handle) const;
 
     // Handles in ascending order; 0 if there is none. A walk may go on from an entry that was removed.
     uint32_t first() const {
@@ -105,21 +109,16 @@ public:
 private:
     struct Head : EntryFields {
         pipe_resource_slot* slots; // owned; null when the entry has none
+        uint64_t added;
         uint32_t placement;
         uint16_t data_len;
         uint8_t slot_count;
     };
 
-    // A slot of the index: 0, or the entry's hash above its handle.
-    using IndexSlot = uint64_t;
-
     uint8_t* record(uint32_t handle) const;
     Head& head(uint32_t handle) const;
     uint8_t* key(uint32_t handle) const;
     uint8_t* data(uint32_t handle) const;
-    size_t index_position(uint32_t handle) const;
-    void grow_index();
-    void insert_into_index(IndexSlot slot);
     void write_action(uint32_t handle, const EntryFields& fields, const pipe_action_data& action_data,
                       KeptSlots&& kept);
     static void keep_slots(Head& head, KeptSlots&& kept);
@@ -130,7 +129,8 @@ private:
     uint32_t high_water_ = 0;
     std::vector<std::unique_ptr<uint8_t[]>> chunks_;
     std::vector<uint32_t> free_;
-    std::vector<IndexSlot> index_; // a power of two of them
+    HandleIndex index_; // by key, mask, partition and priority
+    uint64_t adds_ = 0;
     LiveSet live_;
 };
 

@@ -113,6 +113,7 @@ pipe_ent_hdl add_entry(Table& table, const pipe_match_record& match, pipe_act_hd
         }
     }
     if (uint32_t* uses = target_uses(table, added)) ++*uses;
+    table.matches.change(added);
     return added;
 }
 
@@ -131,6 +132,7 @@ EntryChange set_entry_action(Table& table, pipe_ent_hdl ent_hdl, pipe_act_hdl ac
 EntryChange remove_entry(Table& table, pipe_ent_hdl ent_hdl) {
     refuse_if(!table.entries.has(ent_hdl), VL_MODEL_NOT_FOUND);
     if (uint32_t* uses = target_uses(table, ent_hdl)) --*uses;
+    table.matches.change(ent_hdl);
     table.forget_copies(ent_hdl);
     table.entries.remove(ent_hdl);
     if (table.ageing != nullptr) table.ageing->forget(ent_hdl);
