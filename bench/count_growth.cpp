@@ -1,6 +1,6 @@
 // For scripts/count-instructions --growth, which runs it under callgrind. The argument is a number of entries. Programs
-// that many on the embedded driver, and a tenth as many members and groups. Dumps what each step cost; the title of a
-// dump tells the step and its number of items.
+// that many on the embedded driver, and a tenth as many members and groups, and sends packets to as many entries. Dumps
+// what each step cost; the title of a dump tells the step and its number of items.
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "match_tables.h"
 #include "vl_model/control.h"
 #include "vl_pd/velmar_switch.h"
 #include "vl_pd/velmar_switch_pipeline.h"
@@ -180,6 +181,22 @@ void members_and_groups(uint32_t count) {
     step("members delete", count, [&](uint32_t i) { return PATHS(del_member)(session, device, members[i]) == 0; });
 }
 
+// A packet for each entry. The first packet indexes all. To compare, the entry is also found by its whole key.
+void matching(uint32_t count) {
+    const uint32_t driver_session = bench::start_matching();
+    for (const bench::MatchTable* table : bench::match_tables) {
+        const std::string name = table->name;
+        for (uint32_t i = 0; i < count; ++i)
+            table->add(driver_session, i);
+        once(name + ": indexing", count, [&] { return table->look_up(table->entry(0)) != 0; });
+        step(name + ": packet", count, [&](uint32_t i) { return table->look_up(table->entry(i)) != 0; });
+        step(name + ": find by key", count, [&](uint32_t i) {
+            bench::MatchTable::Key key = table->entry(i);
+            return table->find(driver_session, key) != 0;
+        });
+    }
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -192,4 +209,5 @@ int main(int argc, char** argv) {
     hosts(count);
     traps(count);
     members_and_groups(count / 10);
+    matching(count);
 }

@@ -1,10 +1,12 @@
 // Failed reads of default entries, the default entries of indirect tables, and the shapes and properties of tables.
 // round_trip_test.cpp sets and reads every default entry.
 #include "support/library.h"
+#include "support/text.h"
 
 #include <cstring>
 
 #include "vl_driver/tables.h"
+#include "vl_pd/velmar_switch_pipeline.h"
 
 namespace {
 
@@ -108,6 +110,32 @@ TEST_F(Tables, PropertiesAreReadIntoLocals) {
     const Call read = only_call();
     EXPECT_EQ(read.args[3], 2u);
     EXPECT_NE(read.args[4], word(&value));
+}
+
+// The masks that the embedded driver matches packets with are those of the schemas. A field's mask there has whole hex
+// digits, and fills the field's bytes from the right.
+TEST_F(Tables, TheDescriptionHasTheMasksOfTheSchemas) {
+    for (uint32_t i = 0; i < velmar_switch_pipeline.table_count; ++i) {
+        const vl_model_table& described = velmar_switch_pipeline.tables[i];
+        const catalog::Table& table = table_named(described.name);
+        const std::string schema = text_of(std::string(described.name) + "_schema", {});
+        std::string masks;
+        for (const catalog::KeyField& field : table.key) {
+            const std::string begin = std::string("'") + field.pd_name + "'," + std::to_string(field.bits) + ",0x";
+            const size_t at = schema.find(begin);
+            ASSERT_NE(at, schema.npos) << schema;
+            const std::string digits =
+                schema.substr(at + begin.size(), schema.find(',', at + begin.size()) - at - begin.size());
+            masks += std::string(2 * catalog::whole_bytes(field.bits) - digits.size(), '0') + digits;
+        }
+        std::string described_masks;
+        for (uint32_t byte = 0; byte < described.key_len; ++byte) {
+            char digits[3];
+            std::snprintf(digits, sizeof digits, "%02x", described.key_mask[byte]);
+            described_masks += digits;
+        }
+        EXPECT_EQ(described_masks, masks) << described.name;
+    }
 }
 
 } // namespace

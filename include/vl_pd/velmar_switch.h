@@ -18,7 +18,8 @@
  *                followed by the prefix length in bits, <field>_prefix_length. In ipv4FinalResolve0,
  *                ipv6LgMaskFinalResolve0 and ipv6FinalResolve the first field names a partition and isn't matched. A
  *                key uses only the low 16 bits of the 32-bit field l3_nextHop.
- *   priority     Orders the entries of a masked table. Other tables take no priority.
+ *   priority     Orders the entries of a masked table. The driver says which wins; in the embedded driver the lowest
+ *                number does. Other tables take no priority.
  *   action_spec  The action's record <action>_action_spec_t, with one field action_<param> per parameter. Actions
  *                without parameters take no action_spec.
  *

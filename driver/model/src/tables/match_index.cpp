@@ -1,72 +1,72 @@
 // See match_index.h.
 #include "tables/match_index.h"
 
+#include <algorithm>
+#include <cstring>
 #include <new>
 #include <utility>
 
 namespace vl_model {
 
-namespace {
-
-// Calls body(a, b) with up to eight bytes of each at a time, until it returns false.
-template <class Body>
-bool for_words(const uint8_t* a, const uint8_t* b, size_t len, Body body) {
-    uint64_t first = 0, second = 0;
-    for (; len >= sizeof first; a += sizeof first, b += sizeof first, len -= sizeof first) {
-        std::memcpy(&first, a, sizeof first);
-        std::memcpy(&second, b, sizeof second);
-        if (!body(first, second)) return false;
-    }
-    if (len == 0) return true;
-    first = second = 0;
-    std::memcpy(&first, a, len);
-    std::memcpy(&second, b, len);
-    return body(first, second);
+MatchIndex::MatchIndex(const TableStore& entries, const Differences& hardware, const std::vector<uint8_t>& key_mask)
+    : entries_(entries),
+      hardware_(hardware),
+      key_len_(key_mask.size()),
+      key_mask_((key_len_ + sizeof(uint64_t) - 1) / sizeof(uint64_t)),
+      key_(key_mask_),
+      mask_(key_mask_) {
+    load(key_mask_, key_mask.data());
 }
 
-} // namespace
+void MatchIndex::load(Words& words, const uint8_t* bytes) const {
+    if (key_len_ != 0) std::memcpy(words.data(), bytes, key_len_);
+}
 
-MatchIndex::Row MatchIndex::row(uint32_t handle) const {
-    const auto view = [&] {
-        if (hardware_.empty()) return entries_.view(handle);
-        const auto found = hardware_.find(handle);
-        return found == hardware_.end() ? entries_.view(handle) : view_of(*found->second);
-    }();
-    return {view.key, view.mask, view.partition_index, view.priority};
+MatchFields MatchIndex::fields(uint32_t handle) const {
+    if (!hardware_.empty())
+        if (const auto found = hardware_.find(handle); found != hardware_.end())
+            return {found->second->key.data(), found->second->mask.data(), found->second->partition_index,
+                    found->second->priority};
+    return entries_.match_fields(handle);
 }
 
 bool MatchIndex::is_before(uint32_t left, uint32_t right) const {
-    return std::pair(row(left).priority, entries_.added(left)) < std::pair(row(right).priority, entries_.added(right));
+    return std::pair(fields(left).priority, entries_.added(left)) <
+           std::pair(fields(right).priority, entries_.added(right));
 }
 
-uint32_t MatchIndex::hash(const uint8_t* key, const Mask& mask, uint32_t partition_index) const {
+uint32_t MatchIndex::hash(const Words& key, const Words& mask, uint32_t partition_index) {
     uint64_t hash = mix(0, partition_index);
-    for_words(key, mask.data(), mask.size(), [&](uint64_t word, uint64_t bits) {
-        hash = mix(hash, word & bits);
-        return true;
-    });
+    for (size_t i = 0; i < mask.size(); ++i)
+        hash = mix(hash, key[i] & mask[i]);
     return folded(hash);
 }
 
-uint32_t MatchIndex::find_root(const Tuples::value_type& tuple, uint32_t hash, const uint8_t* key,
+uint32_t MatchIndex::find_root(const Tuples::value_type& tuple, uint32_t hash, const Words& key,
                                uint32_t partition_index) const {
     return tuple.second.roots.find(hash, [&](uint32_t handle) {
-        const Row candidate = row(handle);
+        const MatchFields candidate = fields(handle);
         if (candidate.partition_index != partition_index) return false;
-        const uint8_t* mask = tuple.first.data();
-        for (size_t i = 0; i < tuple.first.size(); ++i)
-            if (((candidate.key[i] ^ key[i]) & mask[i]) != 0) return false;
+        for (size_t i = 0, at = 0; at < key_len_; ++i, at += sizeof(uint64_t)) {
+            uint64_t word = 0;
+            std::memcpy(&word, candidate.key + at, std::min(sizeof word, key_len_ - at));
+            if (((word ^ key[i]) & tuple.first[i]) != 0) return false;
+        }
         return true;
     });
 }
 
 uint32_t MatchIndex::find(const uint8_t* key, uint32_t partition_index) {
-    catch_up();
+    if (!is_built_ || !is_sorted_ || !noted_.empty()) catch_up();
+    load(key_, key);
     uint32_t best = 0;
+    uint32_t best_priority = UINT32_MAX;
     for (const Tuples::value_type* tuple : by_priority_) {
-        if (best != 0 && row(best).priority < tuple->second.best_priority) break;
-        const uint32_t found = find_root(*tuple, hash(key, tuple->first, partition_index), key, partition_index);
-        if (found != 0 && (best == 0 || is_before(found, best))) best = found;
+        if (best_priority < tuple->second.best_priority) break;
+        const uint32_t found = find_root(*tuple, hash(key_, tuple->first, partition_index), key_, partition_index);
+        if (found == 0 || (best != 0 && is_before(best, found))) continue;
+        best = found;
+        best_priority = fields(found).priority;
     }
     return best;
 }
@@ -114,22 +114,24 @@ void MatchIndex::catch_up() {
 void MatchIndex::insert(uint32_t handle) {
     if (nodes_.size() <= handle) nodes_.resize(std::max<size_t>(handle + size_t{1}, nodes_.size() * 2));
     const auto difference = hardware_.find(handle);
-    const bool is_lost = difference != hardware_.end() && !difference->second;
+    const bool is_lost =
+        difference != hardware_.end() && (!difference->second || view_of(*difference->second).key_len != key_len_);
     if (nodes_[handle].tuple != nullptr || is_lost) return;
-    const Row added = row(handle);
-    scratch_.resize(key_mask_.size());
-    for (size_t i = 0; i < scratch_.size(); ++i)
-        scratch_[i] = added.mask[i] & key_mask_[i];
-    Tuples::value_type& tuple = *tuples_.try_emplace(scratch_).first;
+    const MatchFields added = fields(handle);
+    load(key_, added.key);
+    load(mask_, added.mask);
+    for (size_t i = 0; i < mask_.size(); ++i)
+        mask_[i] &= key_mask_[i];
+    Tuples::value_type& tuple = *tuples_.try_emplace(mask_).first;
     tuple.second.roots.reserve_one();
 
     if (tuple.second.count++ == 0 || added.priority < tuple.second.best_priority) {
         tuple.second.best_priority = added.priority;
         is_sorted_ = false;
     }
-    const uint32_t key_hash = hash(added.key, tuple.first, added.partition_index);
+    const uint32_t key_hash = hash(key_, tuple.first, added.partition_index);
     nodes_[handle] = {.tuple = &tuple, .hash = key_hash};
-    const uint32_t root = find_root(tuple, key_hash, added.key, added.partition_index);
+    const uint32_t root = find_root(tuple, key_hash, key_, added.partition_index);
     if (root == 0)
         tuple.second.roots.insert(key_hash, handle);
     else if (meld(root, handle) == handle)

@@ -28,10 +28,7 @@ public:
     using Differences = std::unordered_map<uint32_t, std::optional<EntryImage>>;
 
     // The mask has the bits that the table matches, for all bytes of a key.
-    MatchIndex(const TableStore& entries, const Differences& hardware, std::vector<uint8_t> key_mask)
-        : entries_(entries),
-          hardware_(hardware),
-          key_mask_(std::move(key_mask)) {}
+    MatchIndex(const TableStore& entries, const Differences& hardware, const std::vector<uint8_t>& key_mask);
 
     // An entry has been added, or its hardware is about to change or to go away.
     void change(uint32_t handle) noexcept;
@@ -39,13 +36,13 @@ public:
     uint32_t find(const uint8_t* key, uint32_t partition_index);
 
 private:
-    using Mask = std::vector<uint8_t>;
+    using Words = std::vector<uint64_t>; // the bytes of a key or a mask, filled up with zeros
     struct Tuple {
         HandleIndex roots; // of the heaps, by key and partition
         size_t count = 0;
         uint32_t best_priority = UINT32_MAX; // no entry of the tuple has a lower one
     };
-    using Tuples = std::map<Mask, Tuple>;
+    using Tuples = std::map<Words, Tuple>;
 
     // The place of an entry, by its handle.
     struct Node {
@@ -56,17 +53,12 @@ private:
         uint32_t next = 0;     // sibling
     };
 
-    // What the hardware matches.
-    struct Row {
-        const uint8_t* key;
-        const uint8_t* mask;
-        uint32_t partition_index;
-        uint32_t priority;
-    };
-    Row row(uint32_t handle) const;
+    void load(Words& words, const uint8_t* bytes) const;
+    MatchFields fields(uint32_t handle) const; // of the hardware
     bool is_before(uint32_t left, uint32_t right) const;
-    uint32_t hash(const uint8_t* key, const Mask& mask, uint32_t partition_index) const;
-    uint32_t find_root(const Tuples::value_type& tuple, uint32_t hash, const uint8_t* key,
+    // Both compare what a mask leaves of the key.
+    static uint32_t hash(const Words& key, const Words& mask, uint32_t partition_index);
+    uint32_t find_root(const Tuples::value_type& tuple, uint32_t hash, const Words& key,
                        uint32_t partition_index) const;
 
     void catch_up();
@@ -78,7 +70,8 @@ private:
 
     const TableStore& entries_;
     const Differences& hardware_;
-    const Mask key_mask_;
+    const size_t key_len_;
+    Words key_mask_;
 
     bool is_built_ = false;
     bool is_sorted_ = false;
@@ -86,7 +79,7 @@ private:
     std::vector<const Tuples::value_type*> by_priority_;
     std::vector<Node> nodes_;
     std::vector<uint32_t> noted_; // changed since the last look-up
-    Mask scratch_;
+    Words key_, mask_;            // of the look-up or the insertion that runs
 };
 
 } // namespace vl_model

@@ -4,14 +4,11 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
-#include <new>
 #include <utility>
 
 namespace vl_model {
 
 namespace {
-
-constexpr uint32_t chunk_records = 512;
 
 bool is_zero(const pipe_resource_slot& slot) {
     static constexpr pipe_resource_slot zero{};
@@ -145,19 +142,6 @@ TableStore::~TableStore() {
         delete[] head(handle).slots;
 }
 
-uint8_t* TableStore::record(uint32_t handle) const {
-    const uint32_t position = handle - 1;
-    return chunks_[position / chunk_records].get() + position % chunk_records * record_size_;
-}
-
-TableStore::Head& TableStore::head(uint32_t handle) const {
-    return *std::launder(reinterpret_cast<Head*>(record(handle)));
-}
-
-uint8_t* TableStore::key(uint32_t handle) const {
-    return record(handle) + sizeof(Head);
-}
-
 uint8_t* TableStore::data(uint32_t handle) const {
     return key(handle) + 2 * size_t{key_len_};
 }
@@ -277,10 +261,6 @@ uint32_t& TableStore::placement(uint32_t handle) {
 EntryView TableStore::view(uint32_t handle) const {
     const Head& h = head(handle);
     return {h, key(handle), key(handle) + key_len_, data(handle), h.slots, h.slot_count, key_len_, h.data_len};
-}
-
-uint64_t TableStore::added(uint32_t handle) const {
-    return head(handle).added;
 }
 
 uint32_t TableStore::next(uint32_t handle) const {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include <vl_driver/types.h>
@@ -64,6 +65,13 @@ struct KeptSlots {
     uint8_t count = 0;
 };
 
+struct MatchFields {
+    const uint8_t* key;
+    const uint8_t* mask;
+    uint32_t partition_index;
+    uint32_t priority;
+};
+
 class TableStore {
 public:
     TableStore(uint16_t key_len, uint16_t max_data_len);
@@ -90,8 +98,15 @@ public:
     // A number that the caller keeps here; 0 at first.
     uint32_t& placement(uint32_t handle);
     EntryView view(uint32_t handle) const;
+    // What packets are matched with.
+    MatchFields match_fields(uint32_t handle) const {
+        const Head& h = head(handle);
+        return {key(handle), key(handle) + key_len_, h.partition_index, h.priority};
+    }
     // A number that is higher than those of all entries that were there when this one was added.
-    uint64_t added(uint32_t handle) const;
+    uint64_t added(uint32_t handle) const {
+        return head(handle).added;
+    }
 
     // Handles in ascending order; 0 if there is none. A walk may go on from an entry that was removed.
     uint32_t first() const {
@@ -107,6 +122,8 @@ public:
     }
 
 private:
+    static constexpr uint32_t chunk_records = 512;
+
     struct Head : EntryFields {
         pipe_resource_slot* slots; // owned; null when the entry has none
         uint64_t added;
@@ -115,9 +132,16 @@ private:
         uint8_t slot_count;
     };
 
-    uint8_t* record(uint32_t handle) const;
-    Head& head(uint32_t handle) const;
-    uint8_t* key(uint32_t handle) const;
+    uint8_t* record(uint32_t handle) const {
+        const uint32_t position = handle - 1;
+        return chunks_[position / chunk_records].get() + position % chunk_records * record_size_;
+    }
+    Head& head(uint32_t handle) const {
+        return *std::launder(reinterpret_cast<Head*>(record(handle)));
+    }
+    uint8_t* key(uint32_t handle) const {
+        return record(handle) + sizeof(Head);
+    }
     uint8_t* data(uint32_t handle) const;
     void write_action(uint32_t handle, const EntryFields& fields, const pipe_action_data& action_data,
                       KeptSlots&& kept);
