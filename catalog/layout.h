@@ -72,6 +72,14 @@ constexpr unsigned partner_bytes(const KeyField& field) {
     return 0;
 }
 
+// The bits that the table matches in a byte of a field. The lowest byte has the number 0.
+constexpr uint32_t matched_byte(const KeyField& field, unsigned number) {
+    const uint64_t word = number < 8 ? field.mask.low : field.mask.high;
+    const unsigned bits = field.bits - 8 * number;
+    const uint32_t width = bits < 8 ? (1u << bits) - 1 : 0xFF;
+    return static_cast<uint32_t>(word >> number % 8 * 8) & width;
+}
+
 // A record that grows field by field.
 struct RecordEnd {
     unsigned size = 0;

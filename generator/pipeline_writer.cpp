@@ -54,19 +54,12 @@ uint32_t initial_default(const Table& table) {
     return handle;
 }
 
-// A byte of the mask of a field, counted from the lowest.
-uint32_t mask_byte(const KeyField& field, unsigned number) {
-    const uint64_t word = number < 8 ? field.mask.low : field.mask.high;
-    const unsigned bits = std::min(8u, field.bits - 8 * number);
-    return static_cast<uint32_t>(word >> number % 8 * 8) & ((1u << bits) - 1);
-}
-
 // The bits of each field that the table matches, in the order of the key's bytes.
 std::string key_mask(const Table& table) {
     std::string bytes;
     for (const KeyField& field : table.key)
         for (unsigned left = whole_bytes(field.bits); left > 0; --left)
-            bytes += (bytes.empty() ? "" : ", ") + hex(mask_byte(field, left - 1));
+            bytes += (bytes.empty() ? "" : ", ") + hex(matched_byte(field, left - 1));
     return bytes;
 }
 

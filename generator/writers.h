@@ -38,6 +38,9 @@ std::string write_row_list(const Exports& exports);
 // How many rows of each kind there are: "kind<tab>count".
 std::string write_totals(const Exports& exports);
 
+// Everything about the pipeline as JSON, for programs in any language.
+std::string write_json(const catalog::Catalog& rows);
+
 // The pipeline in the form that the embedded driver takes.
 std::string write_pipeline_description(const catalog::Catalog& rows);
 

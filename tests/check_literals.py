@@ -1,21 +1,23 @@
 #!/usr/bin/env python3
 """Checks schemas, value strings and print lines against the catalog, for every table, action and profile.
 
-  check_literals.py LIBRARY DRIVER LIST_ROWS COMMITTED_ROWS
+  check_literals.py LIBRARY DRIVER PIPELINE SCHEMA COMMITTED_ROWS
 
-LIST_ROWS prints the rows of the catalog, and the committed list rows.txt has the places of fields in records. The
-script makes the texts again and compares them character by character. It also compares their values in Python with the
-rows.
+PIPELINE is the description of the pipeline as JSON, which must keep to SCHEMA. The places of fields in records must be
+those of the committed list rows.txt. From the description the script makes the texts again, and compares them character
+by character. It also compares their values in Python with the description.
 """
 
 import ast
 import ctypes
+import json
 import os
 import random
 import re
-import subprocess
 import sys
 from collections import Counter, namedtuple
+
+import jsonschema
 
 PREFIX = "p4_pd_velmar_switch_"
 ROOM = 4096
@@ -113,22 +115,32 @@ def printed(function, indent, record):
     return text
 
 
-def key_columns(table, key, layout):
+def key_columns(key):
     columns = []
-    for name, pd_name, bits, mask, tag, match in key:
-        whole = (1 << bits) - 1
-        suffixes = {"exact": [], "ternary": [("Mask", "_mask", bits, mask & whole)],
-                    "lpm": [("PrefixLength", "_prefix_length", 16, 0xFFFF)]}[match]
-        for name_suffix, suffix, width, bits_matched in [("", "", bits, mask & whole)] + suffixes:
-            place = layout[f"{PREFIX}{table}_match_spec_t.{pd_name}{suffix}"]
-            columns.append(Column(name + name_suffix, pd_name + suffix, width, bits_matched,
-                                  None if suffix else tag, *place))
+    for field in key:
+        mask = int(field["matched_bits"], 16)
+        place = field["record_offset"], field["record_bytes"]
+        columns.append(Column(field["name"], field["pd_name"], field["bits"], mask, field["tag"], *place))
+        if partner := field["partner"]:
+            name, bits, mask = {"mask": ("Mask", field["bits"], mask),
+                                "prefix_length": ("PrefixLength", 16, 0xFFFF)}[partner["kind"]]
+            place = partner["record_offset"], partner["record_bytes"]
+            columns.append(Column(field["name"] + name, partner["pd_name"], bits, mask, None, *place))
     return columns
 
 
-def param_columns(action, params, layout):
-    return [Column(name, f"action_{name}", bits, (1 << bits) - 1, tag,
-                   *layout[f"{PREFIX}{action}_action_spec_t.action_{name}"]) for name, bits, tag in params]
+def param_columns(params):
+    return [Column(param["name"], f"action_{param['name']}", param["bits"], (1 << param["bits"]) - 1, param["tag"],
+                   param["record_offset"], param["record_bytes"]) for param in params]
+
+
+def expect_places(record, columns, size, committed):
+    """The committed list must have the record with its fields at these places, and no other fields."""
+    places = {f"{record}.{column.shown}": f"offset {column.offset}, {column.size} bytes" for column in columns}
+    if columns:
+        places[record] = f"size {size}"
+    listed = {name: text for name, text in committed.items() if name == record or name.startswith(record + ".")}
+    expect(f"places in {record}", places, listed)
 
 
 def digits(column, record):
@@ -160,7 +172,7 @@ def actions_in(names, schemas):
 
 
 def main():
-    library_file, driver_file, list_rows, committed = sys.argv[1:]
+    library_file, driver_file, pipeline_file, schema_file, committed_file = sys.argv[1:]
     ctypes.CDLL(driver_file, ctypes.RTLD_GLOBAL)
     library = ctypes.CDLL(library_file)
     random.seed(1)
@@ -176,26 +188,25 @@ def main():
     def expect_by_handle(name, handle, text):
         expect(f"schema of {name} by handle", written(export("cli_schema"), handle), text)
 
-    with open(committed, encoding="ascii") as lines:
-        rows = [line.rstrip("\n").split("\t") for line in lines]
-    layout = {name: tuple(map(int, re.findall(r"\d+", place))) for name, place in rows if place.startswith("offset")}
-    size = {name: int(text.split()[1]) for name, text in rows if text.startswith("size")}
-    # A sanitized program has its own runtime, which conflicts with the one that this process has preloaded.
-    environment = {name: value for name, value in os.environ.items() if name != "LD_PRELOAD"}
-    listed = subprocess.run([list_rows], check=True, capture_output=True, text=True, env=environment).stdout
-    catalog = [ast.literal_eval(line) for line in listed.splitlines()]
+    with open(committed_file, encoding="ascii") as lines:
+        committed = dict(line.rstrip("\n").split("\t") for line in lines)
+    with open(pipeline_file, encoding="ascii") as text, open(schema_file, encoding="ascii") as schema:
+        pipeline = json.load(text)
+        jsonschema.validate(pipeline, json.load(schema))
 
     values = {}
     schemas, narrowed = {}, {}
-    for action, params in [row[1:] for row in catalog if row[0] == "action"]:
-        columns = param_columns(action, params, layout)
+    for row in pipeline["actions"]:
+        action = row["name"]
+        columns = param_columns(row["params"])
+        expect_places(f"{PREFIX}{action}_action_spec_t", columns, row["record_size"], committed)
         text = f"( ('{action}'),(" + "".join(f"('{c.name}',{c.tag!r},{c.width},None)," for c in columns) + "))"
         literal = (action, tuple((c.name, c.tag, c.width, None) for c in columns))
         schemas[action] = text, literal
         expect_text("action schema", action, constant(f"{action}_schema"), text, literal)
-        for name, bits, tag in params:
-            expect_tag(action, name, bits, tag)
-        for record in records(size[f"{PREFIX}{action}_action_spec_t"]) if columns else [b""]:
+        for column in columns:
+            expect_tag(action, column.name, column.width, column.tag)
+        for record in records(row["record_size"]) if columns else [b""]:
             shown = [digits(column, record) for column in columns]
             text = f"('{action}',(" + "".join(f"{digit}," for digit, _ in shown) + ")),"
             value = written(export(f"{action}_value"), *([record] if columns else []))
@@ -205,31 +216,34 @@ def main():
                 expect(f"lines of {action}", printed(export(f"{action}_print"), indent, record),
                        "".join(lines_of(columns, record, indent)))
 
-    for table, handle, indirect, key, actions in [row[1:] for row in catalog if row[0] == "table"]:
-        columns = key_columns(table, key, layout)
+    for row in pipeline["tables"]:
+        table, indirect = row["name"], row["profile"] is not None
+        actions = [action["name"] for action in row["actions"]]
+        columns = key_columns(row["key"])
+        expect_places(f"{PREFIX}{table}_match_spec_t", columns, row["record_size"], committed)
         keys, key_literal = "()", tuple((*c[:5], None, None) for c in columns)
         if columns:
             keys = "(" + "".join(f"( '{c.name}','{c.shown}',{c.width},0x{c.mask:x},{c.tag!r},None,None),"
                                  for c in columns) + ")"
             expect_text("match schema", table, constant(f"{table}_match_spec_schema"), keys, key_literal)
-            for record in records(size[f"{PREFIX}{table}_match_spec_t"]):
+            for record in records(row["record_size"]):
                 shown = [digits(column, record) for column in columns]
                 value = written(export(f"{table}_match_spec_value"), record)
                 expect_text("match value", table, value,
                             "( " + "".join(f"{digit}," for digit, _ in shown) + "),", tuple(v for _, v in shown))
                 if not indirect:
-                    priority = "-2147483648" if "ternary" in [field[-1] for field in key] else "0"
+                    priority = "-2147483648" if row["shape"] == "masked" else "0"
                     most = len(f"(({value}),({priority},True))") + max(values[action] for action in actions)
                     longest["entry"] = max(longest["entry"], most)
                 for indent in (0, 1, 4):
                     title = " " * indent + f"{PREFIX}{table}_match_spec_t:\n"
                     expect(f"lines of {table}", printed(export(f"{table}_match_spec_print"), indent, record),
                            title + "".join(lines_of(columns, record, indent)))
-        for _, name, bits, mask, tag, _ in key:
-            expect_tag(table, name, bits, tag)
-            whole = (1 << bits) - 1
-            if mask & whole != whole:
-                narrowed[table, name] = mask & whole
+        for field in row["key"]:
+            expect_tag(table, field["pd_name"], field["bits"], field["tag"])
+            matched = int(field["matched_bits"], 16)
+            if matched != (1 << field["bits"]) - 1:
+                narrowed[table, field["pd_name"]] = matched
         text, literal = actions_in(actions, schemas)
         text = f"({text})"
         if indirect:
@@ -238,14 +252,15 @@ def main():
         text = f"( ('{table}','mat',({indirect},)),{keys},{text})"
         got = written(export(f"{table}_schema"))
         expect_text("table", table, got, text, ((table, "mat", (indirect,)), key_literal, literal))
-        expect_by_handle(table, handle, text)
+        expect_by_handle(table, row["handle"], text)
 
-    for profile, handle, actions in [row[1:] for row in catalog if row[0] == "profile"]:
-        text, literal = actions_in(actions, schemas)
+    for row in pipeline["profiles"]:
+        profile, handle = row["name"], row["data_table"]
+        text, literal = actions_in([action["name"] for action in row["actions"]], schemas)
         expect_text("profile", profile, written(export(f"{profile}_schema")), f"({text})", literal)
         expect_by_handle(profile, handle, f"({text})")
 
-    refused = export("setNextHop_print")(-1, 0, bytes(size[f"{PREFIX}setNextHop_action_spec_t"]))
+    refused = export("setNextHop_print")(-1, 0, bytes(4))
     expect("sign of the result of printing on no descriptor", refused < 0, True)
     listed = {}
     for field, mask, *tables in map(str.split, NARROWED.strip().splitlines()):
