@@ -13,6 +13,7 @@ enum class Text {
     header,           // public: a shard's declarations, or a seam's tables
     functions_header, // public: all of these headers
     pipeline,         // public: the description for the embedded driver
+    pipeline_function,
     json,             // public: the description for programs in any language
     source,           // a shard's functions, of one seam or of all
     row_constants,    // the rows that the sources name
@@ -49,6 +50,7 @@ inline std::vector<File> files(const catalog::Catalog& rows) {
     const std::string headers = "include/vl_pd/" + name + "/";
     std::vector<File> all = {{headers + "functions.h", Text::functions_header},
                              {"include/vl_pd/" + name + "_pipeline.h", Text::pipeline},
+                             {"src/" + name + "_pipeline.c", Text::pipeline_function},
                              {"share/vl_pd/" + name + ".json", Text::json},
                              {"src/rows.h", Text::row_constants},
                              {"src/functions_by_handle.cpp", Text::functions_by_handle},

@@ -35,6 +35,8 @@ std::string text_of(const generator::Exports& exports, const generator::File& fi
         return write_functions_header(exports);
     case Text::pipeline:
         return generator::write_pipeline_description(*exports.rows);
+    case Text::pipeline_function:
+        return generator::write_pipeline_function(*exports.rows);
     case Text::json:
         return generator::write_json(*exports.rows);
     case Text::source:

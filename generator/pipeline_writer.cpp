@@ -169,7 +169,23 @@ std::string write_pipeline_description(const Catalog& rows) {
            "#include \"vl_model/control.h\"\n\n" +
            actions + "\n" + tables + "static const vl_model_pipeline " + program + "_pipeline = {\n    " +
            quoted(program) + ",\n    " + program + "_tables, " + std::to_string(catalog::tables(rows).size()) +
-           members + "};\n\n#endif\n";
+           members +
+           "};\n\n"
+           "/* The same for callers that don't compile C. It is in the shared library libvl_" +
+           program +
+           "_pipeline.so. */\n"
+           "#ifdef __cplusplus\nextern \"C\"\n#endif\n"
+           "const vl_model_pipeline* " +
+           program + "_pipeline_description(void);\n\n#endif\n";
+}
+
+std::string write_pipeline_function(const Catalog& rows) {
+    const std::string program = rows.name;
+    return "/* Made from the catalog: the description of " + program +
+           " for callers that don't compile C. */\n#include \"vl_pd/" + program +
+           "_pipeline.h\"\n\n"
+           "__attribute__((visibility(\"default\"))) const vl_model_pipeline* " +
+           program + "_pipeline_description(void) {\n    return &" + program + "_pipeline;\n}\n";
 }
 
 } // namespace generator

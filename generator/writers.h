@@ -44,4 +44,7 @@ std::string write_json(const catalog::Catalog& rows);
 // The pipeline in the form that the embedded driver takes.
 std::string write_pipeline_description(const catalog::Catalog& rows);
 
+// A function that returns it.
+std::string write_pipeline_function(const catalog::Catalog& rows);
+
 } // namespace generator

@@ -5,9 +5,11 @@
 
 Every installed header compiles by itself as C11 and C++11 without a warning (.hpp as C++20). The README's agent is
 built by the README's command as C11, as C++17, and through find_package, and prints what the README says. pd-show runs
-from the install.
+from the install. Other languages find the pipeline in the install.
 """
 
+import ctypes
+import json
 import os
 import pathlib
 import re
@@ -59,6 +61,23 @@ def check_headers(prefix, folder, cc, cxx):
     run(cc, "-std=c11", "-Wpadded", "-Werror", "-fsyntax-only", f"-I{include}", driver)
 
 
+def check_descriptions(prefix):
+    """A program without a C compiler finds the pipeline, and the embedded driver takes it."""
+    driver = ctypes.CDLL(str(prefix / "lib/libvl_driver_model.so"))
+    library = ctypes.CDLL(str(prefix / "lib/libvl_velmar_switch_pipeline.so"))
+    library.velmar_switch_pipeline_description.restype = ctypes.c_void_p
+    description = ctypes.c_void_p(library.velmar_switch_pipeline_description())
+    check("adding a device", driver.vl_model_device_add(0, description), 0)
+    share = prefix / "share/vl_pd"
+    pipeline = json.loads((share / "velmar_switch.json").read_text())
+    check("the schema beside the description", (share / pipeline["$schema"]).exists(), True)
+    for table in pipeline["tables"]:
+        key, entry = bytes(table["key_bytes"]), ctypes.c_uint32()
+        status = driver.vl_model_lookup(0, table["handle"], key, len(key), 0, ctypes.byref(entry))
+        not_supported, not_found = 14, 7
+        check(f"a packet in {table['name']}", status, not_found if table["key"] else not_supported)
+
+
 def main():
     build, source, cc, cxx = sys.argv[1:]
     readme = (pathlib.Path(source) / "README.md").read_text(encoding="utf-8")
@@ -74,6 +93,7 @@ def main():
         version = re.search(r"project\(vl_bf_pd VERSION (\S+)", (pathlib.Path(source) / "CMakeLists.txt").read_text())[1]
         check("pd-show of the install", run(prefix / "bin/pd-show", "--version"), f"pd-show {version}\n")
         check_headers(prefix, folder, cc, cxx)
+        check_descriptions(prefix)
 
         (folder / "agent.c").write_text(agent)
         (folder / "agent.cpp").write_text(agent)
