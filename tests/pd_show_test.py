@@ -119,10 +119,10 @@ class Shown(unittest.TestCase):
         self.assertEqual(len(tables), int(totals["tables"]))
         self.assertEqual(tables["ipv4ShortMaskLpm"],
                          ["#1 vrfId=0x1 dip=0.0.0.0/0 -> setEcmp ecmpGroup=0xc8",
-                          "#2 vrfId=0x2 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0x2",
+                          "#2 vrfId=0x2 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0xca",
                           "default -> ipv4ShortMaskLpmMiss"])
         for address in ("2001:db8::1:0:0:1", "::ffff:a00:1"):
-            self.assertRegex(" ".join(tables["ipv6Host"]), rf"#\d vrfId=0x2 dip={address} -> setEcmp ecmpGroup=0x4 ")
+            self.assertRegex(" ".join(tables["ipv6Host"]), rf"#\d vrfId=0x2 dip={address} -> setEcmp ecmpGroup=0xcc ")
         self.assertIn("#1 smac=0200.0000.0011 ingL2Domain=0xa ingL2Aintf=0x1 -> noOp", tables["l2LearningLookup"])
         # A mask can be that of a whole field, of a part of the field, or zero.
         self.assertIn("#1 ingressPort=0x1 dmac=ffff.ffff.ffff priority 1 -> l2LookupBcastHit", tables["l2LookupMiss"])
@@ -155,13 +155,17 @@ class Shown(unittest.TestCase):
         self.assertEqual(targets, {"action", *handles})
 
     def test_routes_stand_beside_the_leaf_switch(self):
-        beside = "0.0.0.0/0 0\n10.0.10.11 198\n" + "".join(hosts.splitlines(True)[1:198])
+        beside = "0.0.0.0/0 0\n10.0.10.11 199\n" + "".join(hosts.splitlines(True)[1:]) + "10.0.20.21 200\n"
         tables = by_table(self.shown("--demo", "--routes", "-", "entries", stdin=beside))
         leaf = by_table(self.shown("--demo", "entries"))
         for table, lines in leaf.items():
             self.assertLessEqual(set(lines), set(tables[table]))
-        self.assertRegex(" ".join(tables["ipv4Host"]), r"#\d+ vrfId=0x2 dip=10\.0\.10\.11 -> setEcmp ecmpGroup=0x2 ")
-        self.assertEqual(len(tables["ecmpGroup"]), len(leaf["ecmpGroup"]) + 199)
+        self.assertRegex(" ".join(tables["ipv4Host"]), r"#\d+ vrfId=0x2 dip=10\.0\.10\.11 -> setEcmp ecmpGroup=0xca ")
+        self.assertEqual(len(tables["ecmpGroup"]), len(leaf["ecmpGroup"]) + 201)
+        # No group has the number of a next hop of the leaf switch.
+        next_hops, groups = ({re.search("nextHop=(\\w+)", line)[1] for line in lines if line[0] == "#"}
+                             for lines in (leaf["nextHop0"], tables["ecmpGroup"]))
+        self.assertFalse(next_hops & groups)
 
     def test_large_tables_are_shown_whole(self):
         many = [f"10.{i // 250}.{i % 250}.1" for i in range(6000)]
@@ -368,8 +372,8 @@ class Refused(unittest.TestCase):
             self.assertEqual(self.refused(2, expected, *arguments).stdout, "")
         self.refused(2, r"\A<stdin>:2: .*not an IPv4.*\npd-show: .* bad\n\Z", "--routes", "-", "tables",
                      stdin="10.0.0.0/8 1\n10.x 1\n")
-        self.refused(2, "with --demo, a list has at most 199 different next hops", "--demo", "--routes", "-", "tables",
-                     stdin=hosts)
+        self.refused(2, "-: there are more than 823 different next hops", "--demo", "--routes", "-", "tables",
+                     stdin="".join(f"10.0.{i // 256}.{i % 256} {i}\n" for i in range(824)))
 
     def test_arguments_are_repeated_in_print(self):
         odd = b"\x1b[31m\n\xff\xc2\x9b\\"

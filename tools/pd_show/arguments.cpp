@@ -37,7 +37,7 @@ Options:
   --demo            brings up the example leaf switch first; needs the embedded driver
   --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); NEXT_HOP is
                     a decimal number from 0 to 4294967295, and a list has at most 1023 different ones. Needs the
-                    embedded driver. With --demo, the routes have at most 199 different next hops, and go into VRF 2,
+                    embedded driver. With --demo, the routes have at most 823 different next hops, and go into VRF 2,
                     because the leaf switch has its own in VRF 1
   --hw              for entries and counters: reads the hardware, not the driver's copy of it
   --format FORMAT   of entries:
