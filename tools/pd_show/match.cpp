@@ -187,27 +187,29 @@ std::string reason(const Work& work, const Table& table, const std::vector<Candi
     return equals == 1 ? text : text + ", and of " + std::to_string(equals) + " with it" + first;
 }
 
+const Field& field_named(const Table& table, const std::string& name) {
+    std::vector<std::string> names;
+    for (const Field& field : table.key) {
+        if (field.label == name) return field;
+        names.push_back(field.label);
+    }
+    std::string near = near_text(name, names);
+    if (near.empty())
+        for (const std::string& each : names)
+            near += (each == names.front() ? "; its fields are " : ", ") + each;
+    throw Problem(exit_bad_usage, "table " + table.name + " has no field " + name + near);
+}
+
 Packet packet_of(const Table& table, const std::vector<std::string>& words) {
     Packet packet(table);
-    std::vector<std::string> names;
-    for (const Field& field : table.key)
-        names.push_back(field.label);
-    std::vector<std::string> set;
+    std::vector<const Field*> set;
     for (const std::string& word : words) {
         const size_t end = word.find('=');
-        const std::string name = word.substr(0, end);
-        const auto field = std::ranges::find(table.key, name, &Field::label);
-        if (field == table.key.end()) {
-            std::string near = near_text(name, names);
-            if (near.empty())
-                for (const std::string& each : names)
-                    near += (near.empty() ? "; its fields are " : ", ") + each;
-            throw Problem(exit_bad_usage, "table " + table.name + " has no field " + name + near);
-        }
-        if (end == std::string::npos) throw Problem(exit_bad_usage, name + " needs a value, as in " + name + "=0");
-        if (std::ranges::find(set, name) != set.end()) throw Problem(exit_bad_usage, name + " is given twice");
-        set.push_back(name);
-        packet.set(*field, word.substr(end + 1), field->shown_as);
+        const Field& field = field_named(table, word.substr(0, end));
+        if (end == std::string::npos) throw Problem(exit_bad_usage, field.label + " needs a value");
+        if (std::ranges::find(set, &field) != set.end()) throw Problem(exit_bad_usage, field.label + " is given twice");
+        set.push_back(&field);
+        packet.set(field, word.substr(end + 1), field.shown_as);
     }
     return packet;
 }
