@@ -54,7 +54,16 @@ constexpr const char* vocabulary[] = {"tables",
                                       "--corrupt=99",
                                       "--",
                                       "ipv4host",
-                                      "lpm"};
+                                      "lpm",
+                                      "match",
+                                      "route",
+                                      "ipv4FinalResolve0",
+                                      "vrfId=1",
+                                      "partIdx=0",
+                                      "dip=10.0.0.1",
+                                      "nextHop=0x1",
+                                      "10.0.0.1",
+                                      "::1"};
 
 std::vector<std::string> make_arguments(fuzz::Input& input) {
     std::vector<std::string> arguments = {"pd-show"};

@@ -1,5 +1,6 @@
 // The embedded driver with faults, for the tests of pd-show. In ipv4Host, entries up to handle 99 can't be read from
-// the hardware, and those with odd handles can't be read from the driver's copy either. In ipv6Host, only the first
+// the hardware, and those with odd handles can't be read from the driver's copy either. In trapToCpu, entry 1 seems to
+// have the highest priority number. In ipv6Host, only the first
 // entry is listed. The entries of l2Lookup can't be counted. A counter by index has ten cells, and one of them has
 // counted. If REFUSED_CLIENTS is in the environment, the driver refuses to register any client.
 #include <cstdlib>
@@ -15,6 +16,7 @@ namespace {
 constexpr pipe_tbl_hdl ipv6_host = 0x1000022;
 constexpr pipe_tbl_hdl ipv4_host = 0x1000023;
 constexpr pipe_tbl_hdl l2_lookup = 0x1000024;
+constexpr pipe_tbl_hdl trap_to_cpu = 0x1000040;
 
 void* embedded(const char* name) {
     static void* const driver = dlopen("libvl_driver_model.so", RTLD_LAZY | RTLD_NOLOAD);
@@ -33,7 +35,10 @@ pipe_status pipe_mgr_get_entry(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pip
                                uint8_t read_from_hw, uint32_t always_1, uint32_t always_0) {
     if (tbl_hdl == ipv4_host && ent_hdl < 100 && (ent_hdl % 2 == 1 || read_from_hw != 0)) return 99;
     static const auto read = reinterpret_cast<decltype(&pipe_mgr_get_entry)>(embedded("pipe_mgr_get_entry"));
-    return read(sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl, read_from_hw, always_1, always_0);
+    const pipe_status status =
+        read(sess_hdl, tbl_hdl, dev_tgt, ent_hdl, match, action, act_hdl, read_from_hw, always_1, always_0);
+    if (tbl_hdl == trap_to_cpu && ent_hdl == 1) match->priority = UINT32_MAX;
+    return status;
 }
 
 pipe_status pipe_mgr_get_next_entry_handles(pipe_sess_hdl sess_hdl, pipe_tbl_hdl tbl_hdl, pipe_dev_tgt dev_tgt,

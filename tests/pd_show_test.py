@@ -74,8 +74,9 @@ class Shown(unittest.TestCase):
     def test_help(self):
         text = self.shown("--help")
         commands = re.findall(r"^  ([a-z]+)( NAME| \[NAME\])?  ", text, re.M)
+        with_words = re.findall(r"^  ([a-z]+) [A-Z]+ \[.*\]", text, re.M)
         known = re.search("; there are (.+); see pd-show", run("show").stderr)[1]
-        self.assertEqual([command for command, _ in commands], known.split(", "))
+        self.assertEqual([command for command, _ in commands] + with_words, known.split(", "))
         for command, name in commands:
             alone, named = run(command), run(command, "nobody")
             self.assertEqual((alone.returncode, named.returncode), (2 if name == " NAME" else 0, 2), command)
@@ -119,10 +120,10 @@ class Shown(unittest.TestCase):
         self.assertEqual(len(tables), int(totals["tables"]))
         self.assertEqual(tables["ipv4ShortMaskLpm"],
                          ["#1 vrfId=0x1 dip=0.0.0.0/0 -> setEcmp ecmpGroup=0xc8",
-                          "#2 vrfId=0x2 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0x2",
+                          "#2 vrfId=0x2 dip=10.0.0.0/8 -> setEcmp ecmpGroup=0xca",
                           "default -> ipv4ShortMaskLpmMiss"])
         for address in ("2001:db8::1:0:0:1", "::ffff:a00:1"):
-            self.assertRegex(" ".join(tables["ipv6Host"]), rf"#\d vrfId=0x2 dip={address} -> setEcmp ecmpGroup=0x4 ")
+            self.assertRegex(" ".join(tables["ipv6Host"]), rf"#\d vrfId=0x2 dip={address} -> setEcmp ecmpGroup=0xcc ")
         self.assertIn("#1 smac=0200.0000.0011 ingL2Domain=0xa ingL2Aintf=0x1 -> noOp", tables["l2LearningLookup"])
         # A mask can be that of a whole field, of a part of the field, or zero.
         self.assertIn("#1 ingressPort=0x1 dmac=ffff.ffff.ffff priority 1 -> l2LookupBcastHit", tables["l2LookupMiss"])
@@ -155,13 +156,20 @@ class Shown(unittest.TestCase):
         self.assertEqual(targets, {"action", *handles})
 
     def test_routes_stand_beside_the_leaf_switch(self):
-        beside = "0.0.0.0/0 0\n10.0.10.11 198\n" + "".join(hosts.splitlines(True)[1:198])
+        # Hosts have more next hops than there are numbers below those of the leaf switch.
+        beside = "0.0.0.0/0 0\n10.0.10.11 199\n" + "".join(hosts.splitlines(True)[1:]) + "10.0.20.21 200\n"
         tables = by_table(self.shown("--demo", "--routes", "-", "entries", stdin=beside))
         leaf = by_table(self.shown("--demo", "entries"))
         for table, lines in leaf.items():
             self.assertLessEqual(set(lines), set(tables[table]))
-        self.assertRegex(" ".join(tables["ipv4Host"]), r"#\d+ vrfId=0x2 dip=10\.0\.10\.11 -> setEcmp ecmpGroup=0x2 ")
-        self.assertEqual(len(tables["ecmpGroup"]), len(leaf["ecmpGroup"]) + 199)
+        self.assertRegex(" ".join(tables["ipv4Host"]), r"#\d+ vrfId=0x2 dip=10\.0\.10\.11 -> setEcmp ecmpGroup=0xca ")
+        self.assertEqual(len(tables["ecmpGroup"]), len(leaf["ecmpGroup"]) + 201)
+        # Packets of either agent meet none of the other's groups.
+        for vrf, end in (("1", r"Route from ipv4Host: next hop 0x65\n +ecmpGroup +no entry: .*\n"
+                               r" +routerNextHop0 .*\n +nextHop0 .* dmac=0200\.0000\.0011 "),
+                         ("2", r"Route from ipv4Host: ECMP group 0xca\n +ecmpGroup .* group 0x\w+\n"
+                               r"( +member 0x\w+ -> setEcmpNextHop nextHopTable=0x\d nextHop=0xc7\n)+\Z")):
+            self.assertRegex(self.shown("--demo", "--routes", "-", "route", "10.0.10.11", vrf, stdin=beside), end)
 
     def test_large_tables_are_shown_whole(self):
         many = [f"10.{i // 250}.{i % 250}.1" for i in range(6000)]
@@ -322,6 +330,132 @@ class Verified(unittest.TestCase):
         os.close(theirs)
 
 
+# Prefixes in each other, two partitions with the same low bits, and hosts.
+nested = "".join(f"{prefix} {i + 1}\n" for i, prefix in enumerate((
+    "0.0.0.0/0", "0.0.0.0/4", "8.0.0.0/5", "8.0.0.0/6", "10.0.0.0/7", "10.0.0.0/8", "10.0.0.0/9", "10.1.0.0/16",
+    "10.17.0.0/16", "10.1.2.0/24", "10.17.2.3", "::/0", "2001:db8::/32", "2001:db8:0:1::/64", "2001:db8:0:1:8000::/65",
+    "2001:db8:0:2:8000::/65", "2001:db8:0:2:8000::1")))
+
+
+def parts_of(entry):
+    """The value, the mask and the bits that count, for each part of an entry's key. A partition is whole."""
+    rows = re.findall(r"^    \w+ +\w+ +(\d+) +(exact|mask|prefix) .* (all|0x\w+)$", page(entry["table"]), re.M)
+    found = []
+    for value in entry["key"].values():
+        partner = value.get("mask", value.get("length")) if isinstance(value, dict) else None
+        values = numbers(value["value"] if isinstance(value, dict) else value)
+        for i, number in enumerate(values):
+            bits, match, covered = rows[len(found)]
+            whole = (1 << int(bits)) - 1
+            mask = {"exact": lambda: whole, "mask": lambda: numbers(partner)[i],
+                    "prefix": lambda: whole - (whole >> partner)}[match]()
+            found.append((number, mask, whole if covered == "all" else int(covered, 16)))
+    return found
+
+
+def packet_of(entry):
+    return [f"{name}={value['value'] if isinstance(value, dict) else value}" for name, value in entry["key"].items()]
+
+
+class Matched(unittest.TestCase):
+    setup = ("--demo", "--routes", "-")
+
+    def entries(self):
+        document = json.loads(run(*self.setup, "--format", "json", "entries", stdin=nested).stdout)
+        return [entry for entry in document if "key" in entry]
+
+    def match(self, *arguments):
+        """The entry that a packet takes, with those that it doesn't take, and how many more these are."""
+        done = run(*self.setup, *arguments, stdin=nested)
+        self.assertEqual((done.returncode, done.stderr), (0, ""), arguments)
+        text = done.stdout[done.stdout.rindex("  takes "):]
+        return re.findall(r"^  (?:takes {6}|next best {2}| {11})(#\d+|default) ", text, re.M), text
+
+    def test_a_packet_takes_the_best_entry_that_matches(self):
+        entries, lengths = self.entries(), set()
+        for entry in entries:
+            packet = [part[0] for part in parts_of(entry)]
+            found = []
+            for other in entries:
+                if other["table"] != entry["table"]:
+                    continue
+                parts = parts_of(other)
+                if all((mine ^ value) & mask & covered == 0 for mine, (value, mask, covered) in zip(packet, parts)):
+                    unmatched = parts[-1][1] if page(other["table"]).count(" prefix ") else 0
+                    found.append((other.get("priority", 0), -unmatched, other["handle"]))
+            shown, text = self.match("match", entry["table"], *packet_of(entry))
+            self.assertEqual(shown, [f"#{handle}" for *_, handle in sorted(found)][:6], text)
+            self.assertEqual(re.findall(r"and (\d+) more\n", text), [str(len(found) - 6)] if len(found) > 6 else [])
+            lengths.add(len(found))
+        self.assertEqual((min(lengths), max(lengths)), (1, 7))
+
+    def test_reasons(self):
+        for expected, *arguments in (
+                (r"default -> ipv4ShortMaskLpmMiss\n  because    no entry matches\n", "ipv4ShortMaskLpm"),
+                (r"nothing: there is no default entry\n", "ecmpGroup"),
+                (r"because    prefix length 9 is the longest of 7 that match\n", "ipv4ShortMaskLpm", "vrfId=2",
+                 "dip=10.1.2.3"),
+                (r"because    prefix length 8 is the longest of 6 that match\n(.*\n){4} +#2 vrfId=0x2 dip=0\.0\.0\.0/0 "
+                 r".*\n\Z", "ipv4ShortMaskLpm", "vrfId=2", "dip=10.129.0.1"),
+                (r"because    prefix length 24 is the longest of 2 that match\n  next best  #\d partIdx=0 dip=0\.1\."
+                 r"0\.0/16 ", "ipv4FinalResolve0", "dip=10.1.2.3"),
+                (r"partIdx=1 .*\n  because    no other entry matches\n\Z", "ipv4FinalResolve0", "partIdx=1",
+                 "dip=10.1.2.3"),
+                (r"because    priority 1 is the lowest of 2 that match, and of 2 with it this one was added first\n"
+                 r"  next best  #2 dstPort=0xb3 ", "trapToCpu", "dstPort=0xb3", "ingL3DmacValid=1",
+                 "ingIpv4Dip=10.0.10.1", "protocol=6", "arpHdrValid=1")):
+            self.assertRegex(self.match("match", *arguments)[1], expected)
+
+    def test_damage(self):
+        entries = {(entry["table"], entry["handle"]): entry for entry in self.entries()}
+        kinds = set()
+        for table, handle, bit, byte, part in re.findall(
+                r"^  (\w+) #(\d+): (?:bit (\d+) of (?:byte (\d+) of )?the (.*) flipped|lost)",
+                run(*self.setup, "--corrupt", "40", "verify", stdin=nested).stdout, re.M):
+            entry, part = entries[table, int(handle)], part or "lost"
+            # A flipped bit of a key counts if the entry's mask has it: here only entries with whole masks are judged.
+            whole = all(mask == covered for _, mask, covered in parts_of(entry))
+            counts = part == "lost" or part == "key" and whole and is_visible(entry, part, int(byte), int(bit))
+            shown, text = self.match("--corrupt", "40", "match", table, *packet_of(entry))
+            if counts or part not in ("lost", "key"):
+                self.assertEqual(f"#{handle}" in shown, not counts, (part, bit, byte, text))
+                kinds.add(part)
+        self.assertEqual(kinds, {"lost", "key", "mask", "action data"})
+
+    def test_routes_are_followed(self):
+        for address, *expected in (
+                ("10.17.2.3", "#4 vrfId=0x2 dip=10.17.2.3 -> setEcmp ecmpGroup=0xd3",
+                 "Route from ipv4Host: ECMP group 0xd3"),
+                ("10.17.2.4", "no entry", r"ipv4Partition0 +#2 .* partIdx=1 ",
+                 "ipv4FinalResolve0 +#3 partIdx=1 ", "Route from ipv4FinalResolve0: next hop 0xd1 of table 0",
+                 "-> setEcmpNextHop nextHopTable=0x0 nextHop=0x9"),
+                ("10.2.0.1", "ipv4FinalResolve0 +no entry in partition 0",
+                 "Route from ipv4ShortMaskLpm: ECMP group 0xcf"),
+                ("10.33.0.1", "ipv4FinalResolve0 +no partition", "ipv4ShortMaskLpm +#8 .*/9 "),
+                ("2001:db8:0:1:8000::", r"Partition0 .* partIdx=0 ", "FinalResolve0 .* nextHop=0xd7",
+                 "ipv6Partition +#2 .*/64 ", "ipv6ShortMaskLpm +#1 ",
+                 "Route from ipv6LgMaskFinalResolve0: next hop 0xd7"),
+                ("2001:db8:0:1::", "FinalResolve0 +no entry in partition 0",
+                 "Route from ipv6Partition: ECMP group 0xd6")):
+            done = run(*self.setup, "route", address, stdin=nested)
+            self.assertEqual((done.returncode, done.stderr), (0, ""))
+            self.assertRegex(done.stdout, "(?s)" + ".*".join([rf"\A{address} in VRF 2\n  ipv[46]Host ", *expected]))
+        self.assertIn("No route\n", run("route", "10.0.0.1").stdout)
+        self.assertIn("in VRF 1\n", run("--demo", "route", "10.0.0.1").stdout)
+        self.assertRegex(run("--routes", "-", "route", "10.0.0.1").stdout, "in VRF 1(?s:.*)ECMP group 0x2\n")
+
+    def test_the_driver_must_agree(self):
+        packet = ("dstPort=179", "ingL3DmacValid=1", "ingIpv4Dip=10.0.10.1", "protocol=6", "arpHdrValid=1")
+        done = run(*faulty, "--demo", "match", "trapToCpu", *packet)
+        self.assertRegex(done.stdout, r"takes      #2 .*\n  because    priority 1 is the lowest of 2 that match\n"
+                                      r"  next best  #1 .* priority -1 ")
+        self.assertEqual((done.returncode, done.stderr), (1, "pd-show: trapToCpu: by the driver a packet takes #1, but "
+                                                             "of the entries in the hardware #2 is the best\n"))
+        done = run(*faulty, "--routes", "-", "match", "ipv4Host", "vrfId=1", "dip=192.0.2.1")
+        self.assertEqual(done.returncode, 1)
+        self.assertRegex(done.stderr, r"reading entry #1 was refused with status 99(.*\n)*.*none matches\n\Z")
+
+
 class Refused(unittest.TestCase):
     def refused(self, status, expected, *arguments, **more):
         done = run(*arguments, **more)
@@ -334,7 +468,7 @@ class Refused(unittest.TestCase):
         for expected, *arguments in (
                 ("no command;",),
                 (r"no command entrys: did you mean entries\?\n$", "entrys"),
-                ("no command show; there are tables, table, entries, counters, verify;", "show"),
+                ("no command show; there are tables, table, entries, counters, verify, match, route;", "show"),
                 ("no option --dem0;", "--dem0", "tables"),
                 ("no option -x;", "tables", "-xy"),
                 ("--demo takes no value;", "tables", "--demo=3"),
@@ -344,11 +478,30 @@ class Refused(unittest.TestCase):
                 ("only for entries", "--format", "json", "tables"),
                 ("only for entries and counters", "--hw", "verify"),
                 ("table needs a name", "table"),
-                ("--corrupt is only for verify", "--demo", "--corrupt", "1", "entries"),
+                ("--corrupt is only for verify, match and route", "--demo", "--corrupt", "1", "entries"),
                 ("--corrupt needs --demo or --routes", "--corrupt", "1", "verify"),
                 ("takes no name", "--demo", "--corrupt", "1", "verify", "l2Lookup"),
                 ("--seed is only for --corrupt", "--demo", "--seed", "1", "verify"),
                 ("what is ipv4Host after tables", "tables", "ipv4Host"),
+                # Packets.
+                ("match needs a name", "match"),
+                ("no table ipv4Hosts: did you mean ipv4Host", "match", "ipv4Hosts"),
+                ("table queueCounters has no key", "match", "queueCounters", "index=1"),
+                ("no field dmax: did you mean dmac", "match", "l2Lookup", "dmax=0"),
+                ("no field dmacOui; its fields are dmac, egrL2Domain", "match", "l2Lookup", "dmacOui=0"),
+                ("no field x; its fields are vrfId, dip", "match", "ipv4Host", "x"),
+                ("vrfId needs a value", "match", "ipv4Host", "vrfId"),
+                ("vrfId is given twice", "match", "ipv4Host", "vrfId=1", "vrfId=1"),
+                ("vrfId takes a number from 0 to 0xff, not 0x100", "match", "ipv4Host", "vrfId=0x100"),
+                ("vrfId takes .*, not $", "match", "ipv4Host", "vrfId="),
+                ("partIdx takes a number from 0 to 65535, not -1", "match", "ipv4FinalResolve0", "partIdx=-1"),
+                ("dip takes an IPv4 address, not 10.0.0.0/8", "match", "ipv4Host", "dip=10.0.0.0/8"),
+                ("dip takes an IPv6 address, not 10.0.0.1", "match", "ipv6Host", "dip=10.0.0.1"),
+                ("dmac takes a MAC address.*, not 02:00:00:00:00:11", "match", "l2Lookup", "dmac=02:00:00:00:00:11"),
+                ("route needs an address", "route"),
+                ("what is 3 after route", "route", "10.0.0.1", "2", "3"),
+                ("10.0.0 is not an IPv4 or IPv6 address", "route", "10.0.0"),
+                ("vrfId takes a number from 0 to 255, not 256", "route", "::1", "256"),
                 ("with the embedded driver, a session is opened", "--session", "1", "tables"),
                 ("device 0", "--demo", "--device", "1", "tables"),
                 ("needs? the embedded driver", *foreign, "--demo", "tables"),
@@ -368,8 +521,8 @@ class Refused(unittest.TestCase):
             self.assertEqual(self.refused(2, expected, *arguments).stdout, "")
         self.refused(2, r"\A<stdin>:2: .*not an IPv4.*\npd-show: .* bad\n\Z", "--routes", "-", "tables",
                      stdin="10.0.0.0/8 1\n10.x 1\n")
-        self.refused(2, "with --demo, a list has at most 199 different next hops", "--demo", "--routes", "-", "tables",
-                     stdin=hosts)
+        self.refused(2, "-: there are more than 823 different next hops", "--demo", "--routes", "-", "tables",
+                     stdin="".join(f"10.0.{i // 256}.{i % 256} {i}\n" for i in range(824)))
 
     def test_arguments_are_repeated_in_print(self):
         odd = b"\x1b[31m\n\xff\xc2\x9b\\"

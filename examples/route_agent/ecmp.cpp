@@ -36,8 +36,8 @@ std::ostream& operator<<(std::ostream& out, const Path& path) {
     return out << path.next_hop << " of table " << path.next_hop_table;
 }
 
-size_t number_of(size_t row) {
-    return row + 1;
+size_t number_of(const Run& run, size_t row) {
+    return run.plan.first_group + row;
 }
 
 PD(ecmpGroup, match_spec_t) key_of(size_t number) {
@@ -66,9 +66,9 @@ void add_path(EcmpWork& work, size_t row) {
     pd_member member = 0;
     work.members.done(
         PD(ecmpMemberActionProfile, add_member_with_setEcmpNextHop)(work.session, work.target, &action, &member),
-        "adding one for group ", number_of(row));
+        "adding one for group ", number_of(work.run, row));
     ++work.members.tally.added;
-    work.groups.done(join(work, group.handle, member), "adding a member to group ", number_of(row));
+    work.groups.done(join(work, group.handle, member), "adding a member to group ", number_of(work.run, row));
     group.members.push_back(member);
     ++group.path_count;
 }
@@ -77,13 +77,13 @@ void add_group(EcmpWork& work, size_t row) {
     constexpr uint32_t no_limit = 0;
     GroupState& group = work.run.groups[row];
     work.groups.done(PD(ecmpMemberActionProfile, create_group)(work.session, work.target, no_limit, &group.handle),
-                     "creating ", number_of(row));
+                     "creating ", number_of(work.run, row));
     ++work.groups.tally.added;
     const EcmpGroup& planned = work.run.plan.groups[row];
-    while (group.path_count < path_count(planned, number_of(row), planned.load))
+    while (group.path_count < path_count(planned, number_of(work.run, row), planned.load))
         add_path(work, row);
     // Last: an entry takes over the action of its group, which a group without members doesn't have.
-    work.entries.done(add_entry(work, number_of(row), group.handle), "adding ", number_of(row));
+    work.entries.done(add_entry(work, number_of(work.run, row), group.handle), "adding ", number_of(work.run, row));
     ++work.entries.tally.added;
     group.state = RowState::standing;
 }
@@ -189,8 +189,8 @@ bool paths_equal(EcmpWork& work, size_t row, const FoundGroup& found) {
     std::string read;
     for (const auto& [path, member] : found.paths)
         read += text_of(read.empty() ? "" : ", ", path);
-    work.members.differs("group ", number_of(row), ": expected ", grouped(meant.size()), " paths, from ", meant.front(),
-                         " on, read ", read);
+    work.members.differs("group ", number_of(work.run, row), ": expected ", grouped(meant.size()), " paths, from ",
+                         meant.front(), " on, read ", read);
     return false;
 }
 
@@ -221,7 +221,7 @@ void try_adds(Run& run, const std::string& when, pd_status expected) {
     const auto group = std::ranges::find(run.groups, RowState::standing, &GroupState::state);
     if (group == run.groups.end() || group->members.empty()) return;
     EcmpWork work(run);
-    const size_t number = number_of(static_cast<size_t>(group - run.groups.begin()));
+    const size_t number = number_of(run, static_cast<size_t>(group - run.groups.begin()));
     const pd_status joined = join(work, group->handle, group->members.front());
     expect(work.groups, joined, expected, text_of("adding a member again to group ", number));
     expect(work.entries, add_entry(work, number, group->handle), expected, text_of("adding entry ", number, " again"));
@@ -246,7 +246,7 @@ EcmpCounts learn_groups(Run& run) {
     std::map<uint32_t, FoundGroup> found = read_groups(work);
     for (size_t row = 0; row < run.groups.size(); ++row) {
         GroupState& group = run.groups[row];
-        const size_t number = number_of(row);
+        const size_t number = number_of(run, row);
         const auto node = found.extract(static_cast<uint32_t>(number));
         if (group.state != RowState::standing) {
             if (node) work.entries.differs("group ", number, " should not exist");
@@ -301,7 +301,7 @@ void restart(Run& run, RestoreBy by) {
 }
 
 void remove_groups_without_routes(Run& run) {
-    std::vector<bool> needed(run.groups.size() + 1, false); // by number
+    std::vector<bool> needed(number_of(run, run.groups.size()), false); // by number
     for (size_t i = 0; i < table_count; ++i)
         for (size_t row = 0; row < run.rows[i].size(); ++row)
             if (run.rows[i][row] == RowState::standing) needed[run.plan.tables[i][row].group] = true;
@@ -309,7 +309,7 @@ void remove_groups_without_routes(Run& run) {
     const pd_device device = work.target.dev_id;
     for (size_t row = 0; row < run.groups.size(); ++row) {
         GroupState& group = run.groups[row];
-        const size_t number = number_of(row);
+        const size_t number = number_of(run, row);
         if (needed[number] || group.state != RowState::standing) continue;
         // From the entry down: the driver refuses to remove what is in use.
         const auto key = key_of(number);
@@ -334,9 +334,9 @@ void check_groups_gone(Run& run) {
     for (size_t row = 0; row < run.groups.size(); ++row) {
         if (run.groups[row].state != RowState::deleted) continue;
         pd_entry entry = 0;
-        if (!work.entries.done_unless(VL_MODEL_NOT_FOUND, find_entry(work, number_of(row), entry), "looking for ",
-                                      number_of(row)))
-            work.entries.differs("group ", number_of(row), " was deleted and is still found");
+        if (!work.entries.done_unless(VL_MODEL_NOT_FOUND, find_entry(work, number_of(run, row), entry), "looking for ",
+                                      number_of(run, row)))
+            work.entries.differs("group ", number_of(run, row), " was deleted and is still found");
     }
 }
 
@@ -344,7 +344,7 @@ void compare_groups_with_hardware(Run& run) {
     EcmpWork work(run);
     for (size_t row = 0; row < run.groups.size(); ++row) {
         if (run.groups[row].state != RowState::standing) continue;
-        const size_t number = number_of(row);
+        const size_t number = number_of(run, row);
         pd_entry entry = 0;
         work.entries.done(find_entry(work, number, entry), "looking for ", number);
         std::string difference;

@@ -210,7 +210,7 @@ bool all_as_meant(const Run& run) {
             return false;
     size_t members = 0;
     for (size_t row = 0; row < run.groups.size(); ++row)
-        members += path_count(run.plan.groups[row], row + 1, load_count - 1);
+        members += path_count(run.plan.groups[row], run.plan.first_group + row, load_count - 1);
     return as_meant(run.ecmp_entries, run.groups.size()) && run.ecmp_entries.in_hardware == run.ecmp_entries.left &&
            as_meant(run.ecmp_groups, run.groups.size()) && as_meant(run.ecmp_members, members);
 }

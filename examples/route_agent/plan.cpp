@@ -7,8 +7,8 @@
 namespace route_agent {
 namespace {
 
-constexpr size_t max_partitions = 65536; // the number has 16 bits
-constexpr size_t max_ecmp_groups = 1023; // numbers from 1 in the 10 bits of a next hop that choose a group
+constexpr size_t max_partitions = 65536;   // the number has 16 bits
+constexpr uint16_t last_ecmp_group = 1023; // the highest number in the 10 bits of a next hop that choose a group
 
 struct TwoLevels {
     TableId first;
@@ -48,16 +48,17 @@ bool add_partitions(Plan& plan, const TwoLevels& scheme) {
 
 } // namespace
 
-std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& reason) {
+std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& reason, uint16_t first_group) {
     Plan plan;
+    plan.first_group = first_group;
     std::unordered_map<uint32_t, uint16_t> numbers; // of groups, by next hop
     PerTable<size_t> sizes{};
     for (const Route& route : routes) {
         ++sizes[table_for(route.prefix)];
-        const auto number = static_cast<uint16_t>(plan.groups.size() + 1);
+        const auto number = static_cast<uint16_t>(first_group + plan.groups.size());
         if (!numbers.try_emplace(route.next_hop, number).second) continue;
-        if (number > max_ecmp_groups) {
-            reason = text_of("there are more than ", max_ecmp_groups,
+        if (number > last_ecmp_group) {
+            reason = text_of("there are more than ", last_ecmp_group - first_group + 1,
                              " different next hops; there are not enough numbers for ECMP groups");
             return std::nullopt;
         }
@@ -69,7 +70,7 @@ std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& rea
     for (const Route& route : routes) {
         const uint16_t number = numbers.at(route.next_hop);
         plan.tables[table_for(route.prefix)].push_back(
-            {.prefix = route.prefix, .group = number, .load = plan.groups[number - 1u].load});
+            {.prefix = route.prefix, .group = number, .load = plan.groups[number - first_group].load});
     }
     for (std::vector<Entry>& entries : plan.tables)
         std::ranges::sort(entries, {}, &Entry::prefix);

@@ -61,7 +61,8 @@ struct EcmpGroup {
 
 struct Plan {
     PerTable<std::vector<Entry>> tables;
-    std::vector<EcmpGroup> groups; // by number, from 1 on
+    std::vector<EcmpGroup> groups; // by number, from first_group on
+    uint16_t first_group = 1;
 };
 
 // A group comes with 2 to 4 paths and gets another one in each later load.
@@ -69,9 +70,10 @@ constexpr unsigned path_count(const EcmpGroup& group, size_t number, unsigned lo
     return 2 + static_cast<unsigned>(number % 3) + load - group.load;
 }
 
-// The routes must have different prefixes. Groups are numbered in the order in which their next hops first occur.
-// Returns nothing if the routes need more partitions or groups than there are; `reason` then says so.
-std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& reason);
+// The routes must have different prefixes. Groups are numbered in the order in which their next hops first occur, from
+// first_group on: an agent that shares the switch has the numbers below. Returns nothing if the routes need more
+// partitions or groups than there are; `reason` then says so.
+std::optional<Plan> make_plan(const std::vector<Route>& routes, std::string& reason, uint16_t first_group = 1);
 
 // Marks entries of a plan.
 using Selection = PerTable<std::vector<bool>>;

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <charconv>
+#include <climits>
 #include <cstddef>
 #include <string_view>
 #include <vector>
@@ -16,7 +17,7 @@
 namespace pd_show {
 namespace {
 
-constexpr char usage[] = R"(Usage: pd-show [OPTION]... COMMAND [NAME]
+constexpr char usage[] = R"(Usage: pd-show [OPTION]... COMMAND [ARGUMENT]...
 
 Shows what the tables of the switch hold. Loads the driver and the library into this process. The embedded driver starts
 empty there; --demo and --routes fill it.
@@ -29,6 +30,14 @@ Commands:
   verify [NAME]     compares the entries of one table, or of all, with the hardware: a summary by table, then what
                     differs, with the entries as the driver's copy has them. Needs a driver that hands out placement
                     data as the embedded one does
+  match TABLE [FIELD=VALUE]...
+                    the entry that a packet takes in the hardware, why it does, and the entries that match it too, the
+                    next best first. Fields have the names and forms that entries shows; those without a value are 0.
+                    The lowest priority number wins. It counts as unsigned, so a negative one is worse than any other.
+                    Complains if the driver chooses another entry than the best one that matches
+  route ADDRESS [VRF]
+                    the entries that an address takes in the route tables, in the order in which --routes uses them,
+                    and the next hop or the members of the ECMP group. VRF is the one that --routes uses by default
 
 Options:
   --driver LIB      a driver to load in place of the embedded one
@@ -37,7 +46,7 @@ Options:
   --demo            brings up the example leaf switch first; needs the embedded driver
   --routes FILE     programs a list of routes first, one "PREFIX NEXT_HOP" per line ("-" is standard input); NEXT_HOP is
                     a decimal number from 0 to 4294967295, and a list has at most 1023 different ones. Needs the
-                    embedded driver. With --demo, the routes have at most 199 different next hops, and go into VRF 2,
+                    embedded driver. With --demo, the routes have at most 823 different next hops, and go into VRF 2,
                     because the leaf switch has its own in VRF 1
   --hw              for entries and counters: reads the hardware, not the driver's copy of it
   --format FORMAT   of entries:
@@ -45,9 +54,9 @@ Options:
                       json   one array of objects, with all fields
                       value  the library's value strings, Python literals, after a comment with the table's name
   --time            shows on stderr what a dump of entries spent its time on
-  --corrupt N       for verify without a NAME, with --demo or --routes: first damages N random entries in the hardware
-                    and lists them. An entry is lost, or one of its bits flips. Bits that the table doesn't match, or
-                    beyond the width of an action's parameter, make no difference
+  --corrupt N       for match, route, and verify without a NAME, with --demo or --routes: first damages N random
+                    entries in the hardware and lists them. An entry is lost, or one of its bits flips. Bits that the
+                    table doesn't match, or beyond the width of an action's parameter, make no difference
   --seed S          the seed of the random damage (1)
   -h, --help        this text
   --version         the version
@@ -65,15 +74,14 @@ constexpr char version[] = "pd-show " PD_SHOW_VERSION "\n";
 struct CommandRow {
     const char* name;
     Command* command;
-    int least_names;
-    int most_names;
+    int least_words;
+    int most_words;
 };
 
-constexpr CommandRow commands[] = {{"tables", show_tables, 0, 0},
-                                   {"table", show_table, 1, 1},
-                                   {"entries", show_entries, 0, 1},
-                                   {"counters", show_counters, 0, 1},
-                                   {"verify", verify, 0, 1}};
+constexpr CommandRow commands[] = {{"tables", show_tables, 0, 0},   {"table", show_table, 1, 1},
+                                   {"entries", show_entries, 0, 1}, {"counters", show_counters, 0, 1},
+                                   {"verify", verify, 0, 1},        {"match", show_match, 1, INT_MAX},
+                                   {"route", show_route, 1, 2}};
 
 struct FormatRow {
     const char* name;
@@ -149,23 +157,28 @@ constexpr auto long_options = [] {
     refuse("--" + std::string(options[optopt - first_option].name) + " takes no value");
 }
 
-// The command and its name.
+// The command and the words after it.
 void take_words(Arguments& read, int count, char** words) {
     if (count == 0) refuse("there is no command");
     const CommandRow& chosen = choose(commands, "command", words[0]);
     read.command = chosen.command;
-    const int names = count - 1;
-    if (names > chosen.most_names) refuse("what is " + std::string(words[names]) + " after " + chosen.name + "?");
-    if (names < chosen.least_names) refuse(std::string(chosen.name) + " needs a name");
-    if (names == 1) read.name = words[1];
+    if (count - 1 > chosen.most_words)
+        refuse("what is " + std::string(words[count - 1]) + " after " + chosen.name + "?");
+    if (count - 1 < chosen.least_words)
+        refuse(std::string(chosen.name) + (read.command == show_route ? " needs an address" : " needs a name"));
+    if (count > 1) read.name = words[1];
+    for (int i = 2; i < count; ++i)
+        read.more.emplace_back(words[i]);
 }
 
 void check(const Arguments& read) {
     if (read.command != show_entries && (read.format || read.time)) refuse("--format and --time are only for entries");
     if (read.command != show_entries && read.command != show_counters && read.from_hw)
         refuse("--hw is only for entries and counters");
-    if (read.corrupt && read.command != verify) refuse("--corrupt is only for verify");
-    if (read.corrupt && read.name) refuse("--corrupt damages all tables, so verify compares all: it takes no name");
+    if (read.corrupt && read.command != verify && read.command != show_match && read.command != show_route)
+        refuse("--corrupt is only for verify, match and route");
+    if (read.corrupt && read.command == verify && read.name)
+        refuse("--corrupt damages all tables, so verify compares all: it takes no name");
     if (read.corrupt && !read.demo && !read.routes) refuse("--corrupt needs --demo or --routes");
     if (read.seed && !read.corrupt) refuse("--seed is only for --corrupt");
 }

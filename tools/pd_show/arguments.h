@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace pd_show {
 
@@ -16,6 +17,7 @@ struct Arguments {
     const char* answer = nullptr; // the help or the version; if it is set, there is no command
     Command* command = nullptr;
     std::optional<std::string> name; // of a table or counter; the command is about all of them if there is none
+    std::vector<std::string> more;   // the words after the name
     std::optional<Format> format;
     std::optional<std::string> driver; // the embedded driver if none is given
     std::optional<uint32_t> session;

@@ -21,6 +21,8 @@ namespace {
 
 using pd_show::Problem;
 
+static_assert(pd_show::routes_vrf == route_agent::Device{}.vrf && pd_show::routes_vrf_beside_demo != leaf_switch::vrf);
+
 std::vector<route_agent::Route> read_routes(const std::string& path) {
     std::ifstream file;
     const bool from_stdin = path == "-";
@@ -35,18 +37,14 @@ std::vector<route_agent::Route> read_routes(const std::string& path) {
     return std::move(*routes);
 }
 
-// If the leaf switch is up, the routes get a separate VRF, and ECMP groups with lower numbers than its group.
+// If the leaf switch is up, the routes get a separate VRF, and ECMP groups with higher numbers than its next hops and
+// its group.
 void program_routes(route_agent::Device device, const std::string& path, bool beside_leaf_switch) {
     std::string reason;
-    const std::optional<route_agent::Plan> plan = route_agent::make_plan(read_routes(path), reason);
+    const std::optional<route_agent::Plan> plan = route_agent::make_plan(
+        read_routes(path), reason, beside_leaf_switch ? uint16_t{leaf_switch::spines_ecmp + 1} : uint16_t{1});
     if (!plan) throw Problem(pd_show::exit_bad_usage, path + ": " + reason);
-    if (beside_leaf_switch) {
-        if (plan->groups.size() >= leaf_switch::spines_ecmp)
-            throw Problem(pd_show::exit_bad_usage, path + ": with --demo, a list has at most " +
-                                                       std::to_string(leaf_switch::spines_ecmp - 1) +
-                                                       " different next hops");
-        device.vrf = leaf_switch::vrf + 1;
-    }
+    if (beside_leaf_switch) device.vrf = pd_show::routes_vrf_beside_demo;
     pd_show::TerminalProgress progress;
     route_agent::Run run(device, *plan, progress.bar);
     for (unsigned load = 0; load < route_agent::load_count; ++load)

@@ -46,17 +46,21 @@ public:
         }
         out_ += " -> ";
         if (table.profile == nullptr) {
-            const Action& action = pipeline_.actions[entry.action];
-            out_ += action.name;
-            for (const Field& param : action.params) {
-                put_label(param);
-                put_shown(param, &Part::value, entry.params);
-            }
+            put_action(entry.action, entry.params);
         } else if (entry.has_member != 0 || entry.has_group != 0) {
             out_ += entry.has_member != 0 ? "member 0x" : "group 0x";
             put_number(entry.has_member != 0 ? entry.member : entry.group, 16);
         } else {
             out_ += "neither member nor group";
+        }
+    }
+
+    void put_action(uint32_t number, const uint8_t* params) {
+        const Action& action = pipeline_.actions[number];
+        out_ += action.name;
+        for (const Field& param : action.params) {
+            put_label(param);
+            put_shown(param, &Part::value, params);
         }
     }
 
@@ -295,6 +299,18 @@ void tell_times(size_t shown, double seconds, TimeSpent all, TimeSpent driver, T
 }
 
 } // namespace
+
+std::string entry_text(const Work& work, const Table& table, const Entry& entry, pd_entry handle, bool is_default) {
+    std::string text;
+    EntryWriter(work, text).put_text(table, entry, handle, is_default);
+    return text.substr(2); // without the indent
+}
+
+std::string action_text(const Work& work, uint32_t number, const void* params) {
+    std::string text;
+    EntryWriter(work, text).put_action(number, static_cast<const uint8_t*>(params));
+    return text;
+}
 
 bool show_entries(const Work& work) {
     const std::vector<const Table*> tables = chosen_tables(work);

@@ -21,7 +21,7 @@ public:
     Function* function(const std::string& name) const {
         return reinterpret_cast<Function*>(library_symbol("p4_pd_velmar_switch_" + name));
     }
-    // A function that only the embedded driver has; null with other drivers.
+    // A function of the driver. Null if the driver lacks it; only the embedded driver has those of vl_model.
     template <class Function>
     Function* driver_function(const char* name) const {
         return reinterpret_cast<Function*>(driver_symbol(name));

@@ -35,6 +35,10 @@ private:
     uint64_t start_ = read_ticks();
 };
 
+// The VRFs of the list of routes: alone, and beside the leaf switch, which has its own routes in the first one.
+inline constexpr uint8_t routes_vrf = 1;
+inline constexpr uint8_t routes_vrf_beside_demo = 2;
+
 } // namespace pd_show
 
 extern "C" {

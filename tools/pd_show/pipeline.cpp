@@ -54,7 +54,8 @@ std::vector<Field> key_of(const catalog::Table& row) {
                 .tag = field.tag,
                 .value = {place->record_offset, place->record_bytes, covered},
                 .partner = {place->partner_offset, place->partner_bytes,
-                            is_prefix ? ones(8 * catalog::prefix_length_bytes) : covered}});
+                            is_prefix ? ones(8 * catalog::prefix_length_bytes) : covered},
+                .key_position = place->key_position});
         ++place;
     }
     return fields;
@@ -82,6 +83,8 @@ Table describe_table(const Library& library, const Pipeline& pipeline, const cat
     Table table{.name = row.name,
                 .handle = row.handle,
                 .has_priority = catalog::has_priority(row),
+                .partitioned = row.partitioned,
+                .key_bytes = catalog::key_layout(row).bytes,
                 .key = key_of(row),
                 .profile = profile == catalog::not_found ? nullptr : catalog::program.profiles[profile].name,
                 .actions = {},

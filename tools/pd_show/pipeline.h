@@ -40,7 +40,8 @@ struct Part {
     unsigned bits;
     catalog::Tag tag;
     Place value;
-    Place partner; // the mask or the prefix length, if the field has one
+    Place partner;             // the mask or the prefix length, if the field has one
+    unsigned key_position = 0; // in the key's bytes, where a field has whole bytes; 0 for a parameter
 };
 
 // What people see as one field: a part, or the two halves of a MAC address.
@@ -68,6 +69,8 @@ struct Table {
     std::string name;
     uint32_t handle;
     bool has_priority;
+    bool partitioned; // the first field of the key names the partition
+    unsigned key_bytes;
     std::vector<Field> key;
     const char* profile;                // null if the entries themselves have actions
     std::vector<const Action*> actions; // of the table or of its profile, sorted by name

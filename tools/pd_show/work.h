@@ -30,6 +30,8 @@ bool show_table(const Work& work);
 bool show_entries(const Work& work);
 bool show_counters(const Work& work);
 bool verify(const Work& work);
+bool show_match(const Work& work);
+bool show_route(const Work& work);
 
 // Damages entries in the embedded driver's hardware, as many as --corrupt says, and reports each.
 void corrupt_hardware(const Work& work);
@@ -70,6 +72,10 @@ struct Entry {
 
 // Sets the members that an entry of the table has. False if the entry can't be read.
 bool read_entry(const Work& work, const Table& table, pd_entry handle, bool from_hw, Entry& entry);
+
+// The entry as a line of a dump shows it, and the action of an entry or member.
+std::string entry_text(const Work& work, const Table& table, const Entry& entry, pd_entry handle, bool is_default);
+std::string action_text(const Work& work, uint32_t number, const void* params);
 
 // The library's value string. Empty if the entry can't be read.
 std::string value_string(const Work& work, const Table& table, pd_entry handle, bool from_hw);

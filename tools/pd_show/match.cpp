@@ -1,0 +1,248 @@
+// Looks at all entries of a table for those that a packet matches, and compares the best one with the driver's choice.
+// Entries are matched as the driver has them, because a record doesn't show damage to the mask of an exact field.
+#include "pd_show/match.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <optional>
+
+#include <arpa/inet.h>
+
+#include "vl_driver/tables.h"
+#include "vl_model/traffic.h"
+
+namespace pd_show {
+namespace {
+
+using catalog::Match;
+using catalog::Tag;
+
+__extension__ typedef unsigned __int128 Number;
+
+std::optional<Number> parse_address(int family, size_t length, const std::string& text) {
+    uint8_t bytes[sizeof(in6_addr)] = {};
+    if (inet_pton(family, text.c_str(), bytes) != 1) return {};
+    Number number = 0;
+    for (size_t i = 0; i < length; ++i)
+        number = number << 8 | bytes[i];
+    return number;
+}
+
+std::optional<Number> parse_digits(const std::string& digits, int base) {
+    uint64_t number = 0;
+    const char* const last = digits.data() + digits.size();
+    const auto [end, error] = std::from_chars(digits.data(), last, number, base);
+    if (error != std::errc() || end != last) return {};
+    return number;
+}
+
+std::optional<Number> parse(Tag form, const std::string& text) {
+    if (form == Tag::v4addr) return parse_address(AF_INET, sizeof(in_addr), text);
+    if (form == Tag::v6addr) return parse_address(AF_INET6, sizeof(in6_addr), text);
+    if (form != Tag::mac) return text.starts_with("0x") ? parse_digits(text.substr(2), 16) : parse_digits(text, 10);
+    if (text.size() != 14 || text[4] != '.' || text[9] != '.') return {};
+    return parse_digits(text.substr(0, 4) + text.substr(5, 4) + text.substr(10), 16);
+}
+
+unsigned bits_of(const Field& field) {
+    unsigned bits = 0;
+    for (const Part& part : field.parts)
+        bits += part.bits;
+    return bits;
+}
+
+std::string form_text(Tag form, unsigned bits) {
+    if (form == Tag::mac) return "a MAC address like 0200.0000.0001";
+    if (form == Tag::v4addr) return "an IPv4 address";
+    if (form == Tag::v6addr) return "an IPv6 address";
+    const uint64_t most = (uint64_t{1} << bits) - 1;
+    char digits[20];
+    const bool decimal = form == Tag::dec;
+    return std::string("a number from 0 to ") + (decimal ? "" : "0x") +
+           std::string(digits, std::to_chars(digits, digits + sizeof digits, most, decimal ? 10 : 16).ptr);
+}
+
+// Moves the lowest bytes of a number into a key.
+void store(Number& number, const Part& part, std::vector<uint8_t>& key) {
+    for (unsigned i = (part.bits + 7) / 8; i > 0; number >>= 8)
+        key[part.key_position + --i] = static_cast<uint8_t>(number);
+}
+
+// The bits of a key that count.
+std::vector<uint8_t> key_mask(const Table& table) {
+    std::vector<uint8_t> mask(table.key_bytes);
+    for (const Field& field : table.key)
+        for (const Part& part : field.parts) {
+            Number covered = Number{part.value.covered.high} << 64 | part.value.covered.low;
+            store(covered, part, mask);
+        }
+    return mask;
+}
+
+} // namespace
+
+void Packet::set(const Field& field, const std::string& text, Tag form) {
+    std::optional<Number> value = parse(form, text);
+    const unsigned bits = bits_of(field);
+    if (!value || (bits < 128 && *value >> bits != 0))
+        throw Problem(exit_bad_usage, field.label + " takes " + form_text(form, bits) + ", not " + text);
+    if (table.partitioned && &field == table.key.data()) {
+        partition_index = static_cast<uint32_t>(*value);
+        return;
+    }
+    for (size_t i = field.parts.size(); i > 0;) // the halves of a MAC address have whole bytes
+        store(*value, field.parts[--i], key);
+}
+
+std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) {
+    const Table& table = packet.table;
+    const auto read = work.library.driver_function<decltype(pipe_mgr_get_entry)>("pipe_mgr_get_entry");
+    const pipe_dev_tgt target = {work.target.dev_id, work.target.pipe_id, 0};
+    const std::vector<uint8_t> counted = key_mask(table);
+    std::vector<uint8_t> key(counted.size());
+    std::vector<uint8_t> mask(counted.size());
+    uint8_t data[most_bytes];
+    std::vector<Candidate> found;
+    visit_entries(work, table, count_entries(work, table), [&](pd_entry handle, bool) {
+        pipe_match_record match{};
+        match.key_bytes = key.data();
+        match.mask_bytes = mask.data();
+        match.key_len = static_cast<uint16_t>(key.size());
+        pipe_action_record action{};
+        action.action.data = data;
+        action.action.data_len = sizeof data;
+        pipe_act_hdl action_handle = 0;
+        const pipe_status status =
+            read(work.session, table.handle, target, handle, &match, &action, &action_handle, 1, 1, 0);
+        // The hardware may have lost an entry.
+        if (status != PD_STATUS_OK && work.library.says_not_found(status)) return;
+        if (status != PD_STATUS_OK)
+            return complain(work, table.name + ": reading entry #" + std::to_string(handle), status);
+        if (match.partition_index != packet.partition_index) return;
+        for (size_t i = 0; i < key.size(); ++i)
+            if (((key[i] ^ packet.key[i]) & mask[i] & counted[i]) != 0) return;
+        found.push_back({handle, match.priority});
+    });
+    std::ranges::stable_sort(found, {}, &Candidate::priority);
+
+    const auto lookup = work.library.driver_function<decltype(vl_model_lookup)>("vl_model_lookup");
+    if (lookup == nullptr) return found;
+    pipe_ent_hdl taken = PD_HDL_END;
+    const pd_status status = lookup(work.target.dev_id, table.handle, packet.key.data(),
+                                    static_cast<uint32_t>(packet.key.size()), packet.partition_index, &taken);
+    if (status != PD_STATUS_OK && !work.library.says_not_found(status)) {
+        complain(work, table.name + ": asking for the entry that a packet takes", status);
+        return found;
+    }
+    // Among equals the driver knows which one was added first.
+    const auto chosen = std::ranges::find(found, taken, &Candidate::handle);
+    if (chosen != found.end() && chosen->priority == found.front().priority)
+        std::rotate(found.begin(), chosen, chosen + 1);
+    else if (status == PD_STATUS_OK || !found.empty())
+        work.complaints.add(
+            table.name + ": by the driver a packet takes " +
+            (status == PD_STATUS_OK ? entry_name(taken, false) : "no entry") + ", but of the entries in the hardware " +
+            (found.empty() ? "none matches" : entry_name(found.front().handle, false) + " is the best"));
+    return found;
+}
+
+bool read_hardware(const Work& work, const Table& table, pd_entry handle, bool is_default, Entry& entry) {
+    const bool read = read_entry(work, table, handle, true, entry);
+    if (!read)
+        work.complaints.add(table.name + ": " +
+                            (is_default ? "the default entry" : "entry " + entry_name(handle, false)) +
+                            " can't be read");
+    return read;
+}
+
+namespace {
+
+constexpr size_t most_losers = 5;
+
+std::string entry_line(const Work& work, const Table& table, pd_entry handle, bool is_default) {
+    Entry entry;
+    return read_hardware(work, table, handle, is_default, entry)
+               ? entry_text(work, table, entry, handle, is_default)
+               : entry_name(handle, is_default) + ", which can't be read";
+}
+
+// Why the first of several matching entries wins.
+std::string reason(const Work& work, const Table& table, const std::vector<Candidate>& found) {
+    const Candidate& winner = found.front();
+    const auto equals = static_cast<size_t>(std::ranges::count(found, winner.priority, &Candidate::priority));
+    const std::string all = std::to_string(found.size());
+    const bool is_prefix = table.key.back().match == Match::lpm;
+    const bool driver_decides = work.library.driver_function<decltype(vl_model_lookup)>("vl_model_lookup") != nullptr;
+    const std::string first = std::string(" this one was ") + (driver_decides ? "added first" : "listed first");
+    if (!is_prefix && !table.has_priority) return all + " entries match, and" + first;
+    std::string text = "priority " + std::to_string(static_cast<int32_t>(winner.priority)) + " is the lowest";
+    Entry entry;
+    if (is_prefix)
+        text = read_entry(work, table, winner.handle, true, entry)
+                   ? "prefix length " + std::to_string(load(entry.key, table.key.back().parts[0].partner).low) +
+                         " is the longest"
+                   : "its prefix is the longest";
+    text += " of " + all + " that match";
+    return equals == 1 ? text : text + ", and of " + std::to_string(equals) + " with it" + first;
+}
+
+const Field& field_named(const Table& table, const std::string& name) {
+    std::vector<std::string> names;
+    for (const Field& field : table.key) {
+        if (field.label == name) return field;
+        names.push_back(field.label);
+    }
+    std::string near = near_text(name, names);
+    if (near.empty())
+        for (const std::string& each : names)
+            near += (each == names.front() ? "; its fields are " : ", ") + each;
+    throw Problem(exit_bad_usage, "table " + table.name + " has no field " + name + near);
+}
+
+Packet packet_of(const Table& table, const std::vector<std::string>& words) {
+    Packet packet(table);
+    std::vector<const Field*> set;
+    for (const std::string& word : words) {
+        const size_t end = word.find('=');
+        const Field& field = field_named(table, word.substr(0, end));
+        if (end == std::string::npos) throw Problem(exit_bad_usage, field.label + " needs a value");
+        if (std::ranges::find(set, &field) != set.end()) throw Problem(exit_bad_usage, field.label + " is given twice");
+        set.push_back(&field);
+        packet.set(field, word.substr(end + 1), field.shown_as);
+    }
+    return packet;
+}
+
+} // namespace
+
+bool show_match(const Work& work) {
+    const Table& table = table_named(work.pipeline, *work.arguments.name);
+    if (table.key.empty())
+        throw Problem(exit_bad_usage, "table " + table.name + " has no key: every packet takes its default entry");
+    const Packet packet = packet_of(table, work.arguments.more);
+    if (work.arguments.corrupt) corrupt_hardware(work);
+
+    std::string text = table.name + ", a packet with ";
+    for (const std::string& word : work.arguments.more)
+        text += word + " ";
+    text += work.arguments.more.empty() ? "all fields 0\n" : "and other fields 0\n";
+    const std::vector<Candidate> found = matching_entries(work, packet);
+    text += "  takes      ";
+    if (found.empty()) {
+        const pd_entry handle = default_entry(work, table);
+        text += handle != PD_HDL_END ? entry_line(work, table, handle, true) : "nothing: there is no default entry";
+        text += "\n  because    no entry matches\n";
+    } else {
+        text += entry_line(work, table, found.front().handle, false) + "\n  because    " +
+                (found.size() == 1 ? "no other entry matches" : reason(work, table, found)) + "\n";
+    }
+    for (size_t i = 1; i < found.size() && i <= most_losers; ++i)
+        text += (i == 1 ? "  next best  " : "             ") + entry_line(work, table, found[i].handle, false) + "\n";
+    if (found.size() > most_losers + 1)
+        text += "             and " + std::to_string(found.size() - most_losers - 1) + " more\n";
+    work.out.put(text);
+    return true;
+}
+
+} // namespace pd_show
