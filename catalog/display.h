@@ -11,7 +11,7 @@ namespace catalog {
 // What people see as one: a key field or a parameter, or the two halves of a MAC address.
 struct Shown {
     std::string label;
-    Tag tag; // mac only if there are two halves
+    Tag tag;      // mac only if there are two halves
     size_t first; // in the key or among the parameters
     size_t count;
 };

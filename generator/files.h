@@ -14,9 +14,9 @@ enum class Text {
     functions_header, // public: all of these headers
     pipeline,         // public: the description for the embedded driver
     pipeline_function,
-    json,             // public: the description for programs in any language
-    source,           // a shard's functions, of one seam or of all
-    row_constants,    // the rows that the sources name
+    json,          // public: the description for programs in any language
+    source,        // a shard's functions, of one seam or of all
+    row_constants, // the rows that the sources name
     functions_by_handle,
     record_asserts,
     version_script,

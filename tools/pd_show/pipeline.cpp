@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "catalog/layout.h"
+#include "catalog/display.h"
 #include "pd_show/output.h"
 
 namespace pd_show {
@@ -14,68 +14,56 @@ Bits ones(unsigned bits) {
     return bits > 64 ? Bits{all >> (128 - bits), all} : Bits{0, all >> (64 - bits)};
 }
 
-// "dmacOui" and "dmacStation" make "dmac", and "oui" and "station" make "mac". Empty if the two don't belong together.
-std::string mac_label(const std::string& oui, const std::string& station) {
-    if (oui == "oui" && station == "station") return "mac";
-    if (!oui.ends_with("Oui")) return {};
-    const std::string stem = oui.substr(0, oui.size() - 3);
-    return station == stem + "Station" ? stem : std::string();
-}
-
-void append(std::vector<Field>& fields, catalog::Match match, const Part& part) {
-    const bool is_mac = part.tag == catalog::Tag::mac;
-    if (is_mac && !fields.empty()) {
-        Field& last = fields.back();
-        const Part& before = last.parts.back();
-        const std::string label = before.tag == catalog::Tag::mac && last.parts.size() == 1 && last.match == match
-                                      ? mac_label(before.name, part.name)
-                                      : std::string();
-        if (!label.empty()) {
-            last.label = label;
-            last.shown_as = catalog::Tag::mac;
-            last.parts.push_back(part);
-            return;
-        }
+// Joins the parts that people see as one.
+std::vector<Field> joined(const std::vector<catalog::Shown>& columns, const std::vector<Part>& parts,
+                          const std::vector<catalog::Match>& matches) {
+    std::vector<Field> fields;
+    for (const catalog::Shown& column : columns) {
+        const auto first = parts.begin() + static_cast<std::ptrdiff_t>(column.first);
+        fields.push_back({column.label,
+                          column.tag,
+                          matches[column.first],
+                          {first, first + static_cast<std::ptrdiff_t>(column.count)}});
     }
-    fields.push_back({part.name, is_mac ? catalog::Tag::untagged : part.tag, match, {part}});
+    return fields;
 }
 
 std::vector<Field> key_of(const catalog::Table& row) {
-    std::vector<Field> fields;
+    std::vector<Part> parts;
+    std::vector<catalog::Match> matches;
     const catalog::KeyLayout layout = catalog::key_layout(row);
     const catalog::FieldLayout* place = layout.fields.data();
     for (const catalog::KeyField& field : row.key) {
         const Bits covered = ones(field.bits) & Bits{field.mask.high, field.mask.low};
         const bool is_prefix = field.match == catalog::Match::lpm;
-        append(fields, field.match,
-               {.name = field.name,
-                .pd_name = field.pd_name,
-                .bits = field.bits,
-                .tag = field.tag,
-                .value = {place->record_offset, place->record_bytes, covered},
-                .partner = {place->partner_offset, place->partner_bytes,
-                            is_prefix ? ones(8 * catalog::prefix_length_bytes) : covered},
-                .key_position = place->key_position});
+        matches.push_back(field.match);
+        parts.push_back({.name = field.name,
+                         .pd_name = field.pd_name,
+                         .bits = field.bits,
+                         .tag = field.tag,
+                         .value = {place->record_offset, place->record_bytes, covered},
+                         .partner = {place->partner_offset, place->partner_bytes,
+                                     is_prefix ? ones(8 * catalog::prefix_length_bytes) : covered},
+                         .key_position = place->key_position});
         ++place;
     }
-    return fields;
+    return joined(catalog::shown_fields(row), parts, matches);
 }
 
 std::vector<Field> params_of(const catalog::Action& row) {
-    std::vector<Field> fields;
+    std::vector<Part> parts;
     const catalog::ActionLayout layout = catalog::action_layout(row);
     const catalog::ParamLayout* place = layout.params.data();
     for (const catalog::Param& param : row.params) {
-        append(fields, catalog::Match::exact,
-               {.name = param.name,
-                .pd_name = nullptr,
-                .bits = param.bits,
-                .tag = param.tag,
-                .value = {place->record_offset, place->record_bytes, ones(param.bits)},
-                .partner = {}});
+        parts.push_back({.name = param.name,
+                         .pd_name = nullptr,
+                         .bits = param.bits,
+                         .tag = param.tag,
+                         .value = {place->record_offset, place->record_bytes, ones(param.bits)},
+                         .partner = {}});
         ++place;
     }
-    return fields;
+    return joined(catalog::shown_params(row), parts, std::vector(parts.size(), catalog::Match::exact));
 }
 
 Table describe_table(const Library& library, const Pipeline& pipeline, const catalog::Table& row) {

@@ -6,7 +6,6 @@
 #include <string>
 #include <vector>
 
-#include "catalog/display.h"
 #include "catalog/rows.h"
 #include "pd_show/library.h"
 
