@@ -21,6 +21,13 @@ std::string colons(const Mac& mac) {
     return text;
 }
 
+void expect_as_planned(const char* what, size_t planned, size_t found) {
+    if (found != planned) {
+        throw std::runtime_error(std::string(what) + ": " + std::to_string(found) + " instead of the planned " +
+                                 std::to_string(planned));
+    }
+}
+
 void print_stations(const Leaf& leaf, std::ostream& out) {
     for (const Station& station : learned_stations(leaf)) {
         out << "  " << colons(station.mac) << " in VLAN " << station.vlan << " behind interface 0x" << std::hex
@@ -31,6 +38,8 @@ void print_stations(const Leaf& leaf, std::ostream& out) {
 void show_learning(const Leaf& leaf, std::ostream& out) {
     const Station newcomers[] = {desk, printer, backup};
     const size_t unknown = send_frames(leaf, newcomers);
+    expect_as_planned("new stations in a digest", std::size(newcomers), unknown);
+    expect_as_planned("known stations in a digest", 0, send_frames(leaf, newcomers));
     out << "Learning: " << unknown << " unknown stations sent frames, and now are known\n";
     print_stations(leaf, out);
 
@@ -43,6 +52,8 @@ void show_learning(const Leaf& leaf, std::ostream& out) {
     const size_t elsewhere = send_frames(leaf, still_there);
     pass_time(seconds);
     const size_t forgotten = forget_silent(leaf);
+    expect_as_planned("moved stations in a digest", 1, elsewhere);
+    expect_as_planned("silent stations that were forgotten", 1, forgotten);
     out << "After " << 2 * seconds << " s, in which stations moved: " << elsewhere << ", and were silent: " << forgotten
         << '\n';
     print_stations(leaf, out);
@@ -65,11 +76,40 @@ void show_storm_control(const Leaf& leaf, std::ostream& out) {
 }
 
 void show_counts(const Leaf& leaf, std::ostream& out) {
-    send_packets(leaf, "matched by the rule against telnet", 12, 12 * 64);
-    send_packets(leaf, "dropped by rule", 12, 12 * 64);
-    send_packets(leaf, "dropped by storm control", 3000, 3000 * 64);
-    send_packets(leaf, "copied to the CPU for ARP", 7, 7 * 64);
-    send_packets(leaf, "trapped to the CPU for BGP", 2, 2 * 85);
+    const Host& server = hosts[1];
+    constexpr uint16_t https_port = 443;
+    constexpr uint32_t strange_interface = 0x50001;
+    const uint16_t outside = uplinks[0].port;
+    const struct {
+        Packet packet;
+        unsigned count;
+        std::vector<std::string> counted_as;
+    } planned[] = {
+        {{"for HTTPS", 1, server.mac, server.interface, server.address, tcp, https_port}, 20, {}},
+        {{"for telnet", 1, server.mac, server.interface, server.address, tcp, telnet_port},
+         12,
+         {"matched by the rule against telnet", "dropped by rule"}},
+        {{"for telnet from outside", outside, server.mac, server.interface, server.address, tcp, telnet_port}, 5, {}},
+        {{"for nowhere", 1, server.mac, strange_interface, server.address, tcp, https_port},
+         4,
+         {"dropped for want of a port"}},
+        {{"for all", 1, broadcast_mac, server.interface}, 10, {}},
+        {{.what = "over the limit of broadcasts",
+          .ingress_port = 1,
+          .destination_mac = broadcast_mac,
+          .interface = server.interface,
+          .is_over_limit = true},
+         3000,
+         {"dropped by storm control"}},
+        {{.what = "for ARP", .ingress_port = 3, .destination_mac = broadcast_mac, .interface = 2, .is_arp = true},
+         7,
+         {"copied to the CPU for ARP"}},
+        {{"for BGP", outside, router_mac, cpu_port, switch_address, tcp, bgp_port, 85},
+         2,
+         {"trapped to the CPU for BGP"}},
+    };
+    for (const auto& [packet, count, counted_as] : planned)
+        send_packets(leaf, packet, count, counted_as);
     out << "Counters:\n";
     for (const PacketCount& count : packet_counts(leaf)) {
         out << "  " << std::left << std::setw(36) << count.what << std::right << std::setw(6) << count.packets
@@ -85,7 +125,6 @@ void show_vxlan_ports(const Leaf& leaf, std::ostream& out) {
 }
 
 void show_ecmp_prediction(const Leaf& leaf, std::ostream& out) {
-    constexpr uint8_t tcp = 6;
     constexpr unsigned flows = 1000;
     std::map<uint32_t, unsigned> taken;
     for (unsigned i = 0; i < flows; ++i) {
