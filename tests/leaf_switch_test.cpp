@@ -524,7 +524,8 @@ TEST_F(LeafSwitch, ShowsItselfAtWork) {
          "\n  port 1: 250, bursts of 64; at most 500, bursts of 128\n  port 2: 1000,",
          "\n  dropped for want of a port               4 packets     256 bytes\n",
          "\n  dropped by storm control              3000 packets  192000 bytes\n", "UDP port 4789\n",
-         "; all as predicted\n", "matched in stage 4; the field in stages 4 to 7: 0x0017 0x0017 0x0001 0x0001\n"});
+         "\nRouting: packets to the 3 hosts take their next hops,", "; all as predicted\n",
+         "matched in stage 4; the field in stages 4 to 7: 0x0017 0x0017 0x0001 0x0001\n"});
     shut_down(leaf);
 
     // Any refusal ends the tour.
@@ -577,6 +578,15 @@ TEST_F(LeafSwitch, FindsPacketsThatTakeAnotherEntryThanPlanned) {
               0u);
     expect_found("new stations in a digest: 0 instead of the planned 3");
     start_again(p4_pd_velmar_switch_learningDigestGeneration_table_delete(leaf.session, 0, entry));
+
+    // A host route that exists, but for another host.
+    const p4_pd_velmar_switch_ipv4Host_match_spec_t host = {vrf, hosts[1].address};
+    const p4_pd_velmar_switch_setNextHop_action_spec_t hop = {hosts[0].next_hop};
+    EXPECT_EQ(
+        p4_pd_velmar_switch_ipv4Host_table_modify_with_setNextHop_by_match_spec(leaf.session, leaf.target, &host, &hop),
+        0u);
+    expect_found("packets to server 2 take another way than planned");
+    start_again(0);
     expect_found("");
 }
 

@@ -119,6 +119,16 @@ void delete_snapshot(uint32_t snapshot);
 // Each station sends a frame. The pipeline reports those that it has to learn in one digest. Returns their number.
 size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
 
+// Where a packet to an address is sent.
+struct Way {
+    uint32_t number;        // of a next hop or an ECMP group
+    uint32_t interface = 0; // of a next hop, as are the next two
+    Mac mac = {};
+    uint16_t vlan = 0;
+    friend bool operator==(const Way&, const Way&) = default;
+};
+Way route_packet(const Leaf& leaf, uint32_t destination);
+
 // A packet, and what is known of it before it meets the tables that count.
 struct Packet {
     std::string what; // "for telnet"

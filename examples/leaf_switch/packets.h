@@ -59,14 +59,26 @@ pd_action_record send_for_action(const Leaf& leaf, pd_status (*table)(uint32_t*)
     return action;
 }
 
-// The record of an action that has parameters. All fields are 0 if the packet met another action.
+// An action with parameters, and the type of their record.
 template <class Parameters>
-Parameters parameters_of(const pd_action_record& action, uint32_t expected_action) {
+struct ActionOf {
+    uint32_t number;
+};
+#define ACTION(table, action)                                                                                          \
+    KEYS_AND_ACTIONS(table), ActionOf<p4_pd_velmar_switch_##action##_action_spec_t> {                                  \
+        p4_pd_velmar_switch_action_##action                                                                            \
+    }
+
+// send_for_parameters(leaf, ACTION(ipv4Host, setNextHop), packet, 64) sends the packet, and returns the parameters that
+// it gets from the action. All parameters are 0 if it meets another action.
+template <class Key, class GetEntry, class GetDefault, class Parameters>
+Parameters send_for_parameters(const Leaf& leaf, pd_status (*table)(uint32_t*), const char* (*schema)(),
+                               int (*value)(const Key*, char*), GetEntry* get_entry, GetDefault* get_default,
+                               ActionOf<Parameters> action, const std::type_identity_t<Key>& packet, uint32_t bytes) {
+    const pd_action_record met = send_for_action(leaf, table, schema, value, get_entry, get_default, packet, bytes);
     Parameters parameters = {};
-    if (action.action_id == expected_action) std::memcpy(&parameters, action.spec, sizeof parameters);
+    if (met.action_id == action.number) std::memcpy(&parameters, met.spec, sizeof parameters);
     return parameters;
 }
-#define PARAMETERS(action, name)                                                                                       \
-    parameters_of<p4_pd_velmar_switch_##name##_action_spec_t>(action, p4_pd_velmar_switch_action_##name)
 
 } // namespace leaf_switch

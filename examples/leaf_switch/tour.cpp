@@ -11,6 +11,8 @@ constexpr Station desk = {{0x020000, 0x000031}, server_vlan, 3};
 constexpr Station printer = {{0x020000, 0x000032}, server_vlan, 4};
 constexpr Station backup = {{0x020000, 0x000041}, storage_vlan, lag_interface};
 
+constexpr uint32_t elsewhere = ipv4(192, 0, 2, 1);
+
 std::string colons(const Mac& mac) {
     constexpr char digits[] = "0123456789abcdef";
     std::string text;
@@ -49,14 +51,25 @@ void show_learning(const Leaf& leaf, std::ostream& out) {
     Station moved = desk;
     moved.interface = 2;
     const Station still_there[] = {moved, backup};
-    const size_t elsewhere = send_frames(leaf, still_there);
+    const size_t moves = send_frames(leaf, still_there);
     pass_time(seconds);
     const size_t forgotten = forget_silent(leaf);
-    expect_as_planned("moved stations in a digest", 1, elsewhere);
+    expect_as_planned("moved stations in a digest", 1, moves);
     expect_as_planned("silent stations that were forgotten", 1, forgotten);
-    out << "After " << 2 * seconds << " s, in which stations moved: " << elsewhere << ", and were silent: " << forgotten
+    out << "After " << 2 * seconds << " s, in which stations moved: " << moves << ", and were silent: " << forgotten
         << '\n';
     print_stations(leaf, out);
+}
+
+void show_routing(const Leaf& leaf, std::ostream& out) {
+    for (const Host& host : hosts) {
+        const Way planned = {host.next_hop, host.interface, host.mac, host.vlan};
+        if (route_packet(leaf, host.address) != planned)
+            throw std::runtime_error(std::string("packets to ") + host.name + " take another way than planned");
+    }
+    expect_as_planned("the route to another address", spines_ecmp, route_packet(leaf, elsewhere).number);
+    out << "Routing: packets to the " << std::size(hosts)
+        << " hosts take their next hops, and one to another address takes ECMP group " << spines_ecmp << '\n';
 }
 
 void print_limit(const Leaf& leaf, uint16_t port, std::ostream& out) {
@@ -93,6 +106,9 @@ void show_counts(const Leaf& leaf, std::ostream& out) {
         {{"for nowhere", 1, server.mac, strange_interface, server.address, tcp, https_port},
          4,
          {"dropped for want of a port"}},
+        {{"for telnet nowhere", 1, server.mac, strange_interface, server.address, tcp, telnet_port},
+         3,
+         {"matched by the rule against telnet", "dropped by rule"}},
         {{"for all", 1, broadcast_mac, server.interface}, 10, {}},
         {{.what = "over the limit of broadcasts",
           .ingress_port = 1,
@@ -104,6 +120,7 @@ void show_counts(const Leaf& leaf, std::ostream& out) {
         {{.what = "for ARP", .ingress_port = 3, .destination_mac = broadcast_mac, .interface = 2, .is_arp = true},
          7,
          {"copied to the CPU for ARP"}},
+        {{"for BGP at a server", outside, router_mac, server.interface, server.address, tcp, bgp_port}, 6, {}},
         {{"for BGP", outside, router_mac, cpu_port, switch_address, tcp, bgp_port, 85},
          2,
          {"trapped to the CPU for BGP"}},
@@ -129,7 +146,7 @@ void show_ecmp_prediction(const Leaf& leaf, std::ostream& out) {
     std::map<uint32_t, unsigned> taken;
     for (unsigned i = 0; i < flows; ++i) {
         const Flow flow = {.source = hosts[0].address,
-                           .destination = ipv4(192, 0, 2, 1),
+                           .destination = elsewhere,
                            .protocol = tcp,
                            .source_port = static_cast<uint16_t>(49152 + i),
                            .destination_port = 443};
@@ -164,8 +181,8 @@ void show_snapshot(const Leaf& leaf, std::ostream& out) {
 } // namespace
 
 void take_tour(const Leaf& leaf, std::ostream& out) {
-    for (const auto show :
-         {show_learning, show_storm_control, show_counts, show_vxlan_ports, show_ecmp_prediction, show_snapshot}) {
+    for (const auto show : {show_learning, show_storm_control, show_counts, show_vxlan_ports, show_routing,
+                            show_ecmp_prediction, show_snapshot}) {
         out << '\n';
         show(leaf, out);
     }

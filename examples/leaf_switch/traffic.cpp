@@ -34,19 +34,15 @@ uint32_t rule_result(const Leaf& leaf, const Packet& packet) {
                                                                    .ig_intr_md_ingress_port = packet.ingress_port};
     p4_pd_velmar_switch_haloXformDstPort_match_spec_t port = {};
     port.ingMd_dstPort = packet.destination_port;
-    const auto list =
-        PARAMETERS(send_for_action(leaf, KEYS_AND_ACTIONS(haloPaclCrlId), origin, packet.bytes), setHaloCrlId2);
-    const auto name =
-        PARAMETERS(send_for_action(leaf, KEYS_AND_ACTIONS(haloXformDstPort), port, packet.bytes), setHaloXformDstPort);
-    const auto mask = PARAMETERS(send_for_action(leaf, KEYS_AND_ACTIONS(haloKeyMaskForRow1Stage2),
-                                                 {.haloKeyOrig_crlId = list.action_crlId}, packet.bytes),
-                                 haloKeyMaskedRow1Stage2);
+    const auto list = send_for_parameters(leaf, ACTION(haloPaclCrlId, setHaloCrlId2), origin, packet.bytes);
+    const auto name = send_for_parameters(leaf, ACTION(haloXformDstPort, setHaloXformDstPort), port, packet.bytes);
+    const auto mask = send_for_parameters(leaf, ACTION(haloKeyMaskForRow1Stage2, haloKeyMaskedRow1Stage2),
+                                          {.haloKeyOrig_crlId = list.action_crlId}, packet.bytes);
     p4_pd_velmar_switch_haloRow1Stage2_match_spec_t masked = {};
     masked.haloKeyOrig_crlId = list.action_crlId;
     masked.haloKeyMaskedRow1_dstPort = name.action_val & mask.action_dstPort;
     masked.haloKeyMaskedRow1_proto = packet.protocol & mask.action_proto;
-    const auto rule = PARAMETERS(send_for_action(leaf, KEYS_AND_ACTIONS(haloRow1Stage2), masked, packet.bytes),
-                                 haloSetBestResultRow1);
+    const auto rule = send_for_parameters(leaf, ACTION(haloRow1Stage2, haloSetBestResultRow1), masked, packet.bytes);
     return rule.action_res != 0 ? rule.action_res : list.action_defaultResult;
 }
 
@@ -105,6 +101,25 @@ size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
                vl_model_digest_raise(leaf.target.dev_id, mac_learning_digest, entries.data(), unknown));
     }
     return unknown;
+}
+
+Way route_packet(const Leaf& leaf, uint32_t destination) {
+    const p4_pd_velmar_switch_ipv4Host_match_spec_t host = {.l3Info_vrfId = vrf, .ingIpv4_dip = destination};
+    p4_pd_velmar_switch_ipv4ShortMaskLpm_match_spec_t prefix = {};
+    prefix.l3Info_vrfId = vrf;
+    prefix.ingIpv4_dip = destination;
+    uint32_t number = send_for_parameters(leaf, ACTION(ipv4Host, setNextHop), host, frame_bytes).action_nextHop;
+    if (number == 0)
+        number = send_for_parameters(leaf, ACTION(ipv4ShortMaskLpm, setEcmp), prefix, frame_bytes).action_ecmpGroup;
+    if (send(leaf, KEYS(ecmpGroup), {.l3_nextHop = number}, frame_bytes) != 0) return {.number = number};
+    const auto out =
+        send_for_parameters(leaf, ACTION(routerNextHop0, setRouterNextHopDetails), {.l3_nextHop = number}, frame_bytes);
+    const auto header =
+        send_for_parameters(leaf, ACTION(nextHop0, setNextHopDetails), {.l3_nextHop = number}, frame_bytes);
+    return {.number = number,
+            .interface = out.action_egrL2AintfUnresolved,
+            .mac = {.oui = header.action_dmacOui, .station = header.action_dmacStation},
+            .vlan = header.action_domain};
 }
 
 void send_packets(const Leaf& leaf, const Packet& packet, unsigned count, const std::vector<std::string>& counted_as) {
