@@ -119,28 +119,29 @@ void delete_snapshot(uint32_t snapshot);
 // Each station sends a frame. The pipeline reports those that it has to learn in one digest. Returns their number.
 size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
 
-// Where a packet to an address is sent.
+// The end of a packet's route: an ECMP group, or a next hop with its interface and Ethernet header.
 struct Way {
-    uint32_t number;        // of a next hop or an ECMP group
-    uint32_t interface = 0; // of a next hop, as are the next two
+    uint32_t number;        // of the group or the next hop
+    uint32_t interface = 0; // 0 for a group, and so are MAC and VLAN
     Mac mac = {};
     uint16_t vlan = 0;
     friend bool operator==(const Way&, const Way&) = default;
 };
+// Sends a packet to this address through the tables of routes.
 Way route_packet(const Leaf& leaf, uint32_t destination);
 
-// A packet, and what is known of it before it meets the tables that count.
+// A packet, with the results of tables that send_packets() doesn't look at.
 struct Packet {
     std::string what; // "for telnet"
     uint16_t ingress_port = 0;
     Mac destination_mac = {};
-    uint32_t interface = 0; // by which it is to leave
+    uint32_t interface = 0; // where it leaves
     uint32_t destination = 0;
     uint8_t protocol = 0;
     uint16_t destination_port = 0;
     uint32_t bytes = 64;
     bool is_arp = false;        // otherwise IPv4
-    bool is_over_limit = false; // says the port's meter of broadcasts
+    bool is_over_limit = false; // the result of the meter of broadcasts
 };
 
 // Sends `count` such packets. Throws unless the entries of these names count all of them, and other entries count none.
@@ -151,7 +152,7 @@ void send_through_snapshot(uint32_t snapshot, unsigned trigger_stage, std::span<
 
 void pass_time(uint32_t seconds);
 
-// Shows all of this at work, with our own traffic. Also throws if the switch does anything else than was planned.
+// Shows all of this at work, with our own traffic. Also throws if the switch does anything that was not planned.
 void take_tour(const Leaf& leaf, std::ostream& out);
 
 // Prints what it reads back from the driver, because the bring-up keeps none of it. Throws Refused.

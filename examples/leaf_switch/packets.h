@@ -12,7 +12,7 @@ namespace leaf_switch {
 // match_spec record. Both have one column for each field and mask, in the order of the key. A packet has no masks.
 std::vector<uint8_t> key_bytes(std::string_view schema, std::string_view values);
 
-// The packet counts in the table's hardware. Returns the entry that it takes, or 0 for the default entry.
+// Sends a packet of this many bytes to a table. Returns the entry that it takes, or 0 for the default entry.
 pd_entry send_key(const Leaf& leaf, pd_status (*table)(uint32_t*), const std::vector<uint8_t>& key, uint32_t bytes);
 
 // The functions that the library has for the keys of a table, and for the keys and actions of a table.
@@ -32,7 +32,7 @@ pd_entry send(const Leaf& leaf, pd_status (*table)(uint32_t*), const char* (*sch
     return send_key(leaf, table, key_bytes(schema(), values), bytes);
 }
 
-// Also sends the packet, and reads from the hardware what the entry or the default entry does.
+// Also sends the packet. Returns the action of the entry or default entry that it takes, read from the hardware.
 template <class Key, class GetEntry, class GetDefault>
 pd_action_record send_for_action(const Leaf& leaf, pd_status (*table)(uint32_t*), const char* (*schema)(),
                                  int (*value)(const Key*, char*), GetEntry* get_entry, GetDefault* get_default,
@@ -69,8 +69,8 @@ struct ActionOf {
         p4_pd_velmar_switch_action_##action                                                                            \
     }
 
-// send_for_parameters(leaf, ACTION(ipv4Host, setNextHop), packet, 64) sends the packet, and returns the parameters that
-// it gets from the action. All parameters are 0 if it meets another action.
+// send_for_parameters(leaf, ACTION(ipv4Host, setNextHop), packet, 64) sends the packet and returns the parameters of the
+// action. If the packet meets another action, all parameters are 0.
 template <class Key, class GetEntry, class GetDefault, class Parameters>
 Parameters send_for_parameters(const Leaf& leaf, pd_status (*table)(uint32_t*), const char* (*schema)(),
                                int (*value)(const Key*, char*), GetEntry* get_entry, GetDefault* get_default,

@@ -11,7 +11,8 @@ namespace {
 
 constexpr uint32_t frame_bytes = 64;
 
-// A known source starts its time to live anew. An unknown one asks for a digest, which another table grants or not.
+// The time to live of a known source starts anew. For an unknown source, a second table decides whether the pipeline
+// sends a digest.
 bool asks_for_digest(const Leaf& leaf, const Station& sender) {
     const pd_action_record known =
         send_for_action(leaf, KEYS_AND_ACTIONS(l2LearningLookup), source_key(sender), frame_bytes);
