@@ -61,12 +61,14 @@ uint32_t mask_byte(const KeyField& field, unsigned number) {
     return static_cast<uint32_t>(word >> number % 8 * 8) & ((1u << bits) - 1);
 }
 
-// The bits of each field that the table matches, in the order of the key's bytes.
+// The bits of each field that the table matches, in the order of the key's bytes. A partition isn't matched.
 std::string key_mask(const Table& table) {
     std::string bytes;
-    for (const KeyField& field : table.key)
+    for (const KeyField& field : table.key) {
+        const bool is_partition = table.partitioned && &field == table.key.begin();
         for (unsigned left = whole_bytes(field.bits); left > 0; --left)
-            bytes += (bytes.empty() ? "" : ", ") + hex(mask_byte(field, left - 1));
+            bytes += (bytes.empty() ? "" : ", ") + (is_partition ? "0x0" : hex(mask_byte(field, left - 1)));
+    }
     return bytes;
 }
 
