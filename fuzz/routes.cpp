@@ -57,10 +57,6 @@ std::optional<Routes> read_list(const std::string& text) {
     return read;
 }
 
-Address last_of(const Prefix& prefix) {
-    return prefix.address | (prefix.length == 0 ? ~Address{0} : (Address{1} << (128 - prefix.length)) - 1);
-}
-
 bool covers(const Prefix& prefix, Family family, Address address) {
     return prefix.family == family && prefix.address <= address && address <= last_of(prefix);
 }
