@@ -33,18 +33,19 @@ pipe_counter_record* counter_of(const Table& table, pipe_ent_hdl ent_hdl) {
 
 uint32_t vl_model_lookup(uint32_t dev_id, uint32_t tbl_hdl, const uint8_t* key, uint32_t key_len,
                          uint32_t partition_index, uint32_t* ent_hdl) {
-    return guarded([&] {
+    return guarded([&]() -> uint32_t {
         refuse_if(ent_hdl == nullptr, VL_MODEL_INVALID);
         const auto device = lock_device(dev_id);
         const pipe_ent_hdl found = match(device->table(tbl_hdl), {key, key_len, partition_index});
-        refuse_if(found == 0, VL_MODEL_NOT_FOUND);
+        if (found == 0) return VL_MODEL_NOT_FOUND; // usual, and an exception would cost more than the look-up
         *ent_hdl = found;
+        return VL_MODEL_OK;
     });
 }
 
 uint32_t vl_model_packet(uint32_t dev_id, uint32_t tbl_hdl, const uint8_t* key, uint32_t key_len,
                          uint32_t partition_index, uint32_t bytes, uint32_t* ent_hdl) {
-    return guarded([&] {
+    return guarded([&]() -> uint32_t {
         refuse_if(ent_hdl == nullptr, VL_MODEL_INVALID);
         const auto device = lock_device(dev_id);
         Table& table = device->table(tbl_hdl);
@@ -55,7 +56,8 @@ uint32_t vl_model_packet(uint32_t dev_id, uint32_t tbl_hdl, const uint8_t* key, 
             ++counter->count_a;
             counter->count_b += bytes;
         }
-        refuse_if(found == 0, VL_MODEL_NOT_FOUND);
+        if (found == 0) return VL_MODEL_NOT_FOUND;
         *ent_hdl = found;
+        return VL_MODEL_OK;
     });
 }
