@@ -393,15 +393,15 @@ class Matched(unittest.TestCase):
         for expected, *arguments in (
                 (r"default -> ipv4ShortMaskLpmMiss\n  because    no entry matches\n", "ipv4ShortMaskLpm"),
                 (r"nothing: there is no default entry\n", "ecmpGroup"),
-                (r"because    prefix length 9 is the longest of 7 that match\n", "ipv4ShortMaskLpm", "vrfId=2",
+                (r"because    of 7 entries that match, it has the longest prefix, /9\n", "ipv4ShortMaskLpm", "vrfId=2",
                  "dip=10.1.2.3"),
-                (r"because    prefix length 8 is the longest of 6 that match\n(.*\n){4} +#2 vrfId=0x2 dip=0\.0\.0\.0/0 "
+                (r"because    of 6 entries that match, it has the longest prefix, /8\n(.*\n){4} +#2 vrfId=0x2 dip=0\.0\.0\.0/0 "
                  r".*\n\Z", "ipv4ShortMaskLpm", "vrfId=2", "dip=10.129.0.1"),
-                (r"because    prefix length 24 is the longest of 2 that match\n  next best  #\d partIdx=0 dip=0\.1\."
+                (r"because    of 2 entries that match, it has the longest prefix, /24\n  next best  #\d partIdx=0 dip=0\.1\."
                  r"0\.0/16 ", "ipv4FinalResolve0", "dip=10.1.2.3"),
                 (r"partIdx=1 .*\n  because    no other entry matches\n\Z", "ipv4FinalResolve0", "partIdx=1",
                  "dip=10.1.2.3"),
-                (r"because    priority 1 is the lowest of 2 that match, and of 2 with it this one was added first\n"
+                (r"because    of 2 entries that match, it has the lowest priority number, 1; 2 have that, and this one was added first\n"
                  r"  next best  #2 dstPort=0xb3 ", "trapToCpu", "dstPort=0xb3", "ingL3DmacValid=1",
                  "ingIpv4Dip=10.0.10.1", "protocol=6", "arpHdrValid=1")):
             self.assertRegex(self.match("match", *arguments)[1], expected)
@@ -440,6 +440,10 @@ class Matched(unittest.TestCase):
             done = run(*self.setup, "route", address, stdin=nested)
             self.assertEqual((done.returncode, done.stderr), (0, ""))
             self.assertRegex(done.stdout, "(?s)" + ".*".join([rf"\A{address} in VRF 2\n  ipv[46]Host ", *expected]))
+        # Damage gives the first level a next hop, which counts where its partition has no route.
+        damaged = ("--routes", "-", "--corrupt", "1", "--seed", "29", "route")
+        for address, route in (("10.2.0.1", "ipv4Partition0: next hop 0x200"), ("10.1.2.1", "ipv4FinalResolve0: next")):
+            self.assertIn(f"Route from {route}", run(*damaged, address, stdin="10.1.2.0/24 4\n").stdout)
         self.assertIn("No route\n", run("route", "10.0.0.1").stdout)
         self.assertIn("in VRF 1\n", run("--demo", "route", "10.0.0.1").stdout)
         self.assertRegex(run("--routes", "-", "route", "10.0.0.1").stdout, "in VRF 1(?s:.*)ECMP group 0x2\n")
@@ -447,7 +451,7 @@ class Matched(unittest.TestCase):
     def test_the_driver_must_agree(self):
         packet = ("dstPort=179", "ingL3DmacValid=1", "ingIpv4Dip=10.0.10.1", "protocol=6", "arpHdrValid=1")
         done = run(*faulty, "--demo", "match", "trapToCpu", *packet)
-        self.assertRegex(done.stdout, r"takes      #2 .*\n  because    priority 1 is the lowest of 2 that match\n"
+        self.assertRegex(done.stdout, r"takes      #2 .*\n  because    of 2 entries that match, it has the lowest priority number, 1\n"
                                       r"  next best  #1 .* priority -1 ")
         self.assertEqual((done.returncode, done.stderr), (1, "pd-show: trapToCpu: by the driver a packet takes #1, but "
                                                              "of the entries in the hardware #2 is the best\n"))
@@ -477,31 +481,31 @@ class Refused(unittest.TestCase):
                 ("no format xml; there are text, json, value", "--format", "xml", "entries"),
                 ("only for entries", "--format", "json", "tables"),
                 ("only for entries and counters", "--hw", "verify"),
-                ("table needs a name", "table"),
+                ("table needs the name of a table", "table"),
                 ("--corrupt is only for verify, match and route", "--demo", "--corrupt", "1", "entries"),
                 ("--corrupt needs --demo or --routes", "--corrupt", "1", "verify"),
                 ("takes no name", "--demo", "--corrupt", "1", "verify", "l2Lookup"),
                 ("--seed is only for --corrupt", "--demo", "--seed", "1", "verify"),
                 ("what is ipv4Host after tables", "tables", "ipv4Host"),
                 # Packets.
-                ("match needs a name", "match"),
+                ("match needs the name of a table", "match"),
                 ("no table ipv4Hosts: did you mean ipv4Host", "match", "ipv4Hosts"),
                 ("table queueCounters has no key", "match", "queueCounters", "index=1"),
-                ("no field dmax: did you mean dmac", "match", "l2Lookup", "dmax=0"),
-                ("no field dmacOui; its fields are dmac, egrL2Domain", "match", "l2Lookup", "dmacOui=0"),
-                ("no field x; its fields are vrfId, dip", "match", "ipv4Host", "x"),
+                ("no field \"dmax\": did you mean dmac", "match", "l2Lookup", "dmax=0"),
+                ("no field \"dmacOui\"; its fields are dmac, egrL2Domain", "match", "l2Lookup", "dmacOui=0"),
+                ("no field \"x\"; its fields are vrfId, dip", "match", "ipv4Host", "x"),
                 ("vrfId needs a value", "match", "ipv4Host", "vrfId"),
                 ("vrfId is given twice", "match", "ipv4Host", "vrfId=1", "vrfId=1"),
-                ("vrfId takes a number from 0 to 0xff, not 0x100", "match", "ipv4Host", "vrfId=0x100"),
-                ("vrfId takes .*, not $", "match", "ipv4Host", "vrfId="),
-                ("partIdx takes a number from 0 to 65535, not -1", "match", "ipv4FinalResolve0", "partIdx=-1"),
-                ("dip takes an IPv4 address, not 10.0.0.0/8", "match", "ipv4Host", "dip=10.0.0.0/8"),
-                ("dip takes an IPv6 address, not 10.0.0.1", "match", "ipv6Host", "dip=10.0.0.1"),
-                ("dmac takes a MAC address.*, not 02:00:00:00:00:11", "match", "l2Lookup", "dmac=02:00:00:00:00:11"),
+                ("vrfId takes a number from 0 to 0xff, not \"0x100\"", "match", "ipv4Host", "vrfId=0x100"),
+                ("vrfId takes .*, not \"\"$", "match", "ipv4Host", "vrfId="),
+                ("partIdx takes a number from 0 to 65535, not \"-1\"", "match", "ipv4FinalResolve0", "partIdx=-1"),
+                ("dip takes an IPv4 address, not \"10.0.0.0/8\"", "match", "ipv4Host", "dip=10.0.0.0/8"),
+                ("dip takes an IPv6 address, not \"10.0.0.1\"", "match", "ipv6Host", "dip=10.0.0.1"),
+                ("dmac takes a MAC address.*, not \"02:00:00:00:00:11\"", "match", "l2Lookup", "dmac=02:00:00:00:00:11"),
                 ("route needs an address", "route"),
                 ("what is 3 after route", "route", "10.0.0.1", "2", "3"),
                 ("10.0.0 is not an IPv4 or IPv6 address", "route", "10.0.0"),
-                ("vrfId takes a number from 0 to 255, not 256", "route", "::1", "256"),
+                ("vrfId takes a number from 0 to 255, not \"256\"", "route", "::1", "256"),
                 ("with the embedded driver, a session is opened", "--session", "1", "tables"),
                 ("device 0", "--demo", "--device", "1", "tables"),
                 ("needs? the embedded driver", *foreign, "--demo", "tables"),

@@ -32,12 +32,14 @@ Commands:
                     data as the embedded one does
   match TABLE [FIELD=VALUE]...
                     the entry that a packet takes in the hardware, why it does, and the entries that match it too, the
-                    next best first. Fields have the names and forms that entries shows; those without a value are 0.
-                    The lowest priority number wins. It counts as unsigned, so a negative one is worse than any other.
-                    Complains if the driver chooses another entry than the best one that matches
+                    next best first. Fields have the names and forms that entries shows, without mask and length; those
+                    that aren't named are 0. The lowest priority number wins. It counts as unsigned, so a negative one
+                    is worse than any other. Complains if the driver chooses another entry. With a driver that doesn't
+                    say which it chooses, shows the one that wins by these rules
   route ADDRESS [VRF]
                     the entries that an address takes in the route tables, in the order in which --routes uses them,
-                    and the next hop or the members of the ECMP group. VRF is the one that --routes uses by default
+                    and the next hop or the members of the ECMP group. Without VRF, in the one that --routes fills: 1,
+                    or 2 with --demo
 
 Options:
   --driver LIB      a driver to load in place of the embedded one
@@ -165,7 +167,8 @@ void take_words(Arguments& read, int count, char** words) {
     if (count - 1 > chosen.most_words)
         refuse("what is " + std::string(words[count - 1]) + " after " + chosen.name + "?");
     if (count - 1 < chosen.least_words)
-        refuse(std::string(chosen.name) + (read.command == show_route ? " needs an address" : " needs a name"));
+        refuse(std::string(chosen.name) +
+               (read.command == show_route ? " needs an address" : " needs the name of a table"));
     if (count > 1) read.name = words[1];
     for (int i = 2; i < count; ++i)
         read.more.emplace_back(words[i]);

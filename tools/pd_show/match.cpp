@@ -86,7 +86,7 @@ void Packet::set(const Field& field, const std::string& text, Tag form) {
     std::optional<Number> value = parse(form, text);
     const unsigned bits = bits_of(field);
     if (!value || (bits < 128 && *value >> bits != 0))
-        throw Problem(exit_bad_usage, field.label + " takes " + form_text(form, bits) + ", not " + text);
+        throw Problem(exit_bad_usage, field.label + " takes " + form_text(form, bits) + ", not \"" + text + "\"");
     if (table.partitioned && &field == table.key.data()) {
         partition_index = static_cast<uint32_t>(*value);
         return;
@@ -176,15 +176,15 @@ std::string reason(const Work& work, const Table& table, const std::vector<Candi
     const bool driver_decides = work.library.driver_function<decltype(vl_model_lookup)>("vl_model_lookup") != nullptr;
     const std::string first = std::string(" this one was ") + (driver_decides ? "added first" : "listed first");
     if (!is_prefix && !table.has_priority) return all + " entries match, and" + first;
-    std::string text = "priority " + std::to_string(static_cast<int32_t>(winner.priority)) + " is the lowest";
+    std::string text = "it has the lowest priority number, " + std::to_string(static_cast<int32_t>(winner.priority));
     Entry entry;
     if (is_prefix)
         text = read_entry(work, table, winner.handle, true, entry)
-                   ? "prefix length " + std::to_string(load(entry.key, table.key.back().parts[0].partner).low) +
-                         " is the longest"
-                   : "its prefix is the longest";
-    text += " of " + all + " that match";
-    return equals == 1 ? text : text + ", and of " + std::to_string(equals) + " with it" + first;
+                   ? "it has the longest prefix, /" +
+                         std::to_string(load(entry.key, table.key.back().parts[0].partner).low)
+                   : "it has the longest prefix";
+    text = "of " + all + " entries that match, " + text;
+    return equals == 1 ? text : text + "; " + std::to_string(equals) + " have that, and" + first;
 }
 
 const Field& field_named(const Table& table, const std::string& name) {
@@ -197,7 +197,7 @@ const Field& field_named(const Table& table, const std::string& name) {
     if (near.empty())
         for (const std::string& each : names)
             near += (each == names.front() ? "; its fields are " : ", ") + each;
-    throw Problem(exit_bad_usage, "table " + table.name + " has no field " + name + near);
+    throw Problem(exit_bad_usage, "table " + table.name + " has no field \"" + name + "\"" + near);
 }
 
 Packet packet_of(const Table& table, const std::vector<std::string>& words) {

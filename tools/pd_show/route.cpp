@@ -151,6 +151,7 @@ bool show_route(const Work& work) {
 
     work.out.put(*arguments.name + " in VRF " + vrf + "\n");
     std::optional<uint32_t> partition;
+    std::optional<Result> first_level; // the route if its partition has none
     std::optional<Result> result;
     for (Packet& packet : packets) {
         const Table& table = packet.table;
@@ -164,10 +165,17 @@ bool show_route(const Work& work) {
             otherwise += " in partition " + std::to_string(*partition);
         }
         Entry entry;
-        if (!take(work, packet, otherwise, entry)) continue;
+        if (!take(work, packet, otherwise, entry)) {
+            if (table.partitioned && !result) result = first_level;
+            continue;
+        }
         partition = param(work, entry, "partIdx");
-        // An entry that names a partition is no route.
-        if (!result && !partition) result = result_of(work, table, entry);
+        const std::optional<Result> found = result_of(work, table, entry);
+        // A first level that only names the partition has next hop 0.
+        if (partition)
+            first_level = found && found->number != 0 ? found : std::nullopt;
+        else if (!result)
+            result = found;
     }
     work.out.put(result ? "Route from " + result->table->name + ": " + result_text(*result) + "\n" : "No route\n");
     if (result) show_next_hop(work, result->number, result->is_group);

@@ -92,7 +92,8 @@ typedef struct vl_model_table {
     uint32_t selector;        /* the table of groups of these members that entries point at, or 0 */
     uint8_t idle_time;        /* 1 if entries age */
     uint32_t capacity;        /* 0 for VL_MODEL_DEFAULT_CAPACITY */
-    const uint8_t* VL_MODEL_OPTIONAL(key_mask); /* key_len bytes: the bits of a key that the table matches, without those
+    const uint8_t*
+        VL_MODEL_OPTIONAL(key_mask); /* key_len bytes: the bits of a key that the table matches, without those
                                                    of a partition; null for all, even above the width of a field */
 } vl_model_table;
 
