@@ -24,12 +24,12 @@ constexpr uint8_t reason_bgp = 2;
 void drop(Leaf& leaf, const std::string& why, const p4_pd_velmar_switch_finalDropControl_match_spec_t& marked) {
     const pd_entry entry = make(leaf, "the drop " + why, ENTRY(finalDropControl, dropCount), marked, any_priority);
     leaf.counting.push_back({"dropped " + why, p4_pd_velmar_switch_counter_read_finalDropControlCount,
-                             p4_pd_velmar_switch_finalDropControl_get_mat_table_handle, entry});
+                             p4_pd_velmar_switch_table_finalDropControl, entry});
 }
 
 void count_for_cpu(Leaf& leaf, const std::string& what, pd_entry entry) {
-    leaf.counting.push_back({what, p4_pd_velmar_switch_counter_read_trapToCpuCount,
-                             p4_pd_velmar_switch_trapToCpu_get_mat_table_handle, entry});
+    leaf.counting.push_back(
+        {what, p4_pd_velmar_switch_counter_read_trapToCpuCount, p4_pd_velmar_switch_table_trapToCpu, entry});
 }
 
 } // namespace
@@ -58,7 +58,7 @@ void forbid_telnet(Leaf& leaf) {
     const pd_entry counter =
         make(leaf, "the rule's counter", ENTRY(haloCounters, onMiss), {.haloResultRow1_bestResult = no_telnet_rule});
     leaf.counting.push_back({"matched by the rule against telnet", p4_pd_velmar_switch_counter_read_haloCount,
-                             p4_pd_velmar_switch_haloCounters_get_mat_table_handle, counter});
+                             p4_pd_velmar_switch_table_haloCounters, counter});
 
     // Bound last, so that no port sees an incomplete list.
     for (const uint16_t port : server_ports)

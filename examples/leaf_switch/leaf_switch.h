@@ -21,7 +21,7 @@ namespace leaf_switch {
 struct CountingEntry {
     std::string what; // the packets that it counts
     pd_status (*read)(pd_session, pd_device, pd_entry, uint32_t flags, pd_counter_value*);
-    pd_status (*table)(uint32_t*); // the function that gives the table's handle
+    uint32_t table; // its handle
     pd_entry entry;
 };
 

@@ -3,6 +3,7 @@
 // flooded. Only the source entry shows that a station is silent; then both entries are removed.
 #include <algorithm>
 #include <map>
+#include <span>
 #include <utility>
 
 #include "leaf_switch/steps.h"
@@ -25,8 +26,6 @@ struct Learning {
 };
 
 namespace {
-
-constexpr const char* digest = "macLearningDigest";
 
 // What l2LearningLookup asks for when it doesn't know a packet's source.
 constexpr uint8_t learn_macs = 1;
@@ -96,28 +95,27 @@ pd_status learn(Learning& learning, pd_session session, const Station& station) 
     return status;
 }
 
+using DigestEntry = p4_pd_velmar_switch_macLearningDigest_entry_t;
+
 // The driver gives a field's bytes as they are in the packet.
-uint32_t field_of(const uint8_t* entry, const char* field) {
-    uint32_t size = 0;
-    const void* bytes = p4_pd_velmar_switch_get_digest_entry_field(entry, digest, field, &size);
+uint32_t number_in(std::span<const uint8_t> field) {
     uint32_t value = 0;
-    for (uint32_t i = 0; i < size; ++i)
-        value = value << 8 | static_cast<const uint8_t*>(bytes)[i];
+    for (const uint8_t byte : field)
+        value = value << 8 | byte;
     return value;
 }
 
-Station station_in(const uint8_t* entry) {
-    return {.mac = {.oui = field_of(entry, "ingMd_smacOui"), .station = field_of(entry, "ingMd_smacStation")},
-            .vlan = static_cast<uint16_t>(field_of(entry, "ingMd_ingL2Domain")),
-            .interface = field_of(entry, "ingMd_ingL2Aintf")};
+Station station_in(const DigestEntry& entry) {
+    return {.mac = {.oui = number_in(entry.ingMd_smacOui), .station = number_in(entry.ingMd_smacStation)},
+            .vlan = static_cast<uint16_t>(number_in(entry.ingMd_ingL2Domain)),
+            .interface = number_in(entry.ingMd_ingL2Aintf)};
 }
 
 // Handles the whole message and acknowledges it, whatever is refused on the way. Returns the first refusal.
 pd_status on_digest(pd_session session, pipe_digest_msg* message, void* cookie) noexcept {
-    const uint32_t size = p4_pd_velmar_switch_get_digest_entry_size(digest);
     pd_status first = PD_STATUS_OK;
     for (uint32_t i = 0; i < message->entry_count; ++i) {
-        const Station station = station_in(message->entries + size_t{i} * size);
+        const Station station = station_in(reinterpret_cast<const DigestEntry*>(message->entries)[i]);
         const pd_status status = learn(*static_cast<Learning*>(cookie), session, station);
         if (first == PD_STATUS_OK) first = status;
     }

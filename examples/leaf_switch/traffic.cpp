@@ -9,12 +9,6 @@
 namespace leaf_switch {
 namespace {
 
-uint32_t handle_of(pd_status (*table)(uint32_t*)) {
-    uint32_t handle = 0;
-    expect("asking for a table's handle", table(&handle));
-    return handle;
-}
-
 // False for a station without an entry.
 bool hit_source(const Leaf& leaf, const Station& station) {
     const auto key = source_key(station);
@@ -24,8 +18,7 @@ bool hit_source(const Leaf& leaf, const Station& station) {
     if (status == VL_MODEL_NOT_FOUND) return false;
     expect("finding a station", status);
     expect("sending a frame",
-           vl_model_entry_hit(leaf.target.dev_id, handle_of(p4_pd_velmar_switch_l2LearningLookup_get_mat_table_handle),
-                              entry));
+           vl_model_entry_hit(leaf.target.dev_id, p4_pd_velmar_switch_table_l2LearningLookup, entry));
     return true;
 }
 
@@ -37,7 +30,6 @@ void append(std::vector<uint8_t>& bytes, uint32_t value, unsigned size) {
 } // namespace
 
 size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
-    constexpr uint32_t mac_learning_digest = 0x9000000;
     std::vector<uint8_t> entries;
     uint32_t unknown = 0;
     for (const Station& sender : senders) {
@@ -50,7 +42,8 @@ size_t send_frames(const Leaf& leaf, std::span<const Station> senders) {
     }
     if (unknown != 0) {
         expect("learning from a digest",
-               vl_model_digest_raise(leaf.target.dev_id, mac_learning_digest, entries.data(), unknown));
+               vl_model_digest_raise(leaf.target.dev_id, p4_pd_velmar_switch_digest_macLearningDigest, entries.data(),
+                                     unknown));
     }
     return unknown;
 }
@@ -60,7 +53,7 @@ void send_packets(const Leaf& leaf, const std::string& what, uint64_t packets, u
                                        [&](const CountingEntry& candidate) { return candidate.what == what; });
     if (counting == leaf.counting.end()) throw std::runtime_error("no entry counts packets " + what);
     expect("sending packets",
-           vl_model_counter_add(leaf.target.dev_id, handle_of(counting->table), counting->entry, packets, bytes));
+           vl_model_counter_add(leaf.target.dev_id, counting->table, counting->entry, packets, bytes));
 }
 
 void send_through_snapshot(uint32_t snapshot, unsigned trigger_stage, std::span<const uint16_t> field) {

@@ -15,10 +15,10 @@ constexpr uint32_t look_interval = 1'000;
 constexpr uint32_t time_to_live = 10'000;
 constexpr uint32_t clock_step = 9'000;
 
-// The functions of a table that ages its entries.
+// A table that ages its entries, and its functions.
 struct HostTable {
     TableId id;
-    decltype(&PD(ipv4Host, get_mat_table_handle)) handle;
+    uint32_t handle;
     decltype(&PD(ipv4Host, idle_tmo_enable)) enable;
     decltype(&PD(ipv4Host, idle_tmo_disable)) disable;
     decltype(&PD(ipv4Host, idle_register_tmo_cb)) register_callback;
@@ -29,7 +29,7 @@ struct HostTable {
 
 #define HOST_TABLE(table)                                                                                              \
     {                                                                                                                  \
-        table, PD(table, get_mat_table_handle), PD(table, idle_tmo_enable), PD(table, idle_tmo_disable),               \
+        table, p4_pd_velmar_switch_table_##table, PD(table, idle_tmo_enable), PD(table, idle_tmo_disable),             \
             PD(table, idle_register_tmo_cb), PD(table, update_hit_state), PD(table, get_hit_state),                    \
             PD(table, table_delete)                                                                                    \
     }
@@ -77,10 +77,8 @@ public:
 
     // Packets are no calls of the agent, so they aren't counted.
     void send_packets() {
-        uint32_t table_handle = 0;
-        check(host_.handle(&table_handle), "asking for a table's handle");
         for (const auto& [handle, row] : run_.placed[host_.id])
-            if (gets_packets(row)) check(vl_model_entry_hit(device_, table_handle, handle), "sending a packet");
+            if (gets_packets(row)) check(vl_model_entry_hit(device_, host_.handle, handle), "sending a packet");
     }
 
     void check_hits() {
