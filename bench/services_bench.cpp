@@ -51,8 +51,8 @@ pd_status predict_by_hand(uint32_t count, const uint32_t* field_widths, uint8_t*
     const uint32_t length = (bits + 7) / 8;
     auto* const stream = static_cast<uint8_t*>(bf_sys_calloc(length, 1));
     pack(stream, length * 8 - bits);
-    const pd_status status =
-        pipe_mgr_hash_calc_calculate_hash_value(session, device, 0x8000009, stream, length, hash, hash_len);
+    const pd_status status = pipe_mgr_hash_calc_calculate_hash_value(
+        session, device, p4_pd_velmar_switch_hash_calc_hashOuterIpAndL4Hdr, stream, length, hash, hash_len);
     bf_sys_free(stream);
     return status;
 }
@@ -112,7 +112,7 @@ pd_status read_range_by_library(uint32_t flags, RangeOutputs& out) {
 
 // Written for one register of 32-bit words.
 pd_status read_range_by_hand(uint32_t flags, RangeOutputs& out) {
-    constexpr uint32_t seq_number = 0x6000008;
+    constexpr uint32_t seq_number = p4_pd_velmar_switch_register_seqNumber;
     constexpr pipe_dev_tgt all_pipes = {device, PIPE_ALL_PIPES, 0};
     int32_t size = 0;
     pd_status status = pipe_stful_query_get_sizes(session, all_pipes, seq_number, &size);

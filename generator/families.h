@@ -22,4 +22,13 @@ inline constexpr ExportedData exported_data[] = {
 inline constexpr std::span<const Area> areas[] = {program_areas,   entries_areas,  tables_areas, profiles_areas,
                                                   resources_areas, services_areas, texts_areas,  placement_areas};
 
+consteval bool all_have_docs() {
+    for (const std::span<const Area> list : areas)
+        for (const Area& area : list)
+            for (const Family& family : area.families)
+                if (family.doc.empty()) return false;
+    return true;
+}
+static_assert(all_have_docs(), "a family tells its users what its functions do");
+
 } // namespace generator

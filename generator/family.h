@@ -38,6 +38,7 @@ enum class Shard { program, actions, profiles, resources, entries, readback, tab
 // Snippets may use:
 //   {p}                     the prefix of the exported names
 //   {dimension}             "[N]", where N is the count of actions
+//   {name_bytes}            in `doc`: the bytes of the longest full name of an action, with its terminator
 //   {args}                  in `call`: the names of the member's arguments
 //   {name}                  in `definition`: the member's name
 //   {table} {match_spec}    in table families, with the flags keyed, priority, indirect
@@ -50,9 +51,15 @@ enum class Shard { program, actions, profiles, resources, entries, readback, tab
 //   {calc}                  for hash calculations
 //   {action} {action_spec}  in action and binding families, with the flag params
 //   flags meter, ttl        in binding families of tables
+//   {profile}               in families of indirect tables too
+//   {table}                 for direct counters and meters too
+//   {action_specs}          in `doc` of table families with the flag specs: the union of the records of its actions
+//   flag prefix             in table families
+// A `doc` may also use the phrases that namer.cpp lists, such as {status}.
 struct Family {
     Over over;
     std::string_view name;
+    std::string_view doc; // what a member does, its outputs and its statuses; the header shows it above the declaration
     std::string_view result = "pd_status";
     std::string_view arguments;
     std::string_view call = {}; // the function in src/ that a member forwards to, with its arguments

@@ -11,6 +11,7 @@ namespace generator {
 
 enum class Text {
     header,           // public: a shard's declarations, or a seam's tables
+    handles,          // public: named constants
     functions_header, // public: all of these headers
     pipeline,         // public: the description for the embedded driver
     pipeline_function,
@@ -49,6 +50,7 @@ inline std::vector<File> files(const catalog::Catalog& rows) {
     const std::string name = rows.name;
     const std::string headers = "include/vl_pd/" + name + "/";
     std::vector<File> all = {{headers + "functions.h", Text::functions_header},
+                             {headers + "handles.h", Text::handles},
                              {"include/vl_pd/" + name + "_pipeline.h", Text::pipeline},
                              {"src/" + name + "_pipeline.c", Text::pipeline_function},
                              {"share/vl_pd/" + name + ".json", Text::json},

@@ -33,9 +33,18 @@ std::string record_type(unsigned bytes) {
     return bytes == 4 ? "uint32_t" : bytes == 2 ? "uint16_t" : "uint8_t";
 }
 
-std::string range_note(unsigned bits, unsigned bytes) {
-    if (bits == bytes * 8) return "";
-    return " /* " + std::to_string(bits) + (bits == 1 ? " bit */" : " bits */");
+// `addition` is what else the reader must know of the bits.
+std::string range_note(unsigned bits, unsigned bytes, const std::string& addition = {}) {
+    if (bits == bytes * 8 && addition.empty()) return "";
+    return " /* " + std::to_string(bits) + (bits == 1 ? " bit" : " bits") + addition + " */";
+}
+
+std::string match_note(const Table& table, const KeyField& field) {
+    if (table.partitioned && &field == table.key.begin()) return "; names a partition, isn't matched";
+    KeyField whole = field;
+    whole.mask = {};
+    if (matched_bits(field) == matched_bits(whole)) return "";
+    return ", of which " + matched_bits(field) + " are matched";
 }
 
 std::string record_open(const std::string& type) {
@@ -79,7 +88,8 @@ std::string match_spec(const Catalog& rows, const Table& table) {
         const KeyField& field = table.key.begin()[layout.record_order[i]];
         const FieldLayout& place = layout.fields[layout.record_order[i]];
         const std::string name = field.pd_name;
-        members.add(place.record_offset, place.record_bytes, name, range_note(field.bits, place.record_bytes));
+        members.add(place.record_offset, place.record_bytes, name,
+                    range_note(field.bits, place.record_bytes, match_note(table, field)));
         if (place.partner_bytes != 0)
             members.add(place.partner_offset, place.partner_bytes, name + partner_suffix(field), "");
     }
@@ -108,8 +118,47 @@ std::string action_types(const Catalog& rows) {
     return text;
 }
 
+// For readers of entries, whose action isn't known before. Empty if no action has a record.
+std::string action_specs(const Catalog& rows, const char* owner, List<Binding> bindings) {
+    const std::string type = action_specs_name(rows, owner, bindings);
+    if (type.empty()) return "";
+    std::string text = "/** Room for the record of any action of " + std::string(owner) + ". */\ntypedef union " +
+                       type.substr(0, type.size() - 2) + " {\n";
+    for (const Binding& binding : bindings) {
+        const Action& action = rows.actions[number_of(rows.actions, binding.action)];
+        if (action.params.size() != 0) text += "    " + action_spec_name(rows, action) + " " + action.name + ";\n";
+    }
+    return text + "} " + type + ";\n\n";
+}
+
+// Byte arrays, because the driver decides what the bytes mean. They also leave the record without gaps.
+std::string digest_entry(const Catalog& rows, const Digest& digest) {
+    const std::string type = digest_entry_name(rows, digest);
+    std::string text = "/** An entry of " + std::string(digest.name) + ". Its fields hold the driver's bytes. */\n" +
+                       record_open(type);
+    unsigned offset = 0;
+    for (const DigestField& field : digest.fields) {
+        text += std::string("    uint8_t ") + field.pd_name + "[" + std::to_string(field.bytes) + "]; /* offset " +
+                std::to_string(offset) + " */\n";
+        offset += field.bytes;
+    }
+    return text + "} " + type + ";\n\n";
+}
+
+// A comment that editors show with the declaration below it, in lines of at most 120 columns.
+std::string doc_comment(std::string_view text) {
+    constexpr size_t room = 113;
+    std::string lines = "/** ";
+    while (text.size() > room) {
+        const size_t end = text.rfind(' ', room);
+        lines.append(text.substr(0, end)).append("\n *  ");
+        text.remove_prefix(end + 1);
+    }
+    return lines.append(text).append(" */\n");
+}
+
 std::string declaration(const Member& member) {
-    return member.signature() + " PD_NOEXCEPT;\n";
+    return doc_comment(member.doc) + member.signature() + " PD_NOEXCEPT;\n";
 }
 
 const char* shape_text(KeyShape shape) {
@@ -129,7 +178,8 @@ const char* shape_text(KeyShape shape) {
 std::string table_title(const Catalog& rows, const Table& table) {
     std::string text =
         std::string("\n/* ") + table.name + " (" + shape_text(key_shape(table)) + "): " + table.summary + " */\n\n";
-    return key_shape(table) == KeyShape::keyless ? text : text + match_spec(rows, table);
+    if (key_shape(table) != KeyShape::keyless) text += match_spec(rows, table);
+    return text + action_specs(rows, table.name, table.actions);
 }
 
 } // namespace
@@ -162,20 +212,50 @@ std::string write_header(const Exports& exports, const File& file) {
         break;
     case Shard::profiles:
         text = opening(exports, "profiles", "Action profiles: members and selector groups.", actions_header);
+        for (const Profile& profile : rows.profiles)
+            text += action_specs(rows, profile.name, profile.actions);
         break;
     default:
         text = opening(exports, "resources",
                        "Counters, meters, WRED blocks, registers, digests, value sets and hash calculations.");
+        for (const Digest& digest : rows.digests)
+            text += digest_entry(rows, digest);
     }
     for (const Member& member : exports.members)
         if (member.shard == file.shard) text += declaration(member);
     return text.append(ending);
 }
 
+std::string write_handles_header(const Exports& exports) {
+    const Catalog& rows = *exports.rows;
+    std::string text = guarded(exports, "handles", "Handles of tables and resources, and ids of value sets.");
+    const auto add = [&](const std::string& kind, const auto& list, auto number_of_row) {
+        if (list.size() == 0) return;
+        const std::string name = rows.prefix + kind;
+        std::string lines;
+        for (const auto& row : list)
+            lines += (lines.empty() ? "    " : ",\n    ") + name + "_" + row.name + " = " + number_of_row(row);
+        text += "enum " + name + " {\n" + lines + "\n};\n\n";
+    };
+    const auto handle = [](const auto& row) { return hex(row.handle); };
+    add("table", tables(rows), handle);
+    add("profile", rows.profiles, [](const Profile& row) { return hex(row.data_table); });
+    add("selector", rows.profiles, [](const Profile& row) { return hex(row.selector); });
+    add("counter", rows.counters, handle);
+    add("meter", rows.meters, handle);
+    add("wred", rows.wred_blocks, handle);
+    add("register", rows.registers, handle);
+    add("digest", rows.digests, handle);
+    add("hash_calc", rows.hash_calculations, handle);
+    add("pvs", rows.value_sets, [](const ValueSet& row) { return std::to_string(row.id); });
+    return text + "#endif\n";
+}
+
 std::string write_functions_header(const Exports& exports) {
     std::string text = guarded(exports, "functions", "All functions of the program.");
     for (const File& file : files(*exports.rows))
-        if (file.text == Text::header) text += "#include \"" + file.path.substr(file.path.find('/') + 1) + "\"\n";
+        if (file.text == Text::header || file.text == Text::handles)
+            text += "#include \"" + file.path.substr(file.path.find('/') + 1) + "\"\n";
     return text + "\n#endif\n";
 }
 

@@ -149,6 +149,15 @@ std::string write_record_asserts(const Exports& exports) {
                 type + "::" + field + ") == " + std::to_string(bytes) + ");\n";
     };
     for_each_record(rows, assert_size, assert_field);
+    for (const Digest& digest : rows.digests) {
+        const std::string type = digest_entry_name(rows, digest);
+        unsigned size = 0;
+        for (const DigestField& field : digest.fields) {
+            assert_field(type, field.pd_name, size, field.bytes);
+            size += field.bytes;
+        }
+        assert_size(type, size);
+    }
     return text;
 }
 

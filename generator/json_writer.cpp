@@ -65,17 +65,6 @@ const char* text_of(Cell cell) {
     return texts[static_cast<size_t>(cell)];
 }
 
-// "0xfff00000", with the digits that the field's width needs.
-std::string matched_bits(const KeyField& field) {
-    std::string text = "0x";
-    for (unsigned byte = whole_bytes(field.bits); byte-- > 0;) {
-        char digits[3];
-        std::snprintf(digits, sizeof digits, "%02x", matched_byte(field, byte));
-        text += digits;
-    }
-    return text;
-}
-
 void add_key(cJSON* table, const Table& row) {
     const KeyLayout layout = key_layout(row);
     cJSON* const key = add_list(table, "key");

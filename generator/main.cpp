@@ -31,6 +31,8 @@ std::string text_of(const generator::Exports& exports, const generator::File& fi
     switch (file.text) {
     case Text::header:
         return write_header(exports, file);
+    case Text::handles:
+        return write_handles_header(exports);
     case Text::functions_header:
         return write_functions_header(exports);
     case Text::pipeline:

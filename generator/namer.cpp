@@ -1,6 +1,7 @@
 // Expands each family's snippets for the rows of the family.
 #include "generator/namer.h"
 
+#include <algorithm>
 #include <cstdio>
 
 #include "catalog/layout.h"
@@ -12,9 +13,32 @@ using namespace catalog;
 
 namespace {
 
+struct Phrase {
+    const char* name;
+    const char* text;
+};
+
+// What many functions have in common, for their docs.
+constexpr Phrase phrases[] = {
+    {"status", "Returns the driver's status."},
+    {"member_status", "Returns the driver's status, or the shadow's for an unknown member."},
+    {"group_status", "Returns the driver's status, or the shadow's for a group that is unknown or never had a member."},
+    {"meter_refused", "PD_STATUS_INVALID: an unknown meter_type, or a colour aware meter without has_pre_color."},
+    {"written", "Returns its length."},
+    {"length", "Returns its length; after a failure 0, with nothing written."},
+    {"compared", "Returns 1 if they are equal. If not, returns 0 and writes one line to message."},
+    {"last_write", "Returns the result of the last write."},
+};
+
 Context program_context(const Catalog& rows) {
     Context context;
+    for (const Phrase& phrase : phrases)
+        context.set(phrase.name, phrase.text);
     context.set("p", rows.prefix);
+    size_t longest = 0;
+    for (const Action& action : rows.actions)
+        longest = std::max(longest, std::string_view(action.name).size());
+    context.set("name_bytes", std::to_string(std::string_view(rows.prefix).size() + longest + 1));
     context.set("dimension", std::string("[").append(std::to_string(rows.actions.size())).append("]"));
     return context;
 }
@@ -26,7 +50,13 @@ Context table_context(const Catalog& rows, const Table& table) {
     context.set("table_handle", hex(table.handle));
     context.flag("keyed", key_shape(table) != KeyShape::keyless);
     context.flag("priority", has_priority(table));
-    context.flag("indirect", profile_of(rows, table) != not_found);
+    context.flag("prefix", key_shape(table) == KeyShape::prefix);
+    const size_t profile = profile_of(rows, table);
+    context.flag("indirect", profile != not_found);
+    if (profile != not_found) context.set("profile", rows.profiles[profile].name);
+    const std::string specs = action_specs_name(rows, table.name, table.actions);
+    context.flag("specs", !specs.empty());
+    if (!specs.empty()) context.set("action_specs", specs);
     return context;
 }
 
@@ -75,7 +105,10 @@ Context cell_context(const Catalog& rows, const Resource& row) {
     Context context = resource_context(rows, row.name, row.handle);
     const bool direct = row.addressing == Addressing::direct;
     context.flag("direct", direct);
-    if (direct) context.set("table_handle", hex(tables(rows)[number_of(tables(rows), row.table)].handle));
+    if (direct) {
+        context.set("table", row.table);
+        context.set("table_handle", hex(tables(rows)[number_of(tables(rows), row.table)].handle));
+    }
     return context;
 }
 
@@ -243,6 +276,7 @@ private:
         member.area = &area;
         member.shard = shard_of(area, member);
         member.name = expand(family.name, context);
+        member.doc = expand(family.doc, context);
         member.result = family.result;
         member.arguments = expand(family.arguments, context);
         context.set("name", member.name);
@@ -271,8 +305,29 @@ std::string action_spec_name(const Catalog& rows, const Action& action) {
     return std::string(rows.prefix) + action.name + "_action_spec_t";
 }
 
+std::string action_specs_name(const Catalog& rows, const char* owner, List<Binding> bindings) {
+    for (const Binding& binding : bindings)
+        if (rows.actions[number_of(rows.actions, binding.action)].params.size() != 0)
+            return std::string(rows.prefix) + owner + "_action_specs_t";
+    return {};
+}
+
+std::string digest_entry_name(const Catalog& rows, const Digest& digest) {
+    return std::string(rows.prefix) + digest.name + "_entry_t";
+}
+
 std::string partner_suffix(const KeyField& field) {
     return field.match == Match::lpm ? "_prefix_length" : "_mask";
+}
+
+std::string matched_bits(const KeyField& field) {
+    std::string text = "0x";
+    for (unsigned byte = whole_bytes(field.bits); byte-- > 0;) {
+        char digits[3];
+        std::snprintf(digits, sizeof digits, "%02x", matched_byte(field, byte));
+        text += digits;
+    }
+    return text;
 }
 
 std::string hex(uint32_t value) {

@@ -19,6 +19,7 @@ struct Member {
     const catalog::Profile* profile = nullptr;
 
     std::string name = {};
+    std::string doc = {};
     std::string result = {};
     std::string arguments = {};
     std::string call = {};
@@ -43,8 +44,17 @@ struct Exports {
 std::string match_spec_name(const catalog::Catalog& rows, const catalog::Table& table);
 std::string action_spec_name(const catalog::Catalog& rows, const catalog::Action& action);
 
+// The union of the records of a table's or profile's actions. Empty if none of these actions has a record.
+std::string action_specs_name(const catalog::Catalog& rows, const char* owner,
+                              catalog::List<catalog::Binding> bindings);
+
+std::string digest_entry_name(const catalog::Catalog& rows, const catalog::Digest& digest);
+
 // The end of the name of a field's partner: "_mask" or "_prefix_length".
 std::string partner_suffix(const catalog::KeyField& field);
+
+// The bits of a field that the table matches, like "0xfff00000", with the digits that the field's width needs.
+std::string matched_bits(const catalog::KeyField& field);
 
 // "0x1000023"
 std::string hex(uint32_t value);

@@ -13,6 +13,9 @@ namespace generator {
 std::string write_header(const Exports& exports, const File& file);
 std::string write_functions_header(const Exports& exports);
 
+// Public header: the handle of each row as a constant.
+std::string write_handles_header(const Exports& exports);
+
 // Functions of one line each, of one seam or of all.
 std::string write_source(const Exports& exports, const File& file);
 

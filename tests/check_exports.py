@@ -40,12 +40,12 @@ def compare(title, generated, committed):
 
 
 def plain_layouts(folder):
-    """The lines of rows.txt for the records of the generated headers, laid out by the types of their members alone."""
+    """The lines of rows.txt for the records of keys and actions, laid out by the types of their members alone."""
     lines = {}
     bytes_of = {"uint8_t": 1, "uint16_t": 2, "uint32_t": 4, "pd_bytes16": 16}
     for path in glob.glob(f"{folder}/include/vl_pd/*/*.h"):
         with open(path, encoding="ascii") as header:
-            records = re.findall(r"typedef struct \w+ \{\n(.*?)\} (\w+);", header.read(), re.DOTALL)
+            records = re.findall(r"typedef struct \w+ \{\n([^}]*)\} (\w+_spec_t);", header.read())
         for members, record in records:
             end, alignment = 0, 1
             for kind, name, count in re.findall(r"^    (\w+) (\w+)(?:\[(\d+)\])?;", members, re.MULTILINE):

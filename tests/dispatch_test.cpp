@@ -68,6 +68,15 @@ TEST_F(Dispatch, AWalkByAnUnknownHandleIsAtItsEnd) {
 }
 
 // Schemas by known handles are checked by check_literals.py.
+TEST(StatusText, EachStatusOfTheLibraryHasItsOwnWords) {
+    const std::string drivers = pd_status_text(7);
+    std::set<std::string> texts = {drivers};
+    for (const pd_status status : {pd_status{PD_STATUS_OK}, pd_status{PD_STATUS_NO_MEMORY},
+                                   pd_status{PD_STATUS_INVALID}, pd_status{PD_STATUS_UNEXPECTED}, PD_STATUS_MISMATCH})
+        EXPECT_TRUE(texts.insert(pd_status_text(status)).second) << status;
+    EXPECT_EQ(pd_status_text(0xFFFFFFFE), drivers);
+}
+
 TEST_F(Dispatch, TextsByAnUnknownHandle) {
     for (const uint32_t handle : unknown_handles(Known::both))
         EXPECT_EQ(text_of("cli_schema", {dirty(handle)}), "()") << handle;

@@ -58,6 +58,37 @@ TEST(Generator, MembersFollowFromTheRows) {
         EXPECT_THROW(member(exports, absent), std::runtime_error) << absent;
 }
 
+// What users read beside a declaration or a member.
+TEST(Generator, HeadersTellWhatAReaderNeeds) {
+    const Exports exports = name_exports(tiny);
+    std::string headers;
+    for (const File& file : files(tiny)) {
+        if (file.text == Text::header) headers += write_header(exports, file);
+        if (file.text == Text::handles) headers += write_handles_header(exports);
+    }
+    for (const char* const part :
+         {R"(
+/** Reads an entry of acl: its key, its priority, and its action: full name (29 bytes), record and number.
+ *  action_name and action_id may be null. action_spec needs room for p4_pd_tiny_switch_acl_action_specs_t.
+ *  *is_default is 1 for the default entry; its key is zero. Returns the driver's status. PD_STATUS_UNEXPECTED: the
+ *  answer holds no action of this table. PD_STATUS_NO_MEMORY: nothing is written. */
+pd_status p4_pd_tiny_switch_acl_get_entry()",
+          "\n/** Deletes the entry of hosts with this key. Returns the driver's status. */\n",
+          "\n/** Reads the count of an entry of hosts to *value",
+          " uint16_t md_part; /* 16 bits; names a partition, isn't matched */\n",
+          " uint32_t md_nextHop; /* 16 bits, of which 0x0fff are matched */\n", " uint16_t md_port; /* 9 bits */\n",
+          "    p4_pd_tiny_switch_setNextHop_action_spec_t setNextHop;\n} p4_pd_tiny_switch_hosts_action_specs_t;\n",
+          "    uint8_t md_port[2]; /* offset 4 */\n} p4_pd_tiny_switch_learned_entry_t;\n",
+          "    p4_pd_tiny_switch_table_tail = 0x1000012\n};\n", "    p4_pd_tiny_switch_profile_hops = 0x2000001\n",
+          "    p4_pd_tiny_switch_selector_hops = 0x3000001\n", "    p4_pd_tiny_switch_counter_hostCount = 0x4000001\n"})
+        EXPECT_TRUE(contains(headers, part)) << part;
+    // `drop` has no record, and C has no empty unions or enumerations.
+    for (const char* const part : {"tail_action_specs_t", "_action_spec_t drop;", "enum p4_pd_tiny_switch_wred"})
+        EXPECT_FALSE(contains(headers, part)) << part;
+    for (const Member& exported : exports.members)
+        EXPECT_TRUE(contains(headers, " */\n" + exported.signature())) << exported.name << " has no text";
+}
+
 TEST(Generator, TextsNameEveryExportOnce) {
     const Exports exports = name_exports(tiny);
     const std::string list = write_export_list(exports);

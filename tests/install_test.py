@@ -46,8 +46,8 @@ def check_headers(prefix, folder, cc, cxx):
             if (suffix == ".hpp") != name.endswith(".hpp"):
                 continue
             source = folder / (name.replace("/", "_") + suffix.replace("hpp", "cpp"))
-            # Twice, for its guard.
-            source.write_text(f"#include <{name}>\n#include <{name}>\n")
+            # Twice, for its guard. The declaration is for a header of macros alone: C wants at least one.
+            source.write_text(f"#include <{name}>\n#include <{name}>\nextern int declaration;\n")
             sources.append(source)
         run(compiler, f"-std={standard}", *WARNINGS, "-fsyntax-only", f"-I{include}", *sources)
     # The public header collides with nothing that an agent may have included, and its functions throw nothing.

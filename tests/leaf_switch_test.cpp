@@ -116,7 +116,8 @@ protected:
 
     uint32_t unacknowledged() {
         uint32_t count = 0;
-        EXPECT_EQ(vl_model_digest_unacked(leaf.target.dev_id, 0x9000000, &count), 0u);
+        EXPECT_EQ(vl_model_digest_unacked(leaf.target.dev_id, p4_pd_velmar_switch_digest_macLearningDigest, &count),
+                  0u);
         return count;
     }
 

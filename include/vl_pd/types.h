@@ -35,6 +35,24 @@ enum {
 /* An operation names an action that isn't the member's, or a handle that belongs to no profile. */
 #define PD_STATUS_MISMATCH UINT32_C(0xFFFFFFFF)
 
+/** Says in words what a status of the library means. All other statuses are "status of the driver". */
+static inline const char* pd_status_text(pd_status status) PD_NOEXCEPT {
+    switch (status) {
+    case PD_STATUS_OK:
+        return "success";
+    case PD_STATUS_NO_MEMORY:
+        return "out of memory";
+    case PD_STATUS_INVALID:
+        return "invalid argument or placement data";
+    case PD_STATUS_UNEXPECTED:
+        return "the driver's answer can't come from this pipeline";
+    case PD_STATUS_MISMATCH:
+        return "another action, or unknown handle of a profile";
+    default:
+        return "status of the driver";
+    }
+}
+
 typedef uint32_t pd_session; /* opened by the agent with the driver */
 typedef uint32_t pd_device;
 typedef uint32_t pd_entry;  /* an entry of a table, made by the driver */

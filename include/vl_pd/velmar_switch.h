@@ -2,10 +2,31 @@
  * The control interface of the velmar_switch pipeline: tables, action profiles, resources and services.
  *
  * An agent includes only this header. The functions form families. A family has one function for each table, or for
- * each action of a table; its functions differ only in constants. This comment describes each family once. The headers
- * included below declare the functions, table by table, next to the records that they take.
+ * each action of a table; its functions differ only in constants. The headers included below declare the functions,
+ * table by table, next to the records that they take. A comment above each declaration says what the function does,
+ * what it writes, and which statuses it adds to the driver's. This page lists the families, and says what holds for
+ * many functions.
  *
  * Every name except bf_drv_hdl and unbuild_... has the prefix p4_pd_velmar_switch_, which is left out here.
+ *
+ *
+ * Constants and records
+ *
+ *   table_<table>, profile_<profile>, selector_<profile>, counter_<counter>, meter_<meter>, wred_<block>,
+ *   register_<register>, digest_<digest>, hash_calc_<calc>, pvs_<set>
+ *                               The handle of each row, and the id of a parser value set. profile_ is the handle of the
+ *                               profile's data table.
+ *   action_<action>             The action's number, in enum ..._action.
+ *   <table>_match_spec_t        The table's key. A comment says how many bits a field has, if it doesn't fill its type,
+ *                               and which of them the table matches, if it doesn't match all.
+ *   <action>_action_spec_t      The action's parameters.
+ *   <table>_action_specs_t, <profile>_action_specs_t
+ *                               A union of the records of the table's or profile's actions, for readers of entries and
+ *                               members. It doesn't exist if none of these actions has parameters.
+ *   <digest>_entry_t            An entry of a digest.
+ *   VL_PD_VERSION, VL_PD_VERSION_MAJOR, VL_PD_VERSION_MINOR, VL_PD_VERSION_PATCH
+ *                               (no prefix) The version of these headers, as text and as numbers.
+ *   pd_status_text(status)      (no prefix) What a status of the library means. The driver knows the words for its own.
  *
  *
  * Arguments that recur
@@ -28,8 +49,8 @@
  *
  * Every pd_status comes unchanged from the driver, unless the family says otherwise. Don't read outputs after a
  * failure. The driver itself writes handles, counts and times. The library doesn't write the outputs that it decodes,
- * unless the family says otherwise. If the low 8 bits of read_from_hw are zero, the driver's copy is read, otherwise the
- * hardware.
+ * unless the family says otherwise. If the low 8 bits of read_from_hw are zero, the driver's copy is read, otherwise
+ * the hardware.
  *
  * A failed assertion writes a line to the driver's log, and the call goes on as its family says. In the driver's debug
  * mode it stops the process instead. Two things fail an assertion: a driver's answer that can't come from this
@@ -95,9 +116,7 @@
  *   device_state_cleanup()          Does nothing. It exists for agents that call it.
  *   bf_drv_hdl                      (no prefix) The handle of this library as the driver's client.
  *   action_name_strings[]           The full names of all actions, by action number (enum ..._action).
- *   action_enum_to_string(number)   The full name, or null for a number above the last.
- *   action_string_to_enum(name)     The number of a full name, prefix included. ..._action_count for null and for a
- *                                   name that no action has.
+ *   action_enum_to_string(number), action_string_to_enum(name)      Full names include the prefix.
  *
  *
  * Writing entries
@@ -136,13 +155,10 @@
  *                             grp_hdl out, mbr_hdl out, is_default out
  *       Keyless tables have neither match_spec nor is_default.
  *
- *       action_name and action_id may be null. action_name gets the full name and needs room for 61 bytes. action_id
- *       gets the action's number. action_spec gets the action's record if the action has parameters; it must have room
- *       for the largest record of the table's actions. An index parameter (above) is the index of the entry's attached
- *       resource. It is PD_NO_INDEX if the driver reports no resource, and 0 if it reports only other resources.
- *       is_default is 1 for the table's default entry, which has no key: match_spec is then all zero.
- *       An entry that points at a member sets has_mbr to 1 and writes mbr_hdl. An entry that points at a group sets
- *       has_grp to 1 and writes grp_hdl. The other flag is 0, and the other handle isn't written.
+ *       action_spec is written if the action has parameters; <table>_action_specs_t has room for each action. An index
+ *       parameter (above) is the index of the entry's attached resource. It is PD_NO_INDEX if the driver reports no
+ *       resource, and 0 if it reports only other resources. An entry sets has_mbr or has_grp to 1, and writes the
+ *       handle of that member or group. The other flag is 0, and the other handle isn't written.
  *
  *       PD_STATUS_UNEXPECTED, after a failed assertion: the driver's answer holds no action data, and nothing is
  *       written; or the action isn't the table's, and only match_spec, priority and is_default are written.
@@ -170,19 +186,19 @@
  * the same action sends. In l2LookupMiss, set_default_action_NoAction takes a meter_spec; null detaches the meter.
  *
  * get_default_entry writes the action's number and, if the action has parameters, its record from byte 4 on. It writes
- * nothing more. A pd_action_record has room for any action. PD_STATUS_UNEXPECTED: the driver's answer holds no action
- * data, or an action that isn't the table's; in the second form, neither a member nor a group. Nothing is written or
- * logged then. PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset restores the entry that the driver started with.
+ * nothing more. A pd_action_record has room for any action. A struct of a uint32_t and the table's action_specs_t has
+ * room for any action of the table. PD_STATUS_UNEXPECTED: the driver's answer holds no action data, or an action that
+ * isn't the table's; in the second form, neither a member nor a group. Nothing is written or logged then.
+ * PD_STATUS_NO_MEMORY as for <table>_get_entry. A reset restores the entry that the driver started with.
  *
  *
  * Whole tables
  *
- *   <table>_get_mat_table_handle(tbl_hdl out)           tbl_hdl may be null. Needs no driver; always returns 0.
- *   <table>_supports_entry_priority()                   1 for masked tables, else 0.
- *   <table>_<field>_width()                             The width of a key field in bits. <field> is its name in the
- *                                                       record; for a validity field <header>_valid it is <header>.
+ *   <table>_get_mat_table_handle(tbl_hdl out)
+ *   <table>_supports_entry_priority()
+ *   <table>_<field>_width()                             <field> is its name in the record; for a validity field
+ *                                                       <header>_valid it is <header>.
  *   <table>_get_property(sess_hdl, dev_id, property, value out, args out)
- *                                                       Both outputs are 0xFFFFFFFF after a failure.
  *   <table>_set_property(sess_hdl, dev_id, property, value, args)
  *   <table>_register_mat_update_cb(sess_hdl, dev_id, callback, cookie)
  *
@@ -191,17 +207,14 @@
  *
  * Idle time, for tables that age their entries
  *
- *   <table>_idle_tmo_enable(sess_hdl, dev_id, params)   Sets the parameters (by value) and switches ageing on, in two
- *                                                       driver calls. If the second fails, the parameters stay set.
+ *   <table>_idle_tmo_enable(sess_hdl, dev_id, params)   params is passed by value.
  *   <table>_idle_tmo_disable(sess_hdl, dev_id)
  *   <table>_idle_register_tmo_cb(sess_hdl, dev_id, callback, cookie)
  *   <table>_idle_params_get(sess_hdl, dev_id, params out)
- *                                                       Writes mode, and the other fields only if mode is 1.
  *   <table>_set_ttl(sess_hdl, dev_id, entry_hdl, ttl), _get_ttl(sess_hdl, dev_id, entry_hdl, ttl out)
  *   <table>_reset_ttl(sess_hdl, dev_id, entry_hdl)
  *   <table>_update_hit_state(sess_hdl, dev_id, callback, cookie)
  *   <table>_get_hit_state(sess_hdl, dev_id, entry_hdl, hit_state out)
- *                                                       After a failure hit_state is written, but means nothing.
  *
  * The driver defines modes, times and hit states. An add sends a time-to-live of 0, except in l2LearningLookup (above).
  *
@@ -222,8 +235,7 @@
  * A member never changes its action. A modify with another action returns PD_STATUS_MISMATCH. A modify of an unknown
  * member returns the shadow's status. Neither calls the driver. get_member writes action_record as a read of a default
  * entry does; an action that isn't the profile's is a failed assertion and gives PD_STATUS_UNEXPECTED.
- * get_adt_table_handle and get_sel_table_handle need no driver, and their tbl_hdl may be null. Callers that share a
- * profile take turns (see Threads).
+ * Callers that share a profile take turns (see Threads).
  *
  * If the shadow fails after the driver has accepted a change, the change remains and the result is 0. Only del_group
  * returns the shadow's status. The consequences depend on the change:
@@ -248,10 +260,9 @@
  *   <profile>_get_selector_group_count, _get_selector_group_member_count
  *   <profile>_get_word_llp_active_member_count, _get_word_llp_active_members: by a word of the selector, which the
  *       driver defines
- *   <profile>_group_member_get_from_hash(sess_hdl, dev_tgt, grp_hdl, hash, hash_len, mbr_hdl out): the member that the
- *       driver chooses for a hash of hash_len bytes
+ *   <profile>_group_member_get_from_hash(sess_hdl, dev_tgt, grp_hdl, hash, hash_len, mbr_hdl out)
  *   <profile>_register_callback, _register_sel_update_cb(sess_hdl, dev_tgt, callback, cookie)
- *   <profile>_sel_track_updates(dev_id, callback, cookie): register_callback without a session
+ *   <profile>_sel_track_updates(dev_id, callback, cookie)
  *   <profile>_get_sel_table_handle(tbl_hdl out)
  *
  * For each packet the data plane chooses one of the group's active members by a hash. A group takes over the action of
@@ -297,8 +308,7 @@
  *   member_hdl_first(sess_hdl, dev_tgt, adt_hdl, mbr_hdl out)
  *   member_hdl_next(sess_hdl, dev_tgt, adt_hdl, mbr_hdl, n, next_mbr_hdls out)
  *
- * They do what the functions of the table or profile do. For an unknown table handle they write PD_HDL_END to the
- * (first) output and return 0. For an unknown profile handle they write PD_HDL_END and return PD_STATUS_MISMATCH.
+ * They do what the functions of the table or profile do, and check the handle before.
  *
  *
  * Counters
@@ -361,13 +371,12 @@
  * Learning digests
  *
  *   <digest>_register(sess_hdl, dev_id, callback, cookie), <digest>_deregister(sess_hdl, dev_id)
- *   <digest>_notify_ack(sess_hdl, message)                          returns a message to the driver after handling it
- *   set_learning_timeout(sess_hdl, dev_id, timeout)                 one timeout for the whole device
- *   get_digest_entry_size(digest)                                   bytes of an entry; 0 for an unknown name
- *   get_digest_entry_field(entry, digest, field, size out)          the field's address in the entry; null, and size 0,
- *                                                                   for an unknown name
+ *   <digest>_notify_ack(sess_hdl, message)
+ *   set_learning_timeout(sess_hdl, dev_id, timeout)
+ *   get_digest_entry_size(digest), get_digest_entry_field(entry, digest, field, size out)       digest, field: names
  *
- * Entries are packed. Fields hold the driver's bytes, without conversion. The low 8 bits of dev_id go to the driver.
+ * Entries are packed: a message holds them as an array of <digest>_entry_t. Fields hold the driver's bytes, without
+ * conversion. The low 8 bits of dev_id go to the driver.
  *
  *
  * Parser value sets
@@ -378,7 +387,7 @@
  *   entry_hdl out), _entry_get_first_entry_handle, _entry_get_next_entry_handles, _set_property(sess_hdl, dev_id,
  *   property, value, arg), _get_property(sess_hdl, dev_id, property, value out, arg)
  *
- * A failed _get_property writes 0xFFFFFFFF to value. Everything else comes from the driver.
+ * The driver defines the targets, values and properties.
  *
  *
  * Hash calculations
@@ -550,5 +559,6 @@
 
 #include "vl_pd/types.h"
 #include "vl_pd/velmar_switch/functions.h"
+#include "vl_pd/version.h"
 
 #endif

@@ -13,6 +13,7 @@
 
 #include "pd_show/output.h"
 #include "pd_show/work.h"
+#include "vl_pd/version.h"
 
 namespace pd_show {
 namespace {
@@ -71,7 +72,7 @@ Exit status:
   127  the driver called a function that neither it nor its libraries have; the loader names it
 )";
 
-constexpr char version[] = "pd-show " PD_SHOW_VERSION "\n";
+constexpr char version[] = "pd-show " VL_PD_VERSION "\n";
 
 struct CommandRow {
     const char* name;

@@ -69,7 +69,7 @@ TimeSpent Library::driver_time() const {
 
 std::string Library::refusal(const std::string& call, pd_status status) const {
     const std::string text = call + " was refused with status " + std::to_string(status);
-    if (status == PD_STATUS_UNEXPECTED) return text + " (the driver's answer can't come from this pipeline)";
+    if (status == PD_STATUS_UNEXPECTED) return text + " (" + pd_status_text(status) + ")";
     const auto name_of = driver_function<decltype(vl_model_status_name)>("vl_model_status_name");
     const auto text_of = driver_function<decltype(vl_model_status_text)>("vl_model_status_text");
     return name_of && text_of ? text + ", " + name_of(status) + " (" + text_of(status) + ")" : text;
