@@ -82,9 +82,9 @@ def main():
     build, source, cc, cxx = sys.argv[1:]
     readme = (pathlib.Path(source) / "README.md").read_text(encoding="utf-8")
     agent = re.search(r"```c\n(.*?)```", readme, re.DOTALL).group(1)
-    command = re.search(r"^    cc (agent\.c .*)$", readme, re.MULTILINE).group(1)
+    command = re.search(r"^    cc (agent\.c -I.*)$", readme, re.MULTILINE).group(1)
     cmake_lists = re.search(r"```cmake\n(.*?)```", readme, re.DOTALL).group(1)
-    output = re.search(r"It prints `(.*?)`", readme).group(1) + "\n"
+    output = re.search(r"prints\s+`(.*?)`", readme).group(1) + "\n"
 
     with tempfile.TemporaryDirectory() as temporary:
         folder = pathlib.Path(temporary)

@@ -22,12 +22,13 @@ constexpr char library_name[] = "libvl_bf_pd_default.so";
 constexpr char embedded_driver[] = "libvl_driver_model.so";
 constexpr char clock_module[] = "libpd_show_clock.so";
 constexpr char demo_module[] = "libpd_show_demo.so";
+constexpr char module_folder[] = "vl_bf_pd"; // in the folder of the libraries
 
 // The library that was built or installed with this program; if there is none, the loader searches for the name.
-std::string beside_this_program(const char* name) {
+std::string beside_this_program(const char* name, const char* folder = "") {
     std::error_code error;
     const std::filesystem::path program = std::filesystem::read_symlink("/proc/self/exe", error);
-    const std::filesystem::path path = program.parent_path() / PD_SHOW_LIBRARY_FOLDER / name;
+    const std::filesystem::path path = program.parent_path() / PD_SHOW_LIBRARY_FOLDER / folder / name;
     return !error && std::filesystem::exists(path, error) ? path.lexically_normal().string() : name;
 }
 
@@ -41,7 +42,7 @@ void* load(const std::string& path, int mode, const char* what) {
 
 Library::Library(const std::optional<std::string>& driver, bool timed) {
     // The first global definition of a function counts, so the clock goes before the driver.
-    if (timed) clock_ = load(beside_this_program(clock_module), RTLD_NOW | RTLD_GLOBAL, "the clock");
+    if (timed) clock_ = load(beside_this_program(clock_module, module_folder), RTLD_NOW | RTLD_GLOBAL, "the clock");
     // Lazy: a driver may lack functions that are never called. The library binds all functions that it needs at once.
     driver_ = load(driver.value_or(beside_this_program(embedded_driver)), RTLD_LAZY | RTLD_GLOBAL, "the driver");
     if (timed && !reinterpret_cast<pd_show_clock_start_function*>(dlsym(clock_, "pd_show_clock_start"))(driver_))
@@ -84,7 +85,7 @@ namespace {
 
 pd_session bring_up_demo(const Arguments& arguments) {
     if (arguments.device != 0) throw Problem(exit_bad_usage, "--demo and --routes work only on device 0");
-    void* const module = load(beside_this_program(demo_module), RTLD_NOW | RTLD_LOCAL, demo_module);
+    void* const module = load(beside_this_program(demo_module, module_folder), RTLD_NOW | RTLD_LOCAL, demo_module);
     const auto demo = reinterpret_cast<pd_show_demo_function*>(dlsym(module, "pd_show_demo"));
     if (demo == nullptr) throw Problem(exit_failed, std::string(demo_module) + " has no function pd_show_demo");
     pd_session session = 0;
