@@ -8,7 +8,7 @@ namespace generator {
 // clang-format off
 inline constexpr Family entries_families[] = {
     {.over = Over::entry_binding, .name = "{p}{table}_table_add_with_{action}",
-     .doc = "Adds an entry with action {action} to {table} and writes *entry_hdl.[meter? A null meter_spec leaves "
+     .doc = "Adds an entry to {table} with action {action}, and writes *entry_hdl.[meter? A null meter_spec leaves "
             "its meter slot unset.][ttl? ttl is its first time-to-live.] {status}",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
                   "[priority?uint32_t priority, ][params?const {action_spec} *action_spec, ]"
@@ -51,9 +51,9 @@ inline constexpr Family reading_families[] = {
     {.over = Over::every_table, .name = "{p}{table}_get_entry",
      .doc = "Reads an entry of {table}: [keyed?its key, ][priority?its priority, ][indirect?and the member (*has_mbr "
             "is 1) or group (*has_grp is 1) of {profile} that it points at. Writes only this handle.|and its action: "
-            "full name ({name_bytes} bytes), record and number. action_name and action_id may be null.[specs? action_spec "
-            "needs room for {action_specs}.]][keyed? *is_default is 1 for the default entry; its key is zero.] "
-            "{status}[indirect?| PD_STATUS_UNEXPECTED: the answer holds no action of this table. "
+            "full name ({name_bytes} bytes), record and number. action_name and action_id may be null.[specs? "
+            "action_spec needs room for {action_specs}.]][keyed? *is_default is 1 for the default entry; its key is "
+            "zero.] {status}[indirect?| PD_STATUS_UNEXPECTED: the answer holds no action of this table. "
             "PD_STATUS_NO_MEMORY: nothing is written.]",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_entry entry_hdl, uint32_t read_from_hw, "
                   "[keyed?{match_spec} *match_spec, ][priority?uint32_t *priority, ][indirect?uint8_t *has_mbr, "
@@ -96,7 +96,7 @@ inline constexpr Family reading_families[] = {
 
 inline constexpr Family indirect_families[] = {
     {.over = Over::indirect_table, .name = "{p}{table}_add_entry",
-     .doc = "Adds an entry that points at a member of {profile} to {table} and writes *entry_hdl. {member_status}",
+     .doc = "Adds an entry to {table} that points at a member of {profile}, and writes *entry_hdl. {member_status}",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
                   "[priority?uint32_t priority, ]pd_member mbr_hdl, pd_entry *entry_hdl",
      .call = "indirect::add<t::{table}>(indirect::PointsAt::member, sess_hdl, dev_tgt, match_spec, "
@@ -117,7 +117,7 @@ inline constexpr Family indirect_families[] = {
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_member mbr_hdl, pd_entry *entry_hdl",
      .call = "indirect::set_default<t::{table}>(indirect::PointsAt::member, {args})"},
     {.over = Over::indirect_table, .name = "{p}{table}_add_entry_with_selector",
-     .doc = "Adds an entry that points at a group of {profile} to {table} and writes *entry_hdl. {group_status}",
+     .doc = "Adds an entry to {table} that points at a group of {profile}, and writes *entry_hdl. {group_status}",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, const {match_spec} *match_spec, "
                   "[priority?uint32_t priority, ]pd_group grp_hdl, pd_entry *entry_hdl",
      .call = "indirect::add<t::{table}>(indirect::PointsAt::group, sess_hdl, dev_tgt, match_spec, [priority?priority|0], "

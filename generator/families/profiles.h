@@ -8,7 +8,7 @@ namespace generator {
 // clang-format off
 inline constexpr Family members_families[] = {
     {.over = Over::profile_binding, .name = "{p}{profile}_add_member_with_{action}",
-     .doc = "Adds a member with action {action} to {profile} and writes *mbr_hdl. {status}",
+     .doc = "Adds a member to {profile} with action {action}, and writes *mbr_hdl. {status}",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, "
                   "[params?const {action_spec} *action_spec, ]pd_member *mbr_hdl",
      .call = "members::add<p::{profile}, a::{action}>(sess_hdl, dev_tgt, [params?action_spec|nullptr], mbr_hdl)"},
@@ -78,8 +78,8 @@ inline constexpr Family groups_families[] = {
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t max_grp_size, pd_group *grp_hdl",
      .call = "groups::create(p::{profile}, {args})"},
     {.over = Over::profile, .name = "{p}{profile}_del_group",
-     .doc = "Deletes a group of {profile}. Returns the shadow's status once the driver has deleted the group, before "
-            "that the driver's. PD_STATUS_NO_MEMORY: the group remains.",
+     .doc = "Deletes a group of {profile}. Returns the driver's status; once the driver has deleted the group, the "
+            "shadow's. PD_STATUS_NO_MEMORY: the group remains.",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_group grp_hdl",
      .call = "groups::remove(p::{profile}, {args})"},
     {.over = Over::profile, .name = "{p}{profile}_add_member_to_group",

@@ -119,13 +119,14 @@ inline constexpr Family hash_families[] = {
      .call = "hash::input_field_attribute_set(h::{calc}, {args})"},
     {.over = Over::hash_calculation, .name = "{p}hash_calc_{calc}_input_field_attribute_get",
      .doc = "Reads up to max_count attributes of the input fields of {calc} and writes *count. {status} "
-            "PD_STATUS_INVALID: input isn't 0; *count is 0. PD_STATUS_NO_MEMORY: *count is 0.",
+            "PD_STATUS_INVALID: input isn't 0, though the driver has input 0; *count is 0. PD_STATUS_NO_MEMORY: "
+            "*count is 0.",
      .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t input, uint32_t max_count, "
                   "pd_hash_attribute *attributes, uint32_t *count",
      .call = "hash::input_field_attribute_get(h::{calc}, {args})"},
     {.over = Over::hash_calculation, .name = "{p}hash_calc_{calc}_input_field_attribute_count_get",
      .doc = "Writes the number of attributes of the input fields of {calc} to *count. {status} PD_STATUS_INVALID: "
-            "input isn't 0; nothing is written.",
+            "input isn't 0, though the driver has input 0; nothing is written.",
      .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t input, uint32_t *count",
      .call = "hash::input_field_attribute_count_get(h::{calc}, {args})"},
     {.over = Over::hash_calculation, .name = "{p}hash_calc_{calc}_calculate_hash_value",
