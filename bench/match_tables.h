@@ -1,5 +1,5 @@
-// Three tables of the embedded driver that packets meet: exact, with prefixes of sixteen lengths, and masked. Entry i and
-// packet i belong together, and the packet matches no other entry.
+// Tables of the embedded driver that packets meet: exact, with prefixes of sixteen lengths, and masked. Entry i and packet
+// i belong together, and the packet matches no other entry.
 #pragma once
 
 #include <array>
@@ -47,7 +47,8 @@ struct MatchTable {
             entry.key[0] = static_cast<uint8_t>(i % prefix_lengths);
             entry.priority = after;
         } else {
-            put(&entry.key[0], i);
+            // Exact keys differ in their last bytes, the others in their first.
+            put(&entry.key[match == VL_MODEL_EXACT ? key_len - 4 : 0], i);
             if (match == VL_MODEL_TERNARY) {
                 put(&entry.mask[4], i % masks);
                 entry.priority = i;
@@ -90,11 +91,13 @@ private:
     }
 };
 
-constexpr MatchTable exact_matches = {"exact", 0x1000001, VL_MODEL_EXACT, 5, 1};
+constexpr MatchTable exact_matches = {"exact, 5 bytes", 0x1000001, VL_MODEL_EXACT, 5, 1};
+constexpr MatchTable whole_words = {"exact, 8 bytes", 0x1000005, VL_MODEL_EXACT, 8, 1};
 constexpr MatchTable prefix_matches = {"prefix, 16 lengths", 0x1000002, VL_MODEL_PREFIX, 5, prefix_lengths};
 constexpr MatchTable masked_matches = {"masked, 16 masks", 0x1000003, VL_MODEL_TERNARY, 44, 16};
 constexpr MatchTable many_masks = {"masked, 256 masks", 0x1000004, VL_MODEL_TERNARY, 44, 256};
-constexpr const MatchTable* match_tables[] = {&exact_matches, &prefix_matches, &masked_matches, &many_masks};
+constexpr const MatchTable* match_tables[] = {&exact_matches, &whole_words, &prefix_matches, &masked_matches,
+                                              &many_masks};
 
 // Starts the device with empty tables; returns a session.
 inline uint32_t start_matching() {

@@ -57,10 +57,6 @@ std::optional<Routes> read_list(const std::string& text) {
     return read;
 }
 
-Address last_of(const Prefix& prefix) {
-    return prefix.address | (prefix.length == 0 ? ~Address{0} : (Address{1} << (128 - prefix.length)) - 1);
-}
-
 bool covers(const Prefix& prefix, Family family, Address address) {
     return prefix.family == family && prefix.address <= address && address <= last_of(prefix);
 }
@@ -176,7 +172,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     vl_model_reset();
     std::istringstream in(text);
     std::ostringstream out, messages;
-    const int status = run_agent({"-"}, {in, out, messages});
+    const int status = run_agent({"--packets", "100", "-"}, {in, out, messages});
     demand(status == (routes ? exit_as_meant : exit_bad_input), messages.str() + out.str());
     if (routes) check_switch(*routes);
     return 0;

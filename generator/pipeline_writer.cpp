@@ -54,12 +54,14 @@ uint32_t initial_default(const Table& table) {
     return handle;
 }
 
-// The bits of each field that the table matches, in the order of the key's bytes.
+// The bits of each field that the table matches, in the order of the key's bytes. A partition isn't matched.
 std::string key_mask(const Table& table) {
     std::string bytes;
-    for (const KeyField& field : table.key)
+    for (const KeyField& field : table.key) {
+        const bool is_partition = table.partitioned && &field == table.key.begin();
         for (unsigned left = whole_bytes(field.bits); left > 0; --left)
-            bytes += (bytes.empty() ? "" : ", ") + hex(matched_byte(field, left - 1));
+            bytes += (bytes.empty() ? "" : ", ") + (is_partition ? "0x0" : hex(matched_byte(field, left - 1)));
+    }
     return bytes;
 }
 

@@ -4,12 +4,14 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <numeric>
 #include <set>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
 #include "leaf_switch/leaf_switch.h"
+#include "leaf_switch/packets.h"
 #include "vl_driver/snapshot.h"
 #include "vl_model/control.h"
 #include "vl_model/observe.hpp"
@@ -241,6 +243,10 @@ TEST_F(LeafSwitch, LearnsWhoSendsAndFollowsWhoMoves) {
     expect_known(elsewhere);
     expect_known(moved);
 
+    // Stations behind tunnels aren't learned.
+    EXPECT_EQ(send({{printer.mac, printer.vlan, 0x80001}}), 0u);
+    expect_known(printer);
+
     // No station takes the place of a configured host.
     const Host& host = hosts[0];
     EXPECT_EQ(send({{host.mac, host.vlan, 4}}), 1u);
@@ -339,21 +345,74 @@ TEST_F(LeafSwitch, LimitsTheBroadcastsOfEachPort) {
     EXPECT_THROW(set_broadcast_limit(leaf, uplinks[0].port, tight), Refused);
 }
 
+TEST_F(LeafSwitch, MakesTheKeysOfPackets) {
+    // The library encodes the same record for the driver. Here all mask bits are 1, so that no key bit is cleared.
+    const auto expect_encoded = [&](const std::vector<uint8_t>& key) {
+        const std::vector<vl_model::Call> calls = vl_model::take_calls();
+        ASSERT_EQ(calls.size(), 1u);
+        EXPECT_EQ(key, calls[0].match->key);
+    };
+    const auto texts = [](const char* schema, const auto& value, auto& packet) {
+        char values[512];
+        value(&packet, values);
+        return key_bytes(schema, values);
+    };
+    pd_entry entry = 0;
+    vl_model::record_calls(true);
+    p4_pd_velmar_switch_l2LearningLookup_match_spec_t exact = {0x123456, 0x789ABC, 0xDEF, 0xFEDCB};
+    p4_pd_velmar_switch_l2LearningLookup_match_spec_to_entry_hdl(leaf.session, leaf.target, &exact, &entry);
+    expect_encoded(texts(p4_pd_velmar_switch_l2LearningLookup_match_spec_schema(),
+                         p4_pd_velmar_switch_l2LearningLookup_match_spec_value, exact));
+
+    p4_pd_velmar_switch_ipv6LgMaskPartition0_match_spec_t prefix = {};
+    prefix.l3Info_vrfId = 0x12;
+    prefix.ingIpv6_dip_prefix_length = 128;
+    std::iota(std::begin(prefix.ingIpv6_dip), std::end(prefix.ingIpv6_dip), uint8_t{0x78});
+    p4_pd_velmar_switch_ipv6LgMaskPartition0_match_spec_to_entry_hdl(leaf.session, leaf.target, &prefix, &entry);
+    expect_encoded(texts(p4_pd_velmar_switch_ipv6LgMaskPartition0_match_spec_schema(),
+                         p4_pd_velmar_switch_ipv6LgMaskPartition0_match_spec_value, prefix));
+
+    // The record has its fields in another order than the key.
+    p4_pd_velmar_switch_l3DmacCheck_match_spec_t masked;
+    std::memset(&masked, 0xFF, sizeof masked);
+    masked.ingMd_dmacOui = 0x123456;
+    masked.ingMd_dmacStation = 0x789ABC;
+    masked.ingMd_ingL3Aintf = 0xDEF;
+    masked.ingMd_v4V6Valid = 5;
+    masked.phase0_portType = 2;
+    p4_pd_velmar_switch_l3DmacCheck_match_spec_to_entry_hdl(leaf.session, leaf.target, &masked, 1, &entry);
+    expect_encoded(texts(p4_pd_velmar_switch_l3DmacCheck_match_spec_schema(),
+                         p4_pd_velmar_switch_l3DmacCheck_match_spec_value, masked));
+}
+
 TEST_F(LeafSwitch, CountsDropsAndTrapsApart) {
-    ASSERT_EQ(leaf.counting.size(), 6u);
-    uint64_t packets = 0;
-    for (const CountingEntry& counting : leaf.counting) {
-        ++packets;
-        send_packets(leaf, counting.what, packets, 100 * packets);
-        send_packets(leaf, counting.what, 10, 1000);
+    const Packet telnet = {"for telnet", 2, hosts[0].mac, hosts[0].interface, hosts[0].address, tcp, telnet_port, 100};
+    const std::vector<std::string> ruled_out = {"matched by the rule against telnet", "dropped by rule"};
+    send_packets(leaf, telnet, 3, ruled_out);
+    Packet udp = telnet;
+    udp.protocol = 17;
+    send_packets(leaf, udp, 1, {});
+    Packet storm = telnet;
+    storm.destination_mac = broadcast_mac;
+    storm.is_over_limit = true;
+    send_packets(leaf, storm, 4, ruled_out);
+    storm.destination_port = 0;
+    send_packets(leaf, storm, 5, {"dropped by storm control"});
+    storm.interface = 0x30005;
+    send_packets(leaf, storm, 6, {"dropped for want of a port"});
+    storm.ingress_port = uplinks[1].port; // has no limit
+    storm.interface = 1;
+    send_packets(leaf, storm, 1, {});
+
+    const std::vector<PacketCount> counts = packet_counts(leaf);
+    ASSERT_EQ(counts.size(), 6u);
+    for (size_t i = 0; i < counts.size(); ++i) {
+        constexpr uint64_t expected[] = {7, 7, 6, 5, 0, 0};
+        EXPECT_EQ(counts[i].packets, expected[i]) << counts[i].what;
+        EXPECT_EQ(counts[i].bytes, 100 * expected[i]) << counts[i].what;
     }
-    uint64_t expected = 10;
-    for (const PacketCount& count : packet_counts(leaf)) {
-        ++expected;
-        EXPECT_EQ(count.packets, expected) << count.what;
-        EXPECT_EQ(count.bytes, 100 * expected) << count.what;
-    }
-    EXPECT_EQ(expected, 16u);
+    EXPECT_EQ(refusal_of([&] { send_packets(leaf, telnet, 8, {}); }),
+              "of 8 packets for telnet, 8 were matched by the rule against telnet instead of 0");
 }
 
 TEST_F(LeafSwitch, TellsTheParserThePortsOfVxlan) {
@@ -463,8 +522,10 @@ TEST_F(LeafSwitch, ShowsItselfAtWork) {
         {"Learning: 3 unknown stations", "\n  02:00:00:00:00:31 in VLAN 10 behind interface 0x3\n",
          "moved: 1, and were silent: 1\n  02:00:00:00:00:31 in VLAN 10 behind interface 0x2\n  02:00:00:00:00:41 in",
          "\n  port 1: 250, bursts of 64; at most 500, bursts of 128\n  port 2: 1000,",
+         "\n  dropped for want of a port               4 packets     256 bytes\n",
          "\n  dropped by storm control              3000 packets  192000 bytes\n", "UDP port 4789\n",
-         "; all as predicted\n", "matched in stage 4; the field in stages 4 to 7: 0x0017 0x0017 0x0001 0x0001\n"});
+         "\nRouting: packets to the 3 hosts take their next hops,", "; all as predicted\n",
+         "matched in stage 4; the field in stages 4 to 7: 0x0017 0x0017 0x0001 0x0001\n"});
     shut_down(leaf);
 
     // Any refusal ends the tour.
@@ -477,6 +538,56 @@ TEST_F(LeafSwitch, ShowsItselfAtWork) {
         EXPECT_THROW(take_tour(leaf, out), Refused) << function;
         shut_down(leaf);
     }
+}
+
+// Mistakes in the programming that only packets show.
+TEST_F(LeafSwitch, FindsPacketsThatTakeAnotherEntryThanPlanned) {
+    const auto expect_found = [&](const char* found) {
+        std::ostringstream out;
+        EXPECT_EQ(refusal_of([&] { take_tour(leaf, out); }), found);
+    };
+    // Returns to a switch without mistakes.
+    const auto start_again = [&](pd_status corrected) {
+        EXPECT_EQ(corrected, 0u);
+        shut_down(leaf);
+        leaf = bring_up();
+    };
+    const p4_pd_velmar_switch_haloKeyMaskForRow1Stage2_match_spec_t list = {1};
+    p4_pd_velmar_switch_haloKeyMaskedRow1Stage2_action_spec_t mask = {};
+    mask.action_dstPort = 0xFFFF;
+    mask.action_proto = 0xF8; // loses the bits of TCP
+    EXPECT_EQ(p4_pd_velmar_switch_haloKeyMaskForRow1Stage2_table_modify_with_haloKeyMaskedRow1Stage2_by_match_spec(
+                  leaf.session, leaf.target, &list, &mask),
+              0u);
+    expect_found("of 12 packets for telnet, 0 were matched by the rule against telnet instead of 12");
+    start_again(0);
+
+    pd_entry entry = 0;
+    p4_pd_velmar_switch_finalDropControl_match_spec_t unmarked = {};
+    unmarked.ingMd_drop_mask = 1;
+    EXPECT_EQ(
+        p4_pd_velmar_switch_finalDropControl_table_add_with_accept(leaf.session, leaf.target, &unmarked, 0, &entry),
+        0u);
+    expect_found("of 12 packets for telnet, 0 were dropped by rule instead of 12");
+    start_again(p4_pd_velmar_switch_finalDropControl_table_delete(leaf.session, 0, entry));
+
+    p4_pd_velmar_switch_learningDigestGeneration_match_spec_t any = {};
+    any.learningDigestMd_applicationId = 1;
+    EXPECT_EQ(p4_pd_velmar_switch_learningDigestGeneration_table_add_with_dot1xDrop(leaf.session, leaf.target, &any, 0,
+                                                                                    &entry),
+              0u);
+    expect_found("new stations in a digest: 0 instead of the planned 3");
+    start_again(p4_pd_velmar_switch_learningDigestGeneration_table_delete(leaf.session, 0, entry));
+
+    // A host route that exists, but for another host.
+    const p4_pd_velmar_switch_ipv4Host_match_spec_t host = {vrf, hosts[1].address};
+    const p4_pd_velmar_switch_setNextHop_action_spec_t hop = {hosts[0].next_hop};
+    EXPECT_EQ(
+        p4_pd_velmar_switch_ipv4Host_table_modify_with_setNextHop_by_match_spec(leaf.session, leaf.target, &host, &hop),
+        0u);
+    expect_found("packets to server 2 take another way than planned");
+    start_again(0);
+    expect_found("");
 }
 
 } // namespace

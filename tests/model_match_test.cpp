@@ -219,7 +219,7 @@ TEST_F(Matching, RefusesWhatItCannotMatch) {
     };
     EXPECT_EQ(status(4, exact, packet.data(), 2, &entry), VL_MODEL_UNKNOWN_DEVICE);
     EXPECT_EQ(status(3, 0x1000009, packet.data(), 2, &entry), VL_MODEL_UNKNOWN_TABLE);
-    EXPECT_EQ(status(3, keyless, packet.data(), 0, &entry), VL_MODEL_NOT_SUPPORTED);
+    EXPECT_EQ(status(3, keyless, nullptr, 0, &entry), VL_MODEL_NOT_SUPPORTED);
     EXPECT_EQ(status(3, exact, packet.data(), 1, &entry), VL_MODEL_BAD_KEY);
     EXPECT_EQ(status(3, exact, packet.data(), 3, &entry), VL_MODEL_BAD_KEY);
     EXPECT_EQ(status(3, exact, nullptr, 2, &entry), VL_MODEL_INVALID);

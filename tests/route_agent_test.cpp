@@ -1,13 +1,17 @@
 // The example agent: how it reads ranges and lists, which table takes a route, and whole runs on the embedded driver:
 // runs that succeed, and runs in which the driver doesn't do what it says.
 #include <algorithm>
+#include <functional>
 #include <map>
+#include <random>
 #include <sstream>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "route_agent/agent.h"
+#include "route_agent/longest_prefix.h"
+#include "route_agent/phases.h"
 #include "route_agent/plan.h"
 #include "route_agent/printable.h"
 #include "vl_model/control.h"
@@ -214,6 +218,38 @@ TEST(RouteAgentPlan, GroupsAreNumberedUpToTheirLimitAndComeInThreeLoads) {
     }
 }
 
+TEST(RouteAgentLongestPrefix, IsThatOfAScan) {
+    std::mt19937 engine(1);
+    const auto random = [&](unsigned below) { return static_cast<unsigned>(engine() % below); };
+    for (const Family family : {Family::ipv4, Family::ipv6}) {
+        const unsigned bits = address_bits(family);
+        for (int round = 0; round < 200; ++round) {
+            // Few different addresses, at both ends of the family, so that prefixes lie in each other and touch.
+            const auto address = [&] {
+                const Address low = Address{random(32)} << (128 - bits);
+                return network_of(family, random(2) == 0 ? low : ~low, bits).address;
+            };
+            std::map<Prefix, uint32_t> list;
+            for (size_t count = random(12); list.size() < count;)
+                list[network_of(family, address(), random(3) == 0 ? random(bits) : bits - random(6))] = random(100);
+            list[network_of(family == Family::ipv4 ? Family::ipv6 : Family::ipv4, 0, 0)] = 1;
+            std::vector<Route> routes;
+            for (const auto& [prefix, next_hop] : list)
+                routes.push_back({prefix, next_hop});
+            const std::vector<Segment> segments = segments_of(family, routes);
+            for (int i = 0; i < 100; ++i) {
+                const Address at = address();
+                const Route* longest = nullptr;
+                for (const Route& route : routes)
+                    if (route.prefix == network_of(family, at, route.prefix.length) &&
+                        (longest == nullptr || route.prefix.length > longest->prefix.length))
+                        longest = &route;
+                ASSERT_EQ(longest_prefix(segments, at), longest) << Prefix{at, static_cast<uint8_t>(bits), family};
+            }
+        }
+    }
+}
+
 void expect_in(const std::string& text, const std::vector<std::string>& parts) {
     for (const std::string& part : parts) {
         EXPECT_NE(text.find(part), std::string::npos) << part << '\n' << text;
@@ -234,7 +270,7 @@ protected:
         vl_model_reset();
     }
 
-    int run(const std::string& list, const std::vector<std::string>& arguments = {"-"}) {
+    int run(const std::string& list, const std::vector<std::string>& arguments = {"--packets", "1000", "-"}) {
         std::istringstream in(list);
         std::ostringstream out_stream;
         std::ostringstream message_stream;
@@ -375,6 +411,11 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
     EXPECT_EQ(run("", {"--verbose"}), 2);
     expect_in(messages, {"unknown option --verbose"});
     EXPECT_EQ(run("", {"-", "-"}), 2);
+    for (const char* number : {"--packets", "--corrupt", "--seed"}) {
+        EXPECT_EQ(run("", {number}), 2);
+        expect_in(messages, {std::string(number) + " takes a number from 0 to 4294967295, not ''"});
+        EXPECT_EQ(run("", {number, "4294967296"}), 2);
+    }
     const std::pair<const char*, const char*> unreadable[] = {
         {"/nonexistent/list", "/nonexistent/list: can't be opened: No such file or directory"},
         {"/", "/: is a directory"},
@@ -406,7 +447,9 @@ TEST_F(RouteAgentRun, RefusalsEndTheRunAndAreNamed) {
         {"pipe_mgr_hitless_ha_restore_virtual_dev_state", 1, "restoring by replay"},
         {"pipe_mgr_get_action_data_entry", 1, "ECMP members: reading "},
         {"pipe_mgr_get_entry", 1, "ecmpGroup: reading handle "},
-        {"pipe_mgr_get_entry", 5 + 6 + 7 + 1, "ipv4Host: reading 10.1.2.3/32"},
+        {"pipe_mgr_get_entry", 5 + 1, "reading an entry that a packet took"},
+        // After the groups of the restarts and of the walk, and the entries and groups that packets took.
+        {"pipe_mgr_get_entry", 5 + (8 + 5) + 6 + (10 + 6) + 7 + 1, "ipv4Host: reading 10.1.2.3/32"},
         {"pipe_mgr_get_next_entry_handles", 1, "ECMP members: asking for the next handles"},
         {"pipe_mgr_get_entry_count", 1, "ecmpGroup: counting the entries"},
         {"pipe_mgr_idle_set_params", 1, "ipv4Host: switching idle time on"},
@@ -451,14 +494,21 @@ TEST_F(RouteAgentRun, ReadingsThatDifferAreCountedAndShown) {
     int reads = 0;
     expect_with(
         [&reads](pipe_match_record&, pipe_action_record&, uint32_t& action_hdl) {
-            if (action_hdl == set_ecmp && ++reads == 3) action_hdl = 0x2000006b;
+            if (action_hdl == set_ecmp && ++reads == 11) action_hdl = 0x2000006b;
         },
         {"setNextHop2"}, "2 2 0 1 1 1");
+    // Only packets read this.
+    reads = 0;
+    expect_with(
+        [&reads](pipe_match_record&, pipe_action_record& action, uint32_t& action_hdl) {
+            if (action_hdl == set_ecmp && ++reads == 1) action.action.data[3] ^= 2;
+        },
+        {"packets: 10.1.2.3/32 after restart by log: expected next hop 5 by "}, "2 2 0 1 1 1");
     // A member instead of the group, after both restarts.
     int group_reads = 0;
     expect_with(
         [&group_reads](pipe_match_record& match, pipe_action_record& action, uint32_t&) {
-            if (action.kind == 4 && ++group_reads > 4 && match.key_bytes[1] == 1) action.kind = 2;
+            if (action.kind == 4 && ++group_reads > 8 && match.key_bytes[1] == 1) action.kind = 2;
         },
         {"ecmpGroup: entry 1 points at no group", "ecmpGroup: the walk leaves out group 1",
          "ECMP groups: no entry leads to group handle "},
@@ -516,6 +566,162 @@ TEST_F(RouteAgentRun, HardwareThatDiffersFromThePlacementIsFound) {
                         "group 1 in hardware: mspec l3_nextHop differs 0x9 vs 0x1"},
                        {"\nipv4Host 3 3 1 1 1 0 ", "\necmpGroup 2 2 0 1 1 0 "});
     vl_model::set_placed_entry_answer_hook({});
+}
+
+// A switch with a programmed list, whose hardware a test can change before it sends packets.
+struct Programmed {
+    Programmed() {
+        vl_model_reset();
+        std::istringstream in(std::string(one_of_each) +
+                              "10.2.0.0/16 10\n10.32.0.0/13 20\n10.32.16.0/20 30\n10.9.9.9 10\n");
+        routes = read_route_list(in, "list", messages).value();
+        std::ranges::sort(routes, {}, &Route::prefix);
+        std::string reason;
+        plan = make_plan(routes, reason).value();
+        device = open_device();
+        run.emplace(device, plan, progress);
+        run->routes = routes;
+        run->packets = 1000;
+        for (unsigned load = 0; load < load_count; ++load)
+            program(*run, load);
+        EXPECT_EQ(astray(), 0u) << messages.str();
+        EXPECT_GE(run->sent.back().addresses, 1000u);
+    }
+    ~Programmed() {
+        close_device(device);
+        vl_model_reset();
+    }
+    Programmed(const Programmed&) = delete;
+    Programmed& operator=(const Programmed&) = delete;
+
+    size_t astray(const std::vector<Prefix>& near = {}) {
+        messages.str("");
+        send_packets(*run, "now", near);
+        return run->sent.back().astray;
+    }
+    std::pair<uint32_t, pd_entry> place(TableId table, uint32_t row) const {
+        uint32_t handle = 0;
+        EXPECT_EQ(route_tables[table].handle(&handle), 0u);
+        return {handle, std::ranges::find(run->placed[table], row, &Placed::row)->handle};
+    }
+    void edit(TableId table, uint32_t row, const std::function<void(vl_model::EntryImage&)>& change) const {
+        const auto [handle, entry] = place(table, row);
+        EXPECT_EQ(vl_model::edit_hardware(0, handle, entry, change), 0u);
+    }
+
+    std::ostringstream messages;
+    Progress progress{messages, false};
+    std::vector<Route> routes;
+    Plan plan;
+    Device device;
+    std::optional<route_agent::Run> run;
+};
+
+TEST(RouteAgentPackets, GoAstrayIfEntriesExchangeTheirNextHops) {
+    Programmed programmed;
+    std::vector<uint8_t> data;
+    programmed.edit(ipv4FinalResolve0, 0, [&](auto& image) { data = image.data; });
+    programmed.edit(ipv4FinalResolve0, 1, [&](auto& image) { data.swap(image.data); });
+    programmed.edit(ipv4FinalResolve0, 0, [&](auto& image) { image.data = data; });
+    EXPECT_NE(programmed.astray(), 0u);
+    expect_in(programmed.messages.str(),
+              {"packets: 10.0.16.0/32 now: expected next hop 20 by 10.0.16.0/20, found next hop 10 in "
+               "ipv4FinalResolve0: 10.0.16.0/20 under 0, p4_pd_velmar_switch_setNextHop0First (",
+               "10.2.255.255/32 now: expected next hop 10 by 10.2.0.0/16, found next hop 20 in ipv4FinalResolve0"});
+    EXPECT_FALSE(all_as_meant(*programmed.run));
+}
+
+TEST(RouteAgentPackets, GoAstrayIfAPrefixLosesAgainstAShorterOneOrIsShifted) {
+    const std::pair<std::function<void(vl_model::EntryImage&)>, std::string> changes[] = {
+        {[](auto& image) { image.priority += 12; }, "10.32.16.0/32 now: expected next hop 30 by 10.32.16.0/20, found "
+                                                    "next hop 20 in ipv4FinalResolve0: 10.32.0.0/13"},
+        {[](auto& image) { image.mask[4] ^= 0x08; }, "10.32.31.255/32 now: expected next hop 30 by 10.32.16.0/20, "
+                                                     "found next hop 20 in ipv4FinalResolve0: 10.32.0.0/13"},
+        {[](auto& image) { image.mask[4] ^= 0x10; },
+         "10.32.15.255/32 now: expected next hop 20 by 10.32.0.0/13, found next hop 30 in ipv4FinalResolve0: 10.32."},
+    };
+    for (const auto& [change, message] : changes) {
+        Programmed programmed;
+        programmed.edit(ipv4FinalResolve0, 3, change);
+        EXPECT_NE(programmed.astray(), 0u);
+        expect_in(programmed.messages.str(), {message});
+    }
+}
+
+TEST(RouteAgentPackets, GoAstrayIfAnEntryIsLost) {
+    for (size_t table = 0; table < table_count; ++table) {
+        Programmed programmed;
+        const auto [handle, entry] = programmed.place(static_cast<TableId>(table), 0);
+        ASSERT_EQ(vl_model::drop_hardware(0, handle, entry), 0u);
+        EXPECT_NE(programmed.astray(), 0u) << route_tables[table].name;
+    }
+    Programmed programmed;
+    ASSERT_EQ(vl_model::drop_hardware(0, 0x1000046, 1), 0u); // of ecmpGroup
+    EXPECT_NE(programmed.astray(), 0u);
+    expect_in(programmed.messages.str(), {"found an entry without a next hop in "});
+}
+
+TEST(RouteAgentPackets, GoAstrayIfPathsLeadElsewhere) {
+    Programmed programmed;
+    vl_model::set_member_answer_hook([](pipe_action_data& data, uint32_t&) { data.data[4] ^= 1; });
+    EXPECT_NE(programmed.astray(), 0u);
+    expect_in(programmed.messages.str(), {"expected next hop 10 by 10.0.0.0/8, found next hop 11 in ipv4ShortMaskLpm"});
+    // One path, so that the group's paths disagree.
+    int reads = 0;
+    vl_model::set_member_answer_hook([&](pipe_action_data& data, uint32_t&) {
+        if (++reads == 1) data.data[4] ^= 1;
+    });
+    programmed.run->astray = {}; // so that messages are shown again
+    EXPECT_NE(programmed.astray(), 0u);
+    expect_in(programmed.messages.str(), {"expected next hop 10 by 10.0.0.0/8, found an entry without a next hop in "});
+    vl_model::set_member_answer_hook({});
+}
+
+TEST(RouteAgentPackets, SeeOnlyBitsThatChangeANextHop) {
+    struct Case {
+        TableId table;
+        bool in_key;
+        size_t byte;
+        bool is_seen;
+    };
+    for (const auto& [table, in_key, byte, is_seen] :
+         {Case{ipv4Host, true, 0, true},       // the VRF
+          {ipv4ShortMaskLpm, true, 4, false},  // beyond the prefix
+          {ipv4FinalResolve0, true, 1, false}, // the partition's copy in the key
+          {ipv4FinalResolve0, true, 2, false}, // the bits that the first level matches
+          {ipv4FinalResolve0, true, 3, true},  // 10.0.16.0 becomes 10.1.16.0
+          {ipv4FinalResolve0, false, 3, true}, // the next hop
+          {ipv4Partition0, false, 2, true},    // the partition
+          {ipv4Partition0, false, 0, false},   // the result's priority
+          {ipv4Partition0, false, 6, true},    // a next hop for what the second level doesn't have
+          {ipv6Partition, false, 1, false},    // a partition that no table has
+          {ipv6LgMaskPartition0, false, 2, true}}) {
+        Programmed programmed;
+        const auto flip = [](std::vector<uint8_t>& bytes, size_t at) { bytes[at] ^= 1; };
+        programmed.edit(table, 0,
+                        [&, key = in_key, at = byte](auto& image) { flip(key ? image.key : image.data, at); });
+        EXPECT_EQ(programmed.astray() != 0, is_seen) << route_tables[table].name << ' ' << byte;
+    }
+}
+
+TEST(RouteAgentPackets, GoNearADamagedEntry) {
+    Programmed programmed;
+    const Prefix host = network_of(Family::ipv4, parse_address(Family::ipv4, "10.9.9.9").value(), 32);
+    programmed.edit(ipv4Host, 1, [](auto& image) { image.key[1] ^= 0x80; }); // its own packets take the route to 10/8
+    EXPECT_EQ(programmed.astray(), 0u);
+    EXPECT_EQ(programmed.astray({host}), 1u);
+    expect_in(programmed.messages.str(),
+              {"packets: 138.9.9.9/32 now: expected no route, found next hop 10 in ipv4Host: 138.9.9.9/32 under 1"});
+}
+
+TEST_F(RouteAgentRun, DamageShowsInPacketsAndIsListed) {
+    EXPECT_EQ(run(one_of_each, {"--packets", "100", "--corrupt", "1000", "--seed", "7", "-"}), 1);
+    expect_in(messages, {"Damaged in the hardware: 16 entries\n  ", " of the key flipped\n", "\n  ecmpGroup handle ",
+                         ": expected next hop "});
+    expect_in(out, {"\nafter ageing ", "\nafter the damage ", "\nNOT as planned: there were differences.\n"});
+    const std::string again = messages;
+    EXPECT_EQ(run(one_of_each, {"--packets", "100", "--corrupt", "1000", "--seed", "7", "-"}), 1);
+    EXPECT_EQ(messages, again);
 }
 
 } // namespace

@@ -250,7 +250,10 @@ private:
         bool owned = false;
         for (size_t i = 0; i < layout.field_count; ++i) {
             const catalog::FieldLayout& field = layout.fields[i];
-            if (field.bits >= 10 && !std::exchange(owned, true)) std::memcpy(&row.key[field.record_offset], &owner, 2);
+            // Of 32 bits, ipv4ShortMaskLpm matches the highest 12.
+            const uint32_t bits = field.bits == 32 ? uint32_t{owner} << 20 : owner;
+            if (field.bits >= 10 && !std::exchange(owned, true))
+                std::memcpy(&row.key[field.record_offset], &bits, field.bits == 32 ? 4 : 2);
             // Every bit is matched, so that it comes back.
             const uint32_t partner = table.key.begin()[i].match == catalog::Match::lpm ? field.bits
                                      : field.bits < 32                                 ? (uint32_t{1} << field.bits) - 1
@@ -324,8 +327,27 @@ private:
         EXPECT_EQ(hex(spec), hex(row.spec)) << table;
         EXPECT_EQ(name, exported(row.action->action));
         EXPECT_EQ(priority, row.priority.value_or(0));
+        uint32_t taken = 0;
+        EXPECT_EQ(send_packet(*row.table, row.key, taken), 0u) << table;
+        EXPECT_EQ(taken, row.handle) << table;
         expect_texts(row, text_of(row.action->action + std::string("_value"),
                                   row.spec.empty() ? std::vector<uint64_t>{} : std::vector{word(row.spec.data())}));
+    }
+    // A packet with the fields of a record.
+    uint32_t send_packet(const catalog::Table& table, const Bytes& fields, uint32_t& taken) {
+        const catalog::KeyLayout layout = catalog::key_layout(table);
+        Bytes key(layout.bytes);
+        for (size_t i = 0; i < layout.field_count; ++i) {
+            const catalog::FieldLayout& field = layout.fields[i];
+            const auto from = fields.begin() + field.record_offset, to = from + field.key_bytes;
+            const auto at = key.begin() + field.key_position;
+            field.bits == 128 ? std::copy(from, to, at) : std::reverse_copy(from, to, at);
+        }
+        const uint32_t status = pick(2) == 0
+                                    ? vl_model_lookup(device, table.handle, key.data(), layout.bytes, 0, &taken)
+                                    : vl_model_packet(device, table.handle, key.data(), layout.bytes, 0, 64, &taken);
+        let_others_run();
+        return status;
     }
     void expect_texts(const Row& row, const std::string& action) {
         const std::string table = row.table->name;
@@ -426,6 +448,8 @@ private:
     void read_a_table() {
         const catalog::Table& table = table_named(table_names[pick(std::size(table_names))]);
         std::array<uint32_t, 9> handles{};
+        const uint32_t status = send_packet(table, random_match_spec(table, random_), handles[0]);
+        EXPECT_TRUE(status == 0 || status == VL_MODEL_NOT_FOUND) << status;
         if (run(table.name, "get_first_entry_handle", {session_, target_word, word(handles.data())}) != 0) return;
         run(table.name, "get_next_entry_handles", {session_, target_word, handles[0], 8, word(&handles[1])});
         for (const uint32_t handle : handles) {

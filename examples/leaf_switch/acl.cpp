@@ -6,11 +6,8 @@ namespace leaf_switch {
 namespace {
 
 constexpr uint8_t ipv4_packet = 1;
-constexpr uint8_t tcp = 6;
-constexpr uint16_t telnet_port = 23;
 constexpr uint16_t telnet = 1;      // rules match a port's 16-bit name, not its number
 constexpr uint8_t server_rules = 1; // the rule list of the servers' ports
-constexpr uint16_t bgp_port = 179;
 
 // A rule's result: the low 15 bits are the number of its counter, the next three say what the rule wants.
 constexpr uint32_t wish = 0x38000;
@@ -21,15 +18,14 @@ constexpr uint32_t no_telnet_rule = 1;
 constexpr uint8_t reason_arp = 1;
 constexpr uint8_t reason_bgp = 2;
 
-void drop(Leaf& leaf, const std::string& why, const p4_pd_velmar_switch_finalDropControl_match_spec_t& marked) {
-    const pd_entry entry = make(leaf, "the drop " + why, ENTRY(finalDropControl, dropCount), marked, any_priority);
-    leaf.counting.push_back({"dropped " + why, p4_pd_velmar_switch_counter_read_finalDropControlCount,
-                             p4_pd_velmar_switch_finalDropControl_get_mat_table_handle, entry});
+void drop(Leaf& leaf, const std::string& why, const p4_pd_velmar_switch_finalDropControl_match_spec_t& marked,
+          uint32_t priority) {
+    const pd_entry entry = make(leaf, "the drop " + why, ENTRY(finalDropControl, dropCount), marked, priority);
+    leaf.counting.push_back({"dropped " + why, p4_pd_velmar_switch_counter_read_finalDropControlCount, entry});
 }
 
 void count_for_cpu(Leaf& leaf, const std::string& what, pd_entry entry) {
-    leaf.counting.push_back({what, p4_pd_velmar_switch_counter_read_trapToCpuCount,
-                             p4_pd_velmar_switch_trapToCpu_get_mat_table_handle, entry});
+    leaf.counting.push_back({what, p4_pd_velmar_switch_counter_read_trapToCpuCount, entry});
 }
 
 } // namespace
@@ -57,8 +53,8 @@ void forbid_telnet(Leaf& leaf) {
     // The entry itself counts; its action does nothing.
     const pd_entry counter =
         make(leaf, "the rule's counter", ENTRY(haloCounters, onMiss), {.haloResultRow1_bestResult = no_telnet_rule});
-    leaf.counting.push_back({"matched by the rule against telnet", p4_pd_velmar_switch_counter_read_haloCount,
-                             p4_pd_velmar_switch_haloCounters_get_mat_table_handle, counter});
+    leaf.counting.push_back(
+        {"matched by the rule against telnet", p4_pd_velmar_switch_counter_read_haloCount, counter});
 
     // Bound last, so that no port sees an incomplete list.
     for (const uint16_t port : server_ports)
@@ -68,23 +64,24 @@ void forbid_telnet(Leaf& leaf) {
 }
 
 void decide_drops(Leaf& leaf) {
-    // Earlier tables mark packets, and this table decides. An unmarked packet is forwarded.
+    // Earlier tables mark packets, and this table decides. An unmarked packet is forwarded. A packet with several marks
+    // is counted for the one with the lowest priority number.
     set_default(leaf, "the last decision", DEFAULT_ENTRY(finalDropControl, accept));
 
     p4_pd_velmar_switch_finalDropControl_match_spec_t by_rule = {};
     by_rule.haloResultRow1_bestResult = wish_drop;
     by_rule.haloResultRow1_bestResult_mask = wish;
-    drop(leaf, "by rule", by_rule);
+    drop(leaf, "by rule", by_rule, 1);
 
     p4_pd_velmar_switch_finalDropControl_match_spec_t no_way = {};
     no_way.ingMd_invalidEgressPort = 1;
     no_way.ingMd_invalidEgressPort_mask = 1;
-    drop(leaf, "for want of a port", no_way);
+    drop(leaf, "for want of a port", no_way, 2);
 
     p4_pd_velmar_switch_finalDropControl_match_spec_t storm = {};
     storm.ingMd_stormControlDrop = 1;
     storm.ingMd_stormControlDrop_mask = 1;
-    drop(leaf, "by storm control", storm);
+    drop(leaf, "by storm control", storm, 3);
 }
 
 void trap_to_cpu(Leaf& leaf) {

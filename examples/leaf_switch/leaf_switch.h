@@ -21,7 +21,6 @@ namespace leaf_switch {
 struct CountingEntry {
     std::string what; // the packets that it counts
     pd_status (*read)(pd_session, pd_device, pd_entry, uint32_t flags, pd_counter_value*);
-    pd_status (*table)(uint32_t*); // the function that gives the table's handle
     pd_entry entry;
 };
 
@@ -117,18 +116,43 @@ void delete_snapshot(uint32_t snapshot);
 // traffic.cpp: what packets and time do to the switch. The embedded driver has neither, so the tour and the tests make
 // them. On a real switch they come by themselves.
 
-// Each station sends a frame. Those that the switch doesn't know come in one digest; returns their number.
+// Each station sends a frame. The pipeline reports those that it has to learn in one digest. Returns their number.
 size_t send_frames(const Leaf& leaf, std::span<const Station> senders);
 
-// Packets hit the entry that counts `what`.
-void send_packets(const Leaf& leaf, const std::string& what, uint64_t packets, uint64_t bytes);
+// The end of a packet's route: an ECMP group, or a next hop with its interface and Ethernet header.
+struct Way {
+    uint32_t number;        // of the group or the next hop
+    uint32_t interface = 0; // 0 for a group, and so are MAC and VLAN
+    Mac mac = {};
+    uint16_t vlan = 0;
+    friend bool operator==(const Way&, const Way&) = default;
+};
+// Sends a packet to this address through the tables of routes.
+Way route_packet(const Leaf& leaf, uint32_t destination);
+
+// A packet, with the results of tables that send_packets() doesn't look at.
+struct Packet {
+    std::string what; // "for telnet"
+    uint16_t ingress_port = 0;
+    Mac destination_mac = {};
+    uint32_t interface = 0; // where it leaves
+    uint32_t destination = 0;
+    uint8_t protocol = 0;
+    uint16_t destination_port = 0;
+    uint32_t bytes = 64;
+    bool is_arp = false;        // otherwise IPv4
+    bool is_over_limit = false; // the result of the meter of broadcasts
+};
+
+// Sends `count` such packets. Throws unless the entries of these names count all of them, and other entries count none.
+void send_packets(const Leaf& leaf, const Packet& packet, unsigned count, const std::vector<std::string>& counted_as);
 
 // A packet matches the trigger in a stage. The watched field has these values, from the first stage on.
 void send_through_snapshot(uint32_t snapshot, unsigned trigger_stage, std::span<const uint16_t> field);
 
 void pass_time(uint32_t seconds);
 
-// Shows all of this at work, with our own traffic. Also throws if a prediction was wrong.
+// Shows all of this at work, with our own traffic. Also throws if the switch does anything that was not planned.
 void take_tour(const Leaf& leaf, std::ostream& out);
 
 // Prints what it reads back from the driver, because the bring-up keeps none of it. Throws Refused.

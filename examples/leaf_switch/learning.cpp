@@ -28,9 +28,6 @@ namespace {
 
 constexpr const char* digest = "macLearningDigest";
 
-// What l2LearningLookup asks for when it doesn't know a packet's source.
-constexpr uint8_t learn_macs = 1;
-
 constexpr uint32_t look_interval = 1'000; // the driver's unit is the millisecond
 constexpr uint32_t time_to_live = 300'000;
 

@@ -31,6 +31,9 @@ void trap_to_cpu(Leaf& leaf);   // acl.cpp
 p4_pd_velmar_switch_l2LearningLookup_match_spec_t source_key(const Station& station);
 p4_pd_velmar_switch_l2Lookup_match_spec_t destination_key(const Station& station);
 
+// The application id by which l2LearningLookup asks for a digest if it doesn't know a packet's source.
+inline constexpr uint8_t learn_macs = 1;
+
 // Throws Refused if the status isn't success. `what` says what was tried: "adding ...".
 void expect(const std::string& what, pd_status status);
 
@@ -103,8 +106,8 @@ void set_default(Leaf& leaf, const std::string& what, Set* set, Reset* reset, Ar
     at_shut_down(leaf, "resetting " + what, [=](const Leaf& made) { return reset(made.session, made.target); });
 }
 
-// In masked tables, priorities order the entries that match the same packet. In this switch there are no such entries,
-// or they do the same, so any priority will do.
+// If several entries of a masked table match a packet, the embedded driver takes the one with the lowest priority number.
+// In most tables of this switch no two entries match the same packet, so any priority will do.
 inline constexpr uint32_t any_priority = 1;
 
 } // namespace leaf_switch

@@ -33,6 +33,9 @@ inline constexpr uint16_t server_ports[] = {1, 2, 3, 4};
 inline constexpr uint16_t lag_ports[] = {5, 6};
 inline constexpr uint16_t cpu_port = 64;
 inline constexpr uint16_t vxlan_udp_port = 4789;
+inline constexpr uint8_t tcp = 6;
+inline constexpr uint16_t telnet_port = 23;
+inline constexpr uint16_t bgp_port = 179;
 
 // An interface is where frames come in and leave. The top four of its 20 bits are its kind. A port's interface has kind
 // 0 and the port's number; the only other kind in this switch is the LAG.

@@ -11,6 +11,8 @@ constexpr Station desk = {{0x020000, 0x000031}, server_vlan, 3};
 constexpr Station printer = {{0x020000, 0x000032}, server_vlan, 4};
 constexpr Station backup = {{0x020000, 0x000041}, storage_vlan, lag_interface};
 
+constexpr uint32_t elsewhere = ipv4(192, 0, 2, 1);
+
 std::string colons(const Mac& mac) {
     constexpr char digits[] = "0123456789abcdef";
     std::string text;
@@ -19,6 +21,13 @@ std::string colons(const Mac& mac) {
             text += {digits[half >> (shift + 4) & 0xF], digits[half >> shift & 0xF], ':'};
     text.pop_back();
     return text;
+}
+
+void expect_as_planned(const char* what, size_t planned, size_t found) {
+    if (found != planned) {
+        throw std::runtime_error(std::string(what) + ": " + std::to_string(found) + " instead of the planned " +
+                                 std::to_string(planned));
+    }
 }
 
 void print_stations(const Leaf& leaf, std::ostream& out) {
@@ -31,6 +40,8 @@ void print_stations(const Leaf& leaf, std::ostream& out) {
 void show_learning(const Leaf& leaf, std::ostream& out) {
     const Station newcomers[] = {desk, printer, backup};
     const size_t unknown = send_frames(leaf, newcomers);
+    expect_as_planned("new stations in a digest", std::size(newcomers), unknown);
+    expect_as_planned("known stations in a digest", 0, send_frames(leaf, newcomers));
     out << "Learning: " << unknown << " unknown stations sent frames, and now are known\n";
     print_stations(leaf, out);
 
@@ -40,12 +51,25 @@ void show_learning(const Leaf& leaf, std::ostream& out) {
     Station moved = desk;
     moved.interface = 2;
     const Station still_there[] = {moved, backup};
-    const size_t elsewhere = send_frames(leaf, still_there);
+    const size_t moves = send_frames(leaf, still_there);
     pass_time(seconds);
     const size_t forgotten = forget_silent(leaf);
-    out << "After " << 2 * seconds << " s, in which stations moved: " << elsewhere << ", and were silent: " << forgotten
+    expect_as_planned("moved stations in a digest", 1, moves);
+    expect_as_planned("silent stations that were forgotten", 1, forgotten);
+    out << "After " << 2 * seconds << " s, in which stations moved: " << moves << ", and were silent: " << forgotten
         << '\n';
     print_stations(leaf, out);
+}
+
+void show_routing(const Leaf& leaf, std::ostream& out) {
+    for (const Host& host : hosts) {
+        const Way planned = {host.next_hop, host.interface, host.mac, host.vlan};
+        if (route_packet(leaf, host.address) != planned)
+            throw std::runtime_error(std::string("packets to ") + host.name + " take another way than planned");
+    }
+    expect_as_planned("the route to another address", spines_ecmp, route_packet(leaf, elsewhere).number);
+    out << "Routing: packets to the " << std::size(hosts)
+        << " hosts take their next hops, and one to another address takes ECMP group " << spines_ecmp << '\n';
 }
 
 void print_limit(const Leaf& leaf, uint16_t port, std::ostream& out) {
@@ -65,11 +89,44 @@ void show_storm_control(const Leaf& leaf, std::ostream& out) {
 }
 
 void show_counts(const Leaf& leaf, std::ostream& out) {
-    send_packets(leaf, "matched by the rule against telnet", 12, 12 * 64);
-    send_packets(leaf, "dropped by rule", 12, 12 * 64);
-    send_packets(leaf, "dropped by storm control", 3000, 3000 * 64);
-    send_packets(leaf, "copied to the CPU for ARP", 7, 7 * 64);
-    send_packets(leaf, "trapped to the CPU for BGP", 2, 2 * 85);
+    const Host& server = hosts[1];
+    constexpr uint16_t https_port = 443;
+    constexpr uint32_t strange_interface = 0x50001;
+    const uint16_t outside = uplinks[0].port;
+    const struct {
+        Packet packet;
+        unsigned count;
+        std::vector<std::string> counted_as;
+    } planned[] = {
+        {{"for HTTPS", 1, server.mac, server.interface, server.address, tcp, https_port}, 20, {}},
+        {{"for telnet", 1, server.mac, server.interface, server.address, tcp, telnet_port},
+         12,
+         {"matched by the rule against telnet", "dropped by rule"}},
+        {{"for telnet from outside", outside, server.mac, server.interface, server.address, tcp, telnet_port}, 5, {}},
+        {{"for nowhere", 1, server.mac, strange_interface, server.address, tcp, https_port},
+         4,
+         {"dropped for want of a port"}},
+        {{"for telnet nowhere", 1, server.mac, strange_interface, server.address, tcp, telnet_port},
+         3,
+         {"matched by the rule against telnet", "dropped by rule"}},
+        {{"for all", 1, broadcast_mac, server.interface}, 10, {}},
+        {{.what = "over the limit of broadcasts",
+          .ingress_port = 1,
+          .destination_mac = broadcast_mac,
+          .interface = server.interface,
+          .is_over_limit = true},
+         3000,
+         {"dropped by storm control"}},
+        {{.what = "for ARP", .ingress_port = 3, .destination_mac = broadcast_mac, .interface = 2, .is_arp = true},
+         7,
+         {"copied to the CPU for ARP"}},
+        {{"for BGP at a server", outside, router_mac, server.interface, server.address, tcp, bgp_port}, 6, {}},
+        {{"for BGP", outside, router_mac, cpu_port, switch_address, tcp, bgp_port, 85},
+         2,
+         {"trapped to the CPU for BGP"}},
+    };
+    for (const auto& [packet, count, counted_as] : planned)
+        send_packets(leaf, packet, count, counted_as);
     out << "Counters:\n";
     for (const PacketCount& count : packet_counts(leaf)) {
         out << "  " << std::left << std::setw(36) << count.what << std::right << std::setw(6) << count.packets
@@ -85,12 +142,11 @@ void show_vxlan_ports(const Leaf& leaf, std::ostream& out) {
 }
 
 void show_ecmp_prediction(const Leaf& leaf, std::ostream& out) {
-    constexpr uint8_t tcp = 6;
     constexpr unsigned flows = 1000;
     std::map<uint32_t, unsigned> taken;
     for (unsigned i = 0; i < flows; ++i) {
         const Flow flow = {.source = hosts[0].address,
-                           .destination = ipv4(192, 0, 2, 1),
+                           .destination = elsewhere,
                            .protocol = tcp,
                            .source_port = static_cast<uint16_t>(49152 + i),
                            .destination_port = 443};
@@ -125,8 +181,8 @@ void show_snapshot(const Leaf& leaf, std::ostream& out) {
 } // namespace
 
 void take_tour(const Leaf& leaf, std::ostream& out) {
-    for (const auto show :
-         {show_learning, show_storm_control, show_counts, show_vxlan_ports, show_ecmp_prediction, show_snapshot}) {
+    for (const auto show : {show_learning, show_storm_control, show_counts, show_vxlan_ports, show_routing,
+                            show_ecmp_prediction, show_snapshot}) {
         out << '\n';
         show(leaf, out);
     }

@@ -18,7 +18,6 @@ constexpr uint32_t clock_step = 9'000;
 // The functions of a table that ages its entries.
 struct HostTable {
     TableId id;
-    decltype(&PD(ipv4Host, get_mat_table_handle)) handle;
     decltype(&PD(ipv4Host, idle_tmo_enable)) enable;
     decltype(&PD(ipv4Host, idle_tmo_disable)) disable;
     decltype(&PD(ipv4Host, idle_register_tmo_cb)) register_callback;
@@ -29,9 +28,8 @@ struct HostTable {
 
 #define HOST_TABLE(table)                                                                                              \
     {                                                                                                                  \
-        table, PD(table, get_mat_table_handle), PD(table, idle_tmo_enable), PD(table, idle_tmo_disable),               \
-            PD(table, idle_register_tmo_cb), PD(table, update_hit_state), PD(table, get_hit_state),                    \
-            PD(table, table_delete)                                                                                    \
+        table, PD(table, idle_tmo_enable), PD(table, idle_tmo_disable), PD(table, idle_register_tmo_cb),               \
+            PD(table, update_hit_state), PD(table, get_hit_state), PD(table, table_delete)                             \
     }
 constexpr HostTable host_tables[] = {HOST_TABLE(ipv4Host), HOST_TABLE(ipv6Host)};
 
@@ -78,7 +76,7 @@ public:
     // Packets are no calls of the agent, so they aren't counted.
     void send_packets() {
         uint32_t table_handle = 0;
-        check(host_.handle(&table_handle), "asking for a table's handle");
+        check(route_tables[host_.id].handle(&table_handle), "asking for a table's handle");
         for (const auto& [handle, row] : run_.placed[host_.id])
             if (gets_packets(row)) check(vl_model_entry_hit(device_, table_handle, handle), "sending a packet");
     }

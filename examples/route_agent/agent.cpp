@@ -1,6 +1,7 @@
 // Puts the agent together: takes the arguments, loads the routes, makes the plan, runs the phases and reports.
 #include "route_agent/agent.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -14,12 +15,16 @@
 namespace route_agent {
 namespace {
 
-constexpr const char* usage = R"(Usage: route_agent [FILE]
+constexpr const char* usage = R"(Usage: route_agent [OPTION]... [FILE]
 
 Programs routes into the route tables of one VRF, and an ECMP group of several paths for each of their next hops. On
 the way it restarts twice: it forgets what it knows about the groups, reads it back from the switch and goes on. Then
 it reads everything back, ages the host routes, deletes every second route, and proves that the rest remains, and
 that the hardware holds it as the driver placed it. Ends with a table of what was done.
+
+After each restart, programming, ageing and removal, it sends packets through the tables of the hardware: to both ends
+of each prefix, the addresses beside them, addresses in them, and as many random ones. Each must reach the next hop of
+the longest prefix in the list. It names the first ten addresses that go astray, and counts all.
 
 Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
 country. FILE (or - for standard input) has a route per line, of at most 4096 bytes. NEXT_HOP is a decimal number from
@@ -28,6 +33,16 @@ country. FILE (or - for standard input) has a route per line, of at most 4096 by
   PREFIX NEXT_HOP      10.1.0.0/16 7
                        2001:db8::/32 8
                        192.0.2.1 9
+
+Options:
+  --packets N   the number of addresses each time (1000000); more if the prefixes have more ends
+  --corrupt N   damages N random entries in the hardware after the removal, and lists them: an entry is lost, or one of
+                its bits flips. Then packets go astray, and the comparison with the hardware shows the damage. No packet
+                sees a bit that its table doesn't match or that changes no next hop; no comparison sees a bit that the
+                table doesn't match, or beyond the width of a parameter. The last packets also go to all addresses that
+                differ in one bit from the first one of a damaged entry
+  --seed S      the seed of the random damage (1)
+  -h, --help    this text
 
 Exit status: 0 if everything was as planned, 1 if anything differed or was refused, 2 for bad arguments or a bad list.
 )";
@@ -67,7 +82,15 @@ std::optional<std::vector<Route>> load_list(const std::string& path, const std::
     return read_route_list(file, name, streams.messages);
 }
 
-int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
+struct Options {
+    std::optional<std::string> list;
+    uint32_t packets = 1'000'000;
+    uint32_t corrupt = 0;
+    uint32_t seed = 1;
+};
+
+int drive_switch(const Plan& plan, std::vector<Route> routes, const Options& options, Progress& progress,
+                 std::ostream& out) {
     bool refused = false;
     const auto attempt = [&](const auto& step) {
         try {
@@ -81,16 +104,26 @@ int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
     attempt([&] { device = open_device(); });
     if (refused) return exit_not_as_meant;
     Run run(device, plan, progress);
+    run.routes = std::move(routes);
+    run.packets = options.packets;
     attempt([&] {
         program(run, 0);
         restart(run, RestoreBy::log);
+        send_packets(run, "after restart by log");
         program(run, 1);
         restart(run, RestoreBy::replay);
+        send_packets(run, "after restart by replay");
         program(run, 2);
         read_back(run);
+        send_packets(run, "after programming");
         age_hosts(run);
+        send_packets(run, "after ageing");
         remove_every_second(run);
         verify_rest(run);
+        if (options.corrupt != 0)
+            send_packets(run, "after the damage", corrupt_hardware(run, options.corrupt, options.seed));
+        else
+            send_packets(run, "after removal");
         compare_with_hardware(run);
     });
     progress.end_phase();
@@ -108,29 +141,40 @@ int drive_switch(const Plan& plan, Progress& progress, std::ostream& out) {
 } // namespace
 
 int run_agent(const std::vector<std::string>& arguments, const Streams& streams) {
-    for (const std::string& argument : arguments) {
+    Options options;
+    const std::pair<const char*, uint32_t*> numbers[] = {
+        {"--packets", &options.packets}, {"--corrupt", &options.corrupt}, {"--seed", &options.seed}};
+    const auto refuse = [&](const std::string& what) {
+        streams.messages << "route_agent: " << what << "; try --help\n";
+        return exit_bad_input;
+    };
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const std::string& argument = arguments[i];
         if (argument == "--help" || argument == "-h") {
             streams.out << usage;
             return exit_as_meant;
         }
-        if (argument.size() > 1 && argument[0] == '-') {
-            streams.messages << "route_agent: unknown option " << printable(argument) << "; try --help\n";
-            return exit_bad_input;
+        const auto option = std::ranges::find(numbers, argument, [](const auto& number) { return number.first; });
+        if (option != std::end(numbers)) {
+            const std::string value = ++i < arguments.size() ? arguments[i] : "";
+            if (parse_decimal(value, *option->second) != std::errc{})
+                return refuse(argument + " takes a number from 0 to 4294967295, not '" + printable(value) + "'");
+        } else if (argument.size() > 1 && argument[0] == '-') {
+            return refuse("unknown option " + printable(argument));
+        } else if (options.list) {
+            return refuse("more than one list");
+        } else {
+            options.list = argument;
         }
     }
-    if (arguments.size() > 1) {
-        streams.messages << "route_agent: more than one list; try --help\n";
-        return exit_bad_input;
-    }
-    const bool own_list = !arguments.empty();
-    const std::string name = !own_list             ? "the Internet's address allocations"
-                             : arguments[0] == "-" ? "<stdin>"
-                                                   : printable(arguments[0]);
+    const std::string name = !options.list          ? "the Internet's address allocations"
+                             : *options.list == "-" ? "<stdin>"
+                                                    : printable(*options.list);
     Progress progress(streams.messages, streams.messages_on_terminal);
     progress.begin_phase("loading " + name);
     progress.end_phase(); // messages about the list begin on a new line
     std::optional<std::vector<Route>> routes =
-        own_list ? load_list(arguments[0], name, streams) : load_allocations(streams.messages);
+        options.list ? load_list(*options.list, name, streams) : load_allocations(streams.messages);
     if (!routes) return exit_bad_input;
     std::string reason;
     const std::optional<Plan> plan = make_plan(*routes, reason);
@@ -138,8 +182,8 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
         streams.messages << name << ": " << reason << '\n';
         return exit_bad_input;
     }
-    routes.reset(); // a run is long, and the plan has everything that it needs
-    return drive_switch(*plan, progress, streams.out);
+    std::ranges::sort(*routes, {}, &Route::prefix);
+    return drive_switch(*plan, std::move(*routes), options, progress, streams.out);
 }
 
 } // namespace route_agent

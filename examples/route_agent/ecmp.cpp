@@ -8,6 +8,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <set>
+
+#include "vl_model/traffic.h"
 
 namespace route_agent {
 namespace {
@@ -88,6 +91,22 @@ void add_group(EcmpWork& work, size_t row) {
     group.state = RowState::standing;
 }
 
+// What the member says in hardware. Nothing if it has another action.
+std::optional<Path> read_member(EcmpWork& work, pd_member member) {
+    constexpr uint8_t read_from_hw = 1;
+    pd_action_record record{};
+    work.members.done(
+        PD(ecmpMemberActionProfile, get_member)(work.session, work.target.dev_id, member, read_from_hw, &record),
+        "reading ", member);
+    if (record.action_id != p4_pd_velmar_switch_action_setEcmpNextHop) {
+        work.members.differs("member ", member, " has another action, number ", record.action_id);
+        return std::nullopt;
+    }
+    PD(setEcmpNextHop, action_spec_t) action{};
+    std::memcpy(&action, record.spec, sizeof action);
+    return Path{action.action_nextHopTable, action.action_nextHop};
+}
+
 using FoundMembers = std::map<pd_member, Path>;
 
 FoundMembers read_members(EcmpWork& work) {
@@ -96,20 +115,17 @@ FoundMembers read_members(EcmpWork& work) {
          std::bind_front(PD(ecmpMemberActionProfile, get_first_member), work.session, work.target),
          std::bind_front(PD(ecmpMemberActionProfile, get_next_members), work.session, work.target),
          [&](pd_member member) {
-             constexpr uint8_t read_from_hw = 1;
-             pd_action_record record{};
-             work.members.done(PD(ecmpMemberActionProfile, get_member)(work.session, work.target.dev_id, member,
-                                                                       read_from_hw, &record),
-                               "reading ", member);
-             if (record.action_id != p4_pd_velmar_switch_action_setEcmpNextHop) {
-                 work.members.differs("member ", member, " has another action, number ", record.action_id);
-                 return;
-             }
-             PD(setEcmpNextHop, action_spec_t) action{};
-             std::memcpy(&action, record.spec, sizeof action);
-             found[member] = {action.action_nextHopTable, action.action_nextHop};
+             if (const std::optional<Path> path = read_member(work, member)) found[member] = *path;
          });
     return found;
+}
+
+// Calls `visit(member)` for the members of the group.
+void walk_group(EcmpWork& work, pd_group group, const std::function<void(pd_member)>& visit) {
+    const pd_device device = work.target.dev_id;
+    walk(work.groups, work.members.tally.added,
+         std::bind_front(PD(ecmpMemberActionProfile, get_first_group_member), work.session, device, group),
+         std::bind_front(PD(ecmpMemberActionProfile, get_next_group_members), work.session, device, group), visit);
 }
 
 struct FoundGroup {
@@ -121,18 +137,14 @@ struct FoundGroup {
 // Moves the members that the group has from `loose` to the group.
 FoundGroup read_group(EcmpWork& work, pd_group handle, FoundMembers& loose) {
     FoundGroup found{.handle = handle, .paths = {}};
-    const pd_device device = work.target.dev_id;
-    walk(work.groups, work.members.tally.added,
-         std::bind_front(PD(ecmpMemberActionProfile, get_first_group_member), work.session, device, handle),
-         std::bind_front(PD(ecmpMemberActionProfile, get_next_group_members), work.session, device, handle),
-         [&](pd_member member) {
-             ++found.member_count;
-             if (const auto node = loose.extract(member))
-                 found.paths.emplace(node.mapped(), member);
-             else
-                 work.groups.differs("group handle ", handle, " has member ", member,
-                                     ", which is unknown or in another group");
-         });
+    walk_group(work, handle, [&](pd_member member) {
+        ++found.member_count;
+        if (const auto node = loose.extract(member))
+            found.paths.emplace(node.mapped(), member);
+        else
+            work.groups.differs("group handle ", handle, " has member ", member,
+                                ", which is unknown or in another group");
+    });
     uint32_t count = 0;
     work.groups.done(
         PD(ecmpMemberActionProfile, get_selector_group_member_count)(work.session, work.target, handle, &count),
@@ -141,6 +153,18 @@ FoundGroup read_group(EcmpWork& work, pd_group handle, FoundMembers& loose) {
         work.groups.differs("the driver counts ", grouped(count), " members of group handle ", handle, ", and lists ",
                             grouped(found.member_count));
     return found;
+}
+
+// The entry's group, and its key, in hardware. Group 0 if it points at none.
+pd_group read_entry(EcmpWork& work, pd_entry entry, PD(ecmpGroup, match_spec_t) & key) {
+    constexpr uint32_t read_from_hw = 1;
+    uint8_t has_member = 0, has_group = 0, is_default = 0;
+    pd_group group = 0;
+    pd_member member = 0;
+    work.entries.done(PD(ecmpGroup, get_entry)(work.session, work.target.dev_id, entry, read_from_hw, &key, &has_member,
+                                               &has_group, &group, &member, &is_default),
+                      "reading handle ", entry);
+    return has_group != 0 && is_default == 0 ? group : 0;
 }
 
 // Reads what the switch has, from the members up, and relies only on what the driver says. Returns the groups by the
@@ -159,15 +183,8 @@ std::map<uint32_t, FoundGroup> read_groups(EcmpWork& work) {
     walk(work.entries, work.entries.tally.added,
          std::bind_front(PD(ecmpGroup, get_first_entry_handle), work.session, work.target),
          std::bind_front(PD(ecmpGroup, get_next_entry_handles), work.session, work.target), [&](pd_entry entry) {
-             constexpr uint32_t read_from_hw = 1;
              PD(ecmpGroup, match_spec_t) key{};
-             uint8_t has_member = 0, has_group = 0, is_default = 0;
-             pd_group group = 0;
-             pd_member member = 0;
-             work.entries.done(PD(ecmpGroup, get_entry)(work.session, work.target.dev_id, entry, read_from_hw, &key,
-                                                        &has_member, &has_group, &group, &member, &is_default),
-                               "reading handle ", entry);
-             auto node = has_group != 0 && is_default == 0 ? loose.extract(group) : decltype(loose)::node_type{};
+             auto node = loose.extract(read_entry(work, entry, key));
              if (node)
                  found.emplace(key.l3_nextHop, std::move(node.mapped()));
              else
@@ -353,6 +370,26 @@ void compare_groups_with_hardware(Run& run) {
                           "fetching the placement of ", number);
         work.entries.compared(difference, "group ", number);
     }
+}
+
+std::optional<uint32_t> next_hop_behind(Run& run, uint32_t number) {
+    EcmpWork work(run);
+    uint32_t table = 0;
+    work.entries.done(PD(ecmpGroup, get_mat_table_handle)(&table), "asking for the table's handle");
+    const uint8_t key[] = {static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)};
+    pd_entry entry = 0;
+    const pd_status status = vl_model_lookup(work.target.dev_id, table, key, sizeof key, 0, &entry);
+    if (status == VL_MODEL_NOT_FOUND) return std::nullopt;
+    check(status, "looking a packet up in ecmpGroup");
+    PD(ecmpGroup, match_spec_t) read{};
+    const pd_group group = read_entry(work, entry, read);
+    if (group == 0) return std::nullopt;
+    std::set<std::optional<uint32_t>> next_hops;
+    walk_group(work, group, [&](pd_member member) {
+        const std::optional<Path> path = read_member(work, member);
+        next_hops.insert(path ? std::optional(path->next_hop) : std::nullopt);
+    });
+    return next_hops.size() == 1 ? *next_hops.begin() : std::nullopt;
 }
 
 void count_groups_left(Run& run) {

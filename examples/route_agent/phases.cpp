@@ -79,7 +79,12 @@ void check_gone(Work& work) {
     }
 }
 
-void print_row(std::ostream& out, const char* name, const std::array<std::string, 7>& columns) {
+std::string rate(size_t count, Clock::duration busy) {
+    const double seconds = std::chrono::duration<double>(busy).count();
+    return count != 0 && seconds > 0 ? grouped(static_cast<size_t>(static_cast<double>(count) / seconds)) : "-";
+}
+
+void print_row(std::ostream& out, const std::string& name, const std::vector<std::string>& columns) {
     out << std::left << std::setw(24) << name << std::right;
     for (size_t i = 0; i < columns.size(); ++i)
         out << std::setw(i < 6 ? 12 : 14) << columns[i];
@@ -87,12 +92,10 @@ void print_row(std::ostream& out, const char* name, const std::array<std::string
 }
 
 void print_row(std::ostream& out, const char* name, const Tally& tally) {
-    const bool called = tally.calls != 0;
-    const double seconds = std::chrono::duration<double>(tally.busy).count();
     print_row(out, name,
               {grouped(tally.added), grouped(tally.read_equal), grouped(tally.aged), grouped(tally.deleted),
-               grouped(tally.left), called ? grouped(tally.in_hardware) : "-",
-               called && seconds > 0 ? grouped(static_cast<size_t>(static_cast<double>(tally.calls) / seconds)) : "-"});
+               grouped(tally.left), tally.calls != 0 ? grouped(tally.in_hardware) : "-",
+               rate(tally.calls, tally.busy)});
 }
 
 void add(Tally& total, const Tally& tally) {
@@ -211,8 +214,9 @@ bool all_as_meant(const Run& run) {
     size_t members = 0;
     for (size_t row = 0; row < run.groups.size(); ++row)
         members += path_count(run.plan.groups[row], run.plan.first_group + row, load_count - 1);
-    return as_meant(run.ecmp_entries, run.groups.size()) && run.ecmp_entries.in_hardware == run.ecmp_entries.left &&
-           as_meant(run.ecmp_groups, run.groups.size()) && as_meant(run.ecmp_members, members);
+    return run.astray.differences == 0 && as_meant(run.ecmp_entries, run.groups.size()) &&
+           run.ecmp_entries.in_hardware == run.ecmp_entries.left && as_meant(run.ecmp_groups, run.groups.size()) &&
+           as_meant(run.ecmp_members, members);
 }
 
 void print_report(std::ostream& out, const Run& run) {
@@ -229,6 +233,11 @@ void print_report(std::ostream& out, const Run& run) {
     print_row(out, "total", total);
     print_row(out, "ECMP groups", without_calls(run.ecmp_groups));
     print_row(out, "ECMP members", without_calls(run.ecmp_members));
+    print_row(out, "packets sent", {"addresses", "routed", "astray", "addresses/s"});
+    for (const Sent& sent : run.sent)
+        print_row(
+            out, sent.when,
+            {grouped(sent.addresses), grouped(sent.routed), grouped(sent.astray), rate(sent.addresses, sent.busy)});
 }
 
 } // namespace route_agent

@@ -2,7 +2,10 @@
 // driver refuses a call. Where the switch is not as planned, the phase counts a difference and goes on.
 #pragma once
 
+#include <optional>
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include "route_agent/run.h"
 
@@ -21,6 +24,14 @@ void restart(Run& run, RestoreBy by);
 
 // Walks every table and reads all entries, groups and members.
 void read_back(Run& run);
+
+// Sends packets through the tables in the hardware, to addresses at both ends of all prefixes, beside them and in them,
+// and to as many random ones. Each must go where the longest prefix of the list leads, except that the routes that
+// don't stand don't count. Also sends to all addresses that differ in one bit from the first one of a prefix in `near`.
+void send_packets(Run& run, const std::string& when, const std::vector<Prefix>& near = {});
+
+// Damages random entries in the hardware, and lists them. Returns the prefixes of those in route tables.
+std::vector<Prefix> corrupt_hardware(Run& run, uint32_t count, uint32_t seed);
 
 // Lets idle time pass for the host routes, sends packets to most of them, and removes those that the driver calls idle.
 void age_hosts(Run& run);
@@ -61,6 +72,10 @@ EcmpCounts learn_groups(Run& run);
 
 // Removes the groups to which no route leads any more.
 void remove_groups_without_routes(Run& run);
+
+// The next hop to which all paths of the group lead that a packet with this number takes, in hardware. Nothing if there
+// is no such group, or its paths disagree.
+std::optional<uint32_t> next_hop_behind(Run& run, uint32_t number);
 
 // Looks for the entries of the groups that were removed.
 void check_groups_gone(Run& run);

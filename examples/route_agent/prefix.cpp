@@ -22,21 +22,18 @@ void to_ipv6(Address address, uint8_t* bytes) {
 
 std::vector<Prefix> split_range(Family family, Address first, Address last) {
     const unsigned width = address_bits(family);
-    const auto end_of = [&](const Prefix& prefix) {
-        return prefix.length == 0 ? ~Address{0} : prefix.address + ((Address{1} << (128 - prefix.length)) - 1);
-    };
-    last = end_of({last, static_cast<uint8_t>(width), family});
+    last = last_of({last, static_cast<uint8_t>(width), family});
     std::vector<Prefix> prefixes;
     for (;;) {
         Prefix largest = {first, static_cast<uint8_t>(width), family};
         while (largest.length > 0) {
             const Prefix twice = network_of(family, first, largest.length - 1u);
-            if (twice.address != first || end_of(twice) > last) break;
+            if (twice.address != first || last_of(twice) > last) break;
             largest = twice;
         }
         prefixes.push_back(largest);
-        if (end_of(largest) == last) return prefixes;
-        first = end_of(largest) + 1;
+        if (last_of(largest) == last) return prefixes;
+        first = last_of(largest) + 1;
     }
 }
 

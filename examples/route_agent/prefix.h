@@ -51,6 +51,11 @@ constexpr Prefix network_of(Family family, Address address, unsigned length) {
     return {address & mask, static_cast<uint8_t>(length), family};
 }
 
+// The last of 128 bits that has the prefix, in both families.
+constexpr Address last_of(const Prefix& prefix) {
+    return prefix.length == 0 ? ~Address{0} : prefix.address + ((Address{1} << (128 - prefix.length)) - 1);
+}
+
 // The smallest set of prefixes that covers the range, ends included, in ascending order. `first` must not be above
 // `last`.
 std::vector<Prefix> split_range(Family family, Address first, Address last);

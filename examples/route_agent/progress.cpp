@@ -12,7 +12,7 @@ std::string grouped(size_t number) {
     return text;
 }
 
-void Progress::begin_phase(const std::string& name, size_t steps) {
+void Progress::begin_phase(const std::string& name, size_t steps, const std::string& unit) {
     end_phase();
     phase_ = name;
     steps_ = steps;
@@ -21,7 +21,7 @@ void Progress::begin_phase(const std::string& name, size_t steps) {
     if (is_terminal_)
         draw_bar();
     else
-        out_ << phase_ << (steps_ != 0 ? ": " + grouped(steps_) + " entries" : "") << std::endl;
+        out_ << phase_ << (steps_ != 0 ? ": " + grouped(steps_) + " " + unit : "") << std::endl;
 }
 
 void Progress::show_if_due() {

@@ -18,7 +18,7 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     // 0 steps mean that the phase's length isn't known.
-    void begin_phase(const std::string& name, size_t steps = 0);
+    void begin_phase(const std::string& name, size_t steps = 0, const std::string& unit = "entries");
     void step() {
         // Reading the clock takes as long as some steps.
         if ((++done_ & 0xFFF) == 0) show_if_due();

@@ -8,6 +8,12 @@
 #include "route_agent/printable.h"
 
 namespace route_agent {
+
+std::errc parse_decimal(std::string_view text, uint32_t& number) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    return end == text.data() + text.size() ? error : std::errc::invalid_argument;
+}
+
 namespace {
 
 // For messages: in quotes, shortened and printable.
@@ -53,12 +59,6 @@ bool read_lines(std::istream& in, const std::string& name, std::ostream& message
     else if (!in.eof())
         messages << name << ':' << number + 1 << ": the line is longer than " << longest_line << " bytes\n";
     return in.eof() && !in.bad() && bad == 0;
-}
-
-// The text must be digits and nothing else.
-std::errc parse_decimal(std::string_view text, uint32_t& number) {
-    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    return end == text.data() + text.size() ? error : std::errc::invalid_argument;
 }
 
 // Cuts the first word off the text; empty if there is none.

@@ -10,6 +10,7 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <vector>
 
 #include "route_agent/prefix.h"
@@ -24,6 +25,9 @@ struct Route {
 
 // In bytes, comments included. So a file without line ends, such as a device, doesn't fill the memory.
 inline constexpr size_t longest_line = 4096;
+
+// The text must be digits and nothing else.
+std::errc parse_decimal(std::string_view text, uint32_t& number);
 
 // The route of a line "PREFIX NEXT_HOP", or nothing if the line is blank, a comment, or bad. Only a bad line gives a
 // reason.

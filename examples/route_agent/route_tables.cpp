@@ -65,10 +65,11 @@ void take_action(const Action& action, Content& content) {
 
 // Wraps the library's typed functions as those of RouteTable.
 template <class Members, class Action, uint32_t action_id, auto add, auto find, auto remove, auto read>
-constexpr RouteTable row(const char* name, GetCount* count, GetFirst* first, GetNext* next, GetPlacement* placement,
-                         EqualToHardware* equal_to_hardware) {
+constexpr RouteTable row(const char* name, GetHandle* table_handle, GetCount* count, GetFirst* first, GetNext* next,
+                         GetPlacement* placement, EqualToHardware* equal_to_hardware) {
     return {
         .name = name,
+        .handle = table_handle,
         .add =
             [](const Device& device, const Entry& entry, pd_entry& handle) {
                 const auto key = Members::key(device.vrf, entry);
@@ -121,8 +122,8 @@ constexpr RouteTable row(const char* name, GetCount* count, GetFirst* first, Get
     row<KeyMembers<PD(table, match_spec_t), KEY_MEMBER(table, scope), KEY_MEMBER(table, address), length>,             \
         PD(action, action_spec_t), p4_pd_velmar_switch_action_##action, PD(table, table_add_with_##action),            \
         PD(table, match_spec_to_entry_hdl), PD(table, table_delete_by_match_spec), PD(table, get_entry)>(              \
-        #table, PD(table, get_entry_count), PD(table, get_first_entry_handle), PD(table, get_next_entry_handles),      \
-        PD(table, get_plcmt_data), PD(table, plcmt_data_eq_to_hw))
+        #table, PD(table, get_mat_table_handle), PD(table, get_entry_count), PD(table, get_first_entry_handle),        \
+        PD(table, get_next_entry_handles), PD(table, get_plcmt_data), PD(table, plcmt_data_eq_to_hw))
 #define HOST_TABLE(table, action, scope, address) ROUTE_TABLE(table, action, scope, address, nullptr)
 #define LPM_TABLE(table, action, scope, address)                                                                       \
     ROUTE_TABLE(table, action, scope, address, KEY_MEMBER(table, address##_prefix_length))

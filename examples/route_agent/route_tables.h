@@ -30,6 +30,7 @@ struct Content {
 std::ostream& operator<<(std::ostream& out, const Content& content);
 
 // These functions have the same type in every table.
+using GetHandle = decltype(PD(ipv4Host, get_mat_table_handle));
 using GetCount = decltype(PD(ipv4Host, get_entry_count));
 using GetFirst = decltype(PD(ipv4Host, get_first_entry_handle));
 using GetNext = decltype(PD(ipv4Host, get_next_entry_handles));
@@ -38,6 +39,7 @@ using EqualToHardware = decltype(PD(ipv4Host, plcmt_data_eq_to_hw));
 
 struct RouteTable {
     const char* name;
+    GetHandle* handle;
     pd_status (*add)(const Device&, const Entry&, pd_entry&);
     pd_status (*find)(const Device&, const Entry&, pd_entry&);
     pd_status (*remove)(const Device&, const Entry&); // by key

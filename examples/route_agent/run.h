@@ -39,6 +39,15 @@ struct Placed {
     uint32_t row;
 };
 
+// Packets that were sent at one time.
+struct Sent {
+    std::string when; // "after ageing"
+    size_t addresses = 0;
+    size_t routed = 0; // that have a route in the list
+    size_t astray = 0;
+    Clock::duration busy{};
+};
+
 // A group of the plan on the switch.
 struct GroupState {
     RowState state = RowState::to_come;
@@ -66,6 +75,10 @@ struct Run {
     PerTable<std::vector<Placed>> placed{}; // sorted by handle
     Tally ecmp_entries, ecmp_groups, ecmp_members;
     std::vector<GroupState> groups; // as in the plan
+    std::vector<Route> routes;      // the list, sorted by prefix; only send_packets() reads it
+    size_t packets = 0;             // the least number that send_packets() sends
+    std::vector<Sent> sent;
+    Tally astray; // counts as differences the packets that didn't go where the list says
 };
 
 // Counts calls and differences for one tally, and the time while this exists.

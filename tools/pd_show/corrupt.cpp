@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "pd_show/work.h"
+#include "route_agent/damage.h"
 #include "vl_model/testing.h"
 
 namespace pd_show {
@@ -40,26 +41,6 @@ std::optional<Words> seen_of(const Work& work, const Table& table, pd_entry hand
     return words;
 }
 
-std::string damage_text(const vl_model_corruption& damage) {
-    const auto flipped = [&](const char* part) {
-        return "bit " + std::to_string(damage.bit % 8) + " of byte " + std::to_string(damage.bit / 8) + " of the " +
-               part + " flipped";
-    };
-    switch (damage.what) {
-    case VL_MODEL_LOST:
-        break;
-    case VL_MODEL_KEY_BIT:
-        return flipped("key");
-    case VL_MODEL_MASK_BIT:
-        return flipped("mask");
-    case VL_MODEL_DATA_BIT:
-        return flipped("action data");
-    case VL_MODEL_MEMBER_BIT:
-        return "bit " + std::to_string(damage.bit) + " of the member's handle flipped";
-    }
-    return "lost";
-}
-
 } // namespace
 
 void corrupt_hardware(const Work& work) {
@@ -83,7 +64,7 @@ void corrupt_hardware(const Work& work) {
         const std::optional<Words> placed = seen_of(work, *table, damage.ent_hdl, false);
         const bool sees = placed != seen_of(work, *table, damage.ent_hdl, true);
         seen += sees ? 1 : 0;
-        lines += "  " + table->name + " #" + std::to_string(damage.ent_hdl) + ": " + damage_text(damage) +
+        lines += "  " + table->name + " #" + std::to_string(damage.ent_hdl) + ": " + route_agent::damage_text(damage) +
                  (sees ? "\n" : ", which no comparison sees\n");
     }
     work.out.put("Damaged in the hardware: " + std::to_string(count) + (count == 1 ? " entry" : " entries") + ", " +

@@ -17,9 +17,8 @@ extern "C" {
  * bits after it. Among equals the entry that was added first wins; changing an entry doesn't move it.
  *
  * An entry matches if the packet's key has the entry's key bits wherever the entry's mask and the table's key mask have
- * a one, and the packet's partition is the entry's, with all 32 bits. Bits outside the key mask, and above the width of
- * a field, never count. So two entries of an exact table can match one packet. If no entry matches, the default entry
- * stands.
+ * a one, and the packet's partition is the entry's, with all 32 bits. So two entries of an exact table can match one
+ * packet, if they differ only in bits that the key mask leaves out. If no entry matches, the default entry stands.
  */
 
 /*

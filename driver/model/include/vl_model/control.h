@@ -15,6 +15,7 @@
 #include <stdint.h>
 
 #include "behaviour.h"
+#include "traffic.h"
 
 #ifdef __cplusplus
 extern "C" {
@@ -38,8 +39,8 @@ typedef enum vl_model_status {
     VL_MODEL_BAD_KEY = 11,        /* not the table's key length, or a prefix longer than its field */
     VL_MODEL_BAD_DATA = 12,       /* not the action's data length, or not the kind of entry that the table has */
     VL_MODEL_IN_USE = 13,         /* a member of a group, or a member or group that an entry points at */
-    VL_MODEL_NOT_SUPPORTED = 14,  /* an entry in a keyless table; idle time or a direct resource that the table doesn't
-                                     have; an index for a direct resource */
+    VL_MODEL_NOT_SUPPORTED = 14,  /* an entry or a packet in a keyless table; idle time or a direct resource that the
+                                     table doesn't have; an index for a direct resource */
     VL_MODEL_UNKNOWN_CLIENT = 16,
     VL_MODEL_GROUP_FULL = 17,
     VL_MODEL_UNKNOWN_RESOURCE = 18, /* counter, meter, WRED block, register, digest, value set or hash calculation */
@@ -50,7 +51,8 @@ typedef enum vl_model_status {
 const char* vl_model_status_name(uint32_t status);
 const char* vl_model_status_text(uint32_t status);
 
-/* Initialise the structs of the description by member name. Later versions may have more members, which may be 0. */
+/* Initialise the structs of the description by member name. Later versions may have more members, which may be 0. The
+ * agent must be compiled anew then. */
 
 /* A member that older descriptions don't have. The initialiser keeps C++ compilers from warning of its absence. In
  * C++11 it would keep the struct from being an aggregate. */
@@ -90,7 +92,8 @@ typedef struct vl_model_table {
     uint32_t selector;        /* the table of groups of these members that entries point at, or 0 */
     uint8_t idle_time;        /* 1 if entries age */
     uint32_t capacity;        /* 0 for VL_MODEL_DEFAULT_CAPACITY */
-    const uint8_t* VL_MODEL_OPTIONAL(key_mask); /* key_len bytes: the bits of a key that the table matches; null: all */
+    const uint8_t* VL_MODEL_OPTIONAL(key_mask); /* key_len bytes: the bits of a key that the table matches, without those
+                                                   of a partition; null for all, even above the width of a field */
 } vl_model_table;
 
 #define VL_MODEL_DEFAULT_CAPACITY (UINT32_C(4) * 1024 * 1024)

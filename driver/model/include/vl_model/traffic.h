@@ -17,10 +17,14 @@ extern "C" {
 /*
  * Writes the handle of the entry that a packet takes, as behaviour.h says. `key` has the packet's fields as the key of a
  * match record has them: key_len bytes in the key's order, each field in whole bytes, most significant first. In a
- * partitioned table the bytes before the prefix don't count, and partition_index names the partition; in others it is 0.
+ * partitioned table the first field doesn't count, and partition_index has its value; in others it is 0.
  *
  * If no entry matches, the default entry stands: the status is VL_MODEL_NOT_FOUND, and nothing is written.
- * VL_MODEL_BAD_KEY if key_len isn't the table's; VL_MODEL_NOT_SUPPORTED if the table has no key.
+ * VL_MODEL_BAD_KEY if key_len isn't the table's; VL_MODEL_NOT_SUPPORTED if the table has no key; VL_MODEL_INVALID for a
+ * null pointer.
+ *
+ * A table's first packet takes long if the table is large, because the driver then indexes all entries. So does a packet
+ * after more changes than the table has entries. Other calls wait meanwhile.
  */
 uint32_t vl_model_lookup(uint32_t dev_id, uint32_t tbl_hdl, const uint8_t* key, uint32_t key_len,
                          uint32_t partition_index, uint32_t* ent_hdl);
@@ -28,7 +32,7 @@ uint32_t vl_model_lookup(uint32_t dev_id, uint32_t tbl_hdl, const uint8_t* key, 
 /*
  * As vl_model_lookup, and the packet counts: the entry's idle time starts anew and its hit state shows, as after
  * vl_model_entry_hit. A direct counter of the table adds one packet of this many bytes to the entry's cell. If no entry
- * matches, it adds them to the default entry's cell, if there is a default entry.
+ * matches, it adds them to the default entry's cell, if the hardware has a default entry.
  */
 uint32_t vl_model_packet(uint32_t dev_id, uint32_t tbl_hdl, const uint8_t* key, uint32_t key_len,
                          uint32_t partition_index, uint32_t bytes, uint32_t* ent_hdl);

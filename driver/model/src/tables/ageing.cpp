@@ -28,8 +28,8 @@ void Ageing::enqueue(pipe_ent_hdl ent_hdl, Record& entry) {
     if (ttl == 0) return dequeue(ent_hdl, entry);
     const uint64_t deadline = entry.started + ttl;
     if (entry.queued <= deadline) return;
+    queue_.emplace(deadline, ent_hdl); // may fail, so it comes first
     dequeue(ent_hdl, entry);
-    queue_.emplace(deadline, ent_hdl);
     entry.queued = deadline;
 }
 
@@ -76,11 +76,22 @@ void Ageing::forget(pipe_ent_hdl ent_hdl) {
     }
 }
 
+// Changes an entry and starts its time again. If memory runs out, nothing has changed.
+template <class Change>
+void Ageing::renew(pipe_ent_hdl ent_hdl, uint64_t now, Change change) {
+    Record renewed = record(ent_hdl);
+    change(renewed);
+    renewed.started = now;
+    renewed.expired = false;
+    enqueue(ent_hdl, renewed);
+    records_[ent_hdl] = renewed;
+}
+
 void Ageing::set_ttl(pipe_ent_hdl ent_hdl, uint32_t ttl, uint64_t now) {
-    Record& entry = record(ent_hdl);
-    entry.ttl = ttl;
-    entry.has_own_ttl = true;
-    restart(ent_hdl, now);
+    renew(ent_hdl, now, [&](Record& entry) {
+        entry.ttl = ttl;
+        entry.has_own_ttl = true;
+    });
 }
 
 uint32_t Ageing::ttl(pipe_ent_hdl ent_hdl) const {
@@ -88,17 +99,11 @@ uint32_t Ageing::ttl(pipe_ent_hdl ent_hdl) const {
 }
 
 void Ageing::restart(pipe_ent_hdl ent_hdl, uint64_t now) {
-    Record& entry = record(ent_hdl);
-    entry.started = now;
-    entry.expired = false;
-    enqueue(ent_hdl, entry);
+    renew(ent_hdl, now, [](Record&) {});
 }
 
 void Ageing::hit(pipe_ent_hdl ent_hdl, uint64_t now) {
-    if (on_) {
-        record(ent_hdl).hit = true;
-        restart(ent_hdl, now);
-    }
+    if (on_) renew(ent_hdl, now, [](Record& entry) { entry.hit = true; });
 }
 
 void Ageing::update_hit_states() {

@@ -66,6 +66,8 @@ private:
 
     Record& record(pipe_ent_hdl ent_hdl);
     Record copy(pipe_ent_hdl ent_hdl) const;
+    template <class Change>
+    void renew(pipe_ent_hdl ent_hdl, uint64_t now, Change change);
     uint32_t effective_ttl(const Record& entry) const;
     void enqueue(pipe_ent_hdl ent_hdl, Record& entry);
     void dequeue(pipe_ent_hdl ent_hdl, Record& entry);

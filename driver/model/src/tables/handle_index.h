@@ -15,8 +15,9 @@ inline uint64_t mix(uint64_t hash, uint64_t word) {
     return hash ^ (hash >> 29);
 }
 
+// The hash of all words. A product's upper bits depend on all bits below, its lower bits on few.
 inline uint32_t folded(uint64_t hash) {
-    return static_cast<uint32_t>(hash ^ hash >> 32);
+    return static_cast<uint32_t>((hash ^ hash >> 32) * UINT64_C(0x9E3779B97F4A7C15) >> 32);
 }
 
 class HandleIndex {

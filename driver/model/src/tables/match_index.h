@@ -4,8 +4,8 @@
 // under the mask. A look-up asks one tuple after another, the one with the best priority first, until no better entry
 // can follow. Entries that look the same under the mask form a pairing heap, and the index knows the best one.
 //
-// A table that packets never meet pays nothing: the first look-up indexes its entries. Later changes are only noted, and
-// the next look-up indexes them. Callers hold the model's mutex.
+// The first look-up indexes the entries. Later changes are only noted, and the next look-up indexes them. So a table
+// that packets never meet pays only for the number that tells the order of adding. Callers hold the model's mutex.
 #pragma once
 
 #include <cstddef>
@@ -40,7 +40,9 @@ private:
     struct Tuple {
         HandleIndex roots; // of the heaps, by key and partition
         size_t count = 0;
-        uint32_t best_priority = UINT32_MAX; // no entry of the tuple has a lower one
+        // No entry of the tuple has a lower one. It stays when the best entry goes away; then look-ups ask this tuple
+        // earlier than they must.
+        uint32_t best_priority = UINT32_MAX;
     };
     using Tuples = std::map<Words, Tuple>;
 

@@ -1,5 +1,5 @@
 // The entries of one match table: records of one size in chunks that never move. A handle is a position; keys are found
-// by an index. An entry takes the room of key, mask and the table's largest action data, plus about 70 bytes. Callers
+// by an index. An entry takes the room of key, mask and the table's largest action data, plus about 80 bytes. Callers
 // check keys and actions against the table first, and hold the model's mutex.
 #pragma once
 
