@@ -241,8 +241,9 @@ void add_damaged(const Plan& plan, size_t table, const Entry& entry, std::vector
     for (const auto& [first_level, second_level] : stages(entry.prefix.family)) {
         if (first_level != table || !second_level) continue;
         const std::vector<Entry>& routes = plan.tables[*second_level]; // sorted by partition
-        for (const Entry& route : std::ranges::equal_range(routes, entry.partition, {}, &Entry::partition))
-            prefixes.push_back(route.prefix);
+        auto route = std::ranges::lower_bound(routes, entry.partition, {}, &Entry::partition);
+        for (; route != routes.end() && route->partition == entry.partition; ++route)
+            prefixes.push_back(route->prefix);
     }
 }
 
