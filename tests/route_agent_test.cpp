@@ -236,12 +236,21 @@ TEST(RouteAgentLongestPrefix, IsThatOfAScan) {
             std::vector<Route> routes;
             for (const auto& [prefix, next_hop] : list)
                 routes.push_back({prefix, next_hop});
-            const std::vector<Segment> segments = segments_of(family, routes);
+            std::vector<Prefix> removed;
+            for (const Route& route : routes)
+                if (random(4) == 0) removed.push_back(route.prefix);
+            const std::vector<Segment> segments = segments_of(family, routes, removed);
+            for (const Route& route : routes) {
+                EXPECT_TRUE(route.prefix.family != family ||
+                            std::ranges::binary_search(segments, route.prefix.address, {}, &Segment::first))
+                    << route.prefix;
+            }
             for (int i = 0; i < 100; ++i) {
                 const Address at = address();
                 const Route* longest = nullptr;
                 for (const Route& route : routes)
                     if (route.prefix == network_of(family, at, route.prefix.length) &&
+                        !std::ranges::binary_search(removed, route.prefix) &&
                         (longest == nullptr || route.prefix.length > longest->prefix.length))
                         longest = &route;
                 ASSERT_EQ(longest_prefix(segments, at), longest) << Prefix{at, static_cast<uint8_t>(bits), family};
@@ -411,6 +420,10 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
     EXPECT_EQ(run("", {"--verbose"}), 2);
     expect_in(messages, {"unknown option --verbose"});
     EXPECT_EQ(run("", {"-", "-"}), 2);
+    EXPECT_EQ(run("", {"--seed", "1", "-"}), 2);
+    expect_in(messages, {"--seed is only for --corrupt; try --help\n"});
+    EXPECT_EQ(run("", {""}), 2);
+    expect_in(messages, {"the list's name is empty; try --help\n"});
     for (const char* number : {"--packets", "--corrupt", "--seed"}) {
         EXPECT_EQ(run("", {number}), 2);
         expect_in(messages, {std::string(number) + " takes a number from 0 to 4294967295, not ''"});
@@ -503,7 +516,7 @@ TEST_F(RouteAgentRun, ReadingsThatDifferAreCountedAndShown) {
         [&reads](pipe_match_record&, pipe_action_record& action, uint32_t& action_hdl) {
             if (action_hdl == set_ecmp && ++reads == 1) action.action.data[3] ^= 2;
         },
-        {"packets: 10.1.2.3/32 after restart by log: expected next hop 5 by "}, "2 2 0 1 1 1");
+        {"packets: 10.1.2.3 after restart by log: expected next hop 5 by "}, "2 2 0 1 1 1");
     // A member instead of the group, after both restarts.
     int group_reads = 0;
     expect_with(
@@ -625,20 +638,22 @@ TEST(RouteAgentPackets, GoAstrayIfEntriesExchangeTheirNextHops) {
     programmed.edit(ipv4FinalResolve0, 0, [&](auto& image) { image.data = data; });
     EXPECT_NE(programmed.astray(), 0u);
     expect_in(programmed.messages.str(),
-              {"packets: 10.0.16.0/32 now: expected next hop 20 by 10.0.16.0/20, found next hop 10 in "
-               "ipv4FinalResolve0: 10.0.16.0/20 under 0, p4_pd_velmar_switch_setNextHop0First (",
-               "10.2.255.255/32 now: expected next hop 10 by 10.2.0.0/16, found next hop 20 in ipv4FinalResolve0"});
+              {"packets: 10.0.16.0 now: expected next hop 20 by 10.0.16.0/20, found next hop 10 by "
+               "ipv4FinalResolve0 10.0.16.0/20\n",
+               "10.2.0.0 now: expected next hop 10 by 10.2.0.0/16, found next hop 20 by ipv4FinalResolve0"});
+    // Many packets took these two entries. Below the line of the phase, each entry is shown once.
+    EXPECT_EQ(std::ranges::count(programmed.messages.str(), '\n'), 1 + 2);
     EXPECT_FALSE(all_as_meant(*programmed.run));
 }
 
 TEST(RouteAgentPackets, GoAstrayIfAPrefixLosesAgainstAShorterOneOrIsShifted) {
     const std::pair<std::function<void(vl_model::EntryImage&)>, std::string> changes[] = {
-        {[](auto& image) { image.priority += 12; }, "10.32.16.0/32 now: expected next hop 30 by 10.32.16.0/20, found "
-                                                    "next hop 20 in ipv4FinalResolve0: 10.32.0.0/13"},
-        {[](auto& image) { image.mask[4] ^= 0x08; }, "10.32.31.255/32 now: expected next hop 30 by 10.32.16.0/20, "
-                                                     "found next hop 20 in ipv4FinalResolve0: 10.32.0.0/13"},
+        {[](auto& image) { image.priority += 12; }, "10.32.16.0 now: expected next hop 30 by 10.32.16.0/20, found "
+                                                    "next hop 20 by ipv4FinalResolve0 10.32.0.0/13"},
+        {[](auto& image) { image.mask[4] ^= 0x08; }, "10.32.31.255 now: expected next hop 30 by 10.32.16.0/20, "
+                                                     "found next hop 20 by ipv4FinalResolve0 10.32.0.0/13"},
         {[](auto& image) { image.mask[4] ^= 0x10; },
-         "10.32.15.255/32 now: expected next hop 20 by 10.32.0.0/13, found next hop 30 in ipv4FinalResolve0: 10.32."},
+         "10.32.0.0 now: expected next hop 20 by 10.32.0.0/13, found next hop 30 by ipv4FinalResolve0 10.32."},
     };
     for (const auto& [change, message] : changes) {
         Programmed programmed;
@@ -658,23 +673,48 @@ TEST(RouteAgentPackets, GoAstrayIfAnEntryIsLost) {
     Programmed programmed;
     ASSERT_EQ(vl_model::drop_hardware(0, 0x1000046, 1), 0u); // of ecmpGroup
     EXPECT_NE(programmed.astray(), 0u);
-    expect_in(programmed.messages.str(), {"found an entry without a next hop in "});
+    expect_in(programmed.messages.str(), {"found ECMP group 1, which has no entry, by ipv4ShortMaskLpm 10.0.0.0/8\n"});
+}
+
+TEST(RouteAgentPackets, GoAstrayIfRemovedRoutesAreLeftOnTheSwitch) {
+    Programmed programmed;
+    for (const TableId host : {ipv4Host, ipv6Host})
+        programmed.run->rows[host][0] = RowState::deleted;
+    EXPECT_EQ(programmed.astray(), 2u);
+    expect_in(
+        programmed.messages.str(),
+        {"packets: 10.1.2.3 now: expected next hop 10 by 10.0.0.0/8, found next hop 30 by ipv4Host 10.1.2.3/32\n",
+         "2001:db8::1 now: expected next hop 50 by 2001:db8::/32, found next hop 70 by ipv6Host 2001:db8::1/128"});
+}
+
+TEST(RouteAgentPackets, MustHitTheirHosts) {
+    Programmed programmed;
+    programmed.edit(ipv4Host, 0, [](auto& image) { image.key = {1, 10, 9, 9, 9}; });
+    programmed.messages.str("");
+    age_hosts(*programmed.run);
+    expect_in(programmed.messages.str(),
+              {"ipv4Host: a packet to 10.1.2.3 took no entry, expected handle ",
+               text_of("ipv4Host: a packet to 10.9.9.9 took handle ", programmed.place(ipv4Host, 0).second)});
 }
 
 TEST(RouteAgentPackets, GoAstrayIfPathsLeadElsewhere) {
     Programmed programmed;
     vl_model::set_member_answer_hook([](pipe_action_data& data, uint32_t&) { data.data[4] ^= 1; });
     EXPECT_NE(programmed.astray(), 0u);
-    expect_in(programmed.messages.str(), {"expected next hop 10 by 10.0.0.0/8, found next hop 11 in ipv4ShortMaskLpm"});
+    expect_in(programmed.messages.str(),
+              {"expected next hop 10 by 10.0.0.0/8, found next hop 11 by ipv4ShortMaskLpm 10."});
     // One path, so that the group's paths disagree.
     int reads = 0;
     vl_model::set_member_answer_hook([&](pipe_action_data& data, uint32_t&) {
         if (++reads == 1) data.data[4] ^= 1;
     });
-    programmed.run->astray = {}; // so that messages are shown again
     EXPECT_NE(programmed.astray(), 0u);
-    expect_in(programmed.messages.str(), {"expected next hop 10 by 10.0.0.0/8, found an entry without a next hop in "});
+    expect_in(programmed.messages.str(), {"found ECMP group 1, whose paths lead to different next hops, by ipv4"});
     vl_model::set_member_answer_hook({});
+    // The entry takes a group that the driver doesn't have.
+    ASSERT_EQ(vl_model::edit_hardware(0, 0x1000046, 1, [](auto& image) { image.group_hdl ^= 64; }), 0u);
+    EXPECT_NE(programmed.astray(), 0u);
+    expect_in(programmed.messages.str(), {"found ECMP group 1, which has no member, by ipv4ShortMaskLpm 10.0.0.0/8\n"});
 }
 
 TEST(RouteAgentPackets, SeeOnlyBitsThatChangeANextHop) {
@@ -711,17 +751,39 @@ TEST(RouteAgentPackets, GoNearADamagedEntry) {
     EXPECT_EQ(programmed.astray(), 0u);
     EXPECT_EQ(programmed.astray({host}), 1u);
     expect_in(programmed.messages.str(),
-              {"packets: 138.9.9.9/32 now: expected no route, found next hop 10 in ipv4Host: 138.9.9.9/32 under 1"});
+              {"packets: 138.9.9.9 now: expected no route, found next hop 10 by ipv4Host 138.9.9.9/32\n"});
 }
 
 TEST_F(RouteAgentRun, DamageShowsInPacketsAndIsListed) {
     EXPECT_EQ(run(one_of_each, {"--packets", "100", "--corrupt", "1000", "--seed", "7", "-"}), 1);
-    expect_in(messages, {"Damaged in the hardware: 16 entries\n  ", " of the key flipped\n", "\n  ecmpGroup handle ",
-                         ": expected next hop "});
+    expect_in(messages, {"Damaged in the hardware: 16 entries\n  ", " of the key flipped\n",
+                         "\n  ecmpGroup 1: ", ": expected next hop "});
     expect_in(out, {"\nafter ageing ", "\nafter the damage ", "\nNOT as planned: there were differences.\n"});
     const std::string again = messages;
     EXPECT_EQ(run(one_of_each, {"--packets", "100", "--corrupt", "1000", "--seed", "7", "-"}), 1);
     EXPECT_EQ(messages, again);
+}
+
+TEST_F(RouteAgentRun, DamageToAFirstLevelShowsInItsPartition) {
+    EXPECT_EQ(run("10.0.0.0/8 4\n10.1.2.0/24 4\n", {"--packets", "1000", "--corrupt", "1", "--seed", "15", "-"}), 1);
+    expect_in(messages, {"  ipv4Partition0 10.0.0.0/12: bit 7 of byte 1 of the key flipped\n",
+                         "packets: 138.1.2.0 after the damage: expected no route, found next hop 4 by "
+                         "ipv4FinalResolve0 10.1.2.0/24\n"});
+}
+
+TEST_F(RouteAgentRun, DamageThatNothingMeetsIsSaid) {
+    const std::string nothing_met = "\nNo packet and no comparison met the damage.\nEverything was as planned.\n";
+    EXPECT_EQ(run("10.0.0.0/8 4\n", {"--packets", "100", "-"}), 0);
+    EXPECT_EQ(out.find("met the damage"), std::string::npos);
+    int unseen = 0;
+    for (int seed = 1; seed <= 40; ++seed) {
+        const int status = run("10.0.0.0/8 4\n10.1.2.0/24 4\n",
+                               {"--packets", "100", "--corrupt", "1", "--seed", std::to_string(seed), "-"});
+        EXPECT_EQ(status == 0, out.find(nothing_met) != std::string::npos) << out;
+        unseen += status == 0 ? 1 : 0;
+    }
+    EXPECT_GT(unseen, 0);
+    EXPECT_LT(unseen, 40);
 }
 
 } // namespace

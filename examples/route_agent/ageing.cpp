@@ -74,11 +74,25 @@ public:
     }
 
     // Packets are no calls of the agent, so they aren't counted.
-    void send_packets() {
+    void hit_hosts() {
+        constexpr unsigned vrf_bytes = 1;
+        constexpr uint32_t packet_bytes = 64;
         uint32_t table_handle = 0;
         check(route_tables[host_.id].handle(&table_handle), "asking for a table's handle");
-        for (const auto& [handle, row] : run_.placed[host_.id])
-            if (gets_packets(row)) check(vl_model_entry_hit(device_, table_handle, handle), "sending a packet");
+        for (const auto& [handle, row] : run_.placed[host_.id]) {
+            if (!gets_packets(row)) continue;
+            const Prefix& host = run_.plan.tables[host_.id][row].prefix;
+            const PacketKey key = packet_key(vrf_bytes, run_.device.vrf, host.family, host.address);
+            pd_entry taken = PD_HDL_END;
+            const pd_status status =
+                vl_model_packet(device_, table_handle, key.bytes.data(), key.length, 0, packet_bytes, &taken);
+            if (status != VL_MODEL_NOT_FOUND) check(status, "sending a packet");
+            if (taken == handle) continue;
+            Work(run_, host_.id)
+                .differs("a packet to ", address_text(host.family, host.address), " took ",
+                         status == VL_MODEL_NOT_FOUND ? "no entry" : text_of("handle ", taken), ", expected handle ",
+                         handle);
+        }
     }
 
     void check_hits() {
@@ -137,7 +151,7 @@ void age_hosts(Run& run) {
     move_clock();
     for (Ageing& table : tables) {
         table.expect_no_time_out();
-        table.send_packets();
+        table.hit_hosts();
     }
     move_clock();
     for (Ageing& table : tables) {

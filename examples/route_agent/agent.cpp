@@ -22,9 +22,10 @@ the way it restarts twice: it forgets what it knows about the groups, reads it b
 it reads everything back, ages the host routes, deletes every second route, and proves that the rest remains, and
 that the hardware holds it as the driver placed it. Ends with a table of what was done.
 
-After each restart, programming, ageing and removal, it sends packets through the tables of the hardware: to both ends
-of each prefix, the addresses beside them, addresses in them, and as many random ones. Each must reach the next hop of
-the longest prefix in the list. It names the first ten addresses that go astray, and counts all.
+After each restart, and after programming, ageing and removal, it sends packets through the tables of the hardware: to
+both ends of each prefix, the addresses beside them, addresses in them, and as many random ones (IPv6 addresses share up
+to 64 leading bits with the list). Each must reach the next hop of the longest prefix in the list. It names the first
+stray address for each prefix and entry, at most ten each time, and counts all.
 
 Without FILE the routes are the Internet's address allocations, from Debian's package tor-geoipdb, with a next hop per
 country. FILE (or - for standard input) has a route per line, of at most 4096 bytes. NEXT_HOP is a decimal number from
@@ -35,13 +36,13 @@ country. FILE (or - for standard input) has a route per line, of at most 4096 by
                        192.0.2.1 9
 
 Options:
-  --packets N   the number of addresses each time (1000000); more if the prefixes have more ends
+  --packets N   sends to at least so many addresses each time (1000000)
   --corrupt N   damages N random entries in the hardware after the removal, and lists them: an entry is lost, or one of
-                its bits flips. Then packets go astray, and the comparison with the hardware shows the damage. No packet
-                sees a bit that its table doesn't match or that changes no next hop; no comparison sees a bit that the
-                table doesn't match, or beyond the width of a parameter. The last packets also go to all addresses that
-                differ in one bit from the first one of a damaged entry
-  --seed S      the seed of the random damage (1)
+                its bits flips. Then packets go astray, and the comparison with the hardware shows the damage. Some
+                damage shows nowhere: a key bit that the table doesn't match, or a data bit beyond a parameter. Packets
+                also miss a bit that changes no next hop. The last packets also go to all addresses that differ in one
+                bit from the first one of a damaged entry
+  --seed S      the seed of the random damage (1); only with --corrupt
   -h, --help    this text
 
 Exit status: 0 if everything was as planned, 1 if anything differed or was refused, 2 for bad arguments or a bad list.
@@ -131,6 +132,7 @@ int drive_switch(const Plan& plan, std::vector<Route> routes, const Options& opt
     attempt([&] { close_device(device); });
     print_report(out, run);
     const bool as_meant = !refused && all_as_meant(run);
+    if (as_meant && options.corrupt != 0) out << "No packet and no comparison met the damage.\n";
     out << (as_meant  ? "Everything was as planned."
             : refused ? "NOT as planned: the driver refused a call."
                       : "NOT as planned: there were differences.")
@@ -161,12 +163,16 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
                 return refuse(argument + " takes a number from 0 to 4294967295, not '" + printable(value) + "'");
         } else if (argument.size() > 1 && argument[0] == '-') {
             return refuse("unknown option " + printable(argument));
+        } else if (argument.empty()) {
+            return refuse("the list's name is empty");
         } else if (options.list) {
             return refuse("more than one list");
         } else {
             options.list = argument;
         }
     }
+    const auto is_given = [&](const char* option) { return std::ranges::find(arguments, option) != arguments.end(); };
+    if (is_given("--seed") && !is_given("--corrupt")) return refuse("--seed is only for --corrupt");
     const std::string name = !options.list          ? "the Internet's address allocations"
                              : *options.list == "-" ? "<stdin>"
                                                     : printable(*options.list);

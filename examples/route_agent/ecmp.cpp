@@ -155,9 +155,8 @@ FoundGroup read_group(EcmpWork& work, pd_group handle, FoundMembers& loose) {
     return found;
 }
 
-// The entry's group, and its key, in hardware. Group 0 if it points at none.
-pd_group read_entry(EcmpWork& work, pd_entry entry, PD(ecmpGroup, match_spec_t) & key) {
-    constexpr uint32_t read_from_hw = 1;
+// The entry's group, and its key, in hardware or as the driver keeps them. Group 0 if it points at none.
+pd_group read_entry(EcmpWork& work, pd_entry entry, PD(ecmpGroup, match_spec_t) & key, uint32_t read_from_hw = 1) {
     uint8_t has_member = 0, has_group = 0, is_default = 0;
     pd_group group = 0;
     pd_member member = 0;
@@ -372,24 +371,34 @@ void compare_groups_with_hardware(Run& run) {
     }
 }
 
-std::optional<uint32_t> next_hop_behind(Run& run, uint32_t number) {
+BehindGroup next_hop_behind(Run& run, uint32_t number) {
     EcmpWork work(run);
     uint32_t table = 0;
     work.entries.done(PD(ecmpGroup, get_mat_table_handle)(&table), "asking for the table's handle");
     const uint8_t key[] = {static_cast<uint8_t>(number >> 8), static_cast<uint8_t>(number)};
     pd_entry entry = 0;
     const pd_status status = vl_model_lookup(work.target.dev_id, table, key, sizeof key, 0, &entry);
-    if (status == VL_MODEL_NOT_FOUND) return std::nullopt;
+    if (status == VL_MODEL_NOT_FOUND) return {.next_hop = {}, .fault = "which has no entry"};
     check(status, "looking a packet up in ecmpGroup");
     PD(ecmpGroup, match_spec_t) read{};
     const pd_group group = read_entry(work, entry, read);
-    if (group == 0) return std::nullopt;
+    if (group == 0) return {.next_hop = {}, .fault = "whose entry leads to no group"};
     std::set<std::optional<uint32_t>> next_hops;
     walk_group(work, group, [&](pd_member member) {
         const std::optional<Path> path = read_member(work, member);
         next_hops.insert(path ? std::optional(path->next_hop) : std::nullopt);
     });
-    return next_hops.size() == 1 ? *next_hops.begin() : std::nullopt;
+    if (next_hops.empty()) return {.next_hop = {}, .fault = "which has no member"};
+    if (next_hops.size() > 1) return {.next_hop = {}, .fault = "whose paths lead to different next hops"};
+    return {.next_hop = *next_hops.begin(), .fault = "whose paths have another action"};
+}
+
+uint32_t group_number(Run& run, pd_entry entry) {
+    constexpr uint32_t read_from_driver = 0;
+    EcmpWork work(run);
+    PD(ecmpGroup, match_spec_t) key{};
+    read_entry(work, entry, key, read_from_driver);
+    return key.l3_nextHop;
 }
 
 void count_groups_left(Run& run) {

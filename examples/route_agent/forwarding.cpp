@@ -1,6 +1,7 @@
 // Sends packets through the route tables as the switch does, and compares where they go with the list. On a real switch
 // a traffic generator would do this; here the driver tells which entry in the hardware a packet takes.
 #include <random>
+#include <set>
 #include <unordered_map>
 
 #include "route_agent/damage.h"
@@ -31,10 +32,9 @@ constexpr std::span<const Stage> stages(Family family) {
 // What an entry of a route table leads to.
 struct Hop {
     TableId table;
-    pd_entry entry;
-    bool is_known = false;  // it has the action that the agent uses in the table
-    uint32_t number = 0;    // of the next hop or ECMP group; 0 for none
-    unsigned partition = 0; // in a first level
+    Content content;
+    bool is_known = false; // it has the action that the agent uses in the table
+    uint32_t number = 0;   // of the ECMP group, also if the action names a next hop; 0 for none
 };
 
 // The hardware during one round of packets. It doesn't change meanwhile, so this reads each entry once.
@@ -50,7 +50,8 @@ public:
         for (const auto& [table, second_level] : stages(family)) {
             const Hop* hop = match(table, false, run_.device.vrf, family, address);
             if (hop != nullptr && second_level && hop->is_known) {
-                const Hop* const within = match(*second_level, true, hop->partition, family, address);
+                const unsigned partition = hop->content.partition.value_or(0);
+                const Hop* const within = match(*second_level, true, partition, family, address);
                 if (within != nullptr) return within;
                 if (hop->number == 0) continue; // a first level that only names the partition
             }
@@ -60,63 +61,80 @@ public:
     }
 
     std::optional<uint32_t> next_hop(const Hop& hop) {
-        if (!hop.is_known) return std::nullopt;
-        const auto [known, is_new] = next_hops_.try_emplace(hop.number);
-        if (is_new) known->second = next_hop_behind(run_, hop.number);
-        return known->second;
+        return hop.is_known ? behind(hop.number).next_hop : std::nullopt;
     }
 
-    std::string text(const Hop& hop, std::optional<uint32_t> next_hop) const {
-        Content content;
-        check(route_tables[hop.table].read(run_.device, hop.entry, content), "reading an entry that a packet took");
-        return text_of(next_hop ? text_of("next hop ", *next_hop) : "an entry without a next hop", " in ",
-                       route_tables[hop.table].name, ": ", content);
+    std::string text(const Hop& hop) {
+        const char* const table = route_tables[hop.table].name;
+        if (!hop.is_known) return text_of("another action in ", table, ": ", hop.content);
+        const BehindGroup& end = behind(hop.number);
+        return text_of(end.next_hop ? text_of("next hop ", *end.next_hop)
+                                    : text_of("ECMP group ", hop.number, ", ", end.fault, ','),
+                       " by ", table, ' ', hop.content.prefix);
     }
 
 private:
     const Hop* match(TableId table, bool is_second_level, unsigned scope, Family family, Address address) {
-        std::array<uint8_t, 2 + 16> key{};
-        uint32_t length = 0;
-        if (is_second_level) key[length++] = static_cast<uint8_t>(scope >> 8);
-        key[length++] = static_cast<uint8_t>(scope);
-        to_ipv6(address, &key[length]); // an IPv4 address is the first four bytes
-        length += address_bits(family) / 8;
+        const PacketKey key = packet_key(is_second_level ? 2 : 1, scope, family, address);
         pd_entry entry = 0;
-        const pd_status status = vl_model_lookup(run_.device.target.dev_id, handles_[table], key.data(), length,
-                                                 is_second_level ? scope : 0, &entry);
+        const pd_status status = vl_model_lookup(run_.device.target.dev_id, handles_[table], key.bytes.data(),
+                                                 key.length, is_second_level ? scope : 0, &entry);
         if (status == VL_MODEL_NOT_FOUND) return nullptr;
         check(status, "looking a packet up");
-        const auto [known, is_new] = hops_[table].try_emplace(entry, Hop{.table = table, .entry = entry});
-        if (is_new) read(known->second);
+        const auto [known, is_new] = hops_[table].try_emplace(entry, Hop{.table = table, .content = {}});
+        if (is_new) read(known->second, entry);
         return &known->second;
     }
 
-    void read(Hop& hop) {
-        Content content;
-        check(route_tables[hop.table].read(run_.device, hop.entry, content), "reading an entry that a packet took");
-        hop.is_known = content.action == route_tables[hop.table].meant(run_.device, {}).action;
-        hop.number = std::max(content.ecmp_group, content.next_hop); // a table has only one of them
-        hop.partition = content.partition;
+    void read(Hop& hop, pd_entry entry) {
+        const RouteTable& table = route_tables[hop.table];
+        check(table.read(run_.device, entry, hop.content), "reading an entry that a packet took");
+        hop.is_known = hop.content.action == table.meant(run_.device, {}).action;
+        hop.number = hop.content.ecmp_group.value_or(hop.content.next_hop.value_or(0));
+    }
+
+    const BehindGroup& behind(uint32_t number) {
+        const auto [known, is_new] = groups_.try_emplace(number);
+        if (is_new) known->second = next_hop_behind(run_, number);
+        return known->second;
     }
 
     Run& run_;
     PerTable<uint32_t> handles_{};
     PerTable<std::unordered_map<pd_entry, Hop>> hops_;
-    std::unordered_map<uint32_t, std::optional<uint32_t>> next_hops_; // by number
+    std::unordered_map<uint32_t, BehindGroup> groups_; // by number
 };
 
-std::vector<Route> standing_routes(const Run& run) {
-    std::vector<Prefix> others;
+// What the packets of both families share in one round.
+struct Round {
+    Run& run;
+    Sent& sent;
+    Hardware hardware{run};
+    std::set<std::pair<const Route*, const Hop*>> shown = {}; // what strays should have taken, and took
+
+    void astray(Family family, Address address, const Route* meant, const Hop* hop) {
+        constexpr size_t most_shown = 10;
+        ++sent.astray;
+        if (shown.size() > most_shown || !shown.emplace(meant, hop).second) return;
+        if (shown.size() > most_shown)
+            return run.progress.message("packets: more addresses went astray " + sent.when + "; they are only counted");
+        run.progress.message(
+            text_of("packets: ", address_text(family, address), ' ', sent.when, ": expected ",
+                    meant != nullptr ? text_of("next hop ", meant->next_hop, " by ", meant->prefix) : "no route",
+                    ", found ", hop != nullptr ? hardware.text(*hop) : "no route"));
+    }
+};
+
+// Sorted. The routes that are not on the switch yet count as removed.
+std::vector<Prefix> removed_prefixes(const Run& run) {
+    std::vector<Prefix> removed;
     for (size_t i = 0; i < table_count; ++i)
         for (size_t row = 0; row < run.rows[i].size(); ++row) {
             const Entry& entry = run.plan.tables[i][row];
-            if (entry.group != 0 && run.rows[i][row] != RowState::standing) others.push_back(entry.prefix);
+            if (entry.group != 0 && run.rows[i][row] != RowState::standing) removed.push_back(entry.prefix);
         }
-    std::ranges::sort(others);
-    std::vector<Route> standing;
-    std::ranges::copy_if(run.routes, std::back_inserter(standing),
-                         [&](const Route& route) { return !std::ranges::binary_search(others, route.prefix); });
-    return standing;
+    std::ranges::sort(removed);
+    return removed;
 }
 
 Address random_address(Family family, std::mt19937_64& random) {
@@ -127,30 +145,31 @@ Address random_address(Family family, std::mt19937_64& random) {
 // The packets of one family.
 class Packets {
 public:
-    Packets(Account& account, Hardware& hardware, Sent& sent, Family family, const std::vector<Route>& routes)
-        : account_(account),
-          hardware_(hardware),
-          sent_(sent),
+    Packets(Round& round, Family family, std::span<const Prefix> removed)
+        : round_(round),
           family_(family),
-          segments_(segments_of(family, routes)) {}
+          segments_(segments_of(family, round.run.routes, removed)) {
+        for (size_t i = 0; i < segments_.size(); ++i)
+            if (segments_[i].first != last_of_segment(i)) wide_.push_back(i);
+    }
 
     // How many addresses send_all() sends.
     size_t count(size_t least) const {
-        return std::max(2 * segments_.size(), (least + 1) / 2) * 2;
+        return std::max(segments_.size() + wide_.size(), (least + 1) / 2) * 2;
     }
 
     // Half of them are ends of segments, or in segments. The ends of segments are the ends of all prefixes and the
     // addresses beside them. The other half are random.
     void send_all(size_t least) {
         const size_t half = count(least) / 2;
-        for (size_t i = 0; i < segments_.size(); ++i) {
-            send(segments_[i].first);
+        for (const Segment& segment : segments_)
+            send(segment.first);
+        for (const size_t i : wide_)
             send(last_of_segment(i));
-        }
-        for (size_t sent = 2 * segments_.size(); sent < half; ++sent) {
-            const size_t i = random_() % segments_.size();
+        for (size_t sent = segments_.size() + wide_.size(); sent < half; ++sent) {
+            const size_t i = wide_[random_() % wide_.size()];
             const Address room = last_of_segment(i) - segments_[i].first;
-            send(segments_[i].first + (room == 0 ? 0 : random_address(family_, random_) % room));
+            send(segments_[i].first + random_address(family_, random_) % room);
         }
         for (size_t sent = 0; sent < half; ++sent)
             send(random_start(random_address(family_, random_)));
@@ -177,37 +196,30 @@ private:
 
     void send(Address address) {
         const Route* const meant = longest_prefix(segments_, address);
-        const Hop* const hop = hardware_.route(family_, address);
-        ++sent_.addresses;
-        sent_.routed += meant != nullptr ? 1 : 0;
-        account_.run.progress.step();
-        const std::optional<uint32_t> next_hop = hop != nullptr ? hardware_.next_hop(*hop) : std::nullopt;
-        if (meant == nullptr ? hop == nullptr : next_hop == meant->next_hop) return;
-        ++sent_.astray;
-        const Prefix host = {address, static_cast<uint8_t>(address_bits(family_)), family_};
-        const std::string expected =
-            meant != nullptr ? text_of("next hop ", meant->next_hop, " by ", meant->prefix) : "no route";
-        account_.differs(host, ' ', sent_.when, ": expected ", expected, ", found ",
-                         hop == nullptr ? "no route" : hardware_.text(*hop, next_hop));
+        const Hop* const hop = round_.hardware.route(family_, address);
+        ++round_.sent.addresses;
+        round_.sent.in_list += meant != nullptr ? 1 : 0;
+        round_.run.progress.step();
+        const std::optional<uint32_t> next_hop = hop != nullptr ? round_.hardware.next_hop(*hop) : std::nullopt;
+        if (meant == nullptr ? hop != nullptr : next_hop != meant->next_hop)
+            round_.astray(family_, address, meant, hop);
     }
 
-    Account& account_;
-    Hardware& hardware_;
-    Sent& sent_;
+    Round& round_;
     const Family family_;
     const std::vector<Segment> segments_;
+    std::vector<size_t> wide_; // the segments of more than one address
     std::mt19937_64 random_;
 };
 
 } // namespace
 
 void send_packets(Run& run, const std::string& when, const std::vector<Prefix>& near) {
-    const std::vector<Route> routes = standing_routes(run);
+    const std::vector<Prefix> removed = removed_prefixes(run);
     Sent& sent = run.sent.emplace_back(Sent{.when = when});
-    Account account(run, "packets", run.astray);
-    Hardware hardware(run);
-    Packets ipv4(account, hardware, sent, Family::ipv4, routes);
-    Packets ipv6(account, hardware, sent, Family::ipv6, routes);
+    Round round{.run = run, .sent = sent};
+    Packets ipv4(round, Family::ipv4, removed);
+    Packets ipv6(round, Family::ipv6, removed);
     const auto ipv6_routes =
         std::ranges::count_if(run.routes, [](const Route& route) { return route.prefix.family == Family::ipv6; });
     const size_t ipv6_least = run.packets * static_cast<size_t>(ipv6_routes) / run.routes.size();
@@ -221,6 +233,22 @@ void send_packets(Run& run, const std::string& when, const std::vector<Prefix>& 
     sent.busy = Clock::now() - start;
 }
 
+namespace {
+
+// Damage to a first level also concerns the prefixes of its partition in the second level.
+void add_damaged(const Plan& plan, size_t table, const Entry& entry, std::vector<Prefix>& prefixes) {
+    prefixes.push_back(entry.prefix);
+    for (const auto& [first_level, second_level] : stages(entry.prefix.family)) {
+        if (first_level != table || !second_level) continue;
+        const std::vector<Entry>& routes = plan.tables[*second_level]; // sorted by partition
+        auto route = std::ranges::lower_bound(routes, entry.partition, {}, &Entry::partition);
+        for (; route != routes.end() && route->partition == entry.partition; ++route)
+            prefixes.push_back(route->prefix);
+    }
+}
+
+} // namespace
+
 std::vector<Prefix> corrupt_hardware(Run& run, uint32_t count, uint32_t seed) {
     size_t entries = run.ecmp_entries.added;
     for (const Tally& tally : run.tallies)
@@ -233,7 +261,7 @@ std::vector<Prefix> corrupt_hardware(Run& run, uint32_t count, uint32_t seed) {
     run.progress.message(text_of("Damaged in the hardware: ", grouped(count), count == 1 ? " entry" : " entries"));
     std::vector<Prefix> prefixes;
     for (const vl_model_corruption& damage : damages) {
-        std::string entry = text_of("ecmpGroup handle ", damage.ent_hdl);
+        std::string entry;
         for (size_t i = 0; i < table_count; ++i) {
             uint32_t table = 0;
             check(route_tables[i].handle(&table), "asking for a table's handle");
@@ -241,9 +269,10 @@ std::vector<Prefix> corrupt_hardware(Run& run, uint32_t count, uint32_t seed) {
             const Work work(run, i);
             const Placed* const placed = work.row_of(damage.ent_hdl);
             if (placed == nullptr) continue;
-            prefixes.push_back(work.entries[placed->row].prefix);
-            entry = text_of(work.name, ' ', prefixes.back());
+            add_damaged(run.plan, i, work.entries[placed->row], prefixes);
+            entry = text_of(work.name, ' ', work.entries[placed->row].prefix);
         }
+        if (entry.empty()) entry = text_of("ecmpGroup ", group_number(run, damage.ent_hdl));
         run.progress.message("  " + entry + ": " + damage_text(damage));
     }
     return prefixes;

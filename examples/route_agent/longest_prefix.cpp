@@ -5,24 +5,30 @@
 
 namespace route_agent {
 
-std::vector<Segment> segments_of(Family family, const std::vector<Route>& routes) {
+std::vector<Segment> segments_of(Family family, const std::vector<Route>& routes, std::span<const Prefix> removed) {
     std::vector<Segment> segments(1);
     const auto begin = [&](Address first, const Route* route) {
         if (segments.back().first != first) segments.emplace_back();
         segments.back() = {first, route};
     };
-    std::vector<const Route*> open; // their prefixes lie in each other
+    struct Open {
+        Address last;
+        const Route* route; // the longest so far
+    };
+    std::vector<Open> open; // prefixes that lie in each other
+    const auto longest = [&] { return open.empty() ? nullptr : open.back().route; };
     const auto close = [&] {
-        const Address last = last_of(open.back()->prefix);
+        const Address last = open.back().last;
         open.pop_back();
-        if (last != ~Address{0}) begin(last + 1, open.empty() ? nullptr : open.back());
+        if (last != ~Address{0}) begin(last + 1, longest());
     };
     for (const Route& route : routes) {
         if (route.prefix.family != family) continue;
-        while (!open.empty() && last_of(open.back()->prefix) < route.prefix.address)
+        while (!open.empty() && open.back().last < route.prefix.address)
             close();
-        begin(route.prefix.address, &route);
-        open.push_back(&route);
+        const bool is_removed = std::ranges::binary_search(removed, route.prefix);
+        open.push_back({last_of(route.prefix), is_removed ? longest() : &route});
+        begin(route.prefix.address, longest());
     }
     while (!open.empty())
         close();

@@ -214,9 +214,9 @@ bool all_as_meant(const Run& run) {
     size_t members = 0;
     for (size_t row = 0; row < run.groups.size(); ++row)
         members += path_count(run.plan.groups[row], run.plan.first_group + row, load_count - 1);
-    return run.astray.differences == 0 && as_meant(run.ecmp_entries, run.groups.size()) &&
-           run.ecmp_entries.in_hardware == run.ecmp_entries.left && as_meant(run.ecmp_groups, run.groups.size()) &&
-           as_meant(run.ecmp_members, members);
+    return std::ranges::all_of(run.sent, [](const Sent& sent) { return sent.astray == 0; }) &&
+           as_meant(run.ecmp_entries, run.groups.size()) && run.ecmp_entries.in_hardware == run.ecmp_entries.left &&
+           as_meant(run.ecmp_groups, run.groups.size()) && as_meant(run.ecmp_members, members);
 }
 
 void print_report(std::ostream& out, const Run& run) {
@@ -233,11 +233,11 @@ void print_report(std::ostream& out, const Run& run) {
     print_row(out, "total", total);
     print_row(out, "ECMP groups", without_calls(run.ecmp_groups));
     print_row(out, "ECMP members", without_calls(run.ecmp_members));
-    print_row(out, "packets sent", {"addresses", "routed", "astray", "addresses/s"});
+    print_row(out, "packets sent", {"addresses", "in the list", "astray", "addresses/s"});
     for (const Sent& sent : run.sent)
         print_row(
             out, sent.when,
-            {grouped(sent.addresses), grouped(sent.routed), grouped(sent.astray), rate(sent.addresses, sent.busy)});
+            {grouped(sent.addresses), grouped(sent.in_list), grouped(sent.astray), rate(sent.addresses, sent.busy)});
 }
 
 } // namespace route_agent

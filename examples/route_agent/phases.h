@@ -26,14 +26,17 @@ void restart(Run& run, RestoreBy by);
 void read_back(Run& run);
 
 // Sends packets through the tables in the hardware, to addresses at both ends of all prefixes, beside them and in them,
-// and to as many random ones. Each must go where the longest prefix of the list leads, except that the routes that
-// don't stand don't count. Also sends to all addresses that differ in one bit from the first one of a prefix in `near`.
+// and to as many random ones. Each must go where the longest prefix of the list leads. Only routes that are on the switch
+// count, but packets also go to the ends of the others. Also sends to all addresses that differ in one bit from the first
+// one of a prefix in `near`. Shows the first stray of each expected prefix and entry taken, and counts all.
 void send_packets(Run& run, const std::string& when, const std::vector<Prefix>& near = {});
 
-// Damages random entries in the hardware, and lists them. Returns the prefixes of those in route tables.
+// Damages random entries in the hardware, and lists them. Returns the prefixes of those in route tables, and for a first
+// level also the prefixes of its partition.
 std::vector<Prefix> corrupt_hardware(Run& run, uint32_t count, uint32_t seed);
 
-// Lets idle time pass for the host routes, sends packets to most of them, and removes those that the driver calls idle.
+// Lets idle time pass for the host routes, and sends a packet to most hosts. Each packet must take the host's entry.
+// Removes the entries that the driver reports as idle.
 void age_hosts(Run& run);
 
 // Removes every second route by key, the partitions that are then empty, and the groups that no route leads to.
@@ -73,9 +76,18 @@ EcmpCounts learn_groups(Run& run);
 // Removes the groups to which no route leads any more.
 void remove_groups_without_routes(Run& run);
 
-// The next hop to which all paths of the group lead that a packet with this number takes, in hardware. Nothing if there
-// is no such group, or its paths disagree.
-std::optional<uint32_t> next_hop_behind(Run& run, uint32_t number);
+// Where a group leads: the next hop of all its paths, or the reason why it has none.
+struct BehindGroup {
+    std::optional<uint32_t> next_hop;
+    const char* fault = nullptr; // "which has no entry"
+};
+
+// Where a packet goes if it takes the group with this number, in hardware. Compares the next hops of the paths, not
+// their next-hop tables: each path has a different table.
+BehindGroup next_hop_behind(Run& run, uint32_t number);
+
+// The number of the group that the entry of ecmpGroup leads to, as the driver keeps it.
+uint32_t group_number(Run& run, pd_entry entry);
 
 // Looks for the entries of the groups that were removed.
 void check_groups_gone(Run& run);

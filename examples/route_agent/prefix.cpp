@@ -48,12 +48,16 @@ std::optional<Address> parse_address(Family family, std::string_view text) {
     return from_ipv6(bytes.data()); // the four bytes of IPv4 end up on top
 }
 
-std::ostream& operator<<(std::ostream& out, const Prefix& prefix) {
+std::string address_text(Family family, Address address) {
     std::array<uint8_t, 16> bytes{};
-    to_ipv6(prefix.address, bytes.data());
+    to_ipv6(address, bytes.data());
     std::array<char, INET6_ADDRSTRLEN> text{};
-    inet_ntop(prefix.family == Family::ipv4 ? AF_INET : AF_INET6, bytes.data(), text.data(), text.size());
-    return out << text.data() << '/' << unsigned{prefix.length};
+    inet_ntop(family == Family::ipv4 ? AF_INET : AF_INET6, bytes.data(), text.data(), text.size());
+    return text.data();
+}
+
+std::ostream& operator<<(std::ostream& out, const Prefix& prefix) {
+    return out << address_text(prefix.family, prefix.address) << '/' << unsigned{prefix.length};
 }
 
 } // namespace route_agent

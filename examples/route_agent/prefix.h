@@ -61,6 +61,7 @@ constexpr Address last_of(const Prefix& prefix) {
 std::vector<Prefix> split_range(Family family, Address first, Address last);
 
 std::optional<Address> parse_address(Family family, std::string_view text);
+std::string address_text(Family family, Address address);          // "10.0.0.0"
 std::ostream& operator<<(std::ostream& out, const Prefix& prefix); // "10.0.0.0/8"
 
 // Joins what the parts print.

@@ -1,6 +1,8 @@
 // How an entry of the plan fills the records of each route table. The rows at the end describe the tables.
 #include "route_agent/route_tables.h"
 
+#include <utility>
+
 namespace route_agent {
 namespace {
 
@@ -143,6 +145,15 @@ constexpr PerTable<RouteTable> route_tables = {
     LPM_TABLE(ipv6LgMaskPartition0, setIpv6PrtResultXFirst, l3Info_vrfId, ingIpv6_dip),
 };
 
+PacketKey packet_key(unsigned scope_bytes, unsigned scope, Family family, Address address) {
+    PacketKey key;
+    if (scope_bytes == 2) key.bytes[key.length++] = static_cast<uint8_t>(scope >> 8);
+    key.bytes[key.length++] = static_cast<uint8_t>(scope);
+    to_ipv6(address, &key.bytes[key.length]); // an IPv4 address is the first four bytes
+    key.length += address_bits(family) / 8;
+    return key;
+}
+
 pd_status compare_placement(const Device& device, GetPlacement* placement, EqualToHardware* equal_to_hardware,
                             pd_entry handle, std::string& difference) {
     constexpr size_t longest_difference = 65; // characters that the library writes at most
@@ -161,10 +172,16 @@ std::ostream& operator<<(std::ostream& out, const Content& content) {
         out << "the default entry";
     else
         out << content.prefix;
-    return out << " under " << content.scope << ", " << (action != nullptr ? action : "an unknown action") << " (pri "
-               << content.result_priority << ", partition " << content.partition << ", next-hop table "
-               << content.next_hop_table << ", next hop " << content.next_hop << ", ECMP group " << content.ecmp_group
-               << ')';
+    out << " under " << content.scope << ", " << (action != nullptr ? action : "an unknown action");
+    const std::pair<const char*, std::optional<uint32_t>> parameters[] = {{"pri ", content.result_priority},
+                                                                          {"partition ", content.partition},
+                                                                          {"next-hop table ", content.next_hop_table},
+                                                                          {"next hop ", content.next_hop},
+                                                                          {"ECMP group ", content.ecmp_group}};
+    const char* before = " (";
+    for (const auto& [name, value] : parameters)
+        if (value) out << std::exchange(before, ", ") << name << *value;
+    return out << (before[0] == ',' ? ")" : "");
 }
 
 } // namespace route_agent

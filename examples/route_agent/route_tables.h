@@ -2,6 +2,7 @@
 // of functions over entries of the plan.
 #pragma once
 
+#include <optional>
 #include <ostream>
 #include <string>
 
@@ -10,19 +11,15 @@
 
 namespace route_agent {
 
-// What an entry of the pipeline says, in terms that fit every route table. What a table lacks is 0.
+// What an entry of the pipeline says, in terms that fit every route table.
 struct Content {
     bool is_default = false;
     uint32_t action = 0; // by number
     // The key: the VRF, or the partition in a second level, and the prefix.
     unsigned scope = 0;
     Prefix prefix;
-    // The parameters, filled in only for the action that the agent uses in the table.
-    unsigned result_priority = 0;
-    unsigned partition = 0;
-    unsigned next_hop_table = 0;
-    uint32_t next_hop = 0;
-    uint32_t ecmp_group = 0;
+    // The parameters that the action has, filled in only for the action that the agent uses in the table.
+    std::optional<uint32_t> result_priority, partition, next_hop_table, next_hop, ecmp_group;
 
     friend bool operator==(const Content&, const Content&) = default;
 };
@@ -53,6 +50,13 @@ struct RouteTable {
 };
 
 extern const PerTable<RouteTable> route_tables;
+
+// A packet's fields in the form of a route table's key: the VRF or partition, in this many bytes, and the address.
+struct PacketKey {
+    std::array<uint8_t, 2 + 16> bytes{};
+    uint32_t length = 0;
+};
+PacketKey packet_key(unsigned scope_bytes, unsigned scope, Family family, Address address);
 
 // Asks whether the hardware holds the entry as the driver's placement data says. If not, `difference` says how.
 pd_status compare_placement(const Device& device, GetPlacement* placement, EqualToHardware* equal_to_hardware,

@@ -43,7 +43,7 @@ struct Placed {
 struct Sent {
     std::string when; // "after ageing"
     size_t addresses = 0;
-    size_t routed = 0; // that have a route in the list
+    size_t in_list = 0; // that have a route in the list, which stands
     size_t astray = 0;
     Clock::duration busy{};
 };
@@ -78,7 +78,6 @@ struct Run {
     std::vector<Route> routes;      // the list, sorted by prefix; only send_packets() reads it
     size_t packets = 0;             // the least number that send_packets() sends
     std::vector<Sent> sent;
-    Tally astray; // counts as differences the packets that didn't go where the list says
 };
 
 // Counts calls and differences for one tally, and the time while this exists.
