@@ -1,4 +1,5 @@
-// The pipeline as JSON, for programs in any language. generator/pipeline.schema.json describes it.
+// The pipeline as JSON, for programs in any language. generator/pipeline.schema.json describes it. The completion of
+// pd-show relies on cJSON_Print's lines.
 #include <cjson/cJSON.h>
 
 #include <cstdlib>
@@ -65,6 +66,12 @@ const char* text_of(Cell cell) {
     return texts[static_cast<size_t>(cell)];
 }
 
+// What follows the field in the record; null for nothing.
+const char* partner_kind(const KeyField& field) {
+    if (field.match == Match::exact) return nullptr;
+    return field.match == Match::lpm ? "prefix_length" : "mask";
+}
+
 void add_key(cJSON* table, const Table& row) {
     const KeyLayout layout = key_layout(row);
     cJSON* const key = add_list(table, "key");
@@ -87,7 +94,7 @@ void add_key(cJSON* table, const Table& row) {
             continue;
         }
         cJSON* const partner = cJSON_AddObjectToObject(item, "partner");
-        put(partner, "kind", field.match == Match::lpm ? "prefix_length" : "mask");
+        put(partner, "kind", partner_kind(field));
         put(partner, "pd_name", (field.pd_name + partner_suffix(field)).c_str());
         put(partner, "record_offset", place.partner_offset);
         put(partner, "record_bytes", place.partner_bytes);
@@ -242,13 +249,15 @@ void add_services(cJSON* pipeline, const Catalog& rows) {
 }
 
 // The columns of a table's key or of an action, each with the names of its fields or parameters.
-template <class Field, class Name>
-void add_columns(cJSON* object, const char* name, const std::vector<Shown>& columns, List<Field> fields, Name name_of) {
+template <class Field, class Name, class Partner>
+void add_columns(cJSON* object, const char* name, const std::vector<Shown>& columns, List<Field> fields, Name name_of,
+                 Partner partner_of) {
     cJSON* const list = add_list(object, name);
     for (const Shown& column : columns) {
         cJSON* const item = add_row(list);
         put(item, "label", column.label.c_str());
         put(item, "tag", text_of(column.tag));
+        put(item, "partner", partner_of(fields.begin()[column.first]));
         cJSON* const parts = add_list(item, "fields");
         for (size_t i = column.first; i < column.first + column.count; ++i)
             cJSON_AddItemToArray(parts, cJSON_CreateString(name_of(fields.begin()[i])));
@@ -259,12 +268,14 @@ void add_display(cJSON* pipeline, const Catalog& rows) {
     cJSON* const display = cJSON_AddObjectToObject(pipeline, "display");
     cJSON* const keys = cJSON_AddObjectToObject(display, "keys");
     for (const Table& table : tables(rows))
-        add_columns(keys, table.name, shown_fields(table), table.key,
-                    [](const KeyField& field) { return field.pd_name; });
+        add_columns(
+            keys, table.name, shown_fields(table), table.key, [](const KeyField& field) { return field.pd_name; },
+            partner_kind);
     cJSON* const params = cJSON_AddObjectToObject(display, "actions");
     for (const Action& action : rows.actions)
-        add_columns(params, action.name, shown_params(action), action.params,
-                    [](const Param& param) { return param.name; });
+        add_columns(
+            params, action.name, shown_params(action), action.params, [](const Param& param) { return param.name; },
+            [](const Param&) -> const char* { return nullptr; });
 }
 
 } // namespace

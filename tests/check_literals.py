@@ -193,6 +193,8 @@ def main():
     with open(pipeline_file, encoding="ascii") as text, open(schema_file, encoding="ascii") as schema:
         pipeline = json.load(text)
         jsonschema.validate(pipeline, json.load(schema))
+    for rows, display in (("tables", "keys"), ("actions", "actions")):
+        expect(f"display of {rows}", [row["name"] for row in pipeline[rows]], list(pipeline["display"][display]))
 
     values = {}
     schemas, narrowed = {}, {}

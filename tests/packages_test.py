@@ -38,10 +38,10 @@ def check_agents(root, folder):
     # The loader of a machine searches in its own /usr/lib; the linker's option does so in this root.
     here = f"-Wl,-rpath,{libraries}"
     (folder / "agent.c").write_text(re.search(r"```c\n(.*?)```", readme, re.DOTALL)[1])
-    command = re.search(r"^    (cc agent\.c \$\(pkg-config .*\))$", readme, re.MULTILINE)[1]
+    command = re.search(r"^    (cc agent\.c \$\(pkg-config .*\) -o agent)$", readme, re.MULTILINE)[1]
     output = re.search(r"prints\s+`(.*?)`", readme)[1] + "\n"
     run("sh", "-c", f"{command} {here}", cwd=folder, environment=search)
-    check("the agent", run(folder / "a.out"), output)
+    check("the agent", run(folder / "agent"), output)
 
     examples = root / "usr/share/doc/vl-bf-pd-tools/examples"
     flags = run("pkg-config", "--cflags", "--libs", "vl_bf_pd_default", "vl_driver_model", environment=search).split()
@@ -120,6 +120,11 @@ def main():
     packages = sorted(path for path in pathlib.Path(sys.argv[1]).glob("*.deb") if "-dbgsym_" not in path.name)
     version = re.search(r"project\(vl_bf_pd VERSION (\S+)", (source / "CMakeLists.txt").read_text())[1]
     check("versions", {run("dpkg-deb", "-f", path, "Version").strip() for path in packages}, {version})
+    # dpkg-shlibdeps finds the library's package by the names in it.
+    library = next(path for path in packages if path.name.startswith("libvl-bf-pd-default_"))
+    symbols = set(re.findall(r"^ (\S+)@Base ", run("dpkg-deb", "-I", library, "symbols"), re.M))
+    exports = (source / "abi/exports.txt").read_text().splitlines()
+    check("symbols", symbols ^ {line.split("\t")[0] for line in exports}, set())
     with tempfile.TemporaryDirectory() as temporary:
         folder = pathlib.Path(temporary)
         root = folder / "root"

@@ -50,7 +50,7 @@ inline constexpr Family entries_families[] = {
 inline constexpr Family reading_families[] = {
     {.over = Over::every_table, .name = "{p}{table}_get_entry",
      .doc = "Reads an entry of {table}: [keyed?its key, ][priority?its priority, ][indirect?and the member (*has_mbr "
-            "is 1) or group (*has_grp is 1) of {profile} that it points at. Writes only this handle.|and its action: "
+            "is 1) or group (*has_grp is 1) of {profile} that it points at. Writes only this handle.|[keyed?and ]its action: "
             "full name ({name_bytes} bytes), record and number. action_name and action_id may be null.[specs? "
             "action_spec needs room for {action_specs}.]][keyed? *is_default is 1 for the default entry; its key is "
             "zero.] {status}[indirect?| PD_STATUS_UNEXPECTED: the answer holds no action of this table. "
@@ -72,7 +72,7 @@ inline constexpr Family reading_families[] = {
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry *entry_hdl",
      .call = "reading::get_first({table_handle}, {args})"},
     {.over = Over::every_table, .name = "{p}{table}_get_next_entry_handles",
-     .doc = "Writes the handles of the n entries after entry_hdl in {table}; PD_HDL_END ends them. {status}",
+     .doc = "Writes the handles of up to n entries after entry_hdl in {table}; PD_HDL_END ends them. {status}",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, pd_entry entry_hdl, uint32_t n, pd_entry *next_entry_hdls",
      .call = "reading::get_next({table_handle}, {args})"},
     {.over = Over::keyed_table, .name = "unbuild_key_{table}",

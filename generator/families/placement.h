@@ -36,7 +36,7 @@ inline constexpr Family placement_families[] = {
 inline constexpr Family placement_reading_families[] = {
     {.over = Over::every_table, .name = "{p}{table}_get_entry_from_plcmt_data",
      .doc = "Decodes an entry of {table}: [keyed?its key, ][priority?its priority, ][indirect?and the member "
-            "(*has_mbr is 1) or group (*has_grp is 1) of {profile} that it points at.|and its action in "
+            "(*has_mbr is 1) or group (*has_grp is 1) of {profile} that it points at.|[keyed?and ]its action in "
             "action_record: the number, then the record from byte 4 on.][keyed? *is_default is 1 for the default "
             "entry; its key is zero.| *is_default is always 1.] {status}[indirect?| PD_STATUS_INVALID: the data "
             "holds no action of this table. PD_STATUS_NO_MEMORY: nothing is written.]",

@@ -8,8 +8,8 @@ namespace generator {
 // clang-format off
 inline constexpr Family digests_families[] = {
     {.over = Over::digest, .name = "{p}{resource}_register",
-     .doc = "Registers a callback for {resource}, of the type pipe_digest_cb. It finds entries of "
-            "{p}{resource}_entry_t. {status}",
+     .doc = "Registers a callback for {resource}, of the type pipe_digest_cb. The message holds "
+            "entries of the type {p}{resource}_entry_t. {status}",
      .arguments = "pd_session sess_hdl, pd_device dev_id, pd_driver_callback callback, void *cookie",
      .call = "digests::register_callback({handle}, {args})"},
     {.over = Over::digest, .name = "{p}{resource}_deregister",
@@ -70,7 +70,7 @@ inline constexpr Family value_sets_families[] = {
      .arguments = "pd_session sess_hdl, pd_pvs_target target, uint32_t *entry_hdl",
      .call = "value_sets::get_first({handle}, {args})"},
     {.over = Over::value_set, .name = "{p}pvs_{resource}_entry_get_next_entry_handles",
-     .doc = "Writes the handles of the `count` entries after entry_hdl in {resource}. {status}",
+     .doc = "Writes the handles of up to `count` entries after entry_hdl in {resource}. {status}",
      .arguments = "pd_session sess_hdl, pd_pvs_target target, uint32_t entry_hdl, uint32_t count, "
                   "uint32_t *next_entry_hdls",
      .call = "value_sets::get_next({handle}, {args})"},
@@ -91,8 +91,8 @@ inline constexpr Family hash_families[] = {
      .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t algorithm",
      .call = "hash::algorithm_set(h::{calc}, {args})"},
     {.over = Over::hash_calculation, .name = "{p}hash_calc_{calc}_algorithm_get",
-     .doc = "Writes the algorithm of {calc}, which is 0. {status} PD_STATUS_INVALID: the driver reports another one "
-            "or fails; nothing is written.",
+     .doc = "Writes the algorithm of {calc}, which is 0. Returns 0, or PD_STATUS_INVALID if the driver reports another "
+            "one or fails; then nothing is written.",
      .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t *algorithm",
      .call = "hash::algorithm_get(h::{calc}, {args})"},
     {.over = Over::hash_calculation, .name = "{p}hash_calc_{calc}_seed_set",
@@ -108,8 +108,8 @@ inline constexpr Family hash_families[] = {
      .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t input",
      .call = "hash::input_set(h::{calc}, {args})"},
     {.over = Over::hash_calculation, .name = "{p}hash_calc_{calc}_input_get",
-     .doc = "Writes the input of {calc}, which is 0. {status} PD_STATUS_INVALID: the driver reports another one or "
-            "fails; nothing is written.",
+     .doc = "Writes the input of {calc}, which is 0. Returns 0, or PD_STATUS_INVALID if the driver reports another "
+            "one or fails; then nothing is written.",
      .arguments = "pd_session sess_hdl, pd_device dev_id, uint32_t *input",
      .call = "hash::input_get(h::{calc}, {args})"},
     {.over = Over::hash_calculation, .name = "{p}hash_calc_{calc}_input_field_attribute_set",

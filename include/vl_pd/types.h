@@ -29,13 +29,15 @@ typedef uint32_t pd_status;
 enum {
     PD_STATUS_OK = 0,
     PD_STATUS_NO_MEMORY = 2,  /* an allocation failed */
-    PD_STATUS_INVALID = 3,    /* an unknown enumeration value, or placement data with an unknown action */
+    PD_STATUS_INVALID = 3,    /* an unknown enumeration value, placement data with an unknown action, or a hash
+                                 calculation's setting that can't be read or isn't the pipeline's */
     PD_STATUS_UNEXPECTED = 15 /* the driver's answer can't come from this pipeline */
 };
 /* An operation names an action that isn't the member's, or a handle that belongs to no profile. */
 #define PD_STATUS_MISMATCH UINT32_C(0xFFFFFFFF)
 
-/** Says in words what a status of the library means. All other statuses are "status of the driver". */
+/** Says in words what a status of the library means. All other statuses are "status of the driver". A driver may use the
+ *  library's numbers, too. */
 static inline const char* pd_status_text(pd_status status) PD_NOEXCEPT {
     switch (status) {
     case PD_STATUS_OK:
@@ -43,7 +45,7 @@ static inline const char* pd_status_text(pd_status status) PD_NOEXCEPT {
     case PD_STATUS_NO_MEMORY:
         return "out of memory";
     case PD_STATUS_INVALID:
-        return "invalid argument or placement data";
+        return "invalid argument, placement data or hash setting";
     case PD_STATUS_UNEXPECTED:
         return "the driver's answer can't come from this pipeline";
     case PD_STATUS_MISMATCH:

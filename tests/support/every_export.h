@@ -97,7 +97,7 @@ private:
     std::map<std::string, uint32_t> made_; // handles
     std::map<std::string, uint64_t> blobs_;
     std::array<Bytes, 8> output_buffers_;
-    Bytes input_;
+    alignas(4096) std::array<uint8_t, 1 << 12> input_{}; // libc's work depends on the place in a page
     uint32_t width_ = 8, count_ = 1, read_from_hw_ = 1;
     pd_meter_spec meter_{1, 2, 3, 4, PD_METER_TYPE_COLOR_UNAWARE};
     pipe_match_record match_;
