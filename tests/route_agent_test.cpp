@@ -234,6 +234,7 @@ TEST(RouteAgentLongestPrefix, IsThatOfAScan) {
                 list[network_of(family, address(), random(3) == 0 ? random(bits) : bits - random(6))] = random(100);
             list[network_of(family == Family::ipv4 ? Family::ipv6 : Family::ipv4, 0, 0)] = 1;
             std::vector<Route> routes;
+            routes.reserve(list.size());
             for (const auto& [prefix, next_hop] : list)
                 routes.push_back({prefix, next_hop});
             std::vector<Prefix> removed;
