@@ -92,10 +92,7 @@ const std::vector<Export>& every_export() {
     return sorted;
 }
 
-ExportCalls::ExportCalls(uint8_t dirt, bool is_first)
-    : dirt_(dirt),
-      is_first_(is_first),
-      prints_(std::tmpfile()) {
+ExportCalls::ExportCalls(uint8_t dirt, bool is_first) : dirt_(dirt), is_first_(is_first), prints_(std::tmpfile()) {
     output_buffers_.fill(Bytes(1 << 14));
     for (size_t i = 0; i < input_.size(); i += 2)
         input_[i] = 1; // a value that is valid in fields of any width
