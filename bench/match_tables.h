@@ -1,5 +1,5 @@
-// Tables of the embedded driver that packets meet: exact, with prefixes of sixteen lengths, and masked. Entry i and packet
-// i belong together, and the packet matches no other entry.
+// Tables of the embedded driver that packets meet: exact, with prefixes of sixteen lengths, and masked. Entry i and
+// packet i belong together, and the packet matches no other entry.
 #pragma once
 
 #include <array>

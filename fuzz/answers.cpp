@@ -1,6 +1,7 @@
 // Fuzzes what a driver answers. An input is the number of a family of exported functions, that of one of its functions,
 // and the driver's answers to its calls; then the next family. No answer makes the library touch memory that it doesn't
-// own, leak, write an output of its own after a failure, or write a text beyond the room that the public header asks for.
+// own, leak, write an output of its own after a failure, or write a text beyond the room that the public header asks
+// for.
 #include "fuzz/any_answer.h"
 #include "support/every_export.h"
 

@@ -1,6 +1,6 @@
 // Fuzzes lists of routes. An input is the text of a list, or behind an odd byte the routes of a list that is sound. The
-// agent refuses a bad list. After a sound one it finds all as meant on the switch, and its packets reach the next hop of
-// the longest prefix in the list.
+// agent refuses a bad list. After a sound one it finds all as meant on the switch, and its packets reach the next hop
+// of the longest prefix in the list.
 #include <map>
 #include <sstream>
 

@@ -1,6 +1,6 @@
 // What an operation leaves behind when one of its steps fails. A step is a call of the driver or an allocation. Every
-// exported function is called with its first step refused, then with its second, until no step is left. The same is done
-// to the library's callbacks. The work of the embedded driver itself isn't swept.
+// exported function is called with its first step refused, then with its second, until no step is left. The same is
+// done to the library's callbacks. The work of the embedded driver itself isn't swept.
 #include "support/every_export.h"
 
 #include <cjson/cJSON.h>
@@ -169,8 +169,8 @@ struct Attempt {
     }
 };
 
-// The shadow learns of a change after the driver has accepted it, so its refusal doesn't count. No member has resources,
-// so a refusal to list them doesn't count either.
+// The shadow learns of a change after the driver has accepted it, so its refusal doesn't count. No member has
+// resources, so a refusal to list them doesn't count either.
 bool is_ignored(const std::string& step) {
     return step.starts_with("p4_pd_ms_") && !step.starts_with("p4_pd_ms_get_") && step != "p4_pd_ms_del_grp";
 }

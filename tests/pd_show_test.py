@@ -398,8 +398,8 @@ class Matched(unittest.TestCase):
                 (r"nothing: there is no default entry\n", "ecmpGroup"),
                 (r"because    of 7 entries that match, it has the longest prefix, /9\n", "ipv4ShortMaskLpm", "vrfId=2",
                  "dip=10.1.2.3"),
-                (r"because    of 6 entries that match, it has the longest prefix, /8\n(.*\n){4} +#2 vrfId=0x2 dip=0\.0\.0\.0/0 "
-                 r".*\n\Z", "ipv4ShortMaskLpm", "vrfId=2", "dip=10.129.0.1"),
+                (r"because    of 6 entries that match, it has the longest prefix, /8\n"
+                 r"(.*\n){4} +#2 vrfId=0x2 dip=0\.0\.0\.0/0 .*\n\Z", "ipv4ShortMaskLpm", "vrfId=2", "dip=10.129.0.1"),
                 (r"because    of 2 entries that match, it has the longest prefix, /24\n  next best  #\d partIdx=0 dip=0\.1\."
                  r"0\.0/16 ", "ipv4FinalResolve0", "dip=10.1.2.3"),
                 (r"partIdx=1 .*\n  because    no other entry matches\n\Z", "ipv4FinalResolve0", "partIdx=1",

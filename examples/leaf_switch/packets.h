@@ -69,8 +69,8 @@ struct ActionOf {
         p4_pd_velmar_switch_action_##action                                                                            \
     }
 
-// send_for_parameters(leaf, ACTION(ipv4Host, setNextHop), packet, 64) sends the packet and returns the parameters of the
-// action. If the packet meets another action, all parameters are 0.
+// send_for_parameters(leaf, ACTION(ipv4Host, setNextHop), packet, 64) sends the packet and returns the parameters of
+// the action. If the packet meets another action, all parameters are 0.
 template <class Key, class GetEntry, class GetDefault, class Parameters>
 Parameters send_for_parameters(const Leaf& leaf, pd_status (*table)(uint32_t*), const char* (*schema)(),
                                int (*value)(const Key*, char*), GetEntry* get_entry, GetDefault* get_default,

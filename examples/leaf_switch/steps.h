@@ -106,8 +106,8 @@ void set_default(Leaf& leaf, const std::string& what, Set* set, Reset* reset, Ar
     at_shut_down(leaf, "resetting " + what, [=](const Leaf& made) { return reset(made.session, made.target); });
 }
 
-// If several entries of a masked table match a packet, the embedded driver takes the one with the lowest priority number.
-// In most tables of this switch no two entries match the same packet, so any priority will do.
+// If several entries of a masked table match a packet, the embedded driver takes the one with the lowest priority
+// number. In most tables of this switch no two entries match the same packet, so any priority will do.
 inline constexpr uint32_t any_priority = 1;
 
 } // namespace leaf_switch

@@ -233,7 +233,7 @@ void print_report(std::ostream& out, const Run& run) {
     print_row(out, "total", total);
     print_row(out, "ECMP groups", without_calls(run.ecmp_groups));
     print_row(out, "ECMP members", without_calls(run.ecmp_members));
-    print_row(out, "packets sent", {"addresses", "in the list", "astray", "addresses/s"});
+    print_row(out, "packets sent", {"addresses", "with route", "astray", "addresses/s"});
     for (const Sent& sent : run.sent)
         print_row(
             out, sent.when,

@@ -26,13 +26,13 @@ void restart(Run& run, RestoreBy by);
 void read_back(Run& run);
 
 // Sends packets through the tables in the hardware, to addresses at both ends of all prefixes, beside them and in them,
-// and to as many random ones. Each must go where the longest prefix of the list leads. Only routes that are on the switch
-// count, but packets also go to the ends of the others. Also sends to all addresses that differ in one bit from the first
-// one of a prefix in `near`. Shows the first stray of each expected prefix and entry taken, and counts all.
+// and to as many random ones. Each must go where the longest prefix of the list leads. Only routes that are on the
+// switch count, but packets also go to the ends of the others. Also sends to all addresses that differ in one bit from
+// the first one of a prefix in `near`. Shows the first stray of each expected prefix and entry taken, and counts all.
 void send_packets(Run& run, const std::string& when, const std::vector<Prefix>& near = {});
 
-// Damages random entries in the hardware, and lists them. Returns the prefixes of those in route tables, and for a first
-// level also the prefixes of its partition.
+// Damages random entries in the hardware, and lists them. Returns the prefixes of those in route tables, and for a
+// first level also the prefixes of its partition.
 std::vector<Prefix> corrupt_hardware(Run& run, uint32_t count, uint32_t seed);
 
 // Lets idle time pass for the host routes, and sends a packet to most hosts. Each packet must take the host's entry.

@@ -50,8 +50,8 @@ inline constexpr Family entries_families[] = {
 inline constexpr Family reading_families[] = {
     {.over = Over::every_table, .name = "{p}{table}_get_entry",
      .doc = "Reads an entry of {table}: [keyed?its key, ][priority?its priority, ][indirect?and the member (*has_mbr "
-            "is 1) or group (*has_grp is 1) of {profile} that it points at. Writes only this handle.|[keyed?and ]its action: "
-            "full name ({name_bytes} bytes), record and number. action_name and action_id may be null.[specs? "
+            "is 1) or group (*has_grp is 1) of {profile} that it points at. Writes only this handle.|[keyed?and ]its "
+            "action: full name ({name_bytes} bytes), record and number. action_name and action_id may be null.[specs? "
             "action_spec needs room for {action_specs}.]][keyed? *is_default is 1 for the default entry; its key is "
             "zero.] {status}[indirect?| PD_STATUS_UNEXPECTED: the answer holds no action of this table. "
             "PD_STATUS_NO_MEMORY: nothing is written.]",

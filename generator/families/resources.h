@@ -93,13 +93,15 @@ inline constexpr Family resources_by_handle_families[] = {
 inline constexpr Family registers_families[] = {
     {.over = Over::named_register, .name = "{p}register_read_{resource}",
      .doc = "Reads a cell of {resource}. Bit 0 of flags goes to the driver. `values` needs room for a value of each "
-            "instance of the cell, for example for each pipe. Writes *value_count. {status} PD_STATUS_NO_MEMORY: nothing is written.",
+            "instance of the cell, for example for each pipe. Writes *value_count. {status} "
+            "PD_STATUS_NO_MEMORY: nothing is written.",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t index, uint32_t flags, {cell_type} *values, "
                   "uint32_t *value_count",
      .call = "registers::read(registers::Cell::{cell}, {handle}, {args})"},
     {.over = Over::named_register, .name = "{p}register_range_read_{resource}",
      .doc = "Reads `count` cells of {resource}. Bit 0 of flags goes to the driver. `values` needs room for `count` "
-            "times the instances of a cell, for example pipes. Writes *cells_read and *value_count. {status} PD_STATUS_NO_MEMORY: nothing is written.",
+            "times the instances of a cell, for example pipes. Writes *cells_read and *value_count. {status} "
+            "PD_STATUS_NO_MEMORY: nothing is written.",
      .arguments = "pd_session sess_hdl, pd_dev_tgt dev_tgt, uint32_t first_index, int32_t count, uint32_t flags, "
                   "uint32_t *cells_read, {cell_type} *values, uint32_t *value_count",
      .call = "registers::read_range(registers::Cell::{cell}, {handle}, {args})"},

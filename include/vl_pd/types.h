@@ -36,8 +36,8 @@ enum {
 /* An operation names an action that isn't the member's, or a handle that belongs to no profile. */
 #define PD_STATUS_MISMATCH UINT32_C(0xFFFFFFFF)
 
-/** Says in words what a status of the library means. All other statuses are "status of the driver". A driver may use the
- *  library's numbers, too. */
+/** Says in words what a status of the library means. All other statuses are "status of the driver". A driver may use
+ *  the library's numbers, too. */
 static inline const char* pd_status_text(pd_status status) PD_NOEXCEPT {
     switch (status) {
     case PD_STATUS_OK:

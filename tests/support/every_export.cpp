@@ -23,8 +23,8 @@ constexpr const char* makers[] = {
     "_entry_add",        "_snapshot_create", "_idle_tmo_enable",     "_get_plcmt_data"};
 constexpr int others = std::size(makers);
 
-// Before a function whose name contains `part`, other functions run. Their names begin like its name, and go on with one
-// of `first` instead of `part`. They may fail. Only the first row that fits counts.
+// Before a function whose name contains `part`, other functions run. Their names begin like its name, and go on with
+// one of `first` instead of `part`. They may fail. Only the first row that fits counts.
 struct Need {
     const char* part;
     std::array<const char*, 3> first;

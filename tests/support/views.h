@@ -57,7 +57,7 @@ struct ReadOptions {
     bool number = true;   // of the action; false passes null
 };
 
-// Reads entry 9 in session 1, and writes the outputs as a decoder does. A read doesn't say whether a keyless table's
+// Reads the entry with handle 9, and writes the outputs as a decoder does. A read doesn't say whether a keyless table's
 // entry is the default: it is.
 pd_status read(const catalog::Table& table, Outputs& out, const ReadOptions& options = {});
 

@@ -51,8 +51,8 @@ typedef enum vl_model_status {
 const char* vl_model_status_name(uint32_t status);
 const char* vl_model_status_text(uint32_t status);
 
-/* Initialise the structs of the description by member name. Later versions may have more members, which may be 0. The
- * agent must be compiled anew then. */
+/* Initialise the structs of the description by member name. Later versions may have more members, which may be 0. Then
+ * compile the agent anew. */
 
 /* A member that older descriptions don't have. The initialiser keeps C++ compilers from warning of its absence. In
  * C++11 it would keep the struct from being an aggregate. */
@@ -92,9 +92,9 @@ typedef struct vl_model_table {
     uint32_t selector;        /* the table of groups of these members that entries point at, or 0 */
     uint8_t idle_time;        /* 1 if entries age */
     uint32_t capacity;        /* 0 for VL_MODEL_DEFAULT_CAPACITY */
-    const uint8_t*
-        VL_MODEL_OPTIONAL(key_mask); /* key_len bytes: the bits of a key that the table matches, without those
-                                                   of a partition; null for all, even above the width of a field */
+    /* The bits of a key that the table matches, in key_len bytes; 0 for those of a partition. Null for all bits, even
+     * above the width of a field. */
+    const uint8_t* VL_MODEL_OPTIONAL(key_mask);
 } vl_model_table;
 
 #define VL_MODEL_DEFAULT_CAPACITY (UINT32_C(4) * 1024 * 1024)

@@ -15,16 +15,16 @@ extern "C" {
 #pragma GCC visibility push(default)
 
 /*
- * Writes the handle of the entry that a packet takes, as behaviour.h says. `key` has the packet's fields as the key of a
- * match record has them: key_len bytes in the key's order, each field in whole bytes, most significant first. In a
+ * Writes the handle of the entry that a packet takes, as behaviour.h says. `key` has the packet's fields as the key of
+ * a match record has them: key_len bytes in the key's order, each field in whole bytes, most significant first. In a
  * partitioned table the first field doesn't count, and partition_index has its value; in others it is 0.
  *
  * If no entry matches, the default entry stands: the status is VL_MODEL_NOT_FOUND, and nothing is written.
  * VL_MODEL_BAD_KEY if key_len isn't the table's; VL_MODEL_NOT_SUPPORTED if the table has no key; VL_MODEL_INVALID for a
  * null pointer.
  *
- * A table's first packet takes long if the table is large, because the driver then indexes all entries. So does a packet
- * after more changes than the table has entries. Other calls wait meanwhile.
+ * A table's first packet takes long if the table is large, because the driver then indexes all entries. So does a
+ * packet after more changes than the table has entries. Other calls wait meanwhile.
  */
 uint32_t vl_model_lookup(uint32_t dev_id, uint32_t tbl_hdl, const uint8_t* key, uint32_t key_len,
                          uint32_t partition_index, uint32_t* ent_hdl);

@@ -1,5 +1,5 @@
-// An index that finds handles by a hash of what they stand for: open addressing, at most five of eight slots in use. The
-// owner keeps the rest, and says whether a handle with the right hash is the wanted one.
+// An index that finds handles by a hash of what they stand for: open addressing, at most five of eight slots in use.
+// The owner keeps the rest, and says whether a handle with the right hash is the wanted one.
 #pragma once
 
 #include <algorithm>
