@@ -15,6 +15,13 @@ struct Seam {
     Rows<Table> tables;
 };
 
+// A stretch of the pipeline, for people: the tables from `first_table` on, in the order of their handles.
+struct Stage {
+    const char* gress;
+    const char* title;
+    const char* first_table;
+};
+
 struct Catalog {
     const char* name;
     const char* prefix; // of the exported names
@@ -30,6 +37,7 @@ struct Catalog {
     Rows<HashCalculation> hash_calculations = {};
     Rows<CounterWords> counter_words = {};
     Rows<SnapshotLayout> snapshot_layouts = {}; // none, or two: bit 1 of a snapshot's handle is the index
+    Rows<Stage> stages = {};
 };
 
 // The tables of all seams, one after the other.

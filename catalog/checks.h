@@ -209,6 +209,19 @@ constexpr Fault snapshot_fault(const Catalog& rows) {
     return {};
 }
 
+// Stages follow each other in the order of their first tables.
+constexpr Fault stage_fault(const Catalog& rows) {
+    uint32_t last = 0;
+    for (const Stage& stage : rows.stages) {
+        const size_t number = number_of(tables(rows), stage.first_table);
+        if (number == not_found) return fault(stage.title, "a stage begins with a table");
+        const uint32_t handle = tables(rows)[number].handle;
+        if (handle <= last) return fault(stage.title, "stages are in the order of their handles");
+        last = handle;
+    }
+    return {};
+}
+
 // The first rule that a table, an action, or the other rows break. Each table and each action has its own constant,
 // because compilers limit how much they compute for one constant.
 constexpr Fault table_fault(const Catalog& rows, size_t number) {
@@ -229,6 +242,7 @@ constexpr Fault reference_and_handle_fault(const Catalog& rows) {
              profile_fault(rows),
              counter_words_fault(rows),
              snapshot_fault(rows),
+             stage_fault(rows),
              handle_fault(tables(rows), table_handles, &Table::handle),
              handle_fault(rows.profiles, data_table_handles, &Profile::data_table),
              handle_fault(rows.profiles, selector_handles, &Profile::selector),

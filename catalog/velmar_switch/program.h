@@ -30,6 +30,17 @@ inline constexpr Seam seams[] = {
     {"mirror_cpu", "Mirroring, sFlow sampling, and the packet path to and from the CPU.", mirror_cpu},
 };
 
+inline constexpr Stage stages[] = {
+    {"ingress", "Port and tunnel front", "ingressPortMapping"},
+    {"ingress", "Outer Ethernet and membership", "l2DmacClassify"},
+    {"ingress", "ACL transforms, first drops, learning", "haloXformIpv4Dip"},
+    {"ingress", "Forwarding lookups", "steerFlowDefault"},
+    {"ingress", "Second-level routes and hashes", "haloKeyMaskForRow1Stage3"},
+    {"ingress", "Traps, decapsulation, next-hop groups", "haloKeyMaskForRow1Stage4"},
+    {"ingress", "End of ingress", "haloKeyMaskForRow1Stage6"},
+    {"egress", "Egress", "queueCounters"},
+};
+
 inline constexpr Catalog program{.name = "velmar_switch",
                                  .prefix = "p4_pd_velmar_switch_",
                                  .actions = actions,
@@ -43,6 +54,7 @@ inline constexpr Catalog program{.name = "velmar_switch",
                                  .value_sets = value_sets,
                                  .hash_calculations = hash_calculations,
                                  .counter_words = counter_words,
-                                 .snapshot_layouts = snapshot_layouts};
+                                 .snapshot_layouts = snapshot_layouts,
+                                 .stages = stages};
 
 } // namespace velmar_switch

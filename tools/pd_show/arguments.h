@@ -4,33 +4,31 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
+
+#include "views/query.h"
 
 namespace pd_show {
 
-struct Work;
-using Command = bool(const Work& work);
-
-enum class Format { text, json, value };
+enum class CommandName { tables, table, entries, profiles, counters, verify, match, route, serve };
 
 struct Arguments {
     const char* answer = nullptr; // the help or the version; if it is set, there is no command
-    Command* command = nullptr;
-    std::optional<std::string> name; // of a table or counter; the command is about all of them if there is none
-    std::vector<std::string> more;   // the words after the name
-    std::optional<Format> format;
+    CommandName command = CommandName::tables;
+    pd_views::Query query;
+    std::optional<std::string> agent;  // the socket of a running agent
+    std::optional<std::string> listen; // for serve: the address
+    bool allow_remote = false;
     std::optional<std::string> driver; // the embedded driver if none is given
     std::optional<uint32_t> session;
-    uint32_t device = 0;
+    std::optional<uint32_t> device; // 0 if none is given
     bool demo = false;
     std::optional<std::string> routes;
-    bool from_hw = false;
     bool time = false;
     std::optional<uint32_t> corrupt; // how many entries
     std::optional<uint32_t> seed;
 };
 
-// Throws Problem.
+// Throws a Problem.
 Arguments read_arguments(int count, char** arguments);
 
 } // namespace pd_show

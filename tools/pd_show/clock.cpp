@@ -9,13 +9,13 @@
 
 namespace {
 
-pd_show::TimeSpent spent;
+pd_views::TimeSpent spent;
 void* driver = nullptr;
 
 template <auto function, class... Arguments>
 pipe_status timed(const char* name, Arguments... arguments) {
     static const auto driven = reinterpret_cast<decltype(function)>(dlsym(driver, name));
-    const pd_show::Stopwatch stopwatch(spent);
+    const pd_views::Stopwatch stopwatch(spent);
     return driven(arguments...);
 }
 
@@ -29,7 +29,7 @@ bool pd_show_clock_start(void* loaded_driver) {
     return std::ranges::all_of(measured, [](const char* name) { return dlsym(driver, name) != nullptr; });
 }
 
-void pd_show_clock_read(pd_show::TimeSpent* read) {
+void pd_show_clock_read(pd_views::TimeSpent* read) {
     *read = spent;
 }
 

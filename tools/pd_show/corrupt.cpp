@@ -6,11 +6,14 @@
 #include <string>
 #include <vector>
 
-#include "pd_show/work.h"
+#include "pd_show/corrupt.h"
 #include "route_agent/damage.h"
 #include "vl_model/testing.h"
 
 namespace pd_show {
+
+using namespace pd_views;
+
 namespace {
 
 using Words = std::vector<uint64_t>;
@@ -28,7 +31,7 @@ void append(Words& words, const std::vector<Field>& fields, const uint8_t* recor
 // The part of an entry that a comparison sees. Nothing if the entry can't be read.
 std::optional<Words> seen_of(const Work& work, const Table& table, pd_entry handle, bool from_hw) {
     Entry entry;
-    if (!read_entry(work, table, handle, from_hw, entry)) return {};
+    if (read_entry(work, table, handle, from_hw, entry) != PD_STATUS_OK) return {};
     Words words = {entry.is_default, table.has_priority ? entry.priority : 0};
     if (entry.is_default == 0) append(words, table.key, entry.key);
     if (table.profile == nullptr) {
@@ -43,16 +46,16 @@ std::optional<Words> seen_of(const Work& work, const Table& table, pd_entry hand
 
 } // namespace
 
-void corrupt_hardware(const Work& work) {
+std::string corrupt_hardware(const Work& work, uint32_t most, uint32_t seed) {
     const auto corrupt = work.library.driver_function<decltype(vl_model_hardware_corrupt)>("vl_model_hardware_corrupt");
-    if (corrupt == nullptr) throw Problem(exit_bad_usage, "this driver's hardware can't be damaged");
+    if (corrupt == nullptr) throw Problem(Fault::bad_value, "this driver's hardware can't be damaged");
     uint32_t count = 0;
     for (const Table& table : work.pipeline.tables)
         count += count_entries(work, table).value_or(0);
-    std::vector<vl_model_corruption> damages(std::min(*work.arguments.corrupt, count));
-    const pd_status status = corrupt(work.target.dev_id, work.arguments.seed.value_or(1),
-                                     static_cast<uint32_t>(damages.size()), damages.data(), &count);
-    if (status != PD_STATUS_OK) throw Problem(exit_failed, work.library.refusal("damaging the hardware", status));
+    std::vector<vl_model_corruption> damages(std::min(most, count));
+    const pd_status status =
+        corrupt(work.target.dev_id, seed, static_cast<uint32_t>(damages.size()), damages.data(), &count);
+    if (status != PD_STATUS_OK) throw Problem(Fault::failed, work.library.refusal("damaging the hardware", status));
     damages.resize(count);
 
     std::string lines;
@@ -60,15 +63,15 @@ void corrupt_hardware(const Work& work) {
     for (const vl_model_corruption& damage : damages) {
         const auto table = std::ranges::find(work.pipeline.tables, damage.tbl_hdl, &Table::handle);
         if (table == work.pipeline.tables.end())
-            throw Problem(exit_failed, "the driver damaged an entry of a table that this pipeline doesn't have");
+            throw Problem(Fault::failed, "the driver damaged an entry of a table that this pipeline doesn't have");
         const std::optional<Words> placed = seen_of(work, *table, damage.ent_hdl, false);
         const bool sees = placed != seen_of(work, *table, damage.ent_hdl, true);
         seen += sees ? 1 : 0;
         lines += "  " + table->name + " #" + std::to_string(damage.ent_hdl) + ": " + route_agent::damage_text(damage) +
                  (sees ? "\n" : ", which no comparison sees\n");
     }
-    work.out.put("Damaged in the hardware: " + std::to_string(count) + (count == 1 ? " entry" : " entries") + ", " +
-                 std::to_string(seen) + " of them in what a comparison sees\n" + lines + "\n");
+    return "Damaged in the hardware: " + std::to_string(count) + (count == 1 ? " entry" : " entries") + ", " +
+           std::to_string(seen) + " of them in what a comparison sees\n" + lines + "\n";
 }
 
 } // namespace pd_show

@@ -11,15 +11,16 @@
 
 #include "leaf_switch/leaf_switch.h"
 #include "leaf_switch/topology.h"
+#include "pd_show/messages.h"
 #include "pd_show/modules.h"
-#include "pd_show/output.h"
 #include "route_agent/phases.h"
 #include "route_agent/printable.h"
 #include "route_agent/route_list.h"
 
 namespace {
 
-using pd_show::Problem;
+using pd_views::Fault;
+using pd_views::Problem;
 
 static_assert(pd_show::routes_vrf == route_agent::Device{}.vrf && pd_show::routes_vrf_beside_demo != leaf_switch::vrf);
 
@@ -29,11 +30,11 @@ std::vector<route_agent::Route> read_routes(const std::string& path) {
     if (!from_stdin) {
         errno = 0;
         file.open(path);
-        if (!file) throw Problem(pd_show::exit_bad_usage, path + " can't be opened: " + std::strerror(errno));
+        if (!file) throw Problem(Fault::bad_value, path + " can't be opened: " + std::strerror(errno));
     }
     std::optional<std::vector<route_agent::Route>> routes = route_agent::read_route_list(
         from_stdin ? std::cin : file, from_stdin ? "<stdin>" : route_agent::printable(path), std::cerr);
-    if (!routes) throw Problem(pd_show::exit_bad_usage, "the list of routes is bad");
+    if (!routes) throw Problem(Fault::bad_value, "the list of routes is bad");
     return std::move(*routes);
 }
 
@@ -43,7 +44,7 @@ void program_routes(route_agent::Device device, const std::string& path, bool be
     std::string reason;
     const std::optional<route_agent::Plan> plan = route_agent::make_plan(
         read_routes(path), reason, beside_leaf_switch ? uint16_t{leaf_switch::spines_ecmp + 1} : uint16_t{1});
-    if (!plan) throw Problem(pd_show::exit_bad_usage, path + ": " + reason);
+    if (!plan) throw Problem(Fault::bad_value, path + ": " + reason);
     if (beside_leaf_switch) device.vrf = pd_show::routes_vrf_beside_demo;
     pd_show::TerminalProgress progress;
     route_agent::Run run(device, *plan, progress.bar);
@@ -67,7 +68,7 @@ int pd_show_demo(bool with_leaf_switch, const char* routes, pd_session* session,
         return pd_show::exit_shown;
     } catch (const Problem& known) {
         *problem = known.what();
-        return known.status;
+        return pd_show::status_of(known);
     } catch (const std::exception& error) {
         *problem = error.what();
         return pd_show::exit_failed;

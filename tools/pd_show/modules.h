@@ -4,36 +4,10 @@
 #include <cstdint>
 #include <string>
 
+#include "views/stopwatch.h"
 #include "vl_pd/types.h"
 
 namespace pd_show {
-
-// The time stamp counter of x86-64.
-inline uint64_t read_ticks() {
-    return __builtin_ia32_rdtsc();
-}
-
-// The time that calls took.
-struct TimeSpent {
-    uint64_t calls = 0;
-    uint64_t ticks = 0; // includes the cost of looking at the clock
-};
-
-// Adds a call and the time of its scope.
-class Stopwatch {
-public:
-    explicit Stopwatch(TimeSpent& spent) : spent_(spent) {}
-    ~Stopwatch() {
-        spent_.ticks += read_ticks() - start_;
-        ++spent_.calls;
-    }
-    Stopwatch(const Stopwatch&) = delete;
-    Stopwatch& operator=(const Stopwatch&) = delete;
-
-private:
-    TimeSpent& spent_;
-    uint64_t start_ = read_ticks();
-};
 
 // The VRFs of the list of routes: alone, and beside the leaf switch, which has its own routes in the first one.
 inline constexpr uint8_t routes_vrf = 1;
@@ -46,7 +20,7 @@ extern "C" {
 
 // The clock measures the driver's reads. The library calls it in place of the driver.
 using pd_show_clock_start_function = bool(void* driver);
-using pd_show_clock_read_function = void(pd_show::TimeSpent* spent);
+using pd_show_clock_read_function = void(pd_views::TimeSpent* spent);
 // `driver` is a handle of dlopen(). Must precede the first call of the driver. False if the driver lacks a function
 // that the clock measures: the loader wouldn't notice, because it finds the clock's.
 pd_show_clock_start_function pd_show_clock_start;

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "pd_show/work.h"
+#include "views/work.h"
 
-namespace pd_show {
+namespace pd_views {
 
 // A packet as a table sees it. All fields start at 0.
 struct Packet {
@@ -33,4 +33,4 @@ std::vector<Candidate> matching_entries(const Work& work, const Packet& packet);
 // Reads the entry from the hardware. Complains if it can't be read.
 bool read_hardware(const Work& work, const Table& table, pd_entry handle, bool is_default, Entry& entry);
 
-} // namespace pd_show
+} // namespace pd_views

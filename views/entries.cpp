@@ -1,24 +1,21 @@
-// Dumps of entries in all formats, and the time that they take.
+// Dumps of entries in all formats.
 #include <algorithm>
 #include <charconv>
-#include <chrono>
 #include <cstdint>
-#include <cstdio>
-#include <cstring>
+#include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "pd_show/work.h"
+#include "views/values.h"
+#include "views/work.h"
 
-namespace pd_show {
+namespace pd_views {
 namespace {
 
 using catalog::Match;
 using catalog::Tag;
-
-// The value of a part, or its mask or prefix length.
-using PlaceOf = Place Part::*;
 
 // Appends entries to `out`. It allocates nothing itself, because dumps spend much of their time here.
 class EntryWriter {
@@ -64,19 +61,21 @@ public:
         }
     }
 
-    void put_json(const Table& table, const Entry& entry, pd_entry handle, bool is_default) {
+    // `prefix` is the first field of the entry's key that is split between tables, whole.
+    void put_json(const Table& table, const Entry& entry, pd_entry handle, bool is_default,
+                  std::optional<Number> prefix = {}) {
         out_.append(R"({"table":")").append(table.name).append(R"(","handle":)");
         put_number(handle);
         out_.append(R"(,"default":)").append(is_default ? "true" : "false");
         if (entry.is_default == 0) put_json_fields("key", table.key, entry.key);
+        if (prefix) put_prefix(table.key.back(), *prefix, entry.key);
         if (table.has_priority && !is_default) {
             out_ += R"(,"priority":)";
             put_number(static_cast<int32_t>(entry.priority));
         }
         if (table.profile == nullptr) {
-            const Action& action = pipeline_.actions[entry.action];
-            out_.append(R"(,"action":")").append(action.name).append("\"");
-            put_json_fields("params", action.params, entry.params);
+            out_ += ",";
+            put_json_action(entry.action, entry.params);
         } else if (entry.has_member != 0 || entry.has_group != 0) {
             out_ += entry.has_member != 0 ? R"(,"member":)" : R"(,"group":)";
             put_number(entry.has_member != 0 ? entry.member : entry.group);
@@ -84,7 +83,27 @@ public:
         out_ += "}";
     }
 
+    void put_json_action(uint32_t number, const uint8_t* params) {
+        const Action& action = pipeline_.actions[number];
+        out_.append(R"("action":")").append(action.name).append("\"");
+        put_json_fields("params", action.params, params);
+    }
+
 private:
+    void put_prefix(const Field& field, Number address, const uint8_t* key) {
+        out_ += R"(,"prefix":")";
+        if (field.shown_as == Tag::v6addr) {
+            uint8_t bytes[16];
+            for (unsigned i = 16; i > 0; address >>= 8)
+                bytes[--i] = static_cast<uint8_t>(address);
+            put_v6addr(bytes);
+        } else {
+            put_address(*print_v4addr_, static_cast<uint32_t>(address));
+        }
+        out_ += "/";
+        put_number(static_cast<int64_t>(number_in(field, &Part::partner, key)));
+        out_ += "\"";
+    }
     void put_number(int64_t number, int base = 10) {
         char digits[20];
         out_.append(digits, std::to_chars(digits, digits + sizeof digits, number, base).ptr);
@@ -116,18 +135,11 @@ private:
         if (out_.size() == begin) out_ += " anything";
     }
 
-    // A mask is shown in the form of its value, or in hexadecimal if the value is decimal. A prefix length is decimal.
-    static Tag tag_of(const Field& field, PlaceOf place) {
-        if (place == &Part::value) return field.shown_as;
-        if (field.match == Match::lpm) return Tag::dec;
-        return field.shown_as == Tag::dec ? Tag::untagged : field.shown_as;
-    }
-
     void put_shown(const Field& field, PlaceOf place, const uint8_t* record) {
         const auto number = [&](size_t part) {
             return static_cast<uint32_t>(load(record, field.parts[part].*place).low);
         };
-        switch (tag_of(field, place)) {
+        switch (form_of(field, place)) {
         case Tag::mac:
             return put_address(*print_mac_, number(0), number(1));
         case Tag::v4addr:
@@ -186,7 +198,7 @@ private:
 
     // An address is a string, and everything else is a number.
     void put_json_value(const Field& field, PlaceOf place, const uint8_t* record) {
-        const Tag tag = tag_of(field, place);
+        const Tag tag = form_of(field, place);
         if (tag != Tag::mac && tag != Tag::v4addr && tag != Tag::v6addr)
             return put_number(static_cast<int64_t>(load(record, field.parts[0].*place).low));
         out_ += "\"";
@@ -201,23 +213,97 @@ private:
     decltype(&p4_pd_velmar_switch__print_v6addr_exact) print_v6addr_;
 };
 
+// Some route tables split an address: the entry of a first table has its first bits and names a partition of the second
+// table, and an entry there has the other bits.
+struct Split {
+    const char* second;
+    const char* first;
+    const char* partition; // the parameter of the first table's actions
+};
+
+constexpr Split splits[] = {{"ipv4FinalResolve0", "ipv4Partition0", "partIdx"},
+                            {"ipv6LgMaskFinalResolve0", "ipv6LgMaskPartition0", "partIdx"},
+                            {"ipv6FinalResolve", "ipv6Partition", "partitionIndex"}};
+
+// The first bits of the addresses of each partition of the table. Nothing for a partition that several prefixes lead to.
+std::map<uint32_t, std::optional<Number>> partitions_of(const Work& work, const Table& table) {
+    std::map<uint32_t, std::optional<Number>> partitions;
+    const auto* const split = std::ranges::find(splits, table.name, &Split::second);
+    if (split == std::end(splits)) return partitions;
+    const Table& first = table_named(work.pipeline, split->first);
+    Entry entry;
+    visit_entries(work, first, count_entries(work, first), [&](pd_entry handle, bool) {
+        if (read_entry(work, first, handle, work.query.from_hw, entry) != PD_STATUS_OK) return true;
+        const std::vector<Field>& params = work.pipeline.actions[entry.action].params;
+        const auto param = std::ranges::find(params, split->partition, &Field::label);
+        if (param == params.end()) return true;
+        const auto number = static_cast<uint32_t>(number_in(*param, &Part::value, entry.params));
+        const Number address = number_in(first.key.back(), &Part::value, entry.key);
+        const auto [place, is_new] = partitions.try_emplace(number, address);
+        if (!is_new && place->second != address) place->second.reset();
+        return true;
+    });
+    return partitions;
+}
+
+// The entries that a query asks for by the words after the table's name.
+struct Filter {
+    std::vector<Wanted> fields;
+    std::optional<uint32_t> action; // its number in the catalog
+
+    bool lets_pass(const Entry& entry) const {
+        if (action && entry.action != *action) return false;
+        return fields.empty() || (entry.is_default == 0 && std::ranges::all_of(fields, [&](const Wanted& wanted) {
+                                      return wanted.is_in(entry.key);
+                                  }));
+    }
+};
+
+uint32_t action_named(const Work& work, const Table& table, const std::string& name) {
+    std::vector<std::string> names;
+    for (const Action* action : table.actions) {
+        if (action->name == name) return static_cast<uint32_t>(action - work.pipeline.actions.data());
+        names.push_back(action->name);
+    }
+    throw Problem(Fault::bad_value, "table " + table.name + " has no action " + name + near_text(name, names));
+}
+
+Filter filter_of(const Work& work) {
+    Filter filter;
+    if (work.query.words.empty()) return filter;
+    const Table& table = table_named(work.pipeline, *work.query.name);
+    for (const std::string& word : work.query.words) {
+        const size_t end = word.find('=');
+        const std::string name = word.substr(0, end);
+        const bool is_action = name == "action";
+        if (is_action && table.profile != nullptr)
+            throw Problem(Fault::bad_value, "the entries of " + table.name + " have no action of their own");
+        const Field* const field = is_action ? nullptr : &field_named(table, name);
+        if (end == std::string::npos) throw Problem(Fault::bad_value, name + " needs a value");
+        if (field == nullptr)
+            filter.action = action_named(work, table, word.substr(end + 1));
+        else
+            filter.fields.push_back(parse_wanted(*field, word.substr(end + 1)));
+    }
+    return filter;
+}
+
 class Dump {
 public:
     explicit Dump(const Work& work)
         : work_(work),
-          format_(work.arguments.format.value_or(Format::text)),
+          format_(work.query.format),
+          filter_(filter_of(work)),
           writer_(work, work.out.text) {}
 
     void tables(const std::vector<const Table*>& tables) {
-        if (format_ == Format::json) work_.out.put("[");
+        if (format_ == Format::json) array_.emplace(work_.out);
         for (const Table* each : tables)
             table(*each);
-        if (format_ == Format::json) work_.out.put("\n]\n");
+        if (array_) array_->end(work_.complaints);
         work_.out.flush();
+        if (work_.times != nullptr) *work_.times = {shown_, text_time_};
     }
-
-    size_t shown = 0;
-    TimeSpent text_time;
 
 private:
     void table(const Table& table) {
@@ -226,27 +312,36 @@ private:
         if (format_ == Format::text)
             work_.out.put(table.name + ", " + std::to_string(count) + (count == 1 ? " entry\n" : " entries\n"));
         if (format_ == Format::value) work_.out.put("# " + table.name + "\n");
-        visit_all_entries(work_, table, counted,
-                          [&](pd_entry handle, bool is_default) { entry(table, handle, is_default); });
+        partitions_.clear();
+        if (format_ == Format::json && counted.value_or(0) != 0) partitions_ = partitions_of(work_, table);
+        visit_all_entries(
+            work_, table, counted,
+            [&](pd_entry handle, bool is_default) {
+                if (shown_ == work_.query.limit) return false;
+                entry(table, handle, is_default);
+                return true;
+            },
+            work_.query.after);
     }
 
     void entry(const Table& table, pd_entry handle, bool is_default) {
-        const bool from_hw = work_.arguments.from_hw;
-        const bool read = format_ == Format::value ? !(value_ = value_string(work_, table, handle, from_hw)).empty()
-                                                   : read_entry(work_, table, handle, from_hw, entry_);
-        if (!read)
-            return work_.complaints.add(table.name + ": " +
-                                        (is_default ? "the default entry" : "entry #" + std::to_string(handle)) +
-                                        " can't be read");
-        const Stopwatch stopwatch(text_time);
+        const bool from_hw = work_.query.from_hw;
+        // A value string doesn't say what a filter asks.
+        const bool has_filter = filter_.action || !filter_.fields.empty();
+        const bool reads = format_ != Format::value || has_filter;
+        bool read = !reads || read_entry(work_, table, handle, from_hw, entry_) == PD_STATUS_OK;
+        if (read && has_filter && !filter_.lets_pass(entry_)) return;
+        if (read && format_ == Format::value) read = !(value_ = value_string(work_, table, handle, from_hw)).empty();
+        if (!read) return complain_unreadable(work_, table, handle, is_default);
+        const Stopwatch stopwatch(text_time_);
         put(table, handle, is_default);
-        ++shown;
+        ++shown_;
     }
 
     void put(const Table& table, pd_entry handle, bool is_default) {
         if (format_ == Format::json) {
-            work_.out.put(shown == 0 ? "\n" : ",\n");
-            return writer_.put_json(table, entry_, handle, is_default);
+            array_->begin();
+            return writer_.put_json(table, entry_, handle, is_default, prefix_of(table));
         }
         if (format_ == Format::value)
             work_.out.text += value_;
@@ -255,48 +350,26 @@ private:
         work_.out.put("\n");
     }
 
+    // The whole address of an entry whose table has only a part of it.
+    std::optional<Number> prefix_of(const Table& table) const {
+        if (partitions_.empty() || entry_.is_default != 0) return {};
+        const auto number = static_cast<uint32_t>(number_in(table.key.front(), &Part::value, entry_.key));
+        const auto found = partitions_.find(number);
+        if (found == partitions_.end() || !found->second) return {};
+        return *found->second | number_in(table.key.back(), &Part::value, entry_.key);
+    }
+
     const Work& work_;
     Format format_;
+    Filter filter_;
     EntryWriter writer_;
-    Entry entry_;       // the entry that was read last,
-    std::string value_; // or its value string in the value format
+    std::optional<JsonArray> array_;
+    std::map<uint32_t, std::optional<Number>> partitions_; // of the table
+    Entry entry_;                                          // the entry that was read last,
+    std::string value_;                                    // or its value string in the value format
+    size_t shown_ = 0;
+    TimeSpent text_time_;
 };
-
-// The ticks that an empty measurement takes. The least of many is the right one, because the others were interrupted.
-uint64_t clock_cost() {
-    uint64_t least = UINT64_MAX;
-    for (unsigned i = 0; i < 10000; ++i) {
-        TimeSpent spent;
-        { const Stopwatch stopwatch(spent); }
-        least = std::min(least, spent.ticks);
-    }
-    return least;
-}
-
-// A measurement also costs as many ticks outside of its result as in it. This is an estimate: a time below its error is
-// shown as 0.
-void tell_times(size_t shown, double seconds, TimeSpent all, TimeSpent driver, TimeSpent text, uint64_t output) {
-    const auto cost = static_cast<double>(clock_cost());
-    const auto without_clock = [&](TimeSpent spent, double times) {
-        return std::max(0.0, static_cast<double>(spent.ticks) - times * cost * static_cast<double>(spent.calls));
-    };
-    const double in_driver = without_clock(driver, 1);
-    const auto in_output = static_cast<double>(output);
-    const double in_text =
-        std::max(0.0, without_clock(text, 1) - in_output); // writing a full buffer is part of the text's time
-    const double in_library =
-        std::max(0.0, without_clock({driver.calls + text.calls, all.ticks}, 2) - in_driver - in_text - in_output);
-    const double in_all = std::max(1.0, in_driver + in_library + in_text + in_output);
-    const double seconds_per_tick = seconds / static_cast<double>(all.ticks);
-    std::fprintf(stderr, "pd-show: %zu entries in %.3f s, of which\n", shown, in_all * seconds_per_tick);
-    const auto line = [&](double spent, const char* what) {
-        std::fprintf(stderr, "  %8.3f s %5.1f %%  %s\n", spent * seconds_per_tick, 100 * spent / in_all, what);
-    };
-    line(in_driver, "the driver's reads");
-    line(in_library, "the library: decoding and value strings");
-    line(in_text, "text");
-    line(in_output, "output");
-}
 
 } // namespace
 
@@ -312,19 +385,22 @@ std::string action_text(const Work& work, uint32_t number, const void* params) {
     return text;
 }
 
+std::string entry_json(const Work& work, const Table& table, const Entry& entry, pd_entry handle, bool is_default) {
+    std::string text;
+    EntryWriter(work, text).put_json(table, entry, handle, is_default);
+    return text;
+}
+
+std::string action_json(const Work& work, uint32_t number, const void* params) {
+    std::string text;
+    EntryWriter(work, text).put_json_action(number, static_cast<const uint8_t*>(params));
+    return text;
+}
+
 bool show_entries(const Work& work) {
     const std::vector<const Table*> tables = chosen_tables(work);
-    Dump dump(work);
-    TimeSpent all;
-    const auto start = std::chrono::steady_clock::now();
-    {
-        const Stopwatch stopwatch(all);
-        dump.tables(tables);
-    }
-    const std::chrono::duration<double> seconds = std::chrono::steady_clock::now() - start;
-    if (work.arguments.time)
-        tell_times(dump.shown, seconds.count(), all, work.library.driver_time(), dump.text_time, work.out.ticks);
+    Dump(work).tables(tables);
     return true;
 }
 
-} // namespace pd_show
+} // namespace pd_views

@@ -1,6 +1,6 @@
 // Loads by dlopen(), in an order that lets the library find the driver, or the clock in front of the driver. The
 // embedded driver is recognised by functions that no other driver has.
-#include "pd_show/library.h"
+#include "pd_show/loading.h"
 
 #include <csignal>
 #include <filesystem>
@@ -11,11 +11,16 @@
 #include <dlfcn.h>
 #include <unistd.h>
 
-#include "pd_show/output.h"
+#include "pd_show/messages.h"
+#include "pd_show/modules.h"
 #include "vl_model/control.h"
 #include "vl_pd/velmar_switch_pipeline.h"
 
 namespace pd_show {
+
+using pd_views::Fault;
+using pd_views::Problem;
+
 namespace {
 
 constexpr char library_name[] = "libvl_bf_pd_default.so";
@@ -32,66 +37,46 @@ std::string beside_this_program(const char* name, const char* folder = "") {
     return !error && std::filesystem::exists(path, error) ? path.lexically_normal().string() : name;
 }
 
-void* load(const std::string& path, int mode, const char* what) {
+void* open(const std::string& path, int mode, const char* what) {
     void* const handle = dlopen(path.c_str(), mode);
-    if (handle == nullptr) throw Problem(exit_failed, std::string(what) + " can't be loaded: " + dlerror());
+    if (handle == nullptr) throw Problem(Fault::failed, std::string(what) + " can't be loaded: " + dlerror());
     return handle;
 }
 
 } // namespace
 
-Library::Library(const std::optional<std::string>& driver, bool timed) {
+Loaded load(const std::optional<std::string>& driver, bool timed) {
     // The first global definition of a function counts, so the clock goes before the driver.
-    if (timed) clock_ = load(beside_this_program(clock_module, module_folder), RTLD_NOW | RTLD_GLOBAL, "the clock");
+    void* const clock =
+        timed ? open(beside_this_program(clock_module, module_folder), RTLD_NOW | RTLD_GLOBAL, "the clock") : nullptr;
     // Lazy: a driver may lack functions that are never called. The library binds all functions that it needs at once.
-    driver_ = load(driver.value_or(beside_this_program(embedded_driver)), RTLD_LAZY | RTLD_GLOBAL, "the driver");
-    if (timed && !reinterpret_cast<pd_show_clock_start_function*>(dlsym(clock_, "pd_show_clock_start"))(driver_))
-        throw Problem(exit_failed, "the driver lacks a function that --time measures");
-    library_ = dlopen(beside_this_program(library_name).c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (library_ == nullptr)
-        throw Problem(exit_failed, std::string("the library can't be loaded beside this driver: ") + dlerror());
+    void* const loaded =
+        open(driver.value_or(beside_this_program(embedded_driver)), RTLD_LAZY | RTLD_GLOBAL, "the driver");
+    if (timed && !reinterpret_cast<pd_show_clock_start_function*>(dlsym(clock, "pd_show_clock_start"))(loaded))
+        throw Problem(Fault::failed, "the driver lacks a function that --time measures");
+    void* const library = dlopen(beside_this_program(library_name).c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (library == nullptr)
+        throw Problem(Fault::failed, std::string("the library can't be loaded beside this driver: ") + dlerror());
+    return {pd_views::Library(library, loaded), clock};
 }
 
-void* Library::library_symbol(const std::string& name) const {
-    void* const symbol = dlsym(library_, name.c_str());
-    if (symbol == nullptr) throw Problem(exit_failed, "the library has no function " + name);
-    return symbol;
-}
-
-void* Library::driver_symbol(const char* name) const {
-    return dlsym(driver_, name);
-}
-
-TimeSpent Library::driver_time() const {
-    TimeSpent spent;
-    reinterpret_cast<pd_show_clock_read_function*>(dlsym(clock_, "pd_show_clock_read"))(&spent);
+pd_views::TimeSpent driver_time(const Loaded& loaded) {
+    pd_views::TimeSpent spent;
+    reinterpret_cast<pd_show_clock_read_function*>(dlsym(loaded.clock, "pd_show_clock_read"))(&spent);
     return spent;
-}
-
-std::string Library::refusal(const std::string& call, pd_status status) const {
-    const std::string text = call + " was refused with status " + std::to_string(status);
-    if (status == PD_STATUS_UNEXPECTED) return text + " (" + pd_status_text(status) + ")";
-    const auto name_of = driver_function<decltype(vl_model_status_name)>("vl_model_status_name");
-    const auto text_of = driver_function<decltype(vl_model_status_text)>("vl_model_status_text");
-    return name_of && text_of ? text + ", " + name_of(status) + " (" + text_of(status) + ")" : text;
-}
-
-bool Library::says_not_found(pd_status status) const {
-    const bool has_names = driver_symbol("vl_model_status_name") != nullptr;
-    return has_names ? status == VL_MODEL_NOT_FOUND : status != PD_STATUS_OK;
 }
 
 namespace {
 
 pd_session bring_up_demo(const Arguments& arguments) {
-    if (arguments.device != 0) throw Problem(exit_bad_usage, "--demo and --routes work only on device 0");
-    void* const module = load(beside_this_program(demo_module, module_folder), RTLD_NOW | RTLD_LOCAL, demo_module);
+    if (arguments.device.value_or(0) != 0) throw Problem(Fault::bad_value, "--demo and --routes work only on device 0");
+    void* const module = open(beside_this_program(demo_module, module_folder), RTLD_NOW | RTLD_LOCAL, demo_module);
     const auto demo = reinterpret_cast<pd_show_demo_function*>(dlsym(module, "pd_show_demo"));
-    if (demo == nullptr) throw Problem(exit_failed, std::string(demo_module) + " has no function pd_show_demo");
+    if (demo == nullptr) throw Problem(Fault::failed, std::string(demo_module) + " has no function pd_show_demo");
     pd_session session = 0;
     std::string problem;
     const int status = demo(arguments.demo, arguments.routes ? arguments.routes->c_str() : nullptr, &session, &problem);
-    if (status != exit_shown) throw Problem(static_cast<ExitStatus>(status), problem);
+    if (status != exit_shown) throw Problem(status == exit_failed ? Fault::failed : Fault::bad_value, problem);
     return session;
 }
 
@@ -107,16 +92,17 @@ void tell_abort(int) {
 
 } // namespace
 
-pd_session start(const Library& library, const Arguments& arguments) {
+pd_session start(const pd_views::Library& library, const Arguments& arguments) {
     const auto add_device = library.driver_function<decltype(vl_model_device_add)>("vl_model_device_add");
     const auto open_session = library.driver_function<decltype(vl_model_session_open)>("vl_model_session_open");
     const bool embedded = add_device && open_session;
     const bool demo = arguments.demo || arguments.routes.has_value();
     if (embedded && arguments.session)
-        throw Problem(exit_bad_usage, "--session is for other drivers; with the embedded driver, a session is opened");
-    if (!embedded && demo) throw Problem(exit_bad_usage, "--demo and --routes need the embedded driver");
+        throw Problem(Fault::bad_value,
+                      "--session is for other drivers; with the embedded driver, a session is opened");
+    if (!embedded && demo) throw Problem(Fault::bad_value, "--demo and --routes need the embedded driver");
     if (!embedded && !arguments.session)
-        throw Problem(exit_bad_usage, "pd-show can't open a session with this driver; choose one by --session");
+        throw Problem(Fault::bad_value, "pd-show can't open a session with this driver; choose one by --session");
 
     pd_session session = arguments.session.value_or(0);
     std::signal(SIGABRT, tell_abort);
@@ -126,9 +112,9 @@ pd_session start(const Library& library, const Arguments& arguments) {
         library.function<decltype(p4_pd_velmar_switch_init)>("init")();
     if (embedded && !demo) {
         const auto check = [&](const char* call, pd_status status) {
-            if (status != PD_STATUS_OK) throw Problem(exit_failed, library.refusal(call, status));
+            if (status != PD_STATUS_OK) throw Problem(Fault::failed, library.refusal(call, status));
         };
-        check("adding the device", add_device(arguments.device, &velmar_switch_pipeline));
+        check("adding the device", add_device(arguments.device.value_or(0), &velmar_switch_pipeline));
         check("opening a session", open_session(&session));
     }
     std::signal(SIGABRT, SIG_DFL);

@@ -7,9 +7,9 @@
 #include <vector>
 
 #include "catalog/rows.h"
-#include "pd_show/library.h"
+#include "views/library.h"
 
-namespace pd_show {
+namespace pd_views {
 
 // A number of at most 128 bits.
 struct Bits {
@@ -67,6 +67,8 @@ using WordFunction = pd_status(uint64_t, uint64_t, uint64_t, uint64_t, uint64_t,
 struct Table {
     std::string name;
     uint32_t handle;
+    const char* summary;
+    const catalog::Stage* stage;
     bool has_priority;
     bool partitioned; // the first field of the key names the partition
     unsigned key_bytes;
@@ -77,15 +79,23 @@ struct Table {
     WordFunction* get_entry;
 };
 
+struct Profile {
+    std::string name;
+    std::string table;
+    std::vector<const Action*> actions;
+};
+
 struct Pipeline {
     std::vector<Action> actions; // as the catalog numbers them
     std::vector<Table> tables;   // in the order of the pipeline
+    std::vector<Profile> profiles;
     std::vector<const catalog::Resource*> counters_without_table;
 };
 
 Pipeline describe_pipeline(const Library& library);
 
-// Throws a Problem with near names if there is none.
+// These throw a Problem with near names if there is none.
 const Table& table_named(const Pipeline& pipeline, const std::string& name);
+const Profile& profile_named(const Pipeline& pipeline, const std::string& name);
 
-} // namespace pd_show
+} // namespace pd_views

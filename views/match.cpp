@@ -1,67 +1,21 @@
 // Looks at all entries of a table for those that a packet matches, and compares the best one with the driver's choice.
 // Entries are matched as the driver has them, because a record doesn't show damage to the mask of an exact field.
-#include "pd_show/match.h"
+#include "views/match.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstddef>
 #include <optional>
+#include <string_view>
 
-#include <arpa/inet.h>
-
+#include "views/values.h"
 #include "vl_driver/tables.h"
 #include "vl_model/traffic.h"
 
-namespace pd_show {
+namespace pd_views {
 namespace {
 
 using catalog::Match;
 using catalog::Tag;
-
-__extension__ typedef unsigned __int128 Number;
-
-std::optional<Number> parse_address(int family, size_t length, const std::string& text) {
-    uint8_t bytes[sizeof(in6_addr)] = {};
-    if (inet_pton(family, text.c_str(), bytes) != 1) return {};
-    Number number = 0;
-    for (size_t i = 0; i < length; ++i)
-        number = number << 8 | bytes[i];
-    return number;
-}
-
-std::optional<Number> parse_digits(const std::string& digits, int base) {
-    uint64_t number = 0;
-    const char* const last = digits.data() + digits.size();
-    const auto [end, error] = std::from_chars(digits.data(), last, number, base);
-    if (error != std::errc() || end != last) return {};
-    return number;
-}
-
-std::optional<Number> parse(Tag form, const std::string& text) {
-    if (form == Tag::v4addr) return parse_address(AF_INET, sizeof(in_addr), text);
-    if (form == Tag::v6addr) return parse_address(AF_INET6, sizeof(in6_addr), text);
-    if (form != Tag::mac) return text.starts_with("0x") ? parse_digits(text.substr(2), 16) : parse_digits(text, 10);
-    if (text.size() != 14 || text[4] != '.' || text[9] != '.') return {};
-    return parse_digits(text.substr(0, 4) + text.substr(5, 4) + text.substr(10), 16);
-}
-
-unsigned bits_of(const Field& field) {
-    unsigned bits = 0;
-    for (const Part& part : field.parts)
-        bits += part.bits;
-    return bits;
-}
-
-std::string form_text(Tag form, unsigned bits) {
-    if (form == Tag::mac) return "a MAC address like 0200.0000.0001";
-    if (form == Tag::v4addr) return "an IPv4 address";
-    if (form == Tag::v6addr) return "an IPv6 address";
-    const uint64_t most = (uint64_t{1} << bits) - 1;
-    char digits[20];
-    const bool decimal = form == Tag::dec;
-    return std::string("a number from 0 to ") + (decimal ? "" : "0x") +
-           std::string(digits, std::to_chars(digits, digits + sizeof digits, most, decimal ? 10 : 16).ptr);
-}
 
 // Moves the lowest bytes of a number into a key.
 void store(Number& number, const Part& part, std::vector<uint8_t>& key) {
@@ -83,16 +37,13 @@ std::vector<uint8_t> key_mask(const Table& table) {
 } // namespace
 
 void Packet::set(const Field& field, const std::string& text, Tag form) {
-    std::optional<Number> value = parse(form, text);
-    const unsigned bits = bits_of(field);
-    if (!value || (bits < 128 && *value >> bits != 0))
-        throw Problem(exit_bad_usage, field.label + " takes " + form_text(form, bits) + ", not \"" + text + "\"");
+    Number value = parse_number(field, form, bits_of(field), text);
     if (table.partitioned && &field == table.key.data()) {
-        partition_index = static_cast<uint32_t>(*value);
+        partition_index = static_cast<uint32_t>(value);
         return;
     }
     for (size_t i = field.parts.size(); i > 0;) // the halves of a MAC address have whole bytes
-        store(*value, field.parts[--i], key);
+        store(value, field.parts[--i], key);
 }
 
 std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) {
@@ -104,7 +55,7 @@ std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) 
     std::vector<uint8_t> mask(counted.size());
     uint8_t data[most_bytes];
     std::vector<Candidate> found;
-    visit_entries(work, table, count_entries(work, table), [&](pd_entry handle, bool) {
+    const auto look = [&](pd_entry handle) {
         pipe_match_record match{};
         match.key_bytes = key.data();
         match.mask_bytes = mask.data();
@@ -123,6 +74,10 @@ std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) 
         for (size_t i = 0; i < key.size(); ++i)
             if (((key[i] ^ packet.key[i]) & mask[i] & counted[i]) != 0) return;
         found.push_back({handle, match.priority});
+    };
+    visit_entries(work, table, count_entries(work, table), [&](pd_entry handle, bool) {
+        look(handle);
+        return true;
     });
     std::ranges::stable_sort(found, {}, &Candidate::priority);
 
@@ -148,7 +103,7 @@ std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) 
 }
 
 bool read_hardware(const Work& work, const Table& table, pd_entry handle, bool is_default, Entry& entry) {
-    const bool read = read_entry(work, table, handle, true, entry);
+    const bool read = read_entry(work, table, handle, true, entry) == PD_STATUS_OK;
     if (!read)
         work.complaints.add(table.name + ": " +
                             (is_default ? "the default entry" : "entry " + entry_name(handle, false)) +
@@ -179,25 +134,12 @@ std::string reason(const Work& work, const Table& table, const std::vector<Candi
     std::string text = "it has the lowest priority number, " + std::to_string(static_cast<int32_t>(winner.priority));
     Entry entry;
     if (is_prefix)
-        text = read_entry(work, table, winner.handle, true, entry)
+        text = read_entry(work, table, winner.handle, true, entry) == PD_STATUS_OK
                    ? "it has the longest prefix, /" +
                          std::to_string(load(entry.key, table.key.back().parts[0].partner).low)
                    : "it has the longest prefix";
     text = "of " + all + " entries that match, " + text;
     return equals == 1 ? text : text + "; " + std::to_string(equals) + " have that, and" + first;
-}
-
-const Field& field_named(const Table& table, const std::string& name) {
-    std::vector<std::string> names;
-    for (const Field& field : table.key) {
-        if (field.label == name) return field;
-        names.push_back(field.label);
-    }
-    std::string near = near_text(name, names);
-    if (near.empty())
-        for (const std::string& each : names)
-            near += (each == names.front() ? "; its fields are " : ", ") + each;
-    throw Problem(exit_bad_usage, "table " + table.name + " has no field \"" + name + "\"" + near);
 }
 
 Packet packet_of(const Table& table, const std::vector<std::string>& words) {
@@ -206,43 +148,77 @@ Packet packet_of(const Table& table, const std::vector<std::string>& words) {
     for (const std::string& word : words) {
         const size_t end = word.find('=');
         const Field& field = field_named(table, word.substr(0, end));
-        if (end == std::string::npos) throw Problem(exit_bad_usage, field.label + " needs a value");
-        if (std::ranges::find(set, &field) != set.end()) throw Problem(exit_bad_usage, field.label + " is given twice");
+        if (end == std::string::npos) throw Problem(Fault::bad_value, field.label + " needs a value");
+        if (std::ranges::find(set, &field) != set.end())
+            throw Problem(Fault::bad_value, field.label + " is given twice");
         set.push_back(&field);
         packet.set(field, word.substr(end + 1), field.shown_as);
     }
     return packet;
 }
 
-} // namespace
+std::string why(const Work& work, const Table& table, const std::vector<Candidate>& found) {
+    return found.empty()       ? "no entry matches"
+           : found.size() == 1 ? "no other entry matches"
+                               : reason(work, table, found);
+}
 
-bool show_match(const Work& work) {
-    const Table& table = table_named(work.pipeline, *work.arguments.name);
-    if (table.key.empty())
-        throw Problem(exit_bad_usage, "table " + table.name + " has no key: every packet takes its default entry");
-    const Packet packet = packet_of(table, work.arguments.more);
-    if (work.arguments.corrupt) corrupt_hardware(work);
-
+void show_match_in_text(const Work& work, const Table& table, const std::vector<Candidate>& found) {
     std::string text = table.name + ", a packet with ";
-    for (const std::string& word : work.arguments.more)
+    for (const std::string& word : work.query.words)
         text += word + " ";
-    text += work.arguments.more.empty() ? "all fields 0\n" : "and other fields 0\n";
-    const std::vector<Candidate> found = matching_entries(work, packet);
+    text += work.query.words.empty() ? "all fields 0\n" : "and other fields 0\n";
     text += "  takes      ";
-    if (found.empty()) {
-        const pd_entry handle = default_entry(work, table);
-        text += handle != PD_HDL_END ? entry_line(work, table, handle, true) : "nothing: there is no default entry";
-        text += "\n  because    no entry matches\n";
-    } else {
-        text += entry_line(work, table, found.front().handle, false) + "\n  because    " +
-                (found.size() == 1 ? "no other entry matches" : reason(work, table, found)) + "\n";
-    }
+    const pd_entry handle = found.empty() ? default_entry(work, table) : found.front().handle;
+    text +=
+        handle != PD_HDL_END ? entry_line(work, table, handle, found.empty()) : "nothing: there is no default entry";
+    text += "\n  because    " + why(work, table, found) + "\n";
     for (size_t i = 1; i < found.size() && i <= most_losers; ++i)
         text += (i == 1 ? "  next best  " : "             ") + entry_line(work, table, found[i].handle, false) + "\n";
     if (found.size() > most_losers + 1)
         text += "             and " + std::to_string(found.size() - most_losers - 1) + " more\n";
     work.out.put(text);
+}
+
+std::string hardware_json(const Work& work, const Table& table, pd_entry handle, bool is_default) {
+    Entry entry;
+    return handle != PD_HDL_END && read_hardware(work, table, handle, is_default, entry)
+               ? entry_json(work, table, entry, handle, is_default)
+               : "null";
+}
+
+void show_match_in_json(const Work& work, const Table& table, const std::vector<Candidate>& found) {
+    std::string& out = work.out.text;
+    out += R"({"table":")" + table.name + R"(","packet":{)";
+    for (const std::string& word : work.query.words) {
+        const size_t end = word.find('=');
+        if (out.back() != '{') out += ",";
+        put_json_string(out, std::string_view(word).substr(0, end));
+        out += ":";
+        put_json_string(out, std::string_view(word).substr(end + 1));
+    }
+    const pd_entry handle = found.empty() ? default_entry(work, table) : found.front().handle;
+    out += "},\"takes\":" + hardware_json(work, table, handle, found.empty()) + ",\"because\":";
+    put_json_string(out, why(work, table, found));
+    out += ",\"next_best\":[";
+    for (size_t i = 1; i < found.size() && i <= most_losers; ++i)
+        out += (i == 1 ? "" : ",") + hardware_json(work, table, found[i].handle, false);
+    out += "],\"more\":" + std::to_string(found.size() > most_losers + 1 ? found.size() - most_losers - 1 : 0);
+    end_json_object(work.out, work.complaints);
+}
+
+} // namespace
+
+bool show_match(const Work& work) {
+    const Table& table = table_named(work.pipeline, *work.query.name);
+    if (table.key.empty())
+        throw Problem(Fault::bad_value, "table " + table.name + " has no key: every packet takes its default entry");
+    const std::vector<Candidate> found = matching_entries(work, packet_of(table, work.query.words));
+    if (work.query.format == Format::json)
+        show_match_in_json(work, table, found);
+    else
+        show_match_in_text(work, table, found);
     return true;
 }
 
-} // namespace pd_show
+} // namespace pd_views

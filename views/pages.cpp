@@ -5,11 +5,13 @@
 #include <cstdio>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "pd_show/work.h"
+#include "views/values.h"
+#include "views/work.h"
 
-namespace pd_show {
+namespace pd_views {
 namespace {
 
 constexpr size_t line_length = 110;
@@ -122,7 +124,107 @@ std::string action_grid(const Table& table) {
 
 } // namespace
 
+namespace {
+
+std::string entries_json(const Work& work, const Table& table) {
+    const std::optional<uint32_t> count = count_entries(work, table);
+    return count ? std::to_string(*count) : "null";
+}
+
+std::string quoted(std::string_view text) {
+    std::string json;
+    put_json_string(json, text);
+    return json;
+}
+
+// An array of what `json_of` makes of each item.
+template <class Items, class Json>
+std::string json_list(const Items& items, Json json_of) {
+    std::string json = "[";
+    for (const auto& item : items)
+        json += (json.size() == 1 ? "" : ",") + json_of(item);
+    return json + "]";
+}
+
+std::string counters_json(const std::vector<const catalog::Resource*>& counters) {
+    return json_list(counters, [](const catalog::Resource* counter) {
+        const bool is_direct = counter->addressing == catalog::Addressing::direct;
+        return R"({"name":")" + std::string(counter->name) + R"(","addressing":")" +
+               (is_direct ? "direct" : "indirect") + "\"}";
+    });
+}
+
+// The first members of a table's object, which lists and pages share.
+std::string table_json(const Table& table) {
+    std::string json = R"({"name":")" + table.name + R"(","handle":)" + std::to_string(table.handle);
+    if (table.stage != nullptr)
+        json += std::string(R"(,"gress":")") + table.stage->gress + R"(","stage":)" + quoted(table.stage->title);
+    return json + ",\"summary\":" + quoted(table.summary);
+}
+
+std::string profile_json(const Table& table) {
+    return ",\"profile\":" + (table.profile != nullptr ? quoted(table.profile) : "null");
+}
+
+std::string field_json(const Field& field) {
+    return R"({"name":")" + field.label + R"(","match":")" + match_text(field.match) + R"(","shown_as":")" +
+           tag_text(field.shown_as) + R"(","fields":)" +
+           json_list(field.parts,
+                     [](const Part& part) {
+                         return R"({"name":")" + std::string(part.name) + R"(","pd_name":")" + part.pd_name +
+                                R"(","bits":)" + std::to_string(part.bits) + R"(,"matched_bits":)" +
+                                (narrowed(part) ? quoted(covered_text(part)) : "null") + "}";
+                     }) +
+           "}";
+}
+
+std::string action_json(const Action* action) {
+    return R"({"name":")" + action->name + R"(","params":)" +
+           json_list(action->params,
+                     [](const Field& param) {
+                         return R"({"name":")" + param.label + R"(","shown_as":")" + tag_text(param.shown_as) +
+                                R"(","bits":)" + std::to_string(bits_of(param)) + "}";
+                     }) +
+           "}";
+}
+
+void show_tables_in_json(const Work& work) {
+    JsonArray array(work.out);
+    for (const Table& table : work.pipeline.tables) {
+        array.begin();
+        work.out.text +=
+            table_json(table) + ",\"key\":" +
+            json_list(table.key,
+                      [](const Field& field) {
+                          return R"({"name":")" + field.label + R"(","match":")" + match_text(field.match) + "\"}";
+                      }) +
+            profile_json(table) +
+            ",\"actions\":" + json_list(table.actions, [](const Action* action) { return quoted(action->name); }) +
+            ",\"counters\":" + counters_json(table.counters) + ",\"entries\":" + entries_json(work, table) + "}";
+    }
+    if (!work.pipeline.counters_without_table.empty()) {
+        array.begin();
+        work.out.text += R"({"name":null,"counters":)" + counters_json(work.pipeline.counters_without_table) + "}";
+    }
+    array.end(work.complaints);
+}
+
+void show_table_in_json(const Work& work, const Table& table) {
+    work.out.text += table_json(table) + ",\"priority\":" + (table.has_priority ? "true" : "false") +
+                     ",\"partition\":" + (table.partitioned ? "true" : "false") +
+                     ",\"key\":" + json_list(table.key, field_json) + profile_json(table) +
+                     ",\"actions\":" + json_list(table.actions, action_json) +
+                     ",\"counters\":" + counters_json(table.counters) + ",\"entries\":" + entries_json(work, table);
+    end_json_object(work.out, work.complaints);
+}
+
+} // namespace
+
 bool show_tables(const Work& work) {
+    if (work.query.format == Format::json) {
+        show_tables_in_json(work);
+        return true;
+    }
     for (const Table& table : work.pipeline.tables) {
         std::vector<std::string> fields;
         for (const Field& field : table.key)
@@ -146,7 +248,11 @@ bool show_tables(const Work& work) {
 }
 
 bool show_table(const Work& work) {
-    const Table& table = table_named(work.pipeline, *work.arguments.name);
+    const Table& table = table_named(work.pipeline, *work.query.name);
+    if (work.query.format == Format::json) {
+        show_table_in_json(work, table);
+        return true;
+    }
     std::string text = "Table " + table.name + ", " + hex(table.handle) + "\n\n";
     if (table.key.empty())
         text += "No key: the table has a default entry and no other.\n\n";
@@ -163,4 +269,4 @@ bool show_table(const Work& work) {
     return true;
 }
 
-} // namespace pd_show
+} // namespace pd_views

@@ -1,12 +1,12 @@
 // Joins what people see as one thing: values with their masks, halves of MAC addresses, tables with their counters.
-#include "pd_show/pipeline.h"
+#include "views/pipeline.h"
 
 #include <algorithm>
 
 #include "catalog/display.h"
-#include "pd_show/output.h"
+#include "views/problem.h"
 
-namespace pd_show {
+namespace pd_views {
 namespace {
 
 Bits ones(unsigned bits) {
@@ -66,21 +66,38 @@ std::vector<Field> params_of(const catalog::Action& row) {
     return joined(catalog::shown_params(row), parts, std::vector(parts.size(), catalog::Match::exact));
 }
 
+std::vector<const Action*> actions_of(const Pipeline& pipeline, const catalog::List<catalog::Binding>& bindings) {
+    std::vector<const Action*> actions;
+    for (const catalog::Binding& binding : bindings)
+        actions.push_back(&pipeline.actions[catalog::number_of(catalog::program.actions, binding.action)]);
+    std::ranges::sort(actions, {}, &Action::name);
+    return actions;
+}
+
+// The last stage that begins at the table or before it. Null if the program has no stages.
+const catalog::Stage* stage_of(const catalog::Table& row) {
+    const catalog::Stage* stage = nullptr;
+    for (const catalog::Stage& each : catalog::program.stages)
+        if (catalog::tables(catalog::program)[catalog::number_of(catalog::tables(catalog::program), each.first_table)]
+                .handle <= row.handle)
+            stage = &each;
+    return stage;
+}
+
 Table describe_table(const Library& library, const Pipeline& pipeline, const catalog::Table& row) {
     const size_t profile = catalog::profile_of(catalog::program, row);
     Table table{.name = row.name,
                 .handle = row.handle,
+                .summary = row.summary,
+                .stage = stage_of(row),
                 .has_priority = catalog::has_priority(row),
                 .partitioned = row.partitioned,
                 .key_bytes = catalog::key_layout(row).bytes,
                 .key = key_of(row),
                 .profile = profile == catalog::not_found ? nullptr : catalog::program.profiles[profile].name,
-                .actions = {},
+                .actions = actions_of(pipeline, catalog::actions_of(catalog::program, row)),
                 .counters = {},
                 .get_entry = library.function<WordFunction>(std::string(row.name) + "_get_entry")};
-    for (const catalog::Binding& binding : catalog::actions_of(catalog::program, row))
-        table.actions.push_back(&pipeline.actions[catalog::number_of(catalog::program.actions, binding.action)]);
-    std::ranges::sort(table.actions, {}, &Action::name);
     for (const catalog::Resource& counter : catalog::program.counters)
         if (counter.table != nullptr && table.name == counter.table) table.counters.push_back(&counter);
     return table;
@@ -109,18 +126,33 @@ Pipeline describe_pipeline(const Library& library) {
     for (const catalog::Table& row : catalog::tables(catalog::program))
         pipeline.tables.push_back(describe_table(library, pipeline, row));
     std::ranges::sort(pipeline.tables, {}, &Table::handle);
+    for (const catalog::Profile& row : catalog::program.profiles)
+        pipeline.profiles.push_back({row.name, row.table, actions_of(pipeline, row.actions)});
     for (const catalog::Resource& counter : catalog::program.counters)
         if (counter.table == nullptr) pipeline.counters_without_table.push_back(&counter);
     return pipeline;
 }
 
-const Table& table_named(const Pipeline& pipeline, const std::string& name) {
+namespace {
+
+template <class Row>
+const Row& row_named(const std::vector<Row>& rows, const char* kind, const std::string& name) {
     std::vector<std::string> names;
-    for (const Table& table : pipeline.tables) {
-        if (table.name == name) return table;
-        names.push_back(table.name);
+    for (const Row& row : rows) {
+        if (row.name == name) return row;
+        names.push_back(row.name);
     }
-    throw Problem(exit_bad_usage, "there is no table " + name + near_text(name, names));
+    throw Problem(Fault::unknown_name, std::string("there is no ") + kind + " " + name + near_text(name, names));
 }
 
-} // namespace pd_show
+} // namespace
+
+const Table& table_named(const Pipeline& pipeline, const std::string& name) {
+    return row_named(pipeline.tables, "table", name);
+}
+
+const Profile& profile_named(const Pipeline& pipeline, const std::string& name) {
+    return row_named(pipeline.profiles, "profile", name);
+}
+
+} // namespace pd_views
