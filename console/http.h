@@ -1,9 +1,9 @@
-// HTTP/1.1 over sockets: the server of an agent's console, and the client of pd-show. Only GET and HEAD, and one request
-// per connection.
+// HTTP/1.1 over sockets: the server of an agent's console, and the client of pd-show. Only GET and HEAD, and one
+// request per connection.
 //
-// Boost.Beast knows the protocol. The sockets are our own, because the deadlines of a server are those of whole requests:
-// blocking Asio has no deadlines. Debian's cpp-httplib has one per read only, queues clients without bound, and doesn't
-// say which user a client is.
+// Boost.Beast knows the protocol. The sockets are our own, because the deadlines of a server are those of whole
+// requests: blocking Asio has no deadlines. Debian's cpp-httplib has one per read only, queues clients without bound,
+// and doesn't say which user a client is.
 #pragma once
 
 #include <atomic>
@@ -94,8 +94,8 @@ struct Request {
     unsigned version = 11;    // 10: HTTP/1.0, which knows no chunks
 };
 
-// What the first bytes of a connection say. `status` is 0 if the head of the request isn't complete, 200 if `request` is
-// sound, and otherwise that of an error. A head of more than `most_bytes` is one.
+// What the first bytes of a connection say. `status` is 0 if the head of the request isn't complete, 200 if `request`
+// is sound, and otherwise that of an error. A head of more than `most_bytes` is one.
 struct Parsed {
     int status = 0;
     std::string message;
@@ -112,8 +112,8 @@ std::string percent_encoded(std::string_view text);
 // The value of the first header of this name, or "". Names are compared without regard to case.
 std::string_view field_of(const Fields& fields, std::string_view name);
 
-// Nobody waits for the rest of an answer: the client is gone, reads nothing for the time-out, asked for the head only, or
-// the server stops. Not a std::exception, so that a handler of failures doesn't catch it.
+// Nobody waits for the rest of an answer: the client is gone, reads nothing for the time-out, asked for the head only,
+// or the server stops. Not a std::exception, so that a handler of failures doesn't catch it.
 struct Gone {};
 
 // The answer to a request: one call of whole() or error(), or begin(), any number of write(), and end(). Every function
@@ -144,16 +144,15 @@ private:
           timeout_ms_(timeout_ms),
           bytes_(bytes) {}
 
-    void head(int status, std::string_view type, const Fields& headers);
-    void send_chunk();
+    void frame_chunk();
     void send(std::string_view bytes);
 
     int fd_, stop_;
     unsigned timeout_ms_;
     std::atomic<uint64_t>& bytes_;
     bool head_only_ = false, chunked_ = true; // what the request wants
-    bool begun_ = false;
-    std::string head_, chunk_; // not yet sent
+    bool begun_ = false, gone_ = false;
+    std::string chunk_, unsent_; // gathered, and ready to be sent
 };
 
 struct Limits {
@@ -162,8 +161,8 @@ struct Limits {
     size_t request_bytes = 4096;
 };
 
-// Accepts clients on a thread, and answers each on a thread of its own. A client beyond the limit waits for a moment and
-// then gets status 503; one that isn't admitted gets 403. The threads block all signals.
+// Accepts clients on a thread, and answers each on a thread of its own. A client beyond the limit waits for a moment
+// and then gets status 503; one that isn't admitted gets 403. The threads block all signals.
 class Server {
 public:
     using Admit = std::function<bool(int fd)>;                         // on the accepting thread; must not wait
@@ -191,9 +190,9 @@ struct Answer {
     Fields headers, trailers;
 };
 
-// Asks the server at a Unix socket, and passes the body on as it comes, with the answer without its trailers. A time-out
-// of 0 waits forever, and others bound each wait. Throws std::system_error if the system refuses, ETIMEDOUT among that, and
-// std::runtime_error if the answer is broken or ends early. What `body` throws ends the answer.
+// Asks the server at a Unix socket, and passes the body on as it comes, with the answer without its trailers. A
+// time-out of 0 waits forever, and others bound each wait. Throws std::system_error if the system refuses, ETIMEDOUT
+// among that, and std::runtime_error if the answer is broken or ends early. What `body` throws ends the answer.
 Answer get(const std::string& socket_path, const std::string& target, const std::string& accept,
            const std::function<void(const Answer&, std::string_view)>& body, std::chrono::milliseconds timeout = {});
 
