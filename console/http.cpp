@@ -157,8 +157,8 @@ ListeningSocket::ListeningSocket(const std::string& path, mode_t mode) : mode_(m
         device_ = own.st_dev;
         inode_ = own.st_ino;
         if (listen(socket_.get(), 64) != 0) fail(errno, path);
-        while (linkat(folder_.get(), made.c_str(), folder_.get(), name_.c_str(), 0) != 0) {
-            if (errno != EEXIST) fail(errno, path);
+        for (int tries = 0; linkat(folder_.get(), made.c_str(), folder_.get(), name_.c_str(), 0) != 0; ++tries) {
+            if (errno != EEXIST || tries == 100) fail(errno, path);
             if (!is_stale(folder_, name_, path)) continue;
             lock_folder(folder_, path);
             const bool replaces = is_stale(folder_, name_, path);
@@ -452,7 +452,8 @@ void Reply::write(std::string_view text) {
         text.remove_prefix(part.size());
         if (chunk_.size() < chunk_bytes) return;
         frame_chunk();
-        send(std::exchange(unsent_, {}));
+        send(unsent_);
+        unsent_.clear();
     }
 }
 
@@ -487,6 +488,22 @@ void Reply::check() {
 }
 
 // ---- The server
+
+namespace {
+
+struct BlockedSignals {
+    BlockedSignals() {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+    }
+    ~BlockedSignals() {
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+    sigset_t before;
+};
+
+} // namespace
 
 class Server::Threads {
 public:
@@ -556,18 +573,8 @@ Server::Threads::Threads(int listening, const Limits& limits, Admit admit, Handl
       wake_(opened(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
     if (fcntl(listening, F_SETFL, O_NONBLOCK) != 0) fail(errno, "fcntl");
     polls_.reserve(most_guests + 4);
-    // Threads inherit the mask of who makes them.
-    sigset_t all, before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &before);
-    int error = 0;
-    try {
-        thread_ = std::thread([this] { accept_clients(); });
-    } catch (const std::system_error& refused) {
-        error = refused.code().value();
-    }
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    if (error != 0) fail(error, "thread");
+    const BlockedSignals blocked; // in the threads too: each inherits the mask of the thread that makes it
+    thread_ = std::thread([this] { accept_clients(); });
 }
 
 Server::Threads::~Threads() {
@@ -600,7 +607,7 @@ void Server::Threads::accept_clients() {
                     refuse(std::move(fd), too_many_);
             }
             if (polls_[2].revents != 0) take_new();
-        } catch (const std::bad_alloc&) { // the client in hand was closed
+        } catch (...) { // no memory, or admit() threw: the client in hand was closed
         }
     }
     for (Client& client : clients_)

@@ -98,7 +98,7 @@ std::string first_line(const std::string& answer) {
     return answer.substr(0, answer.find("\r\n"));
 }
 
-TEST(ListeningSocket, HasItsModeAndRemovesItsFile) {
+TEST(HttpSocket, HasItsModeAndRemovesItsFile) {
     const Folder folder;
     const std::string path = folder / "console";
     for (const mode_t mask : {0u, 077u}) {
@@ -127,7 +127,7 @@ TEST(ListeningSocket, HasItsModeAndRemovesItsFile) {
     EXPECT_TRUE(std::filesystem::exists(path));
 }
 
-TEST(ListeningSocket, RefusesWhatItMustNotReplace) {
+TEST(HttpSocket, RefusesWhatItMustNotReplace) {
     const Folder folder;
     const auto error_at = [&](const std::string& path) {
         return error_of([&] { const ListeningSocket socket(path, 0600); });
@@ -150,7 +150,7 @@ TEST(ListeningSocket, RefusesWhatItMustNotReplace) {
     EXPECT_EQ(names, (std::vector<std::string>{"folder", "link", "living", "stale"}));
 }
 
-TEST(ListeningSocket, OneOfManyStartersWins) {
+TEST(HttpSocket, OneOfManyStartersWins) {
     constexpr int starters = 4;
     for (int round = 0; round < 100; ++round) {
         const Folder folder;
@@ -176,7 +176,7 @@ TEST(ListeningSocket, OneOfManyStartersWins) {
     }
 }
 
-TEST(MayUse, TakesOwnUserOrTheModesGuests) {
+TEST(HttpPeer, TakesOwnUserOrTheModesGuests) {
     const Folder folder;
     const ListeningSocket socket(folder / "console", 0666);
     const Fd own = connected(folder / "console");
@@ -269,7 +269,7 @@ bool soon(const std::function<bool()>& holds) {
     return false;
 }
 
-TEST(Requests, AreAnsweredOrRefused) {
+TEST(HttpRequests, AreAnsweredOrRefused) {
     const Console console;
     const std::string get = "GET ", http = " HTTP/1.1\r\n", end = "\r\n\r\n";
     const auto plain = [&](const std::string& target) { return get + target + http + "\r\n"; };
@@ -316,7 +316,7 @@ TEST(Requests, AreAnsweredOrRefused) {
     EXPECT_TRUE(console.answer_to(plain("/breaks")).ends_with("xxx\r\n")) << "must not look complete";
 }
 
-TEST(Requests, EndInTime) {
+TEST(HttpRequests, EndInTime) {
     const Console console({.timeout_ms = 300});
     const Fd silent = connected(console.path), slow = connected(console.path), ended = connected(console.path);
     put(ended, "GET /ec");
@@ -333,7 +333,7 @@ TEST(Requests, EndInTime) {
     EXPECT_EQ(console.server->load().requests, 0u);
 }
 
-TEST(Streams, ComeInChunksWithTrailers) {
+TEST(HttpStreams, ComeInChunksWithTrailers) {
     const Console console;
     std::string all;
     for (int i = 0; i < 50'000; ++i)
@@ -362,7 +362,7 @@ TEST(Streams, ComeInChunksWithTrailers) {
     EXPECT_GT(console.server->load().bytes_sent, 3 * all.size());
 }
 
-TEST(Streams, EndWithTheirReaders) {
+TEST(HttpStreams, EndWithTheirReaders) {
     const Console console({.clients = 2, .timeout_ms = 300});
     {
         const Fd working = console.asked("/work"), reading = console.asked("/forever");
@@ -377,7 +377,7 @@ TEST(Streams, EndWithTheirReaders) {
     EXPECT_TRUE(soon([&] { return console.server->load().clients == 0; }));
 }
 
-TEST(Clients, AreLimited) {
+TEST(HttpClients, AreLimited) {
     Console console({.clients = 2});
     std::vector<Fd> working(2);
     for (Fd& fd : working)
@@ -401,7 +401,7 @@ TEST(Clients, AreLimited) {
     EXPECT_TRUE(soon([&] { return console.server->load().clients == 1; }));
 }
 
-TEST(Clients, AreAdmitted) {
+TEST(HttpClients, AreAdmitted) {
     const Console console({}, false);
     std::string body;
     const Answer answer =
@@ -411,7 +411,7 @@ TEST(Clients, AreAdmitted) {
     EXPECT_EQ(console.server->load().refused, 1u);
 }
 
-TEST(Clients, WaitWhileDescriptorsLack) {
+TEST(HttpClients, WaitWhileDescriptorsLack) {
     const Console console;
     rlimit before;
     ASSERT_EQ(getrlimit(RLIMIT_NOFILE, &before), 0);
@@ -433,7 +433,7 @@ TEST(Clients, WaitWhileDescriptorsLack) {
     EXPECT_EQ(first_line(rest_of(next)), "HTTP/1.1 200 OK");
 }
 
-TEST(Server, StopsAtOnce) {
+TEST(HttpServer, StopsAtOnce) {
     Console console({.clients = 4, .timeout_ms = 60'000});
     const Fd silent = connected(console.path), idle = console.asked("/forever"), working = console.asked("/work");
     const Fd reading = console.asked("/forever");
@@ -449,7 +449,7 @@ TEST(Server, StopsAtOnce) {
     EXPECT_FALSE(read.ends_with("0\r\n\r\n"));
 }
 
-TEST(Server, AnswersManyAtOnce) {
+TEST(HttpServer, AnswersManyAtOnce) {
     Console console({.clients = 4});
     std::atomic<int> answered = 0;
     {
@@ -469,7 +469,7 @@ TEST(Server, AnswersManyAtOnce) {
     EXPECT_EQ(answered, 180);
 }
 
-TEST(Tcp, ListensAtAnAddress) {
+TEST(HttpSocket, ListensAtATcpAddress) {
     const TcpSocket listening = listen_tcp("127.0.0.1", 0);
     const Server server(listening.fd.get(), {}, {},
                         [](const Request& request, Reply& reply) { reply.whole(200, "text/plain", request.host); });
@@ -507,7 +507,7 @@ std::string complaint_about(const std::string& bytes) {
     return "";
 }
 
-TEST(Get, ComplainsAboutAnswersThatAreNone) {
+TEST(HttpGet, ComplainsAboutAnswersThatAreNone) {
     const std::string chunked = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n5\r\nhello\r\n";
     const std::string early = "the agent's answer ended early", broken = "the agent's answer is broken: ";
     EXPECT_EQ(complaint_about(chunked + "0\r\nA: b\r\n\r\n"), "");
