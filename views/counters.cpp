@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "views/work.h"
+#include "views/counters.h"
 
 namespace pd_views {
 namespace {
@@ -19,9 +19,9 @@ using ReadDirect = pd_status(pd_session, pd_device, pd_entry, uint32_t, pd_count
 using ReadIndirect = pd_status(pd_session, pd_dev_tgt, uint32_t, uint32_t, pd_counter_value*) noexcept;
 
 // Shows the counts of entries or cells as the query asks.
-class Counts {
+class Shown : public CountSink {
 public:
-    explicit Counts(const Work& work) : work_(work) {
+    explicit Shown(const Work& work) : work_(work) {
         if (work.query.format == Format::json) array_.emplace(work.out);
     }
     void end() {
@@ -29,7 +29,7 @@ public:
     }
 
     // `table` is null for a counter without one.
-    void begin(const char* counter, const Table* table, const std::string& of_what, const char* counted) {
+    void begin(const char* counter, const Table* table, const std::string& of_what, const char* counted) override {
         counter_ = counter;
         table_ = table;
         if (array_) return;
@@ -37,21 +37,21 @@ public:
         std::snprintf(columns, sizeof columns, "  %15s  %15s  ", "count_a", "count_b");
         work_.out.put(counter_ + ", " + of_what + "\n" + columns + counted + "\n");
     }
-    void entry(const pd_counter_value& value, pd_entry handle, bool is_default, const std::string& words) {
-        if (!array_) return put(value, entry_name(handle, is_default) + words);
+    void entry(const pd_counter_value& value, pd_entry handle, bool is_default, std::string_view words) override {
+        if (!array_) return put(value, entry_name(handle, is_default).append(words.empty() ? "" : "  ").append(words));
         begin_element();
         std::string& out = work_.out.text;
         out += ",\"handle\":" + std::to_string(handle) + ",\"default\":" + (is_default ? "true" : "false") + ",\"of\":";
-        put_json_string(out, std::string_view(words).substr(std::min<size_t>(words.size(), 2)));
+        put_json_string(out, words);
         end_element(value);
     }
-    void cell(const pd_counter_value& value, uint32_t index) {
+    void cell(const pd_counter_value& value, uint32_t index) override {
         if (!array_) return put(value, std::to_string(index));
         begin_element();
         work_.out.text += ",\"index\":" + std::to_string(index);
         end_element(value);
     }
-    void idle_cells(uint32_t idle, uint32_t cells, bool there_may_be_more) {
+    void idle_cells(uint32_t idle, uint32_t cells, bool there_may_be_more) override {
         if (!array_)
             return work_.out.put("  " + std::to_string(idle) + (there_may_be_more ? " of the first " : " of ") +
                                  std::to_string(cells) + " cells are at 0\n");
@@ -82,42 +82,45 @@ private:
     const Table* table_ = nullptr;
 };
 
-// The library's description of the entry, after two blanks; empty if the library has none. Nothing if the entry can't
+// The library's description of the entry, written to `text`; empty if the library has none. Nothing if the entry can't
 // be read, for which the library gives the same answer.
-std::optional<std::string> description(const Work& work, const Table& table, pd_entry handle) {
-    const auto describe =
+std::optional<std::string_view> description(const Work& work, const Table& table, pd_entry handle,
+                                            char (&text)[most_bytes]) {
+    static const auto describe =
         work.library.function<decltype(p4_pd_velmar_switch_stringify_counter_matchspec)>("stringify_counter_matchspec");
-    char text[most_bytes];
     const int length = describe(work.session, work.target.dev_id, table.handle, handle, text);
     Entry entry;
     if (length <= 0 && read_entry(work, table, handle, true, entry) != PD_STATUS_OK) return {};
-    std::string words = "  " + std::string(text, static_cast<size_t>(std::max(length, 0)));
-    words.erase(words.find_last_not_of(' ') + 1);
-    return words;
+    const std::string_view words(text, static_cast<size_t>(std::max(length, 0)));
+    return words.substr(0, words.find_last_not_of(' ') + 1);
 }
 
-void show_direct(const Work& work, Counts& counts, const Table& table, const char* counter) {
+void show_direct(const Work& work, CountSink& counts, const Table& table, const char* counter) {
     counts.begin(counter, &table, "of the entries of " + table.name, "entry");
     const auto read = work.library.function<ReadDirect>(std::string("counter_read_") + counter);
+    char text[most_bytes];
     visit_all_entries(work, table, count_entries(work, table), [&](pd_entry handle, bool is_default) {
         pd_counter_value value{};
-        const pd_status status = read(work.session, work.target.dev_id, handle, work.query.from_hw, &value);
-        if (status != PD_STATUS_OK) {
-            if (!was_deleted(work, table, handle))
-                complain(work, std::string(counter) + ": reading the counts of " + entry_name(handle, is_default),
-                         status);
-        } else if (const std::optional<std::string> words = description(work, table, handle)) {
+        pd_status status = PD_STATUS_OK;
+        std::optional<std::string_view> words;
+        const Found found = read_listed(work, table, handle, [&] {
+            status = read(work.session, work.target.dev_id, handle, work.query.from_hw, &value);
+            if (status == PD_STATUS_OK) words = description(work, table, handle, text);
+            return words.has_value();
+        });
+        if (found == Found::read)
             counts.entry(value, handle, is_default, *words);
-        } else if (!was_deleted(work, table, handle)) {
+        else if (found == Found::unreadable && status != PD_STATUS_OK)
+            complain(work, std::string(counter) + ": reading the counts of " + entry_name(handle, is_default), status);
+        else if (found == Found::unreadable)
             work.complaints.add(table.name + ": " + entry_name(handle, is_default) + " can't be read");
-        }
         return true;
     });
 }
 
 // Only the driver knows the number of cells: it refuses the index after the last one. A driver that has very many
 // cells, or refuses no index, is asked for the first cells only.
-void show_indirect(const Work& work, Counts& counts, const char* counter, const Table* table,
+void show_indirect(const Work& work, CountSink& counts, const char* counter, const Table* table,
                    const std::string& of_what) {
     counts.begin(counter, table, of_what, "index");
     const auto read = work.library.function<ReadIndirect>(std::string("counter_read_") + counter);
@@ -141,7 +144,7 @@ void show_indirect(const Work& work, Counts& counts, const char* counter, const 
 
 } // namespace
 
-bool show_counters(const Work& work) {
+void read_counters(const Work& work, CountSink& counts) {
     const std::optional<std::string>& name = work.query.name;
     std::vector<std::string> names;
     for (const Table& table : work.pipeline.tables) {
@@ -155,7 +158,6 @@ bool show_counters(const Work& work) {
         throw Problem(Fault::unknown_name,
                       "there is no counter, and no table with a counter, " + *name + near_text(*name, names));
 
-    Counts counts(work);
     for (const Table& table : work.pipeline.tables)
         for (const catalog::Resource* counter : table.counters) {
             if (name && *name != table.name && *name != counter->name) continue;
@@ -166,7 +168,12 @@ bool show_counters(const Work& work) {
         }
     for (const catalog::Resource* counter : work.pipeline.counters_without_table)
         if (!name || *name == counter->name) show_indirect(work, counts, counter->name, nullptr, "of no table");
-    counts.end();
+}
+
+bool show_counters(const Work& work) {
+    Shown shown(work);
+    read_counters(work, shown);
+    shown.end();
     return true;
 }
 

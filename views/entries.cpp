@@ -279,7 +279,8 @@ Filter filter_of(const Work& work) {
         if (is_action && table.profile != nullptr)
             throw Problem(Fault::bad_value, "the entries of " + table.name + " have no action of their own");
         const Field* const field = is_action ? nullptr : &field_named(table, name);
-        if (end == std::string::npos) throw Problem(Fault::bad_value, name + " needs a value");
+        if (end == std::string::npos || end + 1 == word.size())
+            throw Problem(Fault::bad_value, name + " needs a value");
         if (field == nullptr)
             filter.action = action_named(work, table, word.substr(end + 1));
         else
@@ -329,10 +330,18 @@ private:
         // A value string doesn't say what a filter asks.
         const bool has_filter = filter_.action || !filter_.fields.empty();
         const bool reads = format_ != Format::value || has_filter;
-        bool read = !reads || read_entry(work_, table, handle, from_hw, entry_) == PD_STATUS_OK;
-        if (read && has_filter && !filter_.lets_pass(entry_)) return;
-        if (read && format_ == Format::value) read = !(value_ = value_string(work_, table, handle, from_hw)).empty();
-        if (!read) return complain_unreadable(work_, table, handle, is_default);
+        bool is_wanted = true;
+        const Found found = read_listed(work_, table, handle, [&] {
+            if (reads && read_entry(work_, table, handle, from_hw, entry_) != PD_STATUS_OK) return false;
+            is_wanted = !has_filter || filter_.lets_pass(entry_);
+            if (format_ == Format::value && is_wanted) value_ = value_string(work_, table, handle, from_hw);
+            return format_ != Format::value || !is_wanted || !value_.empty();
+        });
+        if (found == Found::unreadable)
+            work_.complaints.add(table.name + ": " +
+                                 (is_default ? "the default entry" : "entry #" + std::to_string(handle)) +
+                                 " can't be read");
+        if (found != Found::read || !is_wanted) return;
         const Stopwatch stopwatch(text_time_);
         put(table, handle, is_default);
         ++shown_;

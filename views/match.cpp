@@ -148,7 +148,8 @@ Packet packet_of(const Table& table, const std::vector<std::string>& words) {
     for (const std::string& word : words) {
         const size_t end = word.find('=');
         const Field& field = field_named(table, word.substr(0, end));
-        if (end == std::string::npos) throw Problem(Fault::bad_value, field.label + " needs a value");
+        if (end == std::string::npos || end + 1 == word.size())
+            throw Problem(Fault::bad_value, field.label + " needs a value");
         if (std::ranges::find(set, &field) != set.end())
             throw Problem(Fault::bad_value, field.label + " is given twice");
         set.push_back(&field);

@@ -46,6 +46,9 @@ public:
     bool any() const {
         return count_ != 0;
     }
+    size_t count() const {
+        return count_;
+    }
     // The first complaints; the last line says how many more there are.
     std::vector<std::string> lines() const {
         std::vector<std::string> all = shown_;

@@ -108,13 +108,21 @@ void show_groups(const Work& work, const Profile& profile, bool json) {
 
 } // namespace
 
+std::optional<uint32_t> count_members(const Work& work, const Profile& profile) {
+    return count(work, profile, "_get_act_prof_entry_count", "members");
+}
+
+std::optional<uint32_t> count_groups(const Work& work, const Profile& profile) {
+    return count(work, profile, "_get_selector_group_count", "groups");
+}
+
 bool show_profiles(const Work& work) {
     const bool json = work.query.format == Format::json;
     std::optional<JsonArray> array;
     if (json) array.emplace(work.out);
     for (const Profile& profile : work.pipeline.profiles) {
-        const auto members = count(work, profile, "_get_act_prof_entry_count", "members");
-        const auto groups = count(work, profile, "_get_selector_group_count", "groups");
+        const auto members = count_members(work, profile);
+        const auto groups = count_groups(work, profile);
         if (!json) {
             work.out.put(profile.name + ", of " + profile.table + "\n    members   " +
                          (members ? std::to_string(*members) : "unknown") + "\n    groups    " +
@@ -135,8 +143,8 @@ bool show_profile(const Work& work) {
     const Profile& profile = profile_named(work.pipeline, *work.query.name);
     const bool json = work.query.format == Format::json;
     // Drivers give different answers for the first member or group of a profile that has none.
-    const auto members = count(work, profile, "_get_act_prof_entry_count", "members");
-    const auto groups = count(work, profile, "_get_selector_group_count", "groups");
+    const auto members = count_members(work, profile);
+    const auto groups = count_groups(work, profile);
     work.out.put(json ? R"({"name":")" + profile.name + R"(","table":")" + profile.table + R"(","members":[)"
                       : profile.name + ", of " + profile.table + "\n");
     if (members.value_or(0) != 0) show_members(work, profile, json);

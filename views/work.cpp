@@ -139,15 +139,9 @@ pd_status read_entry(const Work& work, const Table& table, pd_entry handle, bool
                            words[9], words[10]);
 }
 
-bool was_deleted(const Work& work, const Table& table, pd_entry handle) {
+bool exists(const Work& work, const Table& table, pd_entry handle) {
     Entry entry;
-    return work.live && work.library.surely_not_found(read_entry(work, table, handle, false, entry));
-}
-
-void complain_unreadable(const Work& work, const Table& table, pd_entry handle, bool is_default) {
-    if (was_deleted(work, table, handle)) return;
-    work.complaints.add(table.name + ": " + (is_default ? "the default entry" : "entry #" + std::to_string(handle)) +
-                        " can't be read");
+    return !work.library.surely_not_found(read_entry(work, table, handle, false, entry));
 }
 
 std::string value_string(const Work& work, const Table& table, pd_entry handle, bool from_hw) {

@@ -69,6 +69,10 @@ std::optional<uint32_t> count_entries(const Work& work, const Table& table);
 // PD_HDL_END if there is none.
 pd_entry default_entry(const Work& work, const Table& table);
 
+// The numbers of members and groups; as above.
+std::optional<uint32_t> count_members(const Work& work, const Profile& profile);
+std::optional<uint32_t> count_groups(const Work& work, const Profile& profile);
+
 // Two calls of the driver that list handles: the first one, and those that follow another.
 struct Listing {
     std::function<pd_status(uint32_t* handle)> first;
@@ -109,10 +113,22 @@ struct Entry {
 // Sets the members that an entry of the table has. Returns the library's status.
 pd_status read_entry(const Work& work, const Table& table, pd_entry handle, bool from_hw, Entry& entry);
 
-// Whether somebody deleted the entry since it was listed.
-bool was_deleted(const Work& work, const Table& table, pd_entry handle);
-// Complains that an entry can't be read, unless somebody deleted it meanwhile.
-void complain_unreadable(const Work& work, const Table& table, pd_entry handle, bool is_default);
+// Whether the driver's software has the entry. Also true if the driver's answer leaves this open.
+bool exists(const Work& work, const Table& table, pd_entry handle);
+
+enum class Found { read, deleted, unreadable };
+
+// Runs `read`, which returns whether it could read the entry. Somebody may have deleted the entry since it was listed, or
+// added another one in its place while this looks.
+template <class Read>
+Found read_listed(const Work& work, const Table& table, pd_entry handle, Read&& read) {
+    for (unsigned tries = 0; tries < 4; ++tries) {
+        if (read()) return Found::read;
+        if (!work.live) break;
+        if (!exists(work, table, handle)) return Found::deleted;
+    }
+    return Found::unreadable;
+}
 
 // The entry as a line of a dump shows it, and the action of an entry or member.
 std::string entry_text(const Work& work, const Table& table, const Entry& entry, pd_entry handle, bool is_default);

@@ -15,9 +15,10 @@
 #include "views/work.h"
 
 namespace pd_show {
-namespace {
 
 using namespace pd_views;
+
+namespace {
 
 // Shows the steps of a command as a progress bar.
 class Bar : public Watcher {
@@ -48,6 +49,8 @@ struct ToldComplaints : Complaints {
     ToldComplaints& operator=(const ToldComplaints&) = delete;
 };
 
+} // namespace
+
 Command* command_of(const Arguments& arguments) {
     switch (arguments.command) {
     case CommandName::tables:
@@ -71,8 +74,6 @@ Command* command_of(const Arguments& arguments) {
     }
     throw Problem(Fault::bad_value, "serve needs --agent");
 }
-
-} // namespace
 
 int run_in_process(const Arguments& arguments) {
     const Loaded loaded = load(arguments.driver, arguments.time);

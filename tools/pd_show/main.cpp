@@ -2,6 +2,7 @@
 #include <exception>
 #include <iostream>
 
+#include "pd_show/agent.h"
 #include "pd_show/in_process.h"
 #include "pd_show/messages.h"
 #include "pd_show/output.h"
@@ -16,7 +17,8 @@ int run(const Arguments& arguments) {
         StandardOutput().write(arguments.answer);
         return exit_shown;
     }
-    return run_in_process(arguments);
+    if (arguments.command == CommandName::serve) return serve(arguments);
+    return arguments.agent ? run_on_agent(arguments) : run_in_process(arguments);
 }
 
 int report(ExitStatus status, const char* what) {

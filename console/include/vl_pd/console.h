@@ -21,7 +21,7 @@
 
 #include <stdint.h>
 
-#include "types.h"
+#include <vl_pd/types.h>
 
 #ifdef __cplusplus
 extern "C" {

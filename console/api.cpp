@@ -1,0 +1,224 @@
+// A path becomes a command and its query. The command writes into the answer while it reads.
+#include "console/api.h"
+
+#include <algorithm>
+#include <charconv>
+#include <new>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include <unistd.h>
+
+#include "console/metrics.h"
+#include "console/page.h"
+#include "vl_model/traffic.h"
+#include "vl_pd/version.h"
+
+namespace console {
+namespace {
+
+using namespace pd_views;
+
+// Answers that aren't 200.
+struct Refusal {
+    int status;
+    std::string message;
+};
+
+uint32_t number(const std::string& name, std::string_view text, uint32_t most = UINT32_MAX) {
+    uint32_t value = 0;
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (error != std::errc() || end != text.data() + text.size() || value > most)
+        throw Refusal{400, name + " takes a number from 0 to " + std::to_string(most) + ", not \"" + std::string(text) +
+                               "\""};
+    return value;
+}
+
+// What a command takes from the part of the target behind "?".
+struct Takes {
+    bool hw = false;
+    bool page = false;   // after and limit
+    bool fields = false; // of a table
+    bool vrf = false;
+};
+
+Format format_named(const std::string& name, bool has_values) {
+    if (name == "json") return Format::json;
+    if (name == "text") return Format::text;
+    if (name == "value" && has_values) return Format::value;
+    throw Refusal{400, "there is no format " + name + " here"};
+}
+
+Query query_of(const Request& request, const Takes& takes) {
+    Query query;
+    query.format = Format::json;
+    for (const auto& [name, value] : request.query) {
+        if (name == "format")
+            query.format = format_named(value, takes.page);
+        else if (name == "hw" && takes.hw)
+            query.from_hw = number(name, value, 1) != 0;
+        else if (name == "after" && takes.page)
+            query.after = number(name, value);
+        else if (name == "limit" && takes.page)
+            query.limit = number(name, value);
+        else if (name == "vrf" && takes.vrf)
+            query.words.assign(1, value);
+        else if (takes.fields)
+            query.words.push_back(name + "=" + value);
+        else
+            throw Refusal{400, request.path + " takes no \"" + name + "\""};
+    }
+    return query;
+}
+
+// The parts of a path between slashes.
+std::vector<std::string> split(std::string_view path) {
+    std::vector<std::string> parts;
+    for (size_t begin = 1; begin <= path.size();) {
+        const size_t end = std::min(path.find('/', begin), path.size());
+        parts.emplace_back(path.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return parts;
+}
+
+const char* type_of(Format format) {
+    return format == Format::json ? "application/json" : "text/plain; charset=utf-8";
+}
+
+class Answer {
+public:
+    Answer(const Switch& shown, const Request& request, Reply& reply)
+        : shown_(shown),
+          request_(request),
+          reply_(reply) {}
+
+    void about() {
+        static_cast<void>(query_of(request_, {}));
+        const bool looks_up = shown_.library.driver_function<decltype(vl_model_lookup)>("vl_model_lookup") != nullptr;
+        reply_.whole(200, "application/json",
+                     std::string(R"({"program":")") + catalog::program.name + R"(","version":")" + VL_PD_VERSION +
+                         R"(","device":)" + std::to_string(shown_.target.dev_id) + ",\"pid\":" +
+                         std::to_string(getpid()) + R"(,"can":{"lookup":)" + (looks_up ? "true" : "false") + "}}\n");
+    }
+
+    void command(Command& run, const Takes& takes, const std::string& name = {}) {
+        Query query = query_of(request_, takes);
+        if (!name.empty()) query.name = name;
+        require_device();
+        stream(shown_, query, type_of(query.format), reply_, run);
+    }
+
+private:
+    // A command on a device that is gone would complain about every table.
+    void require_device() const {
+        const auto& tables = shown_.pipeline.tables;
+        const auto keyed = std::ranges::find_if(tables, [](const Table& table) { return !table.key.empty(); });
+        using GetCount = decltype(p4_pd_velmar_switch_ipv4Host_get_entry_count); // of the same type for all tables
+        uint32_t count = 0;
+        const pd_status status =
+            shown_.library.function<GetCount>(keyed->name + "_get_entry_count")(shown_.session, shown_.target, &count);
+        if (status != PD_STATUS_OK)
+            throw Refusal{503, shown_.library.refusal(keyed->name + ": counting the entries", status)};
+    }
+
+    const Switch& shown_;
+    const Request& request_;
+    Reply& reply_;
+};
+
+// The commands on a table, whose paths go on behind its name.
+struct TablePath {
+    const char* name;
+    Command* command;
+    Takes takes;
+};
+
+constexpr TablePath table_paths[] = {
+    {"entries", show_entries, {.hw = true, .page = true, .fields = true}},
+    {"verify", verify, {}},
+    {"lookup", show_match, {.fields = true}},
+};
+
+// The commands that are about all, or about what the path names.
+struct Path {
+    const char* name;
+    Command* all; // null if there must be a name
+    Command* one; // null if there is none
+    Takes takes;
+};
+
+constexpr Path paths[] = {
+    {"tables", show_tables, show_table, {}},
+    {"entries", show_entries, nullptr, {.hw = true, .page = true}},
+    {"profiles", show_profiles, show_profile, {.hw = true}},
+    {"counters", show_counters, show_counters, {}},
+    {"verify", verify, nullptr, {}},
+    {"routes", nullptr, show_route, {.vrf = true}},
+};
+
+[[noreturn]] void refuse_path(const std::string& path, std::span<const std::string> names, const std::string& typed) {
+    throw Refusal{404, "there is nothing at " + path + near_text(typed, names)};
+}
+
+void answer_v1(const std::vector<std::string>& parts, const Request& request, Answer& to) {
+    if (parts.size() == 1) return to.about();
+    const auto* const path = std::ranges::find(paths, parts[1], &Path::name);
+    if (path != std::end(paths)) {
+        if (parts.size() == 2 && path->all != nullptr) return to.command(*path->all, path->takes);
+        if (parts.size() == 3 && path->one != nullptr) return to.command(*path->one, path->takes, parts[2]);
+    }
+    if (parts.size() == 4 && parts[1] == "tables") {
+        const auto* const table_path = std::ranges::find(table_paths, parts[3], &TablePath::name);
+        if (table_path != std::end(table_paths)) return to.command(*table_path->command, table_path->takes, parts[2]);
+    }
+    std::vector<std::string> names;
+    for (const Path& each : paths)
+        names.emplace_back(each.name);
+    for (const TablePath& each : table_paths)
+        names.emplace_back(each.name);
+    refuse_path(request.path, names, parts.back());
+}
+
+void answer_path(const Switch& shown, const Server::Load& load, const Request& request, Reply& reply) {
+    const std::vector<std::string> parts = split(request.path);
+    if (parts.empty() || parts[0].empty()) return reply.whole(200, "text/html; charset=utf-8", page(), page_headers);
+    if (parts.size() == 1 && parts[0] == "metrics") return write_metrics(shown, load, request, reply);
+    Answer to(shown, request, reply);
+    if (parts[0] == "v1") return answer_v1(parts, request, to);
+    const std::vector<std::string> names = {"metrics", "v1"};
+    refuse_path(request.path, names, parts[0]);
+}
+
+int status_of(Fault fault) {
+    switch (fault) {
+    case Fault::bad_value:
+        return 400;
+    case Fault::unknown_name:
+        return 404;
+    case Fault::failed:
+        break;
+    }
+    return 500;
+}
+
+} // namespace
+
+void answer(const Switch& shown, const Server::Load& load, const Request& request, Reply& reply) {
+    Refusal refusal{500, "the agent has no memory left for this answer"};
+    try {
+        return answer_path(shown, load, request, reply);
+    } catch (const Refusal& refused) {
+        refusal = refused;
+    } catch (const Problem& problem) {
+        if (reply.begun()) throw;
+        refusal = {status_of(problem.fault), problem.what()};
+    } catch (const std::bad_alloc&) {
+        if (reply.begun()) throw; // the answer is cut off
+    }
+    reply.error(refusal.status, refusal.message);
+}
+
+} // namespace console

@@ -1,0 +1,135 @@
+// A small web server on loopback in front of an agent's socket, because browsers and monitors don't know Unix sockets.
+#include <csignal>
+#include <iostream>
+#include <string>
+#include <string_view>
+
+#include <arpa/inet.h>
+
+#include "console/http.h"
+#include "console/page.h"
+#include "console/trailers.h"
+#include "pd_show/agent.h"
+#include "pd_show/messages.h"
+#include "views/problem.h"
+
+namespace pd_show {
+namespace {
+
+using pd_views::Fault;
+using pd_views::Problem;
+
+struct Address {
+    std::string host; // without brackets
+    uint16_t port;
+};
+
+[[noreturn]] void refuse_address(const std::string& typed) {
+    throw Problem(Fault::bad_value,
+                  "--listen takes an address and a port, such as 127.0.0.1:8080 or [::1]:8080, not \"" + typed + "\"");
+}
+
+Address parse_address(const std::string& typed) {
+    const size_t colon = typed.rfind(':');
+    if (colon == std::string::npos || colon + 1 == typed.size() || typed.size() - colon > 6) refuse_address(typed);
+    std::string host = typed.substr(0, colon);
+    unsigned port = 0;
+    for (const char digit : typed.substr(colon + 1)) {
+        if (digit < '0' || digit > '9') refuse_address(typed);
+        port = port * 10 + static_cast<unsigned>(digit - '0');
+    }
+    if (port > UINT16_MAX) refuse_address(typed);
+    const bool has_brackets = host.size() > 2 && host.front() == '[' && host.back() == ']';
+    if (has_brackets) host = host.substr(1, host.size() - 2);
+    in6_addr parsed;
+    if (inet_pton(has_brackets ? AF_INET6 : AF_INET, host.c_str(), &parsed) != 1) refuse_address(typed);
+    return {host, static_cast<uint16_t>(port)};
+}
+
+bool is_loopback(const std::string& host) {
+    in_addr address{};
+    if (inet_pton(AF_INET, host.c_str(), &address) == 1) return ntohl(address.s_addr) >> 24 == 127;
+    return host == "::1";
+}
+
+// Whether the request names this server. A page from elsewhere that has its own name led to this address doesn't.
+bool names_us(const std::string& header, const Address& address) {
+    const std::string shown = address.host.find(':') != std::string::npos ? "[" + address.host + "]" : address.host;
+    const std::string port = ":" + std::to_string(address.port);
+    for (const std::string& host : {shown, std::string("localhost")})
+        if (header == host + port || (address.port == 80 && header == host)) return true;
+    return false;
+}
+
+// The target of a request, for the agent.
+std::string target_of(const console::Request& request) {
+    std::string target;
+    for (size_t begin = 0; begin < request.path.size();) {
+        const size_t end = std::min(request.path.find('/', begin + 1), request.path.size());
+        target += "/" + console::percent_encoded(request.path.substr(begin + 1, end - begin - 1));
+        begin = end;
+    }
+    const char* before = "?";
+    for (const auto& [name, value] : request.query) {
+        target += std::exchange(before, "&") + console::percent_encoded(name) + "=" + console::percent_encoded(value);
+    }
+    return target;
+}
+
+void pass_on(const std::string& socket, const console::Request& request, console::Reply& reply) {
+    std::string error_body;
+    const bool is_page = request.path == "/";
+    const console::Answer answer = console::get(
+        socket, target_of(request), request.accept, [&](const console::Answer& head, std::string_view text) {
+            if (head.status != 200) {
+                error_body += text;
+                return;
+            }
+            if (!reply.begun())
+                reply.begin(head.type, console::trailer_names, is_page ? console::page_headers : console::Fields());
+            reply.write(text);
+        });
+    if (reply.begun())
+        reply.end(answer.trailers);
+    else
+        reply.whole(answer.status, answer.type, error_body);
+}
+
+} // namespace
+
+int serve(const Arguments& arguments) {
+    Address address = parse_address(arguments.listen.value_or("127.0.0.1:8080"));
+    if (!is_loopback(address.host) && !arguments.allow_remote)
+        throw Problem(Fault::bad_value, address.host + " is not a loopback address; --allow-remote permits it");
+    const std::string& socket = *arguments.agent;
+    console::get(socket, "/v1", "", [](const console::Answer&, std::string_view) {}); // there is an agent
+
+    // The threads of the server block these, too.
+    sigset_t ends;
+    sigemptyset(&ends);
+    sigaddset(&ends, SIGINT);
+    sigaddset(&ends, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &ends, nullptr);
+
+    const console::TcpSocket listening = console::listen_tcp(address.host, address.port);
+    address.port = listening.port;
+    const auto answer = [&](const console::Request& request, console::Reply& reply) {
+        if (!names_us(request.host, address)) return reply.error(403, "the Host header doesn't name this server");
+        try {
+            pass_on(socket, request, reply);
+        } catch (const std::exception& error) {
+            if (reply.begun()) throw;
+            reply.error(502, std::string("the agent doesn't answer: ") + error.what());
+        }
+    };
+    const console::Server server(
+        listening.fd.get(), {.clients = 32}, [](int) { return true; }, answer);
+    const bool has_colons = address.host.find(':') != std::string::npos;
+    std::cout << "http://" << (has_colons ? "[" + address.host + "]" : address.host) << ":" << address.port << "/"
+              << std::endl;
+    int signal = 0;
+    sigwait(&ends, &signal);
+    return exit_shown;
+}
+
+} // namespace pd_show
