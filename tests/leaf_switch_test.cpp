@@ -541,6 +541,29 @@ TEST_F(LeafSwitch, ShowsItselfAtWork) {
     }
 }
 
+TEST_F(LeafSwitch, KeepsItsTablesInRoundsOfTraffic) {
+    const std::vector<TableCount> at_first = table_counts(leaf);
+    constexpr unsigned seconds = 1000; // more than three times a station's time to live
+    std::set<std::pair<Mac, uint32_t>> seen;
+    for (unsigned round = 0; round < seconds * rounds_per_second; ++round) {
+        send_round(leaf, round);
+        for (const Station& station : learned_stations(leaf))
+            seen.emplace(station.mac, station.interface);
+    }
+    // Three stations, one of them at two places, and the visitors; the silent ones are forgotten.
+    EXPECT_EQ(seen.size(), 4 + (seconds + 29) / 30);
+    EXPECT_EQ(learned_stations(leaf).size(), 3 + 11u);
+    const std::vector<TableCount> at_last = table_counts(leaf);
+    for (size_t i = 0; i < at_first.size(); ++i) {
+        const std::string name = at_first[i].name;
+        const bool is_learned = name == "l2Lookup" || name == "l2LearningLookup";
+        EXPECT_EQ(at_last[i].count, at_first[i].count + (is_learned ? 14 : 0)) << name;
+    }
+    for (const PacketCount& count : packet_counts(leaf)) {
+        EXPECT_GT(count.packets, seconds) << count.what;
+    }
+}
+
 // Mistakes in the programming that only packets show.
 TEST_F(LeafSwitch, FindsPacketsThatTakeAnotherEntryThanPlanned) {
     const auto expect_found = [&](const char* found) {

@@ -423,6 +423,10 @@ TEST_F(RouteAgentRun, ArgumentsAreChecked) {
     EXPECT_EQ(run("", {"-", "-"}), 2);
     EXPECT_EQ(run("", {"--seed", "1", "-"}), 2);
     expect_in(messages, {"--seed is only for --corrupt; try --help\n"});
+    EXPECT_EQ(run("", {"--console", "socket", "--corrupt", "1", "-"}), 2);
+    expect_in(messages, {"--packets and --corrupt don't go with --console; try --help\n"});
+    EXPECT_EQ(run("", {"-", "--console"}), 2);
+    expect_in(messages, {"--console takes the path of a socket; try --help\n"});
     EXPECT_EQ(run("", {""}), 2);
     expect_in(messages, {"the list's name is empty; try --help\n"});
     for (const char* number : {"--packets", "--corrupt", "--seed"}) {

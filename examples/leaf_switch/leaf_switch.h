@@ -155,6 +155,11 @@ void pass_time(uint32_t seconds);
 // Shows all of this at work, with our own traffic. Also throws if the switch does anything that was not planned.
 void take_tour(const Leaf& leaf, std::ostream& out);
 
+// Traffic for a switch that stays up: some packets of each kind, and the time until the next round. Also throws if the
+// switch does anything that was not planned. Rounds change no entries except those of learned stations.
+inline constexpr unsigned rounds_per_second = 5;
+void send_round(const Leaf& leaf, unsigned round);
+
 // Prints what it reads back from the driver, because the bring-up keeps none of it. Throws Refused.
 void print_summary(const Leaf& leaf, std::ostream& out);
 

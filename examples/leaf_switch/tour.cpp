@@ -1,4 +1,5 @@
-// The switch at work: what it does when packets come.
+// The switch at work: what it does when packets come, in a tour and in rounds of traffic.
+#include <algorithm>
 #include <iomanip>
 #include <map>
 
@@ -61,13 +62,17 @@ void show_learning(const Leaf& leaf, std::ostream& out) {
     print_stations(leaf, out);
 }
 
-void show_routing(const Leaf& leaf, std::ostream& out) {
+void check_routing(const Leaf& leaf) {
     for (const Host& host : hosts) {
         const Way planned = {host.next_hop, host.interface, host.mac, host.vlan};
         if (route_packet(leaf, host.address) != planned)
             throw std::runtime_error(std::string("packets to ") + host.name + " take another way than planned");
     }
     expect_as_planned("the route to another address", spines_ecmp, route_packet(leaf, elsewhere).number);
+}
+
+void show_routing(const Leaf& leaf, std::ostream& out) {
+    check_routing(leaf);
     out << "Routing: packets to the " << std::size(hosts)
         << " hosts take their next hops, and one to another address takes ECMP group " << spines_ecmp << '\n';
 }
@@ -88,16 +93,18 @@ void show_storm_control(const Leaf& leaf, std::ostream& out) {
     print_limit(leaf, 2, out);
 }
 
-void show_counts(const Leaf& leaf, std::ostream& out) {
+struct Planned {
+    Packet packet;
+    unsigned count;
+    std::vector<std::string> counted_as;
+};
+
+std::vector<Planned> planned_packets() {
     const Host& server = hosts[1];
     constexpr uint16_t https_port = 443;
     constexpr uint32_t strange_interface = 0x50001;
     const uint16_t outside = uplinks[0].port;
-    const struct {
-        Packet packet;
-        unsigned count;
-        std::vector<std::string> counted_as;
-    } planned[] = {
+    return {
         {{"for HTTPS", 1, server.mac, server.interface, server.address, tcp, https_port}, 20, {}},
         {{"for telnet", 1, server.mac, server.interface, server.address, tcp, telnet_port},
          12,
@@ -125,7 +132,10 @@ void show_counts(const Leaf& leaf, std::ostream& out) {
          2,
          {"trapped to the CPU for BGP"}},
     };
-    for (const auto& [packet, count, counted_as] : planned)
+}
+
+void show_counts(const Leaf& leaf, std::ostream& out) {
+    for (const auto& [packet, count, counted_as] : planned_packets())
         send_packets(leaf, packet, count, counted_as);
     out << "Counters:\n";
     for (const PacketCount& count : packet_counts(leaf)) {
@@ -187,6 +197,26 @@ void take_tour(const Leaf& leaf, std::ostream& out) {
         show(leaf, out);
     }
     out << '\n';
+}
+
+void send_round(const Leaf& leaf, unsigned round) {
+    const unsigned second = round / rounds_per_second;
+    // Every 20 s the desk moves to another port. Every 30 s a visitor comes, and the one before falls silent.
+    Station moving = desk;
+    if (second / 20 % 2 != 0) moving.interface = 2;
+    const Station visitor = {{0x020000, 0x000100 + second / 30 % 0x100}, server_vlan, 4};
+    const Station senders[] = {moving, printer, backup, visitor};
+    send_frames(leaf, senders);
+    forget_silent(leaf);
+    check_routing(leaf);
+    for (const auto& [packet, count, counted_as] : planned_packets())
+        send_packets(leaf, packet, std::min(count, 1 + round % 20), counted_as);
+    // Updates the driver's copy of the counts, for readers that don't ask the hardware.
+    for (const auto update :
+         {p4_pd_velmar_switch_counter_hw_sync_haloCount, p4_pd_velmar_switch_counter_hw_sync_trapToCpuCount,
+          p4_pd_velmar_switch_counter_hw_sync_finalDropControlCount})
+        expect("updating counts", update(leaf.session, leaf.target, nullptr, nullptr));
+    if (round % rounds_per_second == rounds_per_second - 1) pass_time(1);
 }
 
 } // namespace leaf_switch

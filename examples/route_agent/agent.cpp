@@ -11,6 +11,7 @@
 #include "route_agent/phases.h"
 #include "route_agent/plan.h"
 #include "route_agent/printable.h"
+#include "staying_up.h"
 
 namespace route_agent {
 namespace {
@@ -43,9 +44,14 @@ Options:
                 also miss a bit that changes no next hop. The last packets also go to all addresses that differ in one
                 bit from the first one of a damaged entry
   --seed S      the seed of the random damage (1); only with --corrupt
+  --console SOCKET
+                opens a console at SOCKET for pd-show --agent SOCKET. Programs all routes without a restart, reads them
+                back, compares them with the hardware, and stays up until SIGINT or SIGTERM. Meanwhile it sends packets
+                to random addresses. It also adds up to 256 host routes in another VRF, deletes them, and starts again
   -h, --help    this text
 
-Exit status: 0 if everything was as planned, 1 if anything differed or was refused, 2 for bad arguments or a bad list.
+Exit status: 0 if everything was as planned, 1 if anything differed or was refused or the console can't start, 2
+for bad arguments or a bad list.
 )";
 
 bool open(std::ifstream& file, const std::string& path, std::ostream& messages) {
@@ -88,7 +94,40 @@ struct Options {
     uint32_t packets = 1'000'000;
     uint32_t corrupt = 0;
     uint32_t seed = 1;
+    std::optional<std::string> console;
 };
+
+// Adds a host route beside the VRF of the list, or deletes it: 256 rounds add, the next 256 rounds delete.
+void change_guest(Run& run, unsigned round) {
+    Work work(run, ipv4Host);
+    Device guests = run.device;
+    ++guests.vrf;
+    const Prefix host = {Address{0xC0000200 + round % 256} << 96, 32, Family::ipv4}; // 192.0.2.0/24
+    const Entry guest = {.prefix = host, .group = run.plan.first_group};
+    pd_entry handle = 0;
+    if (round / 256 % 2 == 0)
+        work.done(work.table.add(guests, guest, handle), "adding the guest ", host);
+    else
+        work.done(work.table.remove(guests, guest), "deleting the guest ", host);
+}
+
+// The console is there from the start, so that it shows how the tables fill.
+void stay_up(Run& run, const std::string& socket, std::ostream& out) {
+    const examples::Console console(socket, run.device.session, run.device.target.dev_id);
+    out << "The console listens at " << printable(socket) << std::endl;
+    for (unsigned load = 0; load < load_count; ++load)
+        program(run, load);
+    read_back(run);
+    compare_with_hardware(run);
+    run.progress.begin_phase("sending packets until SIGINT or SIGTERM");
+    unsigned round = 0;
+    keep_sending(run, [&] {
+        change_guest(run, round++);
+        return console.ends_within(std::chrono::milliseconds(200));
+    });
+    for (; round % 512 != 0; ++round)
+        change_guest(run, round);
+}
 
 int drive_switch(const Plan& plan, std::vector<Route> routes, const Options& options, Progress& progress,
                  std::ostream& out) {
@@ -108,6 +147,7 @@ int drive_switch(const Plan& plan, std::vector<Route> routes, const Options& opt
     run.routes = std::move(routes);
     run.packets = options.packets;
     attempt([&] {
+        if (options.console) return stay_up(run, *options.console, out);
         program(run, 0);
         restart(run, RestoreBy::log);
         send_packets(run, "after restart by log");
@@ -156,6 +196,11 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
             streams.out << usage;
             return exit_as_meant;
         }
+        if (argument == "--console") {
+            if (++i == arguments.size() || arguments[i].empty()) return refuse("--console takes the path of a socket");
+            options.console = arguments[i];
+            continue;
+        }
         const auto option = std::ranges::find(numbers, argument, [](const auto& number) { return number.first; });
         if (option != std::end(numbers)) {
             const std::string value = ++i < arguments.size() ? arguments[i] : "";
@@ -173,6 +218,8 @@ int run_agent(const std::vector<std::string>& arguments, const Streams& streams)
     }
     const auto is_given = [&](const char* option) { return std::ranges::find(arguments, option) != arguments.end(); };
     if (is_given("--seed") && !is_given("--corrupt")) return refuse("--seed is only for --corrupt");
+    if (options.console && (is_given("--packets") || is_given("--corrupt")))
+        return refuse("--packets and --corrupt don't go with --console");
     const std::string name = !options.list          ? "the Internet's address allocations"
                              : *options.list == "-" ? "<stdin>"
                                                     : printable(*options.list);

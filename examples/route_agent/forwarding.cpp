@@ -45,6 +45,12 @@ public:
             check(route_tables[i].handle(&handles_[i]), "asking for a table's handle");
     }
 
+    // Begins another round.
+    void forget() {
+        hops_ = {};
+        groups_.clear();
+    }
+
     // Where a packet goes; null if there is no route.
     const Hop* route(Family family, Address address) {
         for (const auto& [table, second_level] : stages(family)) {
@@ -166,13 +172,22 @@ public:
             send(segment.first);
         for (const size_t i : wide_)
             send(last_of_segment(i));
-        for (size_t sent = segments_.size() + wide_.size(); sent < half; ++sent) {
-            const size_t i = wide_[random_() % wide_.size()];
-            const Address room = last_of_segment(i) - segments_[i].first;
-            send(segments_[i].first + random_address(family_, random_) % room);
-        }
+        for (size_t sent = segments_.size() + wide_.size(); sent < half; ++sent)
+            send(random_in_segment());
         for (size_t sent = 0; sent < half; ++sent)
             send(random_start(random_address(family_, random_)));
+    }
+
+    void send_random(size_t count) {
+        for (size_t sent = 0; sent < count; ++sent) {
+            const Hop* const hop =
+                send(sent % 2 == 0 ? random_in_segment() : random_start(random_address(family_, random_)));
+            if (hop == nullptr) continue;
+            constexpr uint64_t bytes = 64;
+            check(vl_model_counter_add(round_.run.device.target.dev_id,
+                                       p4_pd_velmar_switch_counter_egressPortQueueCount, hop->number, 1, bytes),
+                  "counting a packet in its queue");
+        }
     }
 
     void send_near(const Prefix& prefix) {
@@ -186,6 +201,12 @@ private:
         return network_of(family_, last, address_bits(family_)).address;
     }
 
+    Address random_in_segment() {
+        const size_t i = wide_[random_() % wide_.size()];
+        const Address room = last_of_segment(i) - segments_[i].first;
+        return segments_[i].first + random_address(family_, random_) % room;
+    }
+
     // Random IPv6 addresses would hardly ever meet a prefix. So they have up to 64 bits of the start of a segment.
     Address random_start(Address address) {
         if (family_ == Family::ipv4) return address;
@@ -194,7 +215,8 @@ private:
         return start | (address ^ network_of(family_, address, length).address);
     }
 
-    void send(Address address) {
+    // Returns where the packet went; null if there was no route.
+    const Hop* send(Address address) {
         const Route* const meant = longest_prefix(segments_, address);
         const Hop* const hop = round_.hardware.route(family_, address);
         ++round_.sent.addresses;
@@ -203,6 +225,7 @@ private:
         const std::optional<uint32_t> next_hop = hop != nullptr ? round_.hardware.next_hop(*hop) : std::nullopt;
         if (meant == nullptr ? hop != nullptr : next_hop != meant->next_hop)
             round_.astray(family_, address, meant, hop);
+        return hop;
     }
 
     Round& round_;
@@ -231,6 +254,25 @@ void send_packets(Run& run, const std::string& when, const std::vector<Prefix>& 
     for (const Prefix& prefix : near)
         (prefix.family == Family::ipv4 ? ipv4 : ipv6).send_near(prefix);
     sent.busy = Clock::now() - start;
+}
+
+void keep_sending(Run& run, const std::function<bool()>& is_over) {
+    Sent& sent = run.sent.emplace_back(Sent{.when = "while it stayed up"});
+    Round round{.run = run, .sent = sent};
+    Packets ipv4(round, Family::ipv4, {});
+    Packets ipv6(round, Family::ipv6, {});
+    constexpr size_t addresses = 500;
+    while (!is_over()) {
+        const Clock::time_point start = Clock::now();
+        round.hardware.forget();
+        ipv4.send_random(addresses);
+        ipv6.send_random(addresses);
+        // Updates the driver's copy of the counts, for readers that don't ask the hardware.
+        check(p4_pd_velmar_switch_counter_hw_sync_egressPortQueueCount(run.device.session, run.device.target, nullptr,
+                                                                       nullptr),
+              "updating the counts of queues");
+        sent.busy += Clock::now() - start;
+    }
 }
 
 namespace {

@@ -1,7 +1,6 @@
 // The phases that are loops over all tables, and the report.
 #include "route_agent/phases.h"
 
-#include <functional>
 #include <iomanip>
 
 namespace route_agent {

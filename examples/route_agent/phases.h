@@ -2,6 +2,7 @@
 // driver refuses a call. Where the switch is not as planned, the phase counts a difference and goes on.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <ostream>
 #include <string>
@@ -30,6 +31,10 @@ void read_back(Run& run);
 // switch count, but packets also go to the ends of the others. Also sends to all addresses that differ in one bit from
 // the first one of a prefix in `near`. Shows the first stray of each expected prefix and entry taken, and counts all.
 void send_packets(Run& run, const std::string& when, const std::vector<Prefix>& near = {});
+
+// Sends packets to random addresses until `is_over()`, which is called between rounds of packets. The whole list must be
+// on the switch. Packets with a route also count in a queue: the cell of egressPortQueueCount with their group's number.
+void keep_sending(Run& run, const std::function<bool()>& is_over);
 
 // Damages random entries in the hardware, and lists them. Returns the prefixes of those in route tables, and for a
 // first level also the prefixes of its partition.
