@@ -452,6 +452,7 @@ void Reply::write(std::string_view text) {
         text.remove_prefix(part.size());
         if (chunk_.size() < chunk_bytes) return;
         frame_chunk();
+        check(); // a reader that keeps up never makes send() wait
         send(unsent_);
         unsent_.clear();
     }

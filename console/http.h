@@ -46,15 +46,16 @@ private:
     int fd_ = -1;
 };
 
-// A Unix socket that listens at a path. Its file has the mode from the first moment, whatever the umask is. Replaces a
-// socket at which nobody listens any more; never one at which somebody does, though many start at once.
+// A Unix socket that listens at a path. Its file has the mode from the first moment, under any umask. It replaces a
+// socket at which nobody listens any more. It never replaces one at which somebody listens, even if several processes
+// start at once.
 class ListeningSocket {
 public:
     // Throws std::system_error: EADDRINUSE if somebody listens at the path, ENOTSOCK if something there is no socket,
     // ENAMETOOLONG, EBUSY if another process keeps the folder locked, and what the system says of the folder.
     ListeningSocket(const std::string& path, mode_t mode);
     ListeningSocket(const ListeningSocket&) = delete;
-    ~ListeningSocket(); // removes the file, unless the path has become somebody else's
+    ~ListeningSocket(); // removes the file, unless something else is there now
 
     int fd() const {
         return socket_.get();
@@ -75,8 +76,8 @@ private:
     ino_t inode_ = 0;
 };
 
-// Whether a socket's file of this mode and group invites the peer of a connection over a Unix socket. Our own user and
-// root are always welcome.
+// Whether a socket's file of this mode and group lets the peer of this connection use it. Our own user and root always
+// may.
 bool may_use(int fd, mode_t mode, gid_t gid);
 
 // A TCP socket that listens at a numeric IPv4 or IPv6 address. Port 0 chooses a free one. Throws std::system_error.
@@ -90,12 +91,12 @@ struct Request {
     std::string method; // "GET" or "HEAD"
     std::string path;   // path and query are percent-decoded
     Fields query;
-    std::string accept, host; // headers; empty without such
-    unsigned version = 11;    // 10: HTTP/1.0, which knows no chunks
+    std::string accept, host; // headers; empty if the request has none
+    unsigned version = 11;    // 10: HTTP/1.0, which has no chunks
 };
 
-// What the first bytes of a connection say. `status` is 0 if the head of the request isn't complete, 200 if `request`
-// is sound, and otherwise that of an error. A head of more than `most_bytes` is one.
+// What the first bytes of a connection say. `status` is 0 if more bytes must come, 200 if `request` is sound, and
+// otherwise the status of an error. A head of more than `most_bytes` is an error.
 struct Parsed {
     int status = 0;
     std::string message;
@@ -103,7 +104,7 @@ struct Parsed {
 };
 Parsed parse_request(std::string_view bytes, size_t most_bytes);
 
-// {"error":{"status":404,"message":"..."}} and the end of the line.
+// {"error":{"status":404,"message":"..."}} and a line end.
 std::string error_body(int status, std::string_view message);
 
 // For a path or query of a request.
@@ -133,7 +134,8 @@ public:
     bool begun() const { // whole(), error() or begin() was called
         return begun_;
     }
-    // Throws Gone if the client hung up or the server stops. Costs one system call: for work that writes little.
+    // Throws Gone if the client hung up or the server stops. Long work that writes little calls it now and then. It
+    // costs one system call.
     void check();
 
 private:
@@ -168,7 +170,7 @@ public:
     using Admit = std::function<bool(int fd)>;                         // on the accepting thread; must not wait
     using Handler = std::function<void(const Request&, Reply& reply)>; // what it throws becomes a status 500
 
-    // The listening socket must outlive the server, and doesn't block any more. Throws std::system_error.
+    // The listening socket must outlive the server, and becomes non-blocking. Throws std::system_error.
     Server(int listening, const Limits& limits, Admit admit, Handler handler);
     Server(const Server&) = delete;
     ~Server(); // ends all answers: their next call of Reply throws Gone
@@ -190,9 +192,9 @@ struct Answer {
     Fields headers, trailers;
 };
 
-// Asks the server at a Unix socket, and passes the body on as it comes, with the answer without its trailers. A
-// time-out of 0 waits forever, and others bound each wait. Throws std::system_error if the system refuses, ETIMEDOUT
-// among that, and std::runtime_error if the answer is broken or ends early. What `body` throws ends the answer.
+// Asks the server at a Unix socket. `body` gets each part of the body as it comes, with the status and the headers. The
+// time-out bounds each wait; 0 waits forever. Throws std::system_error if the system refuses, with ETIMEDOUT after a
+// time-out, and std::runtime_error if the answer is broken or ends early. What `body` throws ends the answer.
 Answer get(const std::string& socket_path, const std::string& target, const std::string& accept,
            const std::function<void(const Answer&, std::string_view)>& body, std::chrono::milliseconds timeout = {});
 

@@ -1,5 +1,5 @@
-// Fuzzes requests of the console. An input is what a client sends. Whatever it is, a request is sound or gets an error,
-// and the bytes behind the first decision change nothing.
+// Fuzzes requests to the console. An input is what a client sends. The server finds it sound, finds an error or waits
+// for more. Bytes behind that decision change nothing.
 #include "console/http.h"
 #include "fuzz/input.h"
 

@@ -115,9 +115,11 @@ TEST(HttpSocket, HasItsModeAndRemovesItsFile) {
         umask(before);
         EXPECT_TRUE(folder.names().empty());
     }
-    // A longer name for the time before than fits.
-    const std::string longest = folder / std::string(107 - folder.path.native().size() - 1, 'x');
-    EXPECT_EQ(error_of([&] { const ListeningSocket socket(longest, 0600); }), 0);
+    // The longest path of all, in a folder where no longer name would fit.
+    const std::string deep = folder / std::string(104 - folder.path.native().size(), 'x');
+    std::filesystem::create_directory(deep);
+    EXPECT_EQ(error_of([&] { const ListeningSocket socket(deep + "/c", 0600); }), 0);
+    EXPECT_TRUE(std::filesystem::is_empty(deep));
     // Another's file stays.
     {
         const ListeningSocket socket(path, 0600);
@@ -232,8 +234,9 @@ struct Console {
             } else if (request.path == "/forever" || request.path == "/breaks") {
                 reply.begin("text/plain");
                 for (++working;;) {
-                    reply.write(std::string(100'000, 'x'));
+                    reply.write(std::string(request.query.empty() ? 100'000 : 20'000, 'x'));
                     if (request.path == "/breaks") throw std::runtime_error("broken");
+                    if (!request.query.empty()) std::this_thread::sleep_for(1ms); // the reader keeps up
                 }
             } else if (request.path == "/fails") {
                 throw std::runtime_error("a \"failure\"");
@@ -328,6 +331,7 @@ TEST(HttpRequests, EndInTime) {
     const auto begin = Clock::now();
     while (poll(&answered, 1, 50) == 0 && Clock::now() - begin < 10s)
         put(slow, "x");
+    EXPECT_LT(Clock::now() - begin, 5s);
     EXPECT_EQ(first_line(rest_of(slow)), "HTTP/1.1 408 Request Timeout");
     EXPECT_EQ(first_line(rest_of(silent)), "HTTP/1.1 408 Request Timeout");
     EXPECT_EQ(console.server->load().requests, 0u);
@@ -369,7 +373,6 @@ TEST(HttpStreams, EndWithTheirReaders) {
         ASSERT_TRUE(soon([&] { return console.working == 2; }));
         char byte;
         EXPECT_EQ(recv(reading.get(), &byte, 1, 0), 1);
-        shutdown(working.get(), SHUT_WR);
     }
     EXPECT_TRUE(soon([&] { return console.gone == 2; }));
     const Fd idle = console.asked("/forever"); // reads nothing
@@ -436,11 +439,14 @@ TEST(HttpClients, WaitWhileDescriptorsLack) {
 TEST(HttpServer, StopsAtOnce) {
     Console console({.clients = 4, .timeout_ms = 60'000});
     const Fd silent = connected(console.path), idle = console.asked("/forever"), working = console.asked("/work");
-    const Fd reading = console.asked("/forever");
+    const Fd reading = console.asked("/forever?slowly");
     std::string read;
     std::jthread reader([&] { read = rest_of(reading); });
     ASSERT_TRUE(soon([&] { return console.working == 3 && console.server->load().clients == 4; }));
     const Fd waiting = connected(console.path);
+    shutdown(working.get(), SHUT_WR);
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(console.gone, 0) << "who says no more still waits for the answer";
     const auto begin = Clock::now();
     console.server.reset();
     EXPECT_LT(Clock::now() - begin, 5s);
