@@ -356,7 +356,7 @@ TEST(HttpStreams, ComeInChunksWithTrailers) {
     const std::string old = console.answer_to("GET /lines?count=50000 HTTP/1.0\r\n\r\n");
     EXPECT_EQ(old.substr(old.find("\r\n\r\n") + 4), all);
     const std::string head = console.answer_to("HEAD /lines?count=50000 HTTP/1.1\r\n\r\n");
-    EXPECT_TRUE(head.starts_with("HTTP/1.1 200 ") && head.ends_with("\r\n\r\n")) << head;
+    EXPECT_TRUE(head.starts_with("HTTP/1.1 200 ") && head.find("\r\n\r\n") == head.size() - 4) << head;
 
     // A client that says no more still reads.
     const Fd half = console.asked("/lines?count=50000");
@@ -440,8 +440,12 @@ TEST(HttpServer, StopsAtOnce) {
     Console console({.clients = 4, .timeout_ms = 60'000});
     const Fd silent = connected(console.path), idle = console.asked("/forever"), working = console.asked("/work");
     const Fd reading = console.asked("/forever?slowly");
-    std::string read;
-    std::jthread reader([&] { read = rest_of(reading); });
+    std::string last_read;
+    std::jthread reader([&] {
+        char bytes[65536];
+        for (ssize_t got; (got = recv(reading.get(), bytes, sizeof bytes, 0)) > 0;)
+            last_read.assign(bytes, static_cast<size_t>(got));
+    });
     ASSERT_TRUE(soon([&] { return console.working == 3 && console.server->load().clients == 4; }));
     const Fd waiting = connected(console.path);
     shutdown(working.get(), SHUT_WR);
@@ -449,10 +453,10 @@ TEST(HttpServer, StopsAtOnce) {
     EXPECT_EQ(console.gone, 0) << "who says no more still waits for the answer";
     const auto begin = Clock::now();
     console.server.reset();
-    EXPECT_LT(Clock::now() - begin, 5s);
+    EXPECT_LT(Clock::now() - begin, 2s);
     EXPECT_EQ(console.gone, 3);
     reader.join();
-    EXPECT_FALSE(read.ends_with("0\r\n\r\n"));
+    EXPECT_FALSE(last_read.ends_with("0\r\n\r\n"));
 }
 
 TEST(HttpServer, AnswersManyAtOnce) {
