@@ -349,12 +349,12 @@ TEST(HttpStreams, ComeInChunksWithTrailers) {
         body += text;
     };
     const Answer answer = get(console.path, "/lines?count=50000", "text/*", collect);
-    EXPECT_EQ(body, all);
+    EXPECT_TRUE(body == all);
     EXPECT_EQ(answer.trailers, (Fields{{"Status", "1"}, {"Complaint", "a b"}, {"Complaint", "c"}}));
     EXPECT_EQ(field_of(answer.headers, "trailer"), "Status, Complaint");
 
     const std::string old = console.answer_to("GET /lines?count=50000 HTTP/1.0\r\n\r\n");
-    EXPECT_EQ(old.substr(old.find("\r\n\r\n") + 4), all);
+    EXPECT_TRUE(old.substr(old.find("\r\n\r\n") + 4) == all); // comparing long texts line by line takes minutes
     const std::string head = console.answer_to("HEAD /lines?count=50000 HTTP/1.1\r\n\r\n");
     EXPECT_TRUE(head.starts_with("HTTP/1.1 200 ") && head.find("\r\n\r\n") == head.size() - 4) << head;
 
