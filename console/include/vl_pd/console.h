@@ -34,7 +34,7 @@ typedef struct vl_pd_console_options {
     const char* socket_path; /* where the socket is made; at most 107 bytes */
     pd_session session;      /* the session that reads; 0: with the embedded driver, the console opens one itself */
     pd_device device;
-    uint32_t mode;        /* the mode of the socket's file, from its first moment on; 0: 0600. Users that the mode doesn't
+    uint32_t mode; /* the mode of the socket's file, from its first moment on; 0: 0600. Users that the mode doesn't
                              let write are refused, even if somebody changes the mode later; root never is */
     uint32_t max_clients; /* at once; 0: 8. Others get an answer that says so */
     uint32_t timeout_ms;  /* for a request, and for each step of a client that reads slowly; 0: 5000 */
