@@ -1,6 +1,7 @@
 // Starts and stops the console: finds the library and the driver in this process, makes the socket, and answers.
 #include <atomic>
 #include <cerrno>
+#include <exception>
 #include <new>
 #include <optional>
 #include <system_error>
@@ -89,10 +90,10 @@ int vl_pd_console_start(const vl_pd_console_options* options, vl_pd_console** co
         return 0;
     } catch (const std::system_error& error) {
         return error.code().value();
-    } catch (const pd_views::Problem&) {
-        return EPROTO;
     } catch (const std::bad_alloc&) {
         return ENOMEM;
+    } catch (const std::exception&) {
+        return EPROTO;
     }
 }
 

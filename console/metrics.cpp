@@ -1,6 +1,7 @@
 // A monitor asks often, so what it gets is written while the counters are read, and each is read once.
 #include "console/metrics.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdint>
 #include <optional>
@@ -14,14 +15,18 @@ namespace {
 
 using namespace pd_views;
 
+bool is_escaped(char letter) {
+    return letter == '"' || letter == '\\' || letter == '\n';
+}
+
 // Appends a value between quotes. The format knows three escapes.
 void put_quoted(std::string& out, std::string_view value) {
     out += '"';
-    if (value.find_first_of("\"\\\n") == std::string_view::npos) {
+    if (std::ranges::none_of(value, is_escaped)) {
         out += value;
     } else {
         for (const char letter : value) {
-            if (letter == '\n' || letter == '"' || letter == '\\') out += '\\';
+            if (is_escaped(letter)) out += '\\';
             out += letter == '\n' ? 'n' : letter;
         }
     }

@@ -267,8 +267,8 @@ class Faults(Test):
 
 
 class Served(Test):
-    def serve(self, agent, *options):
-        process = subprocess.Popen([pd_show, "--agent", agent.socket, "serve", "--listen", "127.0.0.1:0", *options],
+    def serve(self, agent, address="127.0.0.1", *options):
+        process = subprocess.Popen([pd_show, "--agent", agent.socket, "serve", "--listen", f"{address}:0", *options],
                                    stdout=subprocess.PIPE, text=True)
 
         def end():
@@ -276,7 +276,7 @@ class Served(Test):
             process.stdout.close()
             self.assertEqual(process.wait(20), 0)
         self.addCleanup(end)
-        return int(re.fullmatch(r"http://127.0.0.1:(\d+)/\n", process.stdout.readline())[1])
+        return int(re.fullmatch(rf"http://{address}:(\d+)/\n", process.stdout.readline())[1])
 
     def get(self, port, target, host):
         with contextlib.closing(http.client.HTTPConnection("127.0.0.1", port, timeout=20)) as connection:
@@ -299,6 +299,9 @@ class Served(Test):
         self.assertEqual(self.get(port, "/v1", f"localhost:{port}")[0], 200)
         for host in ("evil.example", f"evil.example:{port}", "127.0.0.1", ""):
             self.assertEqual(self.get(port, "/v1", host)[0], 403)
+        everywhere = self.serve(agent, "0.0.0.0", "--allow-remote")
+        self.assertEqual(self.get(everywhere, "/v1", f"127.0.0.1:{everywhere}")[0], 200)
+        self.assertEqual(self.get(everywhere, "/v1", f"evil.example:{everywhere}")[0], 403)
 
     def test_refused_addresses(self):
         agent = self.agent()

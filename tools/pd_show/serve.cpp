@@ -52,13 +52,25 @@ bool is_loopback(const std::string& host) {
     return host == "::1";
 }
 
-// Whether the request names this server. A page from elsewhere that has its own name led to this address doesn't.
+bool is_numeric(const std::string& host) {
+    in6_addr parsed;
+    const bool has_brackets = host.size() > 2 && host.front() == '[' && host.back() == ']';
+    return has_brackets ? inet_pton(AF_INET6, host.substr(1, host.size() - 2).c_str(), &parsed) == 1
+                        : inet_pton(AF_INET, host.c_str(), &parsed) == 1;
+}
+
+// The address as a URL has it.
+std::string url_host(const Address& address) {
+    return address.host.find(':') != std::string::npos ? "[" + address.host + "]" : address.host;
+}
+
+// Whether the Host header names this server. A page from elsewhere whose name leads to this address has another header.
 bool names_us(const std::string& header, const Address& address) {
-    const std::string shown = address.host.find(':') != std::string::npos ? "[" + address.host + "]" : address.host;
     const std::string port = ":" + std::to_string(address.port);
-    for (const std::string& host : {shown, std::string("localhost")})
-        if (header == host + port || (address.port == 80 && header == host)) return true;
-    return false;
+    if (!header.ends_with(port) && address.port != 80) return false;
+    const std::string host = header.ends_with(port) ? header.substr(0, header.size() - port.size()) : header;
+    const bool is_any = address.host == "0.0.0.0" || address.host == "::"; // this machine has other addresses
+    return host == "localhost" || host == url_host(address) || (is_any && is_numeric(host));
 }
 
 // The target of a request, for the agent.
@@ -70,9 +82,8 @@ std::string target_of(const console::Request& request) {
         begin = end;
     }
     const char* before = "?";
-    for (const auto& [name, value] : request.query) {
+    for (const auto& [name, value] : request.query)
         target += std::exchange(before, "&") + console::percent_encoded(name) + "=" + console::percent_encoded(value);
-    }
     return target;
 }
 
@@ -124,9 +135,7 @@ int serve(const Arguments& arguments) {
     };
     const console::Server server(
         listening.fd.get(), {.clients = 32}, [](int) { return true; }, answer);
-    const bool has_colons = address.host.find(':') != std::string::npos;
-    std::cout << "http://" << (has_colons ? "[" + address.host + "]" : address.host) << ":" << address.port << "/"
-              << std::endl;
+    std::cout << "http://" << url_host(address) << ":" << address.port << "/" << std::endl;
     int signal = 0;
     sigwait(&ends, &signal);
     return exit_shown;
