@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <charconv>
 #include <new>
-#include <span>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -13,7 +13,7 @@
 
 #include "console/metrics.h"
 #include "console/page.h"
-#include "vl_model/traffic.h"
+#include "vl_driver/tables.h"
 #include "vl_pd/version.h"
 
 namespace console {
@@ -65,48 +65,38 @@ Query query_of(const Request& request, const Takes& takes) {
             query.limit = number(name, value);
         else if (name == "vrf" && takes.vrf)
             query.words.assign(1, value);
-        else if (takes.fields)
-            query.words.push_back(name + "=" + value);
+        else if (takes.fields) // "field." keeps names apart from those above
+            query.words.push_back((name.starts_with("field.") ? name.substr(6) : name) + "=" + value);
         else
             throw Refusal{400, request.path + " takes no \"" + name + "\""};
     }
     return query;
 }
 
-// The parts of a path between slashes.
-std::vector<std::string> split(std::string_view path) {
-    std::vector<std::string> parts;
-    for (size_t begin = 1; begin <= path.size();) {
-        const size_t end = std::min(path.find('/', begin), path.size());
-        parts.emplace_back(path.substr(begin, end - begin));
-        begin = end + 1;
-    }
-    return parts;
-}
-
 const char* type_of(Format format) {
     return format == Format::json ? "application/json" : "text/plain; charset=utf-8";
 }
 
-class Answer {
+class Asked {
 public:
-    Answer(const Switch& shown, const Request& request, Reply& reply)
+    Asked(const Switch& shown, const Request& request, Reply& reply)
         : shown_(shown),
           request_(request),
           reply_(reply) {}
 
     void about() {
-        static_cast<void>(query_of(request_, {}));
-        const bool looks_up = shown_.library.driver_function<decltype(vl_model_lookup)>("vl_model_lookup") != nullptr;
+        if (!request_.query.empty()) throw Refusal{400, request_.path + " takes no parameters"};
+        const bool looks_up =
+            shown_.library.driver_function<decltype(pipe_mgr_get_entry)>("pipe_mgr_get_entry") != nullptr;
         reply_.whole(200, "application/json",
                      std::string(R"({"program":")") + catalog::program.name + R"(","version":")" + VL_PD_VERSION +
                          R"(","device":)" + std::to_string(shown_.target.dev_id) + ",\"pid\":" +
                          std::to_string(getpid()) + R"(,"can":{"lookup":)" + (looks_up ? "true" : "false") + "}}\n");
     }
 
-    void command(Command& run, const Takes& takes, const std::string& name = {}) {
+    void command(Command& run, const Takes& takes, const std::optional<std::string>& name = {}) {
         Query query = query_of(request_, takes);
-        if (!name.empty()) query.name = name;
+        query.name = name;
         require_device();
         stream(shown_, query, type_of(query.format), reply_, run);
     }
@@ -147,49 +137,56 @@ struct Path {
     const char* name;
     Command* all; // null if there must be a name
     Command* one; // null if there is none
-    Takes takes;
+    Takes takes_of_all;
+    Takes takes_of_one;
 };
 
 constexpr Path paths[] = {
-    {"tables", show_tables, show_table, {}},
-    {"entries", show_entries, nullptr, {.hw = true, .page = true}},
-    {"profiles", show_profiles, show_profile, {.hw = true}},
-    {"counters", show_counters, show_counters, {}},
-    {"verify", verify, nullptr, {}},
-    {"routes", nullptr, show_route, {.vrf = true}},
+    {"tables", show_tables, show_table, {}, {}},
+    {"entries", show_entries, nullptr, {.hw = true, .page = true}, {}},
+    {"profiles", show_profiles, show_profile, {}, {.hw = true}},
+    {"counters", show_counters, show_counters, {}, {}},
+    {"verify", verify, nullptr, {}, {}},
+    {"routes", nullptr, show_route, {}, {.vrf = true}},
 };
 
-[[noreturn]] void refuse_path(const std::string& path, std::span<const std::string> names, const std::string& typed) {
-    throw Refusal{404, "there is nothing at " + path + near_text(typed, names)};
+template <class Row, size_t count>
+std::vector<std::string> names_of(const Row (&rows)[count]) {
+    std::vector<std::string> names;
+    for (const Row& row : rows)
+        names.emplace_back(row.name);
+    return names;
 }
 
-void answer_v1(const std::vector<std::string>& parts, const Request& request, Answer& to) {
+[[noreturn]] void refuse_path(const Request& request, const std::vector<std::string>& names) {
+    const std::string& typed = request.parts.back();
+    const bool is_known = std::ranges::find(names, typed) != names.end();
+    throw Refusal{404, "there is nothing at " + request.path + (is_known ? "" : near_text(typed, names))};
+}
+
+void answer_v1(const Request& request, Asked& to) {
+    const std::vector<std::string>& parts = request.parts;
     if (parts.size() == 1) return to.about();
     const auto* const path = std::ranges::find(paths, parts[1], &Path::name);
-    if (path != std::end(paths)) {
-        if (parts.size() == 2 && path->all != nullptr) return to.command(*path->all, path->takes);
-        if (parts.size() == 3 && path->one != nullptr) return to.command(*path->one, path->takes, parts[2]);
-    }
-    if (parts.size() == 4 && parts[1] == "tables") {
-        const auto* const table_path = std::ranges::find(table_paths, parts[3], &TablePath::name);
-        if (table_path != std::end(table_paths)) return to.command(*table_path->command, table_path->takes, parts[2]);
-    }
-    std::vector<std::string> names;
-    for (const Path& each : paths)
-        names.emplace_back(each.name);
-    for (const TablePath& each : table_paths)
-        names.emplace_back(each.name);
-    refuse_path(request.path, names, parts.back());
+    if (path == std::end(paths)) refuse_path(request, parts.size() == 2 ? names_of(paths) : std::vector<std::string>());
+    if (parts.size() == 2 && path->all != nullptr) return to.command(*path->all, path->takes_of_all);
+    if (parts.size() == 3 && path->one != nullptr) return to.command(*path->one, path->takes_of_one, parts[2]);
+    if (parts.size() != 4 || parts[1] != "tables") refuse_path(request, {});
+    const auto* const table_path = std::ranges::find(table_paths, parts[3], &TablePath::name);
+    if (table_path == std::end(table_paths)) refuse_path(request, names_of(table_paths));
+    to.command(*table_path->command, table_path->takes, parts[2]);
 }
 
 void answer_path(const Switch& shown, const Server::Load& load, const Request& request, Reply& reply) {
-    const std::vector<std::string> parts = split(request.path);
-    if (parts.empty() || parts[0].empty()) return reply.whole(200, "text/html; charset=utf-8", page(), page_headers);
-    if (parts.size() == 1 && parts[0] == "metrics") return write_metrics(shown, load, request, reply);
-    Answer to(shown, request, reply);
-    if (parts[0] == "v1") return answer_v1(parts, request, to);
-    const std::vector<std::string> names = {"metrics", "v1"};
-    refuse_path(request.path, names, parts[0]);
+    const std::vector<std::string>& parts = request.parts;
+    if (request.path == "/") return reply.whole(200, "text/html; charset=utf-8", page(), page_headers);
+    if (request.path == "/metrics") {
+        if (!request.query.empty()) throw Refusal{400, "/metrics takes no parameters"};
+        return write_metrics(shown, load, request, reply);
+    }
+    if (parts[0] != "v1") refuse_path(request, {"metrics", "v1"});
+    Asked to(shown, request, reply);
+    answer_v1(request, to);
 }
 
 int status_of(Fault fault) {

@@ -7,6 +7,7 @@
 #include <system_error>
 
 #include <dlfcn.h>
+#include <unistd.h>
 
 #include "console/api.h"
 #include "vl_model/control.h"
@@ -74,6 +75,7 @@ struct vl_pd_console {
         is_made.notify_all();
     }
 
+    const pid_t owner = getpid();
     OwnSession own;
     Switch shown;
     std::atomic<bool> is_made = false;
@@ -98,5 +100,5 @@ int vl_pd_console_start(const vl_pd_console_options* options, vl_pd_console** co
 }
 
 void vl_pd_console_stop(vl_pd_console* console) {
-    delete console;
+    if (console != nullptr && console->owner == getpid()) delete console;
 }

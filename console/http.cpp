@@ -255,7 +255,14 @@ std::string_view take_until(std::string_view& rest, char separator) {
 }
 
 bool decode_target(std::string_view target, Request& request) {
-    if (!decode(take_until(target, '?'), false, request.path)) return false;
+    std::string_view path = take_until(target, '?');
+    if (!decode(path, false, request.path)) return false;
+    for (path.remove_prefix(1);; path.remove_prefix(1)) {
+        const std::string_view part = path.substr(0, path.find('/'));
+        if (!decode(part, false, request.parts.emplace_back())) return false;
+        path.remove_prefix(part.size());
+        if (path.empty()) break;
+    }
     while (!target.empty()) {
         std::string_view value = take_until(target, '&');
         if (value.empty()) continue;
@@ -414,11 +421,18 @@ std::string whole_answer(int status, std::string_view type, std::string_view bod
 
 } // namespace
 
+// Each step of a slow client must come within the time-out. In the long run a client must take a least rate, because it
+// keeps others from being answered.
 void Reply::send(std::string_view bytes) {
-    if (gone_ || send_all(fd_, bytes, stop_, static_cast<int>(timeout_ms_)) != 0) {
-        gone_ = true;
-        throw Gone();
-    }
+    constexpr std::chrono::seconds grace{60};
+    constexpr uint64_t least_per_second = 65536;
+    const auto start = Clock::now();
+    gone_ = gone_ || send_all(fd_, bytes, stop_, static_cast<int>(timeout_ms_)) != 0;
+    waited_ += Clock::now() - start;
+    sent_ += bytes.size();
+    const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(waited_);
+    gone_ = gone_ || (seconds > grace && sent_ / static_cast<uint64_t>(seconds.count()) < least_per_second);
+    if (gone_) throw Gone();
     bytes_ += bytes.size();
 }
 
@@ -451,11 +465,15 @@ void Reply::write(std::string_view text) {
         chunk_ += part;
         text.remove_prefix(part.size());
         if (chunk_.size() < chunk_bytes) return;
-        frame_chunk();
-        check(); // a reader that keeps up never makes send() wait
-        send(unsent_);
-        unsent_.clear();
+        flush();
     }
+}
+
+void Reply::flush() {
+    frame_chunk();
+    check(); // a reader that keeps up never makes send() wait
+    send(unsent_);
+    unsent_.clear();
 }
 
 void Reply::end(const Fields& trailers) {
@@ -782,10 +800,22 @@ private:
     bool in_body_ = false;
 };
 
+// 0, or ETIMEDOUT, or what the system says.
+int wait_for_answer(int fd, Milliseconds timeout, const std::function<void()>& check) {
+    constexpr Milliseconds slice{200};
+    for (Milliseconds waited{0}; timeout == Milliseconds(0) || waited < timeout; waited += slice) {
+        const int error = wait_for(fd, POLLIN, -1, static_cast<int>(slice.count()));
+        if (error != ETIMEDOUT) return error;
+        if (check) check();
+    }
+    return ETIMEDOUT;
+}
+
 } // namespace
 
 Answer get(const std::string& socket_path, const std::string& target, const std::string& accept,
-           const std::function<void(const Answer&, std::string_view)>& body, Milliseconds timeout) {
+           const std::function<void(const Answer&, std::string_view)>& body, Milliseconds timeout,
+           const std::function<void()>& check) {
     const Fd fd = unix_socket(0);
     const timeval bound{.tv_sec = timeout.count() / 1000, .tv_usec = timeout.count() % 1000 * 1000}; // 0: none
     setsockopt(fd.get(), SOL_SOCKET, SO_SNDTIMEO, &bound, sizeof bound);
@@ -810,7 +840,7 @@ Answer get(const std::string& socket_path, const std::string& target, const std:
     std::string bytes;
     std::vector<char> more(chunk_bytes);
     while (!parser.is_done()) {
-        if (const int error = wait_for(fd.get(), POLLIN, -1, wait_ms)) fail(error, socket_path);
+        if (const int error = wait_for_answer(fd.get(), timeout, check)) fail(error, socket_path);
         const ssize_t got = recv(fd.get(), more.data(), more.size(), 0);
         if (got < 0 && errno == EINTR) continue;
         error_code error;

@@ -88,8 +88,9 @@ struct TcpSocket {
 TcpSocket listen_tcp(const std::string& address, uint16_t port);
 
 struct Request {
-    std::string method; // "GET" or "HEAD"
-    std::string path;   // path and query are percent-decoded
+    std::string method;             // "GET" or "HEAD"
+    std::string path;               // path and query are percent-decoded
+    std::vector<std::string> parts; // of the path, between its slashes; a coded slash is none
     Fields query;
     std::string accept, host; // headers; empty if the request has none
     unsigned version = 11;    // 10: HTTP/1.0, which has no chunks
@@ -118,7 +119,8 @@ std::string_view field_of(const Fields& fields, std::string_view name);
 struct Gone {};
 
 // The answer to a request: one call of whole() or error(), or begin(), any number of write(), and end(). Every function
-// may throw Gone. An answer that is begun and doesn't reach its end() is cut off, which the client notices.
+// may throw Gone. An answer that is begun and doesn't reach its end() is cut off. Clients notice that, except those of
+// HTTP/1.0.
 class Reply {
 public:
     Reply(const Reply&) = delete;
@@ -129,6 +131,7 @@ public:
     // The status is 200. `trailers` names the trailers that may come, such as "A, B".
     void begin(std::string_view type, std::string_view trailers = {}, const Fields& headers = {});
     void write(std::string_view text); // gathers chunks of 64 KiB
+    void flush();                      // sends what was gathered
     void end(const Fields& trailers = {});
 
     bool begun() const { // whole(), error() or begin() was called
@@ -151,6 +154,8 @@ private:
 
     int fd_, stop_;
     unsigned timeout_ms_;
+    std::chrono::nanoseconds waited_{0}; // for the client
+    uint64_t sent_ = 0;
     std::atomic<uint64_t>& bytes_;
     bool head_only_ = false, chunked_ = true; // what the request wants
     bool begun_ = false, gone_ = false;
@@ -195,7 +200,9 @@ struct Answer {
 // Asks the server at a Unix socket. `body` gets each part of the body as it comes, with the status and the headers. The
 // time-out bounds each wait; 0 waits forever. Throws std::system_error if the system refuses, with ETIMEDOUT after a
 // time-out, and std::runtime_error if the answer is broken or ends early. What `body` throws ends the answer.
+// `check` is called a few times a second while the answer doesn't come, and may throw to give up.
 Answer get(const std::string& socket_path, const std::string& target, const std::string& accept,
-           const std::function<void(const Answer&, std::string_view)>& body, std::chrono::milliseconds timeout = {});
+           const std::function<void(const Answer&, std::string_view)>& body, std::chrono::milliseconds timeout = {},
+           const std::function<void()>& check = {});
 
 } // namespace console

@@ -121,7 +121,7 @@ void write_switch(const Work& work, Writer& to) {
     for (const Profile& profile : work.pipeline.profiles)
         if (const std::optional<uint32_t> count = count_groups(work, profile))
             to.sample("profile", profile.name, *count);
-    to.family("velmar_switch_counter", "counter",
+    to.family("velmar_switch_counts", "counter",
               "Counts of entries and of cells that have counted, as the driver's copy has them.");
     read_counters(work, to);
 }

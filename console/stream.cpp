@@ -67,6 +67,7 @@ void stream(const Switch& shown, const pd_views::Query& query, std::string_view 
     pd_views::Output out(piece, [&](std::string_view text) {
         if (!reply.begun()) reply.begin(type, trailer_names);
         reply.write(text);
+        reply.flush();
         pace.begin_round();
     });
     pd_views::Complaints complaints;

@@ -96,12 +96,14 @@ class SameAsInProcess(Test):
                 "--hw profiles ecmpMemberActionProfile", "profiles x", "counters", "counters trapToCpu", "counters x",
                 "verify", "verify ipv4Host", "match trapToCpu arpHdrValid=1", "match ipv4Host vrfId=1 dip=10.3.3.1",
                 "match ipv4Host dip=10.3.3.1 dip=1.1.1.1", "match queueCounters", "route 10.3.3.7", "route 2001:db8::1 1",
-                "route 10.3.3.7 999", "route nowhere")
+                "route 10.3.3.7 999", "route nowhere", "route 10.3.3.7/24", "table ipv4Host/entries", "table tablé",
+                "entries ipv4Host limit=1", "entries ipv4Host format=json", ("entries", "ipv4Host", ""), ("table", ""),
+                ("entries", ""), ("verify", ""), ("counters", ""), ("profiles", ""), ("route", ""), ("match", "", "dip=1"))
 
     def compare(self, agent, setup, skipped=0):
         for command in self.commands:
             for form in ((), ("--format", "json")):
-                words = (*form, *command.split())
+                words = (*form, *(command.split() if isinstance(command, str) else command))
                 if form and "--format" in command:
                     continue
                 inside = self.run_tool(*setup, *words)
@@ -149,6 +151,8 @@ class Paths(Test):
             if page[-1]["default"]:
                 break
         self.assertEqual(paged, whole)
+        status, body, _ = agent.get("/v1/tables/ipv4Host/entries?after=999999")
+        self.assertEqual((status, "going on behind handle 999999" in body), (404, True))
         found = agent.json("/v1/tables/ipv4Host/entries?dip=10.3.3.1&vrfId=1")
         self.assertEqual([entry["key"] for entry in found], [{"vrfId": 1, "dip": "10.3.3.1"}])
         short = agent.json("/v1/tables/ipv6ShortMaskLpm/entries?dip=2001:db8:3::/48")
@@ -163,6 +167,17 @@ class Paths(Test):
                 (404, "/v1/tables/ipv4Host/entry", "there is nothing"),
                 (404, "/v1/profiles/lag", "did you mean lagPortActionProfile"),
                 (404, "/favicon.ico", "there is nothing"),
+                (404, "//v1", "there is nothing"),
+                (404, "/v1/", "there is nothing"),
+                (404, "/v1/routes", "there is nothing"),
+                (400, "/v1/routes/", "not an IPv4 or IPv6 address"),
+                (404, "/v1/tables/", "there is no table"),
+                (404, "/v1/tables//entries", "there is no table"),
+                (404, "/v1/profiles/", "there is no profile"),
+                (404, "/v1/tables/%ff%22/lookup", "there is no table \ufffd\""),
+                (400, "/metrics?x=1", "takes no parameters"),
+                (400, "/v1?format=text", "takes no parameters"),
+                (400, "/v1/profiles?hw=1", 'takes no "hw"'),
                 (400, "/v1/tables/ipv4Host/entries?limit=-1", "limit takes a number"),
                 (400, "/v1/tables/ipv4Host/entries?hw=2", "hw takes a number from 0 to 1"),
                 (400, "/v1/tables/ipv4Host/entries?limit=4294967296", "limit takes"),
@@ -189,7 +204,7 @@ class Paths(Test):
         shown = re.findall(r'^velmar_switch_table_entries\{table="(\w+)"\} (\d+)$', text, re.M)
         self.assertEqual({name: int(count) for name, count in shown}, entries)
         counters = [entry for entry in agent.json("/v1/counters") if "handle" in entry]
-        self.assertEqual(len(re.findall(r"^velmar_switch_counter_total.*entry=", text, re.M)), 2 * len(counters))
+        self.assertEqual(len(re.findall(r"^velmar_switch_counts_total.*entry=", text, re.M)), 2 * len(counters))
         self.assertIn('of="dstPort 0x00b3 L3DmacValid dip 10.0.10.1/32 TCP",count="a"} 0', text)
         if shutil.which("promtool"):
             done = subprocess.run(["promtool", "check", "metrics"], input=text, capture_output=True, text=True, check=False)
@@ -197,7 +212,7 @@ class Paths(Test):
         _, text, answer = agent.get("/metrics", Accept="application/openmetrics-text; version=1.0.0")
         self.assertTrue(answer.getheader("Content-Type").startswith("application/openmetrics-text; version=1.0.0"))
         self.assertTrue(text.endswith("\n# EOF\n"))
-        self.assertIn("# TYPE velmar_switch_counter counter\n", text)
+        self.assertIn("# TYPE velmar_switch_counts counter\n", text)
 
     def test_page_and_its_policy(self):
         status, page, answer = self.agent().get("/")
@@ -244,6 +259,15 @@ class Faults(Test):
             status, body, _ = agent.get(target)
             self.assertEqual((status, json.loads(body)["error"]["status"]), (503, 503))
         self.assertEqual(self.run_tool("--agent", agent.socket, "tables")[0], 1)
+
+    def test_reader_that_pauses_loses_nothing(self):
+        with open(self.routes, "w", encoding="ascii") as file:
+            file.write("".join(f"10.0.{i // 250}.{i % 250} 1\n" for i in range(20000)))
+        agent = self.agent("routes", self.routes)
+        with subprocess.Popen([pd_show, "--agent", agent.socket, "entries", "ipv4Host"], stdout=subprocess.PIPE) as tool:
+            time.sleep(2)  # longer than the console waits for a client
+            self.assertEqual(tool.stdout.read().count(b"\n"), 20002)
+        self.assertEqual(tool.returncode, 0)
 
     def test_clients_at_work_while_the_agent_programs(self):
         agent = self.agent("routes", self.routes)
@@ -297,7 +321,9 @@ class Served(Test):
             for header in ("Content-Type", "Content-Security-Policy"):
                 self.assertEqual(answer.getheader(header), wanted[2].getheader(header))
         self.assertEqual(self.get(port, "/v1", f"localhost:{port}")[0], 200)
-        for host in ("evil.example", f"evil.example:{port}", "127.0.0.1", ""):
+        for host in ("127.0.0.1", "LocalHost:9000", "localhost"):
+            self.assertEqual(self.get(port, "/v1", host)[0], 200)
+        for host in ("evil.example", f"evil.example:{port}", "10.0.0.1", "127.0.0.1.evil.example", ""):
             self.assertEqual(self.get(port, "/v1", host)[0], 403)
         everywhere = self.serve(agent, "0.0.0.0", "--allow-remote")
         self.assertEqual(self.get(everywhere, "/v1", f"127.0.0.1:{everywhere}")[0], 200)

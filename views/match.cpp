@@ -82,7 +82,10 @@ std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) 
     std::ranges::stable_sort(found, {}, &Candidate::priority);
 
     const auto lookup = work.library.driver_function<decltype(vl_model_lookup)>("vl_model_lookup");
-    if (lookup == nullptr) return found;
+    const bool is_tie = found.size() > 1 && found[0].priority == found[1].priority;
+    // The embedded driver's first look-up in a table makes an index, for which a running agent would have to wait. And in
+    // a table that changes meanwhile, a difference says nothing.
+    if (lookup == nullptr || (work.live && !is_tie)) return found;
     pipe_ent_hdl taken = PD_HDL_END;
     const pd_status status = lookup(work.target.dev_id, table.handle, packet.key.data(),
                                     static_cast<uint32_t>(packet.key.size()), packet.partition_index, &taken);
@@ -94,7 +97,7 @@ std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) 
     const auto chosen = std::ranges::find(found, taken, &Candidate::handle);
     if (chosen != found.end() && chosen->priority == found.front().priority)
         std::rotate(found.begin(), chosen, chosen + 1);
-    else if (status == PD_STATUS_OK || !found.empty())
+    else if (!work.live && (status == PD_STATUS_OK || !found.empty()))
         work.complaints.add(
             table.name + ": by the driver a packet takes " +
             (status == PD_STATUS_OK ? entry_name(taken, false) : "no entry") + ", but of the entries in the hardware " +

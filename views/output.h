@@ -62,7 +62,7 @@ private:
     size_t count_ = 0;
 };
 
-// Appends a JSON string. Bytes that aren't printable ASCII are escaped.
+// Appends a JSON string. Bytes that aren't UTF-8 become U+FFFD.
 void put_json_string(std::string& out, std::string_view text);
 
 // Writes the elements of an array, each on a line.

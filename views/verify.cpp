@@ -152,6 +152,7 @@ bool verify_in_json(const Work& work, std::vector<Tally>& tallies) {
         work.out.text += "],\"compared\":" + std::to_string(tally.compared) +
                          ",\"different\":" + std::to_string(tally.different) + "}";
         equal &= tally.different == 0;
+        work.out.flush(); // for those who watch
     }
     array.end(work.complaints);
     return equal;

@@ -72,12 +72,13 @@ std::optional<size_t> walk(const Work& work, const std::string& what, const List
                            std::optional<uint32_t> after, const std::function<bool(uint32_t handle)>& visit) {
     std::vector<uint32_t> page(1, after.value_or(PD_HDL_END));
     pd_status status = after ? turn(work, listing, page) : listing.first(page.data());
+    if (status != PD_STATUS_OK && after)
+        throw Problem(Fault::unknown_name,
+                      work.library.refusal(what + ": going on behind handle " + std::to_string(*after), status));
     if (status != PD_STATUS_OK) {
         // Somebody may have deleted the last one since it was counted.
-        if (!work.live || after || !work.library.surely_not_found(status))
-            complain(work,
-                     what + (after ? ": going on behind handle " + std::to_string(*after) : ": asking for the first"),
-                     status);
+        if (!work.live || !work.library.surely_not_found(status))
+            complain(work, what + ": asking for the first", status);
         return {};
     }
     size_t visited = 0;

@@ -59,7 +59,7 @@ std::string target_of(const Arguments& arguments) {
             continue;
         }
         const size_t end = word.find('=');
-        target += "&" + console::percent_encoded(word.substr(0, end));
+        target += "&field." + console::percent_encoded(word.substr(0, end));
         if (end != std::string::npos) target += "=" + console::percent_encoded(word.substr(end + 1));
     }
     return target;
@@ -88,11 +88,11 @@ console::Answer ask(const std::string& socket, const std::string& target, const 
 } // namespace
 
 int run_on_agent(const Arguments& arguments) {
-    StandardOutput out;
+    QueuedOutput out;
     std::string error_body;
     const auto take = [&](const console::Answer& head, std::string_view text) {
         if (head.status == 200)
-            out.write(text);
+            out.add(text);
         else
             error_body += text;
     };
@@ -101,6 +101,7 @@ int run_on_agent(const Arguments& arguments) {
         const bool is_usage = answer.status == 400 || answer.status == 404;
         throw Problem(is_usage ? Fault::bad_value : Fault::failed, message_of(error_body));
     }
+    out.end();
     int status = exit_failed;
     for (const auto& [name, value] : answer.trailers)
         if (name == console::complaint_trailer)

@@ -1,8 +1,11 @@
 // A small web server on loopback in front of an agent's socket, because browsers and monitors don't know Unix sockets.
+#include <chrono>
 #include <csignal>
 #include <iostream>
 #include <string>
 #include <string_view>
+#include <system_error>
+#include <utility>
 
 #include <arpa/inet.h>
 
@@ -18,6 +21,8 @@ namespace {
 
 using pd_views::Fault;
 using pd_views::Problem;
+
+constexpr std::chrono::minutes patience{5}; // the agent may be busy
 
 struct Address {
     std::string host; // without brackets
@@ -65,10 +70,13 @@ std::string url_host(const Address& address) {
 }
 
 // Whether the Host header names this server. A page from elsewhere whose name leads to this address has another header.
-bool names_us(const std::string& header, const Address& address) {
-    const std::string port = ":" + std::to_string(address.port);
-    if (!header.ends_with(port) && address.port != 80) return false;
-    const std::string host = header.ends_with(port) ? header.substr(0, header.size() - port.size()) : header;
+// The port doesn't matter: a tunnel may lead here from another one.
+bool names_us(std::string header, const Address& address) {
+    for (char& letter : header)
+        if (letter >= 'A' && letter <= 'Z') letter = static_cast<char>(letter - 'A' + 'a');
+    const size_t colon = header.rfind(':');
+    const bool has_port = colon != std::string::npos && header.find(']', colon) == std::string::npos;
+    const std::string host = header.substr(0, has_port ? colon : header.size());
     const bool is_any = address.host == "0.0.0.0" || address.host == "::"; // this machine has other addresses
     return host == "localhost" || host == url_host(address) || (is_any && is_numeric(host));
 }
@@ -76,11 +84,8 @@ bool names_us(const std::string& header, const Address& address) {
 // The target of a request, for the agent.
 std::string target_of(const console::Request& request) {
     std::string target;
-    for (size_t begin = 0; begin < request.path.size();) {
-        const size_t end = std::min(request.path.find('/', begin + 1), request.path.size());
-        target += "/" + console::percent_encoded(request.path.substr(begin + 1, end - begin - 1));
-        begin = end;
-    }
+    for (const std::string& part : request.parts)
+        target += "/" + console::percent_encoded(part);
     const char* before = "?";
     for (const auto& [name, value] : request.query)
         target += std::exchange(before, "&") + console::percent_encoded(name) + "=" + console::percent_encoded(value);
@@ -91,7 +96,8 @@ void pass_on(const std::string& socket, const console::Request& request, console
     std::string error_body;
     const bool is_page = request.path == "/";
     const console::Answer answer = console::get(
-        socket, target_of(request), request.accept, [&](const console::Answer& head, std::string_view text) {
+        socket, target_of(request), request.accept,
+        [&](const console::Answer& head, std::string_view text) {
             if (head.status != 200) {
                 error_body += text;
                 return;
@@ -99,11 +105,22 @@ void pass_on(const std::string& socket, const console::Request& request, console
             if (!reply.begun())
                 reply.begin(head.type, console::trailer_names, is_page ? console::page_headers : console::Fields());
             reply.write(text);
-        });
+            reply.flush();
+        },
+        patience, [&reply] { reply.check(); });
     if (reply.begun())
         reply.end(answer.trailers);
     else
         reply.whole(answer.status, answer.type, error_body);
+}
+
+console::TcpSocket listen(const Address& address) {
+    try {
+        return console::listen_tcp(address.host, address.port);
+    } catch (const std::system_error& error) {
+        throw Problem(Fault::failed,
+                      url_host(address) + ":" + std::to_string(address.port) + ": " + error.code().message());
+    }
 }
 
 } // namespace
@@ -113,7 +130,12 @@ int serve(const Arguments& arguments) {
     if (!is_loopback(address.host) && !arguments.allow_remote)
         throw Problem(Fault::bad_value, address.host + " is not a loopback address; --allow-remote permits it");
     const std::string& socket = *arguments.agent;
-    console::get(socket, "/v1", "", [](const console::Answer&, std::string_view) {}); // there is an agent
+    try { // there is an agent
+        console::get(
+            socket, "/v1", "", [](const console::Answer&, std::string_view) {}, std::chrono::seconds(10));
+    } catch (const std::system_error& error) {
+        throw Problem(Fault::failed, socket + ": " + error.code().message());
+    }
 
     // The threads of the server block these, too.
     sigset_t ends;
@@ -122,7 +144,7 @@ int serve(const Arguments& arguments) {
     sigaddset(&ends, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &ends, nullptr);
 
-    const console::TcpSocket listening = console::listen_tcp(address.host, address.port);
+    const console::TcpSocket listening = listen(address);
     address.port = listening.port;
     const auto answer = [&](const console::Request& request, console::Reply& reply) {
         if (!names_us(request.host, address)) return reply.error(403, "the Host header doesn't name this server");

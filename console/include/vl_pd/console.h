@@ -15,6 +15,7 @@
  * Threads: the console has a thread that accepts clients, and one for each client. They block all signals, and they call
  * functions of the library that only read, at any time between start and stop. So start the console after the library's
  * init() and after the device was added, and stop it before cleanup(). Start and stop may be called on any thread.
+ * After a fork, the console belongs to the parent. An agent that becomes a daemon starts it after that.
  */
 #ifndef VL_PD_CONSOLE_H
 #define VL_PD_CONSOLE_H
@@ -28,8 +29,7 @@ extern "C" {
 #endif
 #pragma GCC visibility push(default)
 
-/* Initialise it by member name. Later versions may have more members. Apart from socket_path, 0 gives what the comment
- * says. */
+/* Initialise it by member name. Apart from socket_path, 0 gives what the comment says. */
 typedef struct vl_pd_console_options {
     const char* socket_path; /* where the socket is made; at most 107 bytes */
     pd_session session;      /* the session that reads; 0: with the embedded driver, the console opens one itself */
@@ -56,7 +56,8 @@ typedef struct vl_pd_console vl_pd_console;
  */
 int vl_pd_console_start(const vl_pd_console_options* options, vl_pd_console** console);
 
-/* Ends all answers, closes the socket, removes its file and frees the console. Null is allowed. */
+/* Ends all answers, closes the socket, removes its file and frees the console. Null is allowed. In a
+ * child of the process that started it, does nothing. */
 void vl_pd_console_stop(vl_pd_console* console);
 
 #pragma GCC visibility pop
