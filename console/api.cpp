@@ -66,7 +66,7 @@ Query query_of(const Request& request, const Takes& takes) {
         else if (name == "vrf" && takes.vrf)
             query.words.assign(1, value);
         else if (takes.fields) // "field." keeps names apart from those above
-            query.words.push_back((name.starts_with("field.") ? name.substr(6) : name) + "=" + value);
+            query.words.push_back((name.starts_with("field.") ? name.substr(6) : name).append("=").append(value));
         else
             throw Refusal{400, request.path + " takes no \"" + name + "\""};
     }

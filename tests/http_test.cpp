@@ -386,9 +386,9 @@ TEST(HttpClients, AreLimited) {
     for (Fd& fd : working)
         fd = console.asked("/work");
     ASSERT_TRUE(soon([&] { return console.working == 2; }));
-    std::vector<Fd> refused;
-    for (int i = 0; i < 100; ++i)
-        refused.push_back(console.asked("/echo"));
+    std::vector<Fd> refused(100);
+    for (Fd& fd : refused)
+        fd = console.asked("/echo");
     for (size_t i = 0; i < refused.size(); i += 10) {
         const std::string answer = rest_of(refused[i]);
         EXPECT_EQ(first_line(answer), "HTTP/1.1 503 Service Unavailable") << answer;
@@ -464,6 +464,7 @@ TEST(HttpServer, AnswersManyAtOnce) {
     std::atomic<int> answered = 0;
     {
         std::vector<std::jthread> clients;
+        clients.reserve(6);
         for (int i = 0; i < 6; ++i) {
             clients.emplace_back([&, i] {
                 for (int turn = 0; turn < 30; ++turn) {
