@@ -5,7 +5,7 @@
 
 Every installed header compiles by itself as C11 and C++11 without a warning (.hpp as C++20). The README's agent is
 built by the README's command as C11, as C++17, and through find_package, and prints what the README says. pd-show runs
-from the install. Other languages find the pipeline in the install.
+from the install. Other languages find the pipeline in the install. An agent in C11 and in C++11 starts a console.
 """
 
 import ctypes
@@ -78,6 +78,34 @@ def check_descriptions(prefix):
         check(f"a packet in {table['name']}", status, not_found if table["key"] else not_supported)
 
 
+def check_console(prefix, folder, cc, cxx):
+    """What the library exports, and an agent that starts and stops the console."""
+    exported = run("nm", "-D", "--defined-only", prefix / "lib/libvl_pd_console.so").splitlines()
+    check("exports", [line.split()[2] for line in exported], ["vl_pd_console_start", "vl_pd_console_stop"])
+    source = """#include <vl_model/control.h>
+                #include <vl_pd/console.h>
+                #include <vl_pd/velmar_switch.h>
+                #include <vl_pd/velmar_switch_pipeline.h>
+                static vl_pd_console_options options; /* zeros */
+                int main(void) {
+                    vl_pd_console* console = 0;
+                    options.socket_path = "console.socket";
+                    p4_pd_velmar_switch_init();
+                    if (vl_model_device_add(0, &velmar_switch_pipeline)) return 1;
+                    if (vl_pd_console_start(&options, &console)) return 2;
+                    vl_pd_console_stop(console);
+                    return (int)p4_pd_velmar_switch_cleanup();
+                }
+                """
+    flags = [f"-I{prefix}/include", f"-L{prefix}/lib", f"-Wl,-rpath,{prefix}/lib",
+             "-lvl_pd_console", "-lvl_bf_pd_default", "-lvl_driver_model"]
+    for compiler, standard, suffix in ((cc, "c11", ".c"), (cxx, "c++11", ".cpp")):
+        path = folder / ("console" + suffix)
+        path.write_text(source)
+        run(compiler, f"-std={standard}", *WARNINGS, path, *flags, "-o", folder / "console")
+        run(folder / "console", cwd=folder)
+
+
 def main():
     build, source, cc, cxx = sys.argv[1:]
     readme = (pathlib.Path(source) / "README.md").read_text(encoding="utf-8")
@@ -94,6 +122,7 @@ def main():
         check("pd-show of the install", run(prefix / "bin/pd-show", "--version"), f"pd-show {version}\n")
         check_headers(prefix, folder, cc, cxx)
         check_descriptions(prefix)
+        check_console(prefix, folder, cc, cxx)
 
         (folder / "agent.c").write_text(agent)
         (folder / "agent.cpp").write_text(agent)
