@@ -44,7 +44,7 @@ def check_agents(root, folder):
     check("the agent", run(folder / "agent"), output)
 
     examples = root / "usr/share/doc/vl-bf-pd-tools/examples"
-    flags = run("pkg-config", "--cflags", "--libs", "vl_bf_pd_default", "vl_driver_model", environment=search).split()
+    flags = run("pkg-config", "--cflags", "--libs", "vl_pd_console", "vl_driver_model", environment=search).split()
     sources = sorted((examples / "leaf_switch").glob("*.cpp"))
     run("c++", "-std=c++20", f"-I{examples}", *sources, "-o", folder / "leaf_switch", *flags, here)
     check("the example", run(folder / "leaf_switch").splitlines()[-1],
@@ -56,11 +56,12 @@ def check_agents(root, folder):
     run(*configure)
     run("cmake", "--build", folder / "build")
     check("the agent through find_package", run(folder / "build/agent"), output)
-    lists = lists.replace(" REQUIRED", " OPTIONAL_COMPONENTS vl_driver_model no_such_library")
-    (folder / "CMakeLists.txt").write_text(
-        lists + 'message("found ${vl_bf_pd_vl_driver_model_FOUND}-${vl_bf_pd_no_such_library_FOUND}-")\n')
+    lists = lists.replace(" REQUIRED", " OPTIONAL_COMPONENTS vl_driver_model vl_pd_console no_such_library")
+    lists += "target_link_libraries(agent PRIVATE vl_bf_pd::vl_pd_console)\n"
+    found = "-".join(f"${{vl_bf_pd_{name}_FOUND}}" for name in ("vl_driver_model", "vl_pd_console", "no_such_library"))
+    (folder / "CMakeLists.txt").write_text(f'{lists}message("found {found}-")\n')
     done = subprocess.run([str(word) for word in configure], capture_output=True, text=True, check=True)
-    check("components", re.findall("found (.*)", done.stderr), ["TRUE--"])
+    check("components", re.findall("found (.*)", done.stderr), ["TRUE-TRUE--"])
     (folder / "CMakeLists.txt").write_text(lists.replace("OPTIONAL_COMPONENTS", "REQUIRED COMPONENTS"))
     done = subprocess.run([str(word) for word in configure], capture_output=True, text=True, check=False)
     check("a component that is not there", "no_such_library isn't installed" in done.stderr, True)
@@ -79,8 +80,10 @@ def check_completion(root, table_names):
         path = f"{root}/usr/bin:{os.environ['PATH']}"
         return run("bash", "-c", script, "bash", "pd-show", *words, environment={"ROOT": str(root), "PATH": path}).split()
 
-    check("commands", completed(""), ["tables", "table", "entries", "counters", "verify", "match", "route"])
+    check("commands", completed(""),
+          ["tables", "table", "entries", "profiles", "counters", "verify", "match", "route", "serve"])
     check("options", completed("--s"), ["--session", "--seed"])
+    check("an option of two words", completed("--al"), ["--allow-remote"])
     check("formats", completed("--demo", "--format", ""), ["text", "json", "value"])
     check("formats after =", completed("--format", "=", "j"), ["json"])
     for command in ("table", "entries", "verify", "match"):
@@ -88,13 +91,18 @@ def check_completion(root, table_names):
     check("one table", completed("table", "ipv4H"), ["ipv4Host"])
     check("after a table", completed("table", "ipv4Host", ""), [])
     check("fields", completed("match", "l2DmacClassify", ""), ["ingressPort=", "dmac="])
+    check("fields to keep", completed("entries", "l2DmacClassify", "dmac", "=", "0200.0000.0011", ""),
+          ["ingressPort=", "dmac=", "action="])
     check("a value", completed("match", "l2DmacClassify", "dmac", "="), [])
+    for profile in completed("profiles", ""):
+        run(root / "usr/bin/pd-show", "profiles", profile)
     counters = completed("counters", "")
     check("counters", {"egressPortQueueCount", "trapToCpuCount", "trapToCpu"} <= set(counters), True)
     for counter in counters:
         run(root / "usr/bin/pd-show", "counters", counter)
     driver = completed("--driver", f"{root}/usr/lib/x86_64-linux-gnu/libvl_dr")
     check("files", [pathlib.Path(name).name for name in driver], ["libvl_driver_model.so"])
+    check("a socket's file", completed("--agent", f"{root}/usr/sha"), [f"{root}/usr/share"])
 
 
 def check_man_pages(root):
@@ -108,7 +116,8 @@ def check_man_pages(root):
             if not re.fullmatch(r"Usage: .*|[A-Z][a-z ]*:", part) and re.sub(r"\s+", " ", part) not in shown:
                 lost.append(part)
     check("lines of --help that the man page lacks", lost, [])
-    check("warnings", [name for name in ("man1/pd-show.1.gz", "man3/vl_bf_pd.3.gz") if "warning:" in page(name)], [])
+    check("warnings", [name for name in ("man1/pd-show.1.gz", "man3/vl_bf_pd.3.gz", "man3/vl_pd_console.3.gz")
+                       if "warning:" in page(name)], [])
     # The statuses are those of the header.
     types = (root / "usr/include/vl_pd/types.h").read_text(encoding="utf-8")
     statuses = re.findall(r"^ +(PD_STATUS_\w+) = (\d+)", types, re.M)

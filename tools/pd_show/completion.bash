@@ -1,7 +1,7 @@
-# Completion for pd-show in bash. Commands and options come from --help. The names of tables, counters and fields come
-# from the description of the pipeline that is installed with pd-show; without it, there is no completion.
+# Completion for pd-show in bash. Commands and options come from --help. The names of tables, profiles, counters and
+# fields come from the description of the pipeline that is installed with pd-show; without it, there is no completion.
 
-# _pd_show_names DESCRIPTION tables | counters | fields TABLE
+# _pd_show_names DESCRIPTION tables | profiles | counters | fields TABLE
 _pd_show_names() {
     awk -F '"' -v wanted="$2" -v table="$3" '
         /^\t"/ { section = $2 }
@@ -36,21 +36,23 @@ _pd_show() {
 
     word=${2#=}
     case $option in
-    --driver | --routes) COMPREPLY=($(compgen -f -- "$word")) && compopt -o filenames && return ;;
-    --format) names=$(sed -n 's/^ \{22\}\([a-z]*\) .*/\1/p' <<<"$help") ;;
+    --agent | --driver | --routes) COMPREPLY=($(compgen -f -- "$word")) && compopt -o filenames && return ;;
+    --format) names=$(sed -n 's/, \| or / /g; s/^  --format FORMAT *\([a-z ]*\).*/\1/p' <<<"$help") ;;
     ?*) return ;;
     *)
         if [[ $word == -* ]]; then
-            names=$(sed -n 's/^  \(-h, \)\{0,1\}\(--[a-z]*\) .*/\2/p' <<<"$help")
+            names=$(sed -n 's/^  \(-h, \)\{0,1\}\(--[a-z-]*\) .*/\2/p' <<<"$help")
         elif [ ${#words[@]} -eq 0 ]; then
             names=$(sed -n '/^Commands:/,/^Options:/s/^  \([a-z]*\) .*/\1/p' <<<"$help")
         else
             case ${words[0]}:${#words[@]} in
             table:1 | entries:1 | verify:1 | match:1) names=$(_pd_show_names "$description" tables) ;;
+            profiles:1) names=$(_pd_show_names "$description" profiles) ;;
             counters:1) names=$(_pd_show_names "$description" counters) ;;
-            match:*)
+            entries:* | match:*)
                 [ "${COMP_WORDS[COMP_CWORD]}" = "=" ] || [ "$3" = "=" ] && return
                 names=$(_pd_show_names "$description" fields "${words[1]}")
+                [ "${words[0]}" = match ] || names+=" action="
                 compopt -o nospace
                 ;;
             esac

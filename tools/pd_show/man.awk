@@ -3,7 +3,7 @@
 #   awk -v version=VERSION -f man.awk HELP MORE
 #
 # In the help text, a section has a heading at the margin. A term is two columns in, and its text begins at column 20
-# or in the next line. What is further in is a list within the text, with one item per line.
+# or in the next line.
 function escaped(text) {
     gsub(/\\/, "\\e", text)
     gsub(/-/, "\\-", text)
@@ -38,7 +38,6 @@ FILENAME == ARGV[2] { print; next }
     if (text != "") print escaped(text)
     next
 }
-/^                      [^ ]/ { print ".br" }
 {
     sub(/^ +/, "")
     print escaped($0)
