@@ -39,6 +39,7 @@ uint32_t number(const std::string& name, std::string_view text, uint32_t most = 
 // What a command takes from the part of the target behind "?".
 struct Takes {
     bool hw = false;
+    bool values = false; // the format with this name
     bool page = false;   // after and limit
     bool fields = false; // of a table
     bool vrf = false;
@@ -56,7 +57,7 @@ Query query_of(const Request& request, const Takes& takes) {
     query.format = Format::json;
     for (const auto& [name, value] : request.query) {
         if (name == "format")
-            query.format = format_named(value, takes.page);
+            query.format = format_named(value, takes.values);
         else if (name == "hw" && takes.hw)
             query.from_hw = number(name, value, 1) != 0;
         else if (name == "after" && takes.page)
@@ -66,7 +67,7 @@ Query query_of(const Request& request, const Takes& takes) {
         else if (name == "vrf" && takes.vrf)
             query.words.assign(1, value);
         else if (takes.fields) // "field." keeps names apart from those above
-            query.words.push_back((name.starts_with("field.") ? name.substr(6) : name).append("=").append(value));
+            query.words.emplace_back(name.starts_with("field.") ? name.substr(6) : name).append("=").append(value);
         else
             throw Refusal{400, request.path + " takes no \"" + name + "\""};
     }
@@ -127,7 +128,7 @@ struct TablePath {
 };
 
 constexpr TablePath table_paths[] = {
-    {"entries", show_entries, {.hw = true, .page = true, .fields = true}},
+    {"entries", show_entries, {.hw = true, .values = true, .page = true, .fields = true}},
     {"verify", verify, {}},
     {"lookup", show_match, {.fields = true}},
 };
@@ -143,7 +144,7 @@ struct Path {
 
 constexpr Path paths[] = {
     {"tables", show_tables, show_table, {}, {}},
-    {"entries", show_entries, nullptr, {.hw = true, .page = true}, {}},
+    {"entries", show_entries, nullptr, {.hw = true, .values = true}, {}},
     {"profiles", show_profiles, show_profile, {}, {.hw = true}},
     {"counters", show_counters, show_counters, {}, {}},
     {"verify", verify, nullptr, {}, {}},

@@ -122,10 +122,6 @@ std::string action_grid(const Table& table) {
     return grid(rows);
 }
 
-} // namespace
-
-namespace {
-
 std::string entries_json(const Work& work, const Table& table) {
     const std::optional<uint32_t> count = count_entries(work, table);
     return count ? std::to_string(*count) : "null";

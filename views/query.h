@@ -18,8 +18,8 @@ struct Query {
     Format format = Format::text;
     bool from_hw = false;
     unsigned usual_vrf = 1;        // of a route
-    std::optional<pd_entry> after; // of entries: those that follow this handle
-    std::optional<uint32_t> limit; // of entries: at most so many
+    std::optional<pd_entry> after; // of the entries of one table: those that follow this handle
+    std::optional<uint32_t> limit; // of them: at most so many
 };
 
 } // namespace pd_views

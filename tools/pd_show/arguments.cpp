@@ -53,7 +53,7 @@ Commands:
                     and the next hop or the members of the ECMP group. Without VRF, in the one that --routes fills: 1,
                     or 2 with --demo
   serve             with --agent: offers the agent's console as a page for a browser, and /metrics for a monitor, until
-                    it gets SIGINT or SIGTERM
+                    it gets SIGINT or SIGTERM. Every user of this machine can ask it, whatever the socket's mode is
 
 Options:
   --agent SOCKET    shows the switch of the agent whose console listens at this socket. What the agent has decided can't
