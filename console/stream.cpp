@@ -22,34 +22,42 @@ nanoseconds thread_time() {
 }
 
 // The reads and the agent's own calls may have to wait for each other, in the driver or for a core. If nobody else is
-// at work, the reads go on at full speed. If reads had to wait in a round of steps, the command pauses for several times
-// as long as the round took.
+// at work, the reads go on at full speed. If reads had to wait in a round, the command pauses for several times as long
+// as the round took.
 class Pace : public pd_views::Watcher {
 public:
     explicit Pace(Reply& reply) : reply_(reply) {}
 
     void step() override {
-        constexpr unsigned steps_of_round = 1024;
-        if (++steps_ % steps_of_round == 0) end_round();
+        constexpr unsigned steps_between_looks = 32; // at the clock
+        constexpr auto round = std::chrono::microseconds(100);
+        if (++steps_ % steps_between_looks != 0 || Clock::now() - begun_ < round) return;
+        end_round();
+        reply_.check();
+        begin_round();
     }
-    // A wait for the client is none for the driver.
-    void begin_round() {
-        begun_ = Clock::now();
-        computed_ = thread_time();
+    // Runs `write`, which may wait for the client. That wait is none for the driver.
+    template <class Write>
+    void write(Write&& write) {
+        end_round();
+        write();
+        begin_round();
     }
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    void end_round() {
+    void end_round() const {
         constexpr int crowded = 8; // at least this part of the time was spent in waiting
-        constexpr int times = 8;
+        constexpr int times = 4;
         constexpr nanoseconds longest = std::chrono::milliseconds(2);
         const nanoseconds took = Clock::now() - begun_;
         const nanoseconds waited = took - (thread_time() - computed_);
         if (waited * crowded > took) std::this_thread::sleep_for(std::min(took * times, longest));
-        reply_.check();
-        begin_round();
+    }
+    void begin_round() {
+        begun_ = Clock::now();
+        computed_ = thread_time();
     }
 
     Reply& reply_;
@@ -65,10 +73,11 @@ void stream(const Switch& shown, const pd_views::Query& query, std::string_view 
     constexpr size_t piece = size_t{1} << 16;
     Pace pace(reply);
     pd_views::Output out(piece, [&](std::string_view text) {
-        if (!reply.begun()) reply.begin(type, trailer_names);
-        reply.write(text);
-        reply.flush();
-        pace.begin_round();
+        pace.write([&] {
+            if (!reply.begun()) reply.begin(type, trailer_names);
+            reply.write(text);
+            reply.flush();
+        });
     });
     pd_views::Complaints complaints;
     const bool equal = run({.query = query,
