@@ -17,6 +17,9 @@ namespace {
 
 using console::Switch;
 
+constexpr uint32_t most_timeout_ms = 3600000; // an hour
+constexpr uint32_t most_clients = 1000;
+
 // A session of the embedded driver, which the console opened itself.
 class OwnSession {
 public:
@@ -85,7 +88,7 @@ struct vl_pd_console {
 
 int vl_pd_console_start(const vl_pd_console_options* options, vl_pd_console** console) {
     if (options == nullptr || console == nullptr || options->socket_path == nullptr || options->socket_path[0] == 0 ||
-        options->mode > 0777)
+        options->mode > 0777 || options->timeout_ms > most_timeout_ms || options->max_clients > most_clients)
         return EINVAL;
     try {
         *console = new vl_pd_console(*options);

@@ -122,7 +122,7 @@ bool is_stale(const Fd& folder, const std::string& name, const std::string& path
     }
 }
 
-// Two that replace a stale socket at once must not replace each other's.
+// Two processes may find the same stale socket. The lock keeps one from replacing the other's new socket.
 void lock_folder(const Fd& folder, const std::string& path) {
     const auto deadline = Clock::now() + std::chrono::seconds(1);
     while (flock(folder.get(), LOCK_EX | LOCK_NB) != 0) {

@@ -90,7 +90,7 @@ TcpSocket listen_tcp(const std::string& address, uint16_t port);
 struct Request {
     std::string method;             // "GET" or "HEAD"
     std::string path;               // path and query are percent-decoded
-    std::vector<std::string> parts; // of the path, between its slashes; a coded slash is none
+    std::vector<std::string> parts; // of the path, between its slashes; %2F doesn't separate parts
     Fields query;
     std::string accept, host; // headers; empty if the request has none
     unsigned version = 11;    // 10: HTTP/1.0, which has no chunks

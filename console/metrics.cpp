@@ -127,14 +127,14 @@ void write_switch(const Work& work, Writer& to) {
 }
 
 void write_console(const Server::Load& load, const Complaints& complaints, Writer& to) {
-    to.family("vl_pd_console_requests", "counter", "Requests that the console has answered.");
+    to.family("vl_pd_console_requests", "counter", "Sound requests, the one that is being answered included.");
     to.sample(load.requests);
     to.family("vl_pd_console_refused_clients", "counter",
-              "Clients that were refused: other users, or too many at once.");
+              "Clients that were refused: other users, or more than the console has threads for.");
     to.sample(load.refused);
     to.family("vl_pd_console_sent_bytes", "counter", "Bytes of answers.");
     to.sample(load.bytes_sent);
-    to.family("vl_pd_console_clients", "gauge", "Clients that the console answers now.");
+    to.family("vl_pd_console_clients", "gauge", "Clients that have a thread now.");
     to.sample(load.clients);
     to.family("vl_pd_console_refused_reads", "gauge", "Reads that the driver refused for this answer.");
     to.sample(complaints.count());

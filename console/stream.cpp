@@ -36,7 +36,7 @@ public:
         reply_.check();
         begin_round();
     }
-    // Runs `write`, which may wait for the client. That wait is none for the driver.
+    // Runs `write`. Time spent waiting for the client doesn't count as waiting for the driver.
     template <class Write>
     void write(Write&& write) {
         end_round();

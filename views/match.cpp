@@ -49,6 +49,7 @@ void Packet::set(const Field& field, const std::string& text, Tag form) {
 std::vector<Candidate> matching_entries(const Work& work, const Packet& packet) {
     const Table& table = packet.table;
     const auto read = work.library.driver_function<decltype(pipe_mgr_get_entry)>("pipe_mgr_get_entry");
+    if (read == nullptr) throw Problem(Fault::failed, "the driver has no function that reads an entry");
     const pipe_dev_tgt target = {work.target.dev_id, work.target.pipe_id, 0};
     const std::vector<uint8_t> counted = key_mask(table);
     std::vector<uint8_t> key(counted.size());

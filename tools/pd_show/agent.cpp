@@ -1,9 +1,8 @@
 // Turns a command into a path of the console, and prints the answer.
 #include "pd_show/agent.h"
 
-#include <chrono>
-#include <functional>
 #include <iostream>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <system_error>
@@ -21,8 +20,6 @@ namespace {
 
 using pd_views::Fault;
 using pd_views::Problem;
-
-constexpr std::chrono::minutes patience{5}; // the agent may be busy
 
 // "/tables" and, if there is a name, "/tables/NAME" with what follows.
 std::string path_of(const Arguments& arguments) {
@@ -65,7 +62,8 @@ std::string target_of(const Arguments& arguments) {
     return target;
 }
 
-// The words of an answer that is an error.
+} // namespace
+
 std::string message_of(const std::string& body) {
     cJSON* const json = cJSON_ParseWithLength(body.data(), body.size());
     const cJSON* const error = cJSON_GetObjectItemCaseSensitive(json, "error");
@@ -75,17 +73,17 @@ std::string message_of(const std::string& body) {
     return message;
 }
 
-using Body = std::function<void(const console::Answer&, std::string_view)>;
-
-console::Answer ask(const std::string& socket, const std::string& target, const std::string& accept, const Body& body) {
+console::Answer ask(const std::string& socket, const std::string& target, const Body& body) {
     try {
-        return console::get(socket, target, accept, body, patience);
+        return console::get(socket, target, "", body, patience);
+    } catch (const Problem&) { // of the output
+        throw;
     } catch (const std::system_error& error) {
         throw Problem(Fault::failed, socket + ": " + error.code().message());
+    } catch (const std::runtime_error& error) {
+        throw Problem(Fault::failed, socket + ": " + error.what());
     }
 }
-
-} // namespace
 
 int run_on_agent(const Arguments& arguments) {
     QueuedOutput out;
@@ -96,7 +94,7 @@ int run_on_agent(const Arguments& arguments) {
         else
             error_body += text;
     };
-    const console::Answer answer = ask(*arguments.agent, target_of(arguments), "", take);
+    const console::Answer answer = ask(*arguments.agent, target_of(arguments), take);
     if (answer.status != 200) {
         const bool is_usage = answer.status == 400 || answer.status == 404;
         throw Problem(is_usage ? Fault::bad_value : Fault::failed, message_of(error_body));

@@ -46,19 +46,19 @@ Commands:
                     the entry that a packet takes in the hardware, why it does, and the entries that match it too, the
                     next best first. Fields have the names and forms that entries shows, without mask and length; those
                     that aren't named are 0. The lowest priority number wins. It counts as unsigned, so a negative one
-                    is worse than any other. Complains if the driver chooses another entry. With a driver that doesn't
-                    say which it chooses, shows the one that wins by these rules
+                    is worse than any other. Without --agent, complains if the driver chooses another entry. With a
+                    driver that doesn't say which it chooses, shows the one that wins by these rules
   route ADDRESS [VRF]
                     the entries that an address takes in the route tables, in the order in which --routes uses them,
                     and the next hop or the members of the ECMP group. Without VRF, in the one that --routes fills: 1,
-                    or 2 with --demo
+                    or 2 with --demo; with --agent, in VRF 1
   serve             with --agent: offers the agent's console as a page for a browser, and /metrics for a monitor, until
                     it gets SIGINT or SIGTERM. Every user of this machine can ask it, whatever the socket's mode is
 
 Options:
-  --agent SOCKET    shows the switch of the agent whose console listens at this socket. What the agent has decided can't
-                    be chosen beside it: --driver, --session, --device, --demo, --routes, --corrupt, --time; nor --hw
-                    with counters, because that changes the driver's copy of them
+  --agent SOCKET    shows the switch of the agent whose console listens at this socket. Can't be combined with --driver,
+                    --session, --device, --demo, --routes, --corrupt or --time; nor with --hw for counters, because
+                    that changes the driver's copy of them
   --listen ADDRESS:PORT
                     where serve listens: an address of this machine and a port (127.0.0.1:8080); with port 0 the system
                     chooses one, and serve says which

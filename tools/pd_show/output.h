@@ -24,7 +24,8 @@ struct StandardOutput {
     void write(std::string_view text);
 };
 
-// Standard output behind a queue, so that the agent never waits for a reader that pauses.
+// Standard output behind a queue, so that the agent never waits for a reader that pauses. What the reader hasn't taken
+// stays in this process's memory.
 class QueuedOutput {
 public:
     QueuedOutput() : thread_([this] { write_all(); }) {}

@@ -22,8 +22,6 @@ namespace {
 using pd_views::Fault;
 using pd_views::Problem;
 
-constexpr std::chrono::minutes patience{5}; // the agent may be busy
-
 struct Address {
     std::string host; // without brackets
     uint16_t port;
@@ -47,7 +45,10 @@ Address parse_address(const std::string& typed) {
     const bool has_brackets = host.size() > 2 && host.front() == '[' && host.back() == ']';
     if (has_brackets) host = host.substr(1, host.size() - 2);
     in6_addr parsed;
-    if (inet_pton(has_brackets ? AF_INET6 : AF_INET, host.c_str(), &parsed) != 1) refuse_address(typed);
+    const int family = has_brackets ? AF_INET6 : AF_INET;
+    if (inet_pton(family, host.c_str(), &parsed) != 1) refuse_address(typed);
+    char usual[INET6_ADDRSTRLEN] = ""; // the spelling that browsers send
+    host = inet_ntop(family, &parsed, usual, sizeof usual);
     return {host, static_cast<uint16_t>(port)};
 }
 
@@ -114,6 +115,14 @@ void pass_on(const std::string& socket, const console::Request& request, console
         reply.whole(answer.status, answer.type, error_body);
 }
 
+// Fails now if no agent answers.
+void require_agent(const std::string& socket) {
+    std::string body;
+    const console::Answer answer =
+        ask(socket, "/v1", [&](const console::Answer&, std::string_view text) { body += text; });
+    if (answer.status != 200) throw Problem(Fault::failed, socket + ": " + message_of(body));
+}
+
 console::TcpSocket listen(const Address& address) {
     try {
         return console::listen_tcp(address.host, address.port);
@@ -130,14 +139,9 @@ int serve(const Arguments& arguments) {
     if (!is_loopback(address.host) && !arguments.allow_remote)
         throw Problem(Fault::bad_value, address.host + " is not a loopback address; --allow-remote permits it");
     const std::string& socket = *arguments.agent;
-    try { // there is an agent
-        console::get(
-            socket, "/v1", "", [](const console::Answer&, std::string_view) {}, std::chrono::seconds(10));
-    } catch (const std::system_error& error) {
-        throw Problem(Fault::failed, socket + ": " + error.code().message());
-    }
+    require_agent(socket);
 
-    // The threads of the server block these, too.
+    // The server's threads inherit the blocked signals.
     sigset_t ends;
     sigemptyset(&ends);
     sigaddset(&ends, SIGINT);
