@@ -1,0 +1,191 @@
+"""Entries of all tables: what goes in comes back, and what can't be meant is refused."""
+
+import ipaddress
+
+import pytest
+import vl_pd
+from vl_pd import values
+
+
+def extremes(field):
+    """Values of a field at its ends, with masks and lengths."""
+    if field.match == "exact":
+        return [0, field.matched]
+    if field.match == "ternary":
+        return [(0, 0), (field.matched, field.matched), (0, field.matched), (field.matched & 1, field.matched & 1)]
+    longest = field.bits - (field.matched & -field.matched).bit_length() + 1
+    top = field.matched >> (field.bits - longest) << (field.bits - longest)
+    return [(0, 0), (top, longest), (0, longest)]
+
+
+def params_of(sw, name):
+    action = sw.binding.description.actions[name]
+    return {param.name: param.matched & (0xFFFF if param.name in action.indices else -1)
+            for param in action.params.values()}
+
+
+def test_each_field_at_its_extremes_comes_back_and_goes_in_again(sw):
+    for table in sw.device(0).tables.values():
+        row = table.row
+        if not row.key or row.profile is not None:
+            continue
+        action = row.actions[0]
+        params = params_of(sw, action)
+        meter = (1, 2, 3, 4, 0) if row.has_meter else None
+        base = {field.name: extremes(field)[0] for field in row.key.values()}
+        for field in row.key.values():
+            for what in extremes(field):
+                key = base | {field.name: what}
+                handle = table.add(key, action, params, meter=meter)
+                entry = table[handle]
+                for each in row.key.values():
+                    value, partner = values.parse(row.name, each, key[each.name], True)
+                    assert entry.key.get(each.name) == values.shown(each, value, partner), (row.name, each.name, what)
+                assert table.get(handle, hw=True) == entry
+                table.delete(handle)
+                assert table[table.add(entry.key, entry.action, entry.params, meter=meter)].key == entry.key
+                assert table.find(entry.key) is not None and table.verify() == []
+                table.delete(entry.key)
+        assert len(table) == 0
+
+
+def test_each_action_of_each_table(sw):
+    for table in sw.device(0).tables.values():
+        for action in table.row.actions if table.row.key else ():
+            if table.row.profile is not None:
+                continue
+            key = {field.name: 0 for field in table.row.key.values() if field.match == "exact"}
+            params = params_of(sw, action)
+            meter = (1, 2, 3, 4, 0) if table.row.has_meter else None
+            entry = table[table.add(key, action, params, meter=meter)]
+            shown = {name: values.shown(field, params[name], None) for name, field in
+                     sw.binding.description.actions[action].params.items()}
+            assert (entry.action, entry.params) == (action, shown), table.name
+            table.delete(entry.handle)
+        for action in table.row.defaults if table.row.profile is None else ():
+            meter = (1, 2, 3, 4, 0) if table.row.has_meter else None
+            table.set_default(action, params_of(sw, action), meter=meter)
+            assert (table.default.action, table.default.is_default) == (action, True)
+            table.reset_default()
+
+
+def test_forms_of_values(sw):
+    host, acl, learned = sw.ipv4Host, sw.trapToCpu, sw.l2DmacClassify
+    for dip in ("10.0.0.1", ipaddress.ip_address("10.0.0.1"), 0x0A000001, "0xa000001"):
+        handle = host.add({"vrfId": 7, "dip": dip}, "setNextHop", {"nextHop": 5})
+        assert host[handle].key == {"vrfId": 7, "dip": "10.0.0.1"}
+        host.delete(handle)
+    for prefix in ("10.16.0.0/12", ipaddress.ip_network("10.16.0.0/12"), ("10.16.0.0", 12)):
+        handle = sw.ipv4ShortMaskLpm.add({"vrfId": 7, "dip": prefix}, "setNextHop", {"nextHop": 9})
+        assert sw.ipv4ShortMaskLpm[handle].key["dip"] == "10.16.0.0/12"
+        sw.ipv4ShortMaskLpm.delete(handle)
+    for form, shown in (("00:11:22:33:44:55", "00:11:22:33:44:55"), ("0011.2233.4455", "00:11:22:33:44:55"),
+                        ("00:11:22:00:00:00/ff:ff:ff:00:00:00", "00:11:22:00:00:00/ff:ff:ff:00:00:00")):
+        handle = learned.add({"ingressPort": 1, "dmac": form}, learned.row.actions[0],
+                             params_of(sw, learned.row.actions[0]), priority=1)
+        assert learned[handle].key["dmac"] == shown
+        learned.delete(handle)
+    handle = acl.add({"etherType": (0x8800, 0xFF00), "ingIpv4Dip": "10.0.0.0/8"},
+                     "trapPacket", {"cpuReasonCode": 3}, priority=-1)
+    assert (acl[handle].key["etherType"], acl[handle].priority) == ((0x8800, 0xFF00), -1)
+    acl.delete(acl[handle].key, priority=-1)
+
+
+@pytest.mark.parametrize("why, table, key", [
+    ("more than 8 bits", "ipv4Host", {"vrfId": 256, "dip": 1}),
+    ("more than 8 bits", "ipv4Host", {"vrfId": -1, "dip": 1}),
+    ("not a length from 0 to 12", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": "10.0.0.0/13"}),
+    ("not a length", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": ("10.0.0.0", 33)}),
+    ("outside of its mask", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": "10.1.0.0/8"}),
+    ("outside of its mask", "trapToCpu", {"etherType": (0x8801, 0xFF00)}),
+    ("doesn't match", "ecmpGroup", {"nextHop": 0x400}),
+    ("no mask and no length", "ipv4Host", {"vrfId": 1, "dip": "10.0.0.0/8"}),
+    ("Expected 4 octets", "ipv4Host", {"vrfId": 1, "dip": "10.0.0"}),
+    ("needs dip", "ipv4Host", {"vrfId": 1}),
+])
+def test_refused_keys(sw, why, table, key):
+    with pytest.raises(ValueError, match=why) as error:
+        sw.tables[table].find(key)
+    assert table in str(error.value)
+
+
+def test_what_is_no_key_goes_to_the_driver_without_strict():
+    with vl_pd.Switch(strict=False) as sw:
+        handle = sw.ecmpMemberActionProfile.add_member("setEcmpNextHop", {"nextHop": 1})
+        assert sw.ecmpGroup[sw.ecmpGroup.add({"nextHop": 0x401}, member=handle)].key["nextHop"] == 0x401
+
+
+def test_an_add_sends_16_bits_of_an_index(sw):
+    policy = sw.pdpPolicy
+    key = {field.name: 0 for field in policy.row.key.values()}
+    with pytest.raises(ValueError, match="16 bits of an index"):
+        policy.add(key, "setPdpClassCount", {"counterIndex": 0x10000})
+    handle = policy.add(key, "setPdpClassCount", {"counterIndex": 0xFFFF})
+    policy.modify(handle, "setPdpClassCount", {"counterIndex": 0x10000})
+    assert policy[handle].params == {"counterIndex": 0x10000}
+
+
+def test_names(sw):
+    for wrong, error in ((lambda: sw.ipv4Hots, AttributeError),
+                         (lambda: sw.ipv4Host.add({"vrfID": 1}, "setNextHop"), KeyError),
+                         (lambda: sw.ipv4Host.add({"vrfId": 1, "dip": 1}, "setNextHops"), KeyError),
+                         (lambda: sw.ipv4Host.add({"vrfId": 1, "dip": 1}, "setNextHop", {"nexthop": 1}), KeyError)):
+        with pytest.raises(error, match="did you mean"):
+            wrong()
+
+
+def test_refusals_and_order():
+    with vl_pd.Switch() as sw:
+        key = {"vrfId": 1, "dip": 1}
+        handle = sw.ipv4Host.add(key, "setNextHop", {"nextHop": 1})
+        with pytest.raises(vl_pd.Refused) as refused:
+            sw.ipv4Host.add(key, "setNextHop", {"nextHop": 2})
+        assert (refused.value.number, refused.value.name) == (8, "EXISTS")
+        for call in (lambda: sw.ipv4Host[handle + 1], lambda: sw.ipv4Host.delete(handle + 1),
+                     lambda: sw.device(5).ipv4Host.find(key) or sw.device(5).ipv4Host[handle]):
+            with pytest.raises(vl_pd.Refused):
+                call()
+        assert sw.ipv4Host.find({"vrfId": 2, "dip": 1}) is None
+        with pytest.raises(vl_pd.WrongOrder):
+            vl_pd.Switch()
+        table = sw.ipv4Host
+    for late in (lambda: len(table), lambda: sw.ipv4Host, lambda: table.add(key, "setNextHop", {"nextHop": 1})):
+        with pytest.raises(vl_pd.WrongOrder):
+            late()
+    with vl_pd.Switch() as sw:
+        assert len(sw.ipv4Host) == 0
+
+
+def test_members_and_groups(sw):
+    profile = sw.ecmpMemberActionProfile
+    members = [profile.add_member("setEcmpNextHop", {"nextHopTable": 0, "nextHop": hop}) for hop in range(100)]
+    group = profile.create_group(max_size=32)
+    for member in members[:20]:
+        group.add(member)
+    assert group.members() == members[:20] and [int(each) for each in profile] == members
+    assert len(profile) == 100 and [int(each) for each in profile.groups()] == [group.handle]
+    entry = sw.ecmpGroup[sw.ecmpGroup.add({"nextHop": 2}, group=group)]
+    assert (entry.group, entry.member, entry.action) == (group.handle, None, None)
+    sw.ecmpGroup.modify(entry.handle, member=members[3])
+    assert sw.ecmpGroup[entry.handle].member == members[3]
+    profile.modify_member(members[3], "setEcmpNextHop", {"nextHopTable": 1, "nextHop": 7})
+    assert profile.member(members[3], hw=True).params == {"nextHopTable": 1, "nextHop": 7}
+    group.remove(members[0])
+    profile.delete_member(members[0])
+    with pytest.raises(vl_pd.Refused):
+        profile.delete_member(members[3])  # an entry points at it
+    sw.ecmpGroup.delete({"nextHop": 2})
+    group.delete()
+    assert profile.groups() == [] and sw.ecmpGroup.verify() == []
+
+
+def test_many(sw):
+    rows = [({"vrfId": 1, "dip": i % 90}, "setNextHop", {"nextHop": i}) for i in range(100)]
+    many = sw.ipv4Host.add_many(rows)
+    assert many.handles.count(None) == 10 and [row for row, _ in many.refused] == rows[90:]
+    stopped = sw.ipv4Host.add_many([*rows, {"key": {"vrfId": 2, "dip": 1}, "action": "setNextHop"}], stop=True)
+    assert stopped.handles == [None]
+    handles = [handle for handle in many.handles if handle]
+    assert [entry.handle for entry in sw.ipv4Host] == handles
+    gone = sw.ipv4Host.delete_many([*handles, 12345])
+    assert gone.handles[-1] is None and len(gone.refused) == 1 and len(sw.ipv4Host) == 0

@@ -1,0 +1,17 @@
+"""The switch as a module: program its tables, read them back, and compare them with the hardware.
+
+    import vl_pd
+
+    with vl_pd.Switch() as sw:
+        hop = sw.ipv4Host.add({"vrfId": 7, "dip": "10.0.0.1"}, "setNextHop", {"nextHop": 5})
+        print(sw.ipv4Host[hop].params["nextHop"])
+"""
+
+from .errors import Refused, WrongOrder
+from .profiles import Group, Member
+from .switch import Device, Switch
+from .tables import Difference, Entry, Many, Table
+from .values import Wrong
+
+__all__ = ["Device", "Difference", "Entry", "Group", "Many", "Member", "Refused", "Switch", "Table", "Wrong",
+           "WrongOrder"]

@@ -1,0 +1,146 @@
+"""The pipeline, from the description that is built and installed with the library. All layouts come from it."""
+
+import json
+import os
+import pathlib
+from dataclasses import dataclass, field
+
+library_name = "libvl_bf_pd_default.so"
+driver_name = "libvl_driver_model.so"
+pipeline_name = "libvl_velmar_switch_pipeline.so"
+description_name = "velmar_switch.json"
+
+
+@dataclass
+class Part:
+    """A field of a record, with the mask or prefix length beside it."""
+
+    name: str
+    bits: int
+    matched: int  # the bits that the table matches; all for a parameter
+    offset: int
+    size: int
+    partner: str | None  # "mask" or "prefix_length"
+    partner_offset: int = 0
+    partner_size: int = 0
+
+
+@dataclass
+class Field:
+    """What people see as one: a part, or the two halves of a MAC address."""
+
+    name: str
+    tag: str | None
+    parts: list[Part]
+    match: str  # "exact", "ternary" or "lpm"
+
+    @property
+    def bits(self):
+        return sum(part.bits for part in self.parts)
+
+    @property
+    def matched(self):
+        value = 0
+        for part in self.parts:
+            value = value << part.bits | part.matched
+        return value
+
+
+@dataclass
+class Action:
+    name: str
+    number: int
+    size: int
+    params: dict[str, Field]
+    indices: set[str]  # parameters that name a cell of a counter, meter, WRED block or register
+
+
+@dataclass
+class Table:
+    name: str
+    handle: int
+    summary: str
+    shape: str
+    size: int
+    ttl_on_add: bool
+    has_meter: bool
+    profile: str | None
+    key: dict[str, Field]
+    actions: list[str]
+    defaults: list[str] = field(default_factory=list)
+
+    @property
+    def has_priority(self):
+        return self.shape == "masked"
+
+
+@dataclass
+class Profile:
+    name: str
+    table: str
+    actions: list[str]
+
+
+def _fields(shown, parts, matches):
+    fields = {}
+    for column in shown:
+        first, *rest = column["fields"]
+        chosen = [parts[name] for name in (first, *rest)]
+        fields[column["label"]] = Field(column["label"], column["tag"], chosen, matches.get(first, "exact"))
+    return fields
+
+
+class Description:
+    """The rows that this module needs, by name."""
+
+    def __init__(self, path):
+        with open(path, encoding="ascii") as file:
+            rows = json.load(file)
+        self.name, self.prefix = rows["name"], rows["prefix"]
+        display = rows["display"]
+        self.actions = {row["name"]: self._action(row, display["actions"][row["name"]]) for row in rows["actions"]}
+        self.action_names = {action.number: action.name for action in self.actions.values()}
+        self.tables = {row["name"]: self._table(row, display["keys"][row["name"]]) for row in rows["tables"]}
+        self.profiles = {row["name"]: Profile(row["name"], row["table"], [each["name"] for each in row["actions"]])
+                         for row in rows["profiles"]}
+
+    @staticmethod
+    def _action(row, shown):
+        parts = {param["name"]: Part(param["name"], param["bits"], (1 << param["bits"]) - 1, param["record_offset"],
+                                     param["record_bytes"], None) for param in row["params"]}
+        return Action(row["name"], row["number"], row["record_size"], _fields(shown, parts, {}),
+                      {param["name"] for param in row["params"] if "slot_index" in param["role"]})
+
+    @staticmethod
+    def _table(row, shown):
+        parts, matches = {}, {}
+        for key in row["key"]:
+            partner = key["partner"] or {}
+            parts[key["pd_name"]] = Part(key["name"], key["bits"], int(key["matched_bits"], 16), key["record_offset"],
+                                         key["record_bytes"], partner.get("kind"), partner.get("record_offset", 0),
+                                         partner.get("record_bytes", 0))
+            matches[key["pd_name"]] = key["match"]
+        resource = row["resource"] or {}
+        return Table(row["name"], row["handle"], row["summary"], row["shape"], row["record_size"], row["ttl_on_add"],
+                     resource.get("kind") == "meter" and resource["addressing"] == "direct", row["profile"], _fields(shown, parts, matches),
+                     [each["name"] for each in row["actions"] if each["use"] != "default_only"],
+                     [each["name"] for each in row["actions"] if each["use"] != "entry"])
+
+
+def _folders():
+    """Where the files may be: named by the environment, beside this package, in a build folder, installed."""
+    if "VL_PD_LIBRARIES" in os.environ:
+        yield pathlib.Path(os.environ["VL_PD_LIBRARIES"])
+    here = pathlib.Path(__file__).resolve()
+    for root in (*here.parents, pathlib.Path("/usr/local"), pathlib.Path("/usr")):
+        yield from (root / "build/release/lib", root / "lib", root / "lib/x86_64-linux-gnu")
+
+
+def find(name):
+    """The file of this name that was built or installed. None if there is none."""
+    for folder in _folders():
+        for candidate in (folder / name, folder / "../share/vl_pd" / name, folder / "../src" / name,
+                          folder / "../driver/model" / name, folder / "../generated/share/vl_pd" / name):
+            if candidate.is_file():
+                return str(candidate.resolve())
+    return None
