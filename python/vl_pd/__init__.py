@@ -9,9 +9,10 @@
 
 from .errors import Refused, WrongOrder
 from .profiles import Group, Member
+from .resources import Count, Meter
 from .switch import Device, Switch
 from .tables import Difference, Entry, Many, Table
 from .values import Wrong
 
-__all__ = ["Device", "Difference", "Entry", "Group", "Many", "Member", "Refused", "Switch", "Table", "Wrong",
+__all__ = ["Count", "Device", "Difference", "Entry", "Group", "Many", "Member", "Meter", "Refused", "Switch", "Table", "Wrong",
            "WrongOrder"]

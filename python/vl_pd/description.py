@@ -97,6 +97,7 @@ class Description:
         with open(path, encoding="ascii") as file:
             rows = json.load(file)
         self.name, self.prefix = rows["name"], rows["prefix"]
+        self.resources = rows
         display = rows["display"]
         self.actions = {row["name"]: self._action(row, display["actions"][row["name"]]) for row in rows["actions"]}
         self.action_names = {action.number: action.name for action in self.actions.values()}

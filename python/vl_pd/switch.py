@@ -1,11 +1,13 @@
 """A switch: the library, a driver and its devices."""
 
 import ctypes
+import threading
 
 from . import description
 from .binding import Binding, Target
 from .errors import WrongOrder, unknown
 from .profiles import Profile
+from .resources import resources_of
 from .tables import Table
 
 u32 = ctypes.c_uint32
@@ -21,12 +23,22 @@ class Device:
         rows = switch.binding.description
         self.tables = {name: Table(self, row) for name, row in rows.tables.items()}
         self.profiles = {name: Profile(self, row) for name, row in rows.profiles.items()}
+        found = resources_of(self, rows.resources)
+        self.counters, self.meters, self.wred = found["counters"], found["meters"], found["wred_blocks"]
+        self.registers, self.digests, self.value_sets = found["registers"], found["digests"], found["value_sets"]
 
     def call(self, name, *arguments):
         """Calls a function of the library. Raises Refused, or WrongOrder if the switch is closed."""
         if self._switch.closed:
             raise WrongOrder("the switch is closed")
         self.binding.call(name, *arguments)
+
+    def sync(self, name):
+        """Calls a function that updates cells from the hardware, and waits until the driver has done it."""
+        done = threading.Event()
+        callback = ctypes.CFUNCTYPE(None, u32, ctypes.c_void_p)(lambda _device, _cookie: done.set())
+        self.call(name, self.session, self.target, callback, None)
+        done.wait()
 
     def __getattr__(self, name):
         if name.startswith("_") or "tables" not in self.__dict__:

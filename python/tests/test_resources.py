@@ -1,0 +1,68 @@
+"""Counters, meters, WRED, registers, digests and value sets."""
+
+import ctypes
+
+import pytest
+import vl_pd
+
+
+def test_counters(sw):
+    entry = sw.trapToCpu.add({"etherType": 0x88CC}, "trapPacket", {"cpuReasonCode": 3}, priority=1)
+    for counter, cell in ((sw.counters["trapToCpuCount"], entry), (sw.counters["pdpClassCount"], 17)):
+        counter.write(cell, 5, 1 << 40)
+        assert (counter.read(cell).count_a, counter.read(cell).count_b) == (5, 1 << 40)
+        handle = counter.row["handle"] if not counter.direct else sw.trapToCpu.row.handle
+        sw.binding.driver.vl_model_counter_add(0, handle, cell, ctypes.c_uint64(2), ctypes.c_uint64(3))
+        assert counter.read(cell).count_a == 5
+        counter.sync()
+        assert counter.read(cell).count_a == 7
+        sw.binding.driver.vl_model_counter_add(0, handle, cell, ctypes.c_uint64(2), ctypes.c_uint64(3))
+        assert counter.read(cell, hw=True).count_a == 9
+    with pytest.raises(vl_pd.Refused):
+        sw.counters["trapToCpuCount"].read(entry + 1)
+
+
+def test_meters_and_wred(sw):
+    missed = sw.l2LookupMiss
+    entry = missed.add({}, "l2LookupBcastHit", meter=(1, 2, 3, 4, 1), priority=1)
+    storm = sw.meters["stormControlMeter"]
+    storm.write(entry, vl_pd.Meter(10, 20, 30, 40))
+    assert storm.read(entry).peak_rate == 30
+    sw.meters["pdpMeter"].write(5, (1, 2, 3, 4, 1))
+    assert sw.meters["pdpMeter"].read(5).committed_burst == 2
+    sw.wred["wredBlock"].write(3, (7, 8))
+    assert sw.wred["wredBlock"].read(3) == (7, 8)
+
+
+def test_registers_of_all_kinds(sw):
+    for register in sw.registers.values():
+        value = {"flag": 1, "word": 0xDEADBEEF, "word_pair": (1, 2)}[register.row["cell"]]
+        before = register.read(3)
+        register.write(3, value)
+        assert set(register.read(3, hw=True)) == {value} and register.read(4) == before, register
+        register.sync()
+        register.reset()
+        assert register.read(3) == before
+
+
+def test_digests_come_as_dicts(sw):
+    got = []
+    digest = sw.digests["macLearningDigest"]
+    digest.register(got.append)
+    entry = bytes(range(digest.row["entry_size"]))
+    sw.binding.driver.vl_model_digest_raise(0, digest.row["handle"], entry * 2, 2)
+    assert len(got) == 2 and got[0] == {"ingMd_smacOui": 0x00010203, "ingMd_smacStation": 0x04050607,
+                                        "ingMd_ingL2Domain": 0x0809, "ingMd_ingL2Aintf": 0x0A0B0C0D}
+    digest.deregister()
+    sw.binding.driver.vl_model_digest_raise(0, digest.row["handle"], entry, 1)
+    assert len(got) == 2
+
+
+def test_value_sets(sw):
+    chosen = sw.value_sets["vxlan_ports"]
+    handles = [chosen.add(port, 0xFFFF) for port in (4789, 8472)]
+    assert list(chosen) == handles and len(chosen) == 2
+    chosen.modify(handles[1], 8473, 0xFFFE)
+    assert chosen[handles[1]] == (8473, 0xFFFE) and chosen.find(4789, 0xFFFF) == handles[0]
+    chosen.delete(handles[0])
+    assert chosen.find(4789, 0xFFFF) is None and list(chosen) == handles[1:]
