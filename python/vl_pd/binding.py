@@ -52,6 +52,18 @@ class Binding:
         """A function that only the embedded driver has, or None."""
         return getattr(self.driver, name, None)
 
+    def embedded(self, name):
+        """A function that only the embedded driver has."""
+        function = self.driver_function(name)
+        if function is None:
+            raise NotImplementedError(f"{name} needs the embedded driver")
+        return function
+
+    def require(self, call, status):
+        """Raises Refused if the status isn't 0."""
+        if status:
+            raise self.refusal(call, status)
+
     def status_name(self, number):
         name = self.driver_function("vl_model_status_name")
         if name is None or number >= 0xFFFFFFF0:
@@ -70,6 +82,4 @@ class Binding:
 
     def call(self, name, *arguments):
         """Calls a function of the library. Raises Refused if the status isn't 0."""
-        status = self.function(name)(*arguments)
-        if status:
-            raise self.refusal(name, status)
+        self.require(name, self.function(name)(*arguments))

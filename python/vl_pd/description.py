@@ -23,6 +23,8 @@ class Part:
     partner: str | None  # "mask" or "prefix_length"
     partner_offset: int = 0
     partner_size: int = 0
+    key_offset: int = 0  # in the bytes of a packet's key
+    key_size: int = 0
 
 
 @dataclass
@@ -64,6 +66,9 @@ class Table:
     size: int
     ttl_on_add: bool
     has_meter: bool
+    has_idle_time: bool
+    partitioned: bool
+    key_size: int
     profile: str | None
     key: dict[str, Field]
     actions: list[str]
@@ -119,11 +124,12 @@ class Description:
             partner = key["partner"] or {}
             parts[key["pd_name"]] = Part(key["name"], key["bits"], int(key["matched_bits"], 16), key["record_offset"],
                                          key["record_bytes"], partner.get("kind"), partner.get("record_offset", 0),
-                                         partner.get("record_bytes", 0))
+                                         partner.get("record_bytes", 0), key["key_offset"], key["key_bytes"])
             matches[key["pd_name"]] = key["match"]
         resource = row["resource"] or {}
         return Table(row["name"], row["handle"], row["summary"], row["shape"], row["record_size"], row["ttl_on_add"],
-                     resource.get("kind") == "meter" and resource["addressing"] == "direct", row["profile"], _fields(shown, parts, matches),
+                     resource.get("kind") == "meter" and resource["addressing"] == "direct", row["idle_time"],
+                     row["partitioned"], row["key_bytes"], row["profile"], _fields(shown, parts, matches),
                      [each["name"] for each in row["actions"] if each["use"] != "default_only"],
                      [each["name"] for each in row["actions"] if each["use"] != "entry"])
 

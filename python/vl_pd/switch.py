@@ -27,11 +27,43 @@ class Device:
         self.counters, self.meters, self.wred = found["counters"], found["meters"], found["wred_blocks"]
         self.registers, self.digests, self.value_sets = found["registers"], found["digests"], found["value_sets"]
 
-    def call(self, name, *arguments):
-        """Calls a function of the library. Raises Refused, or WrongOrder if the switch is closed."""
+    def require_open(self):
+        """Raises WrongOrder if the switch is closed."""
         if self._switch.closed:
             raise WrongOrder("the switch is closed")
+
+    def call(self, name, *arguments):
+        """Calls a function of the library. Raises Refused, or WrongOrder if the switch is closed."""
+        self.require_open()
         self.binding.call(name, *arguments)
+
+    def state_log(self):
+        """The state of the device's profiles as JSON, which the embedded driver would hand to a new agent."""
+        self.require_open()
+        log = self.binding.embedded("vl_model_state_log")
+        log.restype = ctypes.c_void_p
+        text = log(u32(self.number))
+        if text is None:
+            raise MemoryError("the state can't be logged")
+        try:
+            return ctypes.string_at(text).decode()
+        finally:
+            ctypes.CDLL(None).free(ctypes.c_void_p(text))
+
+    def restore(self, state):
+        """Restores what the library knows of the device's profiles from a log. Needs the embedded driver."""
+        self.require_open()
+        self.binding.require("dropping the state", self.binding.embedded("vl_model_device_state_drop")(u32(self.number)))
+        self.binding.require("restoring the state",
+                             self.binding.embedded("vl_model_state_restore")(u32(self.number), state.encode()))
+
+    def damage(self, count=1, seed=1):
+        """Damages random entries in the embedded driver's hardware. Returns how many."""
+        self.require_open()
+        room, damaged = (ctypes.c_uint8 * (64 * count))(), u32()
+        self.binding.require("damaging the hardware", self.binding.embedded("vl_model_hardware_corrupt")(
+            u32(self.number), ctypes.c_uint64(seed), u32(count), room, ctypes.byref(damaged)))
+        return damaged.value
 
     def sync(self, name):
         """Calls a function that updates cells from the hardware, and waits until the driver has done it."""
@@ -83,12 +115,8 @@ class Switch:
 
     def _open_session(self):
         session = u32()
-        self._require("opening a session", self.binding.driver.vl_model_session_open(ctypes.byref(session)))
+        self.binding.require("opening a session", self.binding.driver.vl_model_session_open(ctypes.byref(session)))
         return session.value
-
-    def _require(self, call, status):
-        if status:
-            raise self.binding.refusal(call, status)
 
     def add_device(self, number):
         """Adds a device to the embedded driver, and returns it."""
@@ -97,8 +125,8 @@ class Switch:
             raise FileNotFoundError(f"{description.pipeline_name} was neither built nor installed")
         pipeline = ctypes.CDLL(path).velmar_switch_pipeline_description
         pipeline.restype = ctypes.c_void_p
-        self._require("adding the device",
-                      self.binding.driver.vl_model_device_add(u32(number), ctypes.c_void_p(pipeline())))
+        self.binding.require("adding the device",
+                             self.binding.driver.vl_model_device_add(u32(number), ctypes.c_void_p(pipeline())))
         return self.device(number)
 
     def device(self, number):
@@ -108,6 +136,11 @@ class Switch:
         if number not in self._devices:
             self._devices[number] = Device(self, number)
         return self._devices[number]
+
+    def advance(self, milliseconds):
+        """Moves the embedded driver's clock."""
+        self.device(0).require_open()
+        self.binding.require("moving the clock", self.binding.embedded("vl_model_clock_advance")(u32(milliseconds)))
 
     def close(self):
         """Ends the library. The embedded driver forgets its devices."""

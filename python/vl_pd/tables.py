@@ -41,6 +41,11 @@ class Many:
     refused: list = field(default_factory=list)  # (row, exception)
 
 
+class IdleParams(ctypes.Structure):
+    _fields_ = [("mode", u32), ("params_a", ctypes.c_uint64), ("params_b", u32), ("params_c", ctypes.c_uint64),
+                ("params_d", ctypes.c_uint64), ("params_flag", ctypes.c_uint8)]
+
+
 class Table:
     """A match table of one device. Iterating over it reads its entries, without the default entry."""
 
@@ -283,6 +288,89 @@ class Table:
     def reset_default(self):
         """Restores the default entry that the pipeline started with."""
         self._device.call(f"{self.name}_table_reset_default_entry", self._device.session, self._device.target)
+
+    # ---- texts, as the library makes them
+
+    def schema(self):
+        """The columns of the table, as a Python literal."""
+        text = ctypes.create_string_buffer(65536)
+        self._device.binding.function(f"{self.name}_schema")(text)
+        return text.value.decode()
+
+    def value_string(self, handle, hw=False):
+        """The entry in these columns."""
+        text = ctypes.create_string_buffer(65536)
+        self._device.require_open()
+        self._device.binding.function(f"{self.name}_value")(self._device.session, u32(self._device.number),
+                                                            u32(handle), u32(int(hw)), text)
+        return text.value.decode()
+
+    # ---- properties and idle time
+
+    def property(self, number):
+        """The value and the arguments word of a property of the driver."""
+        value, args = u32(), u32()
+        self._device.call(f"{self.name}_get_property", self._device.session, u32(self._device.number), u32(number),
+                          ctypes.byref(value), ctypes.byref(args))
+        return value.value, args.value
+
+    def set_property(self, number, value, args=0):
+        """Sets a property of the driver."""
+        self._device.call(f"{self.name}_set_property", self._device.session, u32(self._device.number), u32(number),
+                          u32(value), u32(args))
+
+    def enable_idle(self, callback=None, *, mode=1, params_a=0, params_b=0, params_c=0, params_d=0):
+        """Lets entries age, in the driver's numbers. `callback` gets the handle of each entry that times out."""
+        where = [self._device.session, u32(self._device.number)]
+        if callback is not None:
+            receive = ctypes.CFUNCTYPE(None, u32, u32, u32, ctypes.c_void_p)(lambda _d, _t, handle, _c: callback(handle))
+            self._device.call(f"{self.name}_idle_register_tmo_cb", *where, receive, None)
+            self._idle_callback = receive  # lives as long as the registration
+        self._device.call(f"{self.name}_idle_tmo_enable", *where,
+                          IdleParams(mode, params_a, params_b, params_c, params_d, 0))
+
+    def disable_idle(self):
+        """Ends ageing."""
+        self._device.call(f"{self.name}_idle_tmo_disable", self._device.session, u32(self._device.number))
+
+    def ttl(self, handle):
+        """What is left of the entry's time to live, in the driver's unit."""
+        ttl = u32()
+        self._device.call(f"{self.name}_get_ttl", self._device.session, u32(self._device.number), u32(handle),
+                          ctypes.byref(ttl))
+        return ttl.value
+
+    def set_ttl(self, handle, ttl):
+        """Sets the entry's time to live, which starts now."""
+        self._device.call(f"{self.name}_set_ttl", self._device.session, u32(self._device.number), u32(handle),
+                          u32(ttl))
+
+    # ---- the embedded driver
+
+    def lookup(self, packet):
+        """The handle of the entry that a packet takes in the hardware, or None. Fields left out are 0. Needs the
+        embedded driver."""
+        key, partition = bytearray(self.row.key_size), 0
+        for name, what in packet.items():
+            shown = self.row.key.get(name)
+            if shown is None:
+                raise unknown(f"field of {self.name}", name, self.row.key)
+            value = values.parse_exact(self.name, shown, what, self._device.strict)
+            if self.row.partitioned and shown is next(iter(self.row.key.values())):
+                partition = value
+                continue
+            for part in reversed(shown.parts):
+                low = value & ((1 << part.bits) - 1)
+                key[part.key_offset:part.key_offset + part.key_size] = low.to_bytes(part.key_size, "big")
+                value >>= part.bits
+        taken = u32()
+        status = self._device.binding.embedded("vl_model_lookup")(
+            u32(self._device.number), u32(self.row.handle), bytes(key), u32(len(key)), u32(partition),
+            ctypes.byref(taken))
+        if status and self._device.binding.status_name(status) == "NOT_FOUND":
+            return None
+        self._device.binding.require("looking up", status)
+        return taken.value
 
     # ---- the hardware
 

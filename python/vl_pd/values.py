@@ -97,6 +97,19 @@ def parse(where, field, what, strict):
     return value, partner
 
 
+def parse_exact(where, field, what, strict):
+    """A value without mask or length, as a packet has it."""
+    try:
+        value, partner = _split(field, what)
+        if partner is not None:
+            raise ValueError("a packet has values without masks and lengths")
+        if strict and (value < 0 or value >> field.bits):
+            raise ValueError(f"{value:#x} has more than {field.bits} bits")
+    except (ValueError, ipaddress.AddressValueError) as error:
+        raise Wrong(where, field, error) from None
+    return value & ((1 << field.bits) - 1)
+
+
 def _shown(field, number):
     if field.tag == "v4addr":
         return str(ipaddress.IPv4Address(number & 0xFFFFFFFF))
