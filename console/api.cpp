@@ -56,6 +56,9 @@ Query query_of(const Request& request, const Takes& takes) {
     Query query;
     query.format = Format::json;
     for (const auto& [name, value] : request.query) {
+        const bool is_field = takes.fields && name.starts_with("field."); // the command counts fields
+        if (!is_field && std::ranges::count(request.query, name, &Fields::value_type::first) > 1)
+            throw Refusal{400, name + " is given twice"};
         if (name == "format")
             query.format = format_named(value, takes.values);
         else if (name == "hw" && takes.hw)

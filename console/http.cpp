@@ -302,20 +302,25 @@ Parsed parse_request(std::string_view bytes, size_t most_bytes) {
     const auto& read = parser.get();
     Parsed parsed;
     Request& request = parsed.request;
+    const auto refuse = [&parsed](int status, const char* why) { // the answer to HEAD has no body
+        parsed.status = status;
+        parsed.message = why;
+        return parsed;
+    };
     request.version = read.version();
     request.method = view(read.method_string());
     request.host = view(read[http::field::host]);
-    if (request.method != "GET" && request.method != "HEAD") return refused(405, "only GET and HEAD are allowed");
+    if (request.method != "GET" && request.method != "HEAD") return refuse(405, "only GET and HEAD are allowed");
     for (const auto& field : read) {
         if (field.name() == http::field::accept)
             request.accept.append(request.accept.empty() ? "" : ", ").append(view(field.value()));
     }
-    if (read.count(http::field::host) > 1) return refused(400, "the request has more than one Host");
+    if (read.count(http::field::host) > 1) return refuse(400, "the request has more than one Host");
     if (parser.chunked() || parser.content_length().value_or(0) != 0)
-        return refused(413, "a request must not have a body");
+        return refuse(413, "a request must not have a body");
     const std::string_view target = view(read.target());
-    if (!target.starts_with('/')) return refused(400, "the request's target must begin with /");
-    if (!decode_target(target, request)) return refused(400, "the request's target has a bad percent code");
+    if (!target.starts_with('/')) return refuse(400, "the request's target must begin with /");
+    if (!decode_target(target, request)) return refuse(400, "the request's target has a bad percent code");
     parsed.status = 200;
     return parsed;
 }
@@ -740,10 +745,10 @@ Parsed Server::Threads::read_request(int fd) {
 void Server::Threads::answer(int fd) {
     const Parsed parsed = read_request(fd);
     Reply reply(fd, stop_.get(), limits_.timeout_ms, bytes_sent_);
+    reply.head_only_ = parsed.request.method == "HEAD";
     if (parsed.status == 405) return reply.error(405, parsed.message, {{"Allow", "GET, HEAD"}});
     if (parsed.status != 200) return reply.error(parsed.status, parsed.message);
     ++requests_;
-    reply.head_only_ = parsed.request.method == "HEAD";
     reply.chunked_ = parsed.request.version >= 11;
     try {
         handler_(parsed.request, reply);

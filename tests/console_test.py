@@ -176,6 +176,7 @@ class Paths(Test):
                 (404, "/v1/profiles/", "there is no profile"),
                 (404, "/v1/tables/%ff%22/lookup", "there is no table \ufffd\""),
                 (400, "/metrics?x=1", "takes no parameters"),
+                (400, "/v1/tables/ipv4Host/entries?limit=1&limit=2", "limit is given twice"),
                 (400, "/v1?format=text", "takes no parameters"),
                 (400, "/v1/profiles?hw=1", 'takes no "hw"'),
                 (400, "/v1/tables/ipv4Host/entries?limit=-1", "limit takes a number"),
@@ -192,6 +193,7 @@ class Paths(Test):
             error = json.loads(body)["error"]
             self.assertEqual(error["status"], status)
             self.assertIn(words, error["message"])
+        self.assertEqual(agent.get("/v1/%zz", method="HEAD")[:2], (400, ""))
         status, body, answer = agent.get("/v1/tables", method="POST")
         self.assertEqual((status, answer.getheader("Allow")), (405, "GET, HEAD"))
 

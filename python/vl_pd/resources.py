@@ -80,13 +80,13 @@ class MeterResource(Resource):
     """A meter: of the entries of a table, or cells by index."""
 
     def read(self, cell):
-        """Reads the spec of an entry's handle or of an index."""
+        """Reads the meter of an entry, by its handle, or of an index."""
         spec = MeterSpec()
         self._call(f"meter_read_{self.name}", u32(cell), ctypes.byref(spec))
         return Meter(*(getattr(spec, name) for name, _ in MeterSpec._fields_))
 
     def write(self, cell, spec):
-        """Sets the spec: a Meter, or its numbers."""
+        """Sets the meter, from a Meter or from its numbers."""
         numbers = tuple(vars(spec).values()) if isinstance(spec, Meter) else spec
         call = self._call_device if self.direct else self._call
         call(f"meter_set_{self.name}", u32(cell), ctypes.byref(MeterSpec(*numbers)))

@@ -4,7 +4,7 @@ import ctypes
 from dataclasses import dataclass, field
 
 from . import values
-from .binding import ActionRecord, MeterSpec, end_of_handles
+from .binding import MeterSpec, end_of_handles
 from .errors import Refused, unknown
 
 u32 = ctypes.c_uint32
