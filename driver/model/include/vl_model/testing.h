@@ -41,6 +41,16 @@ typedef struct vl_model_corruption {
 uint32_t vl_model_hardware_corrupt(uint32_t dev_id, uint64_t seed, uint32_t count, vl_model_corruption* corrupted,
                                    uint32_t* corrupted_count);
 
+/*
+ * Arms a fault: the nth call of a function of the boundary from now, where 1 is the next, is refused with `status` and
+ * has no other effect. Each fault refuses one call. bf_sys_calloc and other functions that return a pointer return null.
+ * VL_MODEL_INVALID for null, or an nth of 0.
+ */
+uint32_t vl_model_fail_call(const char* function, uint32_t nth, uint32_t status);
+
+/* Disarms the faults that have not fired. */
+void vl_model_clear_faults(void);
+
 /* A row of a replay, as pipe_adt_sel_restore_cb takes it. */
 typedef struct vl_model_row {
     uint32_t sess_hdl;

@@ -270,3 +270,15 @@ void copy_record(Call& call, const pipe_action_record& record) {
 }
 
 } // namespace vl_model
+
+using namespace vl_model;
+
+uint32_t vl_model_fail_call(const char* function, uint32_t nth, uint32_t status) {
+    if (function == nullptr || nth == 0) return VL_MODEL_INVALID;
+    fail_call(function, nth, status);
+    return VL_MODEL_OK;
+}
+
+void vl_model_clear_faults() {
+    clear_faults();
+}
