@@ -45,17 +45,23 @@ def test_registers_of_all_kinds(sw):
         assert register.read(3) == before
 
 
-def test_digests_come_as_dicts(sw):
+def test_digests_come_as_dicts_that_fit_into_tables(sw):
     got = []
     digest = sw.digests["macLearningDigest"]
     digest.register(got.append)
-    entry = bytes(range(digest.row["entry_size"]))
-    sw.binding.driver.vl_model_digest_raise(0, digest.row["handle"], entry * 2, 2)
-    assert len(got) == 2 and got[0] == {"ingMd_smacOui": 0x00010203, "ingMd_smacStation": 0x04050607,
-                                        "ingMd_ingL2Domain": 0x0809, "ingMd_ingL2Aintf": 0x0A0B0C0D}
+    entry = bytes.fromhex("00001122 00334455 0064 00000007")
+    sw.send_digest("macLearningDigest", entry * 2)
+    assert got == [{"smac": "00:11:22:33:44:55", "ingL2Domain": 100, "ingL2Aintf": 7}] * 2
+    learned = sw.l2LearningLookup
+    assert learned[learned.add(got[0], "noOp")].key == got[0]
     digest.deregister()
-    sw.binding.driver.vl_model_digest_raise(0, digest.row["handle"], entry, 1)
+    with pytest.raises(vl_pd.Refused):
+        sw.send_digest("macLearningDigest", entry)
     assert len(got) == 2
+    for digest in sw.digests.values():  # each byte belongs to one field
+        places = sorted(place for _, places in digest.fields for place in places)
+        assert [begin for begin, _ in places] == [0, *(end for _, end in places[:-1])]
+        assert places[-1][1] == digest.row["entry_size"]
 
 
 def test_value_sets(sw):

@@ -93,7 +93,7 @@ def test_forms_of_values(sw):
 
 @pytest.mark.parametrize("why, table, key", [
     ("more than 8 bits", "ipv4Host", {"vrfId": 256, "dip": 1}),
-    ("more than 8 bits", "ipv4Host", {"vrfId": -1, "dip": 1}),
+    ("is negative", "ipv4Host", {"vrfId": -1, "dip": 1}),
     ("not a length from 0 to 12", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": "10.0.0.0/13"}),
     ("not a length", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": ("10.0.0.0", 33)}),
     ("outside of its mask", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": "10.1.0.0/8"}),
@@ -127,9 +127,11 @@ def test_an_add_sends_16_bits_of_an_index(sw):
 
 def test_names(sw):
     for wrong, error in ((lambda: sw.ipv4Hots, AttributeError),
-                         (lambda: sw.ipv4Host.add({"vrfID": 1}, "setNextHop"), KeyError),
+                         (lambda: sw.ipv4Host.find({"vrfID": 1}), KeyError),
                          (lambda: sw.ipv4Host.add({"vrfId": 1, "dip": 1}, "setNextHops"), KeyError),
-                         (lambda: sw.ipv4Host.add({"vrfId": 1, "dip": 1}, "setNextHop", {"nexthop": 1}), KeyError)):
+                         (lambda: sw.ipv4Host.add({"vrfId": 1, "dip": 1}, "setNextHop", {"nexthop": 1}), KeyError),
+                         (lambda: sw.ipv4Host.entries(["dipp"]), KeyError),
+                         (lambda: sw.counters["trapToCpuCounts"], KeyError), (lambda: sw.tables["ipv4Hots"], KeyError)):
         with pytest.raises(error, match="did you mean"):
             wrong()
 
@@ -142,7 +144,7 @@ def test_refusals_and_order():
             sw.ipv4Host.add(key, "setNextHop", {"nextHop": 2})
         assert (refused.value.number, refused.value.name) == (8, "EXISTS")
         for call in (lambda: sw.ipv4Host[handle + 1], lambda: sw.ipv4Host.delete(handle + 1),
-                     lambda: sw.device(5).ipv4Host.find(key) or sw.device(5).ipv4Host[handle]):
+                     lambda: sw.device(5).ipv4Host[handle]):
             with pytest.raises(vl_pd.Refused):
                 call()
         assert sw.ipv4Host.find({"vrfId": 2, "dip": 1}) is None

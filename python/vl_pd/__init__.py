@@ -7,12 +7,14 @@
         print(sw.ipv4Host[hop].params["nextHop"])
 """
 
-from .errors import Refused, WrongOrder
-from .profiles import Group, Member
+from .embedded import Damage
+from .errors import Refused, UnknownName, WrongOrder
+from .profiles import Group, Member, Profile
 from .resources import Count, Meter
+from .services import Capture, Snapshot
 from .switch import Device, Switch
 from .tables import Difference, Entry, Many, Table
 from .values import Wrong
 
-__all__ = ["Count", "Device", "Difference", "Entry", "Group", "Many", "Member", "Meter", "Refused", "Switch", "Table", "Wrong",
-           "WrongOrder"]
+__all__ = ["Capture", "Count", "Damage", "Device", "Difference", "Entry", "Group", "Many", "Member", "Meter", "Profile",
+           "Refused", "Snapshot", "Switch", "Table", "UnknownName", "Wrong", "WrongOrder"]

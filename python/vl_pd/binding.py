@@ -1,29 +1,47 @@
 """The library and the driver, called by ctypes. No compiler is needed: functions are found by name."""
 
 import ctypes
+import itertools
+import threading
+import time
 
 from . import description, errors
 
+u32 = ctypes.c_uint32
 end_of_handles = 0xFFFFFFFF
+
+# The statuses that the library itself returns, in case the driver doesn't name them. A driver may use them, too.
+library_statuses = {
+    2: ("NO_MEMORY", "out of memory"),
+    3: ("INVALID", "invalid argument, placement data or hash setting"),
+    15: ("UNEXPECTED", "the driver's answer can't come from this pipeline"),
+    0xFFFFFFFF: ("MISMATCH", "another action, or unknown handle of a profile"),
+}
+
+# Callbacks that were registered with a driver. They are never freed: one that has been replaced may still run on another
+# thread, and a driver may call one after the switch was closed.
+kept_callbacks = []
+
+
+# What calls wait for: an event for each cookie.
+awaited = {}
+cookies = itertools.count(1)
+
+
+@ctypes.CFUNCTYPE(None, u32, ctypes.c_void_p)
+def _arrived(_device, cookie):
+    event = awaited.pop(cookie, None)
+    if event is not None:
+        event.set()
 
 
 class Target(ctypes.Structure):
-    """A device with all its pipes."""
+    """A device and one of its pipes, or all of them."""
 
     _fields_ = [("device", ctypes.c_uint32), ("pipe", ctypes.c_uint16), ("reserved", ctypes.c_uint16)]
 
 
-class MeterSpec(ctypes.Structure):
-    """A two-rate meter, in the driver's scale."""
-
-    _fields_ = [(name, ctypes.c_uint32) for name in
-                ("committed_rate", "committed_burst", "peak_rate", "peak_burst", "meter_type")]
-
-
-class ActionRecord(ctypes.Structure):
-    """An action's number, then its record."""
-
-    _fields_ = [("action", ctypes.c_uint32), ("record", ctypes.c_uint8 * 44)]
+all_pipes = 0xFFFF
 
 
 def _load(path, name, what):
@@ -35,7 +53,7 @@ def _load(path, name, what):
 
 
 class Binding:
-    """The loaded libraries."""
+    """The loaded libraries, and the calls to them."""
 
     def __init__(self, library, driver, description_path):
         path = description_path or description.find(description.description_name)
@@ -44,42 +62,113 @@ class Binding:
         self.description = description.Description(path)
         self.driver = _load(driver, description.driver_name, "the driver")  # first: the library binds to it
         self.library = _load(library, description.library_name, "the library")
+        self.closed = True
+        self._running = []  # an element for each call that runs; append and pop are single steps for all threads
+        self._inside = threading.local()  # .callback: whether this thread runs a callback
+
+    def open(self):
+        """Begins: from now on calls are made."""
+        self.function("init")()
+        self.closed = False
+
+    def close(self):
+        """Refuses further calls, and waits until those of other threads have returned."""
+        if getattr(self._inside, "callback", False):
+            raise errors.WrongOrder("a callback can't close the switch")
+        self.closed = True
+        while self._running:
+            time.sleep(0.001)
 
     def function(self, name):
-        return getattr(self.library, self.description.prefix + name)
-
-    def driver_function(self, name):
-        """A function that only the embedded driver has, or None."""
-        return getattr(self.driver, name, None)
+        """A function of the library, by its name without prefix."""
+        function = getattr(self.library, self.description.prefix + name)
+        function.__name__ = name
+        return function
 
     def embedded(self, name):
         """A function that only the embedded driver has."""
-        function = self.driver_function(name)
-        if function is None:
-            raise NotImplementedError(f"{name} needs the embedded driver")
-        return function
+        try:
+            return getattr(self.driver, name)
+        except AttributeError:
+            raise NotImplementedError(f"{name} needs the embedded driver") from None
 
-    def require(self, call, status):
-        """Raises Refused if the status isn't 0."""
+    def result(self, function, *arguments):
+        """Calls a function and returns what it returns."""
+        self._running.append(None)
+        try:
+            if self.closed:
+                raise errors.WrongOrder("the switch is closed")
+            return function(*arguments)
+        finally:
+            self._running.pop()
+
+    def call(self, function, *arguments):
+        """Calls a function. Raises Refused if its status isn't 0."""
+        self._running.append(None)
+        try:
+            if self.closed:
+                raise errors.WrongOrder("the switch is closed")
+            status = function(*arguments)
+        finally:
+            self._running.pop()
         if status:
-            raise self.refusal(call, status)
+            raise self.refusal(function.__name__, status)
 
-    def status_name(self, number):
-        name = self.driver_function("vl_model_status_name")
-        if name is None or number >= 0xFFFFFFF0:
-            return None
-        name.restype = ctypes.c_char_p
-        return name(ctypes.c_uint32(number)).decode()
+    def found(self, function, *arguments):
+        """Calls a function that looks for something. Returns whether it is there."""
+        try:
+            self.call(function, *arguments)
+        except errors.Refused as refused:
+            # A driver that doesn't name its statuses leaves no way to tell.
+            if refused.name in ("NOT_FOUND", None):
+                return False
+            raise
+        return True
+
+    def pages(self, first, following, where, size=256):
+        """All handles that two functions list: the first one, then those after the last."""
+        page = (u32 * size)()
+        if not self.found(first, *where, page):
+            return []
+        handles, listed = [], page[:1]
+        while listed[0] != end_of_handles:
+            handles += listed
+            self.call(following, *where, listed[-1], size, page)
+            listed = page[:]
+            if end_of_handles in listed:
+                handles += listed[:listed.index(end_of_handles)]
+                break
+        return handles
+
+    arrived = _arrived  # for calls that the driver answers later
+
+    @staticmethod
+    def expect():
+        """A cookie for such a call, and the event that its answer sets."""
+        cookie, event = next(cookies), threading.Event()
+        awaited[cookie] = event
+        return cookie, event
+
+    def callback(self, kind, function):
+        """A C callback that calls a function. ctypes prints its exceptions."""
+        def enter(*arguments):
+            self._inside.callback, before = True, getattr(self._inside, "callback", False)
+            try:
+                return function(*arguments)
+            finally:
+                self._inside.callback = before
+
+        made = kind(enter)
+        kept_callbacks.append(made)
+        return made
 
     def refusal(self, call, number):
+        """The exception for a status."""
         number &= 0xFFFFFFFF
-        name, words = self.status_name(number), "status of the driver"
-        if name is not None:
+        name, words = library_statuses.get(number, (None, "status of the driver"))
+        named = getattr(self.driver, "vl_model_status_name", None)
+        if named is not None and number not in (15, 0xFFFFFFFF):
             text = self.driver.vl_model_status_text
-            text.restype = ctypes.c_char_p
-            words = text(ctypes.c_uint32(number)).decode()
+            named.restype = text.restype = ctypes.c_char_p
+            name, words = named(number).decode(), text(number).decode()
         return errors.Refused(call, number, name, words)
-
-    def call(self, name, *arguments):
-        """Calls a function of the library. Raises Refused if the status isn't 0."""
-        self.require(name, self.function(name)(*arguments))

@@ -107,8 +107,22 @@ class Description:
         self.actions = {row["name"]: self._action(row, display["actions"][row["name"]]) for row in rows["actions"]}
         self.action_names = {action.number: action.name for action in self.actions.values()}
         self.tables = {row["name"]: self._table(row, display["keys"][row["name"]]) for row in rows["tables"]}
+        self.columns = {tuple(column["fields"]): column for columns in display["keys"].values() for column in columns}
         self.profiles = {row["name"]: Profile(row["name"], row["table"], [each["name"] for each in row["actions"]])
                          for row in rows["profiles"]}
+
+    def digest_fields(self, row):
+        """The fields of a digest with the places of their parts. What is a field of a key is one here, too."""
+        fields, parts = [], list(row["fields"])
+        while parts:
+            count = next((count for count in (2, 1) if tuple(each["name"] for each in parts[:count]) in self.columns), 0)
+            chosen, parts = parts[:count or 1], parts[count or 1:]
+            column = self.columns.get(tuple(each["name"] for each in chosen), {"label": chosen[0]["name"], "tag": None})
+            bits = [24] * 2 if len(chosen) == 2 else [8 * chosen[0]["bytes"]]
+            fields.append((Field(column["label"], column["tag"],
+                                 [Part(each["name"], width, 0, 0, 0, None) for each, width in zip(chosen, bits)], "exact"),
+                           [(each["offset"], each["offset"] + each["bytes"]) for each in chosen]))
+        return fields
 
     @staticmethod
     def _action(row, shown):

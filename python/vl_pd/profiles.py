@@ -3,11 +3,17 @@
 import ctypes
 from dataclasses import dataclass
 
-from .binding import ActionRecord, end_of_handles
-from .errors import Refused
-from .tables import Table
+from .errors import Refused, unknown
+from .tables import text_size
+from .values import word
 
 u32 = ctypes.c_uint32
+
+
+class ActionRecord(ctypes.Structure):
+    """An action's number, then its record."""
+
+    _fields_ = [("action", u32), ("record", ctypes.c_uint8 * 44)]
 
 
 @dataclass
@@ -18,7 +24,7 @@ class Member:
     action: str
     params: dict
 
-    def __int__(self):
+    def __index__(self):
         return self.handle
 
 
@@ -28,107 +34,172 @@ class Group:
     def __init__(self, profile, handle):
         self._profile, self.handle = profile, handle
 
-    def __int__(self):
+    def __index__(self):
         return self.handle
+
+    def __eq__(self, other):
+        return isinstance(other, Group) and (self.handle, self._profile) == (other.handle, other._profile)
+
+    def __hash__(self):
+        return hash(self.handle)
 
     def __repr__(self):
         return f"<group {self.handle:#x} of {self._profile.name}>"
 
     def add(self, member):
         """Adds a member."""
-        self._profile.call("add_member_to_group", u32(self.handle), u32(int(member)))
+        self._profile.change("add_member_to_group", self.handle, word(member, "member"))
 
     def remove(self, member):
         """Removes a member."""
-        self._profile.call("del_member_from_group", u32(self.handle), u32(int(member)))
+        self._profile.change("del_member_from_group", self.handle, word(member, "member"))
 
     def delete(self):
-        """Deletes the group."""
-        self._profile.call("del_group", u32(self.handle))
+        """Deletes the group. Its members remain."""
+        self._profile.change("del_group", self.handle)
 
     def members(self):
         """The handles of the members."""
-        return self._profile.listed("get_first_group_member", "get_next_group_members", u32(self.handle))
+        return self._profile.pages("get_first_group_member", "get_next_group_members",
+                                   (self._profile.device.number_word, self.handle))
+
+    def __iter__(self):
+        return iter(self.members())
+
+    def __len__(self):
+        count = u32()
+        self._profile.call("get_selector_group_member_count", self.handle, ctypes.byref(count))
+        return count.value
+
+    def __bool__(self):
+        return True
+
+    def is_active(self, member):
+        """Whether the member takes packets."""
+        state = u32()
+        self._profile.call("group_member_state_get", self.handle, word(member, "member"), ctypes.byref(state))
+        return state.value == 0
+
+    def set_active(self, member, active=True):
+        """Lets the member take packets, or not. An inactive member stays in the group."""
+        self._profile.call("group_member_state_set", self.handle, word(member, "member"), int(not active))
+
+    def selected(self, hashed):
+        """The member that a packet with this hash takes. The hash is a number, as a hash calculation predicts it, or its
+        bytes, most significant first."""
+        if not isinstance(hashed, bytes):
+            hashed = hashed.to_bytes(8, "big")
+        member = u32()
+        self._profile.call("group_member_get_from_hash", self.handle, hashed, len(hashed), ctypes.byref(member))
+        return member.value
 
 
-class Profile(Table):
+class Profile:
     """An action profile of one device. Iterating over it reads its members."""
 
-    def __init__(self, device, row):  # pylint: disable=super-init-not-called
-        self._device, self.row, self.name = device, row, row.name
+    def __init__(self, device, row):
+        self.device, self.row, self.name = device, row, row.name
 
     def __repr__(self):
         return f"<profile {self.name}>"
 
-    def call(self, name, *arguments):
-        """Calls a function that takes the device."""
-        self._device.call(f"{self.name}_{name}", self._device.session, u32(self._device.number), *arguments)
+    def _function(self, name):
+        return self.device.binding.function(f"{self.name}_{name}")
 
-    def _call_target(self, name, *arguments):
-        self._device.call(f"{self.name}_{name}", self._device.session, self._device.target, *arguments)
+    def change(self, name, *arguments):
+        """Calls a function that changes something by its handle. These take turns."""
+        with self.device.profile_lock:
+            self.device.call(self._function(name), self.device.session, self.device.number_word, *arguments)
+
+    def call(self, name, *arguments):
+        """Calls a function that takes device and pipe."""
+        self.device.call(self._function(name), self.device.session, self.device.target, *arguments)
+
+    def pages(self, first, following, where):
+        """All handles that two functions list."""
+        return self.device.binding.pages(self._function(first), self._function(following),
+                                         (self.device.session, *where))
+
+    def _packed(self, action, params):
+        if action not in self.row.actions:
+            raise unknown(f"action of {self.name}", action, self.row.actions)
+        record = self.device.record_of(action)
+        packed = record.pack(params or {})
+        return (packed,) if record.fields else ()
 
     def add_member(self, action, params=None):
         """Adds a member and returns its handle."""
-        member = u32()
-        self._call_target(f"add_member_with_{self._action(action, self.row.actions)}", *self._params(action, params),
-                          ctypes.byref(member))
+        packed, member = self._packed(action, params), u32()
+        with self.device.profile_lock:
+            self.call(f"add_member_with_{action}", *packed, ctypes.byref(member))
         return member.value
 
     def modify_member(self, member, action, params=None):
         """Changes the parameters of a member. Its action stays."""
-        self.call(f"modify_member_with_{self._action(action, self.row.actions)}", u32(int(member)),
-                  *self._params(action, params))
+        packed = self._packed(action, params)
+        self.change(f"modify_member_with_{action}", word(member, "member"), *packed)
 
     def delete_member(self, member):
         """Deletes a member."""
-        self.call("del_member", u32(int(member)))
+        self.change("del_member", word(member, "member"))
 
     def member(self, handle, hw=False):
-        """Reads a member."""
-        record = ActionRecord()
-        self.call("get_member", u32(int(handle)), u32(int(hw)), ctypes.byref(record))
-        action = self._device.binding.description.action_names[record.action]
-        return Member(int(handle), action, self._read_params(action, bytes(record.record)))
+        """Reads a member, from the software's copy or from the hardware."""
+        record, handle = ActionRecord(), word(handle, "member")
+        self.device.call(self._function("get_member"), self.device.session, self.device.number_word, handle,
+                         int(bool(hw)), ctypes.byref(record))
+        action = self.device.binding.description.action_names[record.action]
+        return Member(handle, action, self.device.record_of(action).unpack(record.record))
+
+    __getitem__ = member
 
     def create_group(self, max_size):
         """Makes a group for at most so many members."""
         group = u32()
-        self._call_target("create_group", u32(max_size), ctypes.byref(group))
+        with self.device.profile_lock:
+            self.call("create_group", word(max_size, "size"), ctypes.byref(group))
         return Group(self, group.value)
+
+    def group(self, handle):
+        """The group with this handle."""
+        return Group(self, word(handle, "group"))
 
     def members(self):
         """The handles of all members."""
-        return self.listed("get_first_member", "get_next_members")
+        return self.pages("get_first_member", "get_next_members", (self.device.target,))
 
     def groups(self):
         """All groups."""
-        return [Group(self, handle) for handle in self.listed("get_first_group", "get_next_groups")]
+        return [Group(self, handle) for handle in
+                self.pages("get_first_group", "get_next_groups", (self.device.target,))]
 
-    def listed(self, first, following, *of_what):
-        """All handles that two functions list."""
-        page = (u32 * 64)()
-        call = self.call if of_what else self._call_target
-        try:
-            call(first, *of_what, page)
-        except Refused as refused:
-            if refused.name in ("NOT_FOUND", None):
-                return []
-            raise
-        found, listed = [], [page[0]]
-        while listed and listed[0] != end_of_handles:
-            found += listed
-            call(following, *of_what, u32(listed[-1]), u32(len(page)), page)
-            listed = list(page)
-            if end_of_handles in listed:
-                del listed[listed.index(end_of_handles):]
-        return found
+    def set_fallback(self, member):
+        """Sets the member that takes the packets of groups without an active member. None: there is none."""
+        if member is None:
+            self.call("reset_dynamic_action_selection_fallback_member")
+        else:
+            self.call("set_dynamic_action_selection_fallback_member", word(member, "member"))
+
+    def schema(self):
+        """The columns of the profile, as a Python literal."""
+        text = ctypes.create_string_buffer(text_size)
+        self.device.result(self._function("schema"), text)
+        return text.value.decode()
 
     def __iter__(self):
-        return (self.member(handle) for handle in self.members())
+        for handle in self.members():
+            try:
+                member = self.member(handle)
+            except Refused as refused:
+                if refused.name == "NOT_FOUND":
+                    continue  # deleted meanwhile
+                raise
+            yield member
 
     def __len__(self):
         count = u32()
-        self._call_target("get_act_prof_entry_count", ctypes.byref(count))
+        self.call("get_act_prof_entry_count", ctypes.byref(count))
         return count.value
 
-
+    def __bool__(self):
+        return True

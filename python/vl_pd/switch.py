@@ -4,156 +4,175 @@ import ctypes
 import threading
 
 from . import description
-from .binding import Binding, Target
-from .errors import WrongOrder, unknown
+from .binding import Binding, Target, all_pipes
+from .embedded import Embedded
+from .errors import Named, WrongOrder, unknown
 from .profiles import Profile
-from .resources import resources_of
+from .records import Record
+from .resources import Counter, MeterResource, Register, Wred
+from .services import Digest, Hash, Snapshot, ValueSet
 from .tables import Table
+from .values import word
 
 u32 = ctypes.c_uint32
+patience = 60  # seconds
 
 
-class Device:
+class Device(Embedded):
     """One device, with its tables and profiles as attributes."""
 
     def __init__(self, switch, number):
-        self._switch, self.number, self.strict = switch, number, switch.strict
-        self.binding, self.session = switch.binding, u32(switch.session)
-        self.target = Target(number, 0xFFFF, 0)
-        rows = switch.binding.description
-        self.tables = {name: Table(self, row) for name, row in rows.tables.items()}
-        self.profiles = {name: Profile(self, row) for name, row in rows.profiles.items()}
-        found = resources_of(self, rows.resources)
-        self.counters, self.meters, self.wred = found["counters"], found["meters"], found["wred_blocks"]
-        self.registers, self.digests, self.value_sets = found["registers"], found["digests"], found["value_sets"]
+        self.number, self.strict, self.binding = number, switch.strict, switch.binding
+        self.session, self.number_word, self.target = u32(switch.session), u32(number), Target(number, all_pipes, 0)
+        self.call, self.result = self.binding.call, self.binding.result
+        self.profile_lock = threading.RLock()
+        self._records = {}
+        rows = self.binding.description
+        self.tables = Named("table", {name: Table(self, row) for name, row in rows.tables.items()})
+        self.profiles = Named("profile", {name: Profile(self, row) for name, row in rows.profiles.items()})
+        self.counters = self._named("counter", "counters", Counter)
+        self.meters = self._named("meter", "meters", MeterResource)
+        self.wred = self._named("WRED block", "wred_blocks", Wred)
+        self.registers = self._named("register", "registers", Register)
+        self.digests = self._named("digest", "digests", Digest)
+        self.value_sets = self._named("value set", "value_sets", ValueSet)
+        self.hashes = self._named("hash calculation", "hash_calculations", Hash)
 
-    def require_open(self):
-        """Raises WrongOrder if the switch is closed."""
-        if self._switch.closed:
-            raise WrongOrder("the switch is closed")
+    def _named(self, kind, rows, make):
+        rows = self.binding.description.resources[rows]
+        return Named(kind, {row["name"]: make(self, row) for row in rows})
 
-    def call(self, name, *arguments):
-        """Calls a function of the library. Raises Refused, or WrongOrder if the switch is closed."""
-        self.require_open()
-        self.binding.call(name, *arguments)
+    def record_of(self, action):
+        """The record of an action's parameters."""
+        if action not in self._records:
+            row = self.binding.description.actions[action]
+            self._records[action] = Record(action, "parameter", row.params, row.size, self.strict, row.indices)
+        return self._records[action]
 
-    def state_log(self):
-        """The state of the device's profiles as JSON, which the embedded driver would hand to a new agent."""
-        self.require_open()
-        log = self.binding.embedded("vl_model_state_log")
-        log.restype = ctypes.c_void_p
-        text = log(u32(self.number))
-        if text is None:
-            raise MemoryError("the state can't be logged")
-        try:
-            return ctypes.string_at(text).decode()
-        finally:
-            ctypes.CDLL(None).free(ctypes.c_void_p(text))
+    def snapshot(self, first_stage, last_stage, direction=0, pipe=None):
+        """Makes a snapshot of stages. The driver defines the direction; `pipe` is one pipe, or None for all."""
+        return Snapshot(self, first_stage, last_stage, direction, pipe)
 
-    def restore(self, state):
-        """Restores what the library knows of the device's profiles from a log. Needs the embedded driver."""
-        self.require_open()
-        self.binding.require("dropping the state", self.binding.embedded("vl_model_device_state_drop")(u32(self.number)))
-        self.binding.require("restoring the state",
-                             self.binding.embedded("vl_model_state_restore")(u32(self.number), state.encode()))
+    def set_learning_timeout(self, timeout):
+        """Sets how long the driver may collect entries of digests, in the driver's unit."""
+        self.call(self.binding.function("set_learning_timeout"), self.session, self.number_word,
+                  word(timeout, "timeout"))
 
-    def damage(self, count=1, seed=1):
-        """Damages random entries in the embedded driver's hardware. Returns how many."""
-        self.require_open()
-        room, damaged = (ctypes.c_uint8 * (64 * count))(), u32()
-        self.binding.require("damaging the hardware", self.binding.embedded("vl_model_hardware_corrupt")(
-            u32(self.number), ctypes.c_uint64(seed), u32(count), room, ctypes.byref(damaged)))
-        return damaged.value
+    def wait_for(self, function, *arguments):
+        """Calls a function that reads from the hardware, and waits until the driver has done it."""
+        cookie, done = self.binding.expect()
+        self.call(function, *arguments, self.binding.arrived, ctypes.c_void_p(cookie))
+        if not done.wait(patience):
+            raise TimeoutError(f"{function.__name__}: the driver hasn't called back for {patience} seconds")
 
-    def sync(self, name):
-        """Calls a function that updates cells from the hardware, and waits until the driver has done it."""
-        done = threading.Event()
-        callback = ctypes.CFUNCTYPE(None, u32, ctypes.c_void_p)(lambda _device, _cookie: done.set())
-        self.call(name, self.session, self.target, callback, None)
-        done.wait()
+    def __repr__(self):
+        return f"<device {self.number}>"
 
     def __getattr__(self, name):
-        if name.startswith("_") or "tables" not in self.__dict__:
+        if name.startswith("_") or "profiles" not in self.__dict__:
             raise AttributeError(name)
         if name in self.tables:
             return self.tables[name]
         if name in self.profiles:
             return self.profiles[name]
-        raise AttributeError(unknown("table or profile", name, [*self.tables, *self.profiles]).args[0])
+        raise unknown("table or profile", name, [*self.tables, *self.profiles])
 
     def __dir__(self):
         return [*super().__dir__(), *self.tables, *self.profiles]
 
 
 class Switch:
-    """Opens the library on a driver: the embedded one with device 0, or another with a session that is open there.
+    """Opens the library on a driver: the embedded one, or another with a session that is open there. A device is
+    `device(NUMBER)`; what belongs to device 0 is at hand on the switch itself.
 
-    `strict` refuses values that a table can't take, with a ValueError. There is one open switch at a time in a process.
+    `library`, `driver` and `description` are paths; those that were built or installed are found without. `strict`
+    refuses values that a table can't take. There is one open switch at a time in a process.
     """
 
     _open = None
+    _opening = threading.Lock()
 
     def __init__(self, *, library=None, driver=None, description=None, session=None, strict=True):
-        if Switch._open is not None:
-            raise WrongOrder("another switch is open; a process has one at a time")
-        self.closed, self.strict = True, strict
-        self.binding = Binding(library, driver, description)
-        self._devices = {}
-        self._embedded = self.binding.driver_function("vl_model_session_open") is not None
-        if not self._embedded and session is None:
-            raise ValueError("with this driver, name a session that is open")
-        self.binding.function("init")()
-        self.closed = False
-        Switch._open = self
+        self.strict, self._devices, self.session = strict, {}, session
+        with Switch._opening:
+            if Switch._open is not None:
+                raise WrongOrder("another switch is open; a process has one at a time")
+            self.binding = Binding(library, driver, description)
+            self.embedded = hasattr(self.binding.driver, "vl_model_session_open")
+            if not self.embedded and session is None:
+                raise ValueError("with this driver, name a session that is open")
+            self.binding.open()
+            Switch._open = self
         try:
-            self.session = session if session is not None else self._open_session()
-            if self._embedded:
-                self.add_device(0)
+            if session is None:
+                opened = u32()
+                self.binding.call(self.binding.embedded("vl_model_session_open"), ctypes.byref(opened))
+                self.session = opened.value
+            self.device(0)
         except BaseException:
             self.close()
             raise
+        self._opened_session = session is None
 
-    def _open_session(self):
-        session = u32()
-        self.binding.require("opening a session", self.binding.driver.vl_model_session_open(ctypes.byref(session)))
-        return session.value
+    @property
+    def closed(self):
+        """Whether the switch was closed."""
+        return self.binding.closed
 
-    def add_device(self, number):
-        """Adds a device to the embedded driver, and returns it."""
+    def device(self, number):
+        """The device with this number. The embedded driver gets it when it is first asked for."""
+        if self.closed:
+            raise WrongOrder("the switch is closed")
+        number = word(number, "device")
+        if number not in self._devices:
+            if self.embedded:
+                self._add_device(number)
+            self._devices[number] = Device(self, number)
+        return self._devices[number]
+
+    def _add_device(self, number):
         path = description.find(description.pipeline_name)
         if path is None:
             raise FileNotFoundError(f"{description.pipeline_name} was neither built nor installed")
         pipeline = ctypes.CDLL(path).velmar_switch_pipeline_description
         pipeline.restype = ctypes.c_void_p
-        self.binding.require("adding the device",
-                             self.binding.driver.vl_model_device_add(u32(number), ctypes.c_void_p(pipeline())))
-        return self.device(number)
+        self.binding.call(self.binding.embedded("vl_model_device_add"), number, ctypes.c_void_p(pipeline()))
 
-    def device(self, number):
-        """The device with this number."""
-        if self.closed:
-            raise WrongOrder("the switch is closed")
-        if number not in self._devices:
-            self._devices[number] = Device(self, number)
-        return self._devices[number]
+    def remove_device(self, number):
+        """Removes a device from the embedded driver, with all that it holds."""
+        with self.device(number).profile_lock:
+            self.binding.call(self.binding.embedded("vl_model_device_remove"), word(number, "device"))
+            del self._devices[number]
 
     def advance(self, milliseconds):
-        """Moves the embedded driver's clock."""
-        self.device(0).require_open()
-        self.binding.require("moving the clock", self.binding.embedded("vl_model_clock_advance")(u32(milliseconds)))
+        """Moves the embedded driver's clock, which moves in no other way."""
+        self.binding.call(self.binding.embedded("vl_model_clock_advance"), word(milliseconds, "time"))
+
+    def fail(self, function, nth=1, status=2):
+        """Has the embedded driver refuse the nth call of one of its functions from now on, such as
+        "pipe_mgr_mat_ent_add", with a status. The call has no other effect."""
+        if not hasattr(self.binding.driver, function):
+            raise unknown("function of the driver", function, [])
+        self.binding.call(self.binding.embedded("vl_model_fail_call"), function.encode(), word(nth, "count"),
+                          word(status, "status"))
+
+    def clear_faults(self):
+        """Forgets the refusals that fail() ordered and that haven't come yet."""
+        self.binding.result(self.binding.embedded("vl_model_clear_faults"))
 
     def close(self):
-        """Ends the library. The embedded driver forgets its devices."""
+        """Ends the library. Waits for calls of other threads. The embedded driver forgets its devices."""
         if self.closed:
             return
-        self.closed = True
-        Switch._open = None
-        if self._embedded:
+        self.binding.close()
+        driver = self.binding.driver
+        if self.embedded:
             for number in self._devices:
-                self.binding.driver.vl_model_device_remove(u32(number))
+                driver.vl_model_device_remove(number)
         self.binding.function("cleanup")()
-        if self._embedded and hasattr(self, "session"):
-            self.binding.driver.vl_model_session_close(u32(self.session))
+        if self.embedded and getattr(self, "_opened_session", False):
+            driver.vl_model_session_close(self.session)
+        Switch._open = None
 
     def __enter__(self):
         return self
@@ -162,7 +181,7 @@ class Switch:
         self.close()
 
     def __getattr__(self, name):
-        if name.startswith("_") or name in ("session", "binding", "closed"):
+        if name.startswith("_") or name in ("session", "binding", "strict"):
             raise AttributeError(name)
         return getattr(self.device(0), name)
 

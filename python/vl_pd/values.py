@@ -2,79 +2,113 @@
 a length. What comes back from a switch has the same forms."""
 
 import ipaddress
+import operator
 import re
+import socket
+
+mac_forms = re.compile(r"[0-9a-fA-F]{2}(:[0-9a-fA-F]{2}){5}|[0-9a-fA-F]{2}(-[0-9a-fA-F]{2}){5}|"
+                       r"[0-9a-fA-F]{4}(\.[0-9a-fA-F]{4}){2}")
+separators = str.maketrans("", "", ":-.")
+addresses = ("v4addr", "v6addr", "mac")
 
 
 class Wrong(ValueError):
-    """A value that the field of a table can't take."""
+    """A value that a field can't take. `where` is the table or the action."""
 
     def __init__(self, where, field, why):
-        super().__init__(f"{where}, field {field.name}: {why}")
+        super().__init__(where, field, why)
+        self.where, self.field, self.why = where, field, why
+
+    def __str__(self):
+        return f"{self.where}, field {self.field}: {self.why}"
+
+
+def word(what, name):
+    """A number of 32 bits, such as a handle."""
+    number = operator.index(what)
+    if not 0 <= number <= 0xFFFFFFFF:
+        raise ValueError(f"the {name} {number} isn't from 0 to 4294967295")
+    return number
 
 
 def _number(field, what):
     """One address or number."""
+    if isinstance(what, str):
+        text = what.strip()
+        try:
+            if field.tag == "mac" and mac_forms.fullmatch(text):
+                return int(text.translate(separators), 16)
+            if field.tag == "v4addr" and "." in text:
+                return int(ipaddress.IPv4Address(text))
+            if field.tag == "v6addr" and ":" in text:
+                return int(ipaddress.IPv6Address(text))
+            return int(text, 0)
+        except ValueError as error:
+            raise ValueError(error if isinstance(error, ipaddress.AddressValueError)
+                             else f"{what!r} is no value of this field") from None
     if isinstance(what, (ipaddress.IPv4Address, ipaddress.IPv6Address)):
-        what = str(what)
-    if isinstance(what, bool) or isinstance(what, int):
+        if what.max_prefixlen != field.bits:
+            raise ValueError(f"{what} is no value of this field")
         return int(what)
-    if not isinstance(what, str):
-        raise ValueError(f"{what!r} is neither a number nor text")
-    text = what.strip()
-    if field.tag == "mac":
-        digits = re.sub(r"[:.\-]", "", text)
-        if re.fullmatch(r"[0-9a-fA-F]{12}", digits) and digits != text:
-            return int(digits, 16)
-    if field.tag == "v4addr" and "." in text:
-        return int(ipaddress.IPv4Address(text))
-    if field.tag == "v6addr" and ":" in text:
-        return int(ipaddress.IPv6Address(text))
     try:
-        return int(text, 0)
-    except ValueError:
-        raise ValueError(f"{what!r} is no value of this field") from None
+        return operator.index(what)
+    except TypeError:
+        raise ValueError(f"{what!r} is neither a number nor text") from None
+
+
+def _length(field, what):
+    """A prefix length. In a field that is matched by mask, a mask with these bits."""
+    try:
+        length = int(what) if isinstance(what, str) else operator.index(what)
+    except (TypeError, ValueError):
+        raise ValueError(f"{what!r} is no prefix length") from None
+    if field.match != "ternary":
+        return length
+    if not 0 <= length <= field.bits:
+        raise ValueError(f"/{length} is not a length from 0 to {field.bits}")
+    return (1 << field.bits) - (1 << (field.bits - length))
 
 
 def _split(field, what):
     """The value and its mask or length, or None without such."""
     if isinstance(what, (ipaddress.IPv4Network, ipaddress.IPv6Network)):
-        return int(what.network_address), what.prefixlen
+        return _number(field, what.network_address), _length(field, what.prefixlen)
+    if isinstance(what, (ipaddress.IPv4Interface, ipaddress.IPv6Interface)):
+        return _number(field, what.ip), _length(field, what.network.prefixlen)
+    if what is None and field.match == "ternary":
+        return 0, 0
     if isinstance(what, (tuple, list)):
         if len(what) != 2:
             raise ValueError(f"{what!r} is no pair")
         value, partner = what
-        return _number(field, value), int(partner) if field.match == "lpm" else _number(field, partner)
+        return _number(field, value), _length(field, partner) if field.match == "lpm" else _number(field, partner)
     if isinstance(what, str) and "/" in what:
         value, partner = what.split("/", 1)
-        if field.match == "lpm" or (field.tag in ("v4addr", "v6addr") and partner.isdigit()):
-            length = int(partner)
-            if field.match != "lpm":  # a mask with these bits
-                if length > field.bits:
-                    raise ValueError(f"/{length} is longer than the field")
-                return _number(field, value), ((1 << length) - 1) << (field.bits - length)
-            return _number(field, value), length
-        return _number(field, value), _number(field, partner)
+        is_length = field.match == "lpm" or field.tag in addresses and partner.strip().isdigit()
+        return _number(field, value), _length(field, partner) if is_length else _number(field, partner)
     return _number(field, what), None
 
 
 def _check(field, value, partner):
     everything = (1 << field.bits) - 1
-    if value < 0 or value > everything:
+    if value < 0:
+        raise ValueError(f"{value} is negative")
+    if value > everything:
         raise ValueError(f"{value:#x} has more than {field.bits} bits")
     if field.match == "exact":
         if partner is not None:
-            raise ValueError("it is matched exactly, so it takes no mask and no length")
+            raise ValueError("it takes no mask and no length")
         covered = everything
     elif field.match == "lpm":
         # The matched bits end at the lowest of them. A longer prefix would promise more than the table matches.
-        lowest = (field.matched & -field.matched).bit_length() - 1
-        longest = field.bits - lowest
+        longest = field.bits - (field.matched & -field.matched).bit_length() + 1
         if not 0 <= partner <= longest:
             raise ValueError(f"/{partner} is not a length from 0 to {longest}")
         covered = everything >> (field.bits - partner) << (field.bits - partner)
     else:
-        if partner < 0 or partner & ~field.matched:
-            raise ValueError(f"the mask {partner:#x} has bits that the table doesn't match: {partner & ~field.matched:#x}")
+        if partner & ~field.matched:
+            raise ValueError(f"the mask {partner:#x} has bits that the table doesn't match: "
+                             f"{partner & ~field.matched & everything:#x}")
         covered = partner
     if value & ~covered:
         raise ValueError(f"the value has bits outside of its mask: {value & ~covered:#x}")
@@ -86,14 +120,14 @@ def parse(where, field, what, strict):
     """The value, and the mask or length, as numbers. `where` names the table or action for messages."""
     try:
         value, partner = _split(field, what)
-        if field.match == "lpm" and partner is None:
+        if partner is None and field.match == "lpm":
             partner = field.bits
-        if field.match == "ternary" and partner is None:
+        if partner is None and field.match == "ternary":
             partner = field.matched
         if strict:
             _check(field, value, partner)
-    except (ValueError, ipaddress.AddressValueError) as error:
-        raise Wrong(where, field, error) from None
+    except ValueError as error:
+        raise Wrong(where, field.name, error) from None
     return value, partner
 
 
@@ -105,66 +139,29 @@ def parse_exact(where, field, what, strict):
             raise ValueError("a packet has values without masks and lengths")
         if strict and (value < 0 or value >> field.bits):
             raise ValueError(f"{value:#x} has more than {field.bits} bits")
-    except (ValueError, ipaddress.AddressValueError) as error:
-        raise Wrong(where, field, error) from None
+    except ValueError as error:
+        raise Wrong(where, field.name, error) from None
     return value & ((1 << field.bits) - 1)
 
 
-def _shown(field, number):
+def shown_number(field, number):
+    """One number as people write it in this field."""
     if field.tag == "v4addr":
-        return str(ipaddress.IPv4Address(number & 0xFFFFFFFF))
+        return socket.inet_ntoa((number & 0xFFFFFFFF).to_bytes(4, "big"))
     if field.tag == "v6addr":
-        return str(ipaddress.IPv6Address(number))
-    if field.tag == "mac" and len(field.parts) == 2:
-        digits = f"{number:012x}"
-        return ":".join(digits[i:i + 2] for i in range(0, 12, 2))
+        return socket.inet_ntop(socket.AF_INET6, number.to_bytes(16, "big"))
+    if field.tag == "mac" and field.bits == 48:
+        return number.to_bytes(6, "big").hex(":") if number < 1 << 48 else number
     return number
 
 
 def shown(field, value, partner):
     """The value as people write it. None for a field that matches anything."""
     if field.match == "exact":
-        return _shown(field, value)
-    if field.match == "ternary" and partner == 0:
+        return shown_number(field, value)
+    if field.match == "ternary" and partner == 0 and value == 0:
         return None
     if field.match == "ternary" and partner == field.matched:
-        return _shown(field, value)
-    text = _shown(field, value)
-    if isinstance(text, str):
-        return f"{text}/{partner if field.match == 'lpm' else _shown(field, partner)}"
-    return value, partner
-
-
-def put(field, record, value, partner):
-    """Writes the parts of a field into a record."""
-    for part in reversed(field.parts):
-        _put(record, part.offset, part.size, value & ((1 << part.bits) - 1) if len(field.parts) > 1 else value)
-        if part.partner is not None:
-            _put(record, part.partner_offset, part.partner_size,
-                 partner & ((1 << part.bits) - 1) if len(field.parts) > 1 else partner)
-        if len(field.parts) > 1:
-            value >>= part.bits
-            partner = partner >> part.bits if partner is not None else None
-
-
-def take(field, record):
-    """The value of a field in a record, and its mask or length."""
-    value, partner = 0, None
-    for part in field.parts:
-        value = value << part.bits | _take(record, part.offset, part.size)
-        if part.partner is not None:
-            partner = (partner or 0) << (part.bits if part.partner == "mask" else 0)
-            partner |= _take(record, part.partner_offset, part.partner_size)
-    return value, partner
-
-
-def _order(size):
-    return "big" if size == 16 else "little"
-
-
-def _put(record, offset, size, number):
-    record[offset:offset + size] = (number & ((1 << 8 * size) - 1)).to_bytes(size, _order(size))
-
-
-def _take(record, offset, size):
-    return int.from_bytes(record[offset:offset + size], _order(size))
+        return shown_number(field, value)
+    text, beside = shown_number(field, value), partner if field.match == "lpm" else shown_number(field, partner)
+    return f"{text}/{beside}" if isinstance(text, str) else (value, partner)
