@@ -1,10 +1,1 @@
-"""Fixtures for tests of switches."""
-
-import pytest
-import vl_pd
-
-
-@pytest.fixture
-def sw():
-    with vl_pd.Switch() as switch:
-        yield switch
+pytest_plugins = ["vl_pd.fixtures"]

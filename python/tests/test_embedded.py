@@ -3,6 +3,7 @@
 import ast
 import json
 
+import pytest
 import vl_pd
 
 
@@ -27,23 +28,46 @@ def test_damage_shows_in_verify(sw):
     assert differences and all(each.message for each in differences)
 
 
-def test_entries_age(sw):
-    gone = []
-    table = sw.l2LearningLookup
-    key = {name: 1 for name in table.row.key}
+def test_entries_age_and_packets_keep_them(sw, clock):
+    gone, table = [], sw.l2LearningLookup
     table.enable_idle(gone.append, params_a=1000, params_c=100000)
-    action = table.row.actions[0]
-    params = {name: 0 for name in sw.binding.description.actions[action].params}
-    handle = table.add(key, action, params, ttl=5000)
-    assert 0 < table.ttl(handle) <= 5000
-    sw.advance(4000)
+    assert table.idle_params()["params_c"] == 100000
+    key = {"smac": "02:00:00:00:00:01", "ingL2Domain": 1, "ingL2Aintf": 2}
+    handle = table.add(key, "noOp", ttl=5000)
+    assert table.ttl(handle) == 5000
+    clock(4000)
+    assert table.packet(key) == handle
+    table.update_hit_states()
+    assert table.hit_state(handle) == 1
+    clock(4000)
     assert gone == []
     table.set_ttl(handle, 3000)
-    sw.advance(2000)
+    clock(2000)
+    table.reset_ttl(handle)
+    clock(2000)
     assert gone == []
-    sw.advance(20000)
-    assert gone == [handle]
+    clock(20000)
+    table.update_hit_states()
+    assert gone == [handle] and table.hit_state(handle) == 0
     table.disable_idle()
+
+
+def test_fixtures(sw, packets, damage, faults):
+    entry = sw.trapToCpu.add({"etherType": 0x88CC}, "trapPacket", {"cpuReasonCode": 3}, priority=10)
+    assert packets("trapToCpu", {"etherType": 0x88CC}, 100).params == {"cpuReasonCode": 3}
+    assert packets(sw.trapToCpu, {"etherType": 0x800}).is_default
+    counter = sw.counters["trapToCpuCount"]
+    assert tuple(counter.read(entry, hw=True)) == (1, 100) and "0x88cc" in counter.describe(entry)
+    faults("pipe_mgr_mat_ent_add", nth=2, status=9)
+    rows = [({"vrfId": 1, "dip": i}, "setNextHop", {"nextHop": i}) for i in range(3)]
+    many = sw.ipv4Host.add_many(rows)
+    assert [row for row, _ in many.refused] == rows[1:2] and many.refused[0][1].name == "TABLE_FULL"
+    faults("pipe_mgr_mat_ent_add")
+    sw.clear_faults()
+    sw.ipv4Host.add(*rows[1])
+    with pytest.raises(KeyError):
+        faults("pipe_mgr_mat_ent_ad")
+    assert len(damage(2)) == 2
 
 
 def test_state_is_restored(sw):
@@ -52,7 +76,13 @@ def test_state_is_restored(sw):
     log = sw.state_log()
     json.loads(log)
     sw.restore(log)
-    profile.modify_member(member, "setEcmpNextHop", {"nextHopTable": 0, "nextHop": 2})
+    change = (member, "setEcmpNextHop", {"nextHopTable": 0, "nextHop": 2})
+    profile.modify_member(*change)
+    sw.drop_state()
+    with pytest.raises(vl_pd.Refused):
+        profile.modify_member(*change)
+    sw.restore()  # by replay
+    profile.modify_member(*change)
     assert profile.member(member).params["nextHop"] == 2
 
 

@@ -1,6 +1,10 @@
 """Entries of all tables: what goes in comes back, and what can't be meant is refused."""
 
 import ipaddress
+import subprocess
+import sys
+import threading
+import time
 
 import pytest
 import vl_pd
@@ -80,7 +84,8 @@ def test_forms_of_values(sw):
         assert sw.ipv4ShortMaskLpm[handle].key["dip"] == "10.16.0.0/12"
         sw.ipv4ShortMaskLpm.delete(handle)
     for form, shown in (("00:11:22:33:44:55", "00:11:22:33:44:55"), ("0011.2233.4455", "00:11:22:33:44:55"),
-                        ("00:11:22:00:00:00/ff:ff:ff:00:00:00", "00:11:22:00:00:00/ff:ff:ff:00:00:00")):
+                        ("00:11:22:00:00:00/24", "00:11:22:00:00:00/ff:ff:ff:00:00:00"),
+                        ("00-11-22-00-00-00/ff:ff:ff:00:00:00", "00:11:22:00:00:00/ff:ff:ff:00:00:00")):
         handle = learned.add({"ingressPort": 1, "dmac": form}, learned.row.actions[0],
                              params_of(sw, learned.row.actions[0]), priority=1)
         assert learned[handle].key["dmac"] == shown
@@ -88,7 +93,13 @@ def test_forms_of_values(sw):
     handle = acl.add({"etherType": (0x8800, 0xFF00), "ingIpv4Dip": "10.0.0.0/8"},
                      "trapPacket", {"cpuReasonCode": 3}, priority=-1)
     assert (acl[handle].key["etherType"], acl[handle].priority) == ((0x8800, 0xFF00), -1)
+    assert acl[handle].key["ingIpv4Dip"] == "10.0.0.0/8"
     acl.delete(acl[handle].key, priority=-1)
+    handle = acl.add({"etherType": None, "ingIpv4Dip": ipaddress.ip_network("10.0.0.0/8"),
+                      "ingIpv6Dip": ipaddress.ip_interface("2001::/16")}, "trapPacket", {"cpuReasonCode": 3})
+    assert acl[handle].key == {"ingIpv4Dip": "10.0.0.0/8", "ingIpv6Dip": "2001::"}
+    handle = acl.add({"ingIpv4Dip": "10.0.0.1/255.0.0.255"}, "noOp")
+    assert acl[handle].key == {"ingIpv4Dip": "10.0.0.1/255.0.0.255"}
 
 
 @pytest.mark.parametrize("why, table, key", [
@@ -101,6 +112,11 @@ def test_forms_of_values(sw):
     ("doesn't match", "ecmpGroup", {"nextHop": 0x400}),
     ("no mask and no length", "ipv4Host", {"vrfId": 1, "dip": "10.0.0.0/8"}),
     ("Expected 4 octets", "ipv4Host", {"vrfId": 1, "dip": "10.0.0"}),
+    ("no prefix length", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": "10.0.0.0/255.0.0.0"}),
+    ("no value", "ipv4Host", {"vrfId": 1, "dip": ipaddress.ip_address("::1")}),
+    ("no value", "l2Lookup", {"dmac": "0:0:0:0:0:1"}),
+    ("neither a number nor text", "ipv4Host", {"vrfId": 7.0, "dip": 1}),
+    ("doesn't match: 0x1", "trapToCpu", {"ingIpv6Dip": (0, 1)}),
     ("needs dip", "ipv4Host", {"vrfId": 1}),
 ])
 def test_refused_keys(sw, why, table, key):
@@ -140,22 +156,107 @@ def test_refusals_and_order():
     with vl_pd.Switch() as sw:
         key = {"vrfId": 1, "dip": 1}
         handle = sw.ipv4Host.add(key, "setNextHop", {"nextHop": 1})
-        with pytest.raises(vl_pd.Refused) as refused:
+        with pytest.raises(vl_pd.Refused, match="EXISTS") as refused:
             sw.ipv4Host.add(key, "setNextHop", {"nextHop": 2})
-        assert (refused.value.number, refused.value.name) == (8, "EXISTS")
+        assert (refused.value.number, refused.value.name, refused.value.words) == (8, "EXISTS", "object already exists")
         for call in (lambda: sw.ipv4Host[handle + 1], lambda: sw.ipv4Host.delete(handle + 1),
-                     lambda: sw.device(5).ipv4Host[handle]):
+                     lambda: sw.ipv6Host.delete(handle), lambda: sw.device(5).ipv4Host[handle],
+                     lambda: sw.ecmpMemberActionProfile.member(7), lambda: sw.ecmpGroup.add({"nextHop": 1}, group=7)):
             with pytest.raises(vl_pd.Refused):
                 call()
-        assert sw.ipv4Host.find({"vrfId": 2, "dip": 1}) is None
+        assert sw.ipv4Host.find({"vrfId": 2, "dip": 1}) is None and key in sw.ipv4Host
+        for call in (lambda: sw.ipv4Host.delete(1 << 32 | handle), lambda: sw.ipv4Host[-1],
+                     lambda: sw.ipv4Host.find(key, priority=1), lambda: sw.ipv4Host.delete(handle, priority=1),
+                     lambda: sw.trapToCpu.find({}, priority=1 << 32), lambda: sw.l2LookupMiss.add({}, "NoAction"),
+                     lambda: sw.l2LookupMiss.add({}, "NoAction", meter=(1, 2, 3)),
+                     lambda: sw.ipv4Host.add(key, "setNextHop", {"nextHop": 1}, member=1),
+                     lambda: sw.ecmpGroup.add({"nextHop": 1}), lambda: sw.hashComputeInnerEthHdr.add({}),
+                     lambda: sw.ipv4Host.add(key), lambda: sw.vrrpMacCheck.ttl(handle),
+                     lambda: sw.registers["dropReportFilter"].write(0, 2)):
+            with pytest.raises(ValueError):
+                call()
         with pytest.raises(vl_pd.WrongOrder):
             vl_pd.Switch()
-        table = sw.ipv4Host
-    for late in (lambda: len(table), lambda: sw.ipv4Host, lambda: table.add(key, "setNextHop", {"nextHop": 1})):
+        table, group = sw.ipv4Host, sw.ecmpMemberActionProfile.create_group(4)
+    for late in (lambda: len(table), lambda: sw.ipv4Host, lambda: table.add(key, "setNextHop", {"nextHop": 1}),
+                 lambda: sw.advance(1), lambda: table.schema(), group.delete):
         with pytest.raises(vl_pd.WrongOrder):
             late()
     with vl_pd.Switch() as sw:
         assert len(sw.ipv4Host) == 0
+        with pytest.raises(vl_pd.WrongOrder):
+            len(table)  # of the switch before
+
+
+def test_callbacks_and_threads_cant_crash_the_switch():
+    sw, stop, refused = vl_pd.Switch(), threading.Event(), []
+
+    def close(_):
+        try:
+            sw.close()
+        except vl_pd.WrongOrder as error:
+            refused.append(str(error))
+
+    sw.ipv4Host.enable_idle(close)
+    sw.ipv4Host.set_ttl(sw.ipv4Host.add({"vrfId": 1, "dip": 1}, "setNextHop", {"nextHop": 1}), 5)
+    sw.advance(10)
+    assert not sw.closed and refused == ["a callback can't close the switch"]
+
+    def work(number):
+        profile, ended = sw.ecmpMemberActionProfile, []
+        try:
+            while not stop.is_set():
+                member = profile.add_member("setEcmpNextHop", {"nextHopTable": 0, "nextHop": number})
+                entry = sw.ecmpGroup.add({"nextHop": number}, member=member)
+                assert sw.ecmpGroup[entry].member == member and profile.member(member).params["nextHop"] == number
+                sw.ecmpGroup.delete(entry)
+                profile.delete_member(member)
+        except vl_pd.WrongOrder:
+            ended.append(number)
+        results.extend(ended)
+
+    results = []
+    threads = [threading.Thread(target=work, args=(number,)) for number in range(4)]
+    for thread in threads:
+        thread.start()
+    time.sleep(0.2)
+    sw.close()
+    stop.set()
+    for thread in threads:
+        thread.join()
+    assert sorted(results) == [0, 1, 2, 3]
+
+
+def test_another_driver():
+    driver = vl_pd.description.find("../tests/libforeign_driver.so")
+    if driver is None:
+        pytest.skip("the driver for this test isn't built")
+    script = """if True:
+        import sys, vl_pd
+        try:
+            vl_pd.Switch(driver=sys.argv[1])
+        except ValueError as error:
+            print(error)
+        with vl_pd.Switch(driver=sys.argv[1], session=7) as sw:
+            try:
+                len(sw.ipv4Host)
+            except vl_pd.Refused as refused:
+                print(refused.number, refused.name, refused.words)
+            for call in (lambda: sw.advance(1), lambda: sw.damage()):
+                try:
+                    call()
+                except NotImplementedError as error:
+                    print(error)
+        try:
+            vl_pd.Switch()
+        except vl_pd.WrongOrder as error:
+            print(error)
+    """
+    done = subprocess.run([sys.executable, "-c", script, driver], capture_output=True, text=True, check=False)
+    assert done.stdout.splitlines() == [
+        "with this driver, name a session that is open", "4 None status of the driver",
+        "vl_model_clock_advance needs the embedded driver", "vl_model_hardware_corrupt needs the embedded driver",
+        "this process has used another driver before, and can't change it"], done
 
 
 def test_members_and_groups(sw):
@@ -183,11 +284,25 @@ def test_members_and_groups(sw):
 
 def test_many(sw):
     rows = [({"vrfId": 1, "dip": i % 90}, "setNextHop", {"nextHop": i}) for i in range(100)]
-    many = sw.ipv4Host.add_many(rows)
+    host, many = sw.ipv4Host, sw.ipv4Host.add_many(rows)
     assert many.handles.count(None) == 10 and [row for row, _ in many.refused] == rows[90:]
-    stopped = sw.ipv4Host.add_many([*rows, {"key": {"vrfId": 2, "dip": 1}, "action": "setNextHop"}], stop=True)
+    stopped = host.add_many([*rows, {"key": {"vrfId": 2, "dip": 1}, "action": "setNextHop"}], stop=True)
     assert stopped.handles == [None]
-    handles = [handle for handle in many.handles if handle]
-    assert [entry.handle for entry in sw.ipv4Host] == handles
-    gone = sw.ipv4Host.delete_many([*handles, 12345])
-    assert gone.handles[-1] is None and len(gone.refused) == 1 and len(sw.ipv4Host) == 0
+    wrong = host.add_many([({"vrfId": 1},), {"kee": {}}, ({"vrfId": 256, "dip": 1}, "setNextHop", {"nextHop": 1})])
+    assert [type(error) for _, error in wrong.refused] == [ValueError, TypeError, vl_pd.Wrong]
+    entries = host.entries()
+    assert sorted(entry.handle for entry in entries) == sorted(filter(None, many.handles))
+    columns = host.entries(columns=["dip", "nextHop", "ecmpGroup", "handle"])
+    assert columns["dip"] == [entry.key["dip"] for entry in entries] and set(columns["ecmpGroup"]) == {None}
+    assert sorted(columns["nextHop"]) == list(range(90))
+    gone = host.delete_many([*entries, 12345])
+    assert gone.handles[-1] is None and len(gone.refused) == 1 and len(host) == 0
+    assert None not in host.add_many(entries).handles  # what was read can be put in again
+    for number, entry in enumerate(host):
+        if number == 0:
+            host.clear()  # a walk goes on where the rest has gone
+    assert number == 0 and host.handles() == []
+    for count in (255, 256, 257, 258, 513):  # around the ends of pages
+        handles = host.add_many([({"vrfId": 1, "dip": i}, "onMiss") for i in range(count)]).handles
+        assert sorted(host.handles()) == sorted(handles)
+        host.clear()

@@ -23,6 +23,8 @@ library_statuses = {
 kept_callbacks = []
 
 
+loaded = {}  # the driver that this process uses
+
 # What calls wait for: an event for each cookie.
 awaited = {}
 cookies = itertools.count(1)
@@ -60,7 +62,10 @@ class Binding:
         if path is None:
             raise FileNotFoundError(f"{description.description_name} was neither built nor installed")
         self.description = description.Description(path)
-        self.driver = _load(driver, description.driver_name, "the driver")  # first: the library binds to it
+        # First the driver, because the library binds to it, and stays bound for as long as the process lives.
+        self.driver = _load(driver, description.driver_name, "the driver")
+        if loaded.setdefault("driver", self.driver._handle) != self.driver._handle:
+            raise errors.WrongOrder("this process has used another driver before, and can't change it")
         self.library = _load(library, description.library_name, "the library")
         self.closed = True
         self._running = []  # an element for each call that runs; append and pop are single steps for all threads

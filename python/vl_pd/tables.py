@@ -205,8 +205,7 @@ class Table:
 
     def _match(self, key, priority):
         """The arguments that name an entry by its key."""
-        if not self.row.key:
-            raise ValueError(f"{self.name} has no key: it has a default entry and no other")
+        self._keyed()
         packed = self.keys.pack(key)
         if self.row.has_priority:
             return packed, priority_word(priority)
@@ -228,8 +227,8 @@ class Table:
         """Adds an entry and returns its handle. In a table with a profile, `member` or `group` replaces the action.
         `meter` is for l2LookupMiss alone: it has the entry's meter. `ttl` is the first time to live, for tables whose
         adds take one. `priority` is 0 if it is left out; in the embedded driver the lowest number wins."""
-        function, content = self._content("add", action, params, meter, member, group)
         match = self._match(key, priority)
+        function, content = self._content("add", action, params, meter, member, group)
         if self.row.ttl_on_add:
             content.append(word(ttl or 0, "time to live"))
         elif ttl is not None:

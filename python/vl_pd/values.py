@@ -163,5 +163,11 @@ def shown(field, value, partner):
         return None
     if field.match == "ternary" and partner == field.matched:
         return shown_number(field, value)
-    text, beside = shown_number(field, value), partner if field.match == "lpm" else shown_number(field, partner)
-    return f"{text}/{beside}" if isinstance(text, str) else (value, partner)
+    text = shown_number(field, value)
+    if not isinstance(text, str):
+        return value, partner
+    if field.match == "ternary" and field.tag != "mac":
+        free = (1 << field.bits) - 1 & ~partner
+        if free & free + 1 == 0:  # the mask is a prefix
+            return f"{text}/{field.bits - free.bit_length()}"
+    return f"{text}/{partner if field.match == 'lpm' else shown_number(field, partner)}"
