@@ -6,7 +6,7 @@ import vl_pd
 from hypothesis import settings, strategies as st
 from hypothesis.stateful import RuleBasedStateMachine, invariant, rule
 
-# Exact, prefixes, a partition, masks with priorities, halves of MAC addresses, a meter, a first time to live, a profile.
+# Exact, prefixes, a partition, masks with priorities, halves of MAC addresses, a meter, a time to live, a profile.
 tables = ("ipv4Host", "ipv6Host", "ipv4ShortMaskLpm", "ipv6ShortMaskLpm", "ipv4FinalResolve0", "trapToCpu", "l2Lookup",
           "l2LookupMiss", "l2LearningLookup", "pdpPolicy", "ecmpGroup")
 meter = (1, 2, 3, 4, 1)

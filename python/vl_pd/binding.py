@@ -18,8 +18,8 @@ library_statuses = {
     0xFFFFFFFF: ("MISMATCH", "another action, or unknown handle of a profile"),
 }
 
-# Callbacks that were registered with a driver. They are never freed: one that has been replaced may still run on another
-# thread, and a driver may call one after the switch was closed.
+# Callbacks that were registered with a driver. They are never freed: one that has been replaced may still run on
+# another thread, and a driver may call one after the switch was closed.
 kept_callbacks = []
 
 

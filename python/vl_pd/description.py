@@ -115,12 +115,12 @@ class Description:
         """The fields of a digest with the places of their parts. What is a field of a key is one here, too."""
         fields, parts = [], list(row["fields"])
         while parts:
-            count = next((count for count in (2, 1) if tuple(each["name"] for each in parts[:count]) in self.columns), 0)
-            chosen, parts = parts[:count or 1], parts[count or 1:]
+            count = 2 if tuple(each["name"] for each in parts[:2]) in self.columns else 1
+            chosen, parts = parts[:count], parts[count:]
             column = self.columns.get(tuple(each["name"] for each in chosen), {"label": chosen[0]["name"], "tag": None})
-            bits = [24] * 2 if len(chosen) == 2 else [8 * chosen[0]["bytes"]]
-            fields.append((Field(column["label"], column["tag"],
-                                 [Part(each["name"], width, 0, 0, 0, None) for each, width in zip(chosen, bits)], "exact"),
+            widths = [24, 24] if count == 2 else [8 * chosen[0]["bytes"]]
+            halves = [Part(each["name"], width, 0, 0, 0, None) for each, width in zip(chosen, widths)]
+            fields.append((Field(column["label"], column["tag"], halves, "exact"),
                            [(each["offset"], each["offset"] + each["bytes"]) for each in chosen]))
         return fields
 

@@ -84,7 +84,7 @@ class Embedded:
                   len(entries) // row["entry_size"])
 
     def match_snapshot(self, snapshot, stage, records, pipe=0):
-        """A packet matches a snapshot's trigger at a stage. `records` are what the snapshot captures, 676 bytes for each
-        of its first stages."""
+        """A packet matches a snapshot's trigger at a stage. `records` are what the snapshot captures, 676 bytes for
+        each of its first stages."""
         self.call(self.binding.embedded("vl_model_snapshot_match"), snapshot.handle, pipe, stage, b"".join(records),
                   len(records))

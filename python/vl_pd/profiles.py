@@ -85,8 +85,8 @@ class Group:
         self._profile.call("group_member_state_set", self.handle, word(member, "member"), int(not active))
 
     def selected(self, hashed):
-        """The member that a packet with this hash takes. The hash is a number, as a hash calculation predicts it, or its
-        bytes, most significant first."""
+        """The member that a packet with this hash takes. The hash is a number, as a hash calculation predicts it, or
+        its bytes, most significant first."""
         if not isinstance(hashed, bytes):
             hashed = hashed.to_bytes(8, "big")
         member = u32()

@@ -20,8 +20,8 @@ class WredSpec(ctypes.Structure):
 
 @dataclass
 class Count:
-    """What a cell counted. The driver says which of the two counts packets and which bytes; in the embedded driver, these
-    are packets and bytes."""
+    """What a cell counted. The driver says which of the two counts packets and which bytes; in the embedded driver,
+    these are packets and bytes."""
 
     count_a: int
     count_b: int

@@ -193,8 +193,8 @@ class Hash(Resource):
         self._call("input_field_attribute_set", 0, len(attributes), room if attributes else None)
 
     def predict(self, fields, size=8):
-        """The hash of a packet, as a number of `size` bytes. `fields` are the values of the input, as pairs of a value and
-        its width in bits; the first is at the top."""
+        """The hash of a packet, as a number of `size` bytes. `fields` are the values of the input, as pairs of a value
+        and its width in bits; the first is at the top."""
         numbers, widths, alive = (HashField * max(len(fields), 1))(), (u32 * max(len(fields), 1))(), []
         for i, (value, bits) in enumerate(fields):
             if bits < 0 or value < 0 or value >> bits:
@@ -245,11 +245,16 @@ class Snapshot:
         self.handle = handle.value
         self._layout = device.binding.description.resources["snapshot_layouts"][self.handle >> 1 & 1]
 
+    def _size(self, offset):
+        for size, fields in (2, "two_byte_fields"), (4, "four_byte_fields"):
+            if offset in self._layout[fields]:
+                return size
+        return 1
+
     def _record(self, numbers):
         record = bytearray(self.record_size)
         for offset, number in numbers.items():
-            size = 2 if offset in self._layout["two_byte_fields"] else \
-                4 if offset in self._layout["four_byte_fields"] else 1
+            size = self._size(offset)
             if not 0 <= offset <= self.record_size - size or not 0 <= number < 1 << 8 * size:
                 raise ValueError(f"snapshot: {number} doesn't fit into {size} bytes at {offset}")
             record[offset:offset + size] = number.to_bytes(size, "little")
@@ -260,11 +265,9 @@ class Snapshot:
         The offset says how many bytes the field has. What isn't named matches anything. Instead, two records of 676
         bytes may be given as a pair, in the machine's byte order."""
         if isinstance(fields, dict):
-            pairs = {offset: what if isinstance(what, tuple) else (what, None) for offset, what in fields.items()}
-            ones = {offset: 0xFFFF if offset in self._layout["two_byte_fields"] else
-                    0xFFFFFFFF if offset in self._layout["four_byte_fields"] else 0xFF for offset in pairs}
-            value = self._record({offset: pair[0] for offset, pair in pairs.items()})
-            mask = self._record({offset: ones[offset] if pair[1] is None else pair[1] for offset, pair in pairs.items()})
+            pairs = {offset: what if isinstance(what, tuple) else (what, (1 << 8 * self._size(offset)) - 1)
+                     for offset, what in fields.items()}
+            value, mask = (self._record({offset: pair[i] for offset, pair in pairs.items()}) for i in (0, 1))
         else:
             value, mask = fields
             if len(value) != self.record_size or len(mask) != self.record_size:

@@ -13,10 +13,10 @@ u32 = ctypes.c_uint32
 text_size = 65536  # the longest text of the library has less than 4096 bytes
 
 
-@dataclass(slots=True)
+@dataclass(slots=True, repr=False)
 class Entry:
-    """An entry as it was read. A field that matches anything isn't in the key. An entry of a table with an action profile
-    has a member or a group in place of an action."""
+    """An entry as it was read. A field that matches anything isn't in the key. An entry of a table with an action
+    profile has a member or a group in place of an action."""
 
     handle: int
     key: dict
@@ -29,6 +29,10 @@ class Entry:
 
     def __index__(self):
         return self.handle
+
+    def __repr__(self):
+        said = ((name, getattr(self, name)) for name in self.__slots__)
+        return "Entry(" + ", ".join(f"{name}={what!r}" for name, what in said if what not in (None, False, {})) + ")"
 
 
 @dataclass
@@ -346,7 +350,8 @@ class Table:
         if name in ("handle", "priority", "action", "member", "group"):
             return operator.attrgetter(name)
         bare = name.removeprefix("params.")
-        params = {each for action in self.row.actions for each in self.device.binding.description.actions[action].params}
+        rows = self.device.binding.description.actions
+        params = {each for action in self.row.actions for each in rows[action].params}
         if bare not in params:
             raise unknown(f"column of {self.name}", name, [*self.row.key, *params, "handle", "priority", "action",
                                                            "member", "group"])
@@ -498,8 +503,8 @@ class Table:
         self.device.wait_for(self._function("update_hit_state"), self.device.session, self.device.number_word)
 
     def hit_state(self, handle):
-        """Whether a packet hit the entry between the last two updates, as the driver's number. In the embedded driver, 1
-        is a hit."""
+        """Whether a packet hit the entry between the last two updates, as the driver's number. In the embedded driver,
+        1 is a hit."""
         self._ages()
         state = u32()
         self.device.call(self._function("get_hit_state"), self.device.session, self.device.number_word,

@@ -1,5 +1,5 @@
-"""Values as people write them: addresses as text or objects, prefixes, MAC addresses, integers, and pairs with a mask or
-a length. What comes back from a switch has the same forms."""
+"""Values as people write them: addresses as text or objects, prefixes, MAC addresses, integers, and pairs with a mask
+or a length. What comes back from a switch has the same forms."""
 
 import ipaddress
 import operator
