@@ -149,19 +149,30 @@ class Description:
 
 
 def _folders():
-    """Where the files may be: named by the environment, beside this package, in a build folder, installed."""
+    """Where the files may be: the folders of each build or install, in the order of preference."""
+    here = pathlib.Path(__file__).resolve().parent
+    built = ("src", "driver/model", "generated/share/vl_pd")
     if "VL_PD_LIBRARIES" in os.environ:
-        yield pathlib.Path(os.environ["VL_PD_LIBRARIES"])
-    here = pathlib.Path(__file__).resolve()
-    for root in (*here.parents, pathlib.Path("/usr/local"), pathlib.Path("/usr")):
-        yield from (root / "build/release/lib", root / "lib", root / "lib/x86_64-linux-gnu")
+        named = pathlib.Path(os.environ["VL_PD_LIBRARIES"])
+        yield [named, *(named.parent / each for each in (*built, "share/vl_pd", "../share/vl_pd"))]
+        return
+    prefixes = here.parents
+    if (here.parents[1] / "python/CMakeLists.txt").is_file():  # this package is the source, not an install
+        for build in ("build/release", "build"):
+            yield [here.parents[1] / build / each for each in built]
+        prefixes = ()
+    for prefix in (*prefixes, pathlib.Path("/usr/local"), pathlib.Path("/usr")):
+        yield [prefix / each for each in ("lib", "lib64", "lib/x86_64-linux-gnu", "share/vl_pd")]
 
 
 def find(name):
-    """The file of this name that was built or installed. None if there is none."""
-    for folder in _folders():
-        for candidate in (folder / name, folder / "../share/vl_pd" / name, folder / "../src" / name,
-                          folder / "../driver/model" / name, folder / "../generated/share/vl_pd" / name):
-            if candidate.is_file():
-                return str(candidate.resolve())
+    """The file of this name that was built or installed. None if there is none.
+
+    All files come from one build or one install, because they may differ between versions.
+    """
+    names = (description_name, library_name, driver_name, pipeline_name)
+    for folders in _folders():
+        if any((folder / each).is_file() for folder in folders for each in names):
+            found = [folder / name for folder in folders if (folder / name).is_file()]
+            return str(found[0].resolve()) if found else None
     return None
