@@ -5,7 +5,8 @@
 
 Every installed header compiles by itself as C11 and C++11 without a warning (.hpp as C++20). The README's agent is
 built by the README's command as C11, as C++17, and through find_package, and prints what the README says. pd-show runs
-from the install. Other languages find the pipeline in the install. An agent in C11 and in C++11 starts a console.
+from the install. Other languages find the pipeline in the install. An agent in C11 and in C++11 starts a console. The
+Python module takes its libraries from the install that it is part of, and in a checkout from the build.
 """
 
 import ctypes
@@ -13,6 +14,7 @@ import json
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -20,11 +22,13 @@ import tempfile
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
 
 # A program must find its libraries without help from the environment.
-ENVIRONMENT = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"}
+HELP = ("LD_LIBRARY_PATH", "PYTHONPATH", "VL_PD_LIBRARIES")
+ENVIRONMENT = {name: value for name, value in os.environ.items() if name not in HELP}
 
 
-def run(*command, accept=(0,), **options):
-    done = subprocess.run([str(word) for word in command], capture_output=True, text=True, env=ENVIRONMENT, **options)
+def run(*command, accept=(0,), environment=None, **options):
+    done = subprocess.run([str(word) for word in command], capture_output=True, text=True,
+                          env=ENVIRONMENT | (environment or {}), **options)
     if done.returncode not in accept:
         sys.exit(f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}status {done.returncode}")
     return done.stdout + done.stderr
@@ -106,6 +110,39 @@ def check_console(prefix, folder, cc, cxx):
         run(folder / "console", cwd=folder)
 
 
+def check_python(prefix, build, source, folder):
+    """The Python module: what its part of the install holds, and which libraries it takes."""
+    libraries = ["libvl_bf_pd_default.so", "libvl_driver_model.so", "libvl_velmar_switch_pipeline.so"]
+
+    def check_taken(what, modules, places):
+        script = pathlib.Path(source) / "tests/installed_module.py"
+        shown = run(sys.executable, script, environment={"PYTHONPATH": str(modules)})
+        check(what, shown.splitlines(), ["5 []", *sorted(str(place.resolve()) for place in places)])
+
+    alone = folder / "alone"
+    run("cmake", "--install", build, "--prefix", alone, "--component", "python")
+    parts = {path.relative_to(alone).parent.name for path in alone.rglob("*") if path.is_file()}
+    check("folders of the module", parts - {"vl_bf_pd"}, {"vl_pd"})  # vl_bf_pd: documents
+    modules = pathlib.Path("lib/python3/dist-packages")
+    check("modules", {path.name for path in (alone / modules / "vl_pd").glob("*.py")},
+          {path.name for path in (pathlib.Path(source) / "python/vl_pd").glob("*.py")})
+    # Files that aren't libraries, in build folders around the install.
+    for stray in (above / "build/release" / name for above in (prefix, prefix / modules) for name in ("lib", "src")):
+        stray.mkdir(parents=True)
+        for name in libraries:
+            (stray / name).touch()
+    check_taken("the module of the install", prefix / modules, [prefix / "lib" / name for name in libraries])
+
+    checkout = folder / "checkout"
+    shutil.copytree(pathlib.Path(source) / "python", checkout / "python")
+    (checkout / "build").mkdir()
+    (checkout / "build/release").symlink_to(build)
+    (checkout / "lib").mkdir()
+    (checkout / "lib" / libraries[0]).touch()
+    check_taken("the module of a checkout", checkout / "python",
+                [pathlib.Path(build) / ("driver/model" if "driver" in name else "src") / name for name in libraries])
+
+
 def main():
     build, source, cc, cxx = sys.argv[1:]
     readme = (pathlib.Path(source) / "README.md").read_text(encoding="utf-8")
@@ -123,6 +160,7 @@ def main():
         check_headers(prefix, folder, cc, cxx)
         check_descriptions(prefix)
         check_console(prefix, folder, cc, cxx)
+        check_python(prefix, build, source, folder)
 
         (folder / "agent.c").write_text(agent)
         (folder / "agent.cpp").write_text(agent)
