@@ -2,8 +2,8 @@
 """Uses the Debian packages as a user does: packages_test.py PACKAGES, the folder of scripts/build-packages.
 
 dpkg installs them into a root of their own, and nothing on the machine changes. There the README's agent is built by
-the README's command, and runs. pd-show, its man page, its completion and the examples are tried. Then dpkg removes the
-packages, and nothing is left.
+the README's command, and runs. pd-show, its man page, its completion, the examples and the Python module are tried.
+Then dpkg removes the packages, and nothing is left.
 """
 
 import json
@@ -19,7 +19,8 @@ readme = (source / "README.md").read_text(encoding="utf-8")
 
 
 def run(*command, environment=None, **options):
-    variables = {name: value for name, value in os.environ.items() if name != "LD_LIBRARY_PATH"} | (environment or {})
+    variables = {name: value for name, value in os.environ.items()
+                 if name not in ("LD_LIBRARY_PATH", "PYTHONPATH", "VL_PD_LIBRARIES")} | (environment or {})
     done = subprocess.run([str(word) for word in command], capture_output=True, text=True, env=variables, **options)
     if done.returncode != 0:
         sys.exit(f"{' '.join(map(str, command))}\n{done.stdout}{done.stderr}status {done.returncode}")
@@ -125,6 +126,17 @@ def check_man_pages(root):
     check("statuses", [name for name, number in statuses if f"{name} {number}: " not in library], [])
 
 
+def check_python(root):
+    """A script takes libraries and description from this root. The modules are compiled when they are installed."""
+    modules = root / "usr/lib/python3/dist-packages"
+    check("compiled modules", {path.name.split(".")[0] for path in (modules / "vl_pd/__pycache__").glob("*.pyc")},
+          {path.stem for path in (modules / "vl_pd").glob("*.py")})
+    libraries = root / "usr/lib/x86_64-linux-gnu"
+    shown = run("/usr/bin/python3", source / "tests/installed_module.py", environment={"PYTHONPATH": str(modules)})
+    names = ("bf_pd_default", "driver_model", "velmar_switch_pipeline")
+    check("the Python module", shown.splitlines(), ["5 []", *(f"{libraries}/libvl_{name}.so" for name in names)])
+
+
 def main():
     packages = sorted(path for path in pathlib.Path(sys.argv[1]).glob("*.deb") if "-dbgsym_" not in path.name)
     version = re.search(r"project\(vl_bf_pd VERSION (\S+)", (source / "CMakeLists.txt").read_text())[1]
@@ -145,9 +157,17 @@ def main():
         outside = [line.split(" ")[0] for path in packages for line in run("dpkg-deb", "-f", path, "Depends").split(", ")]
         names = [path.name.split("_")[0] for path in packages]
         for name in set(outside) - set(names):
-            run("dpkg-query", "-W", name.strip())
-        dpkg = ["dpkg", f"--root={root}", "--force-not-root,depends", "--log=/dev/null", "--path-include=*"]
-        run(*dpkg, "--install", *packages)
+            run("dpkg-query", "-W", name.strip().removesuffix(":any"))
+        # The scripts of the Python package name the package to these commands, which look for it on the machine.
+        commands = folder / "commands"
+        commands.mkdir()
+        for name in ("py3compile", "py3clean"):
+            (commands / name).write_text(f'#!/bin/sh\n/usr/bin/{name} "$DPKG_ROOT/usr/lib/python3/dist-packages"\n')
+            (commands / name).chmod(0o755)
+        path = {"PATH": f"{commands}:{os.environ['PATH']}"}
+        dpkg = ["dpkg", f"--root={root}", "--force-not-root,depends,script-chrootless", "--log=/dev/null",
+                "--path-include=*"]
+        run(*dpkg, "--install", *packages, environment=path)
         table_names = [table["name"] for table in
                        json.loads((root / "usr/share/vl_pd/velmar_switch.json").read_text())["tables"]]
         check("pd-show", run(root / "usr/bin/pd-show", "--version"), f"pd-show {version}\n")
@@ -155,7 +175,8 @@ def main():
         check_agents(root, folder)
         check_completion(root, table_names)
         check_man_pages(root)
-        run(*dpkg, "--purge", *names)
+        check_python(root)
+        run(*dpkg, "--purge", *names, environment=path)
         check("what is left", [str(path) for path in root.rglob("*") if database not in path.parents and
                                path not in (database, *database.parents)], [])
 
