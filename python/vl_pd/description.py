@@ -25,6 +25,8 @@ class Part:
     partner_size: int = 0
     key_offset: int = 0  # in the bytes of a packet's key
     key_size: int = 0
+    pd_name: str | None = None  # the name in records; None for a parameter
+    tag: str | None = None  # how the part is shown
 
 
 @dataclass
@@ -127,7 +129,7 @@ class Description:
     @staticmethod
     def _action(row, shown):
         parts = {param["name"]: Part(param["name"], param["bits"], (1 << param["bits"]) - 1, param["record_offset"],
-                                     param["record_bytes"], None) for param in row["params"]}
+                                     param["record_bytes"], None, tag=param["tag"]) for param in row["params"]}
         return Action(row["name"], row["number"], row["record_size"], _fields(shown, parts, {}),
                       {param["name"] for param in row["params"] if "slot_index" in param["role"]})
 
@@ -138,7 +140,8 @@ class Description:
             partner = key["partner"] or {}
             parts[key["pd_name"]] = Part(key["name"], key["bits"], int(key["matched_bits"], 16), key["record_offset"],
                                          key["record_bytes"], partner.get("kind"), partner.get("record_offset", 0),
-                                         partner.get("record_bytes", 0), key["key_offset"], key["key_bytes"])
+                                         partner.get("record_bytes", 0), key["key_offset"], key["key_bytes"],
+                                         key["pd_name"], key["tag"])
             matches[key["pd_name"]] = key["match"]
         resource = row["resource"] or {}
         return Table(row["name"], row["handle"], row["summary"], row["shape"], row["record_size"], row["ttl_on_add"],

@@ -3,6 +3,7 @@
 import ctypes
 from dataclasses import dataclass
 
+from . import page
 from .errors import Refused, unknown
 from .tables import text_size
 from .values import word
@@ -96,6 +97,8 @@ class Group:
 
 class Profile:
     """An action profile of one device. Iterating over it reads its members."""
+
+    __doc__ = page.Page(__doc__, page.profile_page)
 
     def __init__(self, device, row):
         self.device, self.row, self.name = device, row, row.name

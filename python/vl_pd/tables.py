@@ -4,7 +4,7 @@ import ctypes
 import operator
 from dataclasses import dataclass, field
 
-from . import values
+from . import page, values
 from .errors import Refused, unknown
 from .records import Record
 from .values import word
@@ -140,12 +140,13 @@ class Table:
     and priority together name an entry.
     """
 
+    __doc__ = page.Page(__doc__, page.table_page)
+
     def __init__(self, device, row):
         self.device, self.row, self.name = device, row, row.name
         self._keys = self._actions = None
         self._writers = {}  # by what is written and by the action
         self._readers = []  # those that nobody uses now
-        self.__doc__ = describe(row, device.binding.description)
 
     def __repr__(self):
         return f"<table {self.name}>"
@@ -572,17 +573,3 @@ class Table:
                                       placed, None, message):
                 differences.append(Difference(handle, is_default, message.value.decode()))
         return differences
-
-
-def describe(row, description):
-    """A page about a table."""
-    lines = [f"{row.name}, {row.handle:#x}", row.summary, ""]
-    matches = {"exact": "exact", "ternary": "mask", "lpm": "prefix"}
-    lines += [f"  key     {each.name}: {each.bits} bits, {matches[each.match]}" for each in row.key.values()] or [
-        "  no key: a default entry and no other"]
-    for name in row.actions or (description.profiles[row.profile].actions if row.profile else []):
-        params = ", ".join(f"{each.name} ({each.bits} bits)" for each in description.actions[name].params.values())
-        lines.append(f"  action  {name}" + (f": {params}" if params else ""))
-    if row.profile is not None:
-        lines.append(f"  Entries point at a member or a group of {row.profile}.")
-    return "\n".join(lines)
