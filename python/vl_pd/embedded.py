@@ -26,7 +26,7 @@ class Damage:
 class Embedded:
     """The methods of a device that need the embedded driver."""
 
-    def state_log(self):
+    def state_log(self) -> str:
         """The state that the library keeps of the device's profiles, as JSON. A driver saves it when an agent ends."""
         log = self.binding.embedded("vl_model_state_log")
         log.restype = ctypes.c_void_p
@@ -38,12 +38,12 @@ class Embedded:
         finally:
             ctypes.CDLL(None).free(ctypes.c_void_p(text))
 
-    def drop_state(self):
+    def drop_state(self) -> None:
         """Forgets what the library keeps of the device's profiles, as a restart of the agent does. Tables remain."""
         with self.profile_lock:
             self.call(self.binding.embedded("vl_model_device_state_drop"), self.number)
 
-    def restore(self, state=None):
+    def restore(self, state=None) -> None:
         """Restores what the library keeps of the device's profiles: from a log, or without one by having the driver
         replay its members and groups."""
         with self.profile_lock:
@@ -54,11 +54,11 @@ class Embedded:
             else:
                 self.call(self.binding.embedded("vl_model_state_restore"), self.number, state.encode())
 
-    def set_pipes(self, count):
+    def set_pipes(self, count) -> None:
         """Sets how many pipes the device has. It starts with 4."""
         self.call(self.binding.embedded("vl_model_device_set_pipes"), self.number, word(count, "count"))
 
-    def damage(self, count=1, seed=1):
+    def damage(self, count=1, seed=1) -> list[Damage]:
         """Damages random entries in the hardware, or all if there are fewer. Returns a list of what was done; the same
         entries, seed and count give the same."""
         room, damaged = (Corruption * max(word(count, "count"), 1))(), u32()
@@ -68,14 +68,14 @@ class Embedded:
         return [Damage(tables[each.table], each.handle, kinds_of_damage[each.what], each.bit)
                 for each in room[:damaged.value]]
 
-    def count(self, counter, cell, packets=1, size=64):
+    def count(self, counter, cell, packets=1, size=64) -> None:
         """Packets count in a cell of a counter, in the hardware. `cell` is an entry's handle or an index."""
         row = self.counters[counter].row
         handle = self.tables[row["table"]].row.handle if self.counters[counter].direct else row["handle"]
         self.call(self.binding.embedded("vl_model_counter_add"), self.number, handle, word(cell, "cell"),
                   ctypes.c_uint64(packets), ctypes.c_uint64(packets * size))
 
-    def send_digest(self, digest, entries):
+    def send_digest(self, digest, entries) -> None:
         """The pipeline sends entries of a digest: their bytes, back to back."""
         row = self.digests[digest].row
         if len(entries) % row["entry_size"]:
@@ -83,7 +83,7 @@ class Embedded:
         self.call(self.binding.embedded("vl_model_digest_raise"), self.number, row["handle"], bytes(entries),
                   len(entries) // row["entry_size"])
 
-    def match_snapshot(self, snapshot, stage, records, pipe=0):
+    def match_snapshot(self, snapshot, stage, records, pipe=0) -> None:
         """A packet matches a snapshot's trigger at a stage. `records` are what the snapshot captures, 676 bytes for
         each of its first stages."""
         self.call(self.binding.embedded("vl_model_snapshot_match"), snapshot.handle, pipe, stage, b"".join(records),

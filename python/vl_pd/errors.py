@@ -7,6 +7,10 @@ class Refused(Exception):
     """The driver or the library refused a call, with the status `number`. `name` is None if the driver doesn't name its
     statuses; `words` say what the status means."""
 
+    number: int
+    name: str | None
+    words: str
+
     def __init__(self, call, number, name, words):
         super().__init__(call, number, name, words)
         self.call, self.number, self.name, self.words = call, number, name, words

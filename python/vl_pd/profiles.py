@@ -1,6 +1,7 @@
 """Action profiles: members and groups that many entries share."""
 
 import ctypes
+from collections.abc import Iterator
 from dataclasses import dataclass
 
 from . import page
@@ -25,17 +26,19 @@ class Member:
     action: str
     params: dict
 
-    def __index__(self):
+    def __index__(self) -> int:
         return self.handle
 
 
 class Group:
     """A selector group. Its members share the traffic of the entries that point at it."""
 
+    handle: int
+
     def __init__(self, profile, handle):
         self._profile, self.handle = profile, handle
 
-    def __index__(self):
+    def __index__(self) -> int:
         return self.handle
 
     def __eq__(self, other):
@@ -47,24 +50,24 @@ class Group:
     def __repr__(self):
         return f"<group {self.handle:#x} of {self._profile.name}>"
 
-    def add(self, member):
+    def add(self, member) -> None:
         """Adds a member."""
         self._profile.change("add_member_to_group", self.handle, word(member, "member"))
 
-    def remove(self, member):
+    def remove(self, member) -> None:
         """Removes a member."""
         self._profile.change("del_member_from_group", self.handle, word(member, "member"))
 
-    def delete(self):
+    def delete(self) -> None:
         """Deletes the group. Its members remain."""
         self._profile.change("del_group", self.handle)
 
-    def members(self):
+    def members(self) -> list[int]:
         """The handles of the members."""
         return self._profile.pages("get_first_group_member", "get_next_group_members",
                                    (self._profile.device.number_word, self.handle))
 
-    def __iter__(self):
+    def __iter__(self) -> Iterator[int]:
         return iter(self.members())
 
     def __len__(self):
@@ -75,17 +78,17 @@ class Group:
     def __bool__(self):
         return True
 
-    def is_active(self, member):
+    def is_active(self, member) -> bool:
         """Whether the member takes packets."""
         state = u32()
         self._profile.call("group_member_state_get", self.handle, word(member, "member"), ctypes.byref(state))
         return state.value == 0
 
-    def set_active(self, member, active=True):
+    def set_active(self, member, active=True) -> None:
         """Lets the member take packets, or not. An inactive member stays in the group."""
         self._profile.call("group_member_state_set", self.handle, word(member, "member"), int(not active))
 
-    def selected(self, hashed):
+    def selected(self, hashed) -> int:
         """The member that a packet with this hash takes. The hash is a number, as a hash calculation predicts it, or
         its bytes, most significant first."""
         if not isinstance(hashed, bytes):
@@ -99,6 +102,7 @@ class Profile:
     """An action profile of one device. Iterating over it reads its members."""
 
     __doc__ = page.Page(__doc__, page.profile_page)
+    name: str
 
     def __init__(self, device, row):
         self.device, self.row, self.name = device, row, row.name
@@ -130,23 +134,23 @@ class Profile:
         packed = record.pack(params or {})
         return (packed,) if record.fields else ()
 
-    def add_member(self, action, params=None):
+    def add_member(self, action, params=None) -> int:
         """Adds a member and returns its handle."""
         packed, member = self._packed(action, params), u32()
         with self.device.profile_lock:
             self.call(f"add_member_with_{action}", *packed, ctypes.byref(member))
         return member.value
 
-    def modify_member(self, member, action, params=None):
+    def modify_member(self, member, action, params=None) -> None:
         """Changes the parameters of a member. Its action stays."""
         packed = self._packed(action, params)
         self.change(f"modify_member_with_{action}", word(member, "member"), *packed)
 
-    def delete_member(self, member):
+    def delete_member(self, member) -> None:
         """Deletes a member."""
         self.change("del_member", word(member, "member"))
 
-    def member(self, handle, hw=False):
+    def member(self, handle, hw=False) -> Member:
         """Reads a member, from the software's copy or from the hardware."""
         record, handle = ActionRecord(), word(handle, "member")
         self.device.call(self._function("get_member"), self.device.session, self.device.number_word, handle,
@@ -156,40 +160,40 @@ class Profile:
 
     __getitem__ = member
 
-    def create_group(self, max_size):
+    def create_group(self, max_size) -> Group:
         """Makes a group for at most so many members."""
         group = u32()
         with self.device.profile_lock:
             self.call("create_group", word(max_size, "size"), ctypes.byref(group))
         return Group(self, group.value)
 
-    def group(self, handle):
+    def group(self, handle) -> Group:
         """The group with this handle."""
         return Group(self, word(handle, "group"))
 
-    def members(self):
+    def members(self) -> list[int]:
         """The handles of all members."""
         return self.pages("get_first_member", "get_next_members", (self.device.target,))
 
-    def groups(self):
+    def groups(self) -> list[Group]:
         """All groups."""
         return [Group(self, handle) for handle in
                 self.pages("get_first_group", "get_next_groups", (self.device.target,))]
 
-    def set_fallback(self, member):
+    def set_fallback(self, member) -> None:
         """Sets the member that takes the packets of groups without an active member. None: there is none."""
         if member is None:
             self.call("reset_dynamic_action_selection_fallback_member")
         else:
             self.call("set_dynamic_action_selection_fallback_member", word(member, "member"))
 
-    def schema(self):
+    def schema(self) -> str:
         """The columns of the profile, as a Python literal."""
         text = ctypes.create_string_buffer(text_size)
         self.device.result(self._function("schema"), text)
         return text.value.decode()
 
-    def __iter__(self):
+    def __iter__(self) -> Iterator[Member]:
         for handle in self.members():
             try:
                 member = self.member(handle)

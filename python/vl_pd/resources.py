@@ -1,6 +1,7 @@
 """Counters, meters, WRED blocks and registers: cells of entries, or cells by index."""
 
 import ctypes
+from collections.abc import Iterator
 from dataclasses import astuple, dataclass
 
 from .binding import Target, all_pipes
@@ -26,7 +27,7 @@ class Count:
     count_a: int
     count_b: int
 
-    def __iter__(self):
+    def __iter__(self) -> Iterator[int]:
         return iter(astuple(self))
 
 
@@ -40,7 +41,7 @@ class Meter:
     peak_burst: int
     meter_type: int = 0
 
-    def __iter__(self):
+    def __iter__(self) -> Iterator[int]:
         return iter(astuple(self))
 
 
@@ -53,6 +54,8 @@ def long_word(what, name):
 
 class Resource:
     """A resource of one device. Its cells belong to entries (direct) or have an index."""
+
+    name: str
 
     def __init__(self, device, row):
         self.device, self.row, self.name = device, row, row["name"]
@@ -77,25 +80,25 @@ class Resource:
 class Counter(Resource):
     """A counter. `cell` is the handle of an entry if the counter is direct, or an index."""
 
-    def read(self, cell, hw=False):
+    def read(self, cell, hw=False) -> Count:
         """Reads the counts."""
         value = CounterValue()
         call = self._call_device if self.direct else self._call
         call("counter_read", word(cell, "cell"), int(bool(hw)), ctypes.byref(value))
         return Count(value.count_a, value.count_b)
 
-    def write(self, cell, count_a=0, count_b=0):
+    def write(self, cell, count_a=0, count_b=0) -> None:
         """Sets the counts, from two numbers or from a Count."""
         if isinstance(count_a, Count):
             count_a, count_b = count_a
         self._call("counter_write", word(cell, "cell"),
                    CounterValue(long_word(count_a, "count"), long_word(count_b, "count")))
 
-    def sync(self):
+    def sync(self) -> None:
         """Updates the driver's copy of all cells from the hardware, and waits until that is done."""
         self._sync("counter_hw_sync")
 
-    def describe(self, entry):
+    def describe(self, entry) -> str:
         """What an entry's cell counts, in words. Empty if the library has no words for it, or can't read the entry."""
         text = ctypes.create_string_buffer(text_size)
         tables = self.device.binding.description.tables
@@ -111,19 +114,19 @@ class MeterResource(Resource):
     def __repr__(self):
         return f"<meter {self.name}>"
 
-    def read(self, cell):
+    def read(self, cell) -> Meter:
         """Reads the meter."""
         spec = MeterSpec()
         self._call("meter_read", word(cell, "cell"), ctypes.byref(spec))
         return Meter(*(getattr(spec, name) for name, _ in MeterSpec._fields_))
 
-    def write(self, cell, spec):
+    def write(self, cell, spec) -> None:
         """Sets the meter, from a Meter or from its numbers."""
         call = self._call_device if self.direct else self._call
         call("meter_set", word(cell, "cell"), meter_spec(spec))
 
     @property
-    def byte_count_adjustment(self):
+    def byte_count_adjustment(self) -> int:
         """The bytes that the meter adds to each packet."""
         adjustment = u32()
         self._call("meter_bytecount_adjust_get", ctypes.byref(adjustment))
@@ -137,13 +140,13 @@ class MeterResource(Resource):
 class Wred(Resource):
     """A WRED block. The driver defines what its two words mean."""
 
-    def read(self, index):
+    def read(self, index) -> tuple[int, int]:
         """Reads the two words of a cell."""
         spec = WredSpec()
         self._call("wred_read", word(index, "index"), ctypes.byref(spec))
         return tuple(spec.words)
 
-    def write(self, index, words):
+    def write(self, index, words) -> None:
         """Sets the two words of a cell."""
         first, second = (long_word(each, "word") for each in words)
         self._call("wred_set", word(index, "index"), ctypes.byref(WredSpec((ctypes.c_uint64 * 2)(first, second))))
@@ -173,13 +176,13 @@ class Register(Resource):
     def _values(self, room, count):
         return [tuple(each) if isinstance(each, ctypes.Array) else each for each in room[:count]]
 
-    def read(self, index, hw=False, pipe=None):
+    def read(self, index, hw=False, pipe=None) -> list:
         """Reads a cell: a list with the value in each pipe, or in one pipe."""
         room, count = (self._type * self.most_pipes)(), u32()
         self._at("register_read", pipe, word(index, "index"), int(bool(hw)), room, ctypes.byref(count))
         return self._values(room, count.value)
 
-    def read_range(self, first, count, hw=False, pipe=None):
+    def read_range(self, first, count, hw=False, pipe=None) -> list[list]:
         """Reads cells that follow each other: a list for each, as read() gives it."""
         if not 0 <= count < 1 << 24:
             raise ValueError(f"{count} cells can't be read at once")
@@ -191,21 +194,21 @@ class Register(Resource):
         read, each = self._values(room, found.value), found.value // cells.value
         return [read[begin:begin + each] for begin in range(0, cells.value * each, each)]
 
-    def write(self, index, value, pipe=None):
+    def write(self, index, value, pipe=None) -> None:
         """Writes a cell in all pipes, or in one."""
         self._at("register_write", pipe, word(index, "index"), self._value(value))
 
-    def write_all(self, value):
+    def write_all(self, value) -> None:
         """Writes all cells."""
         self._at("register_write_all", None, self._value(value))
 
-    def reset(self, first=None, count=1):
+    def reset(self, first=None, count=1) -> None:
         """Gives all cells the value that the register starts with, or `count` cells from the first."""
         if first is None:
             self._at("register_reset_all", None)
         else:
             self._at("register_range_reset", None, word(first, "index"), word(count, "count"))
 
-    def sync(self):
+    def sync(self) -> None:
         """Updates the driver's copy of all cells from the hardware, and waits until that is done."""
         self._sync("register_hw_sync")

@@ -1,6 +1,7 @@
 """Learning digests, parser value sets, hash calculations and snapshots."""
 
 import ctypes
+from collections.abc import Iterator
 from dataclasses import dataclass
 
 from . import values
@@ -33,7 +34,7 @@ class Digest(Resource):
         super().__init__(device, row)
         self.fields = device.binding.description.digest_fields(row)
 
-    def register(self, callback):
+    def register(self, callback) -> None:
         """Has `callback` called with a dict for each entry that the pipeline sends. Fields that are fields of a key too
         have the name and the form that they have there, so that they fit into a table. A message is acknowledged when
         all its calls have returned. An exception is printed, and the message is acknowledged all the same."""
@@ -61,7 +62,7 @@ class Digest(Resource):
             found[field.name] = values.shown_number(field, number)
         return found
 
-    def deregister(self):
+    def deregister(self) -> None:
         """Ends the calls."""
         self.device.call(self.device.binding.function(f"{self.name}_deregister"), self.device.session,
                          self.device.number_word)
@@ -79,22 +80,22 @@ class ValueSet(Resource):
     def _change(self, name, *arguments):
         self.device.call(self._function(name), self.device.session, *arguments)
 
-    def add(self, value, mask=0xFFFFFFFF):
+    def add(self, value, mask=0xFFFFFFFF) -> int:
         """Adds an entry and returns its handle."""
         handle = u32()
         self._change("add", self._target(), word(value, "value"), word(mask, "mask"), ctypes.byref(handle))
         return handle.value
 
-    def modify(self, handle, value, mask=0xFFFFFFFF):
+    def modify(self, handle, value, mask=0xFFFFFFFF) -> None:
         """Changes an entry."""
         self._change("modify", self.device.number_word, word(handle, "handle"), word(value, "value"),
                      word(mask, "mask"))
 
-    def delete(self, handle):
+    def delete(self, handle) -> None:
         """Deletes an entry."""
         self._change("delete", self.device.number_word, word(handle, "handle"))
 
-    def get(self, handle):
+    def get(self, handle) -> tuple[int, int]:
         """The value and the mask of an entry."""
         value, mask = u32(), u32()
         self._change("get", self.device.number_word, word(handle, "handle"), ctypes.byref(value), ctypes.byref(mask))
@@ -102,14 +103,14 @@ class ValueSet(Resource):
 
     __getitem__ = get
 
-    def find(self, value, mask=0xFFFFFFFF):
+    def find(self, value, mask=0xFFFFFFFF) -> int | None:
         """The handle of an entry, or None."""
         handle = u32()
         found = self.device.binding.found(self._function("handle_get"), self.device.session, self._target(),
                                           word(value, "value"), word(mask, "mask"), ctypes.byref(handle))
         return handle.value if found else None
 
-    def property(self, number, argument=0):
+    def property(self, number, argument=0) -> tuple[int, int]:
         """A property of the driver."""
         value = u32()
         self.device.call(self.device.binding.function(f"pvs_{self.name}_get_property"), self.device.session,
@@ -117,7 +118,7 @@ class ValueSet(Resource):
                          word(argument, "argument"))
         return value.value
 
-    def set_property(self, number, value, argument=0):
+    def set_property(self, number, value, argument=0) -> None:
         """Sets a property of the driver."""
         self.device.call(self.device.binding.function(f"pvs_{self.name}_set_property"), self.device.session,
                          self.device.number_word, word(number, "property"), word(value, "value"),
@@ -131,7 +132,7 @@ class ValueSet(Resource):
     def __bool__(self):
         return True
 
-    def __iter__(self):
+    def __iter__(self) -> Iterator[int]:
         """The handles of all entries."""
         return iter(self.device.binding.pages(self._function("get_first_entry_handle"),
                                               self._function("get_next_entry_handles"),
@@ -151,7 +152,7 @@ class Hash(Resource):
         return value.value
 
     @property
-    def seed(self):
+    def seed(self) -> int:
         """What the calculation starts with, a number of 64 bits."""
         return self._get("seed", ctypes.c_uint64)
 
@@ -160,7 +161,7 @@ class Hash(Resource):
         self._call("seed_set", ctypes.c_uint64(long_word(seed, "seed")))
 
     @property
-    def algorithm(self):
+    def algorithm(self) -> int:
         """The number of the algorithm."""
         return self._get("algorithm")
 
@@ -169,7 +170,7 @@ class Hash(Resource):
         self._call("algorithm_set", word(number, "algorithm"))
 
     @property
-    def input(self):
+    def input(self) -> int:
         """The number of the input."""
         return self._get("input")
 
@@ -178,7 +179,7 @@ class Hash(Resource):
         self._call("input_set", word(number, "input"))
 
     @property
-    def attributes(self):
+    def attributes(self) -> list[tuple[int, int, int]]:
         """The attributes of the input's fields, in the driver's numbers: tuples (field, type, value)."""
         count = u32()
         self._call("input_field_attribute_count_get", 0, ctypes.byref(count))
@@ -192,7 +193,7 @@ class Hash(Resource):
                                                        for attribute in attributes))
         self._call("input_field_attribute_set", 0, len(attributes), room if attributes else None)
 
-    def predict(self, fields, size=8):
+    def predict(self, fields, size=8) -> int:
         """The hash of a packet, as a number of `size` bytes. `fields` are the values of the input, as pairs of a value
         and its width in bits; the first is at the top."""
         numbers, widths, alive = (HashField * max(len(fields), 1))(), (u32 * max(len(fields), 1))(), []
@@ -215,16 +216,16 @@ class Capture:
     """What a snapshot holds. `control` is the driver's."""
 
     count: int
-    stages: list  # a record of 676 bytes for each stage, in network byte order; zeros if nothing was captured
+    stages: list[bytes]  # a record of 676 bytes for each stage, in network byte order; zeros if nothing was captured
     control: bytes
 
     @property
-    def state(self):
+    def state(self) -> int:
         """In the embedded driver: 0 before the first trigger, 1 armed, 2 captured."""
         return int.from_bytes(self.control[:4], "little")
 
     @property
-    def trigger_stage(self):
+    def trigger_stage(self) -> int:
         """In the embedded driver: the stage where the trigger matched."""
         return int.from_bytes(self.control[4:8], "little")
 
@@ -232,6 +233,7 @@ class Capture:
 class Snapshot:
     """Captures the packet header vector at stages when a trigger matches. Deleted at the end of a `with` block."""
 
+    handle: int
     record_size, most_stages, control_size = 676, 20, 256
 
     def __init__(self, device, first_stage, last_stage, direction=0, pipe=None):
@@ -260,7 +262,7 @@ class Snapshot:
             record[offset:offset + size] = number.to_bytes(size, "little")
         return bytes(record)
 
-    def trigger(self, fields):
+    def trigger(self, fields) -> None:
         """Arms the trigger. `fields` has, by the offset of a field in the record, a value or a pair of value and mask.
         The offset says how many bytes the field has. What isn't named matches anything. Instead, two records of 676
         bytes may be given as a pair, in the machine's byte order."""
@@ -275,7 +277,7 @@ class Snapshot:
         self._device.call(self._device.binding.function("snapshot_capture_trigger_set"), self.handle, bytes(value),
                           bytes(mask))
 
-    def capture(self, pipe=0):
+    def capture(self, pipe=0) -> Capture:
         """Reads what was captured in a pipe."""
         room = (ctypes.c_uint8 * (self.record_size * self.most_stages))()
         control, count = (ctypes.c_uint8 * self.control_size)(), u32()
@@ -284,11 +286,11 @@ class Snapshot:
         content, size = bytes(room), self.record_size
         return Capture(count.value, [content[i * size:(i + 1) * size] for i in range(self._stages)], bytes(control))
 
-    def delete(self):
+    def delete(self) -> None:
         """Ends the snapshot."""
         self._device.call(self._device.binding.function("snapshot_delete"), self.handle)
 
-    def __enter__(self):
+    def __enter__(self) -> "Snapshot":
         return self
 
     def __exit__(self, *_):

@@ -21,6 +21,9 @@ patience = 60  # seconds
 class Device(Embedded):
     """One device, with its tables and profiles as attributes."""
 
+    number: int
+    strict: bool
+
     def __init__(self, switch, number):
         self.number, self.strict, self.binding = number, switch.strict, switch.binding
         self.session, self.number_word, self.target = u32(switch.session), u32(number), Target(number, all_pipes, 0)
@@ -49,11 +52,11 @@ class Device(Embedded):
             self._records[action] = Record(action, "parameter", row.params, row.size, self.strict, row.indices)
         return self._records[action]
 
-    def snapshot(self, first_stage, last_stage, direction=0, pipe=None):
+    def snapshot(self, first_stage, last_stage, direction=0, pipe=None) -> Snapshot:
         """Makes a snapshot of stages. The driver defines the direction; `pipe` is one pipe, or None for all."""
         return Snapshot(self, first_stage, last_stage, direction, pipe)
 
-    def set_learning_timeout(self, timeout):
+    def set_learning_timeout(self, timeout) -> None:
         """Sets how long the driver may collect entries of digests, in the driver's unit."""
         self.call(self.binding.function("set_learning_timeout"), self.session, self.number_word,
                   word(timeout, "timeout"))
@@ -89,6 +92,8 @@ class Switch:
     refuses values that a table can't take. There is one open switch at a time in a process.
     """
 
+    session: int
+    strict: bool
     _open = None
     _opening = threading.Lock()
 
@@ -115,11 +120,11 @@ class Switch:
         self._opened_session = session is None
 
     @property
-    def closed(self):
+    def closed(self) -> bool:
         """Whether the switch was closed."""
         return self.binding.closed
 
-    def device(self, number):
+    def device(self, number) -> Device:
         """The device with this number. The embedded driver gets it when it is first asked for."""
         if self.closed:
             raise WrongOrder("the switch is closed")
@@ -138,17 +143,17 @@ class Switch:
         pipeline.restype = ctypes.c_void_p
         self.binding.call(self.binding.embedded("vl_model_device_add"), number, ctypes.c_void_p(pipeline()))
 
-    def remove_device(self, number):
+    def remove_device(self, number) -> None:
         """Removes a device from the embedded driver, with all that it holds."""
         with self.device(number).profile_lock:
             self.binding.call(self.binding.embedded("vl_model_device_remove"), word(number, "device"))
             del self._devices[number]
 
-    def advance(self, milliseconds):
+    def advance(self, milliseconds) -> None:
         """Moves the embedded driver's clock, which moves in no other way."""
         self.binding.call(self.binding.embedded("vl_model_clock_advance"), word(milliseconds, "time"))
 
-    def fail(self, function, nth=1, status=2):
+    def fail(self, function, nth=1, status=2) -> None:
         """Has the embedded driver refuse the nth call of one of its functions from now on, such as
         "pipe_mgr_mat_ent_add", with a status. The call has no other effect."""
         if not hasattr(self.binding.driver, function):
@@ -156,11 +161,11 @@ class Switch:
         self.binding.call(self.binding.embedded("vl_model_fail_call"), function.encode(), word(nth, "count"),
                           word(status, "status"))
 
-    def clear_faults(self):
+    def clear_faults(self) -> None:
         """Forgets the refusals that fail() ordered and that haven't come yet."""
         self.binding.result(self.binding.embedded("vl_model_clear_faults"))
 
-    def close(self):
+    def close(self) -> None:
         """Ends the library. Waits for calls of other threads. The embedded driver forgets its devices."""
         if self.closed:
             return
@@ -174,7 +179,7 @@ class Switch:
             driver.vl_model_session_close(self.session)
         Switch._open = None
 
-    def __enter__(self):
+    def __enter__(self) -> "Switch":
         return self
 
     def __exit__(self, *_):

@@ -2,6 +2,7 @@
 
 import ctypes
 import operator
+from collections.abc import Iterator
 from dataclasses import dataclass, field
 
 from . import page, values
@@ -27,7 +28,7 @@ class Entry:
     member: int | None = None
     group: int | None = None
 
-    def __index__(self):
+    def __index__(self) -> int:
         return self.handle
 
     def __repr__(self):
@@ -48,8 +49,8 @@ class Difference:
 class Many:
     """What became of many operations: a handle for each row, None where it was refused."""
 
-    handles: list = field(default_factory=list)
-    refused: list = field(default_factory=list)  # (row, exception)
+    handles: list[int | None] = field(default_factory=list)
+    refused: list[tuple] = field(default_factory=list)  # (row, exception)
 
 
 class MeterSpec(ctypes.Structure):
@@ -141,6 +142,7 @@ class Table:
     """
 
     __doc__ = page.Page(__doc__, page.table_page)
+    name: str
 
     def __init__(self, device, row):
         self.device, self.row, self.name = device, row, row.name
@@ -228,7 +230,8 @@ class Table:
 
     # ---- entries
 
-    def add(self, key, action=None, params=None, *, priority=None, meter=None, ttl=None, member=None, group=None):
+    def add(self, key, action=None, params=None, *, priority=None, meter=None, ttl=None, member=None,
+            group=None) -> int:
         """Adds an entry and returns its handle. In a table with a profile, `member` or `group` replaces the action.
         `meter` is for l2LookupMiss alone: it has the entry's meter. `ttl` is the first time to live, for tables whose
         adds take one. `priority` is 0 if it is left out; in the embedded driver the lowest number wins."""
@@ -242,7 +245,7 @@ class Table:
         self._write(function, self.device.session, self.device.target, *match, *content, ctypes.byref(handle))
         return handle.value
 
-    def add_many(self, rows, stop=False):
+    def add_many(self, rows, stop=False) -> Many:
         """Adds many entries. Rows are tuples (key, action, params), dicts of add()'s arguments, or entries as they were
         read. With `stop`, ends at the first row that is refused."""
         many = Many()
@@ -263,7 +266,7 @@ class Table:
                     break
         return many
 
-    def modify(self, which, action=None, params=None, *, priority=None, meter=None, member=None, group=None):
+    def modify(self, which, action=None, params=None, *, priority=None, meter=None, member=None, group=None) -> None:
         """Gives an entry another action, member or group. `which` is its handle or its key. Without `meter`, the entry
         keeps the meter that it has."""
         if isinstance(which, dict):
@@ -274,14 +277,14 @@ class Table:
         function, content = self._content("modify", action, params, meter, member, group)
         self._write(function, self.device.session, self.device.number_word, word(which, "handle"), *content)
 
-    def find(self, key, *, priority=None):
+    def find(self, key, *, priority=None) -> int | None:
         """The handle of the entry with this key, or None."""
         handle = u32()
         found = self.device.binding.found(self._function("match_spec_to_entry_hdl"), self.device.session,
                                           self.device.target, *self._match(key, priority), ctypes.byref(handle))
         return handle.value if found else None
 
-    def delete(self, which, *, priority=None):
+    def delete(self, which, *, priority=None) -> None:
         """Deletes an entry. `which` is its handle or its key."""
         if isinstance(which, dict):
             match = self._match(which, priority)
@@ -293,7 +296,7 @@ class Table:
             self.device.call(self._function("table_delete"), self.device.session, self.device.number_word,
                              word(which, "handle"))
 
-    def delete_many(self, handles):
+    def delete_many(self, handles) -> Many:
         """Deletes entries by their handles."""
         many = Many()
         for handle in handles:
@@ -305,12 +308,12 @@ class Table:
                 many.refused.append((handle, error))
         return many
 
-    def clear(self):
+    def clear(self) -> None:
         """Deletes all entries except the default one."""
         for handle in self.handles():
             self.delete(handle)
 
-    def get(self, handle, hw=False):
+    def get(self, handle, hw=False) -> Entry:
         """Reads an entry, from the software's copy or from the hardware."""
         handle = word(handle, "handle")
         try:
@@ -324,7 +327,7 @@ class Table:
 
     __getitem__ = get
 
-    def handles(self):
+    def handles(self) -> list[int]:
         """The handles of all entries except the default one, as a list."""
         if not self.row.key:
             return []
@@ -369,7 +372,7 @@ class Table:
                     raise
                 # The entry was deleted meanwhile. Goes on with the next.
 
-    def __iter__(self):
+    def __iter__(self) -> Iterator[Entry]:
         return self._read_all()
 
     def __len__(self):
@@ -383,7 +386,7 @@ class Table:
     def __bool__(self):
         return True
 
-    def __contains__(self, key):
+    def __contains__(self, key) -> bool:
         return self.find(key) is not None
 
     def _function(self, name):
@@ -406,31 +409,31 @@ class Table:
         return handle.value if found else None
 
     @property
-    def default(self):
+    def default(self) -> Entry | None:
         """The default entry, which says what happens to a packet that matches no other. None if there is none."""
         handle = self._default_handle()
         return self.get(handle) if handle is not None else None
 
-    def set_default(self, action=None, params=None, *, meter=None, member=None, group=None):
+    def set_default(self, action=None, params=None, *, meter=None, member=None, group=None) -> int:
         """Sets the default entry and returns its handle. Without `meter`, it has no meter."""
         function, content = self._content("set_default", action, params, meter, member, group)
         handle = u32()
         self._write(function, self.device.session, self.device.target, *content, ctypes.byref(handle))
         return handle.value
 
-    def reset_default(self):
+    def reset_default(self) -> None:
         """Restores the default entry that the pipeline started with."""
         self.device.call(self._function("table_reset_default_entry"), self.device.session, self.device.target)
 
     # ---- texts, as the library makes them
 
-    def schema(self):
+    def schema(self) -> str:
         """The columns of the table, as a Python literal."""
         text = ctypes.create_string_buffer(text_size)
         self.device.result(self._function("schema"), text)
         return text.value.decode()
 
-    def value_string(self, handle, hw=False):
+    def value_string(self, handle, hw=False) -> str:
         """The entry in these columns."""
         text = ctypes.create_string_buffer(text_size)
         if not self.device.result(self._function("value"), self.device.session, self.device.number_word,
@@ -440,19 +443,19 @@ class Table:
 
     # ---- properties and idle time
 
-    def property(self, number):
+    def property(self, number) -> tuple[int, int]:
         """The value and the arguments word of a property of the driver."""
         value, args = u32(), u32()
         self.device.call(self._function("get_property"), self.device.session, self.device.number_word,
                          word(number, "property"), ctypes.byref(value), ctypes.byref(args))
         return value.value, args.value
 
-    def set_property(self, number, value, args=0):
+    def set_property(self, number, value, args=0) -> None:
         """Sets a property of the driver."""
         self.device.call(self._function("set_property"), self.device.session, self.device.number_word,
                          word(number, "property"), word(value, "value"), word(args, "arguments word"))
 
-    def enable_idle(self, callback=None, *, mode=1, params_a=0, params_b=0, params_c=0, params_d=0):
+    def enable_idle(self, callback=None, *, mode=1, params_a=0, params_b=0, params_c=0, params_d=0) -> None:
         """Lets entries age, in the driver's numbers. In the embedded driver, all times are milliseconds: it looks for
         timed-out entries every `params_a`, cuts times to live to `params_b` unless that is 0, and gives `params_c` to
         entries without their own. `callback` gets the handle of each entry that times out."""
@@ -465,12 +468,12 @@ class Table:
         self.device.call(self._function("idle_tmo_enable"), self.device.session, self.device.number_word,
                          IdleParams(mode, params_a, params_b, params_c, params_d, 0))
 
-    def disable_idle(self):
+    def disable_idle(self) -> None:
         """Ends ageing."""
         self._ages()
         self.device.call(self._function("idle_tmo_disable"), self.device.session, self.device.number_word)
 
-    def idle_params(self):
+    def idle_params(self) -> dict[str, int]:
         """The parameters of ageing, as enable_idle() takes them."""
         self._ages()
         params = IdleParams()
@@ -478,7 +481,7 @@ class Table:
                          ctypes.byref(params))
         return {name: getattr(params, name) for name, _ in IdleParams._fields_[:-1]}
 
-    def ttl(self, handle):
+    def ttl(self, handle) -> int:
         """The entry's time to live, whole, in the driver's unit."""
         self._ages()
         ttl = u32()
@@ -486,24 +489,24 @@ class Table:
                          word(handle, "handle"), ctypes.byref(ttl))
         return ttl.value
 
-    def set_ttl(self, handle, ttl):
+    def set_ttl(self, handle, ttl) -> None:
         """Sets the entry's time to live, which starts now."""
         self._ages()
         self.device.call(self._function("set_ttl"), self.device.session, self.device.number_word,
                          word(handle, "handle"), word(ttl, "time to live"))
 
-    def reset_ttl(self, handle):
+    def reset_ttl(self, handle) -> None:
         """Starts the entry's time to live again."""
         self._ages()
         self.device.call(self._function("reset_ttl"), self.device.session, self.device.number_word,
                          word(handle, "handle"))
 
-    def update_hit_states(self):
+    def update_hit_states(self) -> None:
         """Reads from the hardware which entries packets have hit, and waits until that is done."""
         self._ages()
         self.device.wait_for(self._function("update_hit_state"), self.device.session, self.device.number_word)
 
-    def hit_state(self, handle):
+    def hit_state(self, handle) -> int:
         """Whether a packet hit the entry between the last two updates, as the driver's number. In the embedded driver,
         1 is a hit."""
         self._ages()
@@ -534,7 +537,7 @@ class Table:
                 value >>= part.bits
         return bytes(key), len(key), partition
 
-    def lookup(self, packet):
+    def lookup(self, packet) -> int | None:
         """The handle of the entry that a packet with these fields takes in the hardware, or None if that is the default
         entry. Fields that are left out are 0. Needs the embedded driver."""
         self._keyed()
@@ -543,7 +546,7 @@ class Table:
                                           self.row.handle, *self._packet(packet), ctypes.byref(taken))
         return taken.value if found else None
 
-    def packet(self, packet, size=64):
+    def packet(self, packet, size=64) -> int | None:
         """As lookup(), and the packet of `size` bytes counts: for the entry's hit state, idle time and counter."""
         self._keyed()
         taken = u32()
@@ -554,7 +557,7 @@ class Table:
 
     # ---- the hardware
 
-    def verify(self):
+    def verify(self) -> list[Difference]:
         """Compares all entries with the hardware. Returns the differences; an empty list if there are none. Needs a
         driver that hands out placement data as the embedded one does."""
         default = self._default_handle()
