@@ -20,7 +20,7 @@ Opens a switch, by default the embedded driver's with device 0, as `sw`.
         switch refuses is one line. The history is in ~/.vl_pd_history. Without a terminal it is `run -`
   python3 -m vl_pd [OPTION]... run SCRIPT [ARG]...
         runs a script, which finds `sw` and `vl_pd` among its names and the arguments in sys.argv; `-` is standard
-        input.
+        input. The script doesn't open a switch, because a process has one open at a time.
         The exit status is the script's own: 0 at its end, 1 for an exception, or what it gives to sys.exit()
   python3 -m vl_pd [--description FILE] stubs FILE
         writes type stubs for editors and mypy, and py.typed beside them, without opening a switch. A package finds them
