@@ -30,8 +30,8 @@ def main():
         host, device = sw.ipv4Host, sw.device(0)
         rows = [({"vrfId": 7, "dip": f"10.{i >> 16}.{i >> 8 & 255}.{i & 255}"}, "setNextHop", {"nextHop": i & 1023})
                 for i in range(arguments.entries)]
-        hop = device.record_of("setNextHop")
-        records = [(host.keys.pack(key), hop.pack(params)) for key, _, params in rows]
+        hop = device.record_of("setNextHop", "ipv4Host")
+        records = [(host.key_record.pack(key), hop.pack(params)) for key, _, params in rows]
         adds = device.binding.function("ipv4Host_table_add_with_setNextHop")
 
         def add_raw():
@@ -75,8 +75,9 @@ def main():
     print(f"{arguments.entries} entries of ipv4Host, medians of {arguments.rounds} rounds")
     for name, each in rates.items():
         alone = rates.get(name.split(":")[0] + ": ctypes alone")
-        ratio = f"  {statistics.median(alone) / statistics.median(each):5.2f} times as long as ctypes alone" if alone else ""
-        print(f"{name:24}{statistics.median(each):12,.0f}/s{ratio}")
+        median = statistics.median(each)
+        ratio = f"  {statistics.median(alone) / median:5.2f} times as long as ctypes alone" if alone else ""
+        print(f"{name:24}{median:12,.0f}/s{ratio}")
 
 
 if __name__ == "__main__":

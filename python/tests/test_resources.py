@@ -1,6 +1,7 @@
 """Counters, meters, WRED, registers, digests, value sets, hash calculations and snapshots."""
 
 import binascii
+import ctypes
 
 import pytest
 import vl_pd
@@ -49,7 +50,7 @@ def test_registers_of_all_kinds(sw):
         assert register.read(4) == before
 
 
-def test_digests_come_as_dicts_that_fit_into_tables(sw):
+def test_digests_come_as_dicts_that_fit_into_tables(sw, capsys):
     got = []
     digest = sw.digests["macLearningDigest"]
     digest.register(got.append)
@@ -58,6 +59,13 @@ def test_digests_come_as_dicts_that_fit_into_tables(sw):
     assert got == [{"smac": "00:11:22:33:44:55", "ingL2Domain": 100, "ingL2Aintf": 7}] * 2
     learned = sw.l2LearningLookup
     assert learned[learned.add(got[0], "noOp")].key == got[0]
+    digest.deregister()
+    digest.register(lambda entry: 1 / 0)
+    sw.send_digest("macLearningDigest", entry)
+    assert "ZeroDivisionError" in capsys.readouterr().err
+    unacknowledged = ctypes.c_uint32(9)
+    sw.binding.driver.vl_model_digest_unacked(0, digest.row["handle"], ctypes.byref(unacknowledged))
+    assert unacknowledged.value == 0
     digest.deregister()
     with pytest.raises(vl_pd.Refused):
         sw.send_digest("macLearningDigest", entry)
@@ -72,8 +80,10 @@ def test_value_sets(sw):
     chosen = sw.value_sets["vxlan_ports"]
     handles = [chosen.add(port, 0xFFFF) for port in (4789, 8472)]
     assert list(chosen) == handles and len(chosen) == 2
-    chosen.modify(handles[1], 8473, 0xFFFE)
-    assert chosen[handles[1]] == (8473, 0xFFFE) and chosen.find(4789, 0xFFFF) == handles[0]
+    chosen.modify(handles[1], 8472, 0xFFFE)
+    with pytest.raises(ValueError, match="outside of its mask: 0x1"):
+        chosen.modify(handles[1], 8473, 0xFFFE)
+    assert chosen[handles[1]] == (8472, 0xFFFE) and chosen.find(4789, 0xFFFF) == handles[0]
     chosen.delete(handles[0])
     assert chosen.find(4789, 0xFFFF) is None and list(chosen) == handles[1:]
 

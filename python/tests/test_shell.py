@@ -97,7 +97,7 @@ def test_shell_in_a_terminal(tmp_path):
     lines = shown.decode().replace("\r", "").splitlines()
     assert shell.returncode == 0 and "131 tables" in lines[0] and "there 1 is" in lines
     assert any(line.startswith("Refused: ipv4Host_get_entry") for line in lines)
-    assert any(line.startswith("UnknownName: there is no field of ipv4Host vrf") for line in lines)
+    assert any(line.startswith("UnknownName: ipv4Host has no field vrf") for line in lines)
     assert sum(line.startswith("Traceback") for line in lines) == 1 and "ZeroDivisionError: division by zero" in lines
     assert "sw.ipv4Host.get(99)" in (tmp_path / ".vl_pd_history").read_text()
 

@@ -1,6 +1,7 @@
 """Entries of all tables: what goes in comes back, and what can't be meant is refused."""
 
 import ipaddress
+import shutil
 import subprocess
 import sys
 import threading
@@ -12,9 +13,9 @@ from vl_pd import values
 
 
 def extremes(field):
-    """Values of a field at its ends, with masks and lengths."""
+    """Values of a field at its ends, with masks and lengths, and addresses as text."""
     if field.match == "exact":
-        return [0, field.matched]
+        return [0, field.matched, values.shown_number(field, field.matched)]
     if field.match == "ternary":
         return [(0, 0), (field.matched, field.matched), (0, field.matched), (field.matched & 1, field.matched & 1)]
     longest = field.bits - (field.matched & -field.matched).bit_length() + 1
@@ -28,27 +29,34 @@ def params_of(sw, name):
             for param in action.params.values()}
 
 
+def result_of(sw, row):
+    """What an entry of the table may do."""
+    if row.profile is not None:
+        profile = sw.profiles[row.profile]
+        return {"member": profile.add_member(profile.row.actions[0], params_of(sw, profile.row.actions[0]))}
+    meter = {"meter": (1, 2, 3, 4, 0)} if row.has_meter else {}
+    return {"action": row.actions[0], "params": params_of(sw, row.actions[0])} | meter
+
+
 def test_each_field_at_its_extremes_comes_back_and_goes_in_again(sw):
     for table in sw.device(0).tables.values():
         row = table.row
-        if not row.key or row.profile is not None:
+        if not row.key:
             continue
-        action = row.actions[0]
-        params = params_of(sw, action)
-        meter = (1, 2, 3, 4, 0) if row.has_meter else None
+        result = result_of(sw, row)
         base = {field.name: extremes(field)[0] for field in row.key.values()}
         for field in row.key.values():
             for what in extremes(field):
                 key = base | {field.name: what}
-                handle = table.add(key, action, params, meter=meter)
+                handle = table.add(key, **result)
                 entry = table[handle]
                 for each in row.key.values():
                     value, partner = values.parse(row.name, each, key[each.name], True)
                     assert entry.key.get(each.name) == values.shown(each, value, partner), (row.name, each.name, what)
                 assert table.get(handle, hw=True) == entry
                 table.delete(handle)
-                assert table[table.add(entry.key, entry.action, entry.params, meter=meter)].key == entry.key
-                assert table.find(entry.key) is not None and table.verify() == []
+                assert table[table.add(entry.key, **result)].key == entry.key
+                assert entry in table and table.verify() == []
                 table.delete(entry.key)
         assert len(table) == 0
 
@@ -56,8 +64,6 @@ def test_each_field_at_its_extremes_comes_back_and_goes_in_again(sw):
 def test_each_action_of_each_table(sw):
     for table in sw.device(0).tables.values():
         for action in table.row.actions if table.row.key else ():
-            if table.row.profile is not None:
-                continue
             key = {field.name: 0 for field in table.row.key.values() if field.match == "exact"}
             params = params_of(sw, action)
             meter = (1, 2, 3, 4, 0) if table.row.has_meter else None
@@ -71,6 +77,19 @@ def test_each_action_of_each_table(sw):
             table.set_default(action, params_of(sw, action), meter=meter)
             assert (table.default.action, table.default.is_default) == (action, True)
             table.reset_default()
+
+
+def test_each_action_of_each_profile(sw):
+    for profile in sw.profiles.values():
+        for action in profile.row.actions:
+            params = params_of(sw, action)
+            member = profile[profile.add_member(action, params)]
+            assert (member.action, member.params) == (action, params) and profile.member(member, hw=True) == member
+            assert profile.add_member(member.action, member.params) in profile.members()
+        table = sw.tables[profile.row.table]
+        table.set_default(member=member)
+        assert table.default.member == member.handle and table.verify() == []
+        table.reset_default()
 
 
 def test_forms_of_values(sw):
@@ -97,7 +116,7 @@ def test_forms_of_values(sw):
     acl.delete(acl[handle].key, priority=-1)
     handle = acl.add({"etherType": None, "ingIpv4Dip": ipaddress.ip_network("10.0.0.0/8"),
                       "ingIpv6Dip": ipaddress.ip_interface("2001::/16")}, "trapPacket", {"cpuReasonCode": 3})
-    assert acl[handle].key == {"ingIpv4Dip": "10.0.0.0/8", "ingIpv6Dip": "2001::"}
+    assert acl[handle].key == {"ingIpv4Dip": "10.0.0.0/8", "ingIpv6Dip": "2001::/16"}
     handle = acl.add({"ingIpv4Dip": "10.0.0.1/255.0.0.255"}, "noOp")
     assert acl[handle].key == {"ingIpv4Dip": "10.0.0.1/255.0.0.255"}
 
@@ -112,6 +131,9 @@ def test_forms_of_values(sw):
     ("doesn't match", "ecmpGroup", {"nextHop": 0x400}),
     ("no mask and no length", "ipv4Host", {"vrfId": 1, "dip": "10.0.0.0/8"}),
     ("Expected 4 octets", "ipv4Host", {"vrfId": 1, "dip": "10.0.0"}),
+    ("doesn't match: 0x1", "trapToCpu", {"ingIpv6Dip": "2001::1"}),
+    ("no value", "ipv6Host", {"vrfId": 1, "dip": "fe80::1%eth0"}),
+    ("no value", "ipv4Host", {"vrfId": "1_0", "dip": 1}),
     ("no prefix length", "ipv4ShortMaskLpm", {"vrfId": 1, "dip": "10.0.0.0/255.0.0.0"}),
     ("no value", "ipv4Host", {"vrfId": 1, "dip": ipaddress.ip_address("::1")}),
     ("no value", "l2Lookup", {"dmac": "0:0:0:0:0:1"}),
@@ -172,16 +194,30 @@ def test_refusals_and_order():
                      lambda: sw.ipv4Host.add(key, "setNextHop", {"nextHop": 1}, member=1),
                      lambda: sw.ecmpGroup.add({"nextHop": 1}), lambda: sw.hashComputeInnerEthHdr.add({}),
                      lambda: sw.ipv4Host.add(key), lambda: sw.vrrpMacCheck.ttl(handle),
-                     lambda: sw.registers["dropReportFilter"].write(0, 2)):
+                     lambda: sw.ingStpCheck.find({}), lambda: sw.ingStpCheck.modify(1, "x"),
+                     lambda: sw.trapToCpu.find({}, priority=1 << 31), lambda: sw.device(256),
+                     lambda: sw.registers["dropReportFilter"].write(0, 2), lambda: sw.snapshot(3, 2),
+                     lambda: sw.registers["quota"].write(0, 1, pipe=1 << 16), lambda: sw.snapshot(0, 1, pipe=-1),
+                     lambda: sw.hashes["egrVlanStpHash"].predict([(1, 8)], size=-1),
+                     lambda: sw.hashes["egrVlanStpHash"].predict([(1, 1 << 32)]), lambda: sw.damage(-1),
+                     lambda: sw.match_snapshot(sw.snapshot(0, 1), 0, [b""]), lambda: sw.count("haloCount", 1, -1),
+                     lambda: sw.ipv4Host.enable_idle(params_a=1 << 64)):
             with pytest.raises(ValueError):
                 call()
         with pytest.raises(vl_pd.WrongOrder):
             vl_pd.Switch()
+        for wrong in (None, 5, [("vrfId", 1)]):
+            with pytest.raises(TypeError, match="ipv4Host: the fields are a dict"):
+                sw.ipv4Host.find(wrong)
+        with pytest.raises(KeyError):
+            sw.fail("malloc")
         table, group = sw.ipv4Host, sw.ecmpMemberActionProfile.create_group(4)
     for late in (lambda: len(table), lambda: sw.ipv4Host, lambda: table.add(key, "setNextHop", {"nextHop": 1}),
                  lambda: sw.advance(1), lambda: table.schema(), group.delete):
         with pytest.raises(vl_pd.WrongOrder):
             late()
+    with pytest.raises(ValueError):
+        vl_pd.Switch(session=-1)
     with vl_pd.Switch() as sw:
         assert len(sw.ipv4Host) == 0
         with pytest.raises(vl_pd.WrongOrder):
@@ -200,7 +236,10 @@ def test_callbacks_and_threads_cant_crash_the_switch():
     sw.ipv4Host.enable_idle(close)
     sw.ipv4Host.set_ttl(sw.ipv4Host.add({"vrfId": 1, "dip": 1}, "setNextHop", {"nextHop": 1}), 5)
     sw.advance(10)
-    assert not sw.closed and refused == ["a callback can't close the switch"]
+    assert not sw.closed and refused == ["neither a callback nor what interrupts a call can close the switch"]
+
+    with pytest.raises(vl_pd.WrongOrder):
+        sw.binding.result(sw.close)  # as a signal's handler would in the middle of a call
 
     def work(number):
         profile, ended = sw.ecmpMemberActionProfile, []
@@ -225,6 +264,20 @@ def test_callbacks_and_threads_cant_crash_the_switch():
     for thread in threads:
         thread.join()
     assert sorted(results) == [0, 1, 2, 3]
+
+
+def test_given_files(tmp_path):
+    names = {"library": "libvl_bf_pd_default.so", "driver": "libvl_driver_model.so",
+             "description": "velmar_switch.json", "pipeline": "libvl_velmar_switch_pipeline.so"}
+    given = {word: shutil.copy(vl_pd.description.find(name), tmp_path) for word, name in names.items()}
+    del given["pipeline"]  # it is found beside the others
+    script = f"""if True:
+        import vl_pd
+        with vl_pd.Switch(**{given!r}):
+            print({{line.split()[-1].rpartition("/")[0] for line in open("/proc/self/maps") if "libvl_" in line}})
+    """
+    done = subprocess.run([sys.executable, "-c", script], capture_output=True, text=True, check=False)
+    assert done.stdout == f"{{'{tmp_path}'}}\n", done
 
 
 def test_another_driver():
@@ -288,8 +341,10 @@ def test_many(sw):
     assert many.handles.count(None) == 10 and [row for row, _ in many.refused] == rows[90:]
     stopped = host.add_many([*rows, {"key": {"vrfId": 2, "dip": 1}, "action": "setNextHop"}], stop=True)
     assert stopped.handles == [None]
-    wrong = host.add_many([({"vrfId": 1},), {"kee": {}}, ({"vrfId": 256, "dip": 1}, "setNextHop", {"nextHop": 1})])
-    assert [type(error) for _, error in wrong.refused] == [ValueError, TypeError, vl_pd.Wrong]
+    wrong = host.add_many([({"vrfId": 1},), {"kee": {}}, ({"vrfId": 256, "dip": 1}, "onMiss"), (None, "onMiss"),
+                           ({"vrfId": 1, "dip": 1}, "setNextHop", {"nextHop": 1 << 32})])
+    assert [type(error) for _, error in wrong.refused] == [ValueError, TypeError, vl_pd.Wrong, TypeError, vl_pd.Wrong]
+    assert str(wrong.refused[-1][1]).startswith("ipv4Host, setNextHop, field nextHop: 0x100000000 has more than 32")
     entries = host.entries()
     assert sorted(entry.handle for entry in entries) == sorted(filter(None, many.handles))
     columns = host.entries(columns=["dip", "nextHop", "ecmpGroup", "handle"])

@@ -2,8 +2,10 @@
 
 import ctypes
 import itertools
+import sys
 import threading
 import time
+from threading import get_ident
 
 from . import description, errors
 
@@ -58,7 +60,9 @@ class Binding:
     """The loaded libraries, and the calls to them."""
 
     def __init__(self, library, driver, description_path):
-        path = description_path or description.find(description.description_name)
+        given = [path for path in (library, driver, description_path) if path is not None]
+        self.pipeline = description.find(description.pipeline_name, given)
+        path = description_path or description.find(description.description_name, given)
         if path is None:
             raise FileNotFoundError(f"{description.description_name} was neither built nor installed")
         self.description = description.Description(path)
@@ -68,7 +72,7 @@ class Binding:
             raise errors.WrongOrder("this process has used another driver before, and can't change it")
         self.library = _load(library, description.library_name, "the library")
         self.closed = True
-        self._running = []  # an element for each call that runs; append and pop are single steps for all threads
+        self._running = []  # the threads of the calls that run; append and remove are single steps for all threads
         self._inside = threading.local()  # .callback: whether this thread runs a callback
 
     def open(self):
@@ -78,8 +82,8 @@ class Binding:
 
     def close(self):
         """Refuses further calls, and waits until those of other threads have returned."""
-        if getattr(self._inside, "callback", False):
-            raise errors.WrongOrder("a callback can't close the switch")
+        if getattr(self._inside, "callback", False) or get_ident() in self._running:
+            raise errors.WrongOrder("neither a callback nor what interrupts a call can close the switch")
         self.closed = True
         while self._running:
             time.sleep(0.001)
@@ -99,23 +103,25 @@ class Binding:
 
     def result(self, function, *arguments):
         """Calls a function and returns what it returns."""
-        self._running.append(None)
+        thread = get_ident()
+        self._running.append(thread)
         try:
             if self.closed:
                 raise errors.WrongOrder("the switch is closed")
             return function(*arguments)
         finally:
-            self._running.pop()
+            self._running.remove(thread)
 
     def call(self, function, *arguments):
         """Calls a function. Raises Refused if its status isn't 0."""
-        self._running.append(None)
+        thread = get_ident()
+        self._running.append(thread)
         try:
             if self.closed:
                 raise errors.WrongOrder("the switch is closed")
             status = function(*arguments)
         finally:
-            self._running.pop()
+            self._running.remove(thread)
         if status:
             raise self.refusal(function.__name__, status)
 
@@ -154,12 +160,20 @@ class Binding:
         awaited[cookie] = event
         return cookie, event
 
+    @staticmethod
+    def forget(cookie):
+        """Ends the wait for an answer."""
+        awaited.pop(cookie, None)
+
     def callback(self, kind, function):
-        """A C callback that calls a function. ctypes prints its exceptions."""
+        """A C callback that calls a function. An exception is printed; the driver gets 0."""
         def enter(*arguments):
             self._inside.callback, before = True, getattr(self._inside, "callback", False)
             try:
                 return function(*arguments)
+            except BaseException:  # pylint: disable=broad-exception-caught # it can't pass through C
+                sys.excepthook(*sys.exc_info())
+                return 0
             finally:
                 self._inside.callback = before
 

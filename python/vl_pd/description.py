@@ -151,13 +151,16 @@ class Description:
                      [each["name"] for each in row["actions"] if each["use"] != "entry"])
 
 
-def _folders():
+def _folders(given):
     """Where the files may be: the folders of each build or install, in the order of preference."""
     here = pathlib.Path(__file__).resolve().parent
     built = ("src", "driver/model", "generated/share/vl_pd")
+    named = [pathlib.Path(path).absolute().parent for path in given]
     if "VL_PD_LIBRARIES" in os.environ:
-        named = pathlib.Path(os.environ["VL_PD_LIBRARIES"])
-        yield [named, *(named.parent / each for each in (*built, "share/vl_pd", "../share/vl_pd"))]
+        named.append(pathlib.Path(os.environ["VL_PD_LIBRARIES"]))
+    for folder in named:
+        yield [folder, *(folder.parent / each for each in (*built, "share/vl_pd", "../share/vl_pd"))]
+    if "VL_PD_LIBRARIES" in os.environ:
         return
     prefixes = here.parents
     if (here.parents[1] / "python/CMakeLists.txt").is_file():  # this package is the source, not an install
@@ -168,14 +171,15 @@ def _folders():
         yield [prefix / each for each in ("lib", "lib64", "lib/x86_64-linux-gnu", "share/vl_pd")]
 
 
-def find(name):
-    """The file of this name that was built or installed. None if there is none.
+def find(name, given=()):
+    """The file of this name that was built or installed. None if there is none. Files beside the given ones come first.
 
     All files come from one build or one install, because they may differ between versions.
     """
     names = (description_name, library_name, driver_name, pipeline_name)
-    for folders in _folders():
+    for number, folders in enumerate(_folders(given)):
         if any((folder / each).is_file() for folder in folders for each in names):
             found = [folder / name for folder in folders if (folder / name).is_file()]
-            return str(found[0].resolve()) if found else None
+            if found or number >= len(given):
+                return str(found[0].resolve()) if found else None
     return None

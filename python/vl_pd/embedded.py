@@ -3,7 +3,7 @@
 import ctypes
 from dataclasses import dataclass
 
-from .values import word
+from .values import long_word, word
 
 u32 = ctypes.c_uint32
 kinds_of_damage = ("lost", "key", "mask", "data", "member")
@@ -61,9 +61,10 @@ class Embedded:
     def damage(self, count=1, seed=1) -> list[Damage]:
         """Damages random entries in the hardware, or all if there are fewer. Returns a list of what was done; the same
         entries, seed and count give the same."""
-        room, damaged = (Corruption * max(word(count, "count"), 1))(), u32()
-        self.call(self.binding.embedded("vl_model_hardware_corrupt"), self.number, ctypes.c_uint64(seed), count, room,
-                  ctypes.byref(damaged))
+        corrupt = self.binding.embedded("vl_model_hardware_corrupt")
+        count = min(word(count, "count"), sum(map(len, self.tables.values())))
+        room, damaged = (Corruption * max(count, 1))(), u32()
+        self.call(corrupt, self.number, ctypes.c_uint64(long_word(seed, "seed")), count, room, ctypes.byref(damaged))
         tables = {table.handle: name for name, table in self.binding.description.tables.items()}
         return [Damage(tables[each.table], each.handle, kinds_of_damage[each.what], each.bit)
                 for each in room[:damaged.value]]
@@ -73,7 +74,7 @@ class Embedded:
         row = self.counters[counter].row
         handle = self.tables[row["table"]].row.handle if self.counters[counter].direct else row["handle"]
         self.call(self.binding.embedded("vl_model_counter_add"), self.number, handle, word(cell, "cell"),
-                  ctypes.c_uint64(packets), ctypes.c_uint64(packets * size))
+                  ctypes.c_uint64(long_word(packets, "count")), ctypes.c_uint64(long_word(packets * size, "size")))
 
     def send_digest(self, digest, entries) -> None:
         """The pipeline sends entries of a digest: their bytes, back to back."""
@@ -86,5 +87,7 @@ class Embedded:
     def match_snapshot(self, snapshot, stage, records, pipe=0) -> None:
         """A packet matches a snapshot's trigger at a stage. `records` are what the snapshot captures, 676 bytes for
         each of its first stages."""
-        self.call(self.binding.embedded("vl_model_snapshot_match"), snapshot.handle, pipe, stage, b"".join(records),
-                  len(records))
+        if any(len(record) != snapshot.record_size for record in records):
+            raise ValueError(f"snapshot: a record has {snapshot.record_size} bytes")
+        self.call(self.binding.embedded("vl_model_snapshot_match"), snapshot.handle, word(pipe, "pipe"),
+                  word(stage, "stage", 255), b"".join(records), len(records))

@@ -31,9 +31,9 @@ class UnknownName(KeyError, AttributeError):
         return self.args[0]
 
 
-def unknown(kind, name, names):
-    """The error for a name that doesn't exist."""
-    names = sorted(names)
+def unknown(what, name, names):
+    """The error for a name that doesn't exist: `what` is "there is no table" or "ipv4Host has no field"."""
+    names = sorted(set(names))
     near = difflib.get_close_matches(str(name), names, 5, 0.6)
     if near:
         meant = ": did you mean " + " or ".join(near) + "?"
@@ -41,7 +41,7 @@ def unknown(kind, name, names):
         meant = ""
     else:
         meant = "; there are " + ", ".join(names[:20]) + (", ..." if len(names) > 20 else "")
-    return UnknownName(f"there is no {kind} {name}{meant}")
+    return UnknownName(f"{what} {name}{meant}")
 
 
 class Named(dict):
@@ -52,4 +52,4 @@ class Named(dict):
         self.kind = kind
 
     def __missing__(self, name):
-        raise unknown(self.kind, name, self)
+        raise unknown(f"there is no {self.kind}", name, self)

@@ -91,8 +91,7 @@ class Group:
     def selected(self, hashed) -> int:
         """The member that a packet with this hash takes. The hash is a number, as a hash calculation predicts it, or
         its bytes, most significant first."""
-        if not isinstance(hashed, bytes):
-            hashed = hashed.to_bytes(8, "big")
+        hashed = hashed.to_bytes(8, "big") if isinstance(hashed, int) else bytes(hashed)
         member = u32()
         self._profile.call("group_member_get_from_hash", self.handle, hashed, len(hashed), ctypes.byref(member))
         return member.value
@@ -106,6 +105,7 @@ class Profile:
 
     def __init__(self, device, row):
         self.device, self.row, self.name = device, row, row.name
+        self._records = {}
 
     def __repr__(self):
         return f"<profile {self.name}>"
@@ -127,10 +127,15 @@ class Profile:
         return self.device.binding.pages(self._function(first), self._function(following),
                                          (self.device.session, *where))
 
+    def _record_of(self, action):
+        if action not in self._records:
+            self._records[action] = self.device.record_of(action, self.name)
+        return self._records[action]
+
     def _packed(self, action, params):
         if action not in self.row.actions:
-            raise unknown(f"action of {self.name}", action, self.row.actions)
-        record = self.device.record_of(action)
+            raise unknown(f"{self.name} has no action", action, self.row.actions)
+        record = self._record_of(action)
         packed = record.pack(params or {})
         return (packed,) if record.fields else ()
 
@@ -156,7 +161,7 @@ class Profile:
         self.device.call(self._function("get_member"), self.device.session, self.device.number_word, handle,
                          int(bool(hw)), ctypes.byref(record))
         action = self.device.binding.description.action_names[record.action]
-        return Member(handle, action, self.device.record_of(action).unpack(record.record))
+        return Member(handle, action, self._record_of(action).unpack(record.record))
 
     __getitem__ = member
 

@@ -1,6 +1,7 @@
 """C records by the names of their fields: dicts become bytes, and bytes become dicts."""
 
 import struct
+from collections.abc import Mapping
 from socket import AF_INET, AF_INET6, inet_ntoa, inet_ntop, inet_pton
 
 from . import values
@@ -40,14 +41,16 @@ class Record:
         self._all_shown = len(self._required) == len(fields)
 
     def pack(self, given):
-        """The record of these values. A field that is left out matches anything."""
+        """The record of these values. A field with a mask or a prefix matches anything if it is left out."""
+        if type(given) is not dict and not isinstance(given, Mapping):
+            raise TypeError(f"{self.where}: the {self.kind}s are a dict, not {given!r}")
         slots = self._blank.copy()
         puts = self._puts
         for name, what in given.items():
             if name not in puts:
-                raise unknown(f"{self.kind} of {self.where}", name, self.fields)
+                raise unknown(f"{self.where} has no {self.kind}", name, self.fields)
             puts[name](slots, what)
-        if self.strict and not self._required <= given.keys():
+        if self.strict and len(given) != len(puts) and not self._required <= given.keys():
             missing = [name for name in self.fields if name in self._required and name not in given]
             raise ValueError(f"{self.where} needs {', '.join(missing)}")
         return self._pack(*slots)

@@ -4,9 +4,8 @@ import ctypes
 from collections.abc import Iterator
 from dataclasses import astuple, dataclass
 
-from .binding import Target, all_pipes
 from .tables import MeterSpec, meter_spec, text_size
-from .values import word
+from .values import long_word, word
 
 u32 = ctypes.c_uint32
 
@@ -43,13 +42,6 @@ class Meter:
 
     def __iter__(self) -> Iterator[int]:
         return iter(astuple(self))
-
-
-def long_word(what, name):
-    """A number of 64 bits."""
-    if not 0 <= what <= 0xFFFFFFFFFFFFFFFF:
-        raise ValueError(f"the {name} {what} has more than 64 bits")
-    return what
 
 
 class Resource:
@@ -123,7 +115,7 @@ class MeterResource(Resource):
     def write(self, cell, spec) -> None:
         """Sets the meter, from a Meter or from its numbers."""
         call = self._call_device if self.direct else self._call
-        call("meter_set", word(cell, "cell"), meter_spec(spec))
+        call("meter_set", word(cell, "cell"), meter_spec(spec, self.name))
 
     @property
     def byte_count_adjustment(self) -> int:
@@ -155,15 +147,15 @@ class Wred(Resource):
 class Register(Resource):
     """A register: cells of a flag (0 or 1), a word or a pair of words. Each pipe has its own value of a cell."""
 
-    most_pipes = 64
+    most_pipes, most_cells = 64, 4096  # that are read at once
 
     @property
     def _type(self):
         return {"flag": ctypes.c_uint8, "word": u32, "word_pair": u32 * 2}[self.row["cell"]]
 
     def _at(self, name, pipe, *arguments):
-        target = self.device.target if pipe is None else Target(self.device.number, pipe, 0)
-        self.device.call(self.device.binding.function(f"{name}_{self.name}"), self.device.session, target, *arguments)
+        self.device.call(self.device.binding.function(f"{name}_{self.name}"), self.device.session,
+                         self.device.target_of(pipe), *arguments)
 
     def _value(self, value):
         if self.row["cell"] == "word_pair":
@@ -184,15 +176,18 @@ class Register(Resource):
 
     def read_range(self, first, count, hw=False, pipe=None) -> list[list]:
         """Reads cells that follow each other: a list for each, as read() gives it."""
-        if not 0 <= count < 1 << 24:
-            raise ValueError(f"{count} cells can't be read at once")
-        room, cells, found = (self._type * (self.most_pipes * max(count, 1)))(), u32(), u32()
-        self._at("register_range_read", pipe, word(first, "index"), count, int(bool(hw)), ctypes.byref(cells), room,
-                 ctypes.byref(found))
-        if cells.value == 0:
-            return []
-        read, each = self._values(room, found.value), found.value // cells.value
-        return [read[begin:begin + each] for begin in range(0, cells.value * each, each)]
+        found, first = [], word(first, "index")
+        for begin in range(first, first + word(count, "count"), self.most_cells):
+            wanted = min(self.most_cells, first + count - begin)
+            room, cells, values = (self._type * (self.most_pipes * wanted))(), u32(), u32()
+            self._at("register_range_read", pipe, begin, wanted, int(bool(hw)), ctypes.byref(cells), room,
+                     ctypes.byref(values))
+            if cells.value:
+                read, each = self._values(room, values.value), values.value // cells.value
+                found += [read[i:i + each] for i in range(0, cells.value * each, each)]
+            if cells.value < wanted:
+                break
+        return found
 
     def write(self, index, value, pipe=None) -> None:
         """Writes a cell in all pipes, or in one."""

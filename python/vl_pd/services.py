@@ -5,9 +5,8 @@ from collections.abc import Iterator
 from dataclasses import dataclass
 
 from . import values
-from .binding import Target
-from .resources import Resource, long_word
-from .values import word
+from .resources import Resource
+from .values import long_word, word
 
 u32 = ctypes.c_uint32
 
@@ -37,7 +36,7 @@ class Digest(Resource):
     def register(self, callback) -> None:
         """Has `callback` called with a dict for each entry that the pipeline sends. Fields that are fields of a key too
         have the name and the form that they have there, so that they fit into a table. A message is acknowledged when
-        all its calls have returned. An exception is printed, and the message is acknowledged all the same."""
+        all its calls have returned. An exception is printed and ends the calls; the message is acknowledged."""
         size = self.row["entry_size"]
 
         def receive(_session, message, _cookie):
@@ -77,19 +76,23 @@ class ValueSet(Resource):
     def _function(self, name):
         return self.device.binding.function(f"pvs_{self.name}_entry_{name}")
 
+    def _masked(self, value, mask):
+        if self.device.strict and value & ~mask:
+            raise ValueError(f"{self.name}: the value has bits outside of its mask: {value & ~mask:#x}")
+        return word(value, f"value of {self.name}"), word(mask, f"mask of {self.name}")
+
     def _change(self, name, *arguments):
         self.device.call(self._function(name), self.device.session, *arguments)
 
     def add(self, value, mask=0xFFFFFFFF) -> int:
         """Adds an entry and returns its handle."""
         handle = u32()
-        self._change("add", self._target(), word(value, "value"), word(mask, "mask"), ctypes.byref(handle))
+        self._change("add", self._target(), *self._masked(value, mask), ctypes.byref(handle))
         return handle.value
 
     def modify(self, handle, value, mask=0xFFFFFFFF) -> None:
         """Changes an entry."""
-        self._change("modify", self.device.number_word, word(handle, "handle"), word(value, "value"),
-                     word(mask, "mask"))
+        self._change("modify", self.device.number_word, word(handle, "handle"), *self._masked(value, mask))
 
     def delete(self, handle) -> None:
         """Deletes an entry."""
@@ -107,7 +110,7 @@ class ValueSet(Resource):
         """The handle of an entry, or None."""
         handle = u32()
         found = self.device.binding.found(self._function("handle_get"), self.device.session, self._target(),
-                                          word(value, "value"), word(mask, "mask"), ctypes.byref(handle))
+                                          *self._masked(value, mask), ctypes.byref(handle))
         return handle.value if found else None
 
     def property(self, number, argument=0) -> tuple[int, int]:
@@ -189,16 +192,18 @@ class Hash(Resource):
 
     @attributes.setter
     def attributes(self, attributes):
-        room = (HashField * max(len(attributes), 1))(*(tuple(word(each, "attribute") for each in attribute)
-                                                       for attribute in attributes))
+        room = (HashField * max(len(attributes), 1))(*(
+            (word(field, "field"), word(kind, "type"), word(value, "value")) for field, kind, value in attributes))
         self._call("input_field_attribute_set", 0, len(attributes), room if attributes else None)
 
     def predict(self, fields, size=8) -> int:
         """The hash of a packet, as a number of `size` bytes. `fields` are the values of the input, as pairs of a value
         and its width in bits; the first is at the top."""
         numbers, widths, alive = (HashField * max(len(fields), 1))(), (u32 * max(len(fields), 1))(), []
+        word(size, "size of the hash", 64)
         for i, (value, bits) in enumerate(fields):
-            if bits < 0 or value < 0 or value >> bits:
+            word(bits, "width", 4096)
+            if value < 0 or value >> bits:
                 raise ValueError(f"{self.name}: {value:#x} has more than {bits} bits")
             widths[i] = bits
             if bits <= 32:
@@ -237,12 +242,11 @@ class Snapshot:
     record_size, most_stages, control_size = 676, 20, 256
 
     def __init__(self, device, first_stage, last_stage, direction=0, pipe=None):
-        if not 0 <= first_stage <= last_stage <= 0xFF:
-            raise ValueError(f"{first_stage} to {last_stage} are no stages from 0 to 255")
+        if word(first_stage, "stage", 255) > word(last_stage, "stage", 255):
+            raise ValueError(f"{first_stage} to {last_stage} are no stages")
         self._device, handle = device, u32()
         self._stages = min(last_stage - first_stage + 1, self.most_stages)
-        target = device.target if pipe is None else Target(device.number, pipe, 0)
-        device.call(device.binding.function("snapshot_create"), target, first_stage, last_stage,
+        device.call(device.binding.function("snapshot_create"), device.target_of(pipe), first_stage, last_stage,
                     word(direction, "direction"), ctypes.byref(handle))
         self.handle = handle.value
         self._layout = device.binding.description.resources["snapshot_layouts"][self.handle >> 1 & 1]
@@ -281,8 +285,8 @@ class Snapshot:
         """Reads what was captured in a pipe."""
         room = (ctypes.c_uint8 * (self.record_size * self.most_stages))()
         control, count = (ctypes.c_uint8 * self.control_size)(), u32()
-        self._device.call(self._device.binding.function("snapshot_capture_data_get"), self.handle, pipe, room, control,
-                          ctypes.byref(count))
+        self._device.call(self._device.binding.function("snapshot_capture_data_get"), self.handle, word(pipe, "pipe"),
+                          room, control, ctypes.byref(count))
         content, size = bytes(room), self.record_size
         return Capture(count.value, [content[i * size:(i + 1) * size] for i in range(self._stages)], bytes(control))
 

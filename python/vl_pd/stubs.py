@@ -41,7 +41,7 @@ parameter_types = {
     "action": "str", "library": "str", "driver": "str", "description": "str", "hashed": "int | bytes",
 }
 shown_names = {"__init__", "__getitem__", "__iter__", "__len__", "__contains__", "__index__", "__enter__", "__exit__"}
-plumbing = {"call", "change", "pages", "record_of", "wait_for", "keys", "unpackers"}
+plumbing = {"call", "change", "pages", "record_of", "target_of", "wait_for", "key_record", "unpackers"}
 
 
 def _type(annotation):

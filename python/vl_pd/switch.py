@@ -3,7 +3,6 @@
 import ctypes
 import threading
 
-from . import description
 from .binding import Binding, Target, all_pipes
 from .embedded import Embedded
 from .errors import Named, WrongOrder, unknown
@@ -29,7 +28,6 @@ class Device(Embedded):
         self.session, self.number_word, self.target = u32(switch.session), u32(number), Target(number, all_pipes, 0)
         self.call, self.result = self.binding.call, self.binding.result
         self.profile_lock = threading.RLock()
-        self._records = {}
         rows = self.binding.description
         self.tables = Named("table", {name: Table(self, row) for name, row in rows.tables.items()})
         self.profiles = Named("profile", {name: Profile(self, row) for name, row in rows.profiles.items()})
@@ -45,12 +43,14 @@ class Device(Embedded):
         rows = self.binding.description.resources[rows]
         return Named(kind, {row["name"]: make(self, row) for row in rows})
 
-    def record_of(self, action):
-        """The record of an action's parameters."""
-        if action not in self._records:
-            row = self.binding.description.actions[action]
-            self._records[action] = Record(action, "parameter", row.params, row.size, self.strict, row.indices)
-        return self._records[action]
+    def record_of(self, action, table):
+        """The record of an action's parameters in a table or profile."""
+        row = self.binding.description.actions[action]
+        return Record(f"{table}, {action}", "parameter", row.params, row.size, self.strict, row.indices)
+
+    def target_of(self, pipe):
+        """The device with one pipe, or with all of them for None."""
+        return self.target if pipe is None else Target(self.number, word(pipe, "pipe", all_pipes - 1), 0)
 
     def snapshot(self, first_stage, last_stage, direction=0, pipe=None) -> Snapshot:
         """Makes a snapshot of stages. The driver defines the direction; `pipe` is one pipe, or None for all."""
@@ -64,9 +64,12 @@ class Device(Embedded):
     def wait_for(self, function, *arguments):
         """Calls a function that reads from the hardware, and waits until the driver has done it."""
         cookie, done = self.binding.expect()
-        self.call(function, *arguments, self.binding.arrived, ctypes.c_void_p(cookie))
-        if not done.wait(patience):
-            raise TimeoutError(f"{function.__name__}: the driver hasn't called back for {patience} seconds")
+        try:
+            self.call(function, *arguments, self.binding.arrived, ctypes.c_void_p(cookie))
+            if not done.wait(patience):
+                raise TimeoutError(f"{function.__name__}: the driver hasn't called back for {patience} seconds")
+        finally:
+            self.binding.forget(cookie)
 
     def __repr__(self):
         return f"<device {self.number}>"
@@ -78,7 +81,7 @@ class Device(Embedded):
             return self.tables[name]
         if name in self.profiles:
             return self.profiles[name]
-        raise unknown("table or profile", name, [*self.tables, *self.profiles])
+        raise unknown("there is no table or profile", name, [*self.tables, *self.profiles])
 
     def __dir__(self):
         return [*super().__dir__(), *self.tables, *self.profiles]
@@ -98,7 +101,9 @@ class Switch:
     _opening = threading.Lock()
 
     def __init__(self, *, library=None, driver=None, description=None, session=None, strict=True):
-        self.strict, self._devices, self.session = strict, {}, session
+        self.strict, self._devices = strict, {}
+        self.session = None if session is None else word(session, "session")
+        self._opened_session = None
         with Switch._opening:
             if Switch._open is not None:
                 raise WrongOrder("another switch is open; a process has one at a time")
@@ -112,12 +117,11 @@ class Switch:
             if session is None:
                 opened = u32()
                 self.binding.call(self.binding.embedded("vl_model_session_open"), ctypes.byref(opened))
-                self.session = opened.value
+                self.session = self._opened_session = opened.value
             self.device(0)
         except BaseException:
             self.close()
             raise
-        self._opened_session = session is None
 
     @property
     def closed(self) -> bool:
@@ -125,21 +129,21 @@ class Switch:
         return self.binding.closed
 
     def device(self, number) -> Device:
-        """The device with this number. The embedded driver gets it when it is first asked for."""
+        """The device with this number, from 0 to 255. The embedded driver gets it when it is first asked for."""
         if self.closed:
             raise WrongOrder("the switch is closed")
-        number = word(number, "device")
+        number = word(number, "device", 255)  # some functions send 8 bits of it
         if number not in self._devices:
+            device = Device(self, number)
             if self.embedded:
                 self._add_device(number)
-            self._devices[number] = Device(self, number)
+            self._devices[number] = device
         return self._devices[number]
 
     def _add_device(self, number):
-        path = description.find(description.pipeline_name)
-        if path is None:
-            raise FileNotFoundError(f"{description.pipeline_name} was neither built nor installed")
-        pipeline = ctypes.CDLL(path).velmar_switch_pipeline_description
+        if self.binding.pipeline is None:
+            raise FileNotFoundError("the embedded driver's description of the pipeline was neither built nor installed")
+        pipeline = ctypes.CDLL(self.binding.pipeline).velmar_switch_pipeline_description
         pipeline.restype = ctypes.c_void_p
         self.binding.call(self.binding.embedded("vl_model_device_add"), number, ctypes.c_void_p(pipeline()))
 
@@ -156,8 +160,8 @@ class Switch:
     def fail(self, function, nth=1, status=2) -> None:
         """Has the embedded driver refuse the nth call of one of its functions from now on, such as
         "pipe_mgr_mat_ent_add", with a status. The call has no other effect."""
-        if not hasattr(self.binding.driver, function):
-            raise unknown("function of the driver", function, [])
+        if not function.startswith(("pipe_", "bf_", "p4_pd_ms_")) or not hasattr(self.binding.driver, function):
+            raise unknown("the driver has no function", function, [])
         self.binding.call(self.binding.embedded("vl_model_fail_call"), function.encode(), word(nth, "count"),
                           word(status, "status"))
 
@@ -167,7 +171,7 @@ class Switch:
 
     def close(self) -> None:
         """Ends the library. Waits for calls of other threads. The embedded driver forgets its devices."""
-        if self.closed:
+        if Switch._open is not self:
             return
         self.binding.close()
         driver = self.binding.driver
@@ -175,8 +179,8 @@ class Switch:
             for number in self._devices:
                 driver.vl_model_device_remove(number)
         self.binding.function("cleanup")()
-        if self.embedded and getattr(self, "_opened_session", False):
-            driver.vl_model_session_close(self.session)
+        if self._opened_session is not None:
+            driver.vl_model_session_close(self._opened_session)
         Switch._open = None
 
     def __enter__(self) -> "Switch":
@@ -186,7 +190,7 @@ class Switch:
         self.close()
 
     def __getattr__(self, name):
-        if name.startswith("_") or name in ("session", "binding", "strict"):
+        if name.startswith("_") or name in ("session", "binding", "strict", "embedded"):
             raise AttributeError(name)
         return getattr(self.device(0), name)
 

@@ -2,15 +2,16 @@
 
 import ctypes
 import operator
-from collections.abc import Iterator
+from collections.abc import Iterator, Mapping
 from dataclasses import dataclass, field
 
 from . import page, values
 from .errors import Refused, unknown
 from .records import Record
-from .values import word
+from .values import long_word, word
 
 u32 = ctypes.c_uint32
+entry_columns = ("handle", "is_default", "priority", "action", "member", "group")
 text_size = 65536  # the longest text of the library has less than 4096 bytes
 
 
@@ -71,21 +72,21 @@ indirect_names = {"add": "{}_add_entry{}", "modify": "{}_modify_entry{}",
                   "modify_by_key": "{}_modify_entry{}_by_match_spec", "set_default": "{}_set_default_entry{}"}
 
 
-def priority_word(priority):
+def priority_word(priority, where):
     """A priority, which may be negative, as the library takes it. 0 if there is none."""
     if priority is None:
         return 0
     priority = operator.index(priority)
-    if not -0x80000000 <= priority <= 0xFFFFFFFF:
-        raise ValueError(f"the priority {priority} has more than 32 bits")
+    if not -0x80000000 <= priority <= 0x7FFFFFFF:
+        raise ValueError(f"{where}: the priority {priority} isn't from -2147483648 to 2147483647")
     return priority
 
 
-def meter_spec(meter):
+def meter_spec(meter, where):
     """A meter's record, from a Meter or from its four or five numbers."""
-    numbers = [word(number, "number of a meter") for number in meter]
+    numbers = [word(number, f"meter of {where}: the number") for number in meter]
     if not 4 <= len(numbers) <= 5:
-        raise ValueError("a meter has committed rate and burst, peak rate and burst, and a type if it isn't 0")
+        raise ValueError(f"meter of {where}: it has committed rate and burst, peak rate and burst, and maybe a type")
     return ctypes.byref(MeterSpec(*numbers))
 
 
@@ -116,7 +117,8 @@ class Reader:
         """Reads entries one by one."""
         table, call, arguments, handle_word = self.table, self.table.device.call, self.arguments, self.handle
         is_direct, has_priority, is_default = table.row.profile is None, table.row.has_priority, self.is_default
-        key, unpack, params, action, actions = self.key, table.keys.unpack, self.params, self.action, table.unpackers
+        key, unpack = self.key, table.key_record.unpack
+        params, action, actions = self.params, self.action, table.unpackers
         self.hardware.value = bool(hw)
         for handle in handles:
             handle_word.value = handle
@@ -137,8 +139,9 @@ class Reader:
 class Table:
     """A match table of one device. Iterating over it reads its entries, without the default entry.
 
-    A key is a dict of fields. A field that is left out matches anything. Where a table has entries with priorities, key
-    and priority together name an entry.
+    A key is a dict of fields. Fields that are matched exactly must be given; a field with a mask or a prefix matches
+    anything if it is left out. Where entries have priorities, key and priority together name an entry, and the priority
+    is 0 if none is given. An entry that was read stands for its key and priority.
     """
 
     __doc__ = page.Page(__doc__, page.table_page)
@@ -156,7 +159,7 @@ class Table:
     # ---- records, made late because most tables of a switch aren't used
 
     @property
-    def keys(self):
+    def key_record(self):
         """The record of the key."""
         if self._keys is None:
             self._keys = Record(self.name, "field", self.row.key, self.row.size, self.device.strict)
@@ -168,7 +171,8 @@ class Table:
         if self._actions is None:
             rows = self.device.binding.description.actions
             names = dict.fromkeys([*self.row.actions, *self.row.defaults])
-            self._actions = {rows[name].number: (name, self.device.record_of(name).unpack) for name in names}
+            self._actions = {rows[name].number: (name, self.device.record_of(name, self.name).unpack)
+                             for name in names}
         return self._actions
 
     def _writer(self, what, action):
@@ -179,10 +183,10 @@ class Table:
             if action is None:
                 raise ValueError(f"{self.name}: name one of the actions {', '.join(names)}")
             if action not in names:
-                raise unknown(("default action" if what == "set_default" else "action") + f" of {self.name}", action,
-                              names)
+                kind = "default action" if what == "set_default" else "action"
+                raise unknown(f"{self.name} has no {kind}", action, names)
             writer = (self.device.binding.function(direct_names[what].format(self.name, action)),
-                      self.device.record_of(action))
+                      self.device.record_of(action, self.name))
             self._writers[what, action] = writer
         return writer
 
@@ -201,11 +205,11 @@ class Table:
         if what == "add" and self.device.strict:
             for name in record.indices:
                 if (value := record.numbers(packed)[name]) > 0xFFFF:
-                    raise values.Wrong(action, name, f"an add sends 16 bits of an index, and {value:#x} has more")
+                    raise values.Wrong(record.where, name, f"an add sends 16 bits of an index, and {value:#x} has more")
         if self.row.has_meter:
             if meter is None and what == "add" and self.device.strict:
                 raise ValueError(f"{self.name}: a new entry needs a meter")
-            arguments.append(None if meter is None else meter_spec(meter))
+            arguments.append(None if meter is None else meter_spec(meter, self.name))
         elif meter is not None:
             raise ValueError(f"{self.name} has no meter")
         return function, arguments
@@ -213,9 +217,11 @@ class Table:
     def _match(self, key, priority):
         """The arguments that name an entry by its key."""
         self._keyed()
-        packed = self.keys.pack(key)
+        if type(key) is Entry:
+            key, priority = key.key, key.priority if priority is None else priority
+        packed = self.key_record.pack(key)
         if self.row.has_priority:
-            return packed, priority_word(priority)
+            return packed, priority_word(priority, self.name)
         if priority is not None:
             raise ValueError(f"{self.name} has no priorities")
         return (packed,)
@@ -238,7 +244,7 @@ class Table:
         match = self._match(key, priority)
         function, content = self._content("add", action, params, meter, member, group)
         if self.row.ttl_on_add:
-            content.append(word(ttl or 0, "time to live"))
+            content.append(word(ttl or 0, f"time to live of {self.name}"))
         elif ttl is not None:
             raise ValueError(f"{self.name}: an add takes no time to live; see set_ttl")
         handle = u32()
@@ -247,7 +253,7 @@ class Table:
 
     def add_many(self, rows, stop=False) -> Many:
         """Adds many entries. Rows are tuples (key, action, params), dicts of add()'s arguments, or entries as they were
-        read. With `stop`, ends at the first row that is refused."""
+        read, which have no meter and no time to live. With `stop`, ends at the first row that is refused."""
         many = Many()
         add, handles = self.add, many.handles
         for row in rows:
@@ -269,7 +275,8 @@ class Table:
     def modify(self, which, action=None, params=None, *, priority=None, meter=None, member=None, group=None) -> None:
         """Gives an entry another action, member or group. `which` is its handle or its key. Without `meter`, the entry
         keeps the meter that it has."""
-        if isinstance(which, dict):
+        self._keyed()
+        if isinstance(which, Mapping):
             function, content = self._content("modify_by_key", action, params, meter, member, group)
             self._write(function, self.device.session, self.device.target, *self._match(which, priority), *content)
             return
@@ -279,14 +286,14 @@ class Table:
 
     def find(self, key, *, priority=None) -> int | None:
         """The handle of the entry with this key, or None."""
-        handle = u32()
+        handle, match = u32(), self._match(key, priority)
         found = self.device.binding.found(self._function("match_spec_to_entry_hdl"), self.device.session,
-                                          self.device.target, *self._match(key, priority), ctypes.byref(handle))
+                                          self.device.target, *match, ctypes.byref(handle))
         return handle.value if found else None
 
     def delete(self, which, *, priority=None) -> None:
         """Deletes an entry. `which` is its handle or its key."""
-        if isinstance(which, dict):
+        if isinstance(which, Mapping):
             match = self._match(which, priority)
             self.device.call(self._function("table_delete_by_match_spec"), self.device.session, self.device.target,
                              *match)
@@ -311,7 +318,11 @@ class Table:
     def clear(self) -> None:
         """Deletes all entries except the default one."""
         for handle in self.handles():
-            self.delete(handle)
+            try:
+                self.delete(handle)
+            except Refused as refused:
+                if refused.name != "NOT_FOUND":  # somebody else deleted it
+                    raise
 
     def get(self, handle, hw=False) -> Entry:
         """Reads an entry, from the software's copy or from the hardware."""
@@ -337,10 +348,11 @@ class Table:
 
     def entries(self, columns=None, hw=False):
         """All entries except the default one. With `columns`, a dict with a list for each of these columns: fields,
-        parameters, and handle, priority, action, member and group. If a field and a parameter have the same name, it is
-        the field; `params.NAME` is the parameter. None stands where an entry has no such value."""
+        parameters, and handle, is_default, priority, action, member and group. If a field and a parameter have the same
+        name, it is the field; `params.NAME` is the parameter. None stands where an entry has no such value."""
         if columns is None:
             return list(self._read_all(hw))
+        columns = list(columns)
         choices = [self._column(name) for name in columns]
         lists = [[] for _ in choices]
         for entry in self._read_all(hw):
@@ -351,14 +363,13 @@ class Table:
     def _column(self, name):
         if name in self.row.key:
             return lambda entry: entry.key.get(name)
-        if name in ("handle", "priority", "action", "member", "group"):
+        if name in entry_columns:
             return operator.attrgetter(name)
         bare = name.removeprefix("params.")
         rows = self.device.binding.description.actions
         params = {each for action in self.row.actions for each in rows[action].params}
         if bare not in params:
-            raise unknown(f"column of {self.name}", name, [*self.row.key, *params, "handle", "priority", "action",
-                                                           "member", "group"])
+            raise unknown(f"{self.name} has no column", name, [*self.row.key, *params, *entry_columns])
         return lambda entry: entry.params.get(bare)
 
     def _read_all(self, hw=False):
@@ -466,7 +477,8 @@ class Table:
             self.device.call(self._function("idle_register_tmo_cb"), self.device.session, self.device.number_word,
                              receive, None)
         self.device.call(self._function("idle_tmo_enable"), self.device.session, self.device.number_word,
-                         IdleParams(mode, params_a, params_b, params_c, params_d, 0))
+                         IdleParams(word(mode, "mode"), long_word(params_a, "params_a"), word(params_b, "params_b"),
+                                    long_word(params_c, "params_c"), long_word(params_d, "params_d"), 0))
 
     def disable_idle(self) -> None:
         """Ends ageing."""
@@ -526,7 +538,7 @@ class Table:
         for name, what in packet.items():
             shown = self.row.key.get(name)
             if shown is None:
-                raise unknown(f"field of {self.name}", name, self.row.key)
+                raise unknown(f"{self.name} has no field", name, self.row.key)
             value = values.parse_exact(self.name, shown, what, self.device.strict)
             if self.row.partitioned and shown is next(iter(self.row.key.values())):
                 partition = value

@@ -10,6 +10,7 @@ mac_forms = re.compile(r"[0-9a-fA-F]{2}(:[0-9a-fA-F]{2}){5}|[0-9a-fA-F]{2}(-[0-9
                        r"[0-9a-fA-F]{4}(\.[0-9a-fA-F]{4}){2}")
 separators = str.maketrans("", "", ":-.")
 addresses = ("v4addr", "v6addr", "mac")
+numbers = re.compile(r"0[xX][0-9a-fA-F]+|0[bB][01]+|0[oO][0-7]+|[0-9]+")
 
 
 class Wrong(ValueError):
@@ -23,12 +24,17 @@ class Wrong(ValueError):
         return f"{self.where}, field {self.field}: {self.why}"
 
 
-def word(what, name):
-    """A number of 32 bits, such as a handle."""
+def word(what, name, most=0xFFFFFFFF):
+    """A number of 32 bits, such as a handle, or of fewer."""
     number = operator.index(what)
-    if not 0 <= number <= 0xFFFFFFFF:
-        raise ValueError(f"the {name} {number} isn't from 0 to 4294967295")
+    if not 0 <= number <= most:
+        raise ValueError(f"the {name} {number} isn't from 0 to {most}")
     return number
+
+
+def long_word(what, name):
+    """A number of 64 bits."""
+    return word(what, name, 0xFFFFFFFFFFFFFFFF)
 
 
 def _number(field, what):
@@ -40,8 +46,10 @@ def _number(field, what):
                 return int(text.translate(separators), 16)
             if field.tag == "v4addr" and "." in text:
                 return int(ipaddress.IPv4Address(text))
-            if field.tag == "v6addr" and ":" in text:
+            if field.tag == "v6addr" and ":" in text and "%" not in text:
                 return int(ipaddress.IPv6Address(text))
+            if not numbers.fullmatch(text):
+                raise ValueError
             return int(text, 0)
         except ValueError as error:
             raise ValueError(error if isinstance(error, ipaddress.AddressValueError)
@@ -59,7 +67,7 @@ def _number(field, what):
 def _length(field, what):
     """A prefix length. In a field that is matched by mask, a mask with these bits."""
     try:
-        length = int(what) if isinstance(what, str) else operator.index(what)
+        length = int(what) if isinstance(what, str) and what.isascii() and what.isdigit() else operator.index(what)
     except (TypeError, ValueError):
         raise ValueError(f"{what!r} is no prefix length") from None
     if field.match != "ternary":
@@ -89,7 +97,8 @@ def _split(field, what):
     return _number(field, what), None
 
 
-def _check(field, value, partner):
+def _check(field, value, partner, given):
+    """`given` says whether the user gave a mask or a length."""
     everything = (1 << field.bits) - 1
     if value < 0:
         raise ValueError(f"{value} is negative")
@@ -110,7 +119,7 @@ def _check(field, value, partner):
             raise ValueError(f"the mask {partner:#x} has bits that the table doesn't match: "
                              f"{partner & ~field.matched & everything:#x}")
         covered = partner
-    if value & ~covered:
+    if given and value & ~covered:
         raise ValueError(f"the value has bits outside of its mask: {value & ~covered:#x}")
     if value & ~field.matched:
         raise ValueError(f"the value has bits that the table doesn't match: {value & ~field.matched:#x}")
@@ -120,12 +129,13 @@ def parse(where, field, what, strict):
     """The value, and the mask or length, as numbers. `where` names the table or action for messages."""
     try:
         value, partner = _split(field, what)
+        given = partner is not None
         if partner is None and field.match == "lpm":
             partner = field.bits
         if partner is None and field.match == "ternary":
             partner = field.matched
         if strict:
-            _check(field, value, partner)
+            _check(field, value, partner, given)
     except ValueError as error:
         raise Wrong(where, field.name, error) from None
     return value, partner
@@ -161,9 +171,10 @@ def shown(field, value, partner):
         return shown_number(field, value)
     if field.match == "ternary" and partner == 0 and value == 0:
         return None
-    if field.match == "ternary" and partner == field.matched:
-        return shown_number(field, value)
     text = shown_number(field, value)
+    whole = partner == (1 << field.bits) - 1
+    if field.match == "ternary" and partner == field.matched and (whole or not isinstance(text, str)):
+        return text
     if not isinstance(text, str):
         return value, partner
     if field.match == "ternary" and field.tag != "mac":
