@@ -157,6 +157,8 @@ def main():
         run("cmake", "--install", build, "--prefix", prefix)
         version = re.search(r"project\(vl_bf_pd VERSION (\S+)", (pathlib.Path(source) / "CMakeLists.txt").read_text())[1]
         check("pd-show of the install", run(prefix / "bin/pd-show", "--version"), f"pd-show {version}\n")
+        watch = run(prefix / "bin/pd-watch", "--strict", "--report", folder / "report", prefix / "bin/pd-show", "--demo", "entries", "l2Lookup")
+        check("a command that is watched", watch, run(prefix / "bin/pd-show", "--demo", "entries", "l2Lookup"))
         check_headers(prefix, folder, cc, cxx)
         check_descriptions(prefix)
         check_console(prefix, folder, cc, cxx)

@@ -111,13 +111,17 @@ def check_man_pages(root):
         return re.sub(r"\s+", " ", run("sh", "-c", 'man --warnings -l "$0" 2>&1 | col -b', root / "usr/share/man" / name,
                                        environment={"LC_ALL": "C", "MANWIDTH": "500"}))
 
-    shown, lost = page("man1/pd-show.1.gz"), []
-    for line in run(root / "usr/bin/pd-show", "--help").splitlines():
-        for part in re.split(r"   *", line.strip()):
-            if not re.fullmatch(r"Usage: .*|[A-Z][a-z ]*:", part) and re.sub(r"\s+", " ", part) not in shown:
-                lost.append(part)
-    check("lines of --help that the man page lacks", lost, [])
-    check("warnings", [name for name in ("man1/pd-show.1.gz", "man3/vl_bf_pd.3.gz", "man3/vl_pd_console.3.gz")
+    for tool in ("pd-show", "pd-watch"):
+        shown, lost = page(f"man1/{tool}.1.gz"), []
+        for line in run(root / "usr/bin" / tool, "--help").splitlines():
+            for part in re.split(r"   *", line.strip()):
+                if not re.fullmatch(r"Usage: .*|[A-Z][a-z ]*:", part) and re.sub(r"\s+", " ", part) not in shown:
+                    lost.append(part)
+        check(f"lines of {tool} --help that the man page lacks", lost, [])
+    kinds = run(root / "usr/bin/pd-watch", "--help").split("Kinds of mistakes:")[1].split("\n\n")[0]
+    shown = page("man1/pd-watch.1.gz").split("EXAMPLES OF MISTAKES")[1]
+    check("mistakes without example", [kind for kind in re.findall(r"^  (\S+)", kinds, re.M) if kind not in shown], [])
+    check("warnings", [name for name in ("man1/pd-show.1.gz", "man1/pd-watch.1.gz", "man3/vl_bf_pd.3.gz", "man3/vl_pd_console.3.gz")
                        if "warning:" in page(name)], [])
     # The statuses are those of the header.
     types = (root / "usr/include/vl_pd/types.h").read_text(encoding="utf-8")
@@ -171,6 +175,9 @@ def main():
         table_names = [table["name"] for table in
                        json.loads((root / "usr/share/vl_pd/velmar_switch.json").read_text())["tables"]]
         check("pd-show", run(root / "usr/bin/pd-show", "--version"), f"pd-show {version}\n")
+        watched = run(root / "usr/bin/pd-watch", "--record", folder / "calls", root / "usr/bin/pd-show", "--demo", "tables")
+        check("a command that is watched", watched, run(root / "usr/bin/pd-show", "--demo", "tables"))
+        check("its recording", "the same answers" in run(root / "usr/bin/pd-watch", "replay", folder / "calls"), True)
         check("its modules", "ipv4Host" in run(root / "usr/bin/pd-show", "--demo", "--time", "entries"), True)
         check_agents(root, folder)
         check_completion(root, table_names)
