@@ -36,6 +36,13 @@ class Watch(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
+    def test_each_function_of_the_driver_is_watched(self):
+        def exported(name):
+            path = pathlib.Path(pd_watch).parent / "../lib" / name
+            listed = subprocess.run(["nm", "-D", "--defined-only", path], capture_output=True, text=True, check=True)
+            return set(re.findall(r" T ((?:pipe_|bf_drv_|bf_snapshot_)\w+)$", listed.stdout, re.M))
+        self.assertEqual(exported("vl_bf_pd/libvl_pd_watch.so"), exported("libvl_driver_model.so"))
+
     @any_command
     def test_the_command_stays_what_it_is(self):
         done = watch("--summary", "--", "sh", "-c", "echo $$; exit 7")

@@ -194,6 +194,12 @@ void after_fork() {
 void after_fork_in_child() {
     layer = nullptr;
     process = getpid();
+    if (told_to_tell[0] >= 0) { // the thread that listens is the parent's
+        signal(SIGUSR1, SIG_DFL);
+        close(told_to_tell[0]);
+        close(told_to_tell[1]);
+        told_to_tell[0] = told_to_tell[1] = -1;
+    }
     after_fork();
 }
 
