@@ -83,21 +83,23 @@ void put_name(Text& out, const char (&name)[size]) {
     out += "\":";
 }
 
-// The name of an argument, ready with quotes and colon.
-std::string_view quoted_name(const Function& function, size_t argument) {
-    static const auto names = [] {
-        std::array<std::array<std::string, most_arguments>, std::size(functions)> made;
-        for (size_t i = 0; i < made.size(); ++i)
-            for (size_t j = 0; j < functions[i].count; ++j)
-                made[i][j] = std::string("\"") + functions[i].arguments[j].name + "\":";
-        return made;
-    }();
-    return names[static_cast<size_t>(&function - functions)][argument];
+// The names of each function's arguments, with the comma before them, quotes and colon.
+using Names = std::array<std::string, most_arguments>;
+
+const auto all_names = [] {
+    std::array<Names, std::size(functions)> made;
+    for (size_t i = 0; i < made.size(); ++i)
+        for (size_t j = 0; j < functions[i].count; ++j)
+            made[i][j] = std::string(",\"") + functions[i].arguments[j].name + "\":";
+    return made;
+}();
+
+const Names& names_of(const Call& call) {
+    return all_names[static_cast<size_t>(call.function - functions)];
 }
 
-void put_argument_name(Text& out, const Call& call, size_t argument) {
-    if (out.back() != '{') out += ',';
-    out += quoted_name(*call.function, argument);
+void put_argument_name(Text& out, const std::string& name) {
+    out += std::string_view(name).substr(out.back() == '{' ? 1 : 0);
 }
 
 template <size_t size>
@@ -199,12 +201,12 @@ void put_text(Text& out, const char* text) {
 }
 
 // An argument that the driver reads, or the room that the caller gives it.
-void put_raw(Text& out, const Call& call, size_t number) {
+void put_raw(Text& out, const Call& call, size_t number, const std::string& name) {
     const Argument& argument = call.function->arguments[number];
     const uint64_t word = call.words[number];
     const size_t count = count_of(call, argument);
     if (argument.kind == Kind::number && word == 0) return;
-    put_argument_name(out, call, number);
+    put_argument_name(out, name);
     const bool is_number = argument.kind < Kind::match;
     if (argument.kind == Kind::target) {
         const pipe_dev_tgt target = target_in(word);
@@ -265,11 +267,11 @@ size_t written_of(const Call& call, size_t number) {
     return room;
 }
 
-void put_output(Text& out, const Call& call, size_t number) {
+void put_output(Text& out, const Call& call, size_t number, const std::string& name) {
     const Argument& argument = call.function->arguments[number];
     const void* const address = pointer_at<const void>(call, number);
     if (argument.kind < Kind::out_handle || argument.kind == Kind::out_unknown || address == nullptr) return;
-    put_argument_name(out, call, number);
+    put_argument_name(out, name);
     switch (argument.kind) {
     case Kind::out_byte:
         return out.number(*static_cast<const uint8_t*>(address));
@@ -442,15 +444,16 @@ void put_call(Text& out, const Pipeline& pipeline, const Call& call) {
         }
         put_meaning(out, *table, call);
     }
+    const Names& names = names_of(call);
     out += ",\"raw\":{";
     for (size_t i = 0; i < function.count; ++i)
-        put_raw(out, call, i);
+        put_raw(out, call, i, names[i]);
     out += "},\"status\":";
     out.number(call.status);
     out += ",\"outputs\":{";
     if (call.status == 0)
         for (size_t i = 0; i < function.count; ++i)
-            put_output(out, call, i);
+            put_output(out, call, i, names[i]);
     out += '}';
 }
 
