@@ -69,8 +69,8 @@ private:
     std::mutex mutex_;
     std::vector<Told> told_;
     std::unordered_map<std::string, Sort> sorts_;
-    std::unordered_map<uint64_t, Sort> refused_;     // by function, table and status: agents may be refused very often
-    std::unordered_map<std::string, size_t> places_; // a sort at a place of the code
+    std::unordered_map<uint64_t, Sort> refused_; // by function, table and status: agents may be refused very often
+    std::unordered_map<std::string, std::vector<size_t>> places_; // of told_: a sort at a place of the code
     std::atomic<uint64_t> mistakes_ = 0;
     uint64_t refusals_ = 0;
 };
