@@ -54,6 +54,12 @@ bool Teller::is_wanted(const Table* table) const {
     return tables_.empty() || (table != nullptr && std::ranges::find(tables_, table->name) != tables_.end());
 }
 
+bool Teller::is_enough(Sort& sort) {
+    if (++sort.seen <= most_looks) return false;
+    if (sort.last < told_.size()) ++told_[sort.last].count;
+    return true;
+}
+
 void Teller::tell(const Finding& finding, const Call* call, uint32_t thread, const void* code) {
     if (!tells(finding.kind) || !is_wanted(finding.table)) return;
     const char* const kind = row_of(finding.kind).name;
@@ -64,10 +70,7 @@ void Teller::tell(const Finding& finding, const Call* call, uint32_t thread, con
         const std::lock_guard lock(mutex_);
         ++mistakes_;
         sort = &sorts_[name];
-        if (++sort->seen > most_looks) {
-            if (sort->last < told_.size()) ++told_[sort->last].count;
-            return;
-        }
+        if (is_enough(*sort)) return;
         sort->name = name;
     }
     tell(kind, finding, call, thread, code, *sort);
@@ -82,10 +85,7 @@ void Teller::tell_refusal(const Call& call, uint32_t thread, const Table* table)
         const std::lock_guard lock(mutex_);
         ++refusals_;
         sort = &refused_[key];
-        if (++sort->seen > most_looks) {
-            if (sort->last < told_.size()) ++told_[sort->last].count;
-            return;
-        }
+        if (is_enough(*sort)) return;
         sort->name = "refused\n" + std::to_string(key);
     }
     const Finding refusal = {.kind = {}, .table = table, .what = "status " + std::to_string(call.status)};

@@ -59,6 +59,8 @@ private:
     };
 
     bool is_wanted(const Table* table) const;
+    // Whether one more of this sort is only counted. Under the lock.
+    bool is_enough(Sort& sort);
     void tell(const char* kind, const Finding& finding, const Call* call, uint32_t thread, const void* code,
               Sort& sort);
     void write(const Told& told, uint64_t count) const;

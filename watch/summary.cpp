@@ -4,13 +4,13 @@
 #include <algorithm>
 #include <bit>
 #include <cstdio>
-#include <string_view>
 #include <vector>
 
 #include <unistd.h>
 
 #include "watch/line.h"
 #include "watch/report.h"
+#include "watch/view.h"
 
 namespace pd_watch {
 namespace {
@@ -43,20 +43,26 @@ std::string with_unit(uint64_t nanoseconds) {
 }
 
 // 1 for a call that makes an entry, member or group, -1 for one that deletes it.
-int change_of(const Function& function) {
-    const std::string_view name = function.name;
-    for (const char* const makes : {"pipe_mgr_mat_ent_add", "pipe_mgr_adt_ent_add", "pipe_mgr_sel_grp_add"})
-        if (name == makes) return 1;
-    for (const char* const deletes :
-         {"pipe_mgr_mat_ent_del", "pipe_mgr_mat_ent_del_by_match_spec", "pipe_mgr_adt_ent_del", "pipe_mgr_sel_grp_del"})
-        if (name == deletes) return -1;
-    return 0;
+int change_of(const Call& call) {
+    switch (plan_of(call).deed) {
+    case Deed::add_entry:
+    case Deed::add_member:
+    case Deed::add_group:
+        return 1;
+    case Deed::delete_entry:
+    case Deed::delete_entry_by_key:
+    case Deed::delete_member:
+    case Deed::delete_group:
+        return -1;
+    default:
+        return 0;
+    }
 }
 
 const char* things(Thing thing, bool one = false) {
-    if (thing == Thing::match_table) return one ? "entry" : "entries";
     if (thing == Thing::data_table) return one ? "member" : "members";
-    return one ? "group" : "groups";
+    if (thing == Thing::selector) return one ? "group" : "groups";
+    return one ? "entry" : "entries";
 }
 
 } // namespace
@@ -89,7 +95,7 @@ void Summary::ended(const Call& call, uint32_t) {
     counts.times.add(call.end - call.begin);
     if (call.status != 0) ++counts.refusals[call.status];
     if (table == nullptr || call.status != 0) return;
-    if (const int change = change_of(function); change != 0) alive_[table] += change;
+    if (const int change = change_of(call); change != 0) alive_[table] += change;
 }
 
 void Summary::tell_now() {

@@ -1,4 +1,4 @@
-// A call as the checker reads it: what it does, and the arguments that matter.
+// A call as the checker and the summary read it: what it does, and the arguments that matter.
 #pragma once
 
 #include <algorithm>
